@@ -1,0 +1,15 @@
+#include <arpa/inet.h>
+
+#include "qelevsock.h"
+
+__attribute__((visibility("default"))) const char *evsock_inaddr2str(int family, const void *address, char *text,
+                                                                     size_t text_size) {
+  switch (family) {
+    case EVSOCK_FAMILY_IPV4:
+      return inet_ntop(AF_INET, address, text, (socklen_t)text_size);
+    case EVSOCK_FAMILY_IPV6:
+      return inet_ntop(AF_INET6, address, text, (socklen_t)text_size);
+    default:
+      return NULL;
+  }
+}

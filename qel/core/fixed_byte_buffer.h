@@ -1,0 +1,42 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <stdexcept>
+
+namespace qel {
+
+/// Up to N octets, held in place.
+template <std::size_t N>
+class FixedByteBuffer {
+ public:
+  constexpr FixedByteBuffer() = default;
+
+  /// Throws std::invalid_argument for more than N octets.
+  constexpr explicit FixedByteBuffer(std::span<const std::uint8_t> octets) : size_(octets.size()) {
+    if (octets.size() > N) {
+      throw std::invalid_argument("FixedByteBuffer: too many octets");
+    }
+    std::copy(octets.begin(), octets.end(), octets_.begin());
+  }
+
+  static constexpr std::size_t capacity() { return N; }
+  constexpr std::size_t size() const { return size_; }
+  constexpr bool empty() const { return size_ == 0; }
+  constexpr const std::uint8_t* data() const { return octets_.data(); }
+  constexpr const std::uint8_t* begin() const { return data(); }
+  constexpr const std::uint8_t* end() const { return data() + size_; }
+
+  friend constexpr bool operator==(const FixedByteBuffer& left, const FixedByteBuffer& right) {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end());
+  }
+
+ private:
+  std::array<std::uint8_t, N> octets_{};
+  std::size_t size_ = 0;
+};
+
+}  // namespace qel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "qel/core/export.h"
+
+namespace qel::serialization {
+
+class SerializationContext;
+
+/// A class with a binary wire form of its own: a message, a TLV, a record inside a TLV, an element.
+///
+/// Both operations throw SerializationException. A failed decode leaves the object partly filled and the stream where
+/// it failed; the caller discards the object.
+class QEL_EXPORT BinarySerializable {
+ public:
+  virtual ~BinarySerializable() = default;
+
+  virtual void serialize_impl(std::ostream& os, SerializationContext& context) const = 0;
+  virtual void deserialize_impl(std::istream& is, SerializationContext& context) = 0;
+
+ protected:
+  BinarySerializable() = default;
+  BinarySerializable(const BinarySerializable&) = default;
+  BinarySerializable(BinarySerializable&&) = default;
+  BinarySerializable& operator=(const BinarySerializable&) = default;
+  BinarySerializable& operator=(BinarySerializable&&) = default;
+};
+
+}  // namespace qel::serialization

@@ -1,0 +1,148 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <istream>
+#include <memory>
+#include <ostream>
+#include <span>
+#include <streambuf>
+#include <typeinfo>
+
+#include "qel/core/export.h"
+
+namespace qel::serialization {
+
+/// Reads a span of octets where it lies. The octets are borrowed: they must outlive the buffer's use.
+class QEL_EXPORT MemoryReadBuffer final : public std::streambuf {
+ public:
+  MemoryReadBuffer() = default;
+  explicit MemoryReadBuffer(std::span<const std::uint8_t> octets) { reset(octets); }
+  ~MemoryReadBuffer() override;
+
+  /// Starts over on other octets.
+  void reset(std::span<const std::uint8_t> octets) {
+    // A get area is declared as char*, though it is only ever read.
+    char* begin = const_cast<char*>(reinterpret_cast<const char*>(octets.data()));
+    setg(begin, begin, begin + octets.size());
+  }
+
+  /// How many octets were read so far.
+  std::size_t consumed() const { return static_cast<std::size_t>(gptr() - eback()); }
+
+  /// The octets not read yet.
+  std::span<const std::uint8_t> unread() const {
+    return {reinterpret_cast<const std::uint8_t*>(gptr()), static_cast<std::size_t>(egptr() - gptr())};
+  }
+
+  /// Goes on at `position`, which lies in the span or at its end.
+  void read_up_to(const std::uint8_t* position) {
+    setg(eback(), const_cast<char*>(reinterpret_cast<const char*>(position)), egptr());
+  }
+
+  /// The buffer behind a stream, null when the stream reads something else.
+  static MemoryReadBuffer* of(const std::istream& is) {
+    std::streambuf* buffer = is.rdbuf();
+    return buffer != nullptr && typeid(*buffer) == typeid(MemoryReadBuffer) ? static_cast<MemoryReadBuffer*>(buffer)
+                                                                            : nullptr;
+  }
+
+ protected:
+  pos_type seekoff(off_type offset, std::ios_base::seekdir direction, std::ios_base::openmode which) override;
+  pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
+};
+
+/// Collects what is written in memory that grows as needed and is kept for reuse.
+class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
+ public:
+  /// The free room that follows the octets written so far.
+  struct Room {
+    std::uint8_t* position;
+    std::uint8_t* end;
+  };
+
+  MemoryWriteBuffer() = default;
+  ~MemoryWriteBuffer() override;
+
+  std::size_t size() const { return offset_of(reinterpret_cast<const std::uint8_t*>(pptr())); }
+
+  /// All octets written; valid until the next write.
+  std::span<const std::uint8_t> octets() const { return {memory_.get(), size()}; }
+
+  /// Forgets what follows the first `size` octets; the memory is kept.
+  void truncate(std::size_t size);
+  void clear() { truncate(0); }
+
+  Room room() { return {reinterpret_cast<std::uint8_t*>(pptr()), reinterpret_cast<std::uint8_t*>(epptr())}; }
+
+  /// Makes room for at least `count` octets after `position`; octets stored up to there are kept but not yet written.
+  Room grow(const std::uint8_t* position, std::size_t count);
+
+  /// Takes the octets stored up to `position` as written.
+  void written_up_to(const std::uint8_t* position) { set_position(offset_of(position)); }
+
+  /// The octet at `offset`; valid until the memory grows.
+  std::uint8_t* at(std::size_t offset) { return memory_.get() + offset; }
+  std::size_t offset_of(const std::uint8_t* position) const {
+    return static_cast<std::size_t>(position - memory_.get());
+  }
+
+  /// The buffer behind a stream, null when the stream writes to something else.
+  static MemoryWriteBuffer* of(const std::ostream& os) {
+    std::streambuf* buffer = os.rdbuf();
+    return buffer != nullptr && typeid(*buffer) == typeid(MemoryWriteBuffer) ? static_cast<MemoryWriteBuffer*>(buffer)
+                                                                             : nullptr;
+  }
+
+ protected:
+  int_type overflow(int_type character) override;
+  std::streamsize xsputn(const char* characters, std::streamsize count) override;
+  pos_type seekoff(off_type offset, std::ios_base::seekdir direction, std::ios_base::openmode which) override;
+
+ private:
+  /// The put area begins at the position itself: its own offsets are int and would not carry large contents.
+  void set_position(std::size_t offset) {
+    setp(reinterpret_cast<char*>(memory_.get() + offset), reinterpret_cast<char*>(memory_.get() + capacity_));
+  }
+
+  std::unique_ptr<std::uint8_t[]> memory_;
+  std::size_t capacity_ = 0;
+};
+
+/// An input stream over borrowed octets.
+class QEL_EXPORT MemoryIStream final : public std::istream {
+ public:
+  MemoryIStream() : std::istream(nullptr) { rdbuf(&buffer_); }
+  explicit MemoryIStream(std::span<const std::uint8_t> octets) : MemoryIStream() { buffer_.reset(octets); }
+  ~MemoryIStream() override;
+
+  /// Starts over on other octets with a good state; costs far less than a new stream.
+  void reset(std::span<const std::uint8_t> octets) {
+    buffer_.reset(octets);
+    clear();
+  }
+  std::size_t consumed() const { return buffer_.consumed(); }
+
+ private:
+  MemoryReadBuffer buffer_;
+};
+
+/// An output stream that collects octets in memory of its own.
+class QEL_EXPORT MemoryOStream final : public std::ostream {
+ public:
+  MemoryOStream() : std::ostream(nullptr) { rdbuf(&buffer_); }
+  ~MemoryOStream() override;
+
+  /// Starts over, empty and with a good state; the memory is kept.
+  void reset() {
+    buffer_.clear();
+    clear();
+  }
+  std::span<const std::uint8_t> octets() const { return buffer_.octets(); }
+  MemoryWriteBuffer& buffer() { return buffer_; }
+
+ private:
+  MemoryWriteBuffer buffer_;
+};
+
+}  // namespace qel::serialization

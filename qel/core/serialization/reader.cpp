@@ -1,0 +1,26 @@
+#include "qel/core/serialization/reader.h"
+
+#include <algorithm>
+
+#include "qel/core/serialization/serialization_exception.h"
+
+namespace qel::serialization {
+
+ReadWindow ReadSource::refill(const std::uint8_t* position, std::span<const PrimitiveEnd> primitives) {
+  if (memory_ != nullptr) {
+    // The memory ends inside this step: `read` below takes what is left and fails, and its position is the last word.
+    memory_->read_up_to(position);
+    memory_ = nullptr;
+  }
+  const std::size_t size = primitives.back().end;
+  is_.read(reinterpret_cast<char*>(scratch_), static_cast<std::streamsize>(size));
+  if (is_.fail()) {
+    const auto read = static_cast<std::size_t>(is_.gcount());
+    const auto cut = std::find_if(primitives.begin(), primitives.end(),
+                                  [read](const PrimitiveEnd& primitive) { return primitive.end > read; });
+    throw SerializationException(cut->texts->deserialize);
+  }
+  return {scratch_, scratch_ + size};
+}
+
+}  // namespace qel::serialization

@@ -1,0 +1,155 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <istream>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "qel/core/export.h"
+#include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/wire_type.h"
+
+namespace qel::serialization {
+
+/// Octets that can be taken at once.
+struct ReadWindow {
+  const std::uint8_t* position;
+  const std::uint8_t* end;
+};
+
+/// Where a Reader's octets come from: the memory behind a MemoryReadBuffer, all of it at once, or any other stream,
+/// just as many octets as a step needs.
+class QEL_EXPORT ReadSource {
+ public:
+  static constexpr std::size_t LARGEST_STEP = 256;
+
+  explicit ReadSource(std::istream& is) : is_(is), memory_(is.good() ? MemoryReadBuffer::of(is) : nullptr) {}
+  ReadSource(const ReadSource&) = delete;
+  ReadSource& operator=(const ReadSource&) = delete;
+
+  ReadWindow open() const {
+    if (memory_ == nullptr) {
+      return {scratch_, scratch_};
+    }
+    const std::span<const std::uint8_t> octets = memory_->unread();
+    return {octets.data(), octets.data() + octets.size()};
+  }
+
+  /// Reads the octets of the given primitives, at most LARGEST_STEP. When they are not there, the stream is left as
+  /// `read` leaves it, and the exception is that of the first primitive that lacks an octet.
+  ReadWindow refill(const std::uint8_t* position, std::span<const PrimitiveEnd> primitives);
+
+  void close(const std::uint8_t* position) {
+    if (memory_ != nullptr) {
+      memory_->read_up_to(position);
+    }
+  }
+
+ private:
+  std::istream& is_;
+  MemoryReadBuffer* memory_;
+  std::uint8_t scratch_[LARGEST_STEP];
+};
+
+/// Takes fields of fixed size from a stream, several in one step. Nothing else may read the stream until the Reader is
+/// gone; then the stream stands behind the last octet taken.
+///
+/// It is a pair of pointers that never leaves the function that uses it, so that they stay in registers.
+class Reader {
+ public:
+  explicit Reader(ReadSource& source) : source_(source), window_(source.open()) {}
+  Reader(const Reader&) = delete;
+  Reader& operator=(const Reader&) = delete;
+  ~Reader() { source_.close(window_.position); }
+
+  /// The fields in order. Throws SerializationException with the text of the field that is cut short; then none is
+  /// changed.
+  template <FixedWire... T>
+  void get(T&... fields) {
+    const std::uint8_t* octets = take<T...>();
+    ((WireType<T>::load(octets, fields), octets += WireType<T>::SIZE), ...);
+  }
+
+  template <FixedWire T>
+  T get() {
+    T value{};
+    get(value);
+    return value;
+  }
+
+  /// Appends `count` values. The vector grows with the octets that are there, never with the count alone.
+  template <FixedWire T>
+  void get_list(std::vector<T>& values, std::size_t count) {
+    constexpr std::size_t SIZE = WireType<T>::SIZE;
+    while (count != 0) {
+      const std::size_t chunk = next_chunk<T>(count);
+      const std::uint8_t* octets = take_chunk<T>(chunk);
+      const std::size_t first = values.size();
+      values.resize(first + chunk);
+      if constexpr (WireType<T>::OCTETS) {
+        std::memcpy(values.data() + first, octets, chunk * SIZE);
+      } else {
+        for (std::size_t i = 0; i < chunk; ++i) {
+          WireType<T>::load(octets + i * SIZE, values[first + i]);
+        }
+      }
+      count -= chunk;
+    }
+  }
+
+  /// Appends `count` characters, each of them a `char` primitive.
+  void get_characters(std::string& text, std::size_t count) {
+    while (count != 0) {
+      const std::size_t chunk = next_chunk<char>(count);
+      text.append(reinterpret_cast<const char*>(take_chunk<char>(chunk)), chunk);
+      count -= chunk;
+    }
+  }
+
+  /// How many whole values of `size` octets the memory still holds; a hint to reserve by, 0 for other streams.
+  std::size_t present(std::size_t size) const {
+    return static_cast<std::size_t>(window_.end - window_.position) / size;
+  }
+
+ private:
+  template <FixedWire... T>
+  const std::uint8_t* take() {
+    static_assert(WIRE_SIZE<T...> <= ReadSource::LARGEST_STEP);
+    return take(WIRE_SIZE<T...>, PRIMITIVE_ENDS<T...>);
+  }
+
+  const std::uint8_t* take(std::size_t size, std::span<const PrimitiveEnd> primitives) {
+    if (static_cast<std::size_t>(window_.end - window_.position) < size) [[unlikely]] {
+      window_ = source_.refill(window_.position, primitives);
+    }
+    const std::uint8_t* octets = window_.position;
+    window_.position += size;
+    return octets;
+  }
+
+  /// As many values of a list as are there; where none is, as many as one step may fetch or fail for.
+  template <FixedWire T>
+  std::size_t next_chunk(std::size_t count) const {
+    const std::size_t held = present(WireType<T>::SIZE);
+    return std::min(count, held != 0 ? held : WireType<T>::OCTETS ? ReadSource::LARGEST_STEP / WireType<T>::SIZE : 1);
+  }
+
+  template <FixedWire T>
+  const std::uint8_t* take_chunk(std::size_t count) {
+    if constexpr (WireType<T>::OCTETS) {
+      const PrimitiveEnd run{count * WireType<T>::SIZE, PRIMITIVE_ENDS<T>.back().texts};
+      return take(run.end, {&run, 1});
+    } else {
+      return take(count * WireType<T>::SIZE, PRIMITIVE_ENDS<T>);
+    }
+  }
+
+  ReadSource& source_;
+  ReadWindow window_;
+};
+
+}  // namespace qel::serialization

@@ -1,0 +1,30 @@
+#include "qel/core/serialization/serialization_context.h"
+
+#include "qel/core/serialization/serialization_exception.h"
+
+namespace qel::serialization {
+
+SerializationContext::SerializationContext() = default;
+SerializationContext::~SerializationContext() = default;
+
+MemoryOStream& SerializationContext::borrow() {
+  if (lent_ == streams_.size()) {
+    streams_.push_back(std::make_unique<MemoryOStream>());
+  }
+  MemoryOStream& stream = *streams_[lent_++];
+  stream.reset();
+  return stream;
+}
+
+SerializationContext::Loan::Loan(SerializationContext& context) : context_(context), stream_(context.borrow()) {}
+SerializationContext::Loan::~Loan() { --context_.lent_; }
+
+SerializationContext::Nesting::Nesting(SerializationContext& context) : context_(context) {
+  if (context.nesting_ == MAX_NESTING) {
+    throw SerializationException("TLVs are nested too deeply!");
+  }
+  ++context.nesting_;
+}
+SerializationContext::Nesting::~Nesting() { --context_.nesting_; }
+
+}  // namespace qel::serialization

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include "qel/core/export.h"
+
+namespace qel::serialization {
+
+/// The one exception of bad data and failed streams.
+class QEL_EXPORT SerializationException : public std::exception {
+ public:
+  explicit SerializationException(const char* message);
+  explicit SerializationException(std::string&& message);
+  SerializationException(const SerializationException&) = default;
+  SerializationException& operator=(const SerializationException&) = default;
+  ~SerializationException() override;
+
+  const char* what() const noexcept override;
+
+ private:
+  std::string message_;
+};
+
+}  // namespace qel::serialization

@@ -1,0 +1,127 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "qel/core/serialization/wire_type.h"
+
+/// The vocabulary of wire tables. A record or TLV has one table, `static constexpr auto table()`, with a row for each
+/// field in wire order; encoding, decoding, comparison and debug text all follow it (table_codec.h).
+///
+///     static constexpr auto table() {
+///       using T = ClientInfoTLV;
+///       return rows(Field{" BSSID: ", &T::bssid_},  //
+///                   Field{" Client: ", &T::client_mac_});
+///     }
+namespace qel::serialization {
+
+class Reader;
+class Writer;
+
+/// A field of fixed size. The label is what the debug text puts before the value; a field without one is not printed,
+/// for tables of classes that print themselves.
+template <class C, class T>
+struct Field {
+  constexpr Field(const char* field_label, T C::*field) : label(field_label), member(field) {}
+  constexpr explicit Field(T C::*field) : label(nullptr), member(field) {}
+
+  static constexpr bool FIXED = true;
+  static constexpr std::size_t MIN_SIZE = WireType<T>::SIZE;
+  T& of(C& object) const { return object.*member; }
+  const T& of(const C& object) const { return object.*member; }
+
+  const char* label;
+  T C::*member;
+};
+
+/// The wire type of an octet that is written as 0 and ignored on reading.
+struct ReservedOctet {
+  friend constexpr bool operator==(const ReservedOctet&, const ReservedOctet&) = default;
+  friend constexpr bool operator<(const ReservedOctet&, const ReservedOctet&) { return false; }
+};
+inline ReservedOctet RESERVED_OCTET;
+
+template <>
+struct WireType<ReservedOctet> {
+  static constexpr std::size_t SIZE = 1;
+  static constexpr bool OCTETS = false;
+  static constexpr auto fields() { return WireType<std::uint8_t>::fields(); }
+  static void store(std::uint8_t* out, const ReservedOctet&) { *out = 0; }
+  static void load(const std::uint8_t*, ReservedOctet&) {}
+};
+
+struct Reserved {
+  static constexpr bool FIXED = true;
+  static constexpr std::size_t MIN_SIZE = 1;
+  template <class C>
+  ReservedOctet& of(C&) const {
+    return RESERVED_OCTET;
+  }
+
+  const char* label = nullptr;
+};
+
+/// How the debug text shows a list: `before`, then each element between `prefix` and `suffix`, then `after`.
+/// A list without `before` is not printed.
+struct ListText {
+  const char* before = nullptr;
+  const char* prefix = "";
+  const char* suffix = "";
+  const char* after = "";
+};
+
+/// How many elements a list may have when it is encoded, and what is thrown otherwise. Decoding takes any count.
+struct CountLimits {
+  std::size_t min;
+  std::size_t max;
+  const char* error = "Invalid size";
+};
+
+/// A list behind its count, an unsigned integer of type N.
+template <class N, class C, class E>
+struct CountedList {
+  static constexpr bool FIXED = false;
+  static constexpr std::size_t MIN_SIZE = sizeof(N);
+  std::vector<E>& of(C& object) const { return object.*member; }
+  const std::vector<E>& of(const C& object) const { return object.*member; }
+
+  ListText text;
+  std::vector<E> C::*member;
+  CountLimits limits;
+};
+
+template <class C, class E>
+constexpr CountedList<std::uint8_t, C, E> list8(ListText text, std::vector<E> C::*member, CountLimits limits) {
+  return {text, member, limits};
+}
+
+/// A list of elements of fixed size up to the end of the body, directly behind fields of fixed size. A length that does
+/// not even cover those throws `too_short`; a rest that the elements do not fill throws `uneven`.
+template <class C, class E>
+struct RestList {
+  static constexpr bool FIXED = false;
+  static constexpr std::size_t MIN_SIZE = 0;
+  std::vector<E>& of(C& object) const { return object.*member; }
+  const std::vector<E>& of(const C& object) const { return object.*member; }
+
+  ListText text;
+  std::vector<E> C::*member;
+  const char* too_short;
+  const char* uneven;
+};
+
+template <class C, class E>
+constexpr RestList<C, E> rest_list(ListText text, std::vector<E> C::*member, const char* too_short,
+                                   const char* uneven) {
+  return {text, member, too_short, uneven};
+}
+
+template <class... Rows>
+constexpr std::tuple<Rows...> rows(Rows... list) {
+  return {list...};
+}
+
+}  // namespace qel::serialization

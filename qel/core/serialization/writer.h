@@ -1,0 +1,133 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <ostream>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "qel/core/export.h"
+#include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/serialization_context.h"
+#include "qel/core/serialization/wire_type.h"
+
+namespace qel::serialization {
+
+/// Writes all octets with one call; a stream that takes fewer is set bad, and the exception is that of the first
+/// primitive that was not taken whole. The last primitive stands for all octets that follow it.
+QEL_EXPORT void write_octets(std::ostream& os, std::span<const std::uint8_t> octets,
+                             std::span<const PrimitiveEnd> primitives);
+
+/// The memory in which something is built: that of the output stream itself when it writes to a MemoryWriteBuffer, else
+/// memory lent by the context. What was built there is seen in the output only after `finish`.
+class QEL_EXPORT WriteTarget {
+ public:
+  WriteTarget(std::ostream& os, SerializationContext& context) : os_(os), memory_(own_memory(os)), mark_(0) {
+    if (memory_ == nullptr) {
+      borrow(context);
+    }
+    mark_ = memory_->size();
+  }
+  WriteTarget(const WriteTarget&) = delete;
+  WriteTarget& operator=(const WriteTarget&) = delete;
+  ~WriteTarget() {
+    if (!finished_) {
+      memory_->truncate(mark_);
+    }
+  }
+
+  MemoryWriteBuffer& memory() { return *memory_; }
+
+  /// A stream that writes to the same memory, for what encodes itself.
+  std::ostream& stream() { return loan_ ? loan_->stream() : os_; }
+
+  /// Where in the memory this target's first octet is.
+  std::size_t mark() const { return mark_; }
+
+  /// Hands the octets over to the output; `primitives` as in write_octets.
+  void finish(std::span<const PrimitiveEnd> primitives) {
+    if (loan_) {
+      hand_over(primitives);
+    }
+    finished_ = true;
+  }
+
+ private:
+  static MemoryWriteBuffer* own_memory(const std::ostream& os) {
+    return os.good() ? MemoryWriteBuffer::of(os) : nullptr;
+  }
+  void borrow(SerializationContext& context);
+  void hand_over(std::span<const PrimitiveEnd> primitives);
+
+  std::ostream& os_;
+  MemoryWriteBuffer* memory_;
+  std::size_t mark_;
+  std::optional<SerializationContext::Loan> loan_;
+  bool finished_ = false;
+};
+
+/// Puts fields into memory, those of fixed size several in one step. What was put is lost unless `commit` follows.
+///
+/// Like the Reader a pair of pointers that never leaves the function that uses it.
+class Writer {
+ public:
+  explicit Writer(MemoryWriteBuffer& memory) : memory_(memory), room_(memory.room()) {}
+  Writer(const Writer&) = delete;
+  Writer& operator=(const Writer&) = delete;
+
+  template <FixedWire... T>
+  void put(const T&... fields) {
+    std::uint8_t* octets = take(WIRE_SIZE<T...>);
+    ((WireType<T>::store(octets, fields), octets += WireType<T>::SIZE), ...);
+  }
+
+  template <FixedWire T>
+  void put_list(const std::vector<T>& values) {
+    std::uint8_t* octets = take(values.size() * WireType<T>::SIZE);
+    if constexpr (WireType<T>::OCTETS) {
+      if (!values.empty()) {
+        std::memcpy(octets, values.data(), values.size() * WireType<T>::SIZE);
+      }
+    } else {
+      for (const T& value : values) {
+        WireType<T>::store(octets, value);
+        octets += WireType<T>::SIZE;
+      }
+    }
+  }
+
+  void put_characters(std::string_view text) {
+    if (!text.empty()) {
+      std::memcpy(take(text.size()), text.data(), text.size());
+    }
+  }
+
+  /// The offset in the memory of the next octet.
+  std::size_t offset() const { return memory_.offset_of(room_.position); }
+
+  /// Overwrites a field put before at `offset`.
+  template <FixedWire T>
+  void put_at(std::size_t offset, const T& field) {
+    WireType<T>::store(memory_.at(offset), field);
+  }
+
+  void commit() { memory_.written_up_to(room_.position); }
+
+ private:
+  std::uint8_t* take(std::size_t size) {
+    if (static_cast<std::size_t>(room_.end - room_.position) < size) [[unlikely]] {
+      room_ = memory_.grow(room_.position, size);
+    }
+    std::uint8_t* octets = room_.position;
+    room_.position += size;
+    return octets;
+  }
+
+  MemoryWriteBuffer& memory_;
+  MemoryWriteBuffer::Room room_;
+};
+
+}  // namespace qel::serialization

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+
+#include "qel/core/export.h"
+#include "qel/ieee1905_1/table_tlv.h"
+
+namespace qel::ieee1905_1 {
+
+/// IEEE 1905.1-2013, 6.4.14 and 6.4.16. Octets without a name are kept.
+enum class RoleType : std::uint8_t { REGISTRAR = 0, INVALID = 255 };
+
+/// IEEE 1905.1-2013, 6.4.15 and 6.4.17. Octets without a name are kept.
+enum class FrequencyBand : std::uint8_t {
+  IEEE802_11_2_4_GHZ = 0,
+  IEEE802_11_5_GHZ = 1,
+  IEEE802_11_60_GHZ = 2,
+  INVALID = 255
+};
+
+QEL_EXPORT std::string enum_to_string(RoleType role);
+QEL_EXPORT std::string enum_to_string(FrequencyBand band);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, RoleType role);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, FrequencyBand band);
+
+/// A role in the search for a registrar: searched (type 13) or supported (type 15).
+template <TLVType TYPE>
+class QEL_EXPORT RoleTLV final : public TableTLV<RoleTLV<TYPE>, TYPE> {
+ public:
+  RoleTLV() = default;
+  explicit RoleTLV(RoleType role) : role_(role) {}
+
+  RoleType get_role() const { return role_; }
+  void set_role(RoleType role) { role_ = role; }
+
+  static constexpr auto table() { return serialization::rows(serialization::Field{" role: ", &RoleTLV::role_}); }
+
+ private:
+  RoleType role_ = RoleType::REGISTRAR;
+};
+
+/// A band in the search for a registrar: the one to be configured (type 14) or supported (type 16).
+template <TLVType TYPE>
+class QEL_EXPORT FrequencyBandTLV final : public TableTLV<FrequencyBandTLV<TYPE>, TYPE> {
+ public:
+  FrequencyBandTLV() = default;
+  explicit FrequencyBandTLV(FrequencyBand band) : frequency_(band) {}
+
+  FrequencyBand get_frequency_band() const { return frequency_; }
+  void set_frequency_band(FrequencyBand band) { frequency_ = band; }
+
+  static constexpr auto table() {
+    return serialization::rows(serialization::Field{" frequency: ", &FrequencyBandTLV::frequency_});
+  }
+
+ private:
+  FrequencyBand frequency_ = FrequencyBand::IEEE802_11_2_4_GHZ;
+};
+
+using SearchedRoleTLV = RoleTLV<TLVType::SEARCHED_ROLE>;
+using SupportedRoleTLV = RoleTLV<TLVType::SUPPORTED_ROLE>;
+using AutoconfigFrequencyBandTLV = FrequencyBandTLV<TLVType::AUTOCONFIG_FREQUENCY_BAND>;
+using SupportedFrequencyBandTLV = FrequencyBandTLV<TLVType::SUPPORTED_FREQUENCY_BAND>;
+
+extern template class TableTLV<SearchedRoleTLV, TLVType::SEARCHED_ROLE>;
+extern template class TableTLV<SupportedRoleTLV, TLVType::SUPPORTED_ROLE>;
+extern template class TableTLV<AutoconfigFrequencyBandTLV, TLVType::AUTOCONFIG_FREQUENCY_BAND>;
+extern template class TableTLV<SupportedFrequencyBandTLV, TLVType::SUPPORTED_FREQUENCY_BAND>;
+
+}  // namespace qel::ieee1905_1

@@ -1,0 +1,50 @@
+#include "qel/ieee1905_1/framework_tlvs.h"
+
+#include <istream>
+
+#include "qel/core/serialization/serialization_exception.h"
+#include "qel/ieee1905_1/table_tlv_impl.h"
+
+namespace qel::ieee1905_1 {
+
+using serialization::SerializationException;
+
+void EndOfMessageTLV::encode_body(serialization::Writer&) const {}
+
+void EndOfMessageTLV::decode_body(serialization::Reader&, std::uint16_t length) {
+  if (length != 0) {
+    throw SerializationException("Deserialization of EndOfMessageTLV failed, length is not null!");
+  }
+}
+
+void DummyTLV::serialize_impl(std::ostream&, serialization::SerializationContext&) const {
+  throw SerializationException("DummyTLV is not serializable!");
+}
+
+void DummyTLV::deserialize_impl(std::istream& is, serialization::SerializationContext&) {
+  std::uint16_t length = 0;
+  {
+    serialization::ReadSource source(is);
+    serialization::Reader in(source);
+    in.get(represented_type_);
+    in.get(length);
+  }
+  is.seekg(length, std::ios_base::cur);
+  if (is.fail()) {
+    throw SerializationException("Deserialization of DummyTLV failed, could not seek stream!");
+  }
+  consumed_length_ += length;
+  consumed_total_length_ += length + std::uint32_t{serialization::FRAME_HEADER_SIZE};
+}
+
+bool DummyTLV::operator==(const TLV& other) const {
+  return TLV::operator==(other) && represented_type_ == static_cast<const DummyTLV&>(other).represented_type_;
+}
+
+template class TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE>;
+template class TableTLV<MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>, TLVType::AL_MAC_ADDRESS>;
+template class TableTLV<MACAddressTLVCommon<TLVType::MAC_ADDRESS>, TLVType::MAC_ADDRESS>;
+template class TableTLV<MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>, TLVType::AP_RADIO_IDENTIFIER>;
+template class TableTLV<MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>, TLVType::STA_MAC_ADDRESS>;
+
+}  // namespace qel::ieee1905_1

@@ -1,0 +1,66 @@
+#include "qel/ieee1905_1/link_metric_tlvs.h"
+
+#include <ostream>
+
+#include "qel/core/enum_text.h"
+#include "qel/core/serialization/record_impl.h"
+#include "qel/ieee1905_1/table_tlv_impl.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+constexpr EnumText QUERY_NEIGHBORS[] = {
+    {0, "ALL_NEIGHBORS"},
+    {1, "SPECIFIC_NEIGHBOR"},
+    {255, "INVALID"},
+};
+constexpr EnumText QUERIES[] = {
+    {0, "TX_LINK_METRIC_ONLY"},
+    {1, "RX_LINK_METRIC_ONLY"},
+    {2, "TX_RX_LINK_METRY"},
+    {255, "INVALID"},
+};
+constexpr EnumText RESULT_CODES[] = {
+    {0, "INVALID_NEIGHBOR"},
+    {255, "INVALID"},
+};
+
+}  // namespace
+
+std::string enum_to_string(LinkMetricQueryNeighbors neighbors) { return enum_text(QUERY_NEIGHBORS, neighbors); }
+std::string enum_to_string(LinkMetricQuery query) { return enum_text(QUERIES, query); }
+std::string enum_to_string(LinkMetricResultCode code) { return enum_text(RESULT_CODES, code); }
+std::ostream& operator<<(std::ostream& os, LinkMetricQueryNeighbors neighbors) {
+  return print_enum(os, QUERY_NEIGHBORS, neighbors);
+}
+std::ostream& operator<<(std::ostream& os, LinkMetricQuery query) { return print_enum(os, QUERIES, query); }
+std::ostream& operator<<(std::ostream& os, LinkMetricResultCode code) { return print_enum(os, RESULT_CODES, code); }
+
+void LinkMetricQueryTLV::dbg_str(std::ostream& os) const {
+  TLV::dbg_str(os);
+  os << " neighbors: " << query_neighbor_;
+  if (query_neighbor_ == LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR) {
+    os << " MAC address: " << AL_MAC_neighbor_;
+  }
+  os << " metric requested: " << link_metric_;
+}
+
+template <class Derived, class Information>
+void LinkMetric<Derived, Information>::dbg_str(std::ostream& os) const {
+  os << Derived::TITLE << " receiving_al_mac: " << receiving_interface_MAC_
+     << " neighbor_al_mac: " << neighbor_interface_MAC_ << " {" << link_metric_information_ << "}";
+}
+
+template class LinkMetric<TransmitterLinkMetric, TransmitterLinkMetricInformation>;
+template class LinkMetric<ReceiverLinkMetric, ReceiverLinkMetricInformation>;
+
+template class TableTLV<LinkMetricQueryTLV, TLVType::LINK_METRIC_QUERY>;
+template class TableTLV<TransmitterLinkMetricTLV, TLVType::TRANSMITTER_LINK_METRIC>;
+template class TableTLV<ReceiverLinkMetricTLV, TLVType::RECEIVER_LINK_METRIC>;
+template class TableTLV<LinkMetricResultCodeTLV, TLVType::LINK_METRIC_RESULT_CODE>;
+
+}  // namespace qel::ieee1905_1
+
+template class qel::serialization::Record<qel::ieee1905_1::TransmitterLinkMetric>;
+template class qel::serialization::Record<qel::ieee1905_1::ReceiverLinkMetric>;

@@ -1,0 +1,57 @@
+#include "qel/ieee1905_1/media_specific_information.h"
+
+#include <ostream>
+
+#include "qel/ieee1905_1/media_specific_information_codec.h"
+
+namespace qel::ieee1905_1 {
+
+using serialization::SerializationContext;
+
+std::ostream& operator<<(std::ostream& os, const MediaSpecificInformation& information) {
+  information.dbg_str(os);
+  return os;
+}
+
+template <class Derived, InterfaceType TYPE>
+void TableMediaSpecificInformation<Derived, TYPE>::serialize_impl(std::ostream& os,
+                                                                  SerializationContext& context) const {
+  serialization::WriteTarget target(os, context);
+  serialization::Writer out(target.memory());
+  encode_block(out, static_cast<const Derived&>(*this));
+  out.commit();
+  target.finish(serialization::PRIMITIVE_ENDS<std::uint8_t>);
+}
+
+template <class Derived, InterfaceType TYPE>
+void TableMediaSpecificInformation<Derived, TYPE>::deserialize_impl(std::istream& is, SerializationContext&) {
+  serialization::ReadSource source(is);
+  serialization::Reader in(source);
+  decode_block(in, static_cast<Derived&>(*this));
+}
+
+template <class Derived, InterfaceType TYPE>
+bool TableMediaSpecificInformation<Derived, TYPE>::operator<(const MediaSpecificInformation& other) const {
+  if (other.get_interface_type() != TYPE) {
+    return TYPE < other.get_interface_type();
+  }
+  return serialization::less_rows(static_cast<const Derived&>(*this), static_cast<const Derived&>(other));
+}
+
+template <class Derived, InterfaceType TYPE>
+bool TableMediaSpecificInformation<Derived, TYPE>::operator==(const MediaSpecificInformation& other) const {
+  return other.get_interface_type() == TYPE &&
+         serialization::equal_rows(static_cast<const Derived&>(*this), static_cast<const Derived&>(other));
+}
+
+void NoMediaSpecificInformation::dbg_str(std::ostream& os) const { os << "<no media-specific information>"; }
+
+void WLANSpecificInformation::dbg_str(std::ostream& os) const { serialization::print_rows(os, *this); }
+
+void PLCSpecificInformation::dbg_str(std::ostream& os) const { serialization::print_rows(os, *this); }
+
+template class TableMediaSpecificInformation<NoMediaSpecificInformation, InterfaceType::UNKNOWN>;
+template class TableMediaSpecificInformation<WLANSpecificInformation, InterfaceType::WLAN>;
+template class TableMediaSpecificInformation<PLCSpecificInformation, InterfaceType::PLC>;
+
+}  // namespace qel::ieee1905_1

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "qel/core/serialization/table.h"
+#include "qel/ieee1905_1/tlv.h"
+
+namespace qel::ieee1905_1 {
+
+/// A TLV given by the wire table of Derived.
+///
+/// What does not fit a table is ordinary code in Derived: `encode_body(Writer&) const` and
+/// `decode_body(Reader&, std::uint16_t length)` for the body, `equals` for the comparison, an override of `dbg_str` for
+/// the text. The source file of Derived holds `template class TableTLV<Derived, TYPE>;`.
+template <class Derived, TLVType TYPE>
+class QEL_EXPORT TableTLV : public TLVCommon<TYPE> {
+ public:
+  void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override;
+  void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
+  void dbg_str(std::ostream& os) const override;
+  bool operator==(const TLV& other) const override;
+
+  /// Two of the same class; without it the comparison would be ambiguous.
+  friend bool operator==(const Derived& left, const Derived& right) { return left.TableTLV::operator==(right); }
+};
+
+}  // namespace qel::ieee1905_1

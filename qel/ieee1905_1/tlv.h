@@ -1,0 +1,44 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "qel/core/export.h"
+#include "qel/core/serialization/binary_serializable.h"
+#include "qel/ieee1905_1/tlv_type.h"
+
+namespace qel::ieee1905_1 {
+
+/// An information element of a CMDU: a type octet, a 16-bit length, and a body of that many octets
+/// (IEEE 1905.1-2013, 6.4).
+///
+/// Decoding begins at the type octet. Neither the type nor, unless the class says so, the length is compared with
+/// anything: the factory chose the class by the type, and a body ends where its fields end.
+class QEL_EXPORT TLV : public serialization::BinarySerializable {
+ public:
+  ~TLV() override;
+
+  /// Prints "type: " and the name of the type; classes with fields go on from there.
+  virtual void dbg_str(std::ostream& os) const;
+  virtual TLVType get_type() const = 0;
+  virtual bool operator==(const TLV& other) const;
+
+  bool operator!=(const TLV& other) const { return !operator==(other); }
+  bool is_same_type(const TLV& other) const { return get_type() == other.get_type(); }
+
+ protected:
+  TLV() = default;
+  TLV(const TLV&) = default;
+  TLV(TLV&&) = default;
+  TLV& operator=(const TLV&) = default;
+  TLV& operator=(TLV&&) = default;
+};
+
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, const TLV& tlv);
+
+template <TLVType TYPE>
+class QEL_EXPORT TLVCommon : public TLV {
+ public:
+  TLVType get_type() const override { return TYPE; }
+};
+
+}  // namespace qel::ieee1905_1

@@ -1,0 +1,56 @@
+#include "qel/ieee1905_1/vendor/qel_tlv_type.h"
+
+#include <istream>
+#include <ostream>
+#include <utility>
+
+#include "qel/core/serialization/binary_serializable_type.h"
+#include "qel/core/serialization/serialization_exception.h"
+#include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/tlv_factory.h"
+
+namespace qel::ieee1905_1 {
+
+using serialization::SerializationContext;
+using serialization::SerializationException;
+
+QELTLVType::QELTLVType() : QELTLVType(nullptr) {}
+
+QELTLVType::QELTLVType(std::unique_ptr<TLV> tlv) { set_tlv(std::move(tlv)); }
+
+void QELTLVType::set_tlv(std::unique_ptr<TLV>&& tlv) {
+  tlv_ = tlv != nullptr ? std::move(tlv) : std::make_unique<DummyTLV>();
+}
+
+void QELTLVType::set_tlv(std::unique_ptr<TLV>& tlv) { set_tlv(std::move(tlv)); }
+
+void QELTLVType::serialize_impl(std::ostream& os, SerializationContext& context) const {
+  serialization::WriteTarget target(os, context);
+  serialization::BinarySerializableType<QELVendorTLVType>::serialize(target.stream(), context, get_type());
+  tlv_->serialize_impl(target.stream(), context);
+  target.finish(serialization::PRIMITIVE_ENDS<QELVendorTLVType>);
+}
+
+void QELTLVType::deserialize_impl(std::istream& is, SerializationContext& context) {
+  const SerializationContext::Nesting nesting(context);
+  QELVendorTLVType subtype{};
+  serialization::BinarySerializableType<QELVendorTLVType>::deserialize(is, context, subtype);
+  const std::istream::int_type type = is.peek();
+  std::unique_ptr<TLV> tlv = is.good() ? create_TLV(static_cast<TLVType>(type)) : nullptr;
+  if (tlv == nullptr) {
+    throw SerializationException("Could not create IEEE1905 TLV!");
+  }
+  tlv->deserialize_impl(is, context);
+  tlv_ = std::move(tlv);
+}
+
+bool QELTLVType::operator==(const VendorSpecific& other) const {
+  return VendorSpecific::operator==(other) && *tlv_ == *static_cast<const QELTLVType&>(other).tlv_;
+}
+
+void QELTLVType::dbg_str(std::ostream& os) const {
+  VendorSpecific::dbg_str(os);
+  os << "\n\t" << *tlv_;
+}
+
+}  // namespace qel::ieee1905_1

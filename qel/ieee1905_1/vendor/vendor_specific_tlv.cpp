@@ -1,0 +1,96 @@
+#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
+
+#include <istream>
+#include <ostream>
+#include <utility>
+
+#include "qel/core/serialization/framed.h"
+#include "qel/core/serialization/reader.h"
+#include "qel/core/serialization/serialization_exception.h"
+#include "qel/core/vendor_oui.h"
+#include "qel/ieee1905_1/vendor/vendor_factory.h"
+
+namespace qel::ieee1905_1 {
+
+using serialization::SerializationContext;
+using serialization::SerializationException;
+
+namespace {
+
+/// The payload object that reads the `length` octets behind the OUI, of which the first is peeked at.
+std::unique_ptr<VendorSpecific> make_payload(std::istream& is, const VendorSpecificTLV::OUI& oui,
+                                             std::uint16_t length) {
+  std::unique_ptr<VendorSpecific> payload;
+  if (oui == VENDOR_OUI) {
+    if (length == 0) {
+      throw SerializationException("Invalid length");
+    }
+    const std::istream::int_type subtype = is.peek();
+    if (is.good()) {
+      payload = create_vendor_specific(static_cast<QELVendorTLVType>(subtype));
+    }
+  }
+  return payload != nullptr ? std::move(payload) : std::make_unique<VendorSpecificUnknown>(length);
+}
+
+}  // namespace
+
+VendorSpecificTLV::VendorSpecificTLV(std::unique_ptr<VendorSpecific> payload)
+    : VendorSpecificTLV(OUI{}, std::move(payload)) {}
+
+VendorSpecificTLV::VendorSpecificTLV(OUI oui, std::unique_ptr<VendorSpecific> payload) : vendor_specific_oui_(oui) {
+  set_vendor_specific(std::move(payload));
+}
+
+void VendorSpecificTLV::set_vendor_specific(std::unique_ptr<VendorSpecific>&& payload) {
+  vendor_specific_ = payload != nullptr ? std::move(payload) : std::make_unique<VendorSpecificUnknown>(0);
+}
+
+void VendorSpecificTLV::set_vendor_specific(std::unique_ptr<VendorSpecific>& payload) {
+  set_vendor_specific(std::move(payload));
+}
+
+void VendorSpecificTLV::serialize_impl(std::ostream& os, SerializationContext& context) const {
+  serialization::WriteTarget target(os, context);
+  serialization::Writer out(target.memory());
+  out.put(get_type(), std::uint16_t{0}, vendor_specific_oui_);
+  out.commit();
+  vendor_specific_->serialize_impl(target.stream(), context);
+  serialization::finish_frame(target, "Invalid size");
+}
+
+void VendorSpecificTLV::deserialize_impl(std::istream& is, SerializationContext& context) {
+  std::uint16_t length = 0;
+  {
+    serialization::ReadSource source(is);
+    serialization::Reader in(source);
+    TLVType type{};
+    in.get(type, length, vendor_specific_oui_);
+  }
+  if (length < vendor_specific_oui_.size()) {
+    throw SerializationException("Invalid OUI");
+  }
+  const auto rest = static_cast<std::uint16_t>(length - vendor_specific_oui_.size());
+  std::unique_ptr<VendorSpecific> payload = make_payload(is, vendor_specific_oui_, rest);
+  payload->deserialize_impl(is, context);
+  vendor_specific_ = std::move(payload);
+}
+
+void VendorSpecificTLV::dbg_str(std::ostream& os) const {
+  TLV::dbg_str(os);
+  os << " Vendor OUI:  [ " << std::hex;
+  for (const std::uint8_t octet : vendor_specific_oui_) {
+    os << "0x" << unsigned{octet} << " ";
+  }
+  os << std::dec << "]\n\t" << *vendor_specific_;
+}
+
+bool VendorSpecificTLV::operator==(const TLV& other) const {
+  if (!TLV::operator==(other)) {
+    return false;
+  }
+  const auto& right = static_cast<const VendorSpecificTLV&>(other);
+  return vendor_specific_oui_ == right.vendor_specific_oui_ && *vendor_specific_ == *right.vendor_specific_;
+}
+
+}  // namespace qel::ieee1905_1
