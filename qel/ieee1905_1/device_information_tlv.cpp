@@ -13,22 +13,29 @@ const MediaSpecificInformation& InterfaceInformation::get_media_specific_informa
                     media_specific_information_);
 }
 
-void InterfaceInformation::encode_body(serialization::Writer& out) const {
-  serialization::encode_rows(out, *this);
-  std::visit([&](const auto& block) { encode_block(out, block); }, media_specific_information_);
+[[gnu::always_inline]] inline void InterfaceInformation::encode_body(serialization::Writer& out) const {
+  const auto put = [&](const auto& block) { serialization::put_rows_and(out, *this, block_length(block), block); };
+  if (const auto* wlan = std::get_if<WLANSpecificInformation>(&media_specific_information_); wlan != nullptr) {
+    put(*wlan);
+  } else if (const auto* plc = std::get_if<PLCSpecificInformation>(&media_specific_information_); plc != nullptr) {
+    put(*plc);
+  } else {
+    put(NoMediaSpecificInformation());
+  }
 }
 
-void InterfaceInformation::decode_body(serialization::Reader& in) {
-  serialization::decode_rows(in, *this, 0);
+[[gnu::always_inline]] inline void InterfaceInformation::decode_body(serialization::Reader& in) {
+  std::uint8_t unchecked_length = 0;
+  serialization::get_rows_and(in, *this, unchecked_length);
   switch (interface_type_) {
     case InterfaceType::WLAN:
-      decode_block(in, media_specific_information_.emplace<WLANSpecificInformation>());
+      in.get(media_specific_information_.emplace<WLANSpecificInformation>());
       break;
     case InterfaceType::PLC:
-      decode_block(in, media_specific_information_.emplace<PLCSpecificInformation>());
+      in.get(media_specific_information_.emplace<PLCSpecificInformation>());
       break;
     default:
-      decode_block(in, media_specific_information_.emplace<NoMediaSpecificInformation>());
+      media_specific_information_.emplace<NoMediaSpecificInformation>();
       break;
   }
 }

@@ -46,8 +46,8 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
                                Field{&T::interface_mode_});
   }
   /// The table, then the media-specific block.
-  void encode_body(serialization::Writer& out) const;
-  void decode_body(serialization::Reader& in);
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in);
 
   bool equals(const InterfaceInformation& other) const;
   bool is_less_than(const InterfaceInformation& other) const;

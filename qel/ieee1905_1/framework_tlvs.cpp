@@ -7,18 +7,14 @@
 
 namespace qel::ieee1905_1 {
 
-using serialization::SerializationException;
-
-void EndOfMessageTLV::encode_body(serialization::Writer&) const {}
-
 void EndOfMessageTLV::decode_body(serialization::Reader&, std::uint16_t length) {
   if (length != 0) {
-    throw SerializationException("Deserialization of EndOfMessageTLV failed, length is not null!");
+    serialization::fail("Deserialization of EndOfMessageTLV failed, length is not null!");
   }
 }
 
 void DummyTLV::serialize_impl(std::ostream&, serialization::SerializationContext&) const {
-  throw SerializationException("DummyTLV is not serializable!");
+  serialization::fail("DummyTLV is not serializable!");
 }
 
 void DummyTLV::deserialize_impl(std::istream& is, serialization::SerializationContext&) {
@@ -31,7 +27,7 @@ void DummyTLV::deserialize_impl(std::istream& is, serialization::SerializationCo
   }
   is.seekg(length, std::ios_base::cur);
   if (is.fail()) {
-    throw SerializationException("Deserialization of DummyTLV failed, could not seek stream!");
+    serialization::fail("Deserialization of DummyTLV failed, could not seek stream!");
   }
   consumed_length_ += length;
   consumed_total_length_ += length + std::uint32_t{serialization::FRAME_HEADER_SIZE};

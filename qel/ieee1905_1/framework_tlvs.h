@@ -11,9 +11,8 @@ namespace qel::ieee1905_1 {
 /// Ends every CMDU (type 0). A length other than 0 is refused.
 class QEL_EXPORT EndOfMessageTLV final : public TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE> {
  public:
-  void encode_body(serialization::Writer& out) const;
+  static constexpr auto table() { return serialization::rows(); }
   void decode_body(serialization::Reader& in, std::uint16_t length);
-  bool equals(const EndOfMessageTLV&) const { return true; }
 };
 
 /// Skips the TLVs that it is asked to read, whatever their type, and sums up their sizes (type 255). It cannot be

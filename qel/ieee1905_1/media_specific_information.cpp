@@ -16,18 +16,23 @@ std::ostream& operator<<(std::ostream& os, const MediaSpecificInformation& infor
 template <class Derived, InterfaceType TYPE>
 void TableMediaSpecificInformation<Derived, TYPE>::serialize_impl(std::ostream& os,
                                                                   SerializationContext& context) const {
-  serialization::WriteTarget target(os, context);
-  serialization::Writer out(target.memory());
-  encode_block(out, static_cast<const Derived&>(*this));
+  serialization::MemoryWriteBuffer* memory = serialization::memory_of(os);
+  if (memory == nullptr) {
+    serialization::serialize_through_memory(os, context, *this, serialization::PRIMITIVE_ENDS<std::uint8_t>);
+    return;
+  }
+  serialization::Writer out(*memory);
+  const auto& block = static_cast<const Derived&>(*this);
+  out.put(block_length(block), block);
   out.commit();
-  target.finish(serialization::PRIMITIVE_ENDS<std::uint8_t>);
 }
 
 template <class Derived, InterfaceType TYPE>
 void TableMediaSpecificInformation<Derived, TYPE>::deserialize_impl(std::istream& is, SerializationContext&) {
   serialization::ReadSource source(is);
   serialization::Reader in(source);
-  decode_block(in, static_cast<Derived&>(*this));
+  std::uint8_t unchecked_length = 0;
+  in.get(unchecked_length, static_cast<Derived&>(*this));
 }
 
 template <class Derived, InterfaceType TYPE>

@@ -5,16 +5,10 @@
 
 namespace qel::ieee1905_1 {
 
-/// The length octet, then the fields of the block.
+/// What the length octet before a block says.
 template <class Block>
-void encode_block(serialization::Writer& out, const Block& block) {
-  out.put(static_cast<std::uint8_t>(serialization::WireType<Block>::SIZE), block);
-}
-
-template <class Block>
-void decode_block(serialization::Reader& in, Block& block) {
-  std::uint8_t unchecked_length = 0;
-  in.get(unchecked_length, block);
+constexpr std::uint8_t block_length(const Block&) {
+  return serialization::WireType<Block>::SIZE;
 }
 
 }  // namespace qel::ieee1905_1

@@ -23,7 +23,7 @@ void MessageList::deserialize_impl(std::istream& is, SerializationContext& conte
   do {
     const std::istream::int_type octet = is.peek();
     if (!is.good()) {
-      throw SerializationException("Cannot peek TLV type!");
+      serialization::fail("Cannot peek TLV type!");
     }
     type = static_cast<TLVType>(octet);
     std::unique_ptr<TLV> tlv = create_TLV(type);

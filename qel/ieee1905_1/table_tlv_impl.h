@@ -9,9 +9,7 @@ namespace qel::ieee1905_1 {
 
 template <class Derived, TLVType TYPE>
 void TableTLV<Derived, TYPE>::serialize_impl(std::ostream& os, serialization::SerializationContext& context) const {
-  serialization::write_framed(os, context, TYPE, [this](serialization::Writer& out) {
-    serialization::encode_body_of(out, static_cast<const Derived&>(*this));
-  });
+  serialization::write_framed(os, context, TYPE, static_cast<const Derived&>(*this));
 }
 
 template <class Derived, TLVType TYPE>

@@ -19,7 +19,7 @@ void BinarySerializableType<std::string>::serialize(std::ostream& os, Serializat
 }
 
 void BinarySerializableType<std::string>::deserialize(std::istream&, SerializationContext&, std::string&) {
-  throw SerializationException("Raw deserialization of std::string not supported!");
+  fail("Raw deserialization of std::string not supported!");
 }
 
 void BinarySerializableType<std::stringstream>::serialize(std::ostream& os, SerializationContext&,
@@ -27,14 +27,14 @@ void BinarySerializableType<std::stringstream>::serialize(std::ostream& os, Seri
   const std::string_view content = value.view();
   if (content.empty()) {
     os.setstate(std::ios_base::failbit);
-    throw SerializationException(detail::STRINGSTREAM_TEXTS.serialize);
+    fail(detail::STRINGSTREAM_TEXTS.serialize);
   }
   constexpr PrimitiveEnd WHOLE{1, &detail::STRINGSTREAM_TEXTS};
   write_octets(os, octets_of(content), {&WHOLE, 1});
 }
 
 void BinarySerializableType<std::stringstream>::deserialize(std::istream&, SerializationContext&, std::stringstream&) {
-  throw SerializationException(detail::STRINGSTREAM_TEXTS.deserialize);
+  fail(detail::STRINGSTREAM_TEXTS.deserialize);
 }
 
 }  // namespace qel::serialization

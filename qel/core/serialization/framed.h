@@ -20,41 +20,46 @@ inline constexpr PrimitiveEnd FRAME_PRIMITIVES[] = {
     {FRAME_HEADER_SIZE + 1, &detail::STRINGSTREAM_TEXTS},
 };
 
-/// Fills in the length of the frame that `target` begins with and hands it over. Throws `too_long` for a body over
-/// 65535 octets; then the output is as it was.
-inline void finish_frame(WriteTarget& target, const char* too_long) {
-  const std::size_t length = target.memory().size() - target.mark() - FRAME_HEADER_SIZE;
+/// Fills in the length of the frame that begins at offset `begin` and ends with what was put last. Throws `too_long`
+/// for a body over 65535 octets.
+inline void finish_frame(Writer& out, std::size_t begin, const char* too_long) {
+  const std::size_t length = out.offset() - begin - FRAME_HEADER_SIZE;
   if (length > std::numeric_limits<std::uint16_t>::max()) {
-    throw SerializationException(too_long);
+    fail(too_long);
   }
-  WireType<std::uint16_t>::store(target.memory().at(target.mark() + 1), static_cast<std::uint16_t>(length));
-  target.finish(FRAME_PRIMITIVES);
+  out.put_at(begin + 1, static_cast<std::uint16_t>(length));
 }
 
-/// Writes type, length and what `body(Writer&)` puts. Nothing reaches the output when it throws or is too long.
-template <class Type, class Body>
-void write_framed(std::ostream& os, SerializationContext& context, Type type, Body&& body) {
+/// Writes type, length and the body of `object`, whose `serialize_impl` this is. Nothing reaches the output when a
+/// check fails.
+template <class Type, class T>
+[[gnu::always_inline]] inline void write_framed(std::ostream& os, SerializationContext& context, Type type,
+                                                const T& object) {
   static_assert(WireType<Type>::SIZE == 1);
-  WriteTarget target(os, context);
-  Writer out(target.memory());
-  out.put(type, std::uint16_t{0});
-  std::forward<Body>(body)(out);
+  MemoryWriteBuffer* memory = memory_of(os);
+  if (memory == nullptr) {
+    serialize_through_memory(os, context, object, FRAME_PRIMITIVES);
+    return;
+  }
+  Writer out(*memory);
+  const std::size_t begin = out.offset();
+  encode_body_of(out, object, type, std::uint16_t{0});
+  finish_frame(out, begin, "Invalid length");
   out.commit();
-  finish_frame(target, "Invalid length");
 }
 
 /// Reads type and length, which are not compared with anything, and the body of `object`.
 template <class T>
-void read_framed(std::istream& is, T& object) {
+[[gnu::always_inline]] inline void read_framed(std::istream& is, T& object) {
   ReadSource source(is);
   Reader in(source);
   std::uint8_t type = 0;
   std::uint16_t length = 0;
-  in.get(type, length);
-  if constexpr (HasOwnBody<T>) {
+  if constexpr (DecodesItself<T>) {
+    in.get(type, length);
     object.decode_body(in, length);
   } else {
-    decode_rows(in, object, length);
+    decode_rows(in, object, length, type, length);
   }
 }
 

@@ -37,8 +37,6 @@ MemoryReadBuffer::pos_type MemoryReadBuffer::seekpos(pos_type position, std::ios
 
 MemoryWriteBuffer::~MemoryWriteBuffer() = default;
 
-void MemoryWriteBuffer::truncate(std::size_t size) { set_position(std::min(size, this->size())); }
-
 MemoryWriteBuffer::Room MemoryWriteBuffer::grow(const std::uint8_t* position, std::size_t count) {
   const std::size_t committed = size();
   const std::size_t used = offset_of(position);
@@ -59,7 +57,7 @@ MemoryWriteBuffer::int_type MemoryWriteBuffer::overflow(int_type character) {
   if (!traits_type::eq_int_type(character, traits_type::eof())) {
     const Room room = grow(this->room().position, 1);
     *room.position = static_cast<std::uint8_t>(traits_type::to_char_type(character));
-    written_up_to(room.position + 1);
+    written_up_to({room.position + 1, room.end});
   }
   return traits_type::not_eof(character);
 }
@@ -71,7 +69,7 @@ std::streamsize MemoryWriteBuffer::xsputn(const char* characters, std::streamsiz
   const auto length = static_cast<std::size_t>(count);
   const Room room = grow(this->room().position, length);
   std::memcpy(room.position, characters, length);
-  written_up_to(room.position + length);
+  written_up_to({room.position + length, room.end});
   return count;
 }
 

@@ -13,6 +13,17 @@
 
 namespace qel::serialization {
 
+namespace detail {
+
+/// Compares addresses alone, which is quick. Where a type's information exists twice in a process this can miss a
+/// buffer; then it is read or written like any other stream.
+template <class T>
+bool is_exactly(const std::streambuf* buffer) {
+  return buffer != nullptr && &typeid(*buffer) == &typeid(T);
+}
+
+}  // namespace detail
+
 /// Reads a span of octets where it lies. The octets are borrowed: they must outlive the buffer's use.
 class QEL_EXPORT MemoryReadBuffer final : public std::streambuf {
  public:
@@ -42,9 +53,7 @@ class QEL_EXPORT MemoryReadBuffer final : public std::streambuf {
 
   /// The buffer behind a stream, null when the stream reads something else.
   static MemoryReadBuffer* of(const std::istream& is) {
-    std::streambuf* buffer = is.rdbuf();
-    return buffer != nullptr && typeid(*buffer) == typeid(MemoryReadBuffer) ? static_cast<MemoryReadBuffer*>(buffer)
-                                                                            : nullptr;
+    return detail::is_exactly<MemoryReadBuffer>(is.rdbuf()) ? static_cast<MemoryReadBuffer*>(is.rdbuf()) : nullptr;
   }
 
  protected:
@@ -70,7 +79,11 @@ class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
   std::span<const std::uint8_t> octets() const { return {memory_.get(), size()}; }
 
   /// Forgets what follows the first `size` octets; the memory is kept.
-  void truncate(std::size_t size);
+  void truncate(std::size_t size) {
+    if (size < this->size()) {
+      set_position(size);
+    }
+  }
   void clear() { truncate(0); }
 
   Room room() { return {reinterpret_cast<std::uint8_t*>(pptr()), reinterpret_cast<std::uint8_t*>(epptr())}; }
@@ -78,8 +91,10 @@ class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
   /// Makes room for at least `count` octets after `position`; octets stored up to there are kept but not yet written.
   Room grow(const std::uint8_t* position, std::size_t count);
 
-  /// Takes the octets stored up to `position` as written.
-  void written_up_to(const std::uint8_t* position) { set_position(offset_of(position)); }
+  /// Takes the octets stored before `room`, which came from here, as written.
+  void written_up_to(const Room& room) {
+    setp(reinterpret_cast<char*>(room.position), reinterpret_cast<char*>(room.end));
+  }
 
   /// The octet at `offset`; valid until the memory grows.
   std::uint8_t* at(std::size_t offset) { return memory_.get() + offset; }
@@ -89,9 +104,7 @@ class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
 
   /// The buffer behind a stream, null when the stream writes to something else.
   static MemoryWriteBuffer* of(const std::ostream& os) {
-    std::streambuf* buffer = os.rdbuf();
-    return buffer != nullptr && typeid(*buffer) == typeid(MemoryWriteBuffer) ? static_cast<MemoryWriteBuffer*>(buffer)
-                                                                             : nullptr;
+    return detail::is_exactly<MemoryWriteBuffer>(os.rdbuf()) ? static_cast<MemoryWriteBuffer*>(os.rdbuf()) : nullptr;
   }
 
  protected:
@@ -119,7 +132,9 @@ class QEL_EXPORT MemoryIStream final : public std::istream {
   /// Starts over on other octets with a good state; costs far less than a new stream.
   void reset(std::span<const std::uint8_t> octets) {
     buffer_.reset(octets);
-    clear();
+    if (!good()) {
+      clear();
+    }
   }
   std::size_t consumed() const { return buffer_.consumed(); }
 
@@ -136,7 +151,9 @@ class QEL_EXPORT MemoryOStream final : public std::ostream {
   /// Starts over, empty and with a good state; the memory is kept.
   void reset() {
     buffer_.clear();
-    clear();
+    if (!good()) {
+      clear();
+    }
   }
   std::span<const std::uint8_t> octets() const { return buffer_.octets(); }
   MemoryWriteBuffer& buffer() { return buffer_; }

@@ -18,7 +18,7 @@ ReadWindow ReadSource::refill(const std::uint8_t* position, std::span<const Prim
     const auto read = static_cast<std::size_t>(is_.gcount());
     const auto cut = std::find_if(primitives.begin(), primitives.end(),
                                   [read](const PrimitiveEnd& primitive) { return primitive.end > read; });
-    throw SerializationException(cut->texts->deserialize);
+    fail(cut->texts->deserialize);
   }
   return {scratch_, scratch_ + size};
 }

@@ -70,7 +70,7 @@ class Reader {
   /// changed.
   template <FixedWire... T>
   void get(T&... fields) {
-    const std::uint8_t* octets = take<T...>();
+    [[maybe_unused]] const std::uint8_t* octets = take<T...>();
     ((WireType<T>::load(octets, fields), octets += WireType<T>::SIZE), ...);
   }
 

@@ -23,11 +23,14 @@ constexpr auto leading_primitives() {
 template <class Derived>
 void Record<Derived>::serialize_impl(std::ostream& os, SerializationContext& context) const {
   static constexpr auto PRIMITIVES = detail::leading_primitives<Derived>();
-  WriteTarget target(os, context);
-  Writer out(target.memory());
+  MemoryWriteBuffer* memory = memory_of(os);
+  if (memory == nullptr) {
+    serialize_through_memory(os, context, *this, PRIMITIVES);
+    return;
+  }
+  Writer out(*memory);
   encode_body_of(out, static_cast<const Derived&>(*this));
   out.commit();
-  target.finish(PRIMITIVES);
 }
 
 template <class Derived>

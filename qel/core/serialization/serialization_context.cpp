@@ -21,7 +21,7 @@ SerializationContext::Loan::~Loan() { --context_.lent_; }
 
 SerializationContext::Nesting::Nesting(SerializationContext& context) : context_(context) {
   if (context.nesting_ == MAX_NESTING) {
-    throw SerializationException("TLVs are nested too deeply!");
+    fail("TLVs are nested too deeply!");
   }
   ++context.nesting_;
 }

@@ -12,4 +12,6 @@ SerializationException::~SerializationException() = default;
 
 const char* SerializationException::what() const noexcept { return message_.c_str(); }
 
+void fail(const char* message) { throw SerializationException(message); }
+
 }  // namespace qel::serialization

@@ -22,4 +22,7 @@ class QEL_EXPORT SerializationException : public std::exception {
   std::string message_;
 };
 
+/// Throws; out of line, to keep the throwing code out of every decoder.
+[[noreturn]] QEL_EXPORT void fail(const char* message);
+
 }  // namespace qel::serialization

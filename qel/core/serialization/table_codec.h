@@ -28,10 +28,14 @@ concept HasTable = requires {
   R::table();
 };
 
-/// A record that encodes and decodes its body itself.
+/// A class that encodes or decodes its body itself.
 template <class R>
-concept HasOwnBody = requires {
+concept EncodesItself = requires {
   &R::encode_body;
+};
+template <class R>
+concept DecodesItself = requires {
+  &R::decode_body;
 };
 
 namespace detail {
@@ -59,7 +63,7 @@ constexpr std::size_t min_size(std::size_t end) {
 }
 
 template <class R>
-concept FixedTable = HasTable<R> && !HasOwnBody<R> && (end_of_fixed_run<R>(0) == ROWS<R>);
+concept FixedTable = HasTable<R> && !EncodesItself<R> && !DecodesItself<R> && (end_of_fixed_run<R>(0) == ROWS<R>);
 
 template <class R, class F>
 constexpr decltype(auto) with_rows(F&& function) {
@@ -73,7 +77,7 @@ template <class R>
 constexpr std::size_t min_wire_size() {
   if constexpr (FixedWire<R>) {
     return WireType<R>::SIZE;
-  } else if constexpr (HasOwnBody<R>) {
+  } else if constexpr (DecodesItself<R>) {
     return R::MIN_WIRE_SIZE;
   } else {
     return detail::min_size<R>(ROWS<R>);
@@ -105,26 +109,38 @@ struct WireType<R> {
   }
 };
 
-template <class R, std::size_t FIRST = 0>
-void encode_rows(Writer& out, const R& record);
+/// The rows of a table of fixed size and whatever follows them, in one step.
+template <class R, class... More>
+[[gnu::always_inline]] inline void put_rows_and(Writer& out, const R& record, const More&... more) {
+  detail::with_rows<R>([&](const auto&... row) { out.put(row.of(record)..., more...); });
+}
 
-template <class R, std::size_t FIRST = 0>
-void decode_rows(Reader& in, R& record, std::size_t length);
+template <class R, class... More>
+[[gnu::always_inline]] inline void get_rows_and(Reader& in, R& record, More&... more) {
+  detail::with_rows<R>([&](const auto&... row) { in.get(row.of(record)..., more...); });
+}
 
-/// The body of a TLV or payload, or a record inside another one.
-template <class R>
-void encode_body_of(Writer& out, const R& record) {
-  if constexpr (HasOwnBody<R>) {
+template <class R, std::size_t FIRST = 0, class... Lead>
+[[gnu::always_inline]] inline void encode_rows(Writer& out, const R& record, const Lead&... lead);
+
+template <class R, std::size_t FIRST = 0, class... Lead>
+[[gnu::always_inline]] inline void decode_rows(Reader& in, R& record, const std::uint16_t& length, Lead&... lead);
+
+/// The fields `lead`, then a record or the body of a TLV.
+template <class R, class... Lead>
+[[gnu::always_inline]] inline void encode_body_of(Writer& out, const R& record, const Lead&... lead) {
+  if constexpr (EncodesItself<R>) {
+    out.put(lead...);
     record.encode_body(out);
   } else {
-    encode_rows(out, record);
+    encode_rows(out, record, lead...);
   }
 }
 
 /// A record inside another one.
 template <class R>
-void decode_record(Reader& in, R& record) {
-  if constexpr (HasOwnBody<R>) {
+[[gnu::always_inline]] inline void decode_record(Reader& in, R& record) {
+  if constexpr (DecodesItself<R>) {
     record.decode_body(in);
   } else {
     decode_rows(in, record, 0);
@@ -133,12 +149,12 @@ void decode_record(Reader& in, R& record) {
 
 inline void check_count(std::size_t count, const CountLimits& limits) {
   if (count < limits.min || count > limits.max) {
-    throw SerializationException(limits.error);
+    fail(limits.error);
   }
 }
 
 template <class E>
-void encode_elements(Writer& out, const std::vector<E>& elements) {
+[[gnu::always_inline]] inline void encode_elements(Writer& out, const std::vector<E>& elements) {
   if constexpr (FixedWire<E>) {
     out.put_list(elements);
   } else {
@@ -149,7 +165,7 @@ void encode_elements(Writer& out, const std::vector<E>& elements) {
 }
 
 template <class E>
-std::vector<E> decode_elements(Reader& in, std::size_t count) {
+[[gnu::always_inline]] inline std::vector<E> decode_elements(Reader& in, std::size_t count) {
   std::vector<E> elements;
   if constexpr (FixedWire<E>) {
     in.get_list(elements, count);
@@ -163,7 +179,7 @@ std::vector<E> decode_elements(Reader& in, std::size_t count) {
 }
 
 template <class N, class C, class E>
-void encode_row(const CountedList<N, C, E>& row, Writer& out, const C& record) {
+[[gnu::always_inline]] inline void encode_row(const CountedList<N, C, E>& row, Writer& out, const C& record) {
   const std::vector<E>& elements = row.of(record);
   check_count(elements.size(), row.limits);
   out.put(static_cast<N>(elements.size()));
@@ -171,49 +187,48 @@ void encode_row(const CountedList<N, C, E>& row, Writer& out, const C& record) {
 }
 
 template <class N, class C, class E>
-void decode_row(const CountedList<N, C, E>& row, Reader& in, C& record, std::size_t, std::size_t) {
+[[gnu::always_inline]] inline void decode_row(const CountedList<N, C, E>& row, Reader& in, C& record, std::uint16_t,
+                                              std::size_t) {
   const std::size_t count = in.get<N>();
   row.of(record) = decode_elements<E>(in, count);
 }
 
 template <class C, class E>
-void encode_row(const RestList<C, E>& row, Writer& out, const C& record) {
+[[gnu::always_inline]] inline void encode_row(const RestList<C, E>& row, Writer& out, const C& record) {
   encode_elements(out, row.of(record));
 }
 
 template <class C, class E>
-void decode_row(const RestList<C, E>& row, Reader& in, C& record, std::size_t length, std::size_t head) {
+[[gnu::always_inline]] inline void decode_row(const RestList<C, E>& row, Reader& in, C& record, std::uint16_t length,
+                                              std::size_t head) {
   if (length < head) {
-    throw SerializationException(row.too_short);
+    fail(row.too_short);
   }
   if ((length - head) % WireType<E>::SIZE != 0) {
-    throw SerializationException(row.uneven);
+    fail(row.uneven);
   }
   row.of(record) = decode_elements<E>(in, (length - head) / WireType<E>::SIZE);
 }
 
-/// The rows from FIRST on.
-template <class R, std::size_t FIRST>
-void encode_rows(Writer& out, const R& record) {
+/// The fields `lead` and the rows from FIRST on.
+template <class R, std::size_t FIRST, class... Lead>
+[[gnu::always_inline]] inline void encode_rows(Writer& out, const R& record, const Lead&... lead) {
   constexpr std::size_t END = detail::end_of_fixed_run<R>(FIRST);
-  if constexpr (END > FIRST) {
-    [&]<std::size_t... K>(std::index_sequence<K...>) { out.put(std::get<FIRST + K>(TABLE<R>).of(record)...); }
-    (std::make_index_sequence<END - FIRST>{});
-  }
+  [&]<std::size_t... K>(std::index_sequence<K...>) { out.put(lead..., std::get<FIRST + K>(TABLE<R>).of(record)...); }
+  (std::make_index_sequence<END - FIRST>{});
   if constexpr (END < ROWS<R>) {
     encode_row(std::get<END>(TABLE<R>), out, record);
     encode_rows<R, END + 1>(out, record);
   }
 }
 
-/// The rows from FIRST on; `length` is that of the whole body, for the lists that reach up to its end.
-template <class R, std::size_t FIRST>
-void decode_rows(Reader& in, R& record, std::size_t length) {
+/// The fields `lead` and the rows from FIRST on; `length`, which may be one of `lead`, is that of the whole body, for
+/// the lists that reach up to its end.
+template <class R, std::size_t FIRST, class... Lead>
+[[gnu::always_inline]] inline void decode_rows(Reader& in, R& record, const std::uint16_t& length, Lead&... lead) {
   constexpr std::size_t END = detail::end_of_fixed_run<R>(FIRST);
-  if constexpr (END > FIRST) {
-    [&]<std::size_t... K>(std::index_sequence<K...>) { in.get(std::get<FIRST + K>(TABLE<R>).of(record)...); }
-    (std::make_index_sequence<END - FIRST>{});
-  }
+  [&]<std::size_t... K>(std::index_sequence<K...>) { in.get(lead..., std::get<FIRST + K>(TABLE<R>).of(record)...); }
+  (std::make_index_sequence<END - FIRST>{});
   if constexpr (END < ROWS<R>) {
     decode_row(std::get<END>(TABLE<R>), in, record, length, detail::min_size<R>(END));
     decode_rows<R, END + 1>(in, record, length);

@@ -18,13 +18,14 @@ void write_octets(std::ostream& os, std::span<const std::uint8_t> octets, std::s
   }
   const auto cut = std::find_if(primitives.begin(), primitives.end() - 1,
                                 [taken](const PrimitiveEnd& primitive) { return primitive.end > taken; });
-  throw SerializationException(cut->texts->serialize);
+  fail(cut->texts->serialize);
 }
 
-void WriteTarget::borrow(SerializationContext& context) { memory_ = &loan_.emplace(context).stream().buffer(); }
-
-void WriteTarget::hand_over(std::span<const PrimitiveEnd> primitives) {
-  write_octets(os_, memory_->octets(), primitives);
+void serialize_through_memory(std::ostream& os, SerializationContext& context, const BinarySerializable& object,
+                              std::span<const PrimitiveEnd> primitives) {
+  SerializationContext::Loan loan(context);
+  object.serialize_impl(loan.stream(), context);
+  write_octets(os, loan.stream().octets(), primitives);
 }
 
 }  // namespace qel::serialization

@@ -3,13 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <optional>
 #include <ostream>
 #include <span>
 #include <string_view>
 #include <vector>
 
 #include "qel/core/export.h"
+#include "qel/core/serialization/binary_serializable.h"
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
 #include "qel/core/serialization/wire_type.h"
@@ -21,52 +21,27 @@ namespace qel::serialization {
 QEL_EXPORT void write_octets(std::ostream& os, std::span<const std::uint8_t> octets,
                              std::span<const PrimitiveEnd> primitives);
 
-/// The memory in which something is built: that of the output stream itself when it writes to a MemoryWriteBuffer, else
-/// memory lent by the context. What was built there is seen in the output only after `finish`.
-class QEL_EXPORT WriteTarget {
+/// The memory that the stream writes to, null for streams that write to something else or are not good.
+inline MemoryWriteBuffer* memory_of(std::ostream& os) { return os.good() ? MemoryWriteBuffer::of(os) : nullptr; }
+
+/// Lets `object` encode itself into memory lent by the context, then writes what came out with write_octets. For the
+/// streams that memory_of gives nothing for.
+QEL_EXPORT void serialize_through_memory(std::ostream& os, SerializationContext& context,
+                                         const BinarySerializable& object, std::span<const PrimitiveEnd> primitives);
+
+/// Takes back what was written to the memory since, unless `keep` was called.
+class Rollback {
  public:
-  WriteTarget(std::ostream& os, SerializationContext& context) : os_(os), memory_(own_memory(os)), mark_(0) {
-    if (memory_ == nullptr) {
-      borrow(context);
-    }
-    mark_ = memory_->size();
-  }
-  WriteTarget(const WriteTarget&) = delete;
-  WriteTarget& operator=(const WriteTarget&) = delete;
-  ~WriteTarget() {
-    if (!finished_) {
-      memory_->truncate(mark_);
-    }
-  }
+  explicit Rollback(MemoryWriteBuffer& memory) : memory_(memory), size_(memory.size()) {}
+  Rollback(const Rollback&) = delete;
+  Rollback& operator=(const Rollback&) = delete;
+  ~Rollback() { memory_.truncate(size_); }
 
-  MemoryWriteBuffer& memory() { return *memory_; }
-
-  /// A stream that writes to the same memory, for what encodes itself.
-  std::ostream& stream() { return loan_ ? loan_->stream() : os_; }
-
-  /// Where in the memory this target's first octet is.
-  std::size_t mark() const { return mark_; }
-
-  /// Hands the octets over to the output; `primitives` as in write_octets.
-  void finish(std::span<const PrimitiveEnd> primitives) {
-    if (loan_) {
-      hand_over(primitives);
-    }
-    finished_ = true;
-  }
+  void keep() { size_ = memory_.size(); }
 
  private:
-  static MemoryWriteBuffer* own_memory(const std::ostream& os) {
-    return os.good() ? MemoryWriteBuffer::of(os) : nullptr;
-  }
-  void borrow(SerializationContext& context);
-  void hand_over(std::span<const PrimitiveEnd> primitives);
-
-  std::ostream& os_;
-  MemoryWriteBuffer* memory_;
-  std::size_t mark_;
-  std::optional<SerializationContext::Loan> loan_;
-  bool finished_ = false;
+  MemoryWriteBuffer& memory_;
+  std::size_t size_;
 };
 
 /// Puts fields into memory, those of fixed size several in one step. What was put is lost unless `commit` follows.
@@ -80,7 +55,7 @@ class Writer {
 
   template <FixedWire... T>
   void put(const T&... fields) {
-    std::uint8_t* octets = take(WIRE_SIZE<T...>);
+    [[maybe_unused]] std::uint8_t* octets = take(WIRE_SIZE<T...>);
     ((WireType<T>::store(octets, fields), octets += WireType<T>::SIZE), ...);
   }
 
@@ -114,7 +89,7 @@ class Writer {
     WireType<T>::store(memory_.at(offset), field);
   }
 
-  void commit() { memory_.written_up_to(room_.position); }
+  void commit() { memory_.written_up_to(room_); }
 
  private:
   std::uint8_t* take(std::size_t size) {

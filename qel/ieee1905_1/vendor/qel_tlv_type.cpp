@@ -12,7 +12,6 @@
 namespace qel::ieee1905_1 {
 
 using serialization::SerializationContext;
-using serialization::SerializationException;
 
 QELTLVType::QELTLVType() : QELTLVType(nullptr) {}
 
@@ -25,10 +24,16 @@ void QELTLVType::set_tlv(std::unique_ptr<TLV>&& tlv) {
 void QELTLVType::set_tlv(std::unique_ptr<TLV>& tlv) { set_tlv(std::move(tlv)); }
 
 void QELTLVType::serialize_impl(std::ostream& os, SerializationContext& context) const {
-  serialization::WriteTarget target(os, context);
-  serialization::BinarySerializableType<QELVendorTLVType>::serialize(target.stream(), context, get_type());
-  tlv_->serialize_impl(target.stream(), context);
-  target.finish(serialization::PRIMITIVE_ENDS<QELVendorTLVType>);
+  using serialization::PRIMITIVE_ENDS;
+  serialization::MemoryWriteBuffer* memory = serialization::memory_of(os);
+  if (memory == nullptr) {
+    serialization::serialize_through_memory(os, context, *this, PRIMITIVE_ENDS<QELVendorTLVType>);
+    return;
+  }
+  serialization::Rollback rollback(*memory);
+  serialization::BinarySerializableType<QELVendorTLVType>::serialize(os, context, get_type());
+  tlv_->serialize_impl(os, context);
+  rollback.keep();
 }
 
 void QELTLVType::deserialize_impl(std::istream& is, SerializationContext& context) {
@@ -38,7 +43,7 @@ void QELTLVType::deserialize_impl(std::istream& is, SerializationContext& contex
   const std::istream::int_type type = is.peek();
   std::unique_ptr<TLV> tlv = is.good() ? create_TLV(static_cast<TLVType>(type)) : nullptr;
   if (tlv == nullptr) {
-    throw SerializationException("Could not create IEEE1905 TLV!");
+    serialization::fail("Could not create IEEE1905 TLV!");
   }
   tlv->deserialize_impl(is, context);
   tlv_ = std::move(tlv);

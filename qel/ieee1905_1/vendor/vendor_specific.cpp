@@ -7,8 +7,6 @@
 
 namespace qel::ieee1905_1 {
 
-using serialization::SerializationException;
-
 VendorSpecific::~VendorSpecific() = default;
 
 bool VendorSpecific::operator==(const VendorSpecific& other) const { return is_same_type(other); }
@@ -23,13 +21,13 @@ std::ostream& operator<<(std::ostream& os, const VendorSpecific& payload) {
 }
 
 void VendorSpecificUnknown::serialize_impl(std::ostream&, serialization::SerializationContext&) const {
-  throw SerializationException("VendorSpecificUnknown is not serializable!");
+  serialization::fail("VendorSpecificUnknown is not serializable!");
 }
 
 void VendorSpecificUnknown::deserialize_impl(std::istream& is, serialization::SerializationContext&) {
   is.seekg(length_, std::ios_base::cur);
   if (is.fail()) {
-    throw SerializationException("Deserialization of VendorSpecificUnknown failed, could not seek stream!");
+    serialization::fail("Deserialization of VendorSpecificUnknown failed, could not seek stream!");
   }
 }
 

@@ -13,7 +13,6 @@
 namespace qel::ieee1905_1 {
 
 using serialization::SerializationContext;
-using serialization::SerializationException;
 
 namespace {
 
@@ -23,7 +22,7 @@ std::unique_ptr<VendorSpecific> make_payload(std::istream& is, const VendorSpeci
   std::unique_ptr<VendorSpecific> payload;
   if (oui == VENDOR_OUI) {
     if (length == 0) {
-      throw SerializationException("Invalid length");
+      serialization::fail("Invalid length");
     }
     const std::istream::int_type subtype = is.peek();
     if (is.good()) {
@@ -51,12 +50,20 @@ void VendorSpecificTLV::set_vendor_specific(std::unique_ptr<VendorSpecific>& pay
 }
 
 void VendorSpecificTLV::serialize_impl(std::ostream& os, SerializationContext& context) const {
-  serialization::WriteTarget target(os, context);
-  serialization::Writer out(target.memory());
-  out.put(get_type(), std::uint16_t{0}, vendor_specific_oui_);
-  out.commit();
-  vendor_specific_->serialize_impl(target.stream(), context);
-  serialization::finish_frame(target, "Invalid size");
+  serialization::MemoryWriteBuffer* memory = serialization::memory_of(os);
+  if (memory == nullptr) {
+    serialization::serialize_through_memory(os, context, *this, serialization::FRAME_PRIMITIVES);
+    return;
+  }
+  serialization::Rollback rollback(*memory);
+  serialization::Writer head(*memory);
+  const std::size_t begin = head.offset();
+  head.put(get_type(), std::uint16_t{0}, vendor_specific_oui_);
+  head.commit();
+  vendor_specific_->serialize_impl(os, context);
+  serialization::Writer frame(*memory);
+  serialization::finish_frame(frame, begin, "Invalid size");
+  rollback.keep();
 }
 
 void VendorSpecificTLV::deserialize_impl(std::istream& is, SerializationContext& context) {
@@ -68,7 +75,7 @@ void VendorSpecificTLV::deserialize_impl(std::istream& is, SerializationContext&
     in.get(type, length, vendor_specific_oui_);
   }
   if (length < vendor_specific_oui_.size()) {
-    throw SerializationException("Invalid OUI");
+    serialization::fail("Invalid OUI");
   }
   const auto rest = static_cast<std::uint16_t>(length - vendor_specific_oui_.size());
   std::unique_ptr<VendorSpecific> payload = make_payload(is, vendor_specific_oui_, rest);
