@@ -27,7 +27,7 @@ class QEL_EXPORT NID {
   Octets octets_{};
 };
 
-/// Fourteen lower-case hexadecimal digits.
+/// Seven pairs of lower-case hexadecimal digits, separated by colons.
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const NID& nid);
 
 }  // namespace qel::plc
