@@ -1,0 +1,194 @@
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/meshdump/cmdu_outline.h"
+#include "tools/meshdump/decoder.h"
+#include "tools/meshdump/ethernet_frame.h"
+#include "tools/meshdump/filter.h"
+#include "tools/meshdump/hex_text.h"
+#include "tools/meshdump/safe_text.h"
+
+namespace meshdump {
+namespace {
+
+using Octets = std::vector<std::uint8_t>;
+
+Octets octets(const std::string& hex) { return parse_hex_line(hex, 1).value().octets; }
+
+TEST(EthernetFrame, LooksThroughTagsAndSurvivesEveryLength) {
+  const std::string addresses = "0180C2000013 021905000C01 ";
+  const struct {
+    std::string octets;
+    std::uint16_t ethertype;
+  } rows[] = {
+      {addresses + "893A C5A6", 0x893A},
+      {addresses + "8100 0064 893A C5A6", 0x893A},
+      {addresses + "88A8 0007 8100 E00A 893A C5A6", 0x893A},
+      {addresses + "8100 0001 8100 0002 8100 0003 0806 C5A6", 0x0806},
+      {addresses + "9100 893A", 0x9100},
+  };
+  for (const auto& row : rows) {
+    const Octets frame = octets(row.octets);
+    const auto parsed = parse_ethernet(frame);
+    ASSERT_TRUE(parsed) << row.octets;
+    EXPECT_EQ(parsed->ethertype, row.ethertype) << row.octets;
+    EXPECT_EQ(parsed->destination.to_string(), "01:80:C2:00:00:13");
+    EXPECT_EQ(parsed->source.to_string(), "02:19:05:00:0C:01");
+    const std::size_t payload_offset = frame.size() - 2;
+    EXPECT_EQ(parsed->payload.data(), frame.data() + payload_offset) << row.octets;
+    for (std::size_t size = 0; size < payload_offset; ++size) {
+      EXPECT_FALSE(parse_ethernet({frame.data(), size})) << row.octets << " cut to " << size;
+    }
+  }
+}
+
+TEST(CmduOutline, ReadsHeadersOfAnything) {
+  const struct {
+    const char* cmdu;
+    std::size_t size;
+    bool complete;
+    std::vector<std::size_t> tlv_types;
+  } rows[] = {
+      {"0000 8002 1003 0080  A1 0001 E0  1B 0002 0000  00 0000  FFFF", 20, true, {0xA1, 0x1B, 0}},
+      {"0000 8002 1003 0080  A1 0001 E0", 12, false, {0xA1}},
+      {"0000 8002 1003 0080  A1 0002 E0", 0, false, {0xA1}},
+      {"0000 8002 1003 0080  A1 0001 E0 1B 00", 12, false, {0xA1, 0x1B}},
+      {"0000 8002 1003 00", 0, false, {}},
+  };
+  for (const auto& row : rows) {
+    const CmduOutline result = outline(octets(row.cmdu));
+    EXPECT_EQ(result.type, qel::ieee1905_1::MessageType::AP_CAPABILITY_REPORT_MESSAGE);
+    EXPECT_EQ(result.size, row.size) << row.cmdu;
+    EXPECT_EQ(result.complete, row.complete) << row.cmdu;
+    std::bitset<256> types;
+    for (const std::size_t type : row.tlv_types) {
+      types.set(type);
+    }
+    EXPECT_EQ(result.tlv_types, types) << row.cmdu;
+  }
+  EXPECT_FALSE(outline(octets("000080")).type);
+}
+
+TEST(SafeText, ReplacesWhatIsNoUtf8) {
+  const std::string bad = "\xEF\xBF\xBD";
+  const struct {
+    std::string octets, utf8;
+  } rows[] = {
+      {"K\xC3\xBC"
+       "che \xE2\x82\xAC \xF0\x9F\x8F\xA0",
+       "K\xC3\xBC"
+       "che \xE2\x82\xAC \xF0\x9F\x8F\xA0"},
+      {"a\xFF"
+       "b\x80",
+       "a" + bad + "b" + bad},
+      {"\xC0\xAF", bad + bad},                      // overlong
+      {"\xE0\x9F\xBF", bad + bad + bad},            // overlong
+      {"\xED\xA0\x80", bad + bad + bad},            // surrogate
+      {"\xF4\x90\x80\x80", bad + bad + bad + bad},  // beyond U+10FFFF
+      {"\xF0\x9F\x8F"
+       "A\xE2\x82",
+       bad + "A" + bad},  // cut characters count once
+      {"\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF", "\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(to_utf8(row.octets), row.utf8);
+    EXPECT_EQ(for_terminal(row.octets), row.utf8);
+  }
+}
+
+TEST(SafeText, ShowsControlCharacters) {
+  const std::string text = std::string("a\x1B[2J\n\t\r\x7F", 9) + '\0' + "\xC2\x85\xC2\xA0.";
+  EXPECT_EQ(for_terminal(text), "a\\x1b[2J\n\t\\x0d\\x7f\\x00\\x85\xC2\xA0.");
+  EXPECT_EQ(for_terminal_line(text), "a\\x1b[2J\\x0a\\x09\\x0d\\x7f\\x00\\x85\xC2\xA0.");
+  EXPECT_EQ(to_utf8(text), text);
+}
+
+TEST(HexText, ParsesLines) {
+  EXPECT_FALSE(parse_hex_line("", 1));
+  EXPECT_FALSE(parse_hex_line(" \t\r", 1));
+  EXPECT_FALSE(parse_hex_line("  # 00", 1));
+  EXPECT_EQ(octets(" 0a:1B-2c 3 D\r"), (Octets{0x0A, 0x1B, 0x2C, 0x3D}));
+  EXPECT_EQ(parse_hex_line("0a 1", 7)->error, "odd number of hexadecimal digits (3)");
+  EXPECT_EQ(parse_hex_line("0a g1", 7)->error, "no hexadecimal digit in column 4");
+  EXPECT_EQ(parse_hex_line(":-:", 7)->error, "no hexadecimal digits");
+  EXPECT_EQ(to_hex(Octets{0x0A, 0xF5}), "0af5");
+}
+
+TEST(HexText, JoinsOneWrappedCmduOnly) {
+  const auto join = [](const std::vector<std::string>& texts) {
+    std::vector<HexLine> lines;
+    for (const std::string& text : texts) {
+      lines.push_back(parse_hex_line(text, lines.size() + 3).value());
+    }
+    const std::optional<HexLine> joined = join_wrapped_lines(lines);
+    return joined ? std::to_string(joined->number) + " " + to_hex(joined->octets) : "";
+  };
+  EXPECT_EQ(join({"00000002100100", "80", "000000"}), "3 0000000210010080000000");
+  EXPECT_EQ(join({"0000000210010080000000"}), "");                      // nothing to join
+  EXPECT_EQ(join({"0000000210010080000000", "000000"}), "");            // the first line is a CMDU
+  EXPECT_EQ(join({"0000000210010080", "000000", "000000"}), "");        // something is left over
+  EXPECT_EQ(join({"0000000210010080", "0100"}), "");                    // no End-of-message TLV
+  EXPECT_EQ(join({"0000000210010080", "00000", "0"}), "");              // a broken line
+  EXPECT_EQ(join({"0000000210010080", "0000000210010080000000"}), "");  // a cut CMDU, then another
+}
+
+TEST(Filter, UnderstandsNamesAndNumbers) {
+  const Octets response = octets("0000 0003 1001 0080  1B 0001 00  01 0006 021905000001  00 0000");
+  const Cmdu cmdu{response, 1, FrameInfo{{}, qel::MACAddress("02:19:05:00:0C:01"), {}, 0}};
+  const Decoding rejected = Decoder(false).decode(response);
+  ASSERT_FALSE(rejected.message);
+  using Add = void (Filter::*)(const std::string&);
+  const Add type = &Filter::add_message_type;
+  const Add tlv = &Filter::add_tlv_type;
+  const Add source = &Filter::add_source;
+  const struct {
+    Add add;
+    std::vector<std::string> matching, other, refused;
+  } rows[] = {
+      {type,
+       {"3", "0x3", "0X0003", "TOPOLOGY_RESPONSE_MESSAGE", "topology_response"},
+       {"4", "0xffff", "DUMMY", "31000"},
+       {"", "65536", "0x", "-1", "3 ", "TOPOLOGY", "RESPONSE_MESSAGE", "_MESSAGE"}},
+      {tlv,
+       {"1", "27", "0x1b", "al_mac_address", "END_OF_MESSAGE", "0"},
+       {"2", "WSC", "dummy", "255"},
+       {"256", "AL_MAC", "AL_MAC_ADDRESS_MESSAGE", "0x1g"}},
+      {source, {"02:19:05:00:0c:01"}, {"02:19:05:00:0C:02"}, {"", "02-19-05-00-0c-01", "02:19:05:00:0c", "x"}},
+  };
+  for (const auto& row : rows) {
+    for (const std::string& text : row.matching) {
+      Filter filter;
+      (filter.*row.add)(text);
+      EXPECT_TRUE(filter.matches(cmdu, rejected)) << text;
+    }
+    Filter filter;
+    for (const std::string& text : row.other) {
+      (filter.*row.add)(text);
+    }
+    EXPECT_FALSE(filter.matches(cmdu, rejected)) << row.other[0];
+    for (const std::string& text : row.refused) {
+      EXPECT_THROW((filter.*row.add)(text), std::invalid_argument) << text;
+    }
+  }
+}
+
+/// A TLV whose length is wrong though it decodes: its body is no TLV.
+TEST(Filter, FindsTlvsOfADecodedMessageInTheMessage) {
+  const Octets discovery = octets("0000 0000 1001 0080  01 0000 1B0002000001  00 0000");
+  const Cmdu cmdu{discovery, 1, {}};
+  const Decoding decoded = Decoder(false).decode(discovery);
+  ASSERT_TRUE(decoded.message);
+  const std::pair<const char*, bool> rows[] = {{"AL_MAC_ADDRESS", true}, {"END_OF_MESSAGE", true}, {"27", false}};
+  for (const auto& [text, expected] : rows) {
+    Filter filter;
+    filter.add_tlv_type(text);
+    EXPECT_EQ(filter.matches(cmdu, decoded), expected) << text;
+  }
+}
+
+}  // namespace
+}  // namespace meshdump

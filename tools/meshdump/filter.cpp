@@ -1,0 +1,104 @@
+#include "tools/meshdump/filter.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+#include <string_view>
+#include <type_traits>
+
+#include "qel/core/text.h"
+#include "tools/meshdump/cmdu_outline.h"
+
+namespace meshdump {
+
+namespace {
+
+using qel::ieee1905_1::MessageType;
+using qel::ieee1905_1::TLVType;
+
+/// `Number` is the width of the enumeration.
+template <class Number>
+std::optional<Number> parse_number(std::string_view text) {
+  int base = 10;
+  if (text.starts_with("0x") || text.starts_with("0X")) {
+    text.remove_prefix(2);
+    base = 16;
+  }
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+  return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+template <class E>
+std::optional<E> parse_enum(const std::string& text, const std::string& suffix) {
+  using Number = std::underlying_type_t<E>;
+  if (const std::optional<Number> number = parse_number<Number>(text)) {
+    return static_cast<E>(*number);
+  }
+  const std::string name = qel::to_upper(text);
+  for (std::uint32_t value = 0; value <= std::numeric_limits<Number>::max(); ++value) {
+    const std::string candidate = enum_to_string(static_cast<E>(value));
+    if (candidate == name || candidate == name + suffix) {
+      return static_cast<E>(value);
+    }
+  }
+  return std::nullopt;
+}
+
+template <class T>
+bool holds(const std::vector<T>& values, const T& value) {
+  return std::find(values.begin(), values.end(), value) != values.end();
+}
+
+bool has_tlv(const Cmdu& cmdu, const Decoding& decoding, const std::vector<TLVType>& types) {
+  if (decoding.message) {
+    const auto& tlvs = decoding.message->get_list().get_TLV_list();
+    return std::any_of(tlvs.begin(), tlvs.end(), [&](const auto& tlv) { return holds(types, tlv->get_type()); });
+  }
+  const auto present = outline(cmdu.octets).tlv_types;
+  return std::any_of(types.begin(), types.end(), [&](TLVType type) { return present[static_cast<std::size_t>(type)]; });
+}
+
+}  // namespace
+
+void Filter::add_message_type(const std::string& text) {
+  const std::optional<MessageType> type = parse_enum<MessageType>(text, "_MESSAGE");
+  if (!type) {
+    throw std::invalid_argument("unknown message type '" + text + "'");
+  }
+  message_types_.push_back(*type);
+}
+
+void Filter::add_tlv_type(const std::string& text) {
+  const std::optional<TLVType> type = parse_enum<TLVType>(text, "");
+  if (!type) {
+    throw std::invalid_argument("unknown TLV type '" + text + "'");
+  }
+  tlv_types_.push_back(*type);
+}
+
+void Filter::add_source(const std::string& text) {
+  qel::MACAddress address;
+  if (!address.parse_string(text)) {
+    throw std::invalid_argument("'" + text + "' is no MAC address of the form 02:00:5E:10:00:01");
+  }
+  sources_.push_back(address);
+}
+
+bool Filter::matches(const Cmdu& cmdu, const Decoding& decoding) const {
+  if (!sources_.empty() && !(cmdu.frame && holds(sources_, cmdu.frame->source))) {
+    return false;
+  }
+  if (!message_types_.empty()) {
+    const std::optional<MessageType> type = outline(cmdu.octets).type;
+    if (!type || !holds(message_types_, *type)) {
+      return false;
+    }
+  }
+  return tlv_types_.empty() || has_tlv(cmdu, decoding, tlv_types_);
+}
+
+}  // namespace meshdump

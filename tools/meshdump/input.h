@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace meshdump {
+
+/// An input that cannot be opened or read to its end; the text names the input.
+class InputError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Closes a file, but never standard input.
+struct FileCloser {
+  void operator()(std::FILE* file) const;
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+/// `path` "-" means standard input, here as in the options.
+bool is_standard_input(const std::string& path);
+
+/// Throws InputError.
+File open_input(const std::string& path);
+
+/// The error that says `what` of the input.
+InputError input_error(const std::string& path, const std::string& what);
+
+}  // namespace meshdump

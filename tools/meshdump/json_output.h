@@ -1,0 +1,31 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "qel/core/serialization/memory_stream.h"
+#include "tools/meshdump/output.h"
+
+struct yajl_gen_t;
+
+namespace meshdump {
+
+/// One JSON object in one line for each CMDU; its keys are described in meshdump(1).
+class JsonOutput final : public Output {
+ public:
+  JsonOutput();
+  ~JsonOutput() override;
+
+  void print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) override;
+
+ private:
+  struct Free {
+    void operator()(yajl_gen_t* generator) const;
+  };
+
+  std::string line_;
+  std::unique_ptr<yajl_gen_t, Free> generator_;
+  qel::serialization::MemoryOStream text_;
+};
+
+}  // namespace meshdump

@@ -1,0 +1,78 @@
+#include "tools/meshdump/options.h"
+
+#include <CLI/CLI.hpp>
+#include <functional>
+#include <vector>
+
+namespace meshdump {
+
+namespace {
+
+constexpr const char* DESCRIPTION = "Decodes IEEE 1905.1 and Multi-AP messages and prints them.";
+constexpr const char* FOOTER =
+    "Values of one filter are alternatives; different filters must all match. \"-\" stands for standard input.\n"
+    "Exit status: 0 when every message was decoded, 1 when some were not, 2 for wrong usage or bad input.";
+
+/// A repeatable option that takes one value each time. The values reach the filter as they are read.
+const CLI::Option* add_filter(CLI::App& app, const std::string& name, const std::string& value,
+                              const std::string& description, const std::function<void(const std::string&)>& add) {
+  const auto add_all = [name, add](const std::vector<std::string>& texts) {
+    for (const std::string& text : texts) {
+      try {
+        add(text);
+      } catch (const std::invalid_argument& exception) {
+        throw UsageError(name + ": " + exception.what());
+      }
+    }
+  };
+  return app.add_option_function<std::vector<std::string>>(name, add_all, description)
+      ->type_name(value)
+      ->allow_extra_args(false);
+}
+
+}  // namespace
+
+Options parse_options(int argc, const char* const* argv) {
+  Options options;
+  CLI::App app(DESCRIPTION, "meshdump");
+  app.footer(FOOTER);
+  app.set_help_flag("-h,--help", "Print this help and exit");
+  app.set_version_flag("--version", "meshdump " MESHDUMP_VERSION, "Print the version and exit");
+  app.add_option("FILE", options.capture, "A capture of Ethernet frames, pcap or pcapng")->type_name("");
+  app.add_option("--hex", options.hex, "Read messages in hexadecimal instead, one in a line")->type_name("FILE");
+  app.add_flag("--json", options.json, "Print one JSON object in one line for each message");
+  app.add_flag("--reencode", options.reencode, "Encode each decoded message again and compare the octets");
+  app.add_flag("-q,--quiet", options.quiet, "Print no summary");
+  Filter& filter = options.filter;
+  add_filter(app, "--type", "NAME|NUMBER", "Only messages of this type",
+             [&filter](const std::string& text) { filter.add_message_type(text); });
+  add_filter(app, "--tlv", "NAME|NUMBER", "Only messages that contain a TLV of this type",
+             [&filter](const std::string& text) { filter.add_tlv_type(text); });
+  const CLI::Option* source =
+      add_filter(app, "--src", "MAC", "Only messages in frames from this address (captures only)",
+                 [&filter](const std::string& text) { filter.add_source(text); });
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    options.notice = app.help();
+  } catch (const CLI::CallForVersion& version) {
+    options.notice = std::string(version.what()) + '\n';
+  } catch (const CLI::ParseError& error) {
+    throw UsageError(error.what());
+  }
+  if (!options.notice.empty()) {
+    return options;
+  }
+  if (options.capture.empty() && options.hex.empty()) {
+    throw UsageError("no input: name a capture or use --hex");
+  }
+  if (!options.capture.empty() && !options.hex.empty()) {
+    throw UsageError("a capture and --hex exclude each other");
+  }
+  if (!options.hex.empty() && source->count() != 0) {
+    throw UsageError("--src needs a capture: messages in hexadecimal have no source");
+  }
+  return options;
+}
+
+}  // namespace meshdump

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "tools/meshdump/cmdu.h"
+#include "tools/meshdump/decoder.h"
+
+namespace meshdump {
+
+/// A way to show a decoded or rejected CMDU.
+class Output {
+ public:
+  Output() = default;
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+  virtual ~Output() = default;
+
+  /// Appends whole lines to `out`.
+  virtual void print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) = 0;
+};
+
+}  // namespace meshdump
