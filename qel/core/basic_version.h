@@ -21,7 +21,8 @@ class QEL_EXPORT BasicVersion {
 
   std::string to_string() const;
 
-  /// False, and the version as it was, unless the text is two numbers below 65536 with a dot between them.
+  /// Two numbers below 65536 with a dot between them, read as a stream reads numbers, and nothing behind them.
+  /// Otherwise false, and the version stays as it was.
   bool parse_string(const std::string& text);
 
   friend constexpr bool operator==(const BasicVersion&, const BasicVersion&) = default;

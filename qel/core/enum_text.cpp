@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <ostream>
 
+#include "qel/core/text.h"
+
 namespace qel {
 
 const char* find_enum_text(std::span<const EnumText> table, std::uint16_t value) {
@@ -17,7 +19,7 @@ std::string enum_text(std::span<const EnumText> table, std::uint16_t value) {
 
 std::ostream& print_enum(std::ostream& os, std::span<const EnumText> table, std::uint16_t value) {
   const char* text = find_enum_text(table, value);
-  return text != nullptr ? os << text : os << value;
+  return text != nullptr ? os << text : os << Decimal(value);
 }
 
 }  // namespace qel

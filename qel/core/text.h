@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <iosfwd>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -8,7 +10,7 @@
 
 namespace qel {
 
-/// Every character passed through toupper of the "C" locale.
+/// Every character passed through std::toupper.
 QEL_EXPORT std::string to_upper(std::string text);
 
 /// What operator<< prints. Numbers have std::to_string.
@@ -18,5 +20,18 @@ requires(!std::is_arithmetic_v<T>) std::string to_string(const T& value) {
   text << value;
   return std::move(text).str();
 }
+
+/// Prints a number in decimal digits, whatever base, sign or grouping the stream is set to.
+class Decimal {
+ public:
+  constexpr explicit Decimal(std::int64_t value) : value_(value) {}
+
+  constexpr std::int64_t value() const { return value_; }
+
+ private:
+  std::int64_t value_;
+};
+
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, Decimal number);
 
 }  // namespace qel

@@ -45,7 +45,7 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
                                Field{&T::interface_type_},  //
                                Field{&T::interface_mode_});
   }
-  /// The table, then the media-specific block.
+  /// The table, then the media-specific block. For the codec alone: not exported.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
 

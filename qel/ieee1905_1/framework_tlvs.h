@@ -24,7 +24,6 @@ class QEL_EXPORT DummyTLV final : public TLVCommon<TLVType::DUMMY> {
   void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override;
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   bool operator==(const TLV& other) const override;
-  friend bool operator==(const DummyTLV& left, const DummyTLV& right) { return left.DummyTLV::operator==(right); }
 
   /// The type octet read last.
   TLVType get_represented_type() const { return represented_type_; }

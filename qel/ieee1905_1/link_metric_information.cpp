@@ -24,21 +24,21 @@ std::ostream& operator<<(std::ostream& os, TransmitterLinkMetricBridgeFlags flag
 
 void TransmitterLinkMetricInformation::dbg_str(std::ostream& os) const {
   os << "TX LinkMetricInformation intfType: " << interface_type_ << " "
-     << interface_mode_to_string(interface_type_, interface_mode_)  //
-     << " IEEE802.1BridgeFlag: " << bridge_flag_                    //
-     << " packetErrors: " << packet_errors_                         //
-     << " transmittedPackets: " << transmitted_packets_             //
-     << " macThroughputCapacity: " << mac_throughput_capacity_      //
-     << " linkAvailability: " << link_availability_                 //
-     << " phyRate: " << phy_rate_;
+     << interface_mode_to_string(interface_type_, interface_mode_)       //
+     << " IEEE802.1BridgeFlag: " << bridge_flag_                         //
+     << " packetErrors: " << Decimal(packet_errors_)                     //
+     << " transmittedPackets: " << Decimal(transmitted_packets_)         //
+     << " macThroughputCapacity: " << Decimal(mac_throughput_capacity_)  //
+     << " linkAvailability: " << Decimal(link_availability_)             //
+     << " phyRate: " << Decimal(phy_rate_);
 }
 
 void ReceiverLinkMetricInformation::dbg_str(std::ostream& os) const {
   os << "RX LinkMetricInformation intfType: " << interface_type_ << " "
      << interface_mode_to_string(interface_type_, interface_mode_)  //
-     << " packetErrors: " << packet_errors_                         //
-     << " packetsReceived: " << packets_received_                   //
-     << " rcpi: " << unsigned{RCPI_};
+     << " packetErrors: " << Decimal(packet_errors_)                //
+     << " packetsReceived: " << Decimal(packets_received_)          //
+     << " rcpi: " << Decimal(RCPI_);
 }
 
 }  // namespace qel::ieee1905_1

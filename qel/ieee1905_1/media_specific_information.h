@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <iosfwd>
 #include <utility>
@@ -31,6 +32,12 @@ class QEL_EXPORT MediaSpecificInformation : public serialization::BinarySerializ
   MediaSpecificInformation& operator=(const MediaSpecificInformation&) = default;
 };
 
+/// Compares blocks of any two classes as their base does. Without it the language would find the member ambiguous.
+template <std::derived_from<MediaSpecificInformation> Left, std::derived_from<MediaSpecificInformation> Right>
+bool operator==(const Left& left, const Right& right) {
+  return static_cast<const MediaSpecificInformation&>(left).operator==(right);
+}
+
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const MediaSpecificInformation& information);
 
 template <InterfaceType TYPE>
@@ -47,11 +54,6 @@ class QEL_EXPORT TableMediaSpecificInformation : public MediaSpecificInformation
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   bool operator<(const MediaSpecificInformation& other) const override;
   bool operator==(const MediaSpecificInformation& other) const override;
-
-  /// Two of the same class; without it the comparison would be ambiguous.
-  friend bool operator==(const Derived& left, const Derived& right) {
-    return left.TableMediaSpecificInformation::operator==(right);
-  }
 };
 
 /// For every interface that is neither WLAN nor PLC.
@@ -71,10 +73,10 @@ class QEL_EXPORT WLANSpecificInformation final
   void set_bssid(MACAddress&& bssid) { bssid_ = std::move(bssid); }
   WLANInterfaceRole1905_1 get_role() const { return role_; }
   void set_role(WLANInterfaceRole1905_1 role) { role_ = role; }
-  /// The channel bandwidth as in the VHT Operation element (IEEE 802.11-2020, 9.4.2.158).
+  /// The channel bandwidth, as dot11CurrentChannelBandwidth numbers it.
   std::uint8_t get_band() const { return band_; }
   void set_band(std::uint8_t band) { band_ = band; }
-  /// Channel center frequency indexes, of the VHT Operation element as well.
+  /// Channel center frequency indexes; the second one is 0 unless the channel is 80+80 MHz.
   std::uint8_t get_center_freq_1() const { return center_freq_1_; }
   void set_center_freq_1(std::uint8_t index) { center_freq_1_ = index; }
   std::uint8_t get_center_freq_2() const { return center_freq_2_; }

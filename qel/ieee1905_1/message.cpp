@@ -12,6 +12,8 @@ namespace qel::ieee1905_1 {
 using serialization::SerializationContext;
 using serialization::SerializationException;
 
+MessageList::~MessageList() = default;
+
 void MessageList::serialize_impl(std::ostream& os, SerializationContext& context) const {
   for (const std::unique_ptr<TLV>& tlv : tlvs_) {
     tlv->serialize_impl(os, context);

@@ -18,13 +18,24 @@ class QEL_EXPORT MessageList final : public serialization::BinarySerializable {
  public:
   using TLVs = std::list<std::unique_ptr<TLV>>;
 
+  MessageList() = default;
+  MessageList(const MessageList&) = delete;
+  MessageList(MessageList&&) = default;
+  MessageList& operator=(const MessageList&) = delete;
+  MessageList& operator=(MessageList&&) = default;
+  ~MessageList() override;
+
   void add_TLV(std::unique_ptr<TLV>&& tlv) { tlvs_.push_back(std::move(tlv)); }
   /// Moves from `tlv` as the other overload does.
   void add_TLV(std::unique_ptr<TLV>& tlv) { add_TLV(std::move(tlv)); }
 
-  /// Moves all TLVs of the argument to the end of this list.
+  /// Moves all TLVs of the argument to the end of this list; its own TLVs stay where they are.
   void append_message_list(MessageList& list) { append_message_list(list.tlvs_); }
-  void append_message_list(TLVs& tlvs) { tlvs_.splice(tlvs_.end(), tlvs); }
+  void append_message_list(TLVs& tlvs) {
+    if (&tlvs != &tlvs_) {
+      tlvs_.splice(tlvs_.end(), tlvs);
+    }
+  }
 
   const TLVs& get_TLV_list() const { return tlvs_; }
   TLVs& get_TLV_list() { return tlvs_; }

@@ -29,8 +29,8 @@ MessageHead::MessageHead(MessageVersion version, MessageType type, std::uint16_t
 }
 
 void MessageHead::dbg_str(std::ostream& os) const {
-  os << "Type: " << message_type_ << " version: " << message_version_ << " MID: " << message_id_
-     << " FID: " << unsigned{fragment_id_} << " LastFragment: " << true_or_false(get_last_fragment_indicator())
+  os << "Type: " << message_type_ << " version: " << message_version_ << " MID: " << Decimal(message_id_)
+     << " FID: " << Decimal(fragment_id_) << " LastFragment: " << true_or_false(get_last_fragment_indicator())
      << " Relay: " << true_or_false(get_relay_indicator());
 }
 

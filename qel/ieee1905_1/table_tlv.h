@@ -17,9 +17,6 @@ class QEL_EXPORT TableTLV : public TLVCommon<TYPE> {
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   void dbg_str(std::ostream& os) const override;
   bool operator==(const TLV& other) const override;
-
-  /// Two of the same class; without it the comparison would be ambiguous.
-  friend bool operator==(const Derived& left, const Derived& right) { return left.TableTLV::operator==(right); }
 };
 
 }  // namespace qel::ieee1905_1

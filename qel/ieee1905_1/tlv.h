@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <iosfwd>
 
 #include "qel/core/export.h"
@@ -32,6 +33,12 @@ class QEL_EXPORT TLV : public serialization::BinarySerializable {
   TLV& operator=(const TLV&) = default;
   TLV& operator=(TLV&&) = default;
 };
+
+/// Compares TLVs of any two classes as their base does. Without it the language would find the member ambiguous.
+template <std::derived_from<TLV> Left, std::derived_from<TLV> Right>
+bool operator==(const Left& left, const Right& right) {
+  return static_cast<const TLV&>(left).operator==(right);
+}
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const TLV& tlv);
 

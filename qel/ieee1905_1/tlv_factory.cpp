@@ -12,6 +12,7 @@
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/neighbor_tlvs.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
+
 namespace qel::ieee1905_1 {
 
 namespace {

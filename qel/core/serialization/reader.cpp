@@ -16,7 +16,7 @@ ReadWindow ReadSource::refill(const std::uint8_t* position, std::span<const Prim
   is_.read(reinterpret_cast<char*>(scratch_), static_cast<std::streamsize>(size));
   if (is_.fail()) {
     const auto read = static_cast<std::size_t>(is_.gcount());
-    const auto cut = std::find_if(primitives.begin(), primitives.end(),
+    const auto cut = std::find_if(primitives.begin(), primitives.end() - 1,
                                   [read](const PrimitiveEnd& primitive) { return primitive.end > read; });
     fail(cut->texts->deserialize);
   }

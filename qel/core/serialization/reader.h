@@ -134,6 +134,7 @@ class Reader {
   /// As many values of a list as are there; where none is, as many as one step may fetch or fail for.
   template <FixedWire T>
   std::size_t next_chunk(std::size_t count) const {
+    static_assert(WireType<T>::SIZE <= ReadSource::LARGEST_STEP);
     const std::size_t held = present(WireType<T>::SIZE);
     return std::min(count, held != 0 ? held : WireType<T>::OCTETS ? ReadSource::LARGEST_STEP / WireType<T>::SIZE : 1);
   }

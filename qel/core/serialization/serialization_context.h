@@ -13,7 +13,8 @@ namespace qel::serialization {
 /// keeps the memory that it lends. It carries no options; codecs hand it on unchanged.
 class QEL_EXPORT SerializationContext {
  public:
-  /// How deep TLVs may stand inside vendor TLVs. A frame of 1514 octets has no room for more.
+  /// How deep TLVs may stand inside vendor TLVs, when encoding and when decoding. A frame of 1514 octets has no room
+  /// for more; what a hostile sender could nest in more octets would exhaust the stack.
   static constexpr unsigned int MAX_NESTING = 214;
 
   SerializationContext();

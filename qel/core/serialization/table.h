@@ -21,21 +21,36 @@ namespace qel::serialization {
 class Reader;
 class Writer;
 
-/// A field of fixed size. The label is what the debug text puts before the value; a field without one is not printed,
-/// for tables of classes that print themselves.
+/// A field of fixed size.
 template <class C, class T>
-struct Field {
-  constexpr Field(const char* field_label, T C::*field) : label(field_label), member(field) {}
-  constexpr explicit Field(T C::*field) : label(nullptr), member(field) {}
-
+struct UnlabelledField {
   static constexpr bool FIXED = true;
   static constexpr std::size_t MIN_SIZE = WireType<T>::SIZE;
   T& of(C& object) const { return object.*member; }
   const T& of(const C& object) const { return object.*member; }
 
-  const char* label;
   T C::*member;
 };
+
+/// The same with what the debug text puts before its value.
+template <class C, class T>
+struct LabelledField : UnlabelledField<C, T> {
+  const char* label;
+};
+
+/// `Field{label, &C::member}`; without the label, for tables of classes that print themselves, the field is not
+/// printed.
+template <class Base>
+struct Field : Base {
+  template <class C, class T>
+  constexpr Field(const char* field_label, T C::*field) : Base{{field}, field_label} {}
+  template <class C, class T>
+  constexpr explicit Field(T C::*field) : Base{field} {}
+};
+template <class C, class T>
+Field(const char*, T C::*) -> Field<LabelledField<C, T>>;
+template <class C, class T>
+Field(T C::*) -> Field<UnlabelledField<C, T>>;
 
 /// The wire type of an octet that is written as 0 and ignored on reading.
 struct ReservedOctet {
@@ -60,8 +75,6 @@ struct Reserved {
   ReservedOctet& of(C&) const {
     return RESERVED_OCTET;
   }
-
-  const char* label = nullptr;
 };
 
 /// How the debug text shows a list: `before`, then each element between `prefix` and `suffix`, then `after`.

@@ -10,6 +10,7 @@
 #include "qel/core/serialization/serialization_exception.h"
 #include "qel/core/serialization/table.h"
 #include "qel/core/serialization/writer.h"
+#include "qel/core/text.h"
 
 /// What follows from a wire table. Neighbouring fields of fixed size move in one step.
 namespace qel::serialization {
@@ -237,8 +238,8 @@ template <class R, std::size_t FIRST, class... Lead>
 
 template <class T>
 void print_value(std::ostream& os, const T& value) {
-  if constexpr (sizeof(T) == 1 && std::is_integral_v<T>) {
-    os << int{value};
+  if constexpr (std::is_integral_v<T>) {
+    os << Decimal(value);
   } else {
     os << value;
   }
@@ -263,11 +264,9 @@ void print_rows(std::ostream& os, const R& record) {
       if (row.text.before != nullptr) {
         print_list(os, row.text, row.of(record));
       }
-    } else if constexpr (requires { os << row.of(record); }) {
-      if (row.label != nullptr) {
-        os << row.label;
-        print_value(os, row.of(record));
-      }
+    } else if constexpr (requires { row.label; }) {
+      os << row.label;
+      print_value(os, row.of(record));
     }
   };
   detail::with_rows<R>([&](const auto&... row) { (print(row), ...); });
@@ -295,7 +294,12 @@ bool less_field(const T& left, const T& right) {
 /// Bit sets compare as numbers.
 template <std::size_t N>
 bool less_field(const std::bitset<N>& left, const std::bitset<N>& right) {
-  return left.to_ullong() < right.to_ullong();
+  for (std::size_t bit = N; bit-- > 0;) {
+    if (left[bit] != right[bit]) {
+      return right[bit];
+    }
+  }
+  return false;
 }
 
 /// Lexicographic, in table order.

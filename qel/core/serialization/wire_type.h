@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <tuple>
 #include <type_traits>
+#include <utility>
 
 namespace qel::serialization {
 
@@ -158,7 +160,9 @@ struct WireType<std::array<std::uint8_t, N>>
     : detail::OctetsWireType<std::array<std::uint8_t, N>, N, detail::INTEGER_TEXTS<1, false>> {};
 
 template <detail::OctetValue T>
-struct WireType<T> : detail::OctetsWireType<T, sizeof(T), detail::INTEGER_TEXTS<1, false>> {};
+struct WireType<T>
+    : detail::OctetsWireType<T, std::tuple_size_v<std::remove_cvref_t<decltype(std::declval<T&>().octets())>>,
+                             detail::INTEGER_TEXTS<1, false>> {};
 
 /// Lowest octet first, unlike the integers: octet k carries the bits 8k to 8k+7, bit i of the octet being bit 8k+i.
 template <std::size_t N>
@@ -192,7 +196,7 @@ requires(N % 8 == 0) struct WireType<std::bitset<N>> {
       value = std::bitset<N>(bits);
     } else {
       for (std::size_t bit = 0; bit < N; ++bit) {
-        value[bit] = (in[bit / 8] >> (bit % 8) & 1U) != 0;
+        value[bit] = (unsigned{in[bit / 8]} >> (bit % 8) & 1U) != 0;
       }
     }
   }

@@ -24,6 +24,9 @@ QEL_EXPORT void write_octets(std::ostream& os, std::span<const std::uint8_t> oct
 /// The memory that the stream writes to, null for streams that write to something else or are not good.
 inline MemoryWriteBuffer* memory_of(std::ostream& os) { return os.good() ? MemoryWriteBuffer::of(os) : nullptr; }
 
+/// Throws when something that wrote to the stream by itself left it failed.
+QEL_EXPORT void check_written(const std::ostream& os);
+
 /// Lets `object` encode itself into memory lent by the context, then writes what came out with write_octets. For the
 /// streams that memory_of gives nothing for.
 QEL_EXPORT void serialize_through_memory(std::ostream& os, SerializationContext& context,

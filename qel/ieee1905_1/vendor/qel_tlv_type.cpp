@@ -17,6 +17,8 @@ QELTLVType::QELTLVType() : QELTLVType(nullptr) {}
 
 QELTLVType::QELTLVType(std::unique_ptr<TLV> tlv) { set_tlv(std::move(tlv)); }
 
+QELTLVType::~QELTLVType() = default;
+
 void QELTLVType::set_tlv(std::unique_ptr<TLV>&& tlv) {
   tlv_ = tlv != nullptr ? std::move(tlv) : std::make_unique<DummyTLV>();
 }
@@ -30,9 +32,11 @@ void QELTLVType::serialize_impl(std::ostream& os, SerializationContext& context)
     serialization::serialize_through_memory(os, context, *this, PRIMITIVE_ENDS<QELVendorTLVType>);
     return;
   }
+  const SerializationContext::Nesting nesting(context);
   serialization::Rollback rollback(*memory);
   serialization::BinarySerializableType<QELVendorTLVType>::serialize(os, context, get_type());
   tlv_->serialize_impl(os, context);
+  serialization::check_written(os);
   rollback.keep();
 }
 

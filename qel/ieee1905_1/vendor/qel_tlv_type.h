@@ -15,6 +15,12 @@ class QEL_EXPORT QELTLVType final : public VendorSpecific {
   /// Holds a DummyTLV.
   QELTLVType();
   explicit QELTLVType(std::unique_ptr<TLV> tlv);
+  QELTLVType(QELTLVType&& other) : QELTLVType() { tlv_.swap(other.tlv_); }
+  QELTLVType& operator=(QELTLVType&& other) noexcept {
+    tlv_.swap(other.tlv_);
+    return *this;
+  }
+  ~QELTLVType() override;
 
   /// Never null.
   const std::unique_ptr<TLV>& get_tlv() const { return tlv_; }

@@ -18,9 +18,6 @@ class QEL_EXPORT VendorPayload : public VendorSpecific {
   bool operator==(const VendorSpecific& other) const override;
   void dbg_str(std::ostream& os) const override;
   QELVendorTLVType get_type() const override { return TYPE; }
-
-  /// Two of the same class; without it the comparison would be ambiguous.
-  friend bool operator==(const Derived& left, const Derived& right) { return left.VendorPayload::operator==(right); }
 };
 
 }  // namespace qel::ieee1905_1

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "qel/core/serialization/serialization_exception.h"
+#include "qel/core/text.h"
 
 namespace qel::ieee1905_1 {
 
@@ -37,7 +38,7 @@ bool VendorSpecificUnknown::operator==(const VendorSpecific& other) const {
 
 void VendorSpecificUnknown::dbg_str(std::ostream& os) const {
   VendorSpecific::dbg_str(os);
-  os << " length: " << length_ << " Bytes";
+  os << " length: " << Decimal(length_) << " Bytes";
 }
 
 }  // namespace qel::ieee1905_1

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -40,8 +41,7 @@ class QEL_EXPORT VendorSpecific : public serialization::BinarySerializable {
   ~VendorSpecific() override;
 
   virtual bool operator==(const VendorSpecific& other) const;
-  /// The negation of operator==; not to be overridden.
-  virtual bool operator!=(const VendorSpecific& other) const;
+  virtual bool operator!=(const VendorSpecific& other) const final;
 
   /// Prints "type: " and the name of the subtype; classes with fields go on from there.
   virtual void dbg_str(std::ostream& os) const;
@@ -56,6 +56,12 @@ class QEL_EXPORT VendorSpecific : public serialization::BinarySerializable {
   VendorSpecific& operator=(const VendorSpecific&) = default;
   VendorSpecific& operator=(VendorSpecific&&) = default;
 };
+
+/// Compares payloads of any two classes as their base does. Without it the language would find the member ambiguous.
+template <std::derived_from<VendorSpecific> Left, std::derived_from<VendorSpecific> Right>
+bool operator==(const Left& left, const Right& right) {
+  return static_cast<const VendorSpecific&>(left).operator==(right);
+}
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const VendorSpecific& payload);
 

@@ -1,5 +1,6 @@
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 
+#include <charconv>
 #include <istream>
 #include <ostream>
 #include <utility>
@@ -32,6 +33,13 @@ std::unique_ptr<VendorSpecific> make_payload(std::istream& is, const VendorSpeci
   return payload != nullptr ? std::move(payload) : std::make_unique<VendorSpecificUnknown>(length);
 }
 
+/// Lower-case digits and a NUL, whatever the stream is set to.
+std::array<char, 3> unpadded_hex(std::uint8_t octet) {
+  std::array<char, 3> digits{};
+  std::to_chars(digits.begin(), digits.end() - 1, octet, 16);
+  return digits;
+}
+
 }  // namespace
 
 VendorSpecificTLV::VendorSpecificTLV(std::unique_ptr<VendorSpecific> payload)
@@ -40,6 +48,8 @@ VendorSpecificTLV::VendorSpecificTLV(std::unique_ptr<VendorSpecific> payload)
 VendorSpecificTLV::VendorSpecificTLV(OUI oui, std::unique_ptr<VendorSpecific> payload) : vendor_specific_oui_(oui) {
   set_vendor_specific(std::move(payload));
 }
+
+VendorSpecificTLV::~VendorSpecificTLV() = default;
 
 void VendorSpecificTLV::set_vendor_specific(std::unique_ptr<VendorSpecific>&& payload) {
   vendor_specific_ = payload != nullptr ? std::move(payload) : std::make_unique<VendorSpecificUnknown>(0);
@@ -61,6 +71,7 @@ void VendorSpecificTLV::serialize_impl(std::ostream& os, SerializationContext& c
   head.put(get_type(), std::uint16_t{0}, vendor_specific_oui_);
   head.commit();
   vendor_specific_->serialize_impl(os, context);
+  serialization::check_written(os);
   serialization::Writer frame(*memory);
   serialization::finish_frame(frame, begin, "Invalid size");
   rollback.keep();
@@ -85,9 +96,9 @@ void VendorSpecificTLV::deserialize_impl(std::istream& is, SerializationContext&
 
 void VendorSpecificTLV::dbg_str(std::ostream& os) const {
   TLV::dbg_str(os);
-  os << " Vendor OUI:  [ " << std::hex;
+  os << " Vendor OUI:  [ ";
   for (const std::uint8_t octet : vendor_specific_oui_) {
-    os << "0x" << unsigned{octet} << " ";
+    os << "0x" << unpadded_hex(octet).data() << " ";
   }
   os << std::dec << "]\n\t" << *vendor_specific_;
 }

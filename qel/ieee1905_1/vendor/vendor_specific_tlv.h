@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <utility>
 
 #include "qel/core/export.h"
 #include "qel/ieee1905_1/tlv.h"
@@ -22,6 +23,17 @@ class QEL_EXPORT VendorSpecificTLV final : public TLVCommon<TLVType::VENDOR_SPEC
   explicit VendorSpecificTLV(OUI oui) : VendorSpecificTLV(oui, nullptr) {}
   explicit VendorSpecificTLV(std::unique_ptr<VendorSpecific> payload);
   VendorSpecificTLV(OUI oui, std::unique_ptr<VendorSpecific> payload);
+  VendorSpecificTLV(VendorSpecificTLV&& other) : VendorSpecificTLV() { swap(other); }
+  VendorSpecificTLV& operator=(VendorSpecificTLV&& other) noexcept {
+    swap(other);
+    return *this;
+  }
+  ~VendorSpecificTLV() override;
+
+  void swap(VendorSpecificTLV& other) noexcept {
+    std::swap(vendor_specific_oui_, other.vendor_specific_oui_);
+    vendor_specific_.swap(other.vendor_specific_);
+  }
 
   const OUI& get_vendor_specific_oui() const { return vendor_specific_oui_; }
   void set_vendor_specific_oui(const OUI& oui) { vendor_specific_oui_ = oui; }
@@ -38,9 +50,6 @@ class QEL_EXPORT VendorSpecificTLV final : public TLVCommon<TLVType::VENDOR_SPEC
   /// Leaves the stream printing numbers in decimal, whatever it did before: the text that follows counts on it.
   void dbg_str(std::ostream& os) const override;
   bool operator==(const TLV& other) const override;
-  friend bool operator==(const VendorSpecificTLV& left, const VendorSpecificTLV& right) {
-    return left.VendorSpecificTLV::operator==(right);
-  }
 
  private:
   OUI vendor_specific_oui_;
