@@ -2,7 +2,7 @@
 
 #include "qelevsock.h"
 
-__attribute__((visibility("default"))) const char *evsock_inaddr2str(int family, const void *address, char *text,
+__attribute__((visibility("default"))) const char* evsock_inaddr2str(int family, const void* address, char* text,
                                                                      size_t text_size) {
   switch (family) {
     case EVSOCK_FAMILY_IPV4:

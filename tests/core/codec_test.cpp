@@ -1,0 +1,251 @@
+#include <bitset>
+#include <initializer_list>
+
+#include "qel/core/mac_address.h"
+#include "qel/core/plc_nid.h"
+#include "qel/core/serialization/binary_serializable_type.h"
+#include "qel/core/serialization/serialization_exception.h"
+#include "qel/core/serialization/string_helpers.h"
+#include "tests/support/streams.h"
+
+namespace qel::serialization {
+namespace {
+
+using test::CUT_SHORT;
+using test::octets;
+
+enum class Flag : std::uint8_t { SET = 0xC5 };
+enum class Code : std::uint16_t { NAMED = 0xC5A6 };
+
+template <class T>
+std::function<void(std::ostream&)> writer(const T& value) {
+  return [&value](std::ostream& os) {
+    SerializationContext context;
+    BinarySerializableType<T>::serialize(os, context, value);
+  };
+}
+
+template <class T>
+std::function<void(std::istream&)> reader(T& value) {
+  return [&value](std::istream& is) {
+    SerializationContext context;
+    BinarySerializableType<T>::deserialize(is, context, value);
+  };
+}
+
+/// A stream with room for fewer octets, one that cannot flush them, and one that failed before refuse the value.
+template <class T>
+void check_write_failures(const T& value, std::size_t size, const std::string& text) {
+  for (std::size_t room = 0; room <= size; ++room) {
+    test::LimitedOStream os(room);
+    os << std::unitbuf;
+    EXPECT_EQ(test::refusal([&] { writer(value)(os); }), text) << room;
+    EXPECT_TRUE(os.bad());
+    EXPECT_EQ(os.taken().size(), room);
+  }
+  const auto write_to_failed = [&](std::ostream& os) {
+    os.setstate(std::ios_base::failbit);
+    writer(value)(os);
+  };
+  EXPECT_EQ(test::written(write_to_failed), (test::Written{"", text}));
+}
+
+/// The wire form both ways, and the failures; `type` is the name in their texts.
+template <class T>
+void check_codec(const T& value, const char* wire_text, const std::string& type) {
+  SCOPED_TRACE(type + " " + wire_text);
+  const test::Octets wire = octets(wire_text);
+  EXPECT_EQ(test::written(writer(value)), (test::Written{test::hex(wire), ""}));
+  check_write_failures(value, wire.size(), "Serialization of type " + type + " failed.");
+
+  T target{};
+  EXPECT_EQ(test::read_all(wire, reader(target)), (test::ReadOutcome{"", std::ios_base::goodbit, wire.size()}));
+  EXPECT_EQ(target, value);
+
+  const std::string refused = "Deserialization of type " + type + " failed.";
+  const T untouched = target;
+  for (std::size_t size = 0; size < wire.size(); ++size) {
+    // Other octets than before, so that a target that is filled by halves shows.
+    const test::Octets cut(size, static_cast<std::uint8_t>(~wire.front()));
+    EXPECT_EQ(test::read_all(cut, reader(target)), (test::ReadOutcome{refused, CUT_SHORT, size}));
+    EXPECT_EQ(target, untouched);
+  }
+  const auto read_from_failed = [&](std::istream& is) {
+    is.setstate(std::ios_base::badbit);
+    reader(target)(is);
+  };
+  EXPECT_EQ(test::read_all(wire, read_from_failed).refused, refused);
+  EXPECT_EQ(target, untouched);
+}
+
+template <std::size_t N>
+std::bitset<N> bits(std::initializer_list<std::size_t> numbers) {
+  std::bitset<N> result;
+  for (const std::size_t number : numbers) {
+    result.set(number);
+  }
+  return result;
+}
+
+TEST(Codec, IntegersGoMostSignificantOctetFirst) {
+  check_codec<char>('\xE9', "E9", "char");
+  check_codec<signed char>(-2, "FE", "std::int8_t");
+  check_codec<unsigned char>(0xC5, "C5", "std::uint8_t");
+  check_codec<unsigned short>(0x1234, "12 34", "std::uint16_t");
+  check_codec<unsigned int>(0x01020304, "01 02 03 04", "std::uint32_t");
+  check_codec<unsigned long long>(0x0102030405060708, "01 02 03 04 05 06 07 08", "std::uint64_t");
+  check_codec<std::uint64_t>(0xF1E2D3C4B5A69788, "F1 E2 D3 C4 B5 A6 97 88", "std::uint64_t");
+  check_codec<std::int64_t>(-2, "FF FF FF FF FF FF FF FE", "std::int64_t");
+  check_codec<bool>(true, "01", "std::uint8_t");
+  check_codec<bool>(false, "00", "std::uint8_t");
+  check_codec<Flag>(Flag::SET, "C5", "std::uint8_t");
+  check_codec<Code>(Code::NAMED, "C5 A6", "std::uint16_t");
+}
+
+TEST(Codec, EveryOctetButZeroIsTrue) {
+  for (unsigned int octet = 0; octet <= 255; ++octet) {
+    bool value = octet == 0;
+    test::read_all({static_cast<std::uint8_t>(octet)}, reader(value));
+    ASSERT_EQ(value, octet != 0);
+  }
+}
+
+TEST(Codec, OctetValuesGoInOrder) {
+  check_codec(MACAddress(MACAddress::Octets{0x02, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}), "02 1A 2B 3C 4D 5E", "std::uint8_t");
+  check_codec(plc::NID(plc::NID::Octets{1, 2, 3, 4, 5, 6, 0xA7}), "01 02 03 04 05 06 A7", "std::uint8_t");
+  check_codec(std::array<std::uint8_t, 3>{0x11, 0x22, 0x33}, "11 22 33", "std::uint8_t");
+}
+
+TEST(Codec, BitSetsGoLowestOctetFirst) {
+  check_codec(bits<8>({0, 6}), "41", "std::uint8_t");
+  check_codec(bits<16>({0}), "01 00", "std::uint8_t");
+  check_codec(bits<16>({15}), "00 80", "std::uint8_t");
+  check_codec(bits<40>({1, 10, 39}), "02 04 00 00 80", "std::uint8_t");
+  check_codec(bits<48>({1, 10, 47}), "02 04 00 00 00 80", "std::uint8_t");
+  check_codec(bits<64>({0, 9, 34, 63}), "01 02 00 00 04 00 00 80", "std::uint8_t");
+  check_codec(bits<88>({0, 9, 66, 87}), "01 02 00 00 00 00 00 00 04 00 80", "std::uint8_t");
+  check_codec(bits<128>({3, 12, 69, 127}), "08 10 00 00 00 00 00 00 20 00 00 00 00 00 00 80", "std::uint8_t");
+}
+
+TEST(Codec, StringsAreTheirCharactersAndCannotBeRead) {
+  std::string value("A\0\xFFz", 4);
+  EXPECT_EQ(test::written(writer(value)), (test::Written{"4100FF7A", ""}));
+  check_write_failures(value, 4, "Serialization of type std::uint8_t failed.");
+  EXPECT_EQ(test::read_all(octets("41"), reader(value)),
+            (test::ReadOutcome{"Raw deserialization of std::string not supported!", std::ios_base::goodbit, 0}));
+  EXPECT_EQ(value, std::string("A\0\xFFz", 4));
+  EXPECT_EQ(test::written(writer(std::string())), (test::Written{"", ""}));
+}
+
+TEST(Codec, StringStreamsAreTheirWholeContentAndCannotBeRead) {
+  std::stringstream value;
+  value << "abc" << '\0' << "\xFE";
+  value.get();  // reading from it changes nothing
+  EXPECT_EQ(test::written(writer(value)), (test::Written{"61626300FE", ""}));
+  check_write_failures(value, 5, "Serialization of type std::stringstream failed.");
+  EXPECT_EQ(test::read_all(octets("41"), reader(value)).refused,
+            "Deserialization of type std::stringstream not supported!");
+
+  const std::stringstream empty;
+  const auto write_empty = [&](std::ostream& os) {
+    EXPECT_THROW(writer(empty)(os), SerializationException);
+    EXPECT_EQ(os.rdstate(), std::ios_base::failbit);
+    os.clear();
+    writer(empty)(os);
+  };
+  EXPECT_EQ(test::written(write_empty), (test::Written{"", "Serialization of type std::stringstream failed."}));
+}
+
+TEST(StringWithSize, IsWrittenBehindItsSize) {
+  const auto write = [](std::size_t size, std::uint8_t min, std::uint8_t max) {
+    return test::written([&](std::ostream& os) {
+      SerializationContext context;
+      serialize_string_with_uint8_size(os, context, std::string(size, 'q'), min, max);
+    });
+  };
+  EXPECT_EQ(write(0, 0, 0), (test::Written{"00", ""}));
+  EXPECT_EQ(write(2, 2, 3), (test::Written{"027171", ""}));
+  EXPECT_EQ(write(3, 2, 3), (test::Written{"03717171", ""}));
+  // The limits are shown as the characters of these codes, the size in digits.
+  EXPECT_EQ(write(64, 65, 90), (test::Written{"", "Size 64 is not in the range [A, Z]"}));
+  EXPECT_EQ(write(91, 65, 90), (test::Written{"", "Size 91 is not in the range [A, Z]"}));
+  EXPECT_EQ(write(256, 1, 255), (test::Written{"", "Size 256 is not in the range [\x01, \xFF]"}));
+}
+
+TEST(StringWithSize, IsReadWholeOrNotAtAll) {
+  constexpr auto GOOD = std::ios_base::goodbit;
+  std::string text;
+  const auto read = [&](const char* wire, std::uint8_t min, std::uint8_t max) {
+    text = "before";
+    return test::read_all(octets(wire), [&](std::istream& is) {
+      SerializationContext context;
+      deserialize_string_with_uint8_size(is, context, text, min, max);
+    });
+  };
+  EXPECT_EQ(read("02 00FF 63", 2, 64), (test::ReadOutcome{"", GOOD, 3}));
+  EXPECT_EQ(text, std::string("\0\xFF", 2));
+  EXPECT_EQ(read("00", 0, 2), (test::ReadOutcome{"", GOOD, 1}));
+  EXPECT_EQ(text, "");
+  // Here the size is shown as a character, too.
+  EXPECT_EQ(read("40 6162", 65, 90), (test::ReadOutcome{"Size @ is not in the range [A, Z]", GOOD, 1}));
+  EXPECT_EQ(read("5B 6162", 65, 90), (test::ReadOutcome{"Size [ is not in the range [A, Z]", GOOD, 1}));
+  EXPECT_EQ(read("03 6162", 0, 3), (test::ReadOutcome{"Deserialization of type char failed.", CUT_SHORT, 3}));
+  EXPECT_EQ(text, "before");
+  EXPECT_EQ(read("", 0, 3), (test::ReadOutcome{"Deserialization of type std::uint8_t failed.", CUT_SHORT, 0}));
+}
+
+TEST(StringWithSize, TextOfARefusedSizeHoldsRawOctets) {
+  const test::Octets wire = {0};
+  MemoryIStream is(wire);
+  SerializationContext context;
+  std::string text;
+  const std::string expected("Size \0 is not in the range [\x01, \x20]", 33);
+  try {
+    deserialize_string_with_uint8_size(is, context, text, 1, 32);
+    FAIL();
+  } catch (const SerializationException& exception) {
+    EXPECT_EQ(std::string_view(exception.what(), expected.size() + 1), expected + '\0');
+  }
+}
+
+TEST(DeSerializeStringHelper, ReadsTheLengthThatItWasGivenAndWritesAll) {
+  std::string text = "before";
+  for (const std::size_t length : {1U, 300U, 65535U, 0U}) {
+    DeSerializeStringHelper helper(text, static_cast<std::uint16_t>(length));
+    EXPECT_EQ(test::read_all(test::Octets(length, 0xE9), reader(helper)),
+              (test::ReadOutcome{"", std::ios_base::goodbit, length}));
+    EXPECT_EQ(text, std::string(length, '\xE9'));
+    const std::size_t fewer = length / 2;
+    EXPECT_EQ(test::read_all(test::Octets(fewer, 0xE9), reader(helper)).refused,
+              fewer == length ? "" : "Deserialization of type char failed.");
+    EXPECT_EQ(text, "");
+  }
+  text = std::string("q\0\xFF", 3);
+  EXPECT_EQ(test::written(writer(DeSerializeStringHelper(text, 1))), (test::Written{"7100FF", ""}));
+}
+
+TEST(SerializationException, HoldsItsText) {
+  const SerializationException copy(SerializationException(std::string("gone wrong")));
+  const std::exception& base = copy;
+  EXPECT_STREQ(base.what(), "gone wrong");
+}
+
+TEST(SerializationContext, LendsAnEmptyStreamToEachBorrower) {
+  SerializationContext context;
+  for (int round = 0; round < 2; ++round) {
+    SerializationContext::Loan outer(context);
+    EXPECT_TRUE(outer.stream().good());
+    EXPECT_EQ(outer.stream().octets().size(), 0U);
+    outer.stream() << "outer";
+    {
+      SerializationContext::Loan inner(context);
+      EXPECT_EQ(inner.stream().octets().size(), 0U);
+      inner.stream() << "inner";
+    }
+    EXPECT_EQ(test::characters_of(outer.stream().octets()), "outer");
+    outer.stream().setstate(std::ios_base::badbit);
+  }
+}
+
+}  // namespace
+}  // namespace qel::serialization

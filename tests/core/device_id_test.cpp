@@ -1,0 +1,100 @@
+#include "qel/core/device_id.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <stdexcept>
+
+#include "qelevsock.h"
+#include "tests/support/enum_texts.h"
+#include "tests/support/octets.h"
+
+namespace {
+bool conversion_fails = false;
+}
+
+/// Stands in front of the platform's function of this name, which never fails for the families that are asked for.
+extern "C" [[gnu::visibility("default")]] const char* evsock_inaddr2str(int family, const void* address, char* text,
+                                                                        size_t text_size) {
+  using Function = const char* (*)(int, const void*, char*, size_t);
+  static const auto real = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "evsock_inaddr2str"));
+  return conversion_fails ? nullptr : real(family, address, text, text_size);
+}
+
+namespace qel {
+namespace {
+
+using enum DeviceIDSubtype;
+
+TEST(DeviceID, TurnsAddressesIntoTextAndKeepsOtherOctets) {
+  const struct {
+    DeviceIDSubtype subtype;
+    const char* octets;
+    std::string value;
+  } rows[] = {
+      {MAC_ADDRESS, "001122 33AAFF", "00:11:22:33:AA:FF"},
+      {NETWORK_ADDRESS, "01 C0A80102", "192.168.1.2"},
+      {NETWORK_ADDRESS, "02 20010DB8000000000000000000ABCDEF", "2001:DB8::AB:CDEF"},
+      {RESERVED, "", ""},
+      {CHASSIS_COMPONENT, "61620063", std::string("ab\0c", 4)},
+      {INTERFACE_ALIAS, "C3A4", "\xC3\xA4"},
+      {PORT_COMPONENT, "0102030405", "\x01\x02\x03\x04\x05"},
+      {INTERFACE_NAME, "65746830", "eth0"},
+      {LOCALLY_ASSIGNED, "78", "x"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(enum_to_string(row.subtype));
+    const std::string characters = test::characters_of(test::octets(row.octets));
+    const DeviceID id(row.subtype, characters.data(), static_cast<unsigned int>(characters.size()));
+    EXPECT_EQ(id.get_subtype(), row.subtype);
+    EXPECT_EQ(id.get_value(), row.value);
+    EXPECT_TRUE(id == DeviceID(row.subtype, characters));
+    EXPECT_EQ((std::ostringstream() << id).str(), "[\"" + enum_to_string(row.subtype) + "\", \"" + row.value + "\"]");
+  }
+}
+
+TEST(DeviceID, RefusesWhatTheSubtypeDoesNotAllow) {
+  const auto refusal_of = [](DeviceIDSubtype subtype, std::size_t length, char first) -> std::string {
+    try {
+      DeviceID refused(subtype, std::string(length, first));
+    } catch (const std::invalid_argument& exception) {
+      return exception.what();
+    }
+    return {};
+  };
+  for (const unsigned int subtype : {8U, 9U, 255U}) {
+    EXPECT_EQ(refusal_of(DeviceIDSubtype(subtype), 6, 1), "Subtype DeviceIDSubtype::INVALID_MAX is not allowed");
+  }
+  EXPECT_EQ(refusal_of(MAC_ADDRESS, 5, 1), "5 does not match MAC address length");
+  EXPECT_EQ(refusal_of(MAC_ADDRESS, 7, 1), "7 does not match MAC address length");
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 4, 1), "4 does not match IPv4 network address length");
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 17, 1), "17 does not match IPv4 network address length");
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 5, 2), "5 does not match IPv6 network address length");
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 18, 2), "18 does not match IPv6 network address length");
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 0, 1), "Network address is invalid");
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 5, 0), "Network address is invalid");
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 17, 3), "Network address is invalid");
+  conversion_fails = true;
+  EXPECT_EQ(refusal_of(NETWORK_ADDRESS, 5, 1), "Failed to convert network address to string");
+  conversion_fails = false;
+}
+
+TEST(DeviceID, ComparesSubtypeAndValue) {
+  const DeviceID id(INTERFACE_NAME, "eth0");
+  EXPECT_TRUE(id == DeviceID(INTERFACE_NAME, "eth0"));
+  EXPECT_TRUE(id != DeviceID(INTERFACE_ALIAS, "eth0"));
+  EXPECT_TRUE(id != DeviceID(INTERFACE_NAME, "eth1"));
+  EXPECT_TRUE(id != DeviceID(INTERFACE_NAME, std::string("eth0\0", 5)));
+  EXPECT_EQ(*clone_optional_device_id(std::make_unique<DeviceID>(id)), id);
+  EXPECT_EQ(clone_optional_device_id(nullptr), nullptr);
+}
+
+TEST(DeviceID, SubtypeTexts) {
+  test::check_enum_texts<DeviceIDSubtype>(
+      "0 RESERVED 1 CHASSIS_COMPONENT 2 INTERFACE_ALIAS 3 PORT_COMPONENT 4 MAC_ADDRESS 5 NETWORK_ADDRESS "
+      "6 INTERFACE_NAME 7 LOCALLY_ASSIGNED 8 INVALID_MAX");
+}
+
+}  // namespace
+}  // namespace qel

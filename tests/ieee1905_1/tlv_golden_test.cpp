@@ -1,0 +1,287 @@
+#include "qel/ieee1905_1/autoconfiguration_tlvs.h"
+#include "qel/ieee1905_1/device_identification_tlv.h"
+#include "qel/ieee1905_1/device_information_tlv.h"
+#include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/link_metric_tlvs.h"
+#include "qel/ieee1905_1/neighbor_tlvs.h"
+#include "qel/ieee1905_1/tlv_factory.h"
+#include "tests/support/golden.h"
+
+namespace qel::ieee1905_1 {
+namespace {
+
+using std::string;
+using test::mac;
+using test::with;
+using G = test::Golden<TLV>;
+
+const MACAddress A = mac("021A2B3C4D5E");
+const MACAddress B = mac("06F1E2D3C4B5");
+const MACAddress C = mac("0A0918273645");
+const MACAddress D = mac("0E7D6C5B4A39");
+
+// Each record as object, octets and text; the TLVs below are put together from them.
+
+WLANSpecificInformation wlan_information() {
+  WLANSpecificInformation information;
+  information.set_bssid(D);
+  information.set_role(WLANInterfaceRole1905_1::STA);
+  information.set_band(2);
+  information.set_center_freq_1(155);
+  information.set_center_freq_2(42);
+  return information;
+}
+const string WLAN_OCTETS = "0A 0E7D6C5B4A39 40 02 9B 2A # length, BSSID, role, band, centre frequencies\n";
+const string WLAN_TEXT = "WLAN bssid: 0E:7D:6C:5B:4A:39 role STA band 2 ctrFreqIdx1 155 ctrFreqIdx2 42";
+
+PLCSpecificInformation plc_information() {
+  PLCSpecificInformation information;
+  information.set_network_id(plc::NID(plc::NID::Octets{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD}));
+  return information;
+}
+const string PLC_OCTETS = "07 0123456789ABCD # length, network identifier\n";
+const string PLC_TEXT = "PLC networkID: 01:23:45:67:89:ab:cd";
+
+const string NO_TEXT = "<no media-specific information>";
+
+const InterfaceInformation WLAN(C, InterfaceType::WLAN, 5, wlan_information());
+const string WLAN_INTERFACE = "0A0918273645 01 05" + WLAN_OCTETS;
+const string WLAN_INTERFACE_TEXT =
+    "\tInterfaceInformation: mac: 0A:09:18:27:36:45 type: WLAN mode: AC_5_GHZ media-specific: " + WLAN_TEXT;
+
+TransmitterLinkMetricInformation tx_information() {
+  TransmitterLinkMetricInformation information;
+  information.set_interface_type(InterfaceType::WLAN);
+  information.set_interface_mode(4);
+  information.set_bridge_flag(TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE);
+  information.set_packet_errors(16909060);
+  information.set_transmitted_packets(168496141);
+  information.set_mac_throughput_capacity(4386);
+  information.set_link_availability(13124);
+  information.set_phy_rate(21862);
+  return information;
+}
+const string TX_OCTETS = "01 04 01 # type, mode, bridge\n 01020304 0A0B0C0D 1122 3344 5566";
+const string TX_TEXT =
+    "TX LinkMetricInformation intfType: WLAN N_5_GHZ IEEE802.1BridgeFlag: INCLUDED_IEEE802_1_BRIDGE packetErrors: "
+    "16909060 transmittedPackets: 168496141 macThroughputCapacity: 4386 linkAvailability: 13124 phyRate: 21862";
+
+ReceiverLinkMetricInformation rx_information() {
+  ReceiverLinkMetricInformation information;
+  information.set_interface_type(InterfaceType::ETHERNET);
+  information.set_interface_mode(1);
+  information.set_packet_errors(286397204);
+  information.set_packets_received(555885348);
+  information.set_RCPI(200);
+  return information;
+}
+const string RX_OCTETS = "00 01 # type, mode\n 11121314 21222324 C8";
+const string RX_TEXT =
+    "RX LinkMetricInformation intfType: ETHERNET GIGABIT_ETHERNET packetErrors: 286397204 packetsReceived: 555885348 "
+    "rcpi: 200";
+
+template <class Metric, class Information>
+Metric metric(const MACAddress& receiving, const MACAddress& neighbor, const Information& information) {
+  Metric metric;
+  metric.set_receiving_interface_MAC(receiving);
+  metric.set_neighbor_interface_MAC(neighbor);
+  metric.set_link_metric_information(information);
+  return metric;
+}
+const auto TX_METRIC = metric<TransmitterLinkMetric>(B, D, tx_information());
+const string TX_METRIC_OCTETS = "06F1E2D3C4B5 0E7D6C5B4A39" + TX_OCTETS;
+const string TX_METRIC_TEXT =
+    "TransmitterLinkMetric receiving_al_mac: 06:F1:E2:D3:C4:B5 neighbor_al_mac: 0E:7D:6C:5B:4A:39 {" + TX_TEXT + "}";
+const auto RX_METRIC = metric<ReceiverLinkMetric>(C, B, rx_information());
+const string RX_METRIC_OCTETS = "0A0918273645 06F1E2D3C4B5" + RX_OCTETS;
+const string RX_METRIC_TEXT =
+    "ReceiverLinkMetric receiving_al_mac: 0A:09:18:27:36:45 neighbor_al_mac: 06:F1:E2:D3:C4:B5 {" + RX_TEXT + "}";
+
+TEST(Records, Golden) {
+  const std::vector<std::size_t> length_of_block = {0};
+  test::check_golden_of(NoMediaSpecificInformation(), "00 # length", NO_TEXT, length_of_block);
+  test::check_golden_of(wlan_information(), WLAN_OCTETS, WLAN_TEXT, length_of_block);
+  test::check_golden_of(plc_information(), PLC_OCTETS, PLC_TEXT, length_of_block);
+  test::check_golden_of(WLAN, WLAN_INTERFACE, WLAN_INTERFACE_TEXT, std::vector<std::size_t>{8});
+  test::check_golden_of(tx_information(), TX_OCTETS, TX_TEXT);
+  test::check_golden_of(rx_information(), RX_OCTETS, RX_TEXT);
+  test::check_golden_of(TX_METRIC, TX_METRIC_OCTETS, TX_METRIC_TEXT);
+  test::check_golden_of(RX_METRIC, RX_METRIC_OCTETS, RX_METRIC_TEXT);
+  test::check_golden_of(ALMAC19051Neighbor(A, IEEE802_1_Bridge::IEEE802_1_BRIDGE), "021A2B3C4D5E 80",
+                        "AL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE");
+}
+
+TEST(Records, MediaSpecificInformationIsOrderedByTypeFirst) {
+  const auto wlan = wlan_information();
+  const PLCSpecificInformation plc;  // zero, so that only the type can put it behind
+  const NoMediaSpecificInformation none;
+  test::expect_ascending<MediaSpecificInformation>({&wlan, &plc, &none});
+  EXPECT_FALSE(plc == none || none == wlan || wlan == plc);
+  EXPECT_EQ(wlan.get_interface_type(), InterfaceType::WLAN);
+  EXPECT_EQ(plc.get_interface_type(), InterfaceType::PLC);
+  EXPECT_EQ(none.get_interface_type(), InterfaceType::UNKNOWN);
+}
+
+const auto DEVICE_INFORMATION = with(DeviceInformationTLV(A), &DeviceInformationTLV::add_interface_information,
+                                     {InterfaceInformation(B, InterfaceType::ETHERNET, 0), WLAN,
+                                      InterfaceInformation(D, InterfaceType::PLC, 1, plc_information()),
+                                      InterfaceInformation(C, InterfaceType(7), 255)});
+
+DeviceBridgingTuple tuple(std::initializer_list<MACAddress> addresses) {
+  return with(DeviceBridgingTuple(), &DeviceBridgingTuple::add_mac_address, addresses);
+}
+const auto BRIDGING_CAPABILITY = with(DeviceBridgingCapabilityTLV(), &DeviceBridgingCapabilityTLV::add_bridging_tuple,
+                                      {tuple({A, C}), {}, tuple({B})});
+
+const auto NON_1905_NEIGHBORS =
+    with(NonIEEE1905NeighborDeviceListTLV(B), &NonIEEE1905NeighborDeviceListTLV::add_mac_address, {D, C});
+
+const auto NEIGHBORS =
+    with(IEEE1905NeighborDeviceTLV(B), &IEEE1905NeighborDeviceTLV::add_AL_MAC_neighbor,
+         {{A, IEEE802_1_Bridge::IEEE802_1_BRIDGE}, {D, IEEE802_1_Bridge(0x81)}, {C, IEEE802_1_Bridge::INVALID}});
+
+LinkMetricQueryTLV query(LinkMetricQueryNeighbors neighbors, LinkMetricQuery metric) {
+  LinkMetricQueryTLV tlv(C);
+  tlv.set_query_neighbor(neighbors);
+  tlv.set_link_metric(metric);
+  return tlv;
+}
+const auto QUERY_FOR_ONE = query(LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR, LinkMetricQuery::TX_RX_LINK_METRY);
+
+const auto TRANSMITTER = [] {
+  TransmitterLinkMetricInformation other;
+  other.set_interface_type(InterfaceType(7));
+  other.set_bridge_flag(TransmitterLinkMetricBridgeFlags::INVALID);
+  other.set_phy_rate(1);
+  return with(TransmitterLinkMetricTLV(A, C), &TransmitterLinkMetricTLV::add_transmitter_link_metric,
+              {TX_METRIC, metric<TransmitterLinkMetric>(C, A, other)});
+}();
+
+const auto RECEIVER = [] {
+  ReceiverLinkMetricInformation other;
+  other.set_interface_type(InterfaceType(7));
+  other.set_interface_mode(255);
+  return with(ReceiverLinkMetricTLV(A, D), &ReceiverLinkMetricTLV::add_receiver_link_metric,
+              {metric<ReceiverLinkMetric>(D, A, other), RX_METRIC});
+}();
+
+DeviceIdentificationTypeTLV identification() {
+  DeviceIdentificationTypeTLV::Name full;
+  full.fill('m');
+  DeviceIdentificationTypeTLV tlv;
+  tlv.set_friendly_name({'H', 'a', 'l', 'l', '\0', 'x'});
+  tlv.set_manufacturer_name(full);
+  tlv.set_manufacturer_model({'7', 0xB0});
+  return tlv;
+}
+
+string repeated(const char* octet, int count) { return count == 0 ? "" : octet + repeated(octet, count - 1); }
+
+TEST(TLVs, Golden) {
+  // The type octet is not compared with anything; nor is the length, unless the list of the TLV depends on it.
+  const std::vector<std::size_t> head = {0, 1, 2};
+  const std::vector<std::size_t> type = {0};
+  const std::vector<G> rows = {
+      G(EndOfMessageTLV(), "00 0000", "type: END_OF_MESSAGE", type),
+      G(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A), "01 0006 021A2B3C4D5E",
+        "type: AL_MAC_ADDRESS mac: 02:1A:2B:3C:4D:5E", head),
+      G(MACAddressTLVCommon<TLVType::MAC_ADDRESS>(B), "02 0006 06F1E2D3C4B5",
+        "type: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5", head),
+      G(MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>(C), "82 0006 0A0918273645",
+        "type: AP_RADIO_IDENTIFIER mac: 0A:09:18:27:36:45", head),
+      G(MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>(D), "95 0006 0E7D6C5B4A39",
+        "type: STA_MAC_ADDRESS mac: 0E:7D:6C:5B:4A:39", head),
+      G(DEVICE_INFORMATION,
+        "03 003C 021A2B3C4D5E 04 # type, length, AL MAC, interfaces\n"
+        "06F1E2D3C4B5 00 00 00 # MAC, Ethernet, mode, no media-specific information\n" +
+            WLAN_INTERFACE + "0E7D6C5B4A39 02 01 " + PLC_OCTETS + "0A0918273645 07 FF 00",
+        "type: DEVICE_INFORMATION AL MAC: 02:1A:2B:3C:4D:5E\n"
+        "\tInterfaceInformation: mac: 06:F1:E2:D3:C4:B5 type: ETHERNET mode: FAST_ETHERNET media-specific: " +
+            NO_TEXT + "\n" + WLAN_INTERFACE_TEXT +
+            "\n\tInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 type: PLC mode: FFT media-specific: " + PLC_TEXT +
+            "\n\tInterfaceInformation: mac: 0A:09:18:27:36:45 type: 7 mode: dummy (INVALID) media-specific: " + NO_TEXT,
+        {0, 1, 2, 18, 27, 46, 62}, {16}),
+      G(BRIDGING_CAPABILITY, "04 0016 03 # type, length, tuples\n 02 021A2B3C4D5E 0A0918273645\n 00\n 01 06F1E2D3C4B5",
+        "type: DEVICE_BRIDGING_CAPABILITY\n\t{02:1A:2B:3C:4D:5E 0A:09:18:27:36:45}\n\t{}\n\t{06:F1:E2:D3:C4:B5}", head),
+      G(NON_1905_NEIGHBORS, "06 0012 06F1E2D3C4B5 0E7D6C5B4A39 0A0918273645",
+        "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: "
+        "06:F1:E2:D3:C4:B5\t{0E:7D:6C:5B:4A:39}\t{0A:09:18:27:36:45}",
+        type),
+      G(NonIEEE1905NeighborDeviceListTLV(A), "06 0006 021A2B3C4D5E",
+        "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: 02:1A:2B:3C:4D:5E", type),
+      G(NEIGHBORS, "07 001B 06F1E2D3C4B5 021A2B3C4D5E 80 0E7D6C5B4A39 81 0A0918273645 FF",
+        "type: IEEE1905_NEIGHBOR_DEVICE LOCAL MAC: 06:F1:E2:D3:C4:B5"
+        "\tAL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE"
+        "\tAL_MAC: 0E:7D:6C:5B:4A:39 IEEE802_1_bridge: NO_IEEE802_1_BRIDGE"
+        "\tAL_MAC: 0A:09:18:27:36:45 IEEE802_1_bridge: INVALID",
+        type),
+      G(QUERY_FOR_ONE, "08 0008 01 0A0918273645 02",
+        "type: LINK_METRIC_QUERY neighbors: SPECIFIC_NEIGHBOR MAC address: 0A:09:18:27:36:45 metric requested: "
+        "TX_RX_LINK_METRY",
+        head),
+      G(query(LinkMetricQueryNeighbors::ALL_NEIGHBORS, LinkMetricQuery(7)), "08 0008 00 0A0918273645 07",
+        "type: LINK_METRIC_QUERY neighbors: ALL_NEIGHBORS metric requested: 7", head),
+      G(LinkMetricQueryTLV(), "08 0008 FF 000000000000 FF",
+        "type: LINK_METRIC_QUERY neighbors: INVALID metric requested: INVALID", head),
+      G(TRANSMITTER,
+        "09 0046 021A2B3C4D5E 0A0918273645" + TX_METRIC_OCTETS +
+            "0A0918273645 021A2B3C4D5E 07 00 FF 00000000 00000000 0000 0000 0001",
+        "type: TRANSMITTER_LINK_METRIC local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0A:09:18:27:36:45\n\t" +
+            TX_METRIC_TEXT +
+            "\n\tTransmitterLinkMetric receiving_al_mac: 0A:09:18:27:36:45 neighbor_al_mac: 02:1A:2B:3C:4D:5E {TX "
+            "LinkMetricInformation intfType: 7 0 IEEE802.1BridgeFlag: INVALID packetErrors: 0 transmittedPackets: 0 "
+            "macThroughputCapacity: 0 linkAvailability: 0 phyRate: 1}",
+        type),
+      G(TransmitterLinkMetricTLV(B), "09 000C 06F1E2D3C4B5 000000000000",
+        "type: TRANSMITTER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", type),
+      G(RECEIVER,
+        "0A 003A 021A2B3C4D5E 0E7D6C5B4A39 0E7D6C5B4A39 021A2B3C4D5E 07 FF 00000000 00000000 00" + RX_METRIC_OCTETS,
+        "type: RECEIVER_LINK_METRIC local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0E:7D:6C:5B:4A:39"
+        "\n\tReceiverLinkMetric receiving_al_mac: 0E:7D:6C:5B:4A:39 neighbor_al_mac: 02:1A:2B:3C:4D:5E {RX "
+        "LinkMetricInformation intfType: 7 dummy (INVALID) packetErrors: 0 packetsReceived: 0 rcpi: 0}\n\t" +
+            RX_METRIC_TEXT,
+        type),
+      G(ReceiverLinkMetricTLV(B), "0A 000C 06F1E2D3C4B5 000000000000",
+        "type: RECEIVER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", type),
+      G(LinkMetricResultCodeTLV(LinkMetricResultCode::INVALID_NEIGHBOR), "0C 0001 00",
+        "type: LINK_METRIC_RESULT_CODE result_code: INVALID_NEIGHBOR", head),
+      G(LinkMetricResultCodeTLV(), "0C 0001 FF", "type: LINK_METRIC_RESULT_CODE result_code: INVALID", head),
+      G(SearchedRoleTLV(RoleType::REGISTRAR), "0D 0001 00", "type: SEARCHED_ROLE role: REGISTRAR", head),
+      G(AutoconfigFrequencyBandTLV(FrequencyBand::IEEE802_11_60_GHZ), "0E 0001 02",
+        "type: AUTOCONFIG_FREQUENCY_BAND frequency: IEEE802_11_60_GHZ", head),
+      G(SupportedRoleTLV(RoleType(9)), "0F 0001 09", "type: SUPPORTED_ROLE role: 9", head),
+      G(SupportedFrequencyBandTLV(FrequencyBand::IEEE802_11_5_GHZ), "10 0001 01",
+        "type: SUPPORTED_FREQUENCY_BAND frequency: IEEE802_11_5_GHZ", head),
+      G(identification(),
+        "15 00C0 48616C6C 00 78" + repeated("00", 58) + repeated("6D", 64) + "37 B0" + repeated("00", 62),
+        "type: DEVICE_IDENTIFICATION_TYPE\n\t Friendly Name: Hall\n\t Manufacturer Name: " + string(64, 'm') +
+            "\n\t Manufacturer Model: 7\xB0",
+        head),
+  };
+  test::check_golden<TLV>(rows, [](const test::Octets& wire) { return create_TLV(TLVType(wire[0])); });
+}
+
+TEST(TLVs, OfDifferentTypesAreUnequalEvenWithEqualFields) {
+  test::expect_unequal<TLV>(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A),
+                            MACAddressTLVCommon<TLVType::MAC_ADDRESS>(A));
+  test::expect_unequal<TLV>(SearchedRoleTLV(RoleType::REGISTRAR), SupportedRoleTLV(RoleType::REGISTRAR));
+}
+
+TEST(TLVs, GiveBackTheirFields) {
+  const auto& tx = TX_METRIC.get_link_metric_information();
+  const auto& rx = RX_METRIC.get_link_metric_information();
+  EXPECT_EQ(std::tuple(tx.get_packet_erros(), tx.get_transmitted_packets(), tx.get_mac_throughput_capacity(),
+                       tx.get_link_availability(), tx.get_phy_rate()),
+            std::tuple(16909060U, 168496141U, 4386, 13124, 21862));
+  EXPECT_EQ(std::tuple(rx.get_packet_erros(), rx.get_packets_received(), rx.get_RCPI()),
+            std::tuple(286397204U, 555885348U, 200));
+  EXPECT_EQ(std::tuple(TX_METRIC.get_receiving_interface_MAC(), TX_METRIC.get_neighbor_interface_MAC()),
+            std::tuple(B, D));
+  EXPECT_EQ(std::tuple(TRANSMITTER.get_local_AL_MAC(), TRANSMITTER.get_neighbor_AL_MAC()), std::tuple(A, C));
+  EXPECT_EQ(std::tuple(RECEIVER.get_local_AL_MAC(), RECEIVER.get_neighbor_AL_MAC()), std::tuple(A, D));
+  EXPECT_EQ(wlan_information().get_center_freq_1(), 155);
+  EXPECT_TRUE(WLAN.get_media_specific_information() == wlan_information());
+}
+
+}  // namespace
+}  // namespace qel::ieee1905_1

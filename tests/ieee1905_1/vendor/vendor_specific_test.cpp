@@ -1,0 +1,171 @@
+#include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
+#include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
+#include "qel/ieee1905_1/vendor/qel_tlv_type.h"
+#include "qel/ieee1905_1/vendor/vendor_factory.h"
+#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
+#include "tests/support/golden.h"
+
+namespace qel::ieee1905_1 {
+namespace {
+
+using serialization::SerializationContext;
+using std::make_unique;
+using test::octets;
+using MAC = MACAddressTLVCommon<TLVType::MAC_ADDRESS>;
+
+constexpr VendorSpecificTLV::OUI FOREIGN{0x0A, 0xB1, 0x05};
+
+std::unique_ptr<MAC> mac_tlv() { return make_unique<MAC>(test::mac("06F1E2D3C4B5")); }
+
+TEST(VendorPayloads, Golden) {
+  using G = test::Golden<VendorSpecific>;
+  const std::vector<std::size_t> head = {0, 1, 2};
+  test::check_golden<VendorSpecific>(
+      {
+          G(QELMessageTypeTLV(QELMessageType::QEL_MESHD_VERSION_MESSAGE), "09 0002 0001",
+            "type: QEL_MESSAGETYPE_TLV QEL Message Type: QEL_MESHD_VERSION_MESSAGE", head),
+          G(QELMessageTypeTLV(), "09 0002 FFFF", "type: QEL_MESSAGETYPE_TLV QEL Message Type: INVALID", head),
+          G(QELMeshdVersionTLV(BasicVersion(258, 772)), "0C 0004 0102 0304",
+            "type: QEL_MESHD_VERSION_TLV QEL Meshd Version: 258.772", head),
+          G(QELMeshdVersionTLV(), "0C 0004 0000 0000", "type: QEL_MESHD_VERSION_TLV QEL Meshd Version: 0.0", head),
+          G(QELTLVType(mac_tlv()), "00 02 0006 06F1E2D3C4B5",
+            "type: QEL_TLV_TYPE\n\ttype: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5", {0, 2, 3}),
+      },
+      [](const test::Octets& wire) { return create_vendor_specific(QELVendorTLVType(wire[0])); });
+  EXPECT_EQ(QELMeshdVersionTLV(BasicVersion(258, 772)).get_major_and_minor(), BasicVersion(258, 772));
+}
+
+TEST(VendorSpecificTLV, Golden) {
+  using G = test::Golden<TLV>;
+  const std::string head = "type: VENDOR_SPECIFIC Vendor OUI:  [ " + test::oui_text() + "]\n\t";
+  test::check_golden<TLV>(
+      {
+          // A length of 0 is refused, which is one bit away.
+          G(VendorSpecificTLV(VENDOR_OUI, make_unique<QELMessageTypeTLV>(QELMessageType(772))),
+            "0B 0008 OUI 09 0002 0304", head + "type: QEL_MESSAGETYPE_TLV QEL Message Type: 772", {0, 1, 7, 8}, {2}),
+          G(VendorSpecificTLV(VENDOR_OUI, make_unique<QELTLVType>(mac_tlv())), "0B 000D OUI 00 02 0006 06F1E2D3C4B5",
+            head + "type: QEL_TLV_TYPE\n\ttype: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5", {0, 1, 2, 8, 9}),
+      },
+      [](const auto&) { return make_unique<VendorSpecificTLV>(); }, {.leaves_base_decimal = true});
+}
+
+TEST(VendorSpecificTLV, SkipsWhatItDoesNotKnow) {
+  const auto check = [](const std::string& text, std::uint16_t length) {
+    test::Octets wire = octets(text);
+    wire.push_back(0xEE);
+    const auto [outcome, tlv] = test::decode<VendorSpecificTLV>(wire);
+    EXPECT_EQ(outcome, (test::ReadOutcome{"", std::ios_base::goodbit, wire.size() - 1})) << text;
+    EXPECT_TRUE(*tlv->get_vendor_specific() == VendorSpecificUnknown(length)) << text;
+    return (std::ostringstream() << std::hex << std::showbase << std::uppercase << *tlv).str();
+  };
+  check("0B 0003 0AB105", 0);
+  check("0B 0008 0AB105 09 0002 0001", 5);
+  EXPECT_EQ(check("0B 0007 0AB105 01020304", 4),
+            "type: VENDOR_SPECIFIC Vendor OUI:  [ 0xa 0xb1 0x5 ]\n\ttype: VENDOR_UNKNOWN length: 4 Bytes");
+  check("0B 0004 OUI 11", 1);
+  for (unsigned int subtype = 0; subtype <= 255; ++subtype) {
+    if (create_vendor_specific(QELVendorTLVType(subtype)) == nullptr) {
+      const std::uint8_t octet[] = {static_cast<std::uint8_t>(subtype)};
+      check("0B 0006 OUI " + test::hex(octet) + "0203", 3);
+    }
+  }
+  test::expect_unequal<VendorSpecific>(VendorSpecificUnknown(5), VendorSpecificUnknown(4));
+  EXPECT_EQ(VendorSpecificUnknown(5).get_expected_length(), 5);
+  EXPECT_EQ((std::ostringstream() << std::hex << VendorSpecificUnknown(18)).str(),
+            "type: VENDOR_UNKNOWN length: 18 Bytes");
+}
+
+TEST(VendorSpecificTLV, KeepsItsPayloadWhenDecodingFails) {
+  const char* const NO_SEEK = "Deserialization of VendorSpecificUnknown failed, could not seek stream!";
+  const char* const NO_TLV = "Could not create IEEE1905 TLV!";
+  const struct {
+    const char* octets;
+    const char* refused;
+    std::size_t consumed;
+  } rows[] = {
+      {"0B 0000 0AB105 09", "Invalid OUI", 6},
+      {"0B 0002 OUI 09 0002 0001", "Invalid OUI", 6},
+      {"0B 0003 OUI 09 0002 0001", "Invalid length", 6},
+      {"0B 0005 0AB105 01", NO_SEEK, 6},
+      {"0B 0005 OUI 20", NO_SEEK, 6},
+      {"0B 0005 OUI", NO_SEEK, 6},
+      {"0B 0008 OUI 00", NO_TLV, 7},
+      {"0B 0008 OUI 00 11 0000", NO_TLV, 7},
+      {"0B 0008 OUI 09 0002 00", "Deserialization of type std::uint16_t failed.", 10},
+  };
+  for (const auto& row : rows) {
+    VendorSpecificTLV tlv(make_unique<QELMessageTypeTLV>());
+    const VendorSpecific* const payload = tlv.get_vendor_specific().get();
+    SerializationContext context;
+    const test::ReadOutcome outcome =
+        test::read_all(octets(row.octets), [&](std::istream& is) { tlv.deserialize_impl(is, context); });
+    EXPECT_EQ(std::tuple(outcome.refused, outcome.consumed), std::tuple(row.refused, row.consumed)) << row.octets;
+    EXPECT_EQ(tlv.get_vendor_specific().get(), payload) << row.octets;
+  }
+}
+
+TEST(VendorSpecificTLV, ComparesTheWholeOUI) {
+  EXPECT_TRUE(VendorSpecificTLV(FOREIGN) == VendorSpecificTLV(FOREIGN));
+  for (const std::size_t octet : {0U, 1U, 2U}) {
+    VendorSpecificTLV::OUI other = FOREIGN;
+    ++other[octet];
+    test::expect_unequal<TLV>(VendorSpecificTLV(FOREIGN), VendorSpecificTLV(other));
+  }
+}
+
+TEST(VendorSpecificTLV, NeverHoldsNull) {
+  VendorSpecificTLV tlv(FOREIGN);
+  EXPECT_TRUE(*tlv.get_vendor_specific() == VendorSpecificUnknown(0));
+  EXPECT_TRUE(VendorSpecificTLV() == VendorSpecificTLV(std::unique_ptr<VendorSpecific>()));
+  EXPECT_EQ(VendorSpecificTLV().get_vendor_specific_oui(), VendorSpecificTLV::OUI{});
+
+  std::unique_ptr<VendorSpecific> payload = make_unique<QELTLVType>();
+  tlv.set_vendor_specific(payload);
+  EXPECT_EQ(payload, nullptr);
+  EXPECT_TRUE(*tlv.get_vendor_specific() == QELTLVType());
+  tlv.set_vendor_specific(payload);
+  EXPECT_TRUE(*tlv.get_vendor_specific() == VendorSpecificUnknown(0));
+  tlv.set_vendor_specific_oui(VENDOR_OUI);
+  EXPECT_EQ(tlv.get_vendor_specific_oui(), VENDOR_OUI);
+
+  QELTLVType holder(mac_tlv());
+  const QELTLVType moved = std::move(holder);
+  EXPECT_TRUE(*moved.get_tlv() == *mac_tlv());
+  EXPECT_TRUE(*holder.get_tlv() == DummyTLV());  // NOLINT(bugprone-use-after-move)
+  holder.set_tlv(mac_tlv());
+  std::unique_ptr<TLV> none;
+  holder.set_tlv(none);
+  EXPECT_TRUE(*holder.get_tlv() == DummyTLV());
+}
+
+/// So many vendor TLVs inside each other, the innermost with an End-of-message TLV.
+test::Octets nested(std::size_t levels) {
+  const test::Octets oui_and_subtype = octets("OUI 00");
+  test::Octets wire;
+  for (std::size_t length = 3 + 7 * levels - 3; levels > 0; --levels, length -= 7) {
+    wire.insert(wire.end(), {0x0B, static_cast<std::uint8_t>(length >> 8U), static_cast<std::uint8_t>(length)});
+    wire.insert(wire.end(), oui_and_subtype.begin(), oui_and_subtype.end());
+  }
+  wire.insert(wire.end(), {0, 0, 0});
+  return wire;
+}
+
+TEST(VendorSpecificTLV, NestsToALimit) {
+  constexpr std::size_t LIMIT = SerializationContext::MAX_NESTING;
+  const std::string refused = "TLVs are nested too deeply!";
+  SerializationContext context;
+  auto tlv = make_unique<VendorSpecificTLV>();
+  const auto decode = [&](std::istream& is) { tlv->deserialize_impl(is, context); };
+  for (const std::size_t levels : {LIMIT + 1, std::size_t{9000}}) {
+    EXPECT_EQ(test::read_all(nested(levels), decode).refused, refused);
+  }
+  // The context is not spoilt.
+  EXPECT_EQ(test::read_all(nested(LIMIT), decode).refused, "");
+  EXPECT_EQ(test::encode(*tlv), (test::Written{test::hex(nested(LIMIT)), ""}));
+  const VendorSpecificTLV deeper(VENDOR_OUI, make_unique<QELTLVType>(std::move(tlv)));
+  EXPECT_EQ(test::encode(deeper), (test::Written{"", refused}));
+}
+
+}  // namespace
+}  // namespace qel::ieee1905_1
