@@ -13,6 +13,8 @@ const std::streambuf::pos_type NO_POSITION{std::streambuf::off_type{-1}};
 
 }  // namespace
 
+bool detail::is_same_type(const std::type_info& left, const std::type_info& right) { return left == right; }
+
 MemoryReadBuffer::~MemoryReadBuffer() = default;
 
 MemoryReadBuffer::pos_type MemoryReadBuffer::seekoff(off_type offset, std::ios_base::seekdir direction,

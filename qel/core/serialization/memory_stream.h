@@ -15,11 +15,13 @@ namespace qel::serialization {
 
 namespace detail {
 
-/// Compares addresses alone, which is quick. Where a type's information exists twice in a process this can miss a
-/// buffer; then it is read or written like any other stream.
+QEL_EXPORT bool is_same_type(const std::type_info& left, const std::type_info& right);
+
+/// Nearly always the addresses tell; names have to be compared for other streams, and where a type's information exists
+/// twice in a process.
 template <class T>
 bool is_exactly(const std::streambuf* buffer) {
-  return buffer != nullptr && &typeid(*buffer) == &typeid(T);
+  return buffer != nullptr && (&typeid(*buffer) == &typeid(T) || is_same_type(typeid(*buffer), typeid(T)));
 }
 
 }  // namespace detail

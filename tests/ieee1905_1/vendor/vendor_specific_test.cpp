@@ -71,6 +71,7 @@ TEST(VendorSpecificTLV, SkipsWhatItDoesNotKnow) {
     }
   }
   test::expect_unequal<VendorSpecific>(VendorSpecificUnknown(5), VendorSpecificUnknown(4));
+  test::expect_unequal<VendorSpecific>(VendorSpecificUnknown(0), QELMeshdVersionTLV());
   EXPECT_EQ(VendorSpecificUnknown(5).get_expected_length(), 5);
   EXPECT_EQ((std::ostringstream() << std::hex << VendorSpecificUnknown(18)).str(),
             "type: VENDOR_UNKNOWN length: 18 Bytes");
