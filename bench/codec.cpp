@@ -153,6 +153,8 @@ void print(benchmark::State& state, const Octets& octets) {
 /// Keeps the figures for the table while the usual reporter prints them. Of repetitions it keeps the fastest.
 class Figures : public benchmark::ConsoleReporter {
  public:
+  Figures() : ConsoleReporter(OO_Tabular) {}
+
   struct Figure {
     double nanoseconds;
     double allocations;
