@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "qel/core/export.h"
+
+namespace qel::serialization {
+
+/// What a uid names, told by its prefix in JSON.
+enum class UIDType : std::uint8_t {
+  NODE = 0,            ///< "n-7"
+  NODE_INTERFACE = 1,  ///< "ni-7"
+  NODE_LINK = 2,       ///< "nl-7"
+};
+
+/// "INVALID" for another type.
+QEL_EXPORT std::string uid_to_string(UIDType type, unsigned int uid);
+
+/// Takes what scanf's "%u" takes behind the prefix; characters after the number are ignored. Throws
+/// SerializationException, and leaves `uid` alone, for another type and when there is no number behind this type's
+/// prefix.
+QEL_EXPORT void string_to_uid(UIDType type, const std::string& text, unsigned int& uid);
+
+}  // namespace qel::serialization
