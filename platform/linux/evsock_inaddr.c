@@ -1,9 +1,9 @@
 #include <arpa/inet.h>
 
+#include "export.h"
 #include "qelevsock.h"
 
-__attribute__((visibility("default"))) const char* evsock_inaddr2str(int family, const void* address, char* text,
-                                                                     size_t text_size) {
+QEL_EXPORT const char* evsock_inaddr2str(int family, const void* address, char* text, size_t text_size) {
   switch (family) {
     case EVSOCK_FAMILY_IPV4:
       return inet_ntop(AF_INET, address, text, (socklen_t)text_size);

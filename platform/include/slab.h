@@ -1,0 +1,16 @@
+/* Memory housekeeping, of the platform's event-loop library. */
+#ifndef SLAB_H
+#define SLAB_H
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Gives free memory of the allocator back to the system. Meant to be called about once a second. */
+void slab_reap(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

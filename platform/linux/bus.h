@@ -1,0 +1,61 @@
+// What endpoints and clients share: the bus's address, the names on it, and owning handles for sd-bus objects.
+#ifndef QEL_PLATFORM_BUS_H
+#define QEL_PLATFORM_BUS_H
+
+#include <systemd/sd-bus.h>
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace qel::platform {
+
+constexpr char kBusNamePrefix[] = "org.qel.ipc.";
+constexpr char kPathPrefix[] = "/org/qel/ipc";
+constexpr char kInterface[] = "org.qel.ipc.Endpoint1";
+
+struct UnrefBus {
+  void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
+};
+using Bus = std::unique_ptr<sd_bus, UnrefBus>;
+
+struct UnrefMessage {
+  void operator()(sd_bus_message* message) const { sd_bus_message_unref(message); }
+};
+using BusMessage = std::unique_ptr<sd_bus_message, UnrefMessage>;
+
+struct BusError {
+  sd_bus_error error = SD_BUS_ERROR_NULL;
+  BusError() = default;
+  BusError(const BusError&) = delete;
+  BusError& operator=(const BusError&) = delete;
+  ~BusError() { sd_bus_error_free(&error); }
+};
+
+/// Begins to connect to the bus; the handshake goes on as the connection is processed. Returns 0 or a negative errno.
+int connect_to_bus(Bus& bus, std::uint64_t call_timeout_us);
+
+/// An endpoint's place on the bus.
+struct BusPlace {
+  std::string label;     ///< the name, escaped
+  std::string bus_name;  ///< empty when the name is too long
+  std::string path;
+};
+BusPlace place_of(const char* endpoint);
+
+/// The name behind an escaped one.
+std::string unescape(const char* label);
+
+/// The negative errno for a failed call: from the error that the bus answered, or else the call's own result.
+int to_errno(const sd_bus_error& error, int result);
+
+/// Whether D-Bus can carry the text as a string.
+bool is_utf8(std::string_view text);
+
+/// The text with everything that D-Bus cannot carry in a string replaced by U+FFFD.
+std::string to_utf8(std::string_view text);
+
+}  // namespace qel::platform
+
+#endif

@@ -1,0 +1,191 @@
+#include <climits>
+#include <new>
+
+#include "export.h"
+#include "loop.h"
+
+namespace qel::platform {
+namespace {
+
+// A handle is the slot's index + 1 in the lower half of a word and the slot's generation in the upper one.
+constexpr unsigned kHalf = sizeof(std::uintptr_t) * CHAR_BIT / 2;
+constexpr std::uintptr_t kLowHalf = (std::uintptr_t{1} << kHalf) - 1;
+
+// Three years; a double tells microseconds apart that far.
+constexpr double kAnchorSeconds = 1e8;
+// What rounding may take from a time; added, so that no timer is early.
+constexpr double kRounding = 1e-7;
+
+}  // namespace
+
+// (Re)starts the timer in the far future, at a time of the clock that is known within some microseconds, or if the
+// process is interrupted time after time a little less well: timers are then late by that much.
+void Loop::anchor_clock() {
+  std::int64_t before = 0;
+  for (int attempt = 0; attempt < 10; ++attempt) {
+    ev_timer_stop(ev_, &anchor_);
+    before = monotonic_now();
+    ev_now_update(ev_);
+    ev_timer_set(&anchor_, kAnchorSeconds, 0.);
+    ev_timer_start(ev_, &anchor_);
+    if (monotonic_now() - before <= 20) {
+      break;
+    }
+  }
+  anchor_started_ = static_cast<double>(before) * 1e-6;
+}
+
+// The time that libev counts from when a timer is started, in seconds of the monotonic clock.
+double Loop::libev_now() const {
+  return anchor_started_ + kAnchorSeconds - ev_timer_remaining(ev_, const_cast<ev_timer*>(&anchor_));
+}
+
+ctimerhandle Loop::name_of(const TimerSlot& slot) {
+  return reinterpret_cast<ctimerhandle>(slot.generation << kHalf | (slot.index + 1));
+}
+
+TimerSlot* Loop::find(ctimerhandle handle, bool& known) {
+  const auto word = reinterpret_cast<std::uintptr_t>(handle);
+  const std::uintptr_t number = word & kLowHalf;
+  known = number >= 1 && number <= chunks_.size() * kTimersInChunk;
+  if (!known) {
+    return nullptr;
+  }
+  TimerSlot& slot = chunks_[(number - 1) / kTimersInChunk][(number - 1) % kTimersInChunk];
+  return slot.armed && slot.generation == word >> kHalf ? &slot : nullptr;
+}
+
+TimerSlot* Loop::take_slot() {
+  if (free_slots_ == nullptr) {
+    const std::size_t first = chunks_.size() * kTimersInChunk;
+    if (first + kTimersInChunk > kLowHalf) {
+      return nullptr;
+    }
+    try {
+      due_.reserve(first + kTimersInChunk);
+      chunks_.push_back(std::make_unique<TimerSlot[]>(kTimersInChunk));
+    } catch (const std::bad_alloc&) {
+      return nullptr;
+    }
+    for (std::size_t i = kTimersInChunk; i-- > 0;) {
+      TimerSlot& slot = chunks_.back()[i];
+      slot.index = first + i;
+      slot.next_free = free_slots_;
+      free_slots_ = &slot;
+    }
+  }
+  TimerSlot* slot = free_slots_;
+  free_slots_ = slot->next_free;
+  return slot;
+}
+
+int Loop::arm(ctimerhandle* handle, std::int64_t microseconds, ctimer_callback_fn callback, void* cbdata) {
+  TimerSlot* slot = take_slot();
+  if (slot == nullptr) {
+    return CTIMER_ERESOURCE;
+  }
+  slot->home = handle;
+  slot->callback = callback;
+  slot->cbdata = cbdata;
+  slot->deadline = monotonic_now() + 1 + microseconds;  // the present one has begun
+  slot->order = next_arming_++;
+  slot->armed = true;
+  // A count of 0 is due in the next turn, whatever the clock has done until then.
+  const double after = microseconds > 0 ? static_cast<double>(slot->deadline) * 1e-6 - libev_now() + kRounding : 0.;
+  ev_timer_init(&slot->timer, note_timer, after, 0.);
+  slot->timer.data = slot;
+  ev_timer_start(ev_, &slot->timer);
+  due_at_once_ |= microseconds == 0;
+  *handle = name_of(*slot);
+  return 0;
+}
+
+void Loop::disarm(TimerSlot* slot) {
+  ev_timer_stop(ev_, &slot->timer);
+  slot->armed = false;
+  slot->generation = (slot->generation + 1) & kLowHalf;
+  slot->next_free = free_slots_;
+  free_slots_ = slot;
+}
+
+void Loop::note_timer(struct ev_loop* ev, ev_timer* timer, int) {
+  const auto& slot = *static_cast<TimerSlot*>(timer->data);
+  static_cast<Loop*>(ev_userdata(ev))->due_.push_back({slot.deadline, slot.order, name_of(slot)});
+}
+
+}  // namespace qel::platform
+
+using qel::platform::Loop;
+using qel::platform::TimerSlot;
+
+namespace {
+
+ctimer_tval to_tval(std::int64_t microseconds) {
+  return {microseconds / 1000000, static_cast<std::int32_t>(microseconds % 1000000)};
+}
+
+// The armed timer that `handle` names, or null and why there is none.
+TimerSlot* find_armed(ctimerhandle handle, int& error) {
+  Loop* loop = Loop::peek();
+  bool known = false;
+  TimerSlot* slot = loop != nullptr ? loop->find(handle, known) : nullptr;
+  error = known ? CTIMER_EDELETED : CTIMER_EHANDLE;
+  return slot;
+}
+
+}  // namespace
+
+extern "C" {
+
+QEL_EXPORT int ctimer_setup_internal(int flags, ctimerhandle* handle, int kind, int reserved1, int count,
+                                     unsigned units, ctimer_callback_fn callback, void* cbdata, int reserved2,
+                                     int reserved3) {
+  if (flags != 0 || handle == nullptr || kind != CTIMER_ONESHOT || reserved1 != 0 || count < 0 || units == 0 ||
+      units > 1000000 || callback == nullptr || reserved2 != 0 || reserved3 != 0) {
+    return CTIMER_EINVALID;
+  }
+  if (*handle != nullptr) {
+    int error;
+    return find_armed(*handle, error) != nullptr ? CTIMER_ECHANGED : CTIMER_EHANDLE;
+  }
+  Loop* loop = Loop::get();
+  if (loop == nullptr) {
+    return CTIMER_ERESOURCE;
+  }
+  const std::int64_t microseconds = (std::int64_t{count} * 1000000 + units - 1) / units;
+  return loop->arm(handle, microseconds, callback, cbdata);
+}
+
+QEL_EXPORT int ctimer_unsetup_internal(ctimerhandle* handle, int kind) {
+  if (handle == nullptr || *handle == nullptr || kind != CTIMER_ONESHOT) {
+    return CTIMER_EINVALID;
+  }
+  int error;
+  TimerSlot* slot = find_armed(*handle, error);
+  if (slot == nullptr) {
+    return error;
+  }
+  if (slot->home != handle) {
+    return CTIMER_ECHANGED;
+  }
+  Loop::peek()->disarm(slot);
+  *handle = nullptr;
+  return 0;
+}
+
+QEL_EXPORT int ctimer_endtval_internal(const ctimerhandle* handle, int kind, struct ctimer_tval* end) {
+  if (handle == nullptr || *handle == nullptr || kind != CTIMER_ONESHOT || end == nullptr) {
+    return CTIMER_EINVALID;
+  }
+  int error;
+  const TimerSlot* slot = find_armed(*handle, error);
+  if (slot == nullptr) {
+    return error;
+  }
+  *end = to_tval(slot->deadline);
+  return 0;
+}
+
+QEL_EXPORT void ctimer_elapsedtval(struct ctimer_tval* now) { *now = to_tval(qel::platform::monotonic_now()); }
+
+}  // extern "C"

@@ -1,0 +1,389 @@
+#include "endpoint.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <new>
+#include <utility>
+
+#include "qellog.h"
+
+namespace qel::platform {
+namespace {
+
+constexpr std::uint64_t kOpenTimeoutUs = 5'000'000;
+constexpr std::uint64_t kCallTimeoutUs = 1'000'000;
+constexpr int kReconnectMs = 250;
+/// Incoming messages handled in one turn, so that a flood leaves room for the rest of the loop.
+constexpr int kMessagesInTurn = 32;
+constexpr std::size_t kAnswerMax = 1024 * 1024;
+
+void append_answer(void* answer, const char* text, size_t length) {
+  auto& collected = *static_cast<std::string*>(answer);
+  collected.append(text, std::min(length, kAnswerMax - collected.size()));
+}
+
+}  // namespace
+
+const sd_bus_vtable Endpoint::kVtable[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD_WITH_ARGS("Message", SD_BUS_ARGS("s", source, "ay", data), SD_BUS_NO_RESULT, on_message,
+                            SD_BUS_VTABLE_UNPRIVILEGED | SD_BUS_VTABLE_METHOD_NO_REPLY),
+    SD_BUS_METHOD_WITH_ARGS("Command", SD_BUS_ARGS("s", module, "s", line), SD_BUS_RESULT("i", result, "s", answer),
+                            on_command, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_SIGNAL_WITH_ARGS("Event", SD_BUS_ARGS("s", event, "ay", data), 0), SD_BUS_VTABLE_END};
+
+Endpoint::~Endpoint() {
+  if (server_ != nullptr) {
+    server_->endpoint_gone();
+  }
+  close();
+}
+
+void Endpoint::destroy() {
+  if (processing_) {
+    destroyed_ = true;
+  } else {
+    delete this;
+  }
+}
+
+// ---- The connection
+
+int Endpoint::open() {
+  if (place_.bus_name.empty()) {
+    return -EINVAL;
+  }
+  int result = connect(kOpenTimeoutUs);
+  if (result >= 0) {
+    result = sd_bus_request_name(bus_.get(), place_.bus_name.c_str(), 0);
+  }
+  if (result >= 0) {
+    sd_bus_set_method_call_timeout(bus_.get(), kCallTimeoutUs);
+    result = watch_connection();
+  }
+  if (result < 0) {
+    drop_connection();
+    return result;
+  }
+  named_ = true;
+  schedule();
+  return 0;
+}
+
+void Endpoint::close() {
+  if (named_) {
+    sd_bus_release_name(bus_.get(), place_.bus_name.c_str());
+  }
+  drop_connection();
+}
+
+// Begins to connect, and asks for everything but the name.
+int Endpoint::connect(std::uint64_t call_timeout_us) {
+  int result = connect_to_bus(bus_, call_timeout_us);
+  if (result < 0) {
+    return result;
+  }
+  result = sd_bus_add_object_vtable(bus_.get(), nullptr, place_.path.c_str(), kInterface, kVtable, this);
+  return result < 0 || notifiers_.empty() ? result : listen_for_events();
+}
+
+int Endpoint::watch_connection() {
+  const auto go_on = [](evsock*, void* self) { static_cast<Endpoint*>(self)->process(); };
+  watch_ = evsock_add_fd(sd_bus_get_fd(bus_.get()), "qelipc", go_on, go_on, nullptr, nullptr, nullptr, this);
+  return watch_ != nullptr ? 0 : -errno;
+}
+
+int Endpoint::listen_for_events() {
+  return sd_bus_match_signal_async(bus_.get(), nullptr, nullptr, nullptr, kInterface, "Event", on_event, nullptr, this);
+}
+
+void Endpoint::begin_reconnect() {
+  int result = connect(kCallTimeoutUs);
+  if (result >= 0) {
+    result = watch_connection();
+  }
+  if (result >= 0) {
+    result = sd_bus_request_name_async(bus_.get(), nullptr, place_.bus_name.c_str(), 0, on_name_reply, this);
+  }
+  if (result < 0) {
+    drop_connection();
+    set_timer(kReconnectMs);
+    return;
+  }
+  schedule();
+}
+
+int Endpoint::on_name_reply(sd_bus_message* message, void* endpoint, sd_bus_error*) {
+  constexpr std::uint32_t owner = 1;
+  auto& self = *static_cast<Endpoint*>(endpoint);
+  std::uint32_t result = 0;
+  if (sd_bus_message_is_method_error(message, nullptr) != 0 || sd_bus_message_read(message, "u", &result) < 0 ||
+      result != owner) {
+    self.broken_ = true;  // someone else has the name; try again
+    return 0;
+  }
+  self.named_ = true;
+  infomsg("IPC endpoint \"%s\" is on the bus again", self.name_.c_str());
+  return 0;
+}
+
+void Endpoint::drop_connection() {
+  named_ = false;
+  broken_ = false;
+  if (timer_ != nullptr) {
+    ctimer_unsetup_internal(&timer_, CTIMER_ONESHOT);
+  }
+  evsock_remove_fd(watch_);
+  watch_ = nullptr;
+  bus_.reset();
+}
+
+void Endpoint::reopen_later() {
+  drop_connection();
+  set_timer(kReconnectMs);
+}
+
+// Lets sd-bus do what there is to do.
+void Endpoint::process() {
+  if (processing_) {
+    return;
+  }
+  if (bus_ == nullptr) {
+    begin_reconnect();
+    return;
+  }
+  processing_ = true;
+  int result = 1;
+  for (int i = 0; i < kMessagesInTurn && result > 0 && !destroyed_ && !broken_ && thrown_ == nullptr; ++i) {
+    result = sd_bus_process(bus_.get(), nullptr);
+  }
+  processing_ = false;
+  const std::exception_ptr thrown = std::exchange(thrown_, nullptr);
+  if (destroyed_) {
+    delete this;
+  } else if (broken_ || result < 0 || sd_bus_is_open(bus_.get()) <= 0) {
+    if (named_) {
+      infomsg("IPC endpoint \"%s\" has lost the bus", name_.c_str());
+    }
+    reopen_later();
+  } else {
+    schedule();
+  }
+  if (thrown != nullptr) {
+    std::rethrow_exception(thrown);
+  }
+}
+
+// Waits for what sd-bus waits for. To be called after every call that made it send or read.
+void Endpoint::schedule() {
+  if (processing_ || bus_ == nullptr) {
+    return;  // process() comes to it
+  }
+  std::uint64_t until = UINT64_MAX;
+  const int events = sd_bus_get_events(bus_.get());
+  if (broken_ || events < 0 || sd_bus_get_timeout(bus_.get(), &until) < 0) {
+    broken_ = true;
+    set_timer(0);
+    return;
+  }
+  if ((events & POLLOUT) != 0) {
+    evsock_want_write(watch_);
+  }
+  if (until == UINT64_MAX) {
+    set_timer(-1);
+    return;
+  }
+  ctimer_tval now;
+  ctimer_elapsedtval(&now);
+  const std::uint64_t now_us = static_cast<std::uint64_t>(now.tv_sec) * 1000000 + static_cast<unsigned>(now.tv_usec);
+  const std::uint64_t wait_ms = until > now_us ? (until - now_us + 999) / 1000 : 0;
+  set_timer(static_cast<int>(std::min<std::uint64_t>(wait_ms, INT_MAX)));
+}
+
+// Arms the timer anew; a negative time only stops it.
+void Endpoint::set_timer(int milliseconds) {
+  if (timer_ != nullptr) {
+    ctimer_unsetup_internal(&timer_, CTIMER_ONESHOT);
+  }
+  if (milliseconds >= 0) {
+    const auto go_on = [](ctimerhandle, void* self) { static_cast<Endpoint*>(self)->process(); };
+    if (ctimer_setup_internal(0, &timer_, CTIMER_ONESHOT, 0, milliseconds, 1000, go_on, this, 0, 0) != 0) {
+      errmsg("IPC endpoint \"%s\" cannot arm its timer", name_.c_str());
+    }
+  }
+}
+
+// ---- What comes in
+
+// Keeps the first exception for process().
+template <class Function>
+void Endpoint::keep_exception(Function run) noexcept {
+  try {
+    run();
+  } catch (...) {
+    if (thrown_ == nullptr) {
+      thrown_ = std::current_exception();
+    }
+  }
+}
+
+int Endpoint::on_message(sd_bus_message* message, void* endpoint, sd_bus_error*) {
+  auto& self = *static_cast<Endpoint*>(endpoint);
+  int result = -EIO;
+  self.keep_exception([&] { result = self.take_message(message); });
+  return result;
+}
+
+int Endpoint::on_event(sd_bus_message* message, void* endpoint, sd_bus_error*) {
+  auto& self = *static_cast<Endpoint*>(endpoint);
+  int result = 0;
+  self.keep_exception([&] { result = self.take_event(message); });
+  return result;
+}
+
+int Endpoint::on_command(sd_bus_message* message, void* endpoint, sd_bus_error* error) {
+  auto& self = *static_cast<Endpoint*>(endpoint);
+  int result = -EIO;
+  self.keep_exception([&] { result = self.take_command(message, error); });
+  return result;
+}
+
+// Hands the octets that stand next in the message to the callbacks. A callback may remove others.
+void Endpoint::deliver(const char* name, sd_bus_message* message, const std::vector<Notifier>& to) {
+  const void* octets = nullptr;
+  size_t size = 0;
+  if (sd_bus_message_read_array(message, 'y', &octets, &size) < 0) {
+    return;
+  }
+  std::vector<unsigned char> data(static_cast<const unsigned char*>(octets),
+                                  static_cast<const unsigned char*>(octets) + size);
+  data.push_back(0);  // so that there is an address also without octets
+  for (const Notifier& notifier : to) {
+    const bool still_wanted =
+        notifier == handler_ || std::find(notifiers_.begin(), notifiers_.end(), notifier) != notifiers_.end();
+    if (still_wanted && !destroyed_) {
+      keep_exception(
+          [&] { notifier.callback(this, name, data.data(), static_cast<unsigned>(size), notifier.context); });
+    }
+  }
+}
+
+int Endpoint::take_message(sd_bus_message* message) {
+  const char* source = nullptr;
+  const int result = sd_bus_message_read(message, "s", &source);
+  if (result < 0) {
+    return result;
+  }
+  if (handler_.callback != nullptr) {
+    deliver(unescape(source).c_str(), message, {handler_});
+  }
+  return 1;
+}
+
+int Endpoint::take_event(sd_bus_message* message) {
+  const char* event = nullptr;
+  if (sd_bus_message_read(message, "s", &event) < 0) {
+    return 0;
+  }
+  std::vector<Notifier> listeners;
+  std::copy_if(notifiers_.begin(), notifiers_.end(), std::back_inserter(listeners),
+               [&](const Notifier& notifier) { return notifier.event == event; });
+  if (!listeners.empty()) {
+    deliver(event, message, listeners);
+  }
+  return 0;
+}
+
+int Endpoint::take_command(sd_bus_message* message, sd_bus_error* error) {
+  const char* module = nullptr;
+  const char* line = nullptr;
+  int result = sd_bus_message_read(message, "ss", &module, &line);
+  if (result < 0) {
+    return result;
+  }
+  if (server_ == nullptr) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_NOT_SUPPORTED, "this endpoint serves no commands");
+  }
+  std::string answer;
+  result = server_->run(module, line, append_answer, &answer);
+  return sd_bus_reply_method_return(message, "is", result, to_utf8(answer).c_str());
+}
+
+// ---- What goes out
+
+int Endpoint::add_notifier(const char* event, qelipc_callback callback, void* context) {
+  if (notifiers_.empty() && bus_ != nullptr) {
+    const int result = listen_for_events();
+    if (result < 0) {
+      return result;
+    }
+    schedule();
+  }
+  notifiers_.push_back({event, callback, context});
+  return 0;
+}
+
+int Endpoint::remove_notifiers(const char* event, qelipc_callback callback, void* context) {
+  return static_cast<int>(std::erase(notifiers_, Notifier{event, callback, context}));
+}
+
+int Endpoint::send_message(const char* destination, const void* data, unsigned size) {
+  if (!named_) {
+    return -ENOTCONN;
+  }
+  const BusPlace place = place_of(destination);
+  int result = place.bus_name.empty() ? -ENXIO : look_up_owner(place.bus_name);
+  if (result < 0) {
+    return result;
+  }
+  sd_bus_message* created = nullptr;
+  result = sd_bus_message_new_method_call(bus_.get(), &created, place.bus_name.c_str(), place.path.c_str(), kInterface,
+                                          "Message");
+  BusMessage message(created);
+  if (result < 0 || (result = sd_bus_message_set_expect_reply(created, 0)) < 0 ||
+      (result = sd_bus_message_set_auto_start(created, 0)) < 0) {
+    return result;
+  }
+  return send(std::move(message), place_.label.c_str(), data, size);
+}
+
+int Endpoint::send_event(const char* event, const void* data, unsigned size) {
+  if (!named_) {
+    return -ENOTCONN;
+  }
+  sd_bus_message* created = nullptr;
+  const int result = sd_bus_message_new_signal(bus_.get(), &created, place_.path.c_str(), kInterface, "Event");
+  BusMessage message(created);
+  return result < 0 ? result : send(std::move(message), event, data, size);
+}
+
+int Endpoint::send(BusMessage message, const char* first, const void* data, unsigned size) {
+  int result = sd_bus_message_append(message.get(), "s", first);
+  if (result >= 0) {
+    result = sd_bus_message_append_array(message.get(), 'y', data, size);
+  }
+  if (result >= 0) {
+    result = sd_bus_send(bus_.get(), message.get(), nullptr);
+  }
+  schedule();
+  return result < 0 ? result : 0;
+}
+
+// 0 when someone owns the name. A bus that does not answer counts as lost.
+int Endpoint::look_up_owner(const std::string& bus_name) {
+  BusError error;
+  const int result =
+      sd_bus_call_method(bus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                         "GetNameOwner", &error.error, nullptr, "s", bus_name.c_str());
+  const int mapped = result < 0 ? to_errno(error.error, result) : 0;
+  if (result < 0 && mapped != -ENXIO) {
+    broken_ = true;
+  }
+  schedule();
+  return mapped;
+}
+
+}  // namespace qel::platform

@@ -1,0 +1,99 @@
+// An IPC endpoint on the D-Bus bus.
+#ifndef QEL_PLATFORM_ENDPOINT_H
+#define QEL_PLATFORM_ENDPOINT_H
+
+#include <cstdint>
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "bus.h"
+#include "ctimer.h"
+#include "endpoint_operations.h"
+#include "qelevsock.h"
+#include "qelipc.h"
+
+namespace qel::platform {
+
+/// Who takes the messages, or the events of one name.
+struct Notifier {
+  std::string event;
+  qelipc_callback callback = nullptr;
+  void* context = nullptr;
+
+  bool operator==(const Notifier&) const = default;
+};
+
+/// An endpoint: one connection to the bus. While `named_` is false, it is on its way to the bus again.
+class Endpoint final : public qelipc {
+ public:
+  explicit Endpoint(const char* name) : name_(name), place_(place_of(name)) {}
+  Endpoint(const Endpoint&) = delete;
+  Endpoint& operator=(const Endpoint&) = delete;
+  ~Endpoint();
+
+  /// Connects and takes the name, waiting for both. 0 or a negative errno.
+  int open();
+  /// Gives the name back and disconnects, waiting for the bus to say so.
+  void close();
+  /// Comes back by itself as after a loss of the bus.
+  void reopen_later();
+
+  void serve_commands(CommandServer* server) override { server_ = server; }
+  void set_handler(qelipc_callback handler, void* context) { handler_ = {{}, handler, context}; }
+  int add_notifier(const char* event, qelipc_callback callback, void* context);
+  int remove_notifiers(const char* event, qelipc_callback callback, void* context);
+  int send_message(const char* destination, const void* data, unsigned size);
+  int send_event(const char* event, const void* data, unsigned size);
+
+  const std::string& name() const { return name_; }
+  bool connected() const { return named_; }
+
+  /// Frees the endpoint, at the end of its running callback if there is one.
+  void destroy();
+
+ private:
+  int connect(std::uint64_t call_timeout_us);
+  int watch_connection();
+  int listen_for_events();
+  void begin_reconnect();
+  void drop_connection();
+  void lost_bus(const char* why);
+  void process();
+  void schedule();
+  void set_timer(int milliseconds);
+  int send(BusMessage message, const char* first, const void* data, unsigned size);
+  int look_up_owner(const std::string& bus_name);
+  void deliver(const char* name, sd_bus_message* message, const std::vector<Notifier>& to);
+
+  int take_message(sd_bus_message* message);
+  int take_event(sd_bus_message* message);
+  int take_command(sd_bus_message* message, sd_bus_error* error);
+  template <class Function>
+  void keep_exception(Function run) noexcept;
+
+  static int on_message(sd_bus_message* message, void* endpoint, sd_bus_error*);
+  static int on_command(sd_bus_message* message, void* endpoint, sd_bus_error*);
+  static int on_event(sd_bus_message* message, void* endpoint, sd_bus_error*);
+  static int on_name_reply(sd_bus_message* message, void* endpoint, sd_bus_error*);
+  static const sd_bus_vtable kVtable[];
+
+  std::string name_;
+  BusPlace place_;
+  Bus bus_;
+  evsock* watch_ = nullptr;
+  ctimerhandle timer_ =
+      nullptr;  ///< the next step without input: a time-out of sd-bus, messages left over, reconnecting
+  bool named_ = false;
+  bool broken_ = false;  ///< the connection is to be given up as soon as no sd-bus function is running
+  bool processing_ = false;
+  bool destroyed_ = false;
+  std::exception_ptr thrown_;  ///< by a callback; sd-bus is C, so that it waits until sd-bus has returned
+  Notifier handler_ = {};
+  std::vector<Notifier> notifiers_;
+  CommandServer* server_ = nullptr;
+};
+
+}  // namespace qel::platform
+
+#endif

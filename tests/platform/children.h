@@ -1,0 +1,34 @@
+#pragma once
+
+// Child processes in tests.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <string>
+
+/// Runs a function in a child, which ends with the function's result, or with 1 when a test in it failed.
+template <class Function>
+pid_t start_child(Function function) {
+  const pid_t child = fork();
+  if (child == 0) {
+    alarm(60);  // whatever happens to the parent
+    const int status = function();
+    _exit(testing::Test::HasFailure() ? 1 : status);
+  }
+  return child;
+}
+
+/// Waits for a child's end: its exit status, or minus the signal that ended it.
+inline int end_of(pid_t child) {
+  int status = 0;
+  if (waitpid(child, &status, 0) != child) {
+    return -1000;
+  }
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
+
+/// A name that no other test run uses at the same time.
+inline std::string unique_name(const std::string& stem) { return stem + std::to_string(getpid()); }

@@ -1,0 +1,75 @@
+#include <gmock/gmock.h>
+#include <stdlib.h>
+#include <sys/sysinfo.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "platform/include/velolib.h"
+#include "tests/platform/children.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+class BootEnvironment : public testing::Test {
+ protected:
+  BootEnvironment() : folder_("/tmp/" + unique_name("bootenv")) {
+    std::filesystem::create_directory(folder_);
+    setenv("QELVELO_FW_ENV_CONFIG", (folder_ / "fw_env.config").c_str(), 1);
+    setenv("QELVELO_ENV_FILE", (folder_ / "env.txt").c_str(), 1);
+  }
+  ~BootEnvironment() override { std::filesystem::remove_all(folder_); }
+
+  void write(const char* file, const std::string& content) {
+    std::ofstream(folder_ / file, std::ios::binary) << content;
+  }
+
+  std::filesystem::path folder_;
+};
+
+/// The checksum in front of a U-Boot environment (IEEE 802.3).
+std::uint32_t crc32(const std::string& octets) {
+  std::uint32_t crc = 0xffffffff;
+  for (const char c : octets) {
+    crc ^= static_cast<unsigned char>(c);
+    for (int i = 0; i < 8; ++i) {
+      crc = (crc & 1) != 0 ? crc >> 1 ^ 0xedb88320 : crc >> 1;
+    }
+  }
+  return ~crc;
+}
+
+TEST_F(BootEnvironment, ComesFromATextFileWithoutABootLoader) {
+  EXPECT_EQ(kelvar_getenv("maca"), nullptr);
+  write("env.txt", "# comment\nmacaroni=1\n\nmaca=00:11:22:33:44:55\r\nmaca=second\nempty=\n#x=1\n");
+  EXPECT_STREQ(kelvar_getenv("maca"), "00:11:22:33:44:55");
+  EXPECT_STREQ(kelvar_getenv("empty"), "");
+  EXPECT_EQ(kelvar_getenv("mac"), nullptr);
+  EXPECT_EQ(kelvar_getenv("#x"), nullptr);
+  EXPECT_EQ(kelvar_getenv(""), nullptr);
+  EXPECT_EQ(kelvar_getenv(nullptr), nullptr);
+}
+
+TEST_F(BootEnvironment, ComesFromTheBootLoaderWhereThereIsOne) {
+  write("env.txt", "only_text=1\nmaca=wrong\n");
+  std::string variables = "maca=02:00:5E:00:53:01\0bootdelay=3\0"s;
+  variables.resize(0x1000 - 4, '\0');
+  const std::uint32_t crc = crc32(variables);  // in the byte order of the machine
+  write("image", std::string(reinterpret_cast<const char*>(&crc), 4) + variables);
+  write("fw_env.config", (folder_ / "image").string() + " 0x0 0x1000\n");
+  EXPECT_STREQ(kelvar_getenv("maca"), "02:00:5E:00:53:01");
+  EXPECT_STREQ(kelvar_getenv("bootdelay"), "3");
+  EXPECT_EQ(kelvar_getenv("only_text"), nullptr);
+}
+
+TEST(Memory, LittleRamIsBelow128Mebibytes) {
+  struct sysinfo info;
+  ASSERT_EQ(sysinfo(&info), 0);
+  const bool little = static_cast<double>(info.totalram) * info.mem_unit < 128.0 * 1048576;
+  EXPECT_EQ(veloenv_VeloHasLittleRAM(), little ? 1 : 0);
+}
+
+}  // namespace

@@ -1,0 +1,221 @@
+#include "platform/include/qeldaemon.h"
+
+#include <gmock/gmock.h>
+#include <sys/un.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "platform/include/ctimer.h"
+#include "platform/include/qellog.h"
+#include "tests/platform/children.h"
+#include "tests/platform/turns.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+/// A datagram socket with a path, as a service manager and a system log have.
+class DatagramServer {
+ public:
+  explicit DatagramServer(const std::string& name) : path_("/tmp/" + unique_name(name)) {
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    path_.copy(address.sun_path, sizeof address.sun_path - 1);
+    fd_ = socket(AF_UNIX, SOCK_DGRAM, 0);
+    const timeval bound = {kBound.count(), 0};
+    setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
+    EXPECT_EQ(bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  }
+  ~DatagramServer() {
+    close(fd_);
+    unlink(path_.c_str());
+  }
+
+  const char* path() const { return path_.c_str(); }
+  /// The next datagram; empty when none comes.
+  std::string receive() {
+    char text[4096];
+    const ssize_t count = recv(fd_, text, sizeof text, 0);
+    return {text, count > 0 ? static_cast<std::size_t>(count) : 0};
+  }
+
+ private:
+  std::string path_;
+  int fd_;
+};
+
+char next_octet(int fd) {
+  char octet = 0;
+  return read(fd, &octet, 1) == 1 ? octet : '\0';
+}
+
+void say(int fd, char octet) { ASSERT_EQ(write(fd, &octet, 1), 1); }
+
+TEST(DaemonStart, TheCommandWaitsForReadinessAndTheLoopLivesOnInTheBackground) {
+  Pair reports = Pair::sockets();
+  const pid_t command = start_child([&] {
+    evsock_init();
+    // Armed and registered before the fork.
+    static int fired = 0;
+    ctimerhandle timer = nullptr;
+    ctimer_setup_internal(
+        0, &timer, CTIMER_ONESHOT, 0, 10, 1000, [](ctimerhandle, void*) { ++fired; }, nullptr, 0, 0);
+    static char got = 0;
+    evsock_add_fd(
+        reports[1], "reports", [](evsock* watch, void*) { got = next_octet(evsock_get_fd(watch)); }, nullptr, nullptr,
+        nullptr, nullptr, nullptr);
+    const pid_t before = getpid();
+    if (daemon_start(0, 0) != 0 || getpid() == before || getsid(0) != getpid()) {
+      say(reports[1], 'E');
+      return 2;
+    }
+    alarm(60);
+    say(reports[1], turn_until([] { return fired == 1 && got == 'g'; }) ? 'T' : 'F');
+    got = 0;
+    turn_until([] { return got == 'r'; });
+    EXPECT_EQ(daemon_start(0, 0), -EALREADY);
+    daemon_ready();
+    daemon_ready();
+    char directory[16] = "";
+    say(reports[1], getcwd(directory, sizeof directory) != nullptr && std::string(directory) == "/" ? '/' : 'F');
+    turn_until([] { return got == 'q'; });
+    say(reports[1], 'Q');
+    return 0;
+  });
+  reports.close_end(1);
+  say(reports[0], 'g');
+  EXPECT_EQ(next_octet(reports[0]), 'T');
+  int status;
+  EXPECT_EQ(waitpid(command, &status, WNOHANG), 0) << "the command has to wait";
+  say(reports[0], 'r');
+  EXPECT_EQ(end_of(command), 0);
+  EXPECT_EQ(next_octet(reports[0]), '/');
+  say(reports[0], 'q');
+  EXPECT_EQ(next_octet(reports[0]), 'Q');
+  EXPECT_EQ(next_octet(reports[0]), '\0') << "the daemon ends";
+}
+
+TEST(DaemonStart, TheCommandFailsWithTheDaemon) {
+  const auto run = [](void (*as_daemon)()) {
+    return end_of(start_child([&] {
+      if (daemon_start(1, 1) == 0) {
+        as_daemon();
+      }
+      return 0;
+    }));
+  };
+  EXPECT_EQ(run(daemon_start_failed), 1);
+  EXPECT_EQ(run([] { _exit(0); }), 1);
+  EXPECT_EQ(run([] { raise(SIGKILL); }), 1);
+  EXPECT_EQ(run(daemon_ready), 0);
+}
+
+TEST(DaemonStart, TheDaemonOutlivesACommandThatWasKilled) {
+  Pair reports = Pair::sockets();
+  const pid_t command = start_child([&] {
+    if (daemon_start(1, 1) != 0) {
+      return 2;
+    }
+    alarm(60);
+    say(reports[1], 's');
+    if (next_octet(reports[1]) == 'r') {
+      daemon_ready();
+      say(reports[1], 'R');
+    }
+    return 0;
+  });
+  EXPECT_EQ(next_octet(reports[0]), 's');
+  kill(command, SIGKILL);
+  EXPECT_EQ(end_of(command), -SIGKILL);
+  say(reports[0], 'r');
+  EXPECT_EQ(next_octet(reports[0]), 'R');
+}
+
+TEST(DaemonStart, UnderAServiceManagerNothingIsForked) {
+  DatagramServer manager("manager");
+  const pid_t child = start_child([&] {
+    setenv("NOTIFY_SOCKET", manager.path(), 1);
+    const pid_t before = getpid();
+    EXPECT_EQ(daemon_start(0, 0), 0);
+    EXPECT_EQ(getpid(), before);
+    daemon_ready();
+    daemon_start_failed();
+    return 0;
+  });
+  EXPECT_EQ(manager.receive(), "STATUS=starting");
+  EXPECT_THAT(manager.receive(), StartsWith("READY=1\n"));
+  EXPECT_EQ(manager.receive(), "STATUS=start failed");
+  EXPECT_EQ(end_of(child), 0);
+}
+
+TEST(Watchdog, ReportsLifeWhileTheLoopTurns) {
+  DatagramServer manager("watchdog");
+  Pair stop = Pair::sockets();
+  const pid_t child = start_child([&] {
+    setenv("NOTIFY_SOCKET", manager.path(), 1);
+    setenv("WATCHDOG_USEC", "20000", 1);
+    EXPECT_EQ(evsock_init(), 0);
+    EXPECT_EQ(watchdog_evsock_init("loop"), 0);
+    static bool stopped = false;
+    evsock_add_fd(
+        stop[1], "stop", [](evsock*, void*) { stopped = true; }, nullptr, nullptr, nullptr, nullptr, nullptr);
+    turn_until([] { return stopped; });
+    watchdog_evsock_exit();
+    watchdog_evsock_trigger();
+    return evsock_select_with_msecs(50) <= 1 ? 0 : 1;
+  });
+  EXPECT_THAT(manager.receive(), MatchesRegex("WATCHDOG=1\nSTATUS=loop.*"));
+  for (int i = 0; i < 5; ++i) {
+    EXPECT_EQ(manager.receive(), "WATCHDOG=1");
+  }
+  say(stop[0], 's');
+  EXPECT_EQ(end_of(child), 0);
+}
+
+TEST(Watchdog, IsSilentWithoutOne) {
+  EXPECT_EQ(watchdog_evsock_init("loop"), 0);
+  watchdog_evsock_trigger();
+  watchdog_evsock_exit();
+}
+
+TEST(SystemLog, ADaemonLogsWithoutWaitingForTheLog) {
+  DatagramServer log("log");
+  Pair reports = Pair::sockets();
+  const pid_t command = start_child([&] {
+    setenv("QELLOG_SYSLOG_SOCKET", log.path(), 1);
+    if (daemon_start(0, 0) != 0) {
+      return 2;
+    }
+    alarm(60);
+    daemon_ready();
+    infomsg("LOG: net: up\nand more");
+    errmsg("net: down");
+    for (int i = 0; i < 5000; ++i) {
+      infomsg("flood");
+    }
+    say(reports[1], qellog_lost() > 0 ? 'L' : 'F');
+    if (next_octet(reports[1]) == 'd') {  // drained
+      infomsg("after");
+    }
+    return 0;
+  });
+  ASSERT_EQ(end_of(command), 0);
+  EXPECT_EQ(next_octet(reports[0]), 'L');
+  EXPECT_THAT(log.receive(),
+              MatchesRegex("<30>[A-Z][a-z][a-z] [ 0-9][0-9] [0-9:]* test_platform.[0-9]+.: LOG: net: up"));
+  EXPECT_THAT(log.receive(), testing::EndsWith(": and more"));
+  EXPECT_THAT(log.receive(), StartsWith("<27>"));
+  // No more is in the socket than the kernel queues, and the daemon waits for this.
+  std::string last;
+  say(reports[0], 'd');
+  do {
+    last = log.receive();
+    ASSERT_FALSE(last.empty());
+  } while (last.find("flood") != std::string::npos);
+  EXPECT_THAT(last, HasSubstr("message lines lost"));
+}
+
+}  // namespace

@@ -1,0 +1,119 @@
+#include "platform/include/qellog.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <string>
+
+#include "tests/platform/turns.h"
+
+namespace {
+
+/// Standard error replaced by one end of a pair for the time of a test.
+class StandardErrorInto {
+ public:
+  explicit StandardErrorInto(int fd) : saved_(dup(STDERR_FILENO)) { dup2(fd, STDERR_FILENO); }
+  ~StandardErrorInto() {
+    dup2(saved_, STDERR_FILENO);
+    close(saved_);
+  }
+
+ private:
+  int saved_;
+};
+
+std::string take(int fd) {
+  fcntl(fd, F_SETFL, O_NONBLOCK);
+  std::string text;
+  char octets[4096];
+  for (ssize_t count; (count = read(fd, octets, sizeof octets)) > 0;) {
+    text.append(octets, static_cast<std::size_t>(count));
+  }
+  return text;
+}
+
+TEST(Messages, LevelsComponentsAndLines) {
+  const Pair pipe = Pair::pipe();
+  const StandardErrorInto redirected(pipe[1]);
+  debughandle* handle = debug_gethandle("timers");
+  ASSERT_NE(handle, nullptr);
+  EXPECT_EQ(debug_gethandle("timers"), handle);
+  EXPECT_NE(debug_gethandle("tasks"), handle);
+  EXPECT_EQ(debug_handle_value(handle), 0);
+  debugmsg(handle, "%s", "hidden");
+  debug_handle_set(handle, 1);
+  EXPECT_EQ(debug_handle_value(handle), 1);
+  debugmsg(handle, "%s", "shown");
+  debugmsg(nullptr, "%s", "nobody's");
+  infomsg("NOTE: %s: %s", "net", "up");
+  errmsg("%s: %s", "net", "first\nsecond\n");
+  infomsg("%s", "");
+  const std::string large(5000, 'x');
+  infomsg("%s", large.c_str());
+  EXPECT_EQ(take(pipe[0]), "DEBUG: timers: shown\nNOTE: net: up\nERROR: net: first\nERROR: second\n\n" + large + "\n");
+  debug_handle_set(handle, 0);
+}
+
+TEST(Messages, PrioritiesUnderAServiceManager) {
+  const Pair pair = Pair::sockets();
+  setenv("NOTIFY_SOCKET", "/nonexistent", 1);
+  {
+    const StandardErrorInto redirected(pair[1]);
+    infomsg("one\ntwo");
+    errmsg("bad");
+    debughandle* handle = debug_gethandle("x");
+    debug_handle_set(handle, 1);
+    debugmsg(handle, "deep");
+  }
+  EXPECT_EQ(take(pair[0]), "<6>one\n<6>two\n<3>ERROR: bad\n<7>DEBUG: x: deep\n");
+  unsetenv("NOTIFY_SOCKET");
+}
+
+TEST(Messages, AStuckReaderDelaysNothingAndTheLossIsCountedAndSaid) {
+  for (const bool is_pipe : {false, true}) {
+    const Pair pair = is_pipe ? Pair::pipe() : Pair::sockets();
+    const StandardErrorInto redirected(pair[1]);
+    const unsigned long lost_before = qellog_lost();
+    const std::string line(200, '.');
+    for (int i = 0; i < 20000; ++i) {
+      infomsg("%d %s", i, line.c_str());  // would hang the test
+    }
+    const unsigned long lost = qellog_lost() - lost_before;
+    ASSERT_GT(lost, 0u);
+    const std::string got = take(pair[0]);
+    EXPECT_THAT(got, testing::StartsWith("0 " + line + "\n1 "));
+    infomsg("alive");
+    infomsg("again");
+    const std::string afterwards = take(pair[0]);
+    EXPECT_THAT(afterwards, testing::EndsWith(" message lines lost\nalive\nagain\n"));
+    EXPECT_EQ(qellog_lost() - lost_before, lost);
+
+    // Now and then a short report fits where no line does; the reports add up to the loss.
+    std::istringstream lines(got + afterwards);
+    unsigned long reported = 0;
+    unsigned long shown = 0;
+    for (std::string text; std::getline(lines, text);) {
+      if (text.find(" message lines lost") != std::string::npos) {
+        reported += std::stoul(text);
+      } else {
+        ++shown;
+      }
+    }
+    EXPECT_EQ(reported, lost);
+    EXPECT_EQ(shown + lost, 20002u);
+  }
+}
+
+TEST(Messages, AClosedStandardErrorLosesMessages) {
+  const int saved = dup(STDERR_FILENO);
+  close(STDERR_FILENO);
+  const unsigned long before = qellog_lost();
+  infomsg("nobody hears");
+  EXPECT_EQ(qellog_lost(), before + 1);
+  dup2(saved, STDERR_FILENO);
+  close(saved);
+}
+
+}  // namespace

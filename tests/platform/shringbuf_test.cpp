@@ -1,0 +1,215 @@
+#include "platform/include/shringbuf.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/mman.h>
+#include <time.h>
+
+#include <cerrno>
+#include <memory>
+#include <vector>
+
+#include "tests/platform/children.h"
+#include "tests/platform/turns.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+struct Free {
+  void operator()(shringbuf* ring) const { shringbuf_deinit(ring); }
+  void operator()(shringbuf_reader* reader) const { shringbuf_detach(reader); }
+};
+using Ring = std::unique_ptr<shringbuf, Free>;
+using Reader = std::unique_ptr<shringbuf_reader, Free>;
+
+std::vector<std::string> read_all(shringbuf_reader* reader, std::uint32_t* lost = nullptr) {
+  std::vector<std::string> lines;
+  char text[8192];
+  std::uint32_t lost_now = 0;
+  std::uint32_t lost_in_all = 0;
+  while (shringbuf_read(reader, text, sizeof text, nullptr, &lost_now) == 1) {
+    lines.emplace_back(text);
+    lost_in_all += lost_now;
+  }
+  if (lost != nullptr) {
+    *lost = lost_in_all + lost_now;
+  }
+  return lines;
+}
+
+std::size_t parts_of(const std::string& line) { return line.empty() ? 1 : (line.size() + 239) / 240; }
+
+TEST(ShringbufTest, LinesComeOutAsTheyWentIn) {
+  const std::string name = unique_name("ring/with%odd name");
+  const Ring ring(shringbuf_init(name.c_str(), 16384));
+  ASSERT_NE(ring, nullptr);
+  const Reader reader(shringbuf_attach(name.c_str()));
+  ASSERT_NE(reader, nullptr);
+  EXPECT_THAT(read_all(reader.get()), ElementsAre());
+  const std::string exact(240, 'e');
+  const std::string longer = std::string(241, 'l') + "!";
+  const std::string very_long = std::string(4000, 'v') + "\n.";
+  timespec now;
+  clock_gettime(CLOCK_REALTIME, &now);
+  shringbuf_add(ring.get(), "%s: %d", "one", 1);
+  std::int64_t time = 0;
+  char text[64];
+  ASSERT_EQ(shringbuf_read(reader.get(), text, sizeof text, &time, nullptr), 1);
+  EXPECT_STREQ(text, "one: 1");
+  EXPECT_NEAR(static_cast<double>(time) * 1e-6, static_cast<double>(now.tv_sec), 60);
+  for (const std::string& line : {std::string(), exact, longer, very_long}) {
+    ASSERT_EQ(shringbuf_add(ring.get(), "%s", line.c_str()), 0);
+  }
+  EXPECT_THAT(read_all(reader.get()), ElementsAre("", exact, longer, very_long));
+
+  // Too long for the ring, and too long for the reader's memory.
+  ASSERT_EQ(shringbuf_add(ring.get(), "%s", std::string(100000, 'x').c_str()), 0);
+  ASSERT_EQ(shringbuf_read(reader.get(), text, 10, nullptr, nullptr), 1);
+  EXPECT_STREQ(text, "xxxxxxxxx");
+  const Reader late(shringbuf_attach(name.c_str()));
+  EXPECT_EQ(read_all(late.get()).back(), std::string(32 * 240, 'x'));
+}
+
+TEST(ShringbufTest, TheOldestLinesMakeRoomAndAreCounted) {
+  const std::string name = unique_name("overrun");
+  const Ring ring(shringbuf_init(name.c_str(), 4096));  // 16 parts
+  const Reader reader(shringbuf_attach(name.c_str()));
+  ASSERT_NE(reader, nullptr);
+  const std::string tail(500, '.');
+  for (int i = 0; i < 20; ++i) {
+    shringbuf_add(ring.get(), "%d%s", i, tail.c_str());  // 3 parts each
+  }
+  std::uint32_t lost = 0;
+  const auto lines = read_all(reader.get(), &lost);
+  ASSERT_EQ(lines.size(), 5u);  // the part of the sixth that is left is worth nothing
+  EXPECT_EQ(lines.front(), "15" + tail);
+  EXPECT_EQ(lost, 45u);
+  const Reader late(shringbuf_attach(name.c_str()));
+  EXPECT_EQ(read_all(late.get()), lines);
+}
+
+TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
+  const std::string name = unique_name("concurrent");
+  const auto line_of = [](unsigned i) { return std::to_string(i) + ":" + std::string(i % 600, char('a' + i % 26)); };
+  constexpr unsigned total = 200000;
+  std::size_t parts_written = 0;
+  for (unsigned i = 0; i < total; ++i) {
+    parts_written += parts_of(line_of(i));
+  }
+  Pair ready = Pair::pipe();
+  Ring ring(shringbuf_init(name.c_str(), 16384));
+  ASSERT_NE(ring, nullptr);
+  const pid_t child = start_child([&] {
+    ring.release();  // the parent's
+    const Reader reader(shringbuf_attach(name.c_str()));
+    if (reader == nullptr || write(ready[1], "r", 1) != 1) {
+      return 2;
+    }
+    std::size_t parts = 0;
+    std::size_t lines = 0;
+    std::int64_t last = -1;
+    bool finished = false;
+    while (true) {
+      char text[1024];
+      std::uint32_t lost = 0;
+      const int result = shringbuf_read(reader.get(), text, sizeof text, nullptr, &lost);
+      parts += lost;
+      if (result == 1) {
+        const auto number = static_cast<unsigned>(std::stoul(text));
+        if (text != line_of(number) || number <= last) {
+          return 3;
+        }
+        last = number;
+        ++lines;
+        parts += parts_of(text);
+      } else if (finished) {
+        return parts == parts_written && lines > 0 && last == total - 1 ? 0 : 4;
+      } else {
+        finished = shringbuf_writer_alive(reader.get()) == 0;  // and then look once more
+      }
+    }
+  });
+  char octet;
+  ASSERT_EQ(read(ready[0], &octet, 1), 1);
+  for (unsigned i = 0; i < total; ++i) {
+    shringbuf_add(ring.get(), "%s", line_of(i).c_str());
+  }
+  // The child has a copy of the writer's descriptor, so that only the mark tells it the end.
+  ring.reset();
+  EXPECT_EQ(end_of(child), 0);
+}
+
+TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
+  const std::string name = unique_name("killed");
+  Pair written = Pair::pipe();
+  const pid_t child = start_child([&] {
+    shringbuf* ring = shringbuf_init(name.c_str(), 4096);
+    for (int i = 0; i < 3; ++i) {
+      shringbuf_add(ring, "line %d", i);
+    }
+    if (write(written[1], "w", 1) == 1) {
+      pause();
+    }
+    return 2;
+  });
+  char octet;
+  ASSERT_EQ(read(written[0], &octet, 1), 1);
+  const Reader reader(shringbuf_attach(name.c_str()));
+  ASSERT_NE(reader, nullptr);
+  EXPECT_EQ(shringbuf_writer_alive(reader.get()), 1);
+  EXPECT_EQ(shringbuf_remove(name.c_str()), -EBUSY);
+  kill(child, SIGKILL);
+  EXPECT_EQ(end_of(child), -SIGKILL);
+  EXPECT_EQ(shringbuf_writer_alive(reader.get()), 0);
+  EXPECT_THAT(read_all(reader.get()), ElementsAre("line 0", "line 1", "line 2"));
+
+  // A new writer takes the name; who read the old ring still has it.
+  {
+    const Ring ring(shringbuf_init(name.c_str(), 4096));
+    shringbuf_add(ring.get(), "new");
+    const Reader newer(shringbuf_attach(name.c_str()));
+    EXPECT_THAT(read_all(newer.get()), ElementsAre("new"));
+    EXPECT_EQ(shringbuf_writer_alive(newer.get()), 1);
+    EXPECT_THAT(read_all(reader.get()), ElementsAre());
+  }
+  EXPECT_EQ(shringbuf_attach(name.c_str()), nullptr);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(shringbuf_remove(name.c_str()), -ENOENT);
+}
+
+TEST(ShringbufTest, ASecondWriterLeavesTheFirstAlone) {
+  const std::string name = unique_name("twice");
+  const Ring first(shringbuf_init(name.c_str(), 4096));
+  shringbuf_add(first.get(), "first");
+  const pid_t child = start_child([&] {
+    shringbuf* second = shringbuf_init(name.c_str(), 4096);
+    const int result = second != nullptr ? shringbuf_add(second, "second") : 1;
+    shringbuf_deinit(second);
+    return result;
+  });
+  EXPECT_EQ(end_of(child), 0);
+  const Reader reader(shringbuf_attach(name.c_str()));
+  ASSERT_NE(reader, nullptr);
+  EXPECT_THAT(read_all(reader.get()), ElementsAre("first"));
+}
+
+TEST(ShringbufTest, RefusesWhatIsNoRing) {
+  EXPECT_EQ(shringbuf_init("small", 100), nullptr);
+  const std::string name = unique_name("garbage");
+  const int fd = shm_open(("/" + name).c_str(), O_RDWR | O_CREAT, 0600);
+  ASSERT_GE(fd, 0);
+  for (const off_t size : {off_t{0}, off_t{10}, off_t{100000}}) {
+    ASSERT_EQ(ftruncate(fd, size), 0);
+    EXPECT_EQ(shringbuf_attach(name.c_str()), nullptr);
+    EXPECT_EQ(errno, EPROTO);
+  }
+  // A header that promises more slots than there are.
+  const std::uint32_t header[] = {0x524c4551, 1, 256, 1u << 20, 5};
+  ASSERT_EQ(pwrite(fd, header, sizeof header, 0), static_cast<ssize_t>(sizeof header));
+  EXPECT_EQ(shringbuf_attach(name.c_str()), nullptr);
+  close(fd);
+  shm_unlink(("/" + name).c_str());
+}
+
+}  // namespace
