@@ -1,0 +1,59 @@
+// A daemon whose debug shell has a module "greeter". With a message bus running:
+//
+//     example_debug_shell hello &
+//     meshctl exec hello greeter GREET world
+//     meshctl exec hello greeter STOP
+
+#include <ctlcmd.h>
+
+#include <iostream>
+#include <stdexcept>
+
+#include "qel/daemon/mainloop.h"
+
+namespace {
+
+using qel::daemon::Mainloop;
+
+/// Handlers are plain functions; the module's context tells them whom they work for.
+struct Greeter {
+  Mainloop& loop;
+  unsigned greeted = 0;
+
+  static int greet(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
+    auto& greeter = *static_cast<Greeter*>(context);
+    if (argc != 2) {
+      ctlcmd_printf(session, "usage: GREET NAME\n");
+      return CTLCMD_FAILED;
+    }
+    ctlcmd_printf(session, "hello, %s, number %u\n", argv[1], ++greeter.greeted);
+    return 0;
+  }
+
+  static int stop(ctlcmd_session* session, int, const char* const*, void* context) {
+    static_cast<Greeter*>(context)->loop.finish();
+    ctlcmd_printf(session, "good-bye\n");
+    return 0;
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    Mainloop loop(argc > 1 ? argv[1] : "", false);
+    Greeter greeter{loop};
+    const auto module = loop.create_ctlcmd_module("greeter", &greeter);
+    module->add_command("GREET", Greeter::greet, "greet somebody: GREET NAME");
+    module->add_command("STOP", Greeter::stop, "end the daemon");
+    module->start();
+    std::cout << "serving as " << loop.get_name() << std::endl;
+    auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT;
+    while (!loop.finished()) {
+      timeout = loop.run(timeout);
+    }
+  } catch (const std::runtime_error& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
+  }
+}

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <memory>
+#include <utility>
+
+#include "qel/core/export.h"
+
+namespace qel::async {
+
+/// One pending future and its handler.
+class QEL_EXPORT FutureWrapperBase {
+ public:
+  FutureWrapperBase() = default;
+  FutureWrapperBase(const FutureWrapperBase&) = delete;
+  FutureWrapperBase& operator=(const FutureWrapperBase&) = delete;
+  virtual ~FutureWrapperBase();
+
+  /// Never waits.
+  virtual bool is_ready() const = 0;
+  /// Hands the ready future to the handler.
+  virtual void deliver() = 0;
+
+  bool connected() const { return connected_; }
+  void disconnect() { connected_ = false; }
+
+ private:
+  bool connected_ = true;
+};
+
+/// Tells whether a future's handler is still to be called, and can prevent it. Does not keep the future.
+class QEL_EXPORT FutureConnection {
+ public:
+  FutureConnection() = default;
+  explicit FutureConnection(std::weak_ptr<FutureWrapperBase> wrapper) : wrapper_(std::move(wrapper)) {}
+
+  bool connected() const;
+  /// False when the future was delivered or dropped before.
+  bool disconnect();
+  void swap(FutureConnection& other) noexcept { wrapper_.swap(other.wrapper_); }
+
+ private:
+  std::weak_ptr<FutureWrapperBase> wrapper_;
+};
+
+inline void swap(FutureConnection& left, FutureConnection& right) noexcept { left.swap(right); }
+
+/// Disconnects when it dies or takes another connection.
+class QEL_EXPORT ScopedFutureConnection {
+ public:
+  ScopedFutureConnection() = default;
+  // NOLINTNEXTLINE(google-explicit-constructor): assigned from what FuturePool::add returns
+  ScopedFutureConnection(FutureConnection connection) : connection_(std::move(connection)) {}
+  ScopedFutureConnection(ScopedFutureConnection&& other) noexcept { swap(other); }
+  ScopedFutureConnection& operator=(ScopedFutureConnection&& other) noexcept;
+  ScopedFutureConnection& operator=(FutureConnection connection);
+  ~ScopedFutureConnection();
+
+  bool connected() const { return connection_.connected(); }
+  bool disconnect() { return connection_.disconnect(); }
+  void swap(ScopedFutureConnection& other) noexcept { connection_.swap(other.connection_); }
+
+ private:
+  FutureConnection connection_;
+};
+
+inline void swap(ScopedFutureConnection& left, ScopedFutureConnection& right) noexcept { left.swap(right); }
+
+}  // namespace qel::async

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <future>
+#include <list>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+#include "qel/core/export.h"
+#include "qel/daemon/future_connection.h"
+
+namespace qel::async {
+
+template <class T, class Handler>
+class FutureWrapper final : public FutureWrapperBase {
+ public:
+  FutureWrapper(std::future<T> future, Handler handler) : future_(std::move(future)), handler_(std::move(handler)) {}
+
+  /// A deferred future counts as ready: it is run by the handler's get().
+  bool is_ready() const override { return future_.wait_for(std::chrono::seconds(0)) != std::future_status::timeout; }
+  void deliver() override { handler_(std::move(future_)); }
+
+ private:
+  std::future<T> future_;
+  Handler handler_;
+};
+
+/// Futures that are polled after every turn of the main loop, without ever waiting for one.
+class QEL_EXPORT FuturePool {
+ public:
+  FuturePool() = default;
+  FuturePool(const FuturePool&) = delete;
+  FuturePool& operator=(const FuturePool&) = delete;
+  ~FuturePool();
+
+  /// Calls `handler(std::future<T>)` once, with the ready future: its get() gives the value or throws. Throws
+  /// std::future_error for a future without a state.
+  template <class T, class Handler>
+  FutureConnection add(std::future<T> future, Handler&& handler) {
+    static_assert(std::is_invocable_v<std::decay_t<Handler>&, std::future<T>>, "the handler takes a std::future<T>");
+    if (!future.valid()) {
+      throw std::future_error(std::future_errc::no_state);
+    }
+    return add(
+        std::make_shared<FutureWrapper<T, std::decay_t<Handler>>>(std::move(future), std::forward<Handler>(handler)));
+  }
+  FutureConnection add(std::shared_ptr<FutureWrapperBase> wrapper);
+
+  std::size_t count_futures() const { return futures_.size(); }
+  /// Handlers that are still to come in a walk under way are not called either.
+  void clear_futures();
+
+  /// Walks the list once: drops what is disconnected, delivers what is ready. Futures added by a handler wait for the
+  /// next walk. An exception of a handler leaves from here, its future removed. True if futures remain.
+  bool process_futures();
+
+ private:
+  std::list<std::shared_ptr<FutureWrapperBase>> futures_;
+};
+
+}  // namespace qel::async

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <future>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "qel/core/export.h"
+#include "qel/daemon/ctlcmd_shell.h"
+#include "qel/daemon/future_pool.h"
+#include "qel/daemon/timer.h"
+#include "qel/daemon/watches.h"
+
+struct qelipc;
+
+namespace qel::daemon {
+
+/// The event loop of a daemon process, and what the process needs from the platform: log ring, IPC endpoint, debug
+/// shell, daemon start and watchdog. One thread, no locks: whatever happens, happens inside run():
+///
+///     Mainloop loop("meshd", false);
+///     auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT;
+///     while (!loop.finished()) {
+///       timeout = loop.run(timeout);
+///     }
+class QEL_EXPORT Mainloop {
+ public:
+  static constexpr const char* DEFAULT_NAME_PREFIX = "app_";
+  static constexpr std::chrono::milliseconds MIN_RUN_TIMEOUT{1};
+  /// Without limit.
+  static constexpr std::chrono::milliseconds DEFAULT_RUN_TIMEOUT{-1};
+
+  /// Called for an event: endpoint, event name, data and its size in octets, and the context given at registration.
+  using EventNotifier = void (*)(qelipc*, const char*, void*, unsigned, void*);
+
+  /// An empty name becomes "app_" and the thread id. Throws std::runtime_error when there is no log ring to be had, or
+  /// the name is in use on the IPC; std::system_error from the timer.
+  Mainloop(const std::string& name, bool daemonize);
+  Mainloop(const Mainloop&) = delete;
+  Mainloop& operator=(const Mainloop&) = delete;
+  ~Mainloop();
+
+  /// The process's loop: made by the first call, destroyed at exit; later arguments are ignored.
+  static Mainloop& get(const std::string& name, bool daemonize);
+
+  const std::string& get_name() const { return name_; }
+  bool finished() const { return finished_; }
+  /// From now on run() returns at once.
+  void finish() { finished_ = true; }
+
+  /// One turn: waits at most `timeout` for descriptors and timers, runs their callbacks, then delivers ready futures.
+  /// Returns the timeout of the next turn: 1 ms while futures are pending, else without limit. An exception of a
+  /// future's handler leaves from here.
+  std::chrono::milliseconds run(std::chrono::milliseconds timeout);
+
+  /// Starts as a daemon; 0, or the platform's error. From here the first run() has 15 seconds to come, or the start is
+  /// reported as failed and the process exits with status 1. The guard needs a turn of some platform loop to fire.
+  /// The arguments are handed to the platform's daemon_start.
+  int daemonize(bool no_chdir, bool no_close);
+  bool daemonized() const { return daemonized_; }
+  void trigger_watchdog();
+
+  /// Registers the watch and keeps it. A watch added twice is kept twice.
+  bool add_watch(const std::shared_ptr<IWatchBase>& watch);
+  /// Unregisters the watch and drops its first entry; false when there is none.
+  bool remove_watch(const std::shared_ptr<IWatchBase>& watch);
+  void remove_watches();
+  std::size_t count_watches() const { return watches_.size(); }
+  /// Drops watches and futures and ends the housekeeping.
+  void clear();
+
+  /// See async::FuturePool::add.
+  template <class T, class Handler>
+  async::FutureConnection add_future(std::future<T> future, Handler&& handler) {
+    return futures_.add(std::move(future), std::forward<Handler>(handler));
+  }
+  std::size_t count_futures() const { return futures_.count_futures(); }
+  void clear_futures() { futures_.clear_futures(); }
+
+  /// See Ctlcmd.
+  std::shared_ptr<CtlcmdModule> create_ctlcmd_module(const std::string& name, void* context);
+  std::shared_ptr<CtlcmdModule> get_ctlcmd_module(const std::string& name) const;
+  bool remove_ctlcmd_module(const std::string& name);
+  bool send_command(const std::string& module, const std::string& command);
+
+  qelipc* get_qelipc() const { return qelipc_.get(); }
+  /// False, and an error in the log, when the message could not be sent.
+  bool send_qelipc_message(const char* destination, const std::string& message);
+  bool send_qelipc_event(const std::string& event, const void* data, unsigned size);
+  /// The platform's result.
+  int register_qelipc_event_notifier(const char* event, EventNotifier notifier, void* context);
+
+ private:
+  using Watches = std::vector<std::shared_ptr<IWatchBase>>;
+  class Turn;
+
+  void on_second_timer();
+  void keep_for_turn(const Watches& removed);
+
+  std::string name_;
+  bool daemonized_ = false;
+  bool finished_ = false;
+  time::Timer startup_timer_;
+  Watches watches_;
+  async::FuturePool futures_;
+  time::Timer second_timer_;
+  std::shared_ptr<qelipc> qelipc_;
+  std::unique_ptr<Ctlcmd> ctlcmd_;
+  /// Null between turns.
+  Watches* removed_in_turn_ = nullptr;
+};
+
+}  // namespace qel::daemon

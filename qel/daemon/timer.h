@@ -1,0 +1,118 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <ratio>
+#include <system_error>
+#include <type_traits>
+#include <utility>
+
+#include "qel/core/export.h"
+#include "qel/daemon/timer_error.h"
+
+namespace qel::time {
+
+using deciseconds = std::chrono::duration<std::int64_t, std::deci>;
+using centiseconds = std::chrono::duration<std::int64_t, std::centi>;
+
+class Timer;
+
+/// Holds the platform's handle without naming its type here.
+class QEL_EXPORT NativeHandleContainerBase {
+ public:
+  virtual ~NativeHandleContainerBase();
+};
+
+/// What the platform is given to find the timer by: the pointer follows the handle when timers are swapped.
+struct TimerCbdataWrapper {
+  Timer* timer = nullptr;
+};
+
+class QEL_EXPORT TimerCallbackWrapperBase {
+ public:
+  virtual ~TimerCallbackWrapperBase();
+  virtual void operator()() = 0;
+};
+
+template <class F>
+class TimerCallbackWrapper final : public TimerCallbackWrapperBase {
+ public:
+  explicit TimerCallbackWrapper(F function) : function_(std::move(function)) {}
+  void operator()() override { function_(); }
+
+ private:
+  F function_;
+};
+
+/// A one-shot timer of the main loop. It expires inside Mainloop::run; when its callback runs it is idle again, so that
+/// the callback may start it anew, stop it, swap it or destroy it. It can be moved, also while it runs; the timer moved
+/// from takes what the other one had.
+class QEL_EXPORT Timer {
+ public:
+  Timer();
+  Timer(Timer&& other);
+  Timer& operator=(Timer&& other) noexcept;
+  /// Stops; never throws, but logs what failed.
+  ~Timer();
+
+  void swap(Timer& other) noexcept;
+
+  /// Runs `function()` once, after at least `duration`; a running timer is stopped first. 0 expires in the next turn.
+  /// The duration is counted in seconds, tenths, hundredths or milliseconds, whichever its type is or converts to
+  /// without loss; at most 2^31 - 1 of them. Throws TimerError.
+  template <class Rep, class Period, class F>
+  void start(std::chrono::duration<Rep, Period> duration, F&& function) {
+    stop();
+    start_ctimer(to_platform_duration(duration));
+    callback_ = std::make_shared<TimerCallbackWrapper<std::decay_t<F>>>(std::forward<F>(function));
+  }
+
+  /// Arms the platform's timer without touching the callback. Throws TimerError.
+  void start_ctimer(std::chrono::milliseconds duration);
+  void start_ctimer(deciseconds duration);
+  void start_ctimer(centiseconds duration);
+  void start_ctimer(std::chrono::seconds duration);
+
+  /// Does nothing when idle. The callback is released even if stopping failed. Throws TimerError.
+  void stop();
+  /// `error` is cleared when nothing failed.
+  void stop(std::error_code& error);
+
+  bool is_running() const;
+
+  /// Negative when the timer is overdue. Throws TimerError, NOT_RUNNING among them.
+  std::chrono::milliseconds get_remaining_time() const;
+
+  /// Runs the callback, if there is one. The platform's expiry ends up here.
+  void trigger_callback();
+
+ private:
+  template <class Rep, class Period>
+  static constexpr auto to_platform_duration(std::chrono::duration<Rep, Period> duration);
+
+  void arm(std::int64_t count, std::int64_t ticks_per_second);
+
+  std::unique_ptr<NativeHandleContainerBase> handle_;
+  std::shared_ptr<TimerCallbackWrapperBase> callback_;
+  std::unique_ptr<TimerCbdataWrapper> cbdata_;
+};
+
+inline void swap(Timer& left, Timer& right) noexcept { left.swap(right); }
+
+template <class Rep, class Period>
+constexpr auto Timer::to_platform_duration(std::chrono::duration<Rep, Period> duration) {
+  using Given = std::chrono::duration<Rep, Period>;
+  if constexpr (std::is_convertible_v<Given, std::chrono::seconds>) {
+    return std::chrono::seconds(duration);
+  } else if constexpr (std::is_convertible_v<Given, deciseconds>) {
+    return deciseconds(duration);
+  } else if constexpr (std::is_convertible_v<Given, centiseconds>) {
+    return centiseconds(duration);
+  } else {
+    static_assert(std::is_convertible_v<Given, std::chrono::milliseconds>, "round finer durations to milliseconds");
+    return std::chrono::milliseconds(duration);
+  }
+}
+
+}  // namespace qel::time

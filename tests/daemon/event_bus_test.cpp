@@ -1,0 +1,64 @@
+#include "qel/daemon/event_bus.h"
+
+#include <gtest/gtest.h>
+
+#include "qel/daemon/signal.h"
+
+namespace qel {
+namespace {
+
+struct Links final : IEventModule {
+  static constexpr ID MODULE_ID{7};
+  Links(CreateToken token, int* counter) : IEventModule(token), deaths(counter) {}
+  ~Links() override { ++*deaths; }
+  signals::Signal<int> changed;
+  int* deaths;
+};
+
+struct Imposter final : IEventModule {
+  static constexpr ID MODULE_ID{7};
+  using IEventModule::IEventModule;
+};
+
+TEST(EventBus, KeepsModulesByIdentifier) {
+  EventBus& bus = EventBus::get();
+  EXPECT_EQ(&bus, &EventBus::get());
+  int deaths = 0;
+  Links& links = bus.create_module<Links>(&deaths);
+  EXPECT_EQ(bus.find_module<Links>(), &links);
+  EXPECT_EQ(bus.find_module(ID(7)), &links);
+  EXPECT_EQ(bus.find_module(ID(8)), nullptr);
+
+  // The identifier is taken: by whom, the type tells.
+  EXPECT_THROW(bus.create_module<Imposter>(), std::logic_error);
+  EXPECT_EQ(bus.find_module<Imposter>(), nullptr);
+  EXPECT_EQ(bus.count_modules(), 1u);
+
+  int heard = 0;
+  bus.find_module<Links>()->changed.connect([&](int value) { heard = value; });
+  links.changed(3);
+  EXPECT_EQ(heard, 3);
+
+  EXPECT_TRUE(bus.remove_module(ID(7)));
+  EXPECT_EQ(deaths, 1);
+  EXPECT_FALSE(bus.remove_module(ID(7)));
+}
+
+/// Dies with the bus, behind main().
+struct Witness final : IEventModule {
+  static constexpr ID MODULE_ID{9};
+  using IEventModule::IEventModule;
+  ~Witness() override { std::_Exit(7); }
+};
+
+TEST(EventBusDeathTest, DestroysItsModulesAtExit) {
+  EXPECT_EXIT(
+      {
+        EventBus::get().create_module<Witness>();
+        std::exit(0);
+      },
+      testing::ExitedWithCode(7), "");
+}
+
+}  // namespace
+}  // namespace qel

@@ -1,0 +1,148 @@
+#include "qel/daemon/signal.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+namespace qel::signals {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+struct SignalTest : testing::Test {
+  auto push(std::string name) {
+    return [this, name](int value) { log.push_back(name + std::to_string(value)); };
+  }
+  std::optional<Signal<int>> signal{std::in_place};
+  std::vector<std::string> log;
+};
+
+TEST_F(SignalTest, CallsInTheOrderOfConnecting) {
+  signal->connect(push("a"));
+  signal->connect(push("b"));
+  (*signal)(1);
+  EXPECT_THAT(log, ElementsAre("a1", "b1"));
+}
+
+TEST_F(SignalTest, DisconnectingReleasesTheFunction) {
+  const auto held = std::make_shared<int>();
+  Connection connection = signal->connect([held](int) {});
+  EXPECT_TRUE(connection.is_connected());
+  connection.disconnect();
+  EXPECT_FALSE(connection.is_connected());
+  EXPECT_EQ(held.use_count(), 1);
+  EXPECT_EQ(signal->count_slots(), 0u);
+  connection.disconnect();
+}
+
+TEST_F(SignalTest, BlockedSlotsAreSkippedAndStayConnected) {
+  Connection connection = signal->connect(push("a"));
+  connection.block(true);
+  EXPECT_TRUE(connection.is_blocked());
+  EXPECT_TRUE(connection.is_connected());
+  (*signal)(1);
+  connection.block(false);
+  (*signal)(2);
+  EXPECT_THAT(log, ElementsAre("a2"));
+}
+
+TEST_F(SignalTest, SlotsMayChangeTheSignalWhileItEmits) {
+  Connection last;
+  Connection self;
+  self = signal->connect([&](int) {
+    self.disconnect();
+    last.disconnect();
+    signal->connect(push("new"));
+  });
+  last = signal->connect(push("last"));
+  (*signal)(1);
+  EXPECT_THAT(log, IsEmpty());
+  (*signal)(2);
+  EXPECT_THAT(log, ElementsAre("new2"));
+}
+
+TEST_F(SignalTest, EmissionsNest) {
+  signal->connect([&](int value) {
+    if (value > 0) {
+      (*signal)(value - 1);
+    }
+  });
+  signal->connect(push("b"));
+  (*signal)(2);
+  EXPECT_THAT(log, ElementsAre("b0", "b1", "b2"));
+}
+
+TEST_F(SignalTest, ASlotMayDestroyTheSignal) {
+  Connection destroyer = signal->connect([&](int) { signal.reset(); });
+  signal->connect(push("never"));
+  (*signal)(1);
+  EXPECT_THAT(log, IsEmpty());
+  EXPECT_FALSE(destroyer.is_connected());
+}
+
+TEST_F(SignalTest, AnExceptionLeavesAndTheSignalGoesOn) {
+  ScopedConnection thrower = signal->connect([](int) { throw std::runtime_error("no"); });
+  signal->connect(push("b"));
+  EXPECT_THROW((*signal)(1), std::runtime_error);
+  thrower = signal->connect(push("c"));
+  (*signal)(2);
+  EXPECT_THAT(log, ElementsAre("b2", "c2"));
+}
+
+TEST_F(SignalTest, WhatAFunctionHoldsMayDisconnectOthers) {
+  auto other = std::make_shared<ScopedConnection>(signal->connect(push("other")));
+  Connection holder = signal->connect([other](int) {});
+  signal->connect(push("stays"));
+  other.reset();
+  holder.disconnect();
+  EXPECT_EQ(signal->count_slots(), 1u);
+  (*signal)(1);
+  EXPECT_THAT(log, ElementsAre("stays1"));
+}
+
+TEST_F(SignalTest, ScopedConnectionsDisconnect) {
+  Connection first = signal->connect(push("a"));
+  Connection second = signal->connect(push("b"));
+  {
+    ScopedConnection scoped = first;
+    ScopedConnection moved = std::move(scoped);
+    EXPECT_TRUE(first.is_connected());
+    moved = second;
+    EXPECT_FALSE(first.is_connected());
+    Connection third = signal->connect(push("c"));
+    ScopedConnection other = third;
+    other = std::move(moved);
+    EXPECT_FALSE(third.is_connected());
+    EXPECT_TRUE(second.is_connected());
+  }
+  EXPECT_FALSE(second.is_connected());
+}
+
+TEST_F(SignalTest, ConnectionsOutliveTheirSlots) {
+  Connection first = signal->connect(push("a"));
+  Connection second = signal->connect(push("b"));
+  Connection copy = first;
+  EXPECT_TRUE(copy == first);
+  EXPECT_FALSE(first == second);
+  const bool ordered = first < second;
+  EXPECT_NE(ordered, second < first);
+  swap(first, second);
+  EXPECT_TRUE(copy == second);
+  swap(first, second);
+
+  signal.reset();
+  first.block(true);
+  EXPECT_FALSE(first.is_connected());
+  EXPECT_FALSE(first.is_blocked());
+  EXPECT_TRUE(first == second);
+  EXPECT_TRUE(first == Connection());
+  EXPECT_EQ(first < second, ordered);
+  EXPECT_NE(second < first, ordered);
+}
+
+}  // namespace
+}  // namespace qel::signals

@@ -1,0 +1,169 @@
+#include "qel/daemon/state_machine.h"
+
+#include "tests/daemon/fixture.h"
+
+namespace qel::state_machine {
+namespace {
+
+using testing::ElementsAre;
+
+std::vector<std::string> trace;
+
+struct Go final : Event {};
+struct Nested final : Event {};
+struct Number final : Event {
+  explicit Number(int n) : value(n) {}
+  int value;
+};
+
+/// Writes down when it is entered and left.
+template <class Concrete, class... Events>
+class TracedState : public State<Concrete, Events...> {
+ public:
+  using State<Concrete, Events...>::State;
+  ~TracedState() override { note("dies"); }
+  void on_entry() override { note("in"); }
+  void on_exit() override { note("out"); }
+
+ protected:
+  void note(const std::string& what) const {
+    trace.push_back(std::string(Concrete::NAME) + " " + what + (this->is_entered() ? " entered" : ""));
+  }
+  const char* get_name() const override { return Concrete::NAME; }
+};
+
+struct Last final : TracedState<Last, Go> {
+  static constexpr const char* NAME = "Last";
+  Last(StateMachine& machine, CreateToken token, int n) : TracedState(machine, token), number(n) {}
+  void on(const Go&) { note("go"); }
+  int number;
+};
+
+/// Gives way as soon as it is entered.
+struct Passing final : TracedState<Passing> {
+  static constexpr const char* NAME = "Passing";
+  using TracedState::TracedState;
+  void on_entry() override {
+    TracedState::on_entry();
+    go_to<Last>(7);
+  }
+};
+
+struct First final : TracedState<First, Go, Number, Nested> {
+  static constexpr const char* NAME = "First";
+  using TracedState::TracedState;
+  void on(const Go&) { go_to<Passing>(); }
+  void on(const Number& event) {
+    go_to<Passing>();
+    go_to<Last>(event.value);
+  }
+  void on(const Nested&) {
+    get_state_machine().on_event(Go());
+    note("still here");
+  }
+};
+
+class StateMachineTest : public FakePlatformTest {
+ protected:
+  StateMachineTest() { trace.clear(); }
+  std::string current() const {
+    const IState* state = machine.get_current_state();
+    return state == nullptr ? "none" : state->get_name();
+  }
+  StateMachine machine;
+};
+
+TEST_F(StateMachineTest, WithoutAStateEventsAreAnError) {
+  const auto expect_error = [&] {
+    fake_platform::take_calls();
+    try {
+      machine.on_event(Go());
+      ADD_FAILURE();
+    } catch (const std::runtime_error& error) {
+      EXPECT_STREQ(error.what(), "Dispatching Event on uninitialised State Machine!");
+    }
+    EXPECT_THAT(fake_platform::take_calls(),
+                ElementsAre("errmsg(%s: %s, state_machine: Dispatching Event on uninitialised State Machine!)"));
+  };
+  expect_error();
+  machine.init<First>();
+  machine.on_event(Number(1));
+  machine.deinit();
+  expect_error();
+}
+
+TEST_F(StateMachineTest, EntersAndLeavesInOrder) {
+  machine.init<First>();
+  EXPECT_THROW(machine.init<Passing>(), std::logic_error);
+  EXPECT_EQ(current(), "First");
+  trace.clear();
+  machine.on_event(Go());
+  EXPECT_THAT(trace, ElementsAre("First out entered", "First dies", "Passing in", "Passing out entered", "Passing dies",
+                                 "Last in"));
+  trace.clear();
+  machine.deinit();
+  machine.deinit();
+  EXPECT_THAT(trace, ElementsAre("Last out entered", "Last dies"));
+  EXPECT_EQ(current(), "none");
+}
+
+TEST_F(StateMachineTest, TheLastRequestCounts) {
+  machine.init<First>();
+  machine.on_event(Number(42));
+  ASSERT_EQ(current(), "Last");
+  EXPECT_EQ(static_cast<Last*>(machine.get_current_state())->number, 42);
+  // An event that the state does not handle passes by.
+  machine.on_event(Number(43));
+  EXPECT_EQ(current(), "Last");
+}
+
+TEST_F(StateMachineTest, TransitionsWaitForTheOutermostHandler) {
+  machine.init<First>();
+  trace.clear();
+  machine.on_event(Nested());
+  EXPECT_EQ(trace.at(0), "First still here entered");
+  EXPECT_EQ(trace.at(1), "First out entered");
+  EXPECT_EQ(current(), "Last");
+}
+
+/// Sends itself away while it is still being entered.
+struct Hasty final : TracedState<Hasty, Go> {
+  static constexpr const char* NAME = "Hasty";
+  using TracedState::TracedState;
+  void on_entry() override {
+    get_state_machine().on_event(Go());
+    note("still entering");
+  }
+  void on(const Go&) { go_to<Last>(1); }
+};
+
+TEST_F(StateMachineTest, AStateIsNotLeftBeforeItIsEntered) {
+  machine.init<Hasty>();
+  EXPECT_THAT(trace, ElementsAre("Hasty still entering", "Hasty out entered", "Hasty dies", "Last in"));
+}
+
+struct Broken final : TracedState<Broken> {
+  static constexpr const char* NAME = "Broken";
+  using TracedState::TracedState;
+  void on_entry() override { throw std::runtime_error("cannot enter"); }
+};
+
+TEST_F(StateMachineTest, AStateThatCannotBeEnteredIsDropped) {
+  EXPECT_THROW(machine.init<Broken>(), std::runtime_error);
+  EXPECT_EQ(current(), "none");
+  EXPECT_THAT(trace, ElementsAre("Broken dies"));
+  machine.init<First>();
+  EXPECT_EQ(current(), "First");
+}
+
+TEST_F(StateMachineTest, TheDestructorLeaves) {
+  {
+    StateMachine local;
+    local.init<Passing>();
+    trace.clear();
+  }
+  EXPECT_THAT(trace, ElementsAre("Last out entered", "Last dies"));
+}
+
+}  // namespace
+}  // namespace qel::state_machine

@@ -1,0 +1,275 @@
+// The platform's functions, as the headers in platform/include declare them.
+
+#include <qeldaemon.h>
+#include <qellog.h>
+#include <shringbuf.h>
+#include <slab.h>
+#include <velolib.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+
+#include "tests/fake_platform/state.h"
+
+using fake_platform::fails;
+using fake_platform::record;
+using fake_platform::state;
+
+namespace {
+
+std::string format_text(const char* format, va_list values) {
+  char text[4096];
+  std::vsnprintf(text, sizeof text, format, values);
+  return text;
+}
+
+}  // namespace
+
+struct debughandle {
+  std::string component;
+  int on;
+};
+
+struct shringbuf {};
+
+extern "C" {
+
+int evsock_init() { return record("evsock_init"); }
+
+void evsock_exit() { record("evsock_exit"); }
+
+evsock* evsock_add_fd(int fd, const char* name, evsock_callback readable, evsock_callback writable,
+                      evsock_callback hangup, evsock_callback priority, void* reserved, void* context) {
+  std::string callbacks;
+  for (const evsock_callback callback : {readable, writable, hangup, priority}) {
+    callbacks += callback == nullptr ? '-' : 'x';
+  }
+  record("evsock_add_fd", fd, name, callbacks, reserved == nullptr ? "null" : "reserved");
+  if (fails("evsock_add_fd")) {
+    return nullptr;
+  }
+  return state()
+      .watches.emplace_back(std::make_unique<evsock>(evsock{fd, {readable, writable, hangup, priority}, context}))
+      .get();
+}
+
+void evsock_remove_fd(evsock* handle) {
+  record("evsock_remove_fd", handle->fd);
+  state().watches.remove_if([handle](const auto& watch) { return watch.get() == handle; });
+}
+
+int evsock_fd_blocking(evsock* handle) { return record("evsock_fd_blocking", handle->fd); }
+
+int evsock_getobufsize(const evsock*) { return record("evsock_getobufsize"); }
+
+int evsock_bwrite(evsock*, const void* data, size_t length) {
+  if (const int result = record("evsock_bwrite", length); result < 0) {
+    return result;
+  }
+  const size_t taken = std::min(length, state().write_limit);
+  state().written.append(static_cast<const char*>(data), taken);
+  return static_cast<int>(taken);
+}
+
+int evsock_select_with_msecs(int milliseconds) {
+  const int result = record("evsock_select_with_msecs", milliseconds);
+  if (const auto turn = state().turn) {
+    turn();
+  }
+  return result;
+}
+
+int ctimer_setup_internal(int flags, ctimerhandle* handle, int kind, int reserved1, int count, unsigned units,
+                          ctimer_callback_fn callback, void* cbdata, int reserved2, int reserved3) {
+  const int result = record("ctimer_setup_internal", flags, kind, reserved1, count, units, reserved2, reserved3);
+  if (result == 0) {
+    // Any address of its own will do as a name.
+    *handle = reinterpret_cast<ctimerhandle>(handle);
+    state().timers.push_back({handle, state().now + std::int64_t{count} * 1'000'000 / units, callback, cbdata});
+  }
+  return result;
+}
+
+int ctimer_unsetup_internal(ctimerhandle* handle, int kind) {
+  const int result = record("ctimer_unsetup_internal", kind);
+  if (result == 0) {
+    state().timers.remove_if([handle](const auto& timer) { return timer.variable == handle; });
+    *handle = nullptr;
+  }
+  return result;
+}
+
+int ctimer_endtval_internal(const ctimerhandle* handle, int kind, ctimer_tval* end) {
+  if (const int result = record("ctimer_endtval_internal", kind); result != 0) {
+    return result;
+  }
+  for (const auto& timer : state().timers) {
+    if (timer.variable == handle) {
+      *end = {timer.due / 1'000'000, static_cast<std::int32_t>(timer.due % 1'000'000)};
+      return 0;
+    }
+  }
+  return CTIMER_EINVALID;
+}
+
+void ctimer_elapsedtval(ctimer_tval* now) {
+  *now = {state().now / 1'000'000, static_cast<std::int32_t>(state().now % 1'000'000)};
+}
+
+int daemon_start(int nochdir, int noclose) { return record("daemon_start", nochdir, noclose); }
+
+void daemon_ready() { record("daemon_ready"); }
+
+void daemon_start_failed() { record("daemon_start_failed"); }
+
+int watchdog_evsock_init(const char* name) { return record("watchdog_evsock_init", name); }
+
+void watchdog_evsock_trigger() { record("watchdog_evsock_trigger"); }
+
+void watchdog_evsock_exit() { record("watchdog_evsock_exit"); }
+
+void slab_reap() { record("slab_reap"); }
+
+debughandle* debug_gethandle(const char* component) {
+  static auto& handles = *new std::map<std::string, debughandle>;
+  return &handles.try_emplace(component, debughandle{component, 0}).first->second;
+}
+
+void debug_handle_set(debughandle* handle, int on) {
+  record("debug_handle_set", handle->component, on);
+  handle->on = on;
+}
+
+int debug_handle_value(const debughandle* handle) { return handle->on; }
+
+void debugmsg(const debughandle* handle, const char* format, ...) {
+  va_list values;
+  va_start(values, format);
+  record("debugmsg", handle->component, format, format_text(format, values));
+  va_end(values);
+}
+
+void infomsg(const char* format, ...) {
+  va_list values;
+  va_start(values, format);
+  record("infomsg", format, format_text(format, values));
+  va_end(values);
+}
+
+void errmsg(const char* format, ...) {
+  va_list values;
+  va_start(values, format);
+  record("errmsg", format, format_text(format, values));
+  va_end(values);
+}
+
+shringbuf* shringbuf_init(const char* name, size_t size) {
+  record("shringbuf_init", name, size);
+  if (fails("shringbuf_init")) {
+    return nullptr;
+  }
+  state().ring.clear();
+  return new shringbuf;
+}
+
+void shringbuf_deinit(shringbuf* ring) {
+  record("shringbuf_deinit");
+  delete ring;
+}
+
+int shringbuf_add(shringbuf*, const char* format, ...) {
+  va_list values;
+  va_start(values, format);
+  state().ring.push_back(std::string(format) + "|" + format_text(format, values));
+  va_end(values);
+  return 0;
+}
+
+int ctlcmd_listen_start(qelipc*, const char* endpoint, const ctlcmd_table* table) {
+  std::string commands;
+  for (size_t i = 0; i < table->count; ++i) {
+    const ctlcmd_command& command = table->commands[i];
+    const bool own = (command.handler == ctlcmd_help && i == 0) || (command.handler == ctlcmd_slabdump && i == 1) ||
+                     (command.handler == ctlcmd_slabshow && i == 2) || (command.handler == ctlcmd_quit && i == 3);
+    commands += std::string(i == 0 ? "" : ", ") + command.name + (own ? ": " : "? ") + command.help;
+  }
+  return record("ctlcmd_listen_start", endpoint, commands);
+}
+
+int ctlcmd_register_library(const char* name, const ctlcmd_command* commands, size_t count) {
+  const int result = record("ctlcmd_register_library", name, count);
+  if (result == 0) {
+    state().modules[name] = {commands, count, nullptr};
+  }
+  return result;
+}
+
+int ctlcmd_module_set_ctx(const char* name, void* context) {
+  const int result = record("ctlcmd_module_set_ctx", name);
+  if (result == 0) {
+    state().modules.at(name).context = context;
+  }
+  return result;
+}
+
+int ctlcmd_unregister_library(const char* name) {
+  state().modules.erase(name);
+  return record("ctlcmd_unregister_library", name);
+}
+
+int ctlcmd_docommand(const char* module, const char* command) { return record("ctlcmd_docommand", module, command); }
+
+void ctlcmd_printf(ctlcmd_session*, const char*, ...) {}
+
+int ctlcmd_help(ctlcmd_session*, int, const char* const*, void*) { return 0; }
+
+int ctlcmd_slabdump(ctlcmd_session*, int, const char* const*, void*) { return 0; }
+
+int ctlcmd_slabshow(ctlcmd_session*, int, const char* const*, void*) { return 0; }
+
+int ctlcmd_quit(ctlcmd_session*, int, const char* const*, void*) { return 0; }
+
+qelipc* qelipc_create(const char* name) {
+  record("qelipc_create", name);
+  return fails("qelipc_create") ? nullptr : new qelipc;
+}
+
+void qelipc_destroy(qelipc* ipc) {
+  record("qelipc_destroy");
+  delete ipc;
+}
+
+int qelipc_msg_register(qelipc* ipc, qelipc_callback handler, void* context) {
+  ipc->message_handler = handler;
+  ipc->message_context = context;
+  return record("qelipc_msg_register");
+}
+
+void qelipc_msg_unregister(qelipc* ipc) {
+  ipc->message_handler = nullptr;
+  record("qelipc_msg_unregister");
+}
+
+int qelipc_msg_send(qelipc*, const char* destination, const void* data, unsigned size) {
+  return record("qelipc_msg_send", destination, std::string(static_cast<const char*>(data), size));
+}
+
+int qelipc_event_send(qelipc*, const char* event, const void* data, unsigned size) {
+  return record("qelipc_event_send", event, std::string(static_cast<const char*>(data), size));
+}
+
+int qelipc_event_register_notifier(qelipc* ipc, const char* event, qelipc_callback notifier, void* context) {
+  state().notifiers.push_back({ipc, event, notifier, context});
+  return record("qelipc_event_register_notifier", event);
+}
+
+int veloenv_VeloHasLittleRAM() { return record("veloenv_VeloHasLittleRAM"); }
+
+const char* kelvar_getenv(const char* name) {
+  record("kelvar_getenv", name);
+  return nullptr;
+}
+
+}  // extern "C"

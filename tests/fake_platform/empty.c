@@ -1,0 +1,2 @@
+/* Only a name. */
+typedef int fake_platform_empty;
