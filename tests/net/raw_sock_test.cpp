@@ -1,0 +1,320 @@
+#include "qel/net/raw_sock.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <linux/filter.h>
+#include <net/if.h>
+#include <poll.h>
+#include <qelevsock.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "tests/net/private_network.h"
+
+namespace qel {
+namespace {
+
+using testing::ElementsAre;
+using Octets = std::vector<unsigned char>;
+
+constexpr unsigned short ETHERTYPE = 0x893A;
+constexpr unsigned int FAILED = 4294967295;
+constexpr int PATIENCE_MS = 5000;
+const std::error_code SUCCESS(0, std::system_category());
+
+std::error_code generic(int error) { return {error, std::generic_category()}; }
+
+/// From the one end of the cable to all, with a payload that counts up from `first`.
+Octets make_frame(std::size_t size, unsigned char first, unsigned short ethertype = ETHERTYPE) {
+  Octets frame = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x02, 0x51, 0x4C, 0xAB, 0xCD, 0xEF};
+  frame.push_back(static_cast<unsigned char>(ethertype >> 8U));
+  frame.push_back(static_cast<unsigned char>(ethertype));
+  while (frame.size() < size) {
+    frame.push_back(first++);
+  }
+  return frame;
+}
+
+bool becomes_readable(int fd, int timeout_ms = PATIENCE_MS) {
+  pollfd entry{fd, POLLIN, 0};
+  return ::poll(&entry, 1, timeout_ms) == 1;
+}
+
+/// The next frame, empty when none comes.
+Octets receive(const FileDescriptor& socket) {
+  Octets frame(2000);
+  const ssize_t size = becomes_readable(socket.get()) ? ::read(socket.get(), frame.data(), frame.size()) : 0;
+  frame.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
+  return frame;
+}
+
+void send(const FileDescriptor& socket, const Octets& frame) {
+  ASSERT_EQ(::write(socket.get(), frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
+}
+
+bool is_open(int fd) { return ::fcntl(fd, F_GETFD) != -1; }
+
+/// The number that the next descriptor gets: the same twice when nothing was left open in between.
+int next_descriptor() { return FileDescriptor(::dup(STDERR_FILENO)).get(); }
+
+/// Keeps what a socket hands on.
+struct Receiver {
+  std::vector<unsigned int> lengths;
+  Octets frame;  ///< the last one
+  RawSock::DataCallback callback() {
+    return [this](const unsigned char* data, unsigned int length) {
+      lengths.push_back(length);
+      frame = length <= RawSock::MAX_FRAME_SIZE ? Octets(data, data + length) : Octets();
+    };
+  }
+};
+
+/// On descriptors of other kinds, for what a network never does at will.
+class RawSockOn : public testing::Test {
+ protected:
+  RawSockOn() {
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+      throw std::system_error(errno, std::generic_category());
+    }
+    socket_ = FileDescriptor(ends[0]);
+    peer_ = FileDescriptor(ends[1]);
+  }
+
+  FileDescriptor socket_;
+  FileDescriptor peer_;
+  Receiver receiver_;
+};
+
+TEST_F(RawSockOn, SendsUpToTheLargestFrame) {
+  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
+  const Octets frame = make_frame(1515, 1);
+  EXPECT_EQ(sock.send_data(frame.data(), 1515), generic(EMSGSIZE));
+  EXPECT_FALSE(becomes_readable(peer_.get(), 0));
+  EXPECT_EQ(sock.send_data(frame.data(), 1514), SUCCESS);
+  EXPECT_EQ(receive(peer_), make_frame(1514, 1));
+}
+
+TEST_F(RawSockOn, ReportsWhyItCouldNotSend) {
+  const Octets frame = make_frame(1514, 1);
+  RawSock none(FileDescriptor(), "eth0", nullptr, nullptr);
+  EXPECT_EQ(none.send_data(frame.data(), 60), generic(EBADF));
+
+  // A file that may not grow beyond 1000 octets takes that much and sets no errno.
+  RawSock file(FileDescriptor(::memfd_create("frames", MFD_CLOEXEC)), "eth0", nullptr, nullptr);
+  rlimit unlimited;
+  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
+  const rlimit limit{1000, unlimited.rlim_max};
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+  errno = EIO;
+  const std::error_code result = file.send_data(frame.data(), 1514);
+  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+  EXPECT_EQ(::lseek(file.get_sock_fd(), 0, SEEK_CUR), 1000);
+  EXPECT_EQ(result, generic(0));
+}
+
+TEST_F(RawSockOn, HandsOnWhatReadingGave) {
+  RawSock sock(std::move(socket_), "eth0", receiver_.callback(), nullptr);
+  send(peer_, make_frame(60, 9));
+  sock.on_readable();
+  EXPECT_EQ(receiver_.frame, make_frame(60, 9));
+  send(peer_, make_frame(1600, 3));
+  sock.on_readable();
+  EXPECT_EQ(receiver_.frame, make_frame(1514, 3));
+  peer_.reset();
+  sock.on_readable();
+  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 1514));
+
+  RawSock unreadable(FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)), "eth0", receiver_.callback(), nullptr);
+  unreadable.on_readable();
+  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 1514, FAILED));
+}
+
+TEST_F(RawSockOn, ReadsEvenWhenNobodyTakesTheFrame) {
+  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
+  send(peer_, make_frame(60, 1));
+  sock.on_readable();
+  EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
+  sock.on_writable();
+}
+
+TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
+  for (const std::string name : {"", "sixteen-letters!"}) {
+    try {
+      RawSock sock(name, nullptr, nullptr, ETHERTYPE);
+      ADD_FAILURE() << name;
+    } catch (const std::invalid_argument& error) {
+      EXPECT_EQ(error.what(), "interface name is not valid " + name);
+    }
+  }
+}
+
+/// One end of a veth pair, with a name as long as they get, that all tests of the process share, in a private network
+/// namespace.
+class RawSockOnCable : public testing::Test {
+ protected:
+  static constexpr const char* NEAR = "near-end-of-15c";
+  static constexpr const char* FAR = "far";
+
+  void SetUp() override {
+    if (const std::string& reason = test::enter_private_network(); !reason.empty()) {
+      GTEST_SKIP() << reason;
+    }
+    if (::if_nametoindex(NEAR) == 0) {
+      test::add_veth_pair(NEAR, FAR);
+    }
+    far_.emplace(test::open_packet_socket(FAR, ETHERTYPE));
+  }
+
+  std::shared_ptr<RawSock> open() { return std::make_shared<RawSock>(NEAR, receiver_.callback(), nullptr, ETHERTYPE); }
+
+  std::optional<FileDescriptor> far_;
+  Receiver receiver_;
+};
+
+TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
+  const auto sock = open();
+  EXPECT_EQ(sock->get_name(), "RawSock:near-end-of-15c");
+  EXPECT_EQ(sock->get_sock_fd(), sock->get_fd());
+  send(*far_, make_frame(60, 1, 0x88CC));
+  send(*far_, make_frame(60, 2, 0x3A89));
+  send(*far_, make_frame(1514, 3));
+  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
+  sock->on_readable();
+  EXPECT_EQ(receiver_.frame, make_frame(1514, 3));
+
+  const Octets frame = make_frame(1514, 4);
+  EXPECT_EQ(sock->send_data(frame.data(), 1514), SUCCESS);
+  EXPECT_EQ(receive(*far_), frame);
+  EXPECT_EQ(sock->send_data(frame.data(), 13), generic(EINVAL));
+}
+
+TEST_F(RawSockOnCable, LeavesNothingOpenWithoutAnInterface) {
+  const int before = next_descriptor();
+  try {
+    RawSock sock("nowhere", nullptr, nullptr, ETHERTYPE);
+    ADD_FAILURE();
+  } catch (const std::system_error& error) {
+    EXPECT_EQ(error.code(), generic(ENODEV));
+  }
+  EXPECT_EQ(next_descriptor(), before);
+}
+
+TEST_F(RawSockOnCable, MakesTheInterfaceTakeMulticast) {
+  test::change_interface_flags(NEAR, 0, IFF_MULTICAST);
+  const unsigned int before = test::interface_flags(NEAR);
+  ASSERT_EQ(before & IFF_MULTICAST, 0U);
+  const auto sock = open();
+  EXPECT_EQ(test::interface_flags(NEAR), before | 0x1002U);
+}
+
+TEST_F(RawSockOnCable, HandsOnThatTheInterfaceWentDown) {
+  const auto sock = open();
+  test::change_interface_flags(NEAR, 0, IFF_UP);
+  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
+  sock->on_readable();
+  test::change_interface_flags(NEAR, IFF_UP, 0);
+  EXPECT_THAT(receiver_.lengths, ElementsAre(FAILED));
+}
+
+TEST_F(RawSockOnCable, TakesOnlyWhatItsFilterLetsPass) {
+  // The first octet behind the header must be 0x42.
+  sock_filter code[] = {
+      BPF_STMT(BPF_LD | BPF_B | BPF_ABS, 14),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0x42, 0, 1),
+      BPF_STMT(BPF_RET | BPF_K, 0xFFFF),
+      BPF_STMT(BPF_RET | BPF_K, 0),
+  };
+  sock_fprog program{4, code};
+  const auto sock = open();
+  EXPECT_EQ(sock->apply_filter(&program), SUCCESS);
+  send(*far_, make_frame(60, 0x41));
+  send(*far_, make_frame(60, 0x42));
+  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
+  sock->on_readable();
+  EXPECT_EQ(receiver_.frame, make_frame(60, 0x42));
+
+  const int fd = sock->get_sock_fd();
+  program.len = 0;
+  EXPECT_EQ(sock->apply_filter(&program), generic(EINVAL));
+  EXPECT_FALSE(is_open(fd));
+  EXPECT_EQ(sock->get_sock_fd(), -1);
+  EXPECT_EQ(sock->get_fd(), -1);
+}
+
+class RawSockInTheLoop : public RawSockOnCable {
+ protected:
+  RawSockInTheLoop() { evsock_init(); }
+  ~RawSockInTheLoop() override { evsock_exit(); }
+};
+
+TEST_F(RawSockInTheLoop, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwards) {
+  std::vector<const RawSock*> writable;
+  auto sock = std::make_shared<RawSock>(
+      NEAR, receiver_.callback(), [&](RawSock& caller) { writable.push_back(&caller); }, ETHERTYPE);
+  const int fd = sock->get_sock_fd();
+
+  sock->add_to_evsock();
+  EXPECT_EQ(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
+  send(*far_, make_frame(60, 1));
+  send(*far_, make_frame(61, 2));
+  for (int turn = 0; turn < 10 && receiver_.lengths.size() < 2; ++turn) {
+    evsock_select_with_msecs(PATIENCE_MS);
+  }
+  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 61));
+  EXPECT_THAT(writable, ElementsAre(sock.get()));
+
+  sock->remove_from_evsock();
+  EXPECT_EQ(sock->get_fd(), -1);
+  EXPECT_EQ(sock->get_sock_fd(), fd);
+  send(*far_, make_frame(62, 3));
+  ASSERT_TRUE(becomes_readable(fd));
+  evsock_select_with_msecs(0);
+  EXPECT_EQ(receiver_.lengths.size(), 2U);
+  const Octets answer = make_frame(60, 4);
+  EXPECT_EQ(sock->send_data(answer.data(), 60), SUCCESS);
+  EXPECT_EQ(receive(*far_), answer);
+
+  sock->add_to_evsock();
+  evsock_select_with_msecs(PATIENCE_MS);
+  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 61, 62));
+
+  sock.reset();
+  EXPECT_FALSE(is_open(fd));
+  send(*far_, make_frame(60, 5));
+  evsock_select_with_msecs(0);
+  EXPECT_EQ(receiver_.lengths.size(), 3U);
+}
+
+TEST_F(RawSockInTheLoop, MayBeRemovedByItsOwnCallback) {
+  std::shared_ptr<RawSock> sock;
+  int calls = 0;
+  sock = std::make_shared<RawSock>(
+      NEAR,
+      [&](const unsigned char*, unsigned int) {
+        ++calls;
+        sock->remove_from_evsock();
+      },
+      nullptr, ETHERTYPE);
+  sock->add_to_evsock();
+  send(*far_, make_frame(60, 1));
+  send(*far_, make_frame(60, 2));
+  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
+  for (int turn = 0; turn < 10 && calls == 0; ++turn) {
+    evsock_select_with_msecs(PATIENCE_MS);
+  }
+  evsock_select_with_msecs(0);
+  EXPECT_EQ(calls, 1);
+}
+
+}  // namespace
+}  // namespace qel
