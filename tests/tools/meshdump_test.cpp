@@ -318,9 +318,10 @@ TEST_F(Meshdump, RefusesWrongUsage) {
   const struct {
     std::string arguments, complaint;
   } rows[] = {
-      {"", "no input: name a capture or use --hex" + usage},
-      {"--json --reencode", "no input: name a capture or use --hex" + usage},
-      {TWO_NODES + " --hex -", "a capture and --hex exclude each other" + usage},
+      {"", "no input: name a capture or use --hex or --interface" + usage},
+      {"--json --reencode", "no input: name a capture or use --hex or --interface" + usage},
+      {TWO_NODES + " --hex -", "a capture, --hex and --interface exclude each other" + usage},
+      {TWO_NODES + " --interface lo", "a capture, --hex and --interface exclude each other" + usage},
       {"--src 02:19:05:00:0A:00 --hex -", "--src needs a capture: messages in hexadecimal have no source" + usage},
       {"--type FOO " + TWO_NODES, "--type: unknown message type 'FOO'" + usage},
       {"--tlv 256 " + TWO_NODES, "--tlv: unknown TLV type '256'" + usage},
@@ -340,11 +341,14 @@ TEST_F(Meshdump, RefusesWrongUsage) {
     EXPECT_EQ(outcome.out, "") << row.arguments;
     EXPECT_EQ(outcome.err, "meshdump: " + row.complaint + "\n");
   }
-  for (const char* arguments : {"--bogus", "a b", "--type", "--interface lo"}) {
+  for (const char* arguments : {"--bogus", "a b", "--type", "--interface"}) {
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.status, 2) << arguments;
     EXPECT_THAT(outcome.err, MatchesRegex("meshdump: [^\n]+ \\(see 'meshdump --help'\\)\n"));
   }
+  const Outcome outcome = run("--interface nosuch0");
+  EXPECT_EQ(outcome.status, 2);
+  EXPECT_THAT(outcome.err, MatchesRegex("meshdump: interface nosuch0: [^\n]+\n"));
 }
 
 TEST_F(Meshdump, TellsAboutItself) {

@@ -15,6 +15,7 @@
 #include "tools/meshdump/hex_file.h"
 #include "tools/meshdump/input.h"
 #include "tools/meshdump/json_output.h"
+#include "tools/meshdump/live_capture.h"
 #include "tools/meshdump/options.h"
 #include "tools/meshdump/summary.h"
 #include "tools/meshdump/text_output.h"
@@ -43,7 +44,7 @@ class Dump {
   explicit Dump(const Options& options)
       : options_(options),
         decoder_(options.reencode),
-        live_(is_standard_input(options.hex.empty() ? options.capture : options.hex)) {
+        live_(!options.interface.empty() || is_standard_input(options.hex.empty() ? options.capture : options.hex)) {
     if (options.json) {
       output_ = std::make_unique<JsonOutput>();
     } else {
@@ -53,7 +54,13 @@ class Dump {
 
   ExitStatus run() {
     try {
-      options_.hex.empty() ? dump_capture() : dump_hex();
+      if (!options_.interface.empty()) {
+        dump_frames(LiveCapture(options_.interface));
+      } else if (options_.hex.empty()) {
+        dump_frames(CaptureFile(options_.capture));
+      } else {
+        dump_hex();
+      }
     } catch (const InputError& error) {
       fail(error.what());
     }
@@ -72,13 +79,13 @@ class Dump {
     failed_ = true;
   }
 
-  void dump_capture() {
-    CaptureFile file(options_.capture);
+  template <class Capture>
+  void dump_frames(Capture&& capture) {
     opened_ = true;
-    while (const std::optional<CapturedFrame> captured = file.next()) {
+    while (const std::optional<CapturedFrame> captured = capture.next()) {
       const std::optional<EthernetFrame> frame = parse_ethernet(captured->octets);
       if (frame && frame->ethertype == ETHERTYPE_IEEE1905) {
-        dump({frame->payload, file.count(),
+        dump({frame->payload, capture.count(),
               FrameInfo{captured->time, frame->source, frame->destination, captured->missing}});
       } else {
         summary_.count_skipped_frame();

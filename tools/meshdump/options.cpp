@@ -40,6 +40,8 @@ Options parse_options(int argc, const char* const* argv) {
   app.set_version_flag("--version", "meshdump " MESHDUMP_VERSION, "Print the version and exit");
   app.add_option("FILE", options.capture, "A capture of Ethernet frames, pcap or pcapng")->type_name("");
   app.add_option("--hex", options.hex, "Read messages in hexadecimal instead, one in a line")->type_name("FILE");
+  app.add_option("-i,--interface", options.interface, "Capture on this interface instead, until SIGINT or SIGTERM")
+      ->type_name("IF");
   app.add_flag("--json", options.json, "Print one JSON object in one line for each message");
   app.add_flag("--reencode", options.reencode, "Encode each decoded message again and compare the octets");
   app.add_flag("-q,--quiet", options.quiet, "Print no summary");
@@ -63,11 +65,13 @@ Options parse_options(int argc, const char* const* argv) {
   if (!options.notice.empty()) {
     return options;
   }
-  if (options.capture.empty() && options.hex.empty()) {
-    throw UsageError("no input: name a capture or use --hex");
+  const int inputs =
+      (options.capture.empty() ? 0 : 1) + (options.hex.empty() ? 0 : 1) + (options.interface.empty() ? 0 : 1);
+  if (inputs == 0) {
+    throw UsageError("no input: name a capture or use --hex or --interface");
   }
-  if (!options.capture.empty() && !options.hex.empty()) {
-    throw UsageError("a capture and --hex exclude each other");
+  if (inputs > 1) {
+    throw UsageError("a capture, --hex and --interface exclude each other");
   }
   if (!options.hex.empty() && source->count() != 0) {
     throw UsageError("--src needs a capture: messages in hexadecimal have no source");

@@ -13,8 +13,9 @@ class UsageError : public std::runtime_error {
 };
 
 struct Options {
-  std::string capture;  ///< either this
-  std::string hex;      ///< or this is not empty, unless there is a notice
+  std::string capture;    ///< either this
+  std::string hex;        ///< or this
+  std::string interface;  ///< or this is not empty, unless there is a notice
   bool json = false;
   bool reencode = false;
   bool quiet = false;

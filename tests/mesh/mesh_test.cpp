@@ -1,0 +1,461 @@
+// Daemons on real links: virtual cables in a network namespace of the test's own, and a message bus of its own.
+#include <gmock/gmock.h>
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/mesh/process.h"
+#include "tests/net/private_network.h"
+#include "tests/platform/private_bus.h"
+#include "tools/meshd/frame.h"
+#include "tools/meshd/messages.h"
+
+namespace meshd::test {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace qel::ieee1905_1;
+using qel::MACAddress;
+using qel::test::Process;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using Octets = std::vector<std::uint8_t>;
+
+constexpr auto PATIENCE = 20s;
+const std::string TWO_NODES = QEL_TEST_DATA "/captures/two-nodes-1905.pcap";
+
+bool eventually(const std::function<bool()>& condition) {
+  const auto limit = std::chrono::steady_clock::now() + PATIENCE;
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > limit) {
+      return false;
+    }
+    std::this_thread::sleep_for(20ms);
+  }
+  return true;
+}
+
+/// The device with this number, as the other end of a link that the test itself holds.
+MACAddress device_mac(std::uint8_t number) { return MACAddress({0x02, 0x19, 0x05, 0xBB, 0x00, number}); }
+
+/// A frame from a capture, by its place in it; places count from 1.
+Octets captured_frame(const std::string& path, std::size_t place) {
+  std::ifstream file(path, std::ios::binary);
+  const std::string text{std::istreambuf_iterator<char>(file), {}};
+  const auto number = [&text](std::size_t at) {
+    return static_cast<std::size_t>(static_cast<std::uint8_t>(text.at(at)) | static_cast<std::uint8_t>(text.at(at + 1))
+                                                                                 << 8U);
+  };
+  std::size_t at = 24;
+  for (; place > 1; --place) {
+    at += 16 + number(at + 8);
+  }
+  return {text.begin() + static_cast<std::ptrdiff_t>(at + 16),
+          text.begin() + static_cast<std::ptrdiff_t>(at + 16 + number(at + 8))};
+}
+
+/// The test's end of a cable.
+class Plug {
+ public:
+  explicit Plug(const std::string& interface) : socket_(qel::test::open_packet_socket(interface, ETHERTYPE_IEEE1905)) {}
+
+  void send(const Octets& frame) {
+    ASSERT_EQ(::send(socket_.get(), frame.data(), frame.size(), 0), static_cast<ssize_t>(frame.size()));
+  }
+
+  void send(const Message& message, const MACAddress& source, const MACAddress& destination = MULTICAST_ADDRESS) {
+    Codec codec;
+    const auto octets = codec.encode(destination, source, message);
+    send(Octets(octets.begin(), octets.end()));
+  }
+
+  /// The next frame that fulfils the condition; the others are dropped. Nothing when none comes.
+  std::optional<Octets> receive(const std::function<bool(const Frame&)>& condition) {
+    Codec codec;
+    const auto limit = std::chrono::steady_clock::now() + PATIENCE;
+    while (std::chrono::steady_clock::now() < limit) {
+      pollfd ready{socket_.get(), POLLIN, 0};
+      if (poll(&ready, 1, 1000) != 1) {
+        continue;
+      }
+      Octets octets(MAX_FRAME_SIZE);
+      octets.resize(
+          static_cast<std::size_t>(std::max<ssize_t>(recv(socket_.get(), octets.data(), octets.size(), 0), 0)));
+      const std::optional<Frame> frame = codec.parse(octets);
+      if (frame && condition(*frame)) {
+        return octets;
+      }
+    }
+    return std::nullopt;
+  }
+
+  std::optional<Octets> receive(MessageType type) {
+    return receive([type](const Frame& frame) { return frame.head.get_message_type() == type; });
+  }
+
+ private:
+  qel::FileDescriptor socket_;
+};
+
+class MeshTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (const std::string& reason = qel::test::enter_private_network(); !reason.empty()) {
+      GTEST_SKIP() << reason;
+    }
+    char folder[] = "/tmp/qelmeshXXXXXX";
+    folder_ = mkdtemp(folder);
+    bus_ = std::make_unique<PrivateBus>();
+  }
+
+  void TearDown() override {
+    if (HasFailure()) {
+      for (const Process& process : daemons_) {
+        std::cerr << "--- a daemon said:\n" << process.err();
+      }
+    }
+    daemons_.clear();
+    std::filesystem::remove_all(folder_);
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {  // rings of daemons that were killed
+      if (entry.path().filename().string().rfind(name(""), 0) == 0) {
+        std::filesystem::remove(entry.path());
+      }
+    }
+  }
+
+  /// What another process on this machine does not use: names on the bus are our own, those of rings are not.
+  static std::string name(const std::string& stem) { return "test" + std::to_string(getpid()) + "_" + stem; }
+
+  Process& start_meshd(const std::string& stem, std::vector<std::string> options) {
+    options.insert(options.begin(), {MESHD, "--name", name(stem), "--discovery-interval", "1"});
+    return daemons_.emplace_back(Process(folder_, options));
+  }
+
+  Process run(const std::vector<std::string>& command, const std::string& input = "") {
+    return Process(folder_, command, input);
+  }
+
+  std::string meshctl(std::vector<std::string> words, int expected_status = 0, const std::string& input = "") {
+    words.insert(words.begin(), MESHCTL);
+    Process process = run(words, input);
+    EXPECT_EQ(process.wait(), expected_status) << process.err();
+    return process.out() + process.err();
+  }
+
+  std::string view(const std::string& stem) {
+    Process process = run({MESHCTL, "topology", "--json", name(stem)});
+    process.wait();
+    return process.out();
+  }
+
+  bool listens(const std::string& stem) {
+    return eventually([&] { return !view(stem).empty(); });
+  }
+
+  std::vector<Process> daemons_;
+  std::string folder_;
+
+ private:
+  std::unique_ptr<PrivateBus> bus_;
+};
+
+/// What a view holds of a device that was found and answered all questions.
+std::string answered(const MACAddress& al_mac) {
+  return R"({"al_mac":")" + al_mac.to_string() + R"(","self":false,"answered":true,"meshd_version":")";
+}
+std::string link(const MACAddress& from, const MACAddress& to) {
+  return R"("from":")" + from.to_string() + R"(","from_interface":"[^"]*","to":")" + to.to_string() +
+         R"(","to_interface":"[^"]*","transmitter":\{[^}]*\},"receiver":\{)";
+}
+
+bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+bool matches(const std::string& text, const std::string& pattern) {
+  return testing::Matches(testing::ContainsRegex(pattern))(text);
+}
+
+TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
+  qel::test::add_veth_pair("a0", "b0");
+  qel::test::add_veth_pair("b1", "c0");
+  const MACAddress a = device_mac(1), b = device_mac(2), c = device_mac(3);
+  Process events = run({MESHCTL, "events", name("b")});
+  start_meshd("a", {"--al-mac", a.to_string(), "--interface", "a0"});
+  start_meshd("b", {"--al-mac", b.to_string(), "--interface", "b0", "b1"});
+  start_meshd("c", {"--al-mac", c.to_string(), "--interface", "c0"});
+
+  EXPECT_TRUE(eventually([&] {
+    const std::string seen = view("b");
+    return contains(seen, answered(a)) && contains(seen, answered(c)) && matches(seen, link(a, b)) &&
+           matches(seen, link(c, b)) && matches(seen, link(b, a)) && matches(seen, link(b, c));
+  })) << view("b");
+  EXPECT_TRUE(eventually([&] {
+    const std::string seen = view("a");
+    return contains(seen, answered(b)) && matches(seen, link(b, c)) && contains(seen, R"({"al_mac":")" + c.to_string());
+  })) << view("a");
+  EXPECT_THAT(meshctl({"list"}), name("a") + "\n" + name("b") + "\n" + name("c") + "\n");
+  EXPECT_THAT(meshctl({"exec", name("b"), "mesh", "NEIGHBORS"}),
+              AllOf(HasSubstr(a.to_string()), HasSubstr(" on b0,"), HasSubstr(c.to_string()), HasSubstr(" on b1,")));
+
+  daemons_[2].signal(SIGKILL);
+  EXPECT_TRUE(eventually([&] { return !contains(view("b"), c.to_string()); })) << view("b");
+  EXPECT_TRUE(eventually([&] { return !contains(view("a"), c.to_string()); })) << view("a");
+  EXPECT_TRUE(contains(view("b"), answered(a)));
+  EXPECT_TRUE(eventually([&] { return contains(events.out(), "NEIGHBOR_LOST " + c.to_string() + "\n"); }))
+      << events.out() << events.err();
+
+  for (const std::size_t survivor : {0U, 1U}) {
+    daemons_[survivor].signal(survivor == 0 ? SIGTERM : SIGINT);
+    EXPECT_EQ(daemons_[survivor].wait(), 0);
+  }
+  EXPECT_FALSE(std::filesystem::exists("/dev/shm/" + name("a") + "_log"));
+  EXPECT_THAT(meshctl({"list"}), IsEmpty());
+  EXPECT_THAT(meshctl({"log", name("c")}), HasSubstr("found neighbor " + b.to_string())) << "of the one killed";
+}
+
+/// Which child of this process runs the program; 0 when none does.
+pid_t child_that_runs(const std::string& program) {
+  std::ifstream children("/proc/self/task/" + std::to_string(getpid()) + "/children");
+  for (pid_t child = 0; children >> child;) {
+    std::error_code error;
+    if (std::filesystem::read_symlink("/proc/" + std::to_string(child) + "/exe", error) ==
+        std::filesystem::canonical(program)) {
+      return child;
+    }
+  }
+  return 0;
+}
+
+class ReplayTest : public MeshTest {
+ protected:
+  /// A query of one device in the capture to the other, which the daemon takes the place of; and the daemon's answer.
+  void replay() {
+    static int count = 0;
+    const std::string end = "d" + std::to_string(++count);
+    qel::test::add_veth_pair(end, end + "x");
+    query = captured_frame(TWO_NODES, 6);
+    const Frame frame = Codec().parse(query).value();
+    ASSERT_EQ(frame.head.get_message_type(), MessageType::TOPOLOGY_QUERY_MESSAGE);
+    start_meshd("d", {"--al-mac", frame.destination.to_string(), "--interface", end});
+    ASSERT_TRUE(listens("d"));
+    Plug plug(end + "x");
+    plug.send(captured_frame(TWO_NODES, 5));  // the discovery before
+    plug.send(query);
+    const std::optional<Octets> received = plug.receive([&frame](const Frame& candidate) {
+      return candidate.head.get_message_type() == MessageType::TOPOLOGY_RESPONSE_MESSAGE &&
+             candidate.head.get_message_id() == frame.head.get_message_id();
+    });
+    ASSERT_TRUE(received);
+    response = *received;
+  }
+
+  Octets query;
+  Octets response;
+};
+
+TEST_F(ReplayTest, AReplayedTopologyQueryIsAnswered) {
+  replay();
+  Codec codec;
+  const Frame asked = codec.parse(query).value();
+  const Frame answer = codec.parse(response).value();
+  EXPECT_EQ(answer.source, asked.destination);
+  EXPECT_EQ(answer.destination, asked.source);
+  const Message message = codec.decode(answer);
+  const auto& tlvs = message.get_list().get_TLV_list();
+  ASSERT_EQ(tlvs.size(), 3U);
+  EXPECT_EQ(static_cast<const DeviceInformationTLV&>(*tlvs.front()).get_AL_MAC(), asked.destination);
+  const auto& neighbors = static_cast<const IEEE1905NeighborDeviceTLV&>(**std::next(tlvs.begin()));
+  ASSERT_EQ(neighbors.get_type(), TLVType::IEEE1905_NEIGHBOR_DEVICE);
+  ASSERT_EQ(neighbors.get_AL_MAC_neighbor_vector().size(), 1U);
+  EXPECT_EQ(neighbors.get_AL_MAC_neighbor_vector()[0].get_AL_MAC(), asked.source);
+}
+
+TEST_F(ReplayTest, AnotherDissectorFindsNoFaultInTheAnswer) {
+  if (std::system("command -v tshark >/dev/null") != 0) {
+    GTEST_SKIP() << "tshark is not installed";
+  }
+  replay();
+  const auto put = [](std::string& text, std::uint32_t number) {
+    text.append(reinterpret_cast<const char*>(&number), sizeof(number));
+  };
+  std::string capture;
+  for (const std::uint32_t word : {0xA1B2C3D4U, 0x00040002U, 0U, 0U, 65535U, 1U, 0U, 0U}) {
+    put(capture, word);  // pcap-savefile(5): in the machine's own order
+  }
+  put(capture, static_cast<std::uint32_t>(response.size()));
+  put(capture, static_cast<std::uint32_t>(response.size()));
+  capture.append(response.begin(), response.end());
+  const std::string path = folder_ + "/response.pcap";
+  std::ofstream(path, std::ios::binary) << capture;
+
+  Process whole = run({"tshark", "-r", path, "-V"});
+  ASSERT_EQ(whole.wait(), 0) << whole.err();
+  EXPECT_THAT(whole.out(),
+              AllOf(HasSubstr("Message type: Topology response (0x0003)"), HasSubstr("1905 device information type"),
+                    HasSubstr("1905 neighbor device"), HasSubstr("End of message")));
+  EXPECT_THAT(whole.out(), AllOf(Not(HasSubstr("Expert Info")), Not(HasSubstr("Malformed"))));
+}
+
+TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
+  qel::test::add_veth_pair("e0", "e1");
+  qel::test::add_veth_pair("f0", "f1");
+  start_meshd("e", {"--interface", "e0", "f0"});
+  ASSERT_TRUE(listens("e"));
+  Plug near("e1");
+  Plug far("f1");
+  const auto relayed_from = [](std::uint8_t device) {
+    return [device](const Frame& frame) {
+      return frame.head.get_message_type() == MessageType::TOPOLOGY_NOTIFICATION_MESSAGE &&
+             originator(frame) == device_mac(device);
+    };
+  };
+  Message twice = topology_notification(device_mac(1));
+  near.send(twice, device_mac(1));
+  near.send(twice, device_mac(1));
+  near.send(topology_notification(device_mac(2)), device_mac(2));
+  int copies = 0;
+  ASSERT_TRUE(far.receive([&](const Frame& frame) {
+    copies += relayed_from(1)(frame) ? 1 : 0;
+    return relayed_from(2)(frame);
+  }));
+  EXPECT_EQ(copies, 1);
+
+  // Waits until the daemon has read all that was sent; more than its socket holds would be lost.
+  const auto catch_up = [&near] {
+    const Message query = topology_query();
+    near.send(query, device_mac(250));
+    return near
+        .receive([&query](const Frame& frame) {
+          return frame.destination == device_mac(250) &&
+                 frame.head.get_message_id() == query.get_head().get_message_id();
+        })
+        .has_value();
+  };
+  std::mt19937 random(1905);
+  const Octets whole = captured_frame(TWO_NODES, 15);
+  for (int count = 0; count < 2000; ++count) {
+    Octets frame = whole;
+    for (int change = 0; change < 4; ++change) {
+      frame[14 + random() % (frame.size() - 14)] = static_cast<std::uint8_t>(random());
+    }
+    frame.resize(14 + random() % (frame.size() - 13));
+    std::copy(MULTICAST_ADDRESS.octets().begin(), MULTICAST_ADDRESS.octets().end(), frame.begin());
+    near.send(frame);
+    ASSERT_TRUE(count % 50 != 0 || catch_up()) << "after " << count << " frames";
+  }
+  for (std::uint8_t device = 0; device < 200; ++device) {
+    near.send(topology_discovery(device_mac(device), device_mac(device)), device_mac(device));
+    ASSERT_TRUE(device % 50 != 0 || catch_up());
+  }
+  near.send(topology_notification(device_mac(3)), device_mac(3));
+  ASSERT_TRUE(far.receive(relayed_from(3)));
+  ASSERT_TRUE(catch_up());
+  const std::string neighbors = meshctl({"exec", name("e"), "mesh", "NEIGHBORS"});
+  EXPECT_EQ(static_cast<std::size_t>(std::count(neighbors.begin(), neighbors.end(), '\n')), NeighborTable::MAX_LINKS);
+  daemons_[0].signal(SIGTERM);
+  EXPECT_EQ(daemons_[0].wait(), 0);
+}
+
+TEST_F(MeshTest, SaysWhyItCannotStart) {
+  qel::test::add_veth_pair("g0", "g1");
+  const auto failure_of = [&](const std::vector<std::string>& options, int expected_status) {
+    Process& meshd = start_meshd("g", options);
+    EXPECT_EQ(meshd.wait(), expected_status);
+    return meshd.err();
+  };
+  EXPECT_EQ(failure_of({"--interface", "nosuch0"}, 1), "meshd: interface nosuch0: No such device\n");
+  EXPECT_EQ(failure_of({"--interface", "lo"}, 1), "meshd: interface lo: not an Ethernet\n");
+  EXPECT_THAT(failure_of({"--interface", "g0", "g0"}, 2), HasSubstr("'g0' is given twice"));
+  EXPECT_THAT(failure_of({"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2), HasSubstr("no MAC address of a"));
+  EXPECT_THAT(failure_of({"--interface", "g0", "--discovery-interval", "0"}, 2), HasSubstr("--discovery-interval"));
+  EXPECT_THAT(failure_of({}, 2), HasSubstr("--interface is required"));
+  EXPECT_THAT(failure_of({"--interface", "nosuch0", "--daemonize"}, 1), HasSubstr("interface nosuch0"));
+
+  start_meshd("g", {"--interface", "g0"});
+  ASSERT_TRUE(listens("g"));
+  EXPECT_THAT(failure_of({"--interface", "g1"}, 1), HasSubstr("might already be running"));
+}
+
+TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
+  qel::test::add_veth_pair("h0", "h1");
+  ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);  // the daemon becomes our child when its parent ends
+  Process& starter = start_meshd("h", {"--interface", "h0", "--daemonize"});
+  EXPECT_EQ(starter.wait(), 0) << starter.err();
+  EXPECT_THAT(view("h"), HasSubstr(R"("name":"h0")"));
+  Plug plug("h1");
+  EXPECT_TRUE(plug.receive(MessageType::TOPOLOGY_DISCOVERY_MESSAGE));
+  Process log = run({MESHCTL, "log", "--follow", name("h")});
+  ASSERT_TRUE(eventually([&] { return contains(log.out(), "meshd: " + name("h") + " is 02:"); })) << log.err();
+  const pid_t daemon = child_that_runs(MESHD);
+  ASSERT_GT(daemon, 0);
+  kill(daemon, SIGTERM);
+  int status = -1;
+  EXPECT_EQ(waitpid(daemon, &status, 0), daemon);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(log.wait(), 0) << "the log ends with the daemon";
+  EXPECT_THAT(log.out(), HasSubstr("meshd: ends\n"));
+  EXPECT_TRUE(eventually([&] { return meshctl({"list"}).empty(); }));
+}
+
+TEST_F(MeshTest, TheShellAnswersAndLeaves) {
+  qel::test::add_veth_pair("i0", "i1");
+  start_meshd("i", {"--interface", "i0"});
+  ASSERT_TRUE(listens("i"));
+  EXPECT_THAT(meshctl({"exec", name("i"), "HELP", "mesh"}), HasSubstr("NEIGHBORS"));
+  EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "topology", "dot"}), HasSubstr("graph mesh {\n"));
+  EXPECT_EQ(meshctl({"topology", "--dot", name("i")}), meshctl({"exec", name("i"), "mesh", "topology", "dot"}));
+  EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "TOPOLOGY", "PNG"}, 1), HasSubstr("the formats are"));
+  EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "NOTHING"}, 1), HasSubstr("NOTHING"));
+  EXPECT_THAT(meshctl({"exec", name("nobody"), "HELP"}, 1), HasSubstr("there is no daemon of the name"));
+  EXPECT_THAT(meshctl({"topology", "--dot", "--json", name("i")}, 2), HasSubstr("meshctl --help"));
+  EXPECT_THAT(meshctl({"log", name("nobody")}, 1), HasSubstr("there is no log"));
+  EXPECT_THAT(meshctl({"shell", name("i")}, 0, "\nmesh COUNTERS\nwhat\nQUIT\nmesh INTERFACES\n"),
+              AllOf(HasSubstr("rejected 0\n"), HasSubstr("what"), Not(HasSubstr("i0"))));
+}
+
+TEST_F(MeshTest, FramesAreCapturedLive) {
+  qel::test::add_veth_pair("j0", "j1");
+  Process capture = run({MESHDUMP, "--interface", "j0"});
+  Plug plug("j1");
+  const Octets frame = captured_frame(TWO_NODES, 1);
+  Octets tagged = frame;
+  tagged.insert(tagged.begin() + 12, {0x81, 0x00, 0x00, 0x05});
+  Octets foreign = frame;
+  foreign[12] = 0x08;
+  const std::string text = "02:19:05:AA:00:01 > 01:80:C2:00:00:13\nType: TOPOLOGY_DISCOVERY_MESSAGE";
+  EXPECT_TRUE(eventually([&] {  // it may not listen yet
+    plug.send(frame);
+    return contains(capture.out(), text);
+  })) << capture.err();
+  capture.signal(SIGTERM);
+  EXPECT_EQ(capture.wait(), 0);
+  EXPECT_THAT(capture.err(), testing::EndsWith(" decoded, 0 rejected\n"));
+
+  Process json = run({MESHDUMP, "--json", "--quiet", "--interface", "j1"});
+  EXPECT_TRUE(eventually([&] {
+    plug.send(foreign);
+    plug.send(tagged);  // captured on its way out
+    return contains(json.out(), R"("src":"02:19:05:AA:00:01")");
+  })) << json.err();
+  json.signal(SIGINT);
+  EXPECT_EQ(json.wait(), 0);
+}
+
+}  // namespace
+}  // namespace meshd::test

@@ -1,0 +1,62 @@
+#include "tools/meshd/neighbor_table.h"
+
+#include <gmock/gmock.h>
+
+#include "tests/tools_meshd/wire.h"
+
+namespace meshd::test {
+namespace {
+
+using Discovery = NeighborTable::Discovery;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TimePoint at(int seconds) { return TimePoint(std::chrono::seconds(seconds)); }
+
+TEST(NeighborTable, KnowsNeighborsByDeviceAndLinksByBothInterfaces) {
+  NeighborTable table;
+  EXPECT_EQ(table.discover(device_mac(1), 0, interface_mac(0x11), at(0)), Discovery::NEW_NEIGHBOR);
+  EXPECT_EQ(table.discover(device_mac(1), 0, interface_mac(0x11), at(1)), Discovery::REFRESHED);
+  EXPECT_EQ(table.discover(device_mac(1), 1, interface_mac(0x11), at(2)), Discovery::NEW_LINK);
+  EXPECT_EQ(table.discover(device_mac(1), 1, interface_mac(0x12), at(3)), Discovery::NEW_LINK);
+  EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(4)), Discovery::NEW_NEIGHBOR);
+  ASSERT_EQ(table.all().size(), 2U);
+  EXPECT_EQ(table.find(device_mac(1))->links.size(), 3U);
+  EXPECT_EQ(table.find_sender(interface_mac(0x12)), table.find(device_mac(1)));
+  EXPECT_EQ(table.find_sender(device_mac(2)), table.find(device_mac(2)));
+  EXPECT_EQ(table.find(interface_mac(0x12)), nullptr);
+  EXPECT_EQ(table.find_sender(device_mac(3)), nullptr);
+}
+
+TEST(NeighborTable, DropsLinksAndThenNeighborsThatAreNotHeardOf) {
+  NeighborTable table;
+  table.discover(device_mac(1), 0, interface_mac(0x11), at(0));
+  table.discover(device_mac(1), 1, interface_mac(0x12), at(0));
+  table.discover(device_mac(2), 0, interface_mac(0x21), at(0));
+  table.hear(device_mac(1), 1, at(10));        // by the device: the link over that interface
+  table.hear(interface_mac(0x21), 0, at(10));  // by the interface
+  table.hear(interface_mac(0x11), 1, at(10));  // not the way it is known to come
+  EXPECT_THAT(table.expire(at(0)), IsEmpty()) << "heard of at the limit is not too old";
+  EXPECT_THAT(table.expire(at(10)), ElementsAre(device_mac(1)));
+  ASSERT_NE(table.find(device_mac(1)), nullptr);
+  ASSERT_EQ(table.find(device_mac(1))->links.size(), 1U);
+  EXPECT_EQ(table.find(device_mac(1))->links[0].interface, 1U);
+  EXPECT_THAT(table.expire(at(11)), ElementsAre(device_mac(1), device_mac(2)));
+  EXPECT_THAT(table.all(), IsEmpty());
+}
+
+TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {
+  NeighborTable table;
+  for (std::size_t i = 0; i < NeighborTable::MAX_LINKS; ++i) {
+    EXPECT_NE(table.discover(device_mac(1), 0, interface_mac(static_cast<std::uint8_t>(i)), at(0)),
+              Discovery::TABLE_FULL);
+  }
+  EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(1)), Discovery::TABLE_FULL);
+  EXPECT_EQ(table.find(device_mac(2)), nullptr);
+  EXPECT_EQ(table.discover(device_mac(1), 0, interface_mac(0), at(1)), Discovery::REFRESHED);
+  table.expire(at(1));
+  EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(1)), Discovery::NEW_NEIGHBOR);
+}
+
+}  // namespace
+}  // namespace meshd::test

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "tools/meshd/entity.h"
+
+namespace meshd::test {
+
+using TimePoint = Entity::TimePoint;
+using Octets = std::vector<std::uint8_t>;
+
+/// The address whose last octet is `last`; `kind` tells devices from interfaces.
+inline qel::MACAddress mac(std::uint8_t kind, std::uint8_t last) {
+  return qel::MACAddress({2, 0x19, 5, kind, 0, last});
+}
+inline qel::MACAddress device_mac(std::uint8_t last) { return mac(0xA0, last); }
+inline qel::MACAddress interface_mac(std::uint8_t last) { return mac(0x10, last); }
+
+/// A frame as a test looks at it.
+struct SentFrame {
+  std::size_t interface;
+  Octets octets;
+
+  qel::MACAddress destination() const { return parse().destination; }
+  qel::MACAddress source() const { return parse().source; }
+  qel::ieee1905_1::MessageType type() const { return parse().head.get_message_type(); }
+  std::uint16_t id() const { return parse().head.get_message_id(); }
+  qel::ieee1905_1::Message message() const {
+    Codec codec;
+    return codec.decode(codec.parse(octets).value());
+  }
+
+ private:
+  Frame parse() const { return Codec().parse(octets).value(); }
+};
+
+/// Keeps what an entity sends and tells.
+class RecordingPorts final : public Ports {
+ public:
+  void send(std::size_t interface, std::span<const std::uint8_t> frame) override {
+    sent.push_back({interface, {frame.begin(), frame.end()}});
+  }
+  InterfaceState read_state(std::size_t interface) override { return states[interface]; }
+  void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) override {
+    events.push_back("found " + neighbor.al_mac.to_string() + " on " + std::to_string(interface));
+  }
+  void on_neighbor_lost(const qel::MACAddress& al_mac) override { events.push_back("lost " + al_mac.to_string()); }
+  void on_rejected(const Frame&, const std::string& reason) override { events.push_back("rejected: " + reason); }
+
+  std::vector<SentFrame> take() { return std::exchange(sent, {}); }
+
+  std::vector<SentFrame> sent;
+  std::map<std::size_t, InterfaceState> states;
+  std::vector<std::string> events;
+};
+
+/// A device with `interfaces` interfaces: device 3 has the addresses 31, 32, ... (hexadecimal).
+struct Device {
+  explicit Device(std::uint8_t number, std::size_t interfaces = 1,
+                  std::chrono::milliseconds hold_time = std::chrono::seconds(180))
+      : entity(config(number, interfaces, hold_time), ports) {}
+
+  static Entity::Config config(std::uint8_t number, std::size_t interfaces, std::chrono::milliseconds hold_time) {
+    Entity::Config config{device_mac(number), {0, number}, {}, hold_time};
+    for (std::size_t index = 0; index < interfaces; ++index) {
+      config.interfaces.push_back(
+          {"eth" + std::to_string(index), interface_mac(static_cast<std::uint8_t>(number * 16U + index + 1)), ""});
+    }
+    return config;
+  }
+
+  RecordingPorts ports;
+  Entity entity;
+};
+
+/// A cable from an interface of one device to an interface of another.
+struct Cable {
+  Device& left;
+  std::size_t left_interface;
+  Device& right;
+  std::size_t right_interface;
+};
+
+/// Carries frames over the cables until all is quiet; the frames carried, in order. Throws when it never gets quiet.
+inline std::vector<SentFrame> carry(const std::vector<Cable>& cables, TimePoint now) {
+  std::vector<SentFrame> carried;
+  for (bool is_quiet = false; !is_quiet;) {
+    is_quiet = true;
+    const auto pass = [&](Device& from, std::size_t out, Device& to, std::size_t in) {
+      std::vector<SentFrame> others;
+      for (SentFrame& frame : from.ports.take()) {
+        if (frame.interface != out) {
+          others.push_back(std::move(frame));
+          continue;
+        }
+        is_quiet = false;
+        to.entity.receive(in, frame.octets, now);
+        carried.push_back(std::move(frame));
+        if (carried.size() > 1000) {
+          throw std::runtime_error("the frames never end");
+        }
+      }
+      from.ports.sent.insert(from.ports.sent.begin(), others.begin(), others.end());
+    };
+    for (const Cable& cable : cables) {
+      pass(cable.left, cable.left_interface, cable.right, cable.right_interface);
+      pass(cable.right, cable.right_interface, cable.left, cable.left_interface);
+    }
+  }
+  return carried;
+}
+
+}  // namespace meshd::test

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace meshctl {
+
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+enum class Verb { LIST, EXEC, SHELL, LOG, EVENTS, TOPOLOGY };
+
+struct Options {
+  Verb verb = Verb::LIST;
+  std::string name;                ///< of the daemon; empty for LIST
+  std::vector<std::string> words;  ///< EXEC: of the command line
+  bool follow = false;             ///< LOG: go on as lines come
+  std::string format = "TEXT";     ///< TOPOLOGY: as the daemon knows it
+  std::string notice;              ///< the help or the version when it was asked for: nothing else is to be done
+};
+
+/// Throws UsageError.
+Options parse_options(int argc, const char* const* argv);
+
+}  // namespace meshctl

@@ -1,0 +1,118 @@
+#include "tools/meshd/debug_shell.h"
+
+#include <chrono>
+#include <exception>
+#include <sstream>
+#include <stdexcept>
+
+#include "ctlcmd.h"
+#include "qel/core/text.h"
+#include "tools/meshd/topology_view.h"
+
+namespace meshd {
+
+namespace {
+
+/// Runs one command of the shell given as context; nothing may be thrown into the platform's C code.
+template <class Answer>
+int answer(ctlcmd_session* session, int argc, int most_arguments, void* context, Answer&& make_answer) {
+  try {
+    if (argc - 1 > most_arguments) {
+      throw std::invalid_argument("too many arguments");
+    }
+    const std::string text = make_answer(*static_cast<const DebugShell*>(context));
+    ctlcmd_printf(session, "%s", text.c_str());
+    return 0;
+  } catch (const std::exception& exception) {
+    ctlcmd_printf(session, "%s\n", exception.what());
+    return CTLCMD_FAILED;
+  }
+}
+
+int on_topology(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
+  return answer(session, argc, 1, context,
+                [&](const DebugShell& shell) { return shell.topology(argc > 1 ? argv[1] : "TEXT"); });
+}
+
+int on_neighbors(ctlcmd_session* session, int argc, const char* const*, void* context) {
+  return answer(session, argc, 0, context, [](const DebugShell& shell) { return shell.neighbors(); });
+}
+
+int on_interfaces(ctlcmd_session* session, int argc, const char* const*, void* context) {
+  return answer(session, argc, 0, context, [](const DebugShell& shell) { return shell.interfaces(); });
+}
+
+int on_counters(ctlcmd_session* session, int argc, const char* const*, void* context) {
+  return answer(session, argc, 0, context, [](const DebugShell& shell) { return shell.counters(); });
+}
+
+}  // namespace
+
+DebugShell::DebugShell(const Entity& entity, qel::daemon::Mainloop& loop) : entity_(entity), loop_(loop) {
+  const auto module = loop_.create_ctlcmd_module(MODULE, this);
+  module->add_command("TOPOLOGY", on_topology, "show what is known of the mesh: TEXT (default), JSON or DOT");
+  module->add_command("NEIGHBORS", on_neighbors, "show the links to neighbors and when they were heard of");
+  module->add_command("INTERFACES", on_interfaces, "show our interfaces");
+  module->add_command("COUNTERS", on_counters, "show what became of the frames received");
+  if (!module->start()) {
+    loop_.remove_ctlcmd_module(MODULE);
+    throw std::runtime_error(std::string("the debug shell refuses the module ") + MODULE);
+  }
+}
+
+DebugShell::~DebugShell() { loop_.remove_ctlcmd_module(MODULE); }
+
+std::string DebugShell::topology(std::string format) const {
+  const TopologyView view = view_topology(loop_.get_name(), entity_);
+  format = qel::to_upper(std::move(format));
+  if (format == "TEXT") {
+    return to_text(view);
+  }
+  if (format == "JSON") {
+    return to_json(view);
+  }
+  if (format == "DOT") {
+    return to_dot(view);
+  }
+  throw std::invalid_argument("the formats are TEXT, JSON and DOT");
+}
+
+std::string DebugShell::neighbors() const {
+  std::ostringstream os;
+  const auto now = std::chrono::steady_clock::now();
+  for (const Neighbor& neighbor : entity_.neighbors().all()) {
+    for (const NeighborLink& link : neighbor.links) {
+      os << neighbor.al_mac << ' ' << link.mac << " on " << entity_.config().interfaces[link.interface].name
+         << ", heard of " << std::chrono::duration_cast<std::chrono::milliseconds>(now - link.last_heard).count()
+         << " ms ago\n";
+    }
+  }
+  return os.str();
+}
+
+std::string DebugShell::interfaces() const {
+  std::ostringstream os;
+  const std::vector<InterfaceState> states = entity_.read_states();
+  for (std::size_t index = 0; index < states.size(); ++index) {
+    const LocalInterface& interface = entity_.config().interfaces[index];
+    const InterfaceState& state = states[index];
+    os << interface.name << ' ' << interface.mac << (state.up ? " up, " : " down, ") << state.speed
+       << " Mb/s, received " << state.received_packets << " packets with " << state.receive_errors << " errors, sent "
+       << state.sent_packets << " packets with " << state.send_errors << " errors";
+    if (!interface.bridge.empty()) {
+      os << ", in bridge " << interface.bridge;
+    }
+    os << '\n';
+  }
+  return os.str();
+}
+
+std::string DebugShell::counters() const {
+  const FrameCounts& counts = entity_.counts();
+  std::ostringstream os;
+  os << "processed " << counts.processed << "\nignored " << counts.ignored << "\nown " << counts.own << "\nduplicates "
+     << counts.duplicates << "\nrejected " << counts.rejected << "\nrelayed " << counts.relayed << '\n';
+  return os.str();
+}
+
+}  // namespace meshd

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "qel/daemon/ctlcmd_module.h"
+#include "qel/daemon/mainloop.h"
+#include "tools/meshd/entity.h"
+
+namespace meshd {
+
+/// The commands of the module "mesh" in the debug shell, which show what the entity knows.
+class DebugShell {
+ public:
+  static constexpr const char* MODULE = "mesh";
+
+  /// Both are borrowed. Throws std::runtime_error when the shell does not take the module.
+  DebugShell(const Entity& entity, qel::daemon::Mainloop& loop);
+  DebugShell(const DebugShell&) = delete;
+  DebugShell& operator=(const DebugShell&) = delete;
+  ~DebugShell();
+
+  /// The answers to the commands. `format` is TEXT, JSON or DOT in either case; throws std::invalid_argument for
+  /// others.
+  std::string topology(std::string format) const;
+  std::string neighbors() const;
+  std::string interfaces() const;
+  std::string counters() const;
+
+ private:
+  const Entity& entity_;
+  qel::daemon::Mainloop& loop_;
+};
+
+}  // namespace meshd

@@ -1,0 +1,317 @@
+#include "tools/meshd/entity.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+#include "qel/core/serialization/serialization_exception.h"
+#include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
+#include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
+#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
+#include "tools/meshd/messages.h"
+
+namespace meshd {
+
+namespace {
+
+using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
+using qel::MACAddress;
+
+/// The first TLV of this type, null when there is none. A decoded TLV is of the class that belongs to its type.
+template <class T>
+const T* find(const Message& message, TLVType type) {
+  for (const auto& tlv : message.get_list().get_TLV_list()) {
+    if (tlv->get_type() == type) {
+      return static_cast<const T*>(tlv.get());
+    }
+  }
+  return nullptr;
+}
+
+/// All TLVs of this type.
+template <class T>
+std::vector<T> collect(const Message& message, TLVType type) {
+  std::vector<T> found;
+  for (const auto& tlv : message.get_list().get_TLV_list()) {
+    if (tlv->get_type() == type) {
+      found.push_back(static_cast<const T&>(*tlv));
+    }
+  }
+  return found;
+}
+
+/// The address that the message names, zero when it names none.
+template <TLVType TYPE>
+MACAddress named_address(const Message& message) {
+  const auto* tlv = find<MACAddressTLVCommon<TYPE>>(message, TYPE);
+  return tlv == nullptr ? MACAddress() : tlv->get_MAC();
+}
+
+bool is_understood(MessageType type) {
+  switch (type) {
+    case MessageType::TOPOLOGY_DISCOVERY_MESSAGE:
+    case MessageType::TOPOLOGY_NOTIFICATION_MESSAGE:
+    case MessageType::TOPOLOGY_QUERY_MESSAGE:
+    case MessageType::TOPOLOGY_RESPONSE_MESSAGE:
+    case MessageType::VENDOR_SPECIFIC_MESSAGE:
+    case MessageType::LINK_METRIC_QUERY_MESSAGE:
+    case MessageType::LINK_METRIC_RESPONSE_MESSAGE:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool is_valid(const LinkMetricQueryTLV& query) {
+  return query.get_query_neighbor() <= LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR &&
+         query.get_link_metric() <= LinkMetricQuery::TX_RX_LINK_METRY;
+}
+
+}  // namespace
+
+struct Entity::Received {
+  std::size_t interface;
+  TimePoint time;
+  const Frame& frame;
+};
+
+Entity::Entity(Config config, Ports& ports) : config_(std::move(config)), ports_(ports) {
+  if (config_.interfaces.empty() || config_.interfaces.size() > MAX_INTERFACES) {
+    throw std::invalid_argument("the number of interfaces must lie between 1 and " + std::to_string(MAX_INTERFACES));
+  }
+  if (!is_valid_individual_mac_address(config_.al_mac)) {
+    throw std::invalid_argument(config_.al_mac.to_string() + " is no individual MAC address");
+  }
+}
+
+void Entity::announce() {
+  for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
+    announce_on(interface);
+  }
+  for (Neighbor& neighbor : neighbors_.all()) {
+    ask(neighbor);
+  }
+}
+
+void Entity::tend(TimePoint now) {
+  for (const MACAddress& al_mac : neighbors_.expire(now - config_.hold_time)) {
+    has_changed_ = true;
+    if (neighbors_.find(al_mac) == nullptr) {
+      ports_.on_neighbor_lost(al_mac);
+    }
+  }
+  if (std::exchange(has_changed_, false)) {
+    const Message notification = topology_notification(config_.al_mac);
+    for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
+      send(interface, MULTICAST_ADDRESS, notification);
+    }
+  }
+  for (Neighbor& neighbor : neighbors_.all()) {
+    if (neighbor.is_stale) {
+      ask(neighbor);
+    }
+  }
+}
+
+void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now) {
+  const std::optional<Frame> frame = codec_.parse(octets);
+  if (!frame) {
+    ++counts_.ignored;
+    return;
+  }
+  const Received received{interface, now, *frame};
+  const MACAddress origin = originator(*frame);
+  if (origin == config_.al_mac || frame->source == config_.al_mac) {
+    ++counts_.own;
+    return;
+  }
+  if (!frame->head.get_relay_indicator()) {  // else it may have come from behind somebody
+    neighbors_.hear(frame->source, interface, now);
+  }
+  if (!is_for_us(received)) {
+    ++counts_.ignored;
+  } else if (!duplicates_.is_new(origin, frame->head, now)) {
+    ++counts_.duplicates;
+  } else {
+    relay(received);
+    process(received);
+  }
+}
+
+std::vector<InterfaceState> Entity::read_states() const {
+  std::vector<InterfaceState> states;
+  for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
+    states.push_back(ports_.read_state(interface));
+  }
+  return states;
+}
+
+bool Entity::is_for_us(const Received& received) const {
+  const MACAddress& destination = received.frame.destination;
+  return destination == MULTICAST_ADDRESS || destination == config_.al_mac ||
+         destination == config_.interfaces[received.interface].mac;
+}
+
+/// Unchanged, and whether or not it is understood (IEEE 1905.1-2013, 7.2).
+void Entity::relay(const Received& received) {
+  if (!received.frame.head.get_relay_indicator() || received.frame.destination != MULTICAST_ADDRESS ||
+      config_.interfaces.size() < 2) {
+    return;
+  }
+  for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
+    if (interface != received.interface) {
+      ports_.send(interface, received.frame.octets);
+    }
+  }
+  ++counts_.relayed;
+}
+
+void Entity::process(const Received& received) {
+  if (!is_understood(received.frame.head.get_message_type())) {
+    ++counts_.ignored;
+    return;
+  }
+  try {
+    if (received.frame.head.is_fragmented()) {
+      throw qel::serialization::SerializationException("Fragments are not put together");
+    }
+    const Message message = codec_.decode(received.frame);
+    ++(dispatch(received, message) ? counts_.processed : counts_.ignored);
+  } catch (const qel::serialization::SerializationException& exception) {
+    ++counts_.rejected;
+    ports_.on_rejected(received.frame, exception.what());
+  }
+}
+
+bool Entity::dispatch(const Received& received, const Message& message) {
+  switch (message.get_head().get_message_type()) {
+    case MessageType::TOPOLOGY_DISCOVERY_MESSAGE:
+      return on_topology_discovery(received, message);
+    case MessageType::TOPOLOGY_NOTIFICATION_MESSAGE:
+      return on_topology_notification(message);
+    case MessageType::TOPOLOGY_QUERY_MESSAGE:
+      return on_topology_query(received);
+    case MessageType::TOPOLOGY_RESPONSE_MESSAGE:
+      return on_topology_response(received, message);
+    case MessageType::VENDOR_SPECIFIC_MESSAGE:
+      return on_vendor_specific(received, message);
+    case MessageType::LINK_METRIC_QUERY_MESSAGE:
+      return on_link_metric_query(received, message);
+    case MessageType::LINK_METRIC_RESPONSE_MESSAGE:
+      return on_link_metric_response(received, message);
+    default:
+      return false;
+  }
+}
+
+bool Entity::on_topology_discovery(const Received& received, const Message& message) {
+  const MACAddress al_mac = named_address<TLVType::AL_MAC_ADDRESS>(message);
+  const MACAddress mac = named_address<TLVType::MAC_ADDRESS>(message);
+  if (!is_valid_individual_mac_address(al_mac) || !is_non_zero_individual_mac_address(mac)) {
+    return false;
+  }
+  const NeighborTable::Discovery discovery = neighbors_.discover(al_mac, received.interface, mac, received.time);
+  if (discovery == NeighborTable::Discovery::TABLE_FULL) {
+    return false;
+  }
+  if (discovery == NeighborTable::Discovery::REFRESHED) {
+    return true;
+  }
+  has_changed_ = true;
+  announce_on(received.interface);  // first, since it believes only whom it knows
+  if (discovery == NeighborTable::Discovery::NEW_NEIGHBOR) {
+    Neighbor& neighbor = *neighbors_.find(al_mac);
+    ports_.on_neighbor_found(neighbor, received.interface);
+    ask(neighbor);
+  }
+  return true;
+}
+
+/// It is asked later: whoever sends many notifications gets few questions.
+bool Entity::on_topology_notification(const Message& message) {
+  Neighbor* neighbor = neighbors_.find(named_address<TLVType::AL_MAC_ADDRESS>(message));
+  if (neighbor == nullptr) {
+    return false;
+  }
+  neighbor->is_stale = true;
+  return true;
+}
+
+bool Entity::on_topology_query(const Received& received) {
+  send(received.interface, received.frame.source,
+       topology_response(received.frame.head.get_message_id(), config_.al_mac, config_.interfaces, read_states(),
+                         neighbors_));
+  return true;
+}
+
+bool Entity::on_topology_response(const Received& received, const Message& message) {
+  Neighbor* neighbor = neighbors_.find_sender(received.frame.source);
+  const auto* device = find<DeviceInformationTLV>(message, TLVType::DEVICE_INFORMATION);
+  if (neighbor == nullptr || device == nullptr || device->get_AL_MAC() != neighbor->al_mac) {
+    return false;
+  }
+  neighbor->device = *device;
+  neighbor->neighbors = collect<IEEE1905NeighborDeviceTLV>(message, TLVType::IEEE1905_NEIGHBOR_DEVICE);
+  return true;
+}
+
+bool Entity::on_link_metric_query(const Received& received, const Message& message) {
+  const auto* query = find<LinkMetricQueryTLV>(message, TLVType::LINK_METRIC_QUERY);
+  if (query == nullptr || !is_valid(*query)) {
+    return false;
+  }
+  send(received.interface, received.frame.source,
+       link_metric_response(received.frame.head.get_message_id(), config_.al_mac, *query, config_.interfaces,
+                            read_states(), neighbors_));
+  return true;
+}
+
+bool Entity::on_link_metric_response(const Received& received, const Message& message) {
+  Neighbor* neighbor = neighbors_.find_sender(received.frame.source);
+  if (neighbor == nullptr) {
+    return false;
+  }
+  neighbor->transmitter_metrics = collect<TransmitterLinkMetricTLV>(message, TLVType::TRANSMITTER_LINK_METRIC);
+  neighbor->receiver_metrics = collect<ReceiverLinkMetricTLV>(message, TLVType::RECEIVER_LINK_METRIC);
+  return true;
+}
+
+bool Entity::on_vendor_specific(const Received& received, const Message& message) {
+  Neighbor* neighbor = neighbors_.find_sender(received.frame.source);
+  if (neighbor == nullptr || get_qel_message_type(message) != QELMessageType::QEL_MESHD_VERSION_MESSAGE) {
+    return false;
+  }
+  for (const auto& tlv : message.get_list().get_TLV_list()) {
+    if (tlv->get_type() != TLVType::VENDOR_SPECIFIC) {
+      continue;
+    }
+    const VendorSpecific& payload = *static_cast<const VendorSpecificTLV&>(*tlv).get_vendor_specific();
+    if (payload.get_type() == QELVendorTLVType::QEL_MESHD_VERSION_TLV) {
+      neighbor->meshd_version = static_cast<const QELMeshdVersionTLV&>(payload).get_major_and_minor();
+      return true;
+    }
+  }
+  return false;
+}
+
+void Entity::announce_on(std::size_t interface) {
+  send(interface, MULTICAST_ADDRESS, topology_discovery(config_.al_mac, config_.interfaces[interface].mac));
+}
+
+/// Over the link that was heard of last.
+void Entity::ask(Neighbor& neighbor) {
+  neighbor.is_stale = false;
+  const auto link = std::max_element(
+      neighbor.links.begin(), neighbor.links.end(),
+      [](const NeighborLink& left, const NeighborLink& right) { return left.last_heard < right.last_heard; });
+  send(link->interface, neighbor.al_mac, topology_query());
+  send(link->interface, neighbor.al_mac, link_metric_query());
+  send(link->interface, neighbor.al_mac, meshd_version(config_.version));
+}
+
+void Entity::send(std::size_t interface, const MACAddress& destination, const Message& message) {
+  ports_.send(interface, codec_.encode(destination, config_.al_mac, message));
+}
+
+}  // namespace meshd

@@ -1,0 +1,113 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "qel/core/basic_version.h"
+#include "qel/core/mac_address.h"
+#include "qel/ieee1905_1/message.h"
+#include "tools/meshd/duplicate_filter.h"
+#include "tools/meshd/frame.h"
+#include "tools/meshd/local_interface.h"
+#include "tools/meshd/neighbor_table.h"
+
+namespace meshd {
+
+/// What the entity needs of the world around it.
+class Ports {
+ public:
+  virtual ~Ports() = default;
+
+  /// Sends a whole frame; the octets are borrowed. A frame that cannot be sent is lost.
+  virtual void send(std::size_t interface, std::span<const std::uint8_t> frame) = 0;
+  virtual InterfaceState read_state(std::size_t interface) = 0;
+
+  virtual void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) = 0;
+  virtual void on_neighbor_lost(const qel::MACAddress& al_mac) = 0;
+  /// A message for us that was not understood, and why.
+  virtual void on_rejected(const Frame& frame, const std::string& reason) = 0;
+};
+
+/// What became of the frames received. Each is counted once, except that a relayed one may be processed as well.
+struct FrameCounts {
+  std::uint64_t processed = 0;
+  std::uint64_t ignored = 0;     ///< nothing that we answer or keep, or not for us
+  std::uint64_t own = 0;         ///< came back to us
+  std::uint64_t duplicates = 0;  ///< came before
+  std::uint64_t rejected = 0;    ///< not to be decoded
+  std::uint64_t relayed = 0;
+};
+
+/// A 1905.1 abstraction layer entity: discovers its neighbours, asks and answers questions about topology and links,
+/// and relays. It knows neither sockets nor timers: whoever owns it hands over what comes in and the time.
+class Entity {
+ public:
+  using TimePoint = std::chrono::steady_clock::time_point;
+
+  /// An answer about this many interfaces fits a frame.
+  static constexpr std::size_t MAX_INTERFACES = 16;
+
+  struct Config {
+    qel::MACAddress al_mac;
+    qel::BasicVersion version;
+    std::vector<LocalInterface> interfaces;  ///< 1 to MAX_INTERFACES
+    std::chrono::milliseconds hold_time;     ///< a link not heard of for so long is gone
+  };
+
+  /// Throws std::invalid_argument for a number of interfaces out of range or an AL MAC that is no individual address.
+  /// The ports are borrowed.
+  Entity(Config config, Ports& ports);
+
+  /// To be called at start and then at regular intervals: announces us on all interfaces and asks all neighbours again,
+  /// so that what we know of them does not grow old and that those alive are heard of.
+  void announce();
+
+  /// To be called once a second or so: drops links that have grown too old, tells the mesh when our links have changed,
+  /// and asks the neighbours that said the same.
+  void tend(TimePoint now);
+
+  /// Takes a frame that was received on an interface.
+  void receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now);
+
+  const Config& config() const { return config_; }
+  const NeighborTable& neighbors() const { return neighbors_; }
+  const FrameCounts& counts() const { return counts_; }
+
+  /// Of all interfaces, in their order.
+  std::vector<InterfaceState> read_states() const;
+
+ private:
+  struct Received;
+
+  void relay(const Received& received);
+  void process(const Received& received);
+  /// False for a message that means nothing to us; the handlers below likewise.
+  bool dispatch(const Received& received, const qel::ieee1905_1::Message& message);
+
+  bool on_topology_discovery(const Received& received, const qel::ieee1905_1::Message& message);
+  bool on_topology_notification(const qel::ieee1905_1::Message& message);
+  bool on_topology_query(const Received& received);
+  bool on_topology_response(const Received& received, const qel::ieee1905_1::Message& message);
+  bool on_link_metric_query(const Received& received, const qel::ieee1905_1::Message& message);
+  bool on_link_metric_response(const Received& received, const qel::ieee1905_1::Message& message);
+  bool on_vendor_specific(const Received& received, const qel::ieee1905_1::Message& message);
+
+  bool is_for_us(const Received& received) const;
+  void announce_on(std::size_t interface);
+  void ask(Neighbor& neighbor);
+  void send(std::size_t interface, const qel::MACAddress& destination, const qel::ieee1905_1::Message& message);
+
+  Config config_;
+  Ports& ports_;
+  Codec codec_;
+  DuplicateFilter duplicates_;
+  NeighborTable neighbors_;
+  FrameCounts counts_;
+  bool has_changed_ = false;  // our links, since the mesh was told
+};
+
+}  // namespace meshd

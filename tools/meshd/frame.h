@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "qel/core/mac_address.h"
+#include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/serialization_context.h"
+#include "qel/ieee1905_1/message.h"
+#include "qel/net/ether_header.h"
+#include "qel/net/raw_sock.h"
+
+namespace meshd {
+
+inline constexpr std::uint16_t ETHERTYPE_IEEE1905 = 0x893A;
+inline constexpr std::size_t ETHER_HEADER_SIZE = sizeof(qel::EtherHeader);
+inline constexpr std::size_t MAX_FRAME_SIZE = qel::RawSock::MAX_FRAME_SIZE;
+
+/// Where discovery and everything to be relayed goes (IEEE 1905.1-2013, 6.1).
+inline constexpr qel::MACAddress MULTICAST_ADDRESS({0x01, 0x80, 0xC2, 0x00, 0x00, 0x13});
+
+/// A received frame, read as far as its TLVs need not be understood.
+struct Frame {
+  qel::MACAddress destination;
+  qel::MACAddress source;
+  qel::ieee1905_1::MessageHead head;
+  std::span<const std::uint8_t> octets;  ///< all of it; borrowed
+};
+
+/// Encodes and decodes messages, and keeps the memory for it.
+class Codec {
+ public:
+  /// Nothing for a frame without room for a message, of another ethertype, or from a group address.
+  std::optional<Frame> parse(std::span<const std::uint8_t> octets);
+
+  /// Throws qel::serialization::SerializationException.
+  qel::ieee1905_1::Message decode(const Frame& frame);
+
+  /// The octets are borrowed until the next call. Throws qel::serialization::SerializationException, also for a message
+  /// that does not fit a frame.
+  std::span<const std::uint8_t> encode(const qel::MACAddress& destination, const qel::MACAddress& source,
+                                       const qel::ieee1905_1::Message& message);
+
+ private:
+  qel::serialization::SerializationContext context_;
+  qel::serialization::MemoryIStream in_;
+  qel::serialization::MemoryOStream out_;
+};
+
+/// Who sent a message first. That is its AL MAC address TLV, which is found by types and lengths alone, so that it
+/// tells also for messages that cannot be decoded; without such a TLV it is the source of the frame.
+qel::MACAddress originator(const Frame& frame);
+
+}  // namespace meshd

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "qel/core/mac_address.h"
+
+namespace meshd {
+
+/// An interface that the entity works on. All are taken for Ethernet.
+struct LocalInterface {
+  std::string name;
+  qel::MACAddress mac;
+  std::string bridge;  ///< the bridge it is a port of, empty when of none
+};
+
+/// What an interface has counted since it came up; the counters wrap at 32 bits, as those in the messages do.
+struct InterfaceState {
+  std::uint32_t received_packets = 0;
+  std::uint32_t receive_errors = 0;
+  std::uint32_t sent_packets = 0;
+  std::uint32_t send_errors = 0;
+  std::uint16_t speed = 0;  ///< Mb/s; 0 when the driver tells none
+  bool up = true;           ///< there is a carrier
+};
+
+}  // namespace meshd

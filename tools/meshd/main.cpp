@@ -1,0 +1,70 @@
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <memory>
+#include <ostream>
+#include <random>
+#include <stdexcept>
+
+#include "qel/daemon/log.h"
+#include "qel/daemon/mainloop.h"
+#include "qel/ieee1905_1/message.h"
+#include "tools/meshd/node.h"
+#include "tools/meshd/options.h"
+#include "tools/meshd/signal_watch.h"
+
+namespace meshd {
+
+namespace {
+
+using qel::daemon::Mainloop;
+
+/// Message identifiers begin anywhere: those used before a restart are still in the memory of others.
+void scatter_message_ids() {
+  for (unsigned int count = std::random_device()() & 0xFFFFU; count > 0; --count) {
+    qel::ieee1905_1::make_IEEE1905_1_msg_id();
+  }
+}
+
+void run(const Options& options) {
+  block_signals({SIGTERM, SIGINT});
+  for (const std::string& component : options.debug_components) {
+    qel::debug::enable(component, true);
+  }
+  scatter_message_ids();
+  Mainloop loop(options.name, options.daemonize);
+  if (options.daemonize && !loop.daemonized()) {
+    throw std::runtime_error("cannot start as a daemon");
+  }
+  loop.add_watch(std::make_shared<SignalWatch>(std::initializer_list<int>{SIGTERM, SIGINT}, [&loop](int) {
+    qel::debug::stream("meshd") << qel::debug::LogLevels::LOG << "ends" << std::endl;
+    loop.finish();
+  }));
+  const Node node(options, loop);
+  for (auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT; !loop.finished();) {
+    timeout = loop.run(timeout);
+  }
+}
+
+}  // namespace
+
+}  // namespace meshd
+
+int main(int argc, char** argv) {
+  try {
+    const meshd::Options options = meshd::parse_options(argc, argv);
+    if (!options.notice.empty()) {
+      std::fputs(options.notice.c_str(), stdout);
+      return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+    }
+    meshd::run(options);
+    return EXIT_SUCCESS;
+  } catch (const meshd::UsageError& error) {
+    std::fprintf(stderr, "meshd: %s (see 'meshd --help')\n", error.what());
+    return 2;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "meshd: %s\n", error.what());
+    return EXIT_FAILURE;
+  }
+}

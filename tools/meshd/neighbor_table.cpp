@@ -1,0 +1,86 @@
+#include "tools/meshd/neighbor_table.h"
+
+#include <algorithm>
+
+namespace meshd {
+
+namespace {
+
+using qel::MACAddress;
+
+bool sends_from(const Neighbor& neighbor, const MACAddress& source) {
+  return neighbor.al_mac == source || std::any_of(neighbor.links.begin(), neighbor.links.end(),
+                                                  [&](const NeighborLink& link) { return link.mac == source; });
+}
+
+}  // namespace
+
+NeighborTable::Discovery NeighborTable::discover(const MACAddress& al_mac, std::size_t interface, const MACAddress& mac,
+                                                 TimePoint now) {
+  Neighbor* neighbor = find(al_mac);
+  if (neighbor != nullptr) {
+    for (NeighborLink& link : neighbor->links) {
+      if (link.interface == interface && link.mac == mac) {
+        link.last_heard = now;
+        return Discovery::REFRESHED;
+      }
+    }
+  }
+  if (count_links() >= MAX_LINKS) {
+    return Discovery::TABLE_FULL;
+  }
+  const bool is_known = neighbor != nullptr;
+  if (!is_known) {
+    neighbor = &neighbors_.emplace_back();
+    neighbor->al_mac = al_mac;
+  }
+  neighbor->links.push_back({interface, mac, now});
+  return is_known ? Discovery::NEW_LINK : Discovery::NEW_NEIGHBOR;
+}
+
+void NeighborTable::hear(const MACAddress& source, std::size_t interface, TimePoint now) {
+  if (Neighbor* neighbor = find_sender(source)) {
+    for (NeighborLink& link : neighbor->links) {
+      if (link.interface == interface && (neighbor->al_mac == source || link.mac == source)) {
+        link.last_heard = now;
+      }
+    }
+  }
+}
+
+std::vector<MACAddress> NeighborTable::expire(TimePoint limit) {
+  std::vector<MACAddress> shrunk;
+  for (Neighbor& neighbor : neighbors_) {
+    if (std::erase_if(neighbor.links, [limit](const NeighborLink& link) { return link.last_heard < limit; }) != 0) {
+      shrunk.push_back(neighbor.al_mac);
+    }
+  }
+  std::erase_if(neighbors_, [](const Neighbor& neighbor) { return neighbor.links.empty(); });
+  return shrunk;
+}
+
+Neighbor* NeighborTable::find(const MACAddress& al_mac) {
+  return const_cast<Neighbor*>(static_cast<const NeighborTable*>(this)->find(al_mac));
+}
+
+const Neighbor* NeighborTable::find(const MACAddress& al_mac) const {
+  const auto place = std::find_if(neighbors_.begin(), neighbors_.end(),
+                                  [&](const Neighbor& neighbor) { return neighbor.al_mac == al_mac; });
+  return place == neighbors_.end() ? nullptr : &*place;
+}
+
+Neighbor* NeighborTable::find_sender(const MACAddress& source) {
+  const auto place = std::find_if(neighbors_.begin(), neighbors_.end(),
+                                  [&](const Neighbor& neighbor) { return sends_from(neighbor, source); });
+  return place == neighbors_.end() ? nullptr : &*place;
+}
+
+std::size_t NeighborTable::count_links() const {
+  std::size_t count = 0;
+  for (const Neighbor& neighbor : neighbors_) {
+    count += neighbor.links.size();
+  }
+  return count;
+}
+
+}  // namespace meshd

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "qel/daemon/mainloop.h"
+#include "qel/daemon/timer.h"
+#include "qel/net/raw_sock.h"
+#include "tools/meshd/debug_shell.h"
+#include "tools/meshd/entity.h"
+#include "tools/meshd/kernel_interfaces.h"
+#include "tools/meshd/options.h"
+
+namespace meshd {
+
+/// The entity on real interfaces, in a main loop: its sockets, its timers, its debug shell and its events.
+class Node final : private Ports {
+ public:
+  /// Opens everything and makes the first announcement. The loop is borrowed. Throws std::system_error and
+  /// std::runtime_error.
+  Node(const Options& options, qel::daemon::Mainloop& loop);
+  Node(const Node&) = delete;
+  Node& operator=(const Node&) = delete;
+  ~Node() override;
+
+ private:
+  void send(std::size_t interface, std::span<const std::uint8_t> frame) override;
+  InterfaceState read_state(std::size_t interface) override;
+  void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) override;
+  void on_neighbor_lost(const qel::MACAddress& al_mac) override;
+  void on_rejected(const Frame& frame, const std::string& reason) override;
+
+  void open_socket(std::size_t interface);
+  void announce_and_repeat();
+  void tend_and_repeat();
+
+  qel::daemon::Mainloop& loop_;
+  const std::chrono::seconds interval_;
+  StateReader states_;
+  Entity entity_;
+  DebugShell shell_;
+  std::vector<std::shared_ptr<qel::RawSock>> sockets_;  // one for each interface, in their order
+  std::chrono::steady_clock::time_point rejection_logged_at_;
+  qel::time::Timer announce_timer_;
+  qel::time::Timer tend_timer_;
+};
+
+}  // namespace meshd

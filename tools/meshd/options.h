@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "qel/core/mac_address.h"
+
+namespace meshd {
+
+class UsageError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct Options {
+  std::vector<std::string> interfaces;    ///< at least one, none twice
+  std::optional<qel::MACAddress> al_mac;  ///< made of the first interface's when absent
+  std::string name = "meshd";             ///< on the IPC
+  std::chrono::seconds discovery_interval{60};
+  bool daemonize = false;
+  std::vector<std::string> debug_components;
+  std::string notice;  ///< the help or the version when it was asked for: nothing else is to be done
+};
+
+/// Throws UsageError.
+Options parse_options(int argc, const char* const* argv);
+
+}  // namespace meshd

@@ -1,0 +1,112 @@
+#include <sstream>
+
+#include "qel/core/serialization/json_serializable_type.h"
+#include "qel/core/serialization/yajl_wrappers.h"
+#include "tools/meshd/topology_view.h"
+
+namespace meshd {
+
+namespace {
+
+using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
+using qel::serialization::JSONSerializableType;
+using qel::serialization::SerializationContext;
+using qel::serialization::wrap_in_yajl_array;
+using qel::serialization::wrap_in_yajl_object;
+using qel::serialization::YAJLStream;
+
+class Writer {
+ public:
+  explicit Writer(YAJLStream& stream) : stream_(stream) {}
+
+  void write(const TopologyView& view) {
+    wrap_in_yajl_object(stream_, [&] {
+      put("name", view.name);
+      put("al_mac", view.nodes.front().al_mac);
+      put_array("nodes", view.nodes);
+      put_array("links", view.links);
+    });
+  }
+
+ private:
+  template <class T>
+  void put(const std::string& key, const T& value) {
+    JSONSerializableType<std::string>::serialize(stream_, context_, key);
+    JSONSerializableType<T>::serialize(stream_, context_, value);
+  }
+
+  template <class T>
+  void put_optional(const std::string& key, const std::optional<T>& value) {
+    value ? put(key, *value) : put(key, nullptr);
+  }
+
+  template <class T>
+  void put_array(const std::string& key, const std::vector<T>& elements) {
+    wrap_in_yajl_array(stream_, key, [&] {
+      for (const T& element : elements) {
+        wrap_in_yajl_object(stream_, [&] { put_content(element); });
+      }
+    });
+  }
+
+  template <class T>
+  void put_object(const std::string& key, const std::optional<T>& content) {
+    if (content) {
+      wrap_in_yajl_object(stream_, key, [&] { put_content(*content); });
+    } else {
+      put(key, nullptr);
+    }
+  }
+
+  void put_content(const TopologyView::Node& node) {
+    put("al_mac", node.al_mac);
+    put("self", node.is_self);
+    put("answered", node.has_answered);
+    put_optional("meshd_version", node.meshd_version ? std::optional(node.meshd_version->to_string()) : std::nullopt);
+    put_array("interfaces", node.interfaces);
+  }
+
+  void put_content(const TopologyView::Interface& interface) {
+    put("mac", interface.mac);
+    put_optional("name", interface.name.empty() ? std::nullopt : std::optional(interface.name));
+    put("type", enum_to_string(interface.type));
+    put("mode", interface_mode_to_string(interface.type, interface.mode));
+  }
+
+  void put_content(const TopologyView::Link& link) {
+    put("from", link.from);
+    put("from_interface", link.from_interface);
+    put("to", link.to);
+    put_optional("to_interface", link.to_interface);
+    put_object("transmitter", link.transmitter);
+    put_object("receiver", link.receiver);
+  }
+
+  void put_content(const TransmitterLinkMetricInformation& information) {
+    put("packet_errors", information.get_packet_erros());
+    put("transmitted_packets", information.get_transmitted_packets());
+    put("mac_throughput_capacity", information.get_mac_throughput_capacity());
+    put("link_availability", information.get_link_availability());
+    put("phy_rate", information.get_phy_rate());
+  }
+
+  void put_content(const ReceiverLinkMetricInformation& information) {
+    put("packet_errors", information.get_packet_erros());
+    put("packets_received", information.get_packets_received());
+    put("rcpi", information.get_RCPI());
+  }
+
+  YAJLStream& stream_;
+  SerializationContext context_;
+};
+
+}  // namespace
+
+std::string to_json(const TopologyView& view) {
+  std::ostringstream os;
+  YAJLStream stream(os, qel::serialization::YAJLIndentation::COMPACT);
+  Writer(stream).write(view);
+  return os.str() + '\n';
+}
+
+}  // namespace meshd
