@@ -41,7 +41,8 @@ double Loop::libev_now() const {
 }
 
 ctimerhandle Loop::name_of(const TimerSlot& slot) {
-  return reinterpret_cast<ctimerhandle>(slot.generation << kHalf | (slot.index + 1));
+  return reinterpret_cast<ctimerhandle>(slot.generation << kHalf |  // NOLINT(performance-no-int-to-ptr): a number
+                                        (slot.index + 1));
 }
 
 TimerSlot* Loop::find(ctimerhandle handle, bool& known) {

@@ -98,6 +98,7 @@ namespace {
 int run_words(ctlcmd_session& session, const ctlcmd_command* command, const std::vector<std::string>& words,
               void* context) {
   std::vector<const char*> argv;
+  argv.reserve(words.size() + 1);
   for (const std::string& word : words) {
     argv.push_back(word.c_str());
   }

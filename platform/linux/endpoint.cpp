@@ -18,7 +18,7 @@ constexpr std::uint64_t kCallTimeoutUs = 1'000'000;
 constexpr int kReconnectMs = 250;
 /// Incoming messages handled in one turn, so that a flood leaves room for the rest of the loop.
 constexpr int kMessagesInTurn = 32;
-constexpr std::size_t kAnswerMax = 1024 * 1024;
+constexpr std::size_t kAnswerMax = std::size_t{1024} * 1024;
 
 void append_answer(void* answer, const char* text, size_t length) {
   auto& collected = *static_cast<std::string*>(answer);

@@ -138,9 +138,10 @@ class SystemLog {
     tm local;
     localtime_r(&now, &local);
     char head[128];
-    const int length = snprintf(head, sizeof head, "<%d>%.3s %2d %02d:%02d:%02d %.64s[%d]: ", LOG_DAEMON | priority,
-                                &months[3 * local.tm_mon], local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec,
-                                program_invocation_short_name, static_cast<int>(getpid()));
+    const int length =
+        snprintf(head, sizeof head, "<%d>%.3s %2d %02d:%02d:%02d %.64s[%d]: ", LOG_DAEMON | priority,
+                 &months[std::size_t{3} * static_cast<std::size_t>(local.tm_mon)], local.tm_mday, local.tm_hour,
+                 local.tm_min, local.tm_sec, program_invocation_short_name, static_cast<int>(getpid()));
     datagram_.assign(head, static_cast<std::size_t>(length)).append(line);
     if (fd_ >= 0 && deliver()) {
       return true;

@@ -27,6 +27,7 @@ void retire(CtlcmdModule& module) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature is given
 Ctlcmd::Ctlcmd(std::shared_ptr<qelipc> ipc_endpoint, std::string name)
     : ipc_endpoint_(std::move(ipc_endpoint)), listen_(std::make_unique<Listen>()) {
   if (!ipc_endpoint_) {

@@ -32,8 +32,8 @@ class QEL_EXPORT Task {
  public:
   Task() = default;
   /// The source keeps its state and loses its continuation. Throws TaskError while either task is running.
-  Task(Task&& other);
-  Task& operator=(Task&& other);
+  Task(Task&& other);             // NOLINT(bugprone-exception-escape)
+  Task& operator=(Task&& other);  // NOLINT(bugprone-exception-escape)
   /// Never throws, but logs what failed.
   virtual ~Task();
 
