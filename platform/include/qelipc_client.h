@@ -17,7 +17,8 @@ qelipc_client* qelipc_client_open(void);
 /* Disconnects. NULL is ignored. */
 void qelipc_client_close(qelipc_client* client);
 
-/* Calls `take` with the name of each endpoint on the bus, in no order. Returns their number, or a negative errno. */
+/* Calls `take`, which must not throw, with the name of each endpoint on the bus, in no order. Returns their number, or
+ * a negative errno. */
 int qelipc_client_list(qelipc_client* client, void (*take)(void* context, const char* name), void* context);
 
 /* Sends a command line to an endpoint's shell and waits for the answer. `module` may be NULL or "".
@@ -34,7 +35,8 @@ typedef void (*qelipc_client_event)(void* context, const char* endpoint, const c
                                     unsigned size);
 
 /* Has `take` called for the events of an endpoint, or of all with an `endpoint` of NULL, inside qelipc_client_wait().
- * The endpoint need not exist yet. Returns 0, or a negative errno. */
+ * It must not throw: it is called from within the bus library, which is C. The endpoint need not exist yet. Returns 0,
+ * or a negative errno. */
 int qelipc_client_subscribe(qelipc_client* client, const char* endpoint, qelipc_client_event take, void* context);
 
 /* Waits for events, at most `timeout_ms` (negative: without limit), and delivers those that came. Returns 1 when
