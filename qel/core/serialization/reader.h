@@ -101,6 +101,11 @@ class Reader {
     }
   }
 
+  /// The next `count` octets, at most LARGEST_STEP, where they lie; valid until something else is taken.
+  std::span<const std::uint8_t> get_octets(std::size_t count) {
+    return count == 0 ? std::span<const std::uint8_t>() : std::span(take_chunk<std::uint8_t>(count), count);
+  }
+
   /// Appends `count` characters, each of them a `char` primitive.
   void get_characters(std::string& text, std::size_t count) {
     while (count != 0) {

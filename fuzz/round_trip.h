@@ -1,0 +1,87 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <span>
+#include <sstream>
+#include <string>
+
+#include "qel/core/serialization/binary_serializable.h"
+#include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/serialization_context.h"
+#include "qel/core/serialization/serialization_exception.h"
+
+namespace qel::fuzz {
+
+inline void require(bool condition, const char* what) {
+  if (!condition) {
+    std::fprintf(stderr, "violated: %s\n", what);
+    std::abort();
+  }
+}
+
+/// The text of the SerializationException that `action` throws, empty when it throws none.
+template <class Action>
+std::string refusal(const Action& action) {
+  try {
+    action();
+  } catch (const serialization::SerializationException& error) {
+    return error.what();
+  }
+  return {};
+}
+
+inline std::string decode(std::istream& is, serialization::BinarySerializable& object) {
+  serialization::SerializationContext context;
+  return refusal([&] { object.deserialize_impl(is, context); });
+}
+
+inline std::string encode(std::ostream& os, const serialization::BinarySerializable& object) {
+  serialization::SerializationContext context;
+  return refusal([&] { object.serialize_impl(os, context); });
+}
+
+inline std::string characters(std::span<const std::uint8_t> octets) { return {octets.begin(), octets.end()}; }
+
+/// Any octets as a T: they decode or throw SerializationException, from memory as from any other stream; what was
+/// decoded prints by `print(os, object)`, equals itself, and either refuses to be encoded or survives the way out and
+/// in again. Gives the object, null when the octets were refused.
+template <class T, class Print>
+std::unique_ptr<T> round_trip(std::span<const std::uint8_t> octets, const Print& print) {
+  const auto text_of = [&](const T& object) {
+    std::ostringstream text;
+    print(text, object);
+    return text.str();
+  };
+
+  serialization::MemoryIStream memory(octets);
+  auto object = std::make_unique<T>();
+  const std::string error = decode(memory, *object);
+
+  std::istringstream stream(characters(octets));
+  T same;
+  require(decode(stream, same) == error, "both kinds of stream fail alike");
+  stream.clear();
+  require(static_cast<std::size_t>(stream.tellg()) == memory.consumed(), "both kinds of stream are read as far");
+  require(text_of(*object) == text_of(same), "both decode to the same text");
+  require(*object == *object && *object == same, "what was decoded equals itself");
+
+  serialization::MemoryOStream encoded;
+  std::ostringstream encoded_elsewhere;
+  const std::string refused = encode(encoded, *object);
+  require(encode(encoded_elsewhere, *object) == refused, "both kinds of stream refuse alike");
+  require(encoded_elsewhere.str() == characters(encoded.octets()), "both kinds of stream get the same octets");
+
+  if (error.empty() && refused.empty()) {
+    serialization::MemoryIStream again(encoded.octets());
+    T decoded_again;
+    require(decode(again, decoded_again).empty(), "what was encoded decodes");
+    require(decoded_again == *object, "what was encoded decodes to the same object");
+    require(again.consumed() == encoded.octets().size(), "what was encoded decodes to its end");
+  }
+  return error.empty() ? std::move(object) : nullptr;
+}
+
+}  // namespace qel::fuzz
