@@ -64,10 +64,10 @@ class DynamicValue {
 
   constexpr void reset() { *this = DynamicValue(); }
 
-  /// True if `update(other)` would change this value: `other` is later and this one unset, or the strategy has it
-  /// replaced.
+  /// True if `update(other)` would change this value: `other` is set and later, and this one is unset or the strategy
+  /// has it replaced.
   constexpr bool can_update_from(const DynamicValue& other) const {
-    return other.timestamp_ > timestamp_ && (!is_set() || Strategy::replaces(value_, other.value_));
+    return other.is_set() && other.timestamp_ > timestamp_ && (!is_set() || Strategy::replaces(value_, other.value_));
   }
 
   /// Takes the other's value and timestamp if `can_update_from(other)`, and returns that.
@@ -98,5 +98,11 @@ class DynamicValue {
   T value_{};
   Timestamp timestamp_ = 0;
 };
+
+template <class T>
+using LastChanged = DynamicValue<T, LastChangedStrategy>;
+
+template <class T>
+using LastUpdated = DynamicValue<T, LastUpdatedStrategy>;
 
 }  // namespace qel

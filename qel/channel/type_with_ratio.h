@@ -1,18 +1,29 @@
 #pragma once
 
 #include <compare>
-#include <cstdint>
+#include <concepts>
 #include <iosfwd>
+#include <limits>
 #include <ratio>
-#include <type_traits>
 
 #include "qel/core/export.h"
 
 namespace qel {
 
-/// A number of type V whose unit, Ratio in terms of the base unit, is part of its type. Different units neither
-/// convert into each other nor compare; `unit_cast` converts on request.
-template <class V, class Ratio>
+namespace detail {
+
+/// `exact`, or the border of its type that a result too large or too small for it lies beyond.
+template <std::integral V>
+constexpr V saturated(bool overflowed, V exact, bool negative) {
+  return !overflowed ? exact : negative ? std::numeric_limits<V>::min() : std::numeric_limits<V>::max();
+}
+
+}  // namespace detail
+
+/// An integer of type V whose unit, Ratio in terms of the base unit, is part of its type. Different units neither
+/// convert into each other nor compare; `unit_cast` converts on request. What leaves the range of V stops at its
+/// border.
+template <std::integral V, class Ratio>
 class TypeWithRatio {
  public:
   using value_type = V;
@@ -26,10 +37,14 @@ class TypeWithRatio {
   friend constexpr auto operator<=>(const TypeWithRatio&, const TypeWithRatio&) = default;
 
   friend constexpr TypeWithRatio operator+(TypeWithRatio left, TypeWithRatio right) {
-    return TypeWithRatio(static_cast<V>(left.value_ + right.value_));
+    V sum{};
+    const bool overflowed = __builtin_add_overflow(left.value_, right.value_, &sum);
+    return TypeWithRatio(detail::saturated(overflowed, sum, left.value_ < 0));
   }
   friend constexpr TypeWithRatio operator-(TypeWithRatio left, TypeWithRatio right) {
-    return TypeWithRatio(static_cast<V>(left.value_ - right.value_));
+    V difference{};
+    const bool overflowed = __builtin_sub_overflow(left.value_, right.value_, &difference);
+    return TypeWithRatio(detail::saturated(overflowed, difference, left.value_ < right.value_));
   }
 
  private:
@@ -43,11 +58,14 @@ using kHz = TypeWithRatio<long, std::ratio<1000, 1>>;
 using MHz = TypeWithRatio<long, std::ratio<1000000, 1>>;
 
 /// The same quantity in the unit of `To`; truncates toward zero.
-template <class To, class V, class Ratio>
+template <class To, std::integral V, class Ratio>
 constexpr To unit_cast(const TypeWithRatio<V, Ratio>& from) {
   using Factor = std::ratio_divide<Ratio, typename To::ratio>;
-  using Wide = std::common_type_t<V, typename To::value_type, std::intmax_t>;
-  return To(static_cast<typename To::value_type>(static_cast<Wide>(from.value()) * Factor::num / Factor::den));
+  using Number = typename To::value_type;
+  Number number{};
+  const bool overflowed = __builtin_mul_overflow(from.value() / Factor::den, Factor::num, &number);
+  static_assert(Factor::num == 1 || Factor::den == 1, "one unit is a multiple of the other");
+  return To(detail::saturated(overflowed, number, from.value() < 0));
 }
 
 /// The number in decimal and its unit: "2412000 kHz".

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
+#include <type_traits>
 
 #include "qel/core/export.h"
 
@@ -161,6 +163,11 @@ enum class ChannelCapabilityBit : std::uint8_t {
 
 /// Index of a bit in the properties of a channel, std::bitset<2>.
 enum class ChannelConfigBit : std::uint8_t { REMOTE_DISTURBER = 0, PERFORMANCE_OPTIMIZATION = 1, INVALID_MAX = 2 };
+
+/// The place of a bit in its set.
+template <class Bit>
+requires std::is_enum_v<Bit>
+constexpr std::size_t bit_index(Bit bit) { return static_cast<std::size_t>(bit); }
 
 QEL_EXPORT std::string enum_to_string(FrequencyBand band);
 QEL_EXPORT std::string enum_to_string(ChannelWidth width);

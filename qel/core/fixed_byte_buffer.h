@@ -39,4 +39,10 @@ class FixedByteBuffer {
   std::size_t size_ = 0;
 };
 
+/// Not empty.
+template <std::size_t N>
+constexpr bool is_valid(const FixedByteBuffer<N>& buffer) {
+  return !buffer.empty();
+}
+
 }  // namespace qel

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "qel/core/serialization/json_serializable_type.h"
+
+namespace qel {
+
+/// A key of a JSON object and its value.
+template <class T>
+void write_member(serialization::YAJLStream& stream, serialization::SerializationContext& context,
+                  const std::string& key, const T& value) {
+  serialization::JSONSerializableType<std::string>::serialize(stream, context, key);
+  serialization::JSONSerializableType<T>::serialize(stream, context, value);
+}
+
+/// The same with null for no value; when that cannot be written, the key stands between the two parts of the text of
+/// the SerializationException.
+template <class T>
+void write_member_or_null(serialization::YAJLStream& stream, serialization::SerializationContext& context,
+                          const std::string& key, const std::optional<T>& value, const char* failure_before,
+                          const char* failure_after) {
+  if (value) {
+    write_member(stream, context, key, *value);
+    return;
+  }
+  serialization::JSONSerializableType<std::string>::serialize(stream, context, key);
+  if (!stream.write_null()) {
+    throw serialization::SerializationException(failure_before + key + failure_after);
+  }
+}
+
+}  // namespace qel

@@ -1,0 +1,173 @@
+#include "qel/channel/channel_info.h"
+
+#include <stdexcept>
+
+#include "qel/core/text.h"
+#include "tests/channel/channels.h"
+
+namespace qel {
+namespace {
+
+/// An 80+80 MHz channel, all from time 10.
+struct Fields {
+  LastChanged<kHz> primary = frequency(5180000, 10);
+  LastChanged<ChannelInfo::Segment> center = segment(5210000, W8080, 10);
+  long secondary = 5530000;
+  LastChanged<float> power{17.5F, 10};
+
+  ChannelInfo info() const { return {primary, center, kHz(secondary), power}; }
+};
+
+/// All that an info holds, NaN comparable.
+std::string values(const ChannelInfo& info) {
+  return to_string(info) + " " + to_string(info.get_secondary_center_frequency());
+}
+std::string contents(const ChannelInfo& info) {
+  std::ostringstream text;
+  text << values(info) << " at " << info.get_primary_frequency().get_timestamp() << " "
+       << info.get_primary_segment().get_timestamp() << " " << info.get_max_power().get_timestamp();
+  return text.str();
+}
+
+TEST(ChannelInfo, HasADebugText) {
+  std::ostringstream os;
+  os << std::hex << std::showpos << std::fixed << Fields().info();
+  EXPECT_EQ(os.str(),
+            "primary frequency: 5180000 kHz (channel 36), segment info: primary center: 5210000 kHz (channel 42), "
+            "channel width: 80+80 MHzsecondary center: 5530000 kHz (channel 106), max power: 17.5 dBm");
+  EXPECT_EQ(to_string(Fields{.center = segment(5190000, W40, 1), .secondary = 0, .power = {-3, 1}}.info()),
+            "primary frequency: 5180000 kHz (channel 36), segment info: primary center: 5190000 kHz (channel 38), "
+            "channel width: 40 MHz, max power: -3 dBm");
+  ChannelInfo info = Fields().info();
+  info.reset();
+  EXPECT_EQ(contents(info), "primary frequency: ---, segment info: ---, max power: --- 0 kHz at 0 0 0");
+}
+
+/// What `own` holds after an update, and whether the comparisons agree with it.
+void expect_update(const Fields& own, const Fields& from, const Fields& updated) {
+  ChannelInfo info = own.info();
+  const ChannelInfo other = from.info();
+  SCOPED_TRACE(contents(info) + " from " + contents(other));
+  const bool numbers = values(info).find("nan") == std::string::npos;  // NaN is unequal to itself
+  EXPECT_EQ(info == other, contents(info) == contents(other) && numbers);
+  EXPECT_EQ(info.equivalent_to(other), values(info) == values(other) && numbers);
+  EXPECT_EQ(info.can_update_from(other), contents(info) != contents(updated.info()));
+  info.update(other);
+  EXPECT_EQ(contents(info), contents(updated.info()));
+}
+
+TEST(ChannelInfo, UpdatesWhatIsLaterAndDifferent) {
+  const Fields nan{.power = {NOT_A_NUMBER, 10}};
+  const Fields unset{.primary = {}, .center = {}, .secondary = 0, .power = {}};
+  const Fields mistaken{.center = segment(5250000, W160, 10)};
+  const struct {
+    Fields own;
+    Fields other;
+    bool taken;
+  } rows[] = {
+      {{}, {}, false},
+      {{}, {.primary = frequency(5180000, 11), .center = segment(5210000, W8080, 11), .power = {17.5F, 11}}, false},
+      {{}, {.primary = frequency(5200000, 10), .center = segment(5290000, W80, 9), .power = {1, 10}}, false},
+      {{}, {.center = segment(5250000, W160, 9), .secondary = 0}, false},
+      {{}, unset, false},
+      {unset, {}, true},
+      {{}, {.primary = frequency(5200000, 11)}, true},
+      {{}, {.power = {1, 11}}, true},
+      {nan, nan, false},
+      {nan, {.power = {NOT_A_NUMBER, 11}}, true},
+      // The primary channel may lie at either border; the segment is checked against the one that comes with it.
+      {{}, {.center = segment(5210000, W80, 11), .secondary = 0}, true},
+      {{}, {.center = segment(5150000, W80, 11), .secondary = 0}, true},
+      {{}, {.primary = frequency(5745000, 11), .center = segment(5775000, W80, 12), .secondary = 0}, true},
+      // The secondary centre has no time of its own, and may come as close as it can without touching.
+      {{}, {.secondary = 5290001}, true},
+      {{}, {.center = segment(5210000, W8080, 11), .secondary = 5129999}, true},
+      // What was constructed wrong stays as long as the same comes.
+      {mistaken, {.center = segment(5250000, W160, 11)}, false},
+  };
+  for (const auto& row : rows) {
+    expect_update(row.own, row.other, row.taken ? row.other : row.own);
+  }
+  expect_update({}, {.center = segment(5210000, W8080, 9), .secondary = 5690000}, {.secondary = 5690000});
+  // A segment other than 80+80 MHz has no secondary centre.
+  const Fields mended{.center = segment(5250000, W160, 11), .secondary = 0};
+  expect_update({}, {.center = mended.center}, mended);
+  expect_update({.center = mended.center}, {.center = mended.center, .secondary = 7}, mended);
+}
+
+/// The text of the std::invalid_argument that `step` throws, or of what it returns.
+template <class Step>
+std::string outcome(Step step) {
+  try {
+    return to_string(step());
+  } catch (const std::invalid_argument& error) {
+    return error.what();
+  }
+}
+
+TEST(ChannelInfo, RefusesASegmentAndStaysAsItWas) {
+  const struct {
+    long center;
+    ChannelWidth width;
+    long secondary;
+    const char* text;
+  } rows[] = {
+      {0, NO_WIDTH, 0, "primary center frequency 0 kHz is invalid"},
+      {5210000, NO_WIDTH, 0, "channel width INVALID is invalid"},
+      {5210000, ChannelWidth(6), 0, "channel width INVALID CHANNEL WIDTH 6 is invalid"},
+      {5200000, W8080, 0, "secondary center frequency 0 kHz is invalid in 80+80 mode"},
+      {5210000, W8080, 5290000,
+       "primary segment [5170000 kHz - 5250000 kHz] and secondary segment [5250000 kHz - 5330000 kHz] intersect"},
+      {5210000, W8080, 5130000,
+       "primary segment [5170000 kHz - 5250000 kHz] and secondary segment [5090000 kHz - 5170000 kHz] intersect"},
+      {5210001, W80, 0, "Primary frequency 5180000 kHz is not within primary segment [5170001 kHz - 5250001 kHz]"},
+      {5149999, W80, 0, "Primary frequency 5180000 kHz is not within primary segment [5109999 kHz - 5189999 kHz]"},
+  };
+  ChannelInfo info = Fields().info();
+  for (const auto& row : rows) {
+    Fields other{.center = segment(row.center, row.width, 11), .secondary = row.secondary, .power = {3, 11}};
+    EXPECT_EQ(outcome([&] { return info.update(other.info()), info; }), row.text);
+    EXPECT_EQ(outcome([&] { return info.set_segment(other.center, kHz(row.secondary)), info; }), row.text);
+    other.primary = frequency(5745000, 11);
+    EXPECT_THROW(info.update(other.info()), std::invalid_argument);
+  }
+  info.set_segment(segment(0, NO_WIDTH, 9), kHz(5210000));  // not later
+  info.set_segment({}, kHz(5210000));
+  EXPECT_EQ(contents(info), contents(Fields().info()));
+}
+
+TEST(Subsegment, HoldsThePrimaryChannel) {
+  const struct {
+    long primary;
+    long center;
+    ChannelWidth width;
+    ChannelWidth desired;
+    const char* outcome;
+  } rows[] = {
+      {5180000, 5210000, W80, W80, "5210000 kHz"},
+      {5180000, 5210000, W80, W40, "5190000 kHz"},
+      {5180000, 5210000, W80, W20, "5180000 kHz"},
+      {5280000, 5250000, W160, W80, "5290000 kHz"},
+      {5280000, 5250000, W160, W40, "5270000 kHz"},
+      {5280000, 5250000, W160, W20, "5280000 kHz"},
+      {5180000, 5210000, W8080, W160, "5210000 kHz"},
+      {5180000, 5210000, W8080, W40, "5190000 kHz"},
+      {5180000, 5180000, W40, W20, "5190000 kHz"},
+      {5180000, 5210000, ChannelWidth(6), W20, "5210000 kHz"},
+      {0, 0, W80, W8080, "primary frequency not set"},
+      {5180000, 0, W80, W8080, "primary segment not set"},
+      {5180000, 5210000, W8080, W8080, "not possible to get center for 80+80 bandwidth"},
+      {5180000, 5210000, W80, W160, "desired segment wider than current segment"},
+      {5180000, 5210000, ChannelWidth(6), NO_WIDTH, "desired segment wider than current segment"},
+  };
+  for (const auto& row : rows) {
+    const ChannelInfo info = Fields{.primary = frequency(row.primary, row.primary == 0 ? 0 : 1),
+                                    .center = segment(row.center, row.width, row.center == 0 ? 0 : 1)}
+                                 .info();
+    EXPECT_EQ(outcome([&] { return get_center_frequency_of_subsegment(info, row.desired); }), row.outcome)
+        << info << " " << row.desired;
+  }
+}
+
+}  // namespace
+}  // namespace qel

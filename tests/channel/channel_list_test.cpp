@@ -1,0 +1,228 @@
+#include "qel/channel/channel_list.h"
+
+#include <functional>
+#include <stdexcept>
+
+#include "qel/core/text.h"
+#include "tests/channel/channels.h"
+
+namespace qel {
+namespace {
+
+using testing::ThrowsMessage;
+using State = std::bitset<5>;
+using Config = std::bitset<2>;
+
+/// An entry with everything set, at time 10.
+struct Fields {
+  unsigned char channel = 36;
+  long frequency = 5180000;
+  const char* capabilities = "000000101";
+  LastChanged<State> state{State("00001"), 10};
+  LastChanged<Config> config{Config("10"), 10};
+  LastChanged<float> power{20, 10};
+  LastChanged<float> regulatory{23.5F, 10};
+  LastUpdated<unsigned char> anpi{7, 10};
+  LastUpdated<unsigned char> utilization{55, 10};
+
+  ChannelEntry entry() const {
+    return {channel, kHz(frequency), std::bitset<9>(capabilities), state, config, power, regulatory, anpi, utilization};
+  }
+};
+
+/// All that an entry holds.
+std::string contents(const ChannelEntry& entry) {
+  std::ostringstream text;
+  text << entry << " at " << entry.get_state_flags().get_timestamp() << " " << entry.get_config_flags().get_timestamp()
+       << " " << entry.get_max_power().get_timestamp() << " " << entry.get_max_regulatory_power().get_timestamp() << " "
+       << entry.get_ANPI().get_timestamp() << " " << entry.get_channel_utilization().get_timestamp();
+  return text.str();
+}
+
+ChannelEntry at(unsigned char channel, long frequency, const LastChanged<Config>& config = {}) {
+  return ChannelEntry(channel, kHz(frequency), {}, {}, config);
+}
+
+TEST(ChannelEntry, HasADebugTextAndThePropertiesOfItsFrequencyAndFlags) {
+  std::ostringstream os;
+  os << std::hex << std::showpos << std::fixed << Fields().entry();
+  EXPECT_EQ(os.str(), "36 | 5180000 kHz | 000000101 | 00001 | 10 | 20 dBm | 23.5 dBm | 7 | 55");
+  EXPECT_EQ(to_string(at(1, 2412000)), "1 | 2412000 kHz | 000000000 | --- | --- | --- | --- | --- | ---");
+
+  const ChannelEntry entry = Fields{.capabilities = "001001010"}.entry();
+  EXPECT_EQ(entry.get_frequency_band(), FrequencyBand::BAND_5_GHZ);
+  EXPECT_EQ(entry.get_detailed_frequency_band(), DetailedFrequencyBand::BAND_5_GHZ_LOWER);
+  EXPECT_EQ(entry.get_min_supported_channel_width(), W40);
+  EXPECT_EQ(entry.get_max_supported_channel_width(), W8080);
+  EXPECT_EQ(entry.get_all_supported_channel_width().size(), 3U);
+  EXPECT_EQ(at(1, 2412000).get_min_supported_channel_width(), NO_WIDTH);
+  EXPECT_TRUE(at(36, 5180000) < at(1, 5955000) && !(at(36, 5180000) < at(40, 5180000)));
+}
+
+TEST(ChannelEntry, HasConfigBits) {
+  ChannelEntry entry = at(36, 5180000);
+  EXPECT_FALSE(entry.get_remote_disturber() || entry.get_performance_opt());
+  entry.set_remote_disturber(false);
+  EXPECT_EQ(entry.get_config_flags().get(), Config("00"));
+  entry.set_remote_disturber(true);
+  EXPECT_TRUE(entry.get_remote_disturber() && !entry.get_performance_opt());
+
+  entry = Fields().entry();
+  entry.set_performance_opt(true);
+  EXPECT_TRUE(entry == Fields().entry()) << "that bit was set before";
+  entry.set_remote_disturber(true);
+  EXPECT_EQ(entry.get_config_flags().get(), Config("11"));
+}
+
+TEST(ChannelEntry, UpdatesComparesAndIsEquivalentFieldByField) {
+  const struct {
+    Fields other;
+    Fields updated;
+  } rows[] = {
+      {{}, {}},
+      {{.channel = 40}, {.channel = 40}},
+      {{.frequency = 5200000}, {.frequency = 5200000}},
+      {{.capabilities = "000000100"}, {}},
+      {{.capabilities = "000000011"}, {.capabilities = "000000111"}},
+      {{.state = {2, 10},
+        .config = {},
+        .power = {21, 9},
+        .regulatory = {3, 10},
+        .anpi = {8, 10},
+        .utilization = {6, 9}},
+       {}},
+      {{.state = {1, 11}, .config = {2, 11}, .power = {20, 11}, .regulatory = {23.5F, 11}}, {}},
+      {{.state = {2, 11}}, {.state = {2, 11}}},
+      {{.config = {1, 11}}, {.config = {1, 11}}},
+      {{.power = {NOT_A_NUMBER, 11}}, {.power = {NOT_A_NUMBER, 11}}},
+      {{.regulatory = {24, 11}}, {.regulatory = {24, 11}}},
+      {{.anpi = {7, 11}}, {.anpi = {7, 11}}},
+      {{.anpi = {8, 11}}, {.anpi = {8, 11}}},
+      {{.utilization = {55, 11}}, {.utilization = {55, 11}}},
+      {{.utilization = {56, 11}}, {.utilization = {56, 11}}},
+  };
+  const ChannelEntry own = Fields().entry();
+  for (const auto& row : rows) {
+    const ChannelEntry other = row.other.entry();
+    SCOPED_TRACE(contents(other));
+    EXPECT_EQ(own == other, contents(own) == contents(other));
+    EXPECT_EQ(own.equivalent_to(other), to_string(own) == to_string(other));
+    EXPECT_EQ(own.can_update_from(other), contents(own) != contents(row.updated.entry()));
+    ChannelEntry entry = own;
+    entry.update(other);
+    EXPECT_EQ(contents(entry), contents(row.updated.entry()));
+  }
+  const ChannelEntry nan = Fields{.regulatory = {NOT_A_NUMBER, 10}}.entry();
+  EXPECT_FALSE(nan == nan || nan.equivalent_to(nan) || nan.can_update_from(nan));
+}
+
+TEST(ChannelList, FindsEntriesByFrequency) {
+  ChannelList list({at(36, 5180000), at(40, 5200000), at(41, 5200000)});
+  list.get_channel_entry(kHz(5200000))->set_performance_opt(true);
+  EXPECT_EQ(&list.get_channels()[1], list.get_channel_entry(kHz(5200000)));
+  EXPECT_TRUE(list.get_channels()[1].get_performance_opt());
+  EXPECT_EQ(list.get_channel_entry(kHz(5220000)), nullptr);
+  EXPECT_EQ(std::as_const(list).get_channel_entry(kHz(5220000)), nullptr);
+
+  EXPECT_TRUE(list.has_common_channel_with(ChannelList({at(44, 5220000), at(42, 5200000)})));
+  EXPECT_FALSE(list.has_common_channel_with(ChannelList({at(36, 5220000)})));
+  EXPECT_FALSE(list.has_common_channel_with(ChannelList()));
+}
+
+TEST(ChannelList, UpdatesByFrequencyAndAppendsInTheOthersOrder) {
+  const ChannelList list({at(40, 5200000), at(36, 5180000, {1, 10})});
+  const ChannelList other({at(60, 5300000), at(36, 5180000, {2, 11}), at(44, 5220000)});
+  EXPECT_TRUE(list.can_update_from(other));
+  ChannelList updated = list;
+  updated.update(other);
+  const ChannelList expected({at(40, 5200000), at(36, 5180000, {2, 11}), at(60, 5300000), at(44, 5220000)});
+  EXPECT_TRUE(updated == expected);
+  EXPECT_EQ(to_string(list), to_string(list.get_channels()[0]) + "\n" + to_string(list.get_channels()[1]));
+
+  for (const ChannelList& nothing_new : {ChannelList(), other, ChannelList({at(36, 5180000, {1, 11})})}) {
+    EXPECT_FALSE(updated.can_update_from(nothing_new));
+    updated.update(nothing_new);
+    EXPECT_TRUE(updated == expected);
+  }
+  EXPECT_TRUE(updated.can_update_from(ChannelList({at(36, 5180000, {1, 12})})));
+}
+
+TEST(ChannelList, ComparesInOrder) {
+  const ChannelEntry first = at(36, 5180000, {1, 10});
+  const ChannelEntry second = at(40, 5200000, {2, 10});
+  ChannelEntry powerful = second;
+  powerful.set_max_power({20, 10});
+  const ChannelList list({first, second});
+  const struct {
+    std::vector<ChannelEntry> other;
+    bool equal, equivalent, equivalent_in_configuration;
+  } rows[] = {
+      {{first, second}, true, true, true},
+      {{first, at(40, 5200000, {2, 11})}, false, true, true},
+      {{first, powerful}, false, false, true},
+      {{first, at(40, 5200000, {1, 10})}, false, false, false},
+      {{first, at(40, 5200000)}, false, false, false},
+      {{first, at(40, 5220000, {2, 10})}, false, false, false},
+      {{second, first}, false, false, false},
+      {{first}, false, false, false},
+  };
+  for (const auto& row : rows) {
+    const ChannelList other(row.other);
+    EXPECT_EQ(list == other, row.equal) << other;
+    EXPECT_EQ(list.equivalent_to(other), row.equivalent) << other;
+    EXPECT_EQ(list.channel_configuration_equivalent_to(other), row.equivalent_in_configuration) << other;
+  }
+}
+
+/// State and config flags of each entry.
+std::string flags(const ChannelList& list) {
+  std::string text;
+  for (const ChannelEntry& entry : list.get_channels()) {
+    text += entry.get_state_flags().is_set() ? entry.get_state_flags().get().to_string() : "-";
+    text += entry.get_config_flags().is_set() ? "," + entry.get_config_flags().get().to_string() + " " : ",- ";
+  }
+  return text;
+}
+
+TEST(ChannelList, SetsAndResetsFlags) {
+  const std::pair<std::function<void(ChannelList&)>, const char*> steps[] = {
+      {[](auto& list) { list.set_performance_opt_flag(36, 40, false); }, "00001,00 00001,00 00001,10 "},
+      {[](auto& list) { list.set_performance_opt_flag(40, 43, true); }, "00001,00 00001,10 00001,10 "},
+      {[](auto& list) { list.set_performance_opt_flag(44, 36, false); }, "00001,00 00001,10 00001,10 "},
+      {[](auto& list) { list.reset_configuration_flags(); }, "00001,- 00001,- 00001,- "},
+      {[](auto& list) { list.set_performance_opt_flag(40, 40, true); }, "00001,- 00001,10 00001,- "},
+      {[](auto& list) { list.set_unset_configuration_flags_to_not_penalized(); }, "00001,00 00001,10 00001,00 "},
+      {[](auto& list) { list.reset_state_flags(); }, "-,00 -,10 -,00 "},
+      {[](auto& list) {
+         list.update(ChannelList({Fields{.state = {State("00100"), 11}}.entry()}));
+       },
+       "00100,00 -,10 -,00 "},
+      {[](auto& list) { list.set_unset_state_flags_to_default_state(); }, "00100,00 00000,10 00000,00 "},
+      {[](auto& list) { list.reset_state_and_config_flags(); }, "-,- -,- -,- "},
+  };
+  ChannelList list({Fields{.channel = 36}.entry(), Fields{.channel = 40, .frequency = 5200000}.entry(),
+                    Fields{.channel = 44, .frequency = 5220000}.entry()});
+  for (const auto& [step, expected] : steps) {
+    step(list);
+    EXPECT_EQ(flags(list), expected);
+  }
+}
+
+TEST(ChannelList, LiesInOneBand) {
+  EXPECT_EQ(ChannelList().get_frequency_band(), FrequencyBand::INVALID_BAND_MAX);
+  EXPECT_EQ(ChannelList().get_detailed_frequency_band(), DetailedFrequencyBand::INVALID);
+
+  ChannelList list({at(104, 5520000), at(100, 5500000)});
+  EXPECT_EQ(list.get_detailed_frequency_band(), DetailedFrequencyBand::BAND_5_GHZ_UPPER);
+  list.update(ChannelList({at(36, 5180000), at(40, 5200000)}));
+  EXPECT_EQ(list.get_frequency_band(), FrequencyBand::BAND_5_GHZ);
+  EXPECT_THAT([&] { list.get_detailed_frequency_band(); },
+              ThrowsMessage<std::logic_error>("ChannelList covers multiple frequency bands: 5180000 kHz 5520000 kHz"));
+  list.update(ChannelList({at(1, 2412000), at(0, 5400000)}));
+  EXPECT_THAT([&] { list.get_frequency_band(); },
+              ThrowsMessage<std::logic_error>(
+                  "ChannelList covers multiple frequency bands: 2412000 kHz 5520000 kHz 5400000 kHz"));
+}
+
+}  // namespace
+}  // namespace qel

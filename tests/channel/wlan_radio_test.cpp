@@ -1,0 +1,124 @@
+#include "qel/channel/wlan_radio.h"
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "qel/core/text.h"
+
+namespace qel {
+namespace {
+
+using enum ChannelWidth;
+using RadioID = WLANRadio::RadioID;
+
+/// 4, 2, 3, 0, 0 after one change.
+NSSTable updated(ChannelWidth width, unsigned char streams, bool fill_narrower, bool force) {
+  NSSTable table(WIDTH_80_MHZ, 3);
+  table.update_num_streams(WIDTH_40_MHZ, 2, false, true);
+  table.update_num_streams(WIDTH_20_MHZ, 4, false, false);
+  table.update_num_streams(width, streams, fill_narrower, force);
+  return table;
+}
+
+TEST(NSSTable, HoldsACountForEachWidth) {
+  const NSSTable left = updated(WIDTH_160_MHZ, 3, false, false);
+  NSSTable cleared = left;
+  cleared.clear();
+  const NSSTable right = updated(WIDTH_40_MHZ, 5, false, false);
+  const struct {
+    NSSTable table;
+    const char* counts;
+    ChannelWidth widest;
+    int most;
+  } rows[] = {
+      {NSSTable(), "1 0 0 0 0", WIDTH_20_MHZ, 1},
+      {cleared, "1 0 0 0 0", WIDTH_20_MHZ, 1},
+      {NSSTable(WIDTH_40_MHZ, 0), "1 0 0 0 0", WIDTH_20_MHZ, 1},
+      {NSSTable(WIDTH_80_MHZ, 2), "2 2 2 0 0", WIDTH_80_MHZ, 2},
+      {NSSTable(WIDTH_160_MHZ, 4), "4 4 4 4 0", WIDTH_160_MHZ, 4},
+      {NSSTable(WIDTH_80_80_MHZ, 2), "2 2 2 2 2", WIDTH_80_80_MHZ, 2},
+      {updated(WIDTH_40_MHZ, 1, false, false), "4 2 3 0 0", WIDTH_80_MHZ, 4},
+      {updated(WIDTH_40_MHZ, 1, false, true), "4 1 3 0 0", WIDTH_80_MHZ, 4},
+      {updated(WIDTH_80_MHZ, 3, true, false), "4 3 3 0 0", WIDTH_80_MHZ, 4},
+      {updated(WIDTH_160_MHZ, 0, true, true), "1 0 0 0 0", WIDTH_20_MHZ, 1},
+      {left.intersect(right), "4 2 3 0 0", WIDTH_80_MHZ, 4},
+      {left.merge(right), "4 5 3 3 0", WIDTH_160_MHZ, 5},
+  };
+  for (const auto& row : rows) {
+    std::ostringstream counts;
+    for (int width = 0; width < 5; ++width) {
+      counts << (width == 0 ? "" : " ") << int{row.table.get_num_streams(static_cast<ChannelWidth>(width))};
+    }
+    EXPECT_EQ(counts.str(), row.counts);
+    EXPECT_EQ(row.table.get_max_channel_width(), row.widest) << row.counts;
+    EXPECT_EQ(row.table.get_max_streams(), row.most) << row.counts;
+  }
+  EXPECT_TRUE(left < right && !(right < left) && !(left < left) && left != right);
+  EXPECT_THROW(NSSTable(INVALID, 2), std::out_of_range);
+  EXPECT_THROW(updated(static_cast<ChannelWidth>(255), 2, true, true), std::out_of_range);
+
+  std::ostringstream os;
+  os << std::hex << NSSTable(WIDTH_80_MHZ, 12) << ' ' << 255;
+  EXPECT_EQ(os.str(), "20 MHz: 12, 40 MHz: 12, 80 MHz: 12, 160 MHz: 0, 80+80 MHz: 0 ff");
+}
+
+RadioID radio_id(std::uint8_t last, RadioID::Timestamp timestamp = 5) {
+  return {{0x02, 0x51, 0x4C, 0xAB, 0xCD, last}, timestamp};
+}
+
+ChannelList channels(RadioID::Timestamp power_timestamp = 0, bool with_second = false) {
+  std::vector<ChannelEntry> entries{{36, kHz(5180000), 2, {}, {}, {17.5F, power_timestamp}}};
+  if (with_second) {
+    entries.emplace_back(40, kHz(5200000), 2);
+  }
+  return ChannelList(entries);
+}
+
+TEST(WLANRadio, TakesWhatIsNew) {
+  const NSSTable rx(WIDTH_80_MHZ, 2);
+  const NSSTable tx(WIDTH_40_MHZ, 3);
+  const WLANRadio radio(radio_id(0xEF), rx, tx, 40, channels());
+  const NSSTable wide(WIDTH_160_MHZ, 1);
+  const struct {
+    const char* name;
+    WLANRadio offered, updated;
+  } rows[] = {
+      {"itself", radio, radio},
+      {"less", {{}, NSSTable(WIDTH_40_MHZ, 1), NSSTable(WIDTH_20_MHZ, 3), 8, {}}, radio},
+      {"a later identifier", WLANRadio(radio_id(0x12, 9)), radio},
+      {"to receive", {{}, wide, {}, 0, {}}, {radio_id(0xEF), rx.merge(wide), tx, 40, channels()}},
+      {"to send", {{}, {}, wide, 0, {}}, {radio_id(0xEF), rx, tx.merge(wide), 40, channels()}},
+      {"a mode", {{}, {}, {}, 24, {}}, {radio_id(0xEF), rx, tx, 56, channels()}},
+      {"a channel", {{}, {}, {}, 0, channels(0, true)}, {radio_id(0xEF), rx, tx, 40, channels(0, true)}},
+      {"a power", {{}, {}, {}, 0, channels(9)}, {radio_id(0xEF), rx, tx, 40, channels(9)}},
+  };
+  for (const auto& row : rows) {
+    WLANRadio updated = radio;
+    updated.update(row.offered);
+    EXPECT_EQ(updated, row.updated) << row.name;
+    EXPECT_EQ(radio.can_update_from(row.offered), !(row.updated == radio)) << row.name;
+    EXPECT_EQ(radio.equivalent_to(row.updated), row.updated == radio) << row.name;
+  }
+  WLANRadio nameless{RadioID()};
+  EXPECT_TRUE(nameless.can_update_from(WLANRadio(radio_id(0xEF))));
+  EXPECT_TRUE(nameless < radio && !(radio < nameless) && WLANRadio(radio_id(0xED, 9)) < radio);
+  EXPECT_FALSE(nameless.shares_channel_with(radio));
+  nameless.set_channel_list(channels(9, true));
+  EXPECT_TRUE(nameless.shares_channel_with(radio));
+
+  const WLANRadio later(radio_id(0xEF, 6), rx, tx, 40, channels());
+  EXPECT_TRUE(radio != later && radio.equivalent_to(later) && !(radio < later));
+}
+
+TEST(WLANRadio, HasADebugText) {
+  EXPECT_EQ(to_string(WLANRadio(radio_id(0xEF), NSSTable(WIDTH_80_MHZ, 4), {}, 40, channels())),
+            "radio identifier: 02:51:4C:AB:CD:EF, "
+            "rx NSS: [20 MHz: 4, 40 MHz: 4, 80 MHz: 4, 160 MHz: 0, 80+80 MHz: 0], "
+            "tx NSS: [20 MHz: 1, 40 MHz: 0, 80 MHz: 0, 160 MHz: 0, 80+80 MHz: 0], phymodes: n ax, channels:\n" +
+                to_string(channels()));
+  EXPECT_EQ(to_string(WLANRadio(RadioID())).substr(0, 27), "radio identifier: ---, rx N");
+}
+
+}  // namespace
+}  // namespace qel
