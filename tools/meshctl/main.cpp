@@ -14,6 +14,7 @@
 #include "ctlcmd.h"
 #include "tools/meshctl/client.h"
 #include "tools/meshctl/log_reader.h"
+#include "tools/meshctl/opclass.h"
 #include "tools/meshctl/options.h"
 #include "tools/meshctl/printable.h"
 
@@ -25,7 +26,8 @@ enum ExitStatus : int { SUCCESS = 0, FAILURE = 1, WRONG_USAGE = 2 };
 
 constexpr std::chrono::milliseconds LOG_POLL_INTERVAL{100};
 
-void complain(const std::string& text) { std::fprintf(stderr, "meshctl: %s\n", text.c_str()); }
+/// In one line, whatever arguments it quotes.
+void complain(const std::string& text) { std::fprintf(stderr, "meshctl: %s\n", printable(text).c_str()); }
 
 /// At once: somebody may be waiting for it. Throws when nobody takes it.
 void write(const std::string& text) {
@@ -98,6 +100,17 @@ ExitStatus topology(const Options& options) {
   return show(Client().command(options.name, "mesh TOPOLOGY " + options.format));
 }
 
+/// Asks no daemon: what has no answer was wrong to ask.
+ExitStatus opclass(const Options& options) {
+  try {
+    write(answer(options.opclass));
+    return SUCCESS;
+  } catch (const std::logic_error& error) {
+    complain(error.what());
+    return WRONG_USAGE;
+  }
+}
+
 ExitStatus run(const Options& options) {
   switch (options.verb) {
     case Verb::LIST:
@@ -112,6 +125,8 @@ ExitStatus run(const Options& options) {
       return events(options);
     case Verb::TOPOLOGY:
       return topology(options);
+    case Verb::OPCLASS:
+      return opclass(options);
   }
   return WRONG_USAGE;
 }

@@ -1,6 +1,11 @@
 #include "tools/meshctl/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "qel/core/text.h"
 
 namespace meshctl {
 
@@ -19,6 +24,99 @@ CLI::App* add_verb(CLI::App& app, Options& options, Verb verb, const std::string
         ->required();
   }
   return subcommand;
+}
+
+template <class Value>
+using Choices = std::vector<std::pair<std::string, Value>>;
+
+/// An option that is one of the names.
+template <class Target, class Value>
+CLI::Option* add_choice(CLI::App& app, const std::string& name, Target& target, const Choices<Value>& choices,
+                        const std::string& description) {
+  const auto take = [&target, choices](const std::string& choice) {
+    target = std::ranges::find(choices, choice, &Choices<Value>::value_type::first)->second;
+  };
+  return app.add_option_function<std::string>(name, take, description)
+      ->type_name(qel::to_upper(name.substr(2)))
+      ->check(CLI::IsMember(choices).description(""));
+}
+
+/// Whole, and decimal: the parser would take a leading zero for octal.
+CLI::Validator number_from_to(long lowest, long highest) {
+  const auto take = [=](std::string& text) -> std::string {
+    long number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [rest, error] = std::from_chars(text.data(), end, number);
+    if (error != std::errc() || rest != end || number < lowest || number > highest) {
+      return "Value " + text + " is no whole number from " + std::to_string(lowest) + " to " + std::to_string(highest);
+    }
+    text = std::to_string(number);
+    return {};
+  };
+  return CLI::Validator(take, "");
+}
+
+CLI::App* add_opclass_verb(CLI::App& opclass, Options& options, OpclassVerb verb, const std::string& name,
+                           const std::string& description) {
+  using Region = qel::OperatingClassDeduction::Region;
+  const Choices<Region> regions = {{"global", Region::GLOBAL}, {"europe", Region::EUROPE}};
+  OpclassQuery& query = options.opclass;
+  CLI::App* subcommand = opclass.add_subcommand(name, description);
+  subcommand->callback([&options, verb] {
+    options.verb = Verb::OPCLASS;
+    options.opclass.verb = verb;
+  });
+  add_choice(*subcommand, "--region", query.region, regions, "Whose table: global (the default) or europe");
+  subcommand->add_flag("--json", query.json, "As JSON");
+  return subcommand;
+}
+
+void add_opclass(CLI::App& app, Options& options) {
+  using qel::ChannelWidth;
+  const Choices<ChannelWidth> widths = {{"20", ChannelWidth::WIDTH_20_MHZ},
+                                        {"40", ChannelWidth::WIDTH_40_MHZ},
+                                        {"80", ChannelWidth::WIDTH_80_MHZ},
+                                        {"160", ChannelWidth::WIDTH_160_MHZ},
+                                        {"80+80", ChannelWidth::WIDTH_80_80_MHZ}};
+  constexpr long HIGHEST = 100'000;  // MHz; no class is above
+  OpclassQuery& query = options.opclass;
+  CLI::App* opclass = app.add_subcommand("opclass", "Look operating classes up; no daemon is asked");
+  opclass->require_subcommand(1);
+  add_opclass_verb(*opclass, options, OpclassVerb::TABLE, "table", "Print the classes of a region");
+
+  CLI::App* of = add_opclass_verb(*opclass, options, OpclassVerb::OF, "of", "Print the classes of a channel");
+  const auto add_frequency = [of](const std::string& name, auto& frequency, const std::string& description) {
+    return of->add_option(name, frequency, description)->type_name("MHZ")->transform(number_from_to(1, HIGHEST));
+  };
+  add_frequency("--freq", query.frequency, "Center of the primary 20 MHz channel")->required();
+  CLI::Option* width = add_choice(*of, "--width", query.width, widths, "Of the channel: 20, 40, 80, 160 or 80+80");
+  CLI::Option* center = add_frequency("--center", query.center, "Center of the channel, or of its first segment");
+  width->needs(center);
+  center->needs(width);
+  add_frequency("--secondary", query.secondary_center, "Center of the second segment of an 80+80 MHz channel")
+      ->needs(width);
+
+  CLI::App* freq = add_opclass_verb(*opclass, options, OpclassVerb::FREQ, "freq", "Print where a channel lies");
+  const auto add_number = [freq](const std::string& name, unsigned char& number, const std::string& description) {
+    freq->add_option_function<int>(
+            name, [&number](int value) { number = static_cast<unsigned char>(value); }, description)
+        ->type_name("")
+        ->transform(number_from_to(0, 255))
+        ->required();
+  };
+  add_number("CLASS", query.opclass, "Number of the operating class");
+  add_number("CHANNEL", query.channel, "Number of the channel");
+}
+
+/// What the options cannot say each for itself.
+void check(const OpclassQuery& query) {
+  const bool has_two_segments = query.width == qel::ChannelWidth::WIDTH_80_80_MHZ;
+  if (has_two_segments && !query.secondary_center) {
+    throw UsageError("--width 80+80 requires --secondary");
+  }
+  if (!has_two_segments && query.secondary_center) {
+    throw UsageError("--secondary requires --width 80+80");
+  }
 }
 
 }  // namespace
@@ -44,6 +142,7 @@ Options parse_options(int argc, const char* const* argv) {
   CLI::App* topology = add_verb(app, options, Verb::TOPOLOGY, "topology", "Print what a daemon knows of the mesh");
   CLI::Option* json_flag = topology->add_flag("--json", json, "As JSON");
   topology->add_flag("--dot", dot, "As a graph for Graphviz")->excludes(json_flag);
+  add_opclass(app, options);
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -53,6 +152,7 @@ Options parse_options(int argc, const char* const* argv) {
   } catch (const CLI::ParseError& error) {
     throw UsageError(error.what());
   }
+  check(options.opclass);
   if (json) {
     options.format = "JSON";
   } else if (dot) {

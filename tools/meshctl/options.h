@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "tools/meshctl/opclass.h"
+
 namespace meshctl {
 
 class UsageError : public std::runtime_error {
@@ -11,14 +13,15 @@ class UsageError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-enum class Verb { LIST, EXEC, SHELL, LOG, EVENTS, TOPOLOGY };
+enum class Verb { LIST, EXEC, SHELL, LOG, EVENTS, TOPOLOGY, OPCLASS };
 
 struct Options {
   Verb verb = Verb::LIST;
-  std::string name;                ///< of the daemon; empty for LIST
+  std::string name;                ///< of the daemon; empty for LIST and OPCLASS
   std::vector<std::string> words;  ///< EXEC: of the command line
   bool follow = false;             ///< LOG: go on as lines come
   std::string format = "TEXT";     ///< TOPOLOGY: as the daemon knows it
+  OpclassQuery opclass;            ///< OPCLASS
   std::string notice;              ///< the help or the version when it was asked for: nothing else is to be done
 };
 

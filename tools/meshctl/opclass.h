@@ -1,0 +1,30 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "qel/channel/operating_class_deduction.h"
+
+namespace meshctl {
+
+enum class OpclassVerb { TABLE, OF, FREQ };
+
+/// A question about operating classes.
+struct OpclassQuery {
+  OpclassVerb verb = OpclassVerb::TABLE;
+  qel::OperatingClassDeduction::Region region = qel::OperatingClassDeduction::Region::GLOBAL;
+  bool json = false;
+  // OF, in MHz:
+  long frequency = 0;                      ///< of the primary channel
+  std::optional<qel::ChannelWidth> width;  ///< with the centre, or neither
+  std::optional<long> center;              ///< of the segment, the first one of 80+80 MHz
+  std::optional<long> secondary_center;    ///< 80+80 MHz only
+  // FREQ:
+  unsigned char opclass = 0;
+  unsigned char channel = 0;
+};
+
+/// The answer, its last line ended. Throws std::logic_error for what has none.
+std::string answer(const OpclassQuery& query);
+
+}  // namespace meshctl
