@@ -7,10 +7,10 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <new>
 #include <string>
 #include <vector>
 
+#include "bench/allocations.h"
 #include "bench/plain_codec.h"
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
@@ -18,22 +18,6 @@
 
 /// Decoding, encoding and printing the reference messages, beside a memcpy of the same octets and a hand-written codec
 /// in the same run. The figures are the ratios; a table of them follows the measurements.
-
-namespace {
-
-std::size_t allocations = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-  ++allocations;
-  if (void* memory = std::malloc(size); memory != nullptr) {
-    return memory;
-  }
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace {
 
