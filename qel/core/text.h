@@ -34,4 +34,19 @@ class Decimal {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, Decimal number);
 
+/// Prints a number in lower-case hexadecimal digits, as few as it takes, whatever the stream is set to.
+class Hexadecimal {
+ public:
+  constexpr explicit Hexadecimal(std::uint64_t value) : value_(value) {}
+
+  constexpr std::uint64_t value() const { return value_; }
+
+ private:
+  std::uint64_t value_;
+};
+
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, Hexadecimal number);
+
+constexpr const char* true_or_false(bool value) { return value ? "true" : "false"; }
+
 }  // namespace qel

@@ -4,6 +4,7 @@
 
 #include "qel/core/enum_text.h"
 #include "qel/core/serialization/record_impl.h"
+#include "qel/core/text.h"
 
 namespace qel::ieee1905_1 {
 
@@ -13,8 +14,6 @@ constexpr EnumText MESSAGE_VERSIONS[] = {
     {0, "IEEE1905_1"},
     {255, "INVALID"},
 };
-
-const char* true_or_false(bool value) { return value ? "true" : "false"; }
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include <istream>
 #include <span>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "qel/core/export.h"
@@ -88,11 +89,14 @@ class Reader {
     while (count != 0) {
       const std::size_t chunk = next_chunk<T>(count);
       const std::uint8_t* octets = take_chunk<T>(chunk);
-      const std::size_t first = values.size();
-      values.resize(first + chunk);
-      if constexpr (WireType<T>::OCTETS) {
-        std::memcpy(values.data() + first, octets, chunk * SIZE);
+      if constexpr (std::is_same_v<T, std::uint8_t>) {
+        values.insert(values.end(), octets, octets + chunk);  // without zeroing them first
+      } else if constexpr (WireType<T>::OCTETS) {
+        values.resize(values.size() + chunk);
+        std::memcpy(values.data() + values.size() - chunk, octets, chunk * SIZE);
       } else {
+        const std::size_t first = values.size();
+        values.resize(first + chunk);
         for (std::size_t i = 0; i < chunk; ++i) {
           WireType<T>::load(octets + i * SIZE, values[first + i]);
         }

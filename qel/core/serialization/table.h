@@ -111,8 +111,32 @@ constexpr CountedList<std::uint8_t, C, E> list8(ListText text, std::vector<E> C:
   return {text, member, limits};
 }
 
+template <class C, class E>
+constexpr CountedList<std::uint16_t, C, E> list16(ListText text, std::vector<E> C::*member, CountLimits limits) {
+  return {text, member, limits};
+}
+
+/// A string behind an octet of its size; no terminator, any octets. Decoding takes any size.
+template <class C>
+struct String8 {
+  static constexpr bool FIXED = false;
+  static constexpr std::size_t MIN_SIZE = 1;
+  std::string& of(C& object) const { return object.*member; }
+  const std::string& of(const C& object) const { return object.*member; }
+
+  const char* label;
+  std::string C::*member;
+  CountLimits limits;
+};
+
+template <class C>
+constexpr String8<C> string8(const char* label, std::string C::*member, CountLimits limits) {
+  return {label, member, limits};
+}
+
 /// A list of elements of fixed size up to the end of the body, directly behind fields of fixed size. A length that does
-/// not even cover those throws `too_short`; a rest that the elements do not fill throws `uneven`.
+/// not even cover those throws `too_short`; a rest that the elements do not fill throws `uneven`, which single octets
+/// have no need of.
 template <class C, class E>
 struct RestList {
   static constexpr bool FIXED = false;
@@ -128,7 +152,7 @@ struct RestList {
 
 template <class C, class E>
 constexpr RestList<C, E> rest_list(ListText text, std::vector<E> C::*member, const char* too_short,
-                                   const char* uneven) {
+                                   const char* uneven = nullptr) {
   return {text, member, too_short, uneven};
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <ostream>
+#include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -192,6 +193,23 @@ template <class N, class C, class E>
                                               std::size_t) {
   const std::size_t count = in.get<N>();
   row.of(record) = decode_elements<E>(in, count);
+}
+
+template <class C>
+[[gnu::always_inline]] inline void encode_row(const String8<C>& row, Writer& out, const C& record) {
+  const std::string& text = row.of(record);
+  check_count(text.size(), row.limits);
+  out.put(static_cast<std::uint8_t>(text.size()));
+  out.put_characters(text);
+}
+
+template <class C>
+[[gnu::always_inline]] inline void decode_row(const String8<C>& row, Reader& in, C& record, std::uint16_t,
+                                              std::size_t) {
+  const std::size_t size = in.get<std::uint8_t>();
+  std::string text;
+  in.get_characters(text, size);
+  row.of(record) = std::move(text);
 }
 
 template <class C, class E>
