@@ -5,12 +5,27 @@
 #include <iterator>
 #include <ostream>
 
+#include "qel/ieee1905_1/ap_capability_tlvs.h"
+#include "qel/ieee1905_1/ap_he_capabilities_tlv.h"
+#include "qel/ieee1905_1/ap_phy_capabilities_tlvs.h"
 #include "qel/ieee1905_1/autoconfiguration_tlvs.h"
+#include "qel/ieee1905_1/backhaul_steering_tlvs.h"
+#include "qel/ieee1905_1/beacon_metrics_tlvs.h"
+#include "qel/ieee1905_1/bss_tlvs.h"
+#include "qel/ieee1905_1/channel_preference_tlvs.h"
+#include "qel/ieee1905_1/client_association_control_tlv.h"
+#include "qel/ieee1905_1/client_tlvs.h"
 #include "qel/ieee1905_1/device_identification_tlv.h"
 #include "qel/ieee1905_1/device_information_tlv.h"
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/link_metric_tlvs.h"
+#include "qel/ieee1905_1/metrics_tlvs.h"
 #include "qel/ieee1905_1/neighbor_tlvs.h"
+#include "qel/ieee1905_1/operating_channel_tlvs.h"
+#include "qel/ieee1905_1/service_tlvs.h"
+#include "qel/ieee1905_1/steering_policy_tlvs.h"
+#include "qel/ieee1905_1/steering_tlvs.h"
+#include "qel/ieee1905_1/unassociated_sta_tlvs.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 
 namespace qel::ieee1905_1 {
@@ -58,42 +73,44 @@ constexpr Row ROWS[] = {
     {PUSH_BUTTON_EVENT_NOTIFICATION, "PUSH_BUTTON_EVENT_NOTIFICATION", nullptr},
     {PUSH_BUTTON_JOIN_NOTIFICATION, "PUSH_BUTTON_JOIN_NOTIFICATION", nullptr},
     {DEVICE_IDENTIFICATION_TYPE, "DEVICE_IDENTIFICATION_TYPE", make<DeviceIdentificationTypeTLV>},
-    {SUPPORTED_SERVICE, "SUPPORTED_SERVICE", nullptr},
-    {SEARCHED_SERVICE, "SEARCHED_SERVICE", nullptr},
+    {SUPPORTED_SERVICE, "SUPPORTED_SERVICE", make<SupportedServiceTLV>},
+    {SEARCHED_SERVICE, "SEARCHED_SERVICE", make<SearchedServiceTLV>},
     {AP_RADIO_IDENTIFIER, "AP_RADIO_IDENTIFIER", make_mac<AP_RADIO_IDENTIFIER>},
-    {AP_OPERATIONAL_BSS, "AP_OPERATIONAL_BSS", nullptr},
-    {ASSOCIATED_CLIENTS, "ASSOCIATED_CLIENTS", nullptr},
-    {AP_RADIO_BASIC_CAPABILITIES, "AP_RADIO_BASIC_CAPABILITIES", nullptr},
-    {AP_HT_CAPABILITIES, "AP_HT_CAPABILITIES", nullptr},
-    {AP_VHT_CAPABILITIES, "AP_VHT_CAPABILITIES", nullptr},
-    {AP_HE_CAPABILITIES, "AP_HE_CAPABILITIES", nullptr},
-    {STEERING_POLICY, "STEERING_POLICY", nullptr},
-    {METRIC_REPORTING_POLICY, "METRIC_REPORTING_POLICY", nullptr},
-    {CHANNEL_PREFERENCE, "CHANNEL_PREFERENCE", nullptr},
-    {RADIO_OPERATION_RESTRICTION, "RADIO_OPERATION_RESTRICTION", nullptr},
-    {TRANSMIT_POWER_LIMIT, "TRANSMIT_POWER_LIMIT", nullptr},
-    {CHANNEL_SELECTION_RESPONSE, "CHANNEL_SELECTION_RESPONSE", nullptr},
-    {OPERATING_CHANNEL_REPORT, "OPERATING_CHANNEL_REPORT", nullptr},
-    {CLIENT_INFO, "CLIENT_INFO", nullptr},
-    {CLIENT_CAPABILITY_REPORT, "CLIENT_CAPABILITY_REPORT", nullptr},
-    {CLIENT_ASSOCIATION_EVENT, "CLIENT_ASSOCIATION_EVENT", nullptr},
-    {AP_METRIC_QUERY, "AP_METRIC_QUERY", nullptr},
-    {AP_METRICS, "AP_METRICS", nullptr},
+    {AP_OPERATIONAL_BSS, "AP_OPERATIONAL_BSS", make<APOperationalBSSTLV>},
+    {ASSOCIATED_CLIENTS, "ASSOCIATED_CLIENTS", make<AssociatedClientsTLV>},
+    {AP_RADIO_BASIC_CAPABILITIES, "AP_RADIO_BASIC_CAPABILITIES", make<APRadioBasicCapabilitiesTLV>},
+    {AP_HT_CAPABILITIES, "AP_HT_CAPABILITIES", make<APHTCapabilitiesTLV>},
+    {AP_VHT_CAPABILITIES, "AP_VHT_CAPABILITIES", make<APVHTCapabilitiesTLV>},
+    {AP_HE_CAPABILITIES, "AP_HE_CAPABILITIES", make<APHECapabilitiesTLV>},
+    {STEERING_POLICY, "STEERING_POLICY", make<SteeringPolicyTLV>},
+    {METRIC_REPORTING_POLICY, "METRIC_REPORTING_POLICY", make<MetricReportingPolicyTLV>},
+    {CHANNEL_PREFERENCE, "CHANNEL_PREFERENCE", make<ChannelPreferenceTLV>},
+    {RADIO_OPERATION_RESTRICTION, "RADIO_OPERATION_RESTRICTION", make<RadioOperationRestrictionTLV>},
+    {TRANSMIT_POWER_LIMIT, "TRANSMIT_POWER_LIMIT", make<TransmitPowerLimitTLV>},
+    {CHANNEL_SELECTION_RESPONSE, "CHANNEL_SELECTION_RESPONSE", make<ChannelSelectionResponseTLV>},
+    {OPERATING_CHANNEL_REPORT, "OPERATING_CHANNEL_REPORT", make<OperatingChannelReportTLV>},
+    {CLIENT_INFO, "CLIENT_INFO", make<ClientInfoTLV>},
+    {CLIENT_CAPABILITY_REPORT, "CLIENT_CAPABILITY_REPORT", make<ClientCapabilityReportTLV>},
+    {CLIENT_ASSOCIATION_EVENT, "CLIENT_ASSOCIATION_EVENT", make<ClientAssociationEventTLV>},
+    {AP_METRIC_QUERY, "AP_METRIC_QUERY", make<APMetricQueryTLV>},
+    {AP_METRICS, "AP_METRICS", make<APMetricsTLV>},
     {STA_MAC_ADDRESS, "STA_MAC_ADDRESS", make_mac<STA_MAC_ADDRESS>},
-    {ASSOCIATED_STA_LINK_METRICS, "ASSOCIATED_STA_LINK_METRICS", nullptr},
-    {UNASSOCIATED_STA_LINK_METRICS, "UNASSOCIATED_STA_LINK_METRICS", nullptr},
-    {UNASSOCIATED_STA_LINK_METRICS_RESPONSE, "UNASSOCIATED_STA_LINK_METRICS_RESPONSE", nullptr},
-    {BEACON_METRICS_QUERY, "BEACON_METRICS_QUERY", nullptr},
-    {BEACON_METRICS_RESOPNSE, "BEACON_METRICS_RESOPNSE", nullptr},
-    {STEERING_REQUEST, "STEERING_REQUEST", nullptr},
-    {STEERING_BTM_REPORT, "STEERING_BTM_REPORT", nullptr},
-    {CLIENT_ASSOCIATION_CONTROL_REQUEST, "CLIENT_ASSOCIATION_CONTROL_REQUEST", nullptr},
-    {BACKHAUL_STEERING_REQUEST, "BACKHAUL_STEERING_REQUEST", nullptr},
-    {BACKHAUL_STEERING_RESPONSE, "BACKHAUL_STEERING_RESPONSE", nullptr},
-    {HIGHER_LAYER_DATA, "HIGHER_LAYER_DATA", nullptr},
-    {AP_CAPABILITY, "AP_CAPABILITY", nullptr},
-    {ASSOCIATED_STA_TRAFFIC_STATS, "ASSOCIATED_STA_TRAFFIC_STATS", nullptr},
-    {ERROR_CODE, "ERROR_CODE", nullptr},
+    {ASSOCIATED_STA_LINK_METRICS, "ASSOCIATED_STA_LINK_METRICS", make<AssociatedSTALinkMetricsTLV>},
+    {UNASSOCIATED_STA_LINK_METRICS, "UNASSOCIATED_STA_LINK_METRICS", make<UnassociatedSTALinkMetricsQueryTLV>},
+    {UNASSOCIATED_STA_LINK_METRICS_RESPONSE, "UNASSOCIATED_STA_LINK_METRICS_RESPONSE",
+     make<UnassociatedSTALinkMetricsResponseTLV>},
+    {BEACON_METRICS_QUERY, "BEACON_METRICS_QUERY", make<BeaconMetricsQueryTLV>},
+    {BEACON_METRICS_RESOPNSE, "BEACON_METRICS_RESOPNSE", make<BeaconMetricsResponseTLV>},
+    {STEERING_REQUEST, "STEERING_REQUEST", make<SteeringRequestTLV>},
+    {STEERING_BTM_REPORT, "STEERING_BTM_REPORT", make<SteeringBTMReportTLV>},
+    {CLIENT_ASSOCIATION_CONTROL_REQUEST, "CLIENT_ASSOCIATION_CONTROL_REQUEST",
+     make<ClientAssociationControlRequestTLV>},
+    {BACKHAUL_STEERING_REQUEST, "BACKHAUL_STEERING_REQUEST", make<BackhaulSteeringRequestTLV>},
+    {BACKHAUL_STEERING_RESPONSE, "BACKHAUL_STEERING_RESPONSE", make<BackhaulSteeringResponseTLV>},
+    {HIGHER_LAYER_DATA, "HIGHER_LAYER_DATA", make<HigherLayerDataTLV>},
+    {AP_CAPABILITY, "AP_CAPABILITY", make<APCapabilityTLV>},
+    {ASSOCIATED_STA_TRAFFIC_STATS, "ASSOCIATED_STA_TRAFFIC_STATS", make<AssociatedSTATrafficStatsTLV>},
+    {ERROR_CODE, "ERROR_CODE", make<ErrorCodeTLV>},
     {CHANNEL_SCAN_REPORTING_POLICY, "CHANNEL_SCAN_REPORTING_POLICY", nullptr},
     {CHANNEL_SCAN_CAPAILITIES, "CHANNEL_SCAN_CAPAILITIES", nullptr},
     {CHANNEL_SCAN_REQUEST, "CHANNEL_SCAN_REQUEST", nullptr},
@@ -124,7 +141,7 @@ constexpr Row ROWS[] = {
     {ASSOCIATED_STA_EXTENDED_LINK_METRICS, "ASSOCIATED_STA_EXTENDED_LINK_METRICS", nullptr},
     {STATUS_CODE, "STATUS_CODE", nullptr},
     {REASON_CODE, "REASON_CODE", nullptr},
-    {BACKHAUL_STA_RADIO_CAPABILITIES, "BACKHAUL_STA_RADIO_CAPABILITIES", nullptr},
+    {BACKHAUL_STA_RADIO_CAPABILITIES, "BACKHAUL_STA_RADIO_CAPABILITIES", make<BackhaulSTARadioCapabilitiesTLV>},
     {BACKHAUL_BSS_CONFIGURATION, "BACKHAUL_BSS_CONFIGURATION", nullptr},
     {DUMMY, "DUMMY", make<DummyTLV>},
 };

@@ -139,7 +139,7 @@ TEST(Factories, MakeEmptyObjectsOfTheClassesOfTheirCodes) {
       EXPECT_EQ(payload->get_type(), QELVendorTLVType(code));
     }
   }
-  EXPECT_EQ(tlvs, " 0 1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 21 130 149 255");
+  EXPECT_EQ(tlvs, " 0 1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 21 128 129 130 131 132 133 134 135 136 137 138 139 140 141 142 143 144 145 146 147 148 149 150 151 152 153 154 155 156 157 158 159 160 161 162 163 203 255");
   EXPECT_EQ(payloads, " 0 9 12");
 
   using enum TLVType;

@@ -1,0 +1,82 @@
+#include "qel/ieee1905_1/ap_he_capabilities_tlv.h"
+
+#include <ostream>
+
+#include "qel/core/serialization/serialization_exception.h"
+#include "qel/core/text.h"
+#include "qel/ieee1905_1/table_tlv_impl.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+/// The octets of the maps of one width.
+constexpr std::uint8_t MAPS_SIZE = 4;
+
+}  // namespace
+
+[[gnu::always_inline]] inline void APHECapabilitiesTLV::encode_body(serialization::Writer& out) const {
+  // The length does not tell which widths the maps are for. With 80+80 but without 160 MHz a reader, this one included,
+  // finds the maps of 80+80 where it expects those of 160 and refuses the TLV; the peers rely on the form as it is.
+  const int pairs = 1 + int{get_he_160_mhz_support()} + int{get_he_80_80_mhz_support()};
+  out.put(radio_identifier_, static_cast<std::uint8_t>(pairs * MAPS_SIZE), mcs_80_);
+  if (get_he_160_mhz_support()) {
+    out.put(mcs_160_);
+  }
+  if (get_he_80_80_mhz_support()) {
+    out.put(mcs_8080_);
+  }
+  out.put(flags_);
+}
+
+[[gnu::always_inline]] inline void APHECapabilitiesTLV::decode_body(serialization::Reader& in, std::uint16_t) {
+  std::uint8_t size = 0;
+  in.get(radio_identifier_, size);
+  if (size != MAPS_SIZE && size != 2 * MAPS_SIZE && size != 3 * MAPS_SIZE) {
+    serialization::fail("Invalid MCS set size");
+  }
+  const bool has_160 = size >= 2 * MAPS_SIZE;
+  const bool has_8080 = size == 3 * MAPS_SIZE;
+  in.get(mcs_80_);
+  if (has_160) {
+    in.get(mcs_160_);
+  }
+  if (has_8080) {
+    in.get(mcs_8080_);
+  }
+  in.get(flags_);
+  if ((has_160 && !get_he_160_mhz_support()) || (has_8080 && !get_he_80_80_mhz_support())) {
+    serialization::fail("HE Capabilities with inconsistent MCS set");
+  }
+}
+
+bool APHECapabilitiesTLV::equals(const APHECapabilitiesTLV& other) const {
+  return radio_identifier_ == other.radio_identifier_ && mcs_80_ == other.mcs_80_ && mcs_160_ == other.mcs_160_ &&
+         mcs_8080_ == other.mcs_8080_ && flags_ == other.flags_;
+}
+
+void APHECapabilitiesTLV::dbg_str(std::ostream& os) const {
+  TLV::dbg_str(os);
+  os << " RadioIdentifier:" << radio_identifier_                                //
+     << " HE_TX_MCS_80:0x" << Hexadecimal(mcs_80_.tx.to_ulong())                //
+     << " HE_RX_MCS_80:0x" << Hexadecimal(mcs_80_.rx.to_ulong())                //
+     << " HE_TX_MCS_160:0x" << Hexadecimal(mcs_160_.tx.to_ulong())              //
+     << " HE_RX_MCS_160:0x" << Hexadecimal(mcs_160_.rx.to_ulong())              //
+     << " HE_TX_MCS_8080:0x" << Hexadecimal(mcs_8080_.tx.to_ulong())            //
+     << " HE_RX_MCS_8080:0x" << Hexadecimal(mcs_8080_.rx.to_ulong())            //
+     << " TXSpatialStreams:" << Decimal(get_number_tx_spatial_streams())        //
+     << " RXSpatialStreams:" << Decimal(get_number_rx_spatial_streams())        //
+     << "\n\tHE80+80:" << true_or_false(get_he_80_80_mhz_support())             //
+     << " HE160:" << true_or_false(get_he_160_mhz_support())                    //
+     << " SUBeamforming:" << true_or_false(get_su_beamformer_capable())         //
+     << " MUBeamforming:" << true_or_false(get_mu_beamformer_capable())         //
+     << " UL_MU-MIMO:" << true_or_false(get_ul_mumimo_capable())                //
+     << "\n\tUL_MUMIMO_OFDMA:" << true_or_false(get_ul_mumimo_ofdma_capable())  //
+     << " DL_MUMIMO_OFDMA:" << true_or_false(get_dl_mumimo_ofdma_capable())     //
+     << " UL_OFDMA:" << true_or_false(get_ul_ofdma_capable())                   //
+     << " DL_OFDMA:" << true_or_false(get_dl_ofdma_capable());
+}
+
+template class TableTLV<APHECapabilitiesTLV, TLVType::AP_HE_CAPABILITIES>;
+
+}  // namespace qel::ieee1905_1

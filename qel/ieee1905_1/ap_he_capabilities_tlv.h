@@ -1,0 +1,126 @@
+#pragma once
+
+#include <bitset>
+#include <cstddef>
+#include <cstdint>
+#include <iosfwd>
+
+#include "qel/channel/spatial_streams.h"
+#include "qel/core/bit_field.h"
+#include "qel/core/export.h"
+#include "qel/core/mac_address.h"
+#include "qel/ieee1905_1/table_tlv.h"
+
+namespace qel::ieee1905_1 {
+
+/// AP HE Capabilities TLV (type 136, Multi-AP Specification, 17.2.10): what a radio can do as an IEEE 802.11ax access
+/// point.
+///
+/// Which maps are encoded follows from the two flags of the widths, whatever the maps hold: those for 80 MHz always,
+/// those for 160 and 80+80 MHz with their flags. Decoding takes as many as the length of the set says and refuses maps
+/// without their flag; a flag without its maps is accepted, and the maps stay as they were.
+class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV, TLVType::AP_HE_CAPABILITIES> {
+ public:
+  /// Nothing is supported.
+  APHECapabilitiesTLV() = default;
+  explicit APHECapabilitiesTLV(const MACAddress& radio) : radio_identifier_(radio) {}
+
+  const MACAddress& get_radio_identifier() const { return radio_identifier_; }
+  void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
+
+  const MCSMap& get_he_tx_mcs_80() const { return mcs_80_.tx; }
+  void set_he_tx_mcs_80(const MCSMap& map) { mcs_80_.tx = map; }
+  const MCSMap& get_he_rx_mcs_80() const { return mcs_80_.rx; }
+  void set_he_rx_mcs_80(const MCSMap& map) { mcs_80_.rx = map; }
+  const MCSMap& get_he_tx_mcs_160() const { return mcs_160_.tx; }
+  void set_he_tx_mcs_160(const MCSMap& map) { mcs_160_.tx = map; }
+  const MCSMap& get_he_rx_mcs_160() const { return mcs_160_.rx; }
+  void set_he_rx_mcs_160(const MCSMap& map) { mcs_160_.rx = map; }
+  const MCSMap& get_he_tx_mcs_8080() const { return mcs_8080_.tx; }
+  void set_he_tx_mcs_8080(const MCSMap& map) { mcs_8080_.tx = map; }
+  const MCSMap& get_he_rx_mcs_8080() const { return mcs_8080_.rx; }
+  void set_he_rx_mcs_8080(const MCSMap& map) { mcs_8080_.rx = map; }
+
+  // One number of streams in a map: see get_mcs and set_mcs.
+  std::uint8_t get_he_tx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(mcs_80_.tx, nss); }
+  void set_he_tx_mcs_spatial_stream_80(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_80_.tx, nss, mcs); }
+  std::uint8_t get_he_rx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(mcs_80_.rx, nss); }
+  void set_he_rx_mcs_spatial_stream_80(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_80_.rx, nss, mcs); }
+  std::uint8_t get_he_tx_mcs_spatial_stream_160(unsigned int nss) const { return get_mcs(mcs_160_.tx, nss); }
+  void set_he_tx_mcs_spatial_stream_160(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_160_.tx, nss, mcs); }
+  std::uint8_t get_he_rx_mcs_spatial_stream_160(unsigned int nss) const { return get_mcs(mcs_160_.rx, nss); }
+  void set_he_rx_mcs_spatial_stream_160(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_160_.rx, nss, mcs); }
+  std::uint8_t get_he_tx_mcs_spatial_stream_8080(unsigned int nss) const { return get_mcs(mcs_8080_.tx, nss); }
+  void set_he_tx_mcs_spatial_stream_8080(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_8080_.tx, nss, mcs); }
+  std::uint8_t get_he_rx_mcs_spatial_stream_8080(unsigned int nss) const { return get_mcs(mcs_8080_.rx, nss); }
+  void set_he_rx_mcs_spatial_stream_8080(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_8080_.rx, nss, mcs); }
+
+  // 1 to 8: see get_stream_count; 0 is kept as 8.
+  std::uint8_t get_number_tx_spatial_streams() const { return get_stream_count(flags_, TX_STREAMS); }
+  void set_number_tx_spatial_streams(std::uint8_t number) { set_stream_count(flags_, TX_STREAMS, number); }
+  std::uint8_t get_number_rx_spatial_streams() const { return get_stream_count(flags_, RX_STREAMS); }
+  void set_number_rx_spatial_streams(std::uint8_t number) { set_stream_count(flags_, RX_STREAMS, number); }
+
+  bool get_he_80_80_mhz_support() const { return flags_[HE_80_80_MHZ]; }
+  void set_he_80_80_mhz_support(bool support) { flags_[HE_80_80_MHZ] = support; }
+  bool get_he_160_mhz_support() const { return flags_[HE_160_MHZ]; }
+  void set_he_160_mhz_support(bool support) { flags_[HE_160_MHZ] = support; }
+  bool get_su_beamformer_capable() const { return flags_[SU_BEAMFORMER]; }
+  void set_su_beamformer_capable(bool capable) { flags_[SU_BEAMFORMER] = capable; }
+  bool get_mu_beamformer_capable() const { return flags_[MU_BEAMFORMER]; }
+  void set_mu_beamformer_capable(bool capable) { flags_[MU_BEAMFORMER] = capable; }
+  bool get_ul_mumimo_capable() const { return flags_[UL_MUMIMO]; }
+  void set_ul_mumimo_capable(bool capable) { flags_[UL_MUMIMO] = capable; }
+  bool get_ul_mumimo_ofdma_capable() const { return flags_[UL_MUMIMO_OFDMA]; }
+  void set_ul_mumimo_ofdma_capable(bool capable) { flags_[UL_MUMIMO_OFDMA] = capable; }
+  bool get_dl_mumimo_ofdma_capable() const { return flags_[DL_MUMIMO_OFDMA]; }
+  void set_dl_mumimo_ofdma_capable(bool capable) { flags_[DL_MUMIMO_OFDMA] = capable; }
+  bool get_ul_ofdma_capable() const { return flags_[UL_OFDMA]; }
+  void set_ul_ofdma_capable(bool capable) { flags_[UL_OFDMA] = capable; }
+  bool get_dl_ofdma_capable() const { return flags_[DL_OFDMA]; }
+  void set_dl_ofdma_capable(bool capable) { flags_[DL_OFDMA] = capable; }
+
+  void dbg_str(std::ostream& os) const override;
+
+  // For the codec alone: not exported.
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+  bool equals(const APHECapabilitiesTLV& other) const;
+
+ private:
+  /// Bits of the flags; bit 0 is reserved.
+  enum Flag : std::size_t {
+    HE_80_80_MHZ = 9,
+    HE_160_MHZ = 8,
+    SU_BEAMFORMER = 7,
+    MU_BEAMFORMER = 6,
+    UL_MUMIMO = 5,
+    UL_MUMIMO_OFDMA = 4,
+    DL_MUMIMO_OFDMA = 3,
+    UL_OFDMA = 2,
+    DL_OFDMA = 1
+  };
+  static constexpr BitField TX_STREAMS{13, 3};
+  static constexpr BitField RX_STREAMS{10, 3};
+
+  /// The maps of one width in the order of the wire.
+  struct MCSMaps {
+    MCSMap rx = NO_MCS_SUPPORTED;
+    MCSMap tx = NO_MCS_SUPPORTED;
+
+    bool operator==(const MCSMaps&) const = default;
+    static constexpr auto table() {
+      return serialization::rows(serialization::Field{&MCSMaps::rx}, serialization::Field{&MCSMaps::tx});
+    }
+  };
+
+  MACAddress radio_identifier_;
+  MCSMaps mcs_80_;
+  MCSMaps mcs_160_;
+  MCSMaps mcs_8080_;
+  std::bitset<16> flags_;
+};
+
+extern template class TableTLV<APHECapabilitiesTLV, TLVType::AP_HE_CAPABILITIES>;
+
+}  // namespace qel::ieee1905_1

@@ -1,0 +1,26 @@
+#include "qel/ieee1905_1/backhaul_steering_tlvs.h"
+
+#include "qel/core/enum_text.h"
+#include "qel/ieee1905_1/table_tlv_impl.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+constexpr EnumText RESULT_CODES[] = {
+    {0, "SUCCESS"},
+    {1, "FAILURE"},
+    {255, "INVALID"},
+};
+
+}  // namespace
+
+std::string enum_to_string(BackhaulSteeringResultCode code) { return enum_text(RESULT_CODES, code); }
+std::ostream& operator<<(std::ostream& os, BackhaulSteeringResultCode code) {
+  return print_enum(os, RESULT_CODES, code);
+}
+
+template class TableTLV<BackhaulSteeringRequestTLV, TLVType::BACKHAUL_STEERING_REQUEST>;
+template class TableTLV<BackhaulSteeringResponseTLV, TLVType::BACKHAUL_STEERING_RESPONSE>;
+
+}  // namespace qel::ieee1905_1

@@ -1,0 +1,25 @@
+#include "qel/ieee1905_1/client_association_control_tlv.h"
+
+#include "qel/core/enum_text.h"
+#include "qel/ieee1905_1/table_tlv_impl.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+constexpr EnumText CONTROLS[] = {
+    {0, "BLOCK"},
+    {1, "UNBLOCK"},
+    {255, "INVALID"},
+};
+
+}  // namespace
+
+std::string enum_to_string(ClientAssociationControl control) { return enum_text(CONTROLS, control); }
+std::ostream& operator<<(std::ostream& os, ClientAssociationControl control) {
+  return print_enum(os, CONTROLS, control);
+}
+
+template class TableTLV<ClientAssociationControlRequestTLV, TLVType::CLIENT_ASSOCIATION_CONTROL_REQUEST>;
+
+}  // namespace qel::ieee1905_1

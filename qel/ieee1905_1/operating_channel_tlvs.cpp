@@ -1,0 +1,41 @@
+#include "qel/ieee1905_1/operating_channel_tlvs.h"
+
+#include <ostream>
+
+#include "qel/core/enum_text.h"
+#include "qel/core/serialization/record_impl.h"
+#include "qel/core/text.h"
+#include "qel/ieee1905_1/table_tlv_impl.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+constexpr EnumText RESPONSE_CODES[] = {
+    {0, "ACCEPT"},
+    {1, "DECLINE_VIOLATES_CHANGED_PREFERED"},
+    {2, "DECLINE_VIOLATES_REPORTED_PREFERED"},
+    {3, "DECLINE_BREAKS_BACKHAUL_LINK"},
+    {255, "INVALID"},
+};
+
+}  // namespace
+
+std::string enum_to_string(ChannelSelectionResponseCode code) { return enum_text(RESPONSE_CODES, code); }
+std::ostream& operator<<(std::ostream& os, ChannelSelectionResponseCode code) {
+  return print_enum(os, RESPONSE_CODES, code);
+}
+
+void OperatingChannelReportTLV::dbg_str(std::ostream& os) const {
+  TLV::dbg_str(os);
+  os << " Radio Identifier: " << radio_identifier_ << " Transmit Power EIRP: " << Decimal(transmit_power_eirp_);
+  serialization::print_list(os, {.before = "  [", .prefix = "\n\t", .after = "]"}, channels_);
+}
+
+template class TableTLV<TransmitPowerLimitTLV, TLVType::TRANSMIT_POWER_LIMIT>;
+template class TableTLV<ChannelSelectionResponseTLV, TLVType::CHANNEL_SELECTION_RESPONSE>;
+template class TableTLV<OperatingChannelReportTLV, TLVType::OPERATING_CHANNEL_REPORT>;
+
+}  // namespace qel::ieee1905_1
+
+template class qel::serialization::Record<qel::ieee1905_1::OperatingClassChannel>;

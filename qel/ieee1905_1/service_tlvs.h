@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "qel/core/export.h"
+#include "qel/ieee1905_1/table_tlv.h"
+
+namespace qel::ieee1905_1 {
+
+/// Multi-AP Specification, 17.2.1. Octets without a name are kept.
+enum class ServiceType : std::uint8_t { MULTI_AP_CONTROLLER = 0, MULTI_AP_AGENT = 1 };
+
+/// Multi-AP Specification, 17.2.34. Octets without a name are kept.
+enum class HigherLayerProtocol : std::uint8_t { RESERVED = 0, TR181_TRANSPORT_PROTOCOL = 1, INVALID = 255 };
+
+QEL_EXPORT std::string enum_to_string(ServiceType service);
+QEL_EXPORT std::string enum_to_string(HigherLayerProtocol protocol);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, ServiceType service);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, HigherLayerProtocol protocol);
+
+/// The services of a node (type 128) or those that it looks for (type 129; Multi-AP Specification, 17.2.1 and 17.2.2).
+/// Without a service it decodes but does not encode.
+template <TLVType TYPE>
+class QEL_EXPORT ServiceTLV final : public TableTLV<ServiceTLV<TYPE>, TYPE> {
+ public:
+  const std::vector<ServiceType>& get_service_vector() const { return services_; }
+  void add_service(const ServiceType& service) { services_.push_back(service); }
+
+  static constexpr auto table() {
+    return serialization::rows(
+        serialization::list8({.before = "", .prefix = " service: "}, &ServiceTLV::services_, {1, 255}));
+  }
+
+ private:
+  std::vector<ServiceType> services_;
+};
+
+using SupportedServiceTLV = ServiceTLV<TLVType::SUPPORTED_SERVICE>;
+using SearchedServiceTLV = ServiceTLV<TLVType::SEARCHED_SERVICE>;
+
+/// Higher Layer Data TLV (type 160): carries octets for a protocol above the mesh (Multi-AP Specification, 17.2.34).
+/// The payload reaches up to the end of the body and may be empty.
+class QEL_EXPORT HigherLayerDataTLV final : public TableTLV<HigherLayerDataTLV, TLVType::HIGHER_LAYER_DATA> {
+ public:
+  HigherLayerDataTLV() = default;
+  HigherLayerDataTLV(HigherLayerProtocol protocol, std::vector<std::uint8_t> payload)
+      : protocol_(protocol), payload_(std::move(payload)) {}
+
+  HigherLayerProtocol get_protocol() const { return protocol_; }
+  void set_protocol(HigherLayerProtocol protocol) { protocol_ = protocol; }
+
+  /// More than 65534 octets are refused when encoding.
+  const std::vector<std::uint8_t>& get_payload() const { return payload_; }
+  void set_payload(std::vector<std::uint8_t> payload) { payload_ = std::move(payload); }
+
+  /// Shows the size of the payload, not its octets.
+  void dbg_str(std::ostream& os) const override;
+
+  static constexpr auto table() {
+    using T = HigherLayerDataTLV;
+    return serialization::rows(
+        serialization::Field{" Higher Layer Protocol: ", &T::protocol_},
+        serialization::rest_list({}, &T::payload_, "Invalid length, must fit at least protocol byte"));
+  }
+  /// The table, unless the payload is too long. For the codec alone: not exported.
+  inline void encode_body(serialization::Writer& out) const;
+
+ private:
+  HigherLayerProtocol protocol_ = HigherLayerProtocol::INVALID;
+  std::vector<std::uint8_t> payload_;
+};
+
+extern template class TableTLV<SupportedServiceTLV, TLVType::SUPPORTED_SERVICE>;
+extern template class TableTLV<SearchedServiceTLV, TLVType::SEARCHED_SERVICE>;
+extern template class TableTLV<HigherLayerDataTLV, TLVType::HIGHER_LAYER_DATA>;
+
+}  // namespace qel::ieee1905_1

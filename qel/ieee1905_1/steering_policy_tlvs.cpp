@@ -1,0 +1,37 @@
+#include "qel/ieee1905_1/steering_policy_tlvs.h"
+
+#include <ostream>
+
+#include "qel/core/enum_text.h"
+#include "qel/core/serialization/record_impl.h"
+#include "qel/core/text.h"
+#include "qel/ieee1905_1/table_tlv_impl.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+constexpr EnumText STEERING_POLICIES[] = {
+    {0, "AGENT_INITIATED_STEERING_DISALLOWED"},
+    {1, "AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED"},
+    {2, "AGENT_INITIATED_RCPI_BASED_STEERING_ALLOWED"},
+    {255, "RESERVED"},
+};
+
+}  // namespace
+
+std::string enum_to_string(SteeringPolicyType type) { return enum_text(STEERING_POLICIES, type); }
+std::ostream& operator<<(std::ostream& os, SteeringPolicyType type) { return print_enum(os, STEERING_POLICIES, type); }
+
+void MetricReportingRadioPolicy::dbg_str(std::ostream& os) const {
+  serialization::print_rows(os, *this);
+  os << " Stats: " << true_or_false(get_statistics()) << " Metrics: " << true_or_false(get_metrics());
+}
+
+template class TableTLV<SteeringPolicyTLV, TLVType::STEERING_POLICY>;
+template class TableTLV<MetricReportingPolicyTLV, TLVType::METRIC_REPORTING_POLICY>;
+
+}  // namespace qel::ieee1905_1
+
+template class qel::serialization::Record<qel::ieee1905_1::SteeringRadioPolicy>;
+template class qel::serialization::Record<qel::ieee1905_1::MetricReportingRadioPolicy>;
