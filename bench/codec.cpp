@@ -27,7 +27,8 @@ using qel::serialization::MemoryOStream;
 using qel::serialization::SerializationContext;
 using Octets = std::vector<std::uint8_t>;
 
-constexpr const char* MESSAGES[] = {"topology_response", "topology_response_large", "link_metric_response"};
+constexpr const char* MESSAGES[] = {"topology_response", "topology_response_large", "link_metric_response",
+                                    "ap_capability_report", "channel_preference_report_large"};
 
 Octets read_hex(const std::string& name) {
   std::ifstream file(std::string(QEL_BENCH_VECTORS) + "/" + name + ".hex");
@@ -159,14 +160,14 @@ class Figures : public benchmark::ConsoleReporter {
   }
 
   void print_table(std::ostream& os) const {
-    os << "\nmessage                  step     library  by hand   ratio   memcpy   allocations (by hand)\n"
+    os << "\nmessage                          step     library  by hand   ratio   memcpy   allocations (by hand)\n"
        << std::fixed << std::setprecision(0);
     for (const std::string message : MESSAGES) {
       for (const std::string step : {"decode", "encode"}) {
         print_row(os, message, step);
       }
       if (const auto text = figures_.find(message + "/print"); text != figures_.end()) {
-        os << std::left << std::setw(25) << message << std::setw(7) << "print" << std::right << std::setw(6)
+        os << std::left << std::setw(33) << message << std::setw(7) << "print" << std::right << std::setw(6)
            << text->second.nanoseconds << " ns\n";
       }
     }
@@ -180,7 +181,7 @@ class Figures : public benchmark::ConsoleReporter {
     if (library == figures_.end() || by_hand == figures_.end() || copy == figures_.end()) {
       return;  // left out by --benchmark_filter
     }
-    os << std::left << std::setw(25) << message << std::setw(7) << step << std::right << std::setw(6)
+    os << std::left << std::setw(33) << message << std::setw(7) << step << std::right << std::setw(6)
        << library->second.nanoseconds << " ns" << std::setw(6) << by_hand->second.nanoseconds << " ns"
        << std::setprecision(2) << std::setw(8) << library->second.nanoseconds / by_hand->second.nanoseconds
        << std::setprecision(1) << std::setw(6) << copy->second.nanoseconds << " ns" << std::setprecision(0)

@@ -2,31 +2,16 @@
 
 #include <cstring>
 
+#include "bench/plain_multiap.h"
+#include "bench/plain_octets.h"
+
 namespace plain {
 
 namespace {
 
-constexpr std::uint8_t END = 0, DEVICE = 3, BRIDGING = 4, NON_1905 = 6, NEIGHBOR = 7, TRANSMITTER = 9, RECEIVER = 10;
-
-std::uint16_t load16(const std::uint8_t* p) { return static_cast<std::uint16_t>(p[0] << 8 | p[1]); }
-std::uint32_t load32(const std::uint8_t* p) { return std::uint32_t{load16(p)} << 16 | load16(p + 2); }
-
-void store16(std::uint8_t* p, std::uint16_t value) {
-  p[0] = static_cast<std::uint8_t>(value >> 8);
-  p[1] = static_cast<std::uint8_t>(value);
-}
-void store32(std::uint8_t* p, std::uint32_t value) {
-  store16(p, static_cast<std::uint16_t>(value >> 16));
-  store16(p + 2, static_cast<std::uint16_t>(value));
-}
-
-/// Reads from `p` up to `end`; every reader returns false when the octets do not suffice.
-struct Cursor {
-  const std::uint8_t* p;
-  const std::uint8_t* end;
-
-  bool has(std::size_t count) const { return static_cast<std::size_t>(end - p) >= count; }
-};
+constexpr std::uint8_t END = 0, DEVICE = 3, BRIDGING = 4, NON_1905 = 6, NEIGHBOR = 7, TRANSMITTER = 9, RECEIVER = 10,
+                       RADIO_CAPABILITIES = 133, HT_CAPABILITIES = 134, VHT_CAPABILITIES = 135,
+                       CHANNEL_PREFERENCES = 139, RESTRICTION = 140, AP_CAPABILITY = 161;
 
 bool decode_device(Cursor& in, DeviceInformation& device) {
   if (!in.has(7)) {
@@ -87,7 +72,7 @@ bool decode_bridging(Cursor& in, BridgingCapability& bridging) {
     }
     bridging.tuples[i].macs = new Mac[macs];
     bridging.tuples[i].count = macs;
-    std::memcpy(bridging.tuples[i].macs, in.p, macs * sizeof(Mac));
+    copy(bridging.tuples[i].macs, in.p, macs * sizeof(Mac));
     in.p += macs * sizeof(Mac);
   }
   return true;
@@ -100,7 +85,7 @@ bool decode_non_1905(Cursor& in, std::size_t length, NonIEEE1905Neighbors& list)
   std::memcpy(&list.local, in.p, 6);
   list.count = (length - 6) / 6;
   list.macs = new Mac[list.count];
-  std::memcpy(list.macs, in.p + 6, length - 6);
+  copy(list.macs, in.p + 6, length - 6);
   in.p += length;
   return true;
 }
@@ -191,9 +176,27 @@ bool decode_body(Cursor& in, std::size_t length, Node& node) {
       return decode_transmitter(in, length, make_body<LinkMetrics<TransmitterLink>>(node));
     case RECEIVER:
       return decode_receiver(in, length, make_body<LinkMetrics<ReceiverLink>>(node));
+    case RADIO_CAPABILITIES:
+      return decode(in, make_body<RadioCapabilities>(node));
+    case HT_CAPABILITIES:
+      return decode(in, make_body<HTCapabilities>(node));
+    case VHT_CAPABILITIES:
+      return decode(in, make_body<VHTCapabilities>(node));
+    case CHANNEL_PREFERENCES:
+      return decode(in, make_body<ChannelPreferences>(node));
+    case RESTRICTION:
+      return decode(in, make_body<Restriction>(node));
+    case AP_CAPABILITY:
+      return decode(in, make_body<APCapability>(node));
     default:
       return false;
   }
+}
+
+template <class Body>
+void destroy_with_arrays(void* body) {
+  clear(*static_cast<Body*>(body));
+  delete static_cast<Body*>(body);
 }
 
 void destroy_body(Node& node) {
@@ -240,6 +243,24 @@ void destroy_body(Node& node) {
       delete metrics;
       break;
     }
+    case RADIO_CAPABILITIES:
+      destroy_with_arrays<RadioCapabilities>(node.body);
+      break;
+    case HT_CAPABILITIES:
+      delete static_cast<HTCapabilities*>(node.body);
+      break;
+    case VHT_CAPABILITIES:
+      delete static_cast<VHTCapabilities*>(node.body);
+      break;
+    case CHANNEL_PREFERENCES:
+      destroy_with_arrays<ChannelPreferences>(node.body);
+      break;
+    case RESTRICTION:
+      destroy_with_arrays<Restriction>(node.body);
+      break;
+    case AP_CAPABILITY:
+      delete static_cast<APCapability*>(node.body);
+      break;
     default:
       break;
   }
@@ -272,6 +293,18 @@ std::size_t size_of(const Node& node) {
       return 12 + static_cast<const LinkMetrics<TransmitterLink>*>(node.body)->count * 29;
     case RECEIVER:
       return 12 + static_cast<const LinkMetrics<ReceiverLink>*>(node.body)->count * 23;
+    case RADIO_CAPABILITIES:
+      return size_of(*static_cast<const RadioCapabilities*>(node.body));
+    case HT_CAPABILITIES:
+      return 7;
+    case VHT_CAPABILITIES:
+      return 12;
+    case CHANNEL_PREFERENCES:
+      return size_of(*static_cast<const ChannelPreferences*>(node.body));
+    case RESTRICTION:
+      return size_of(*static_cast<const Restriction*>(node.body));
+    case AP_CAPABILITY:
+      return 1;
     default:
       return 0;
   }
@@ -311,7 +344,7 @@ std::uint8_t* encode_bridging(const BridgingCapability& bridging, std::uint8_t* 
   for (std::uint8_t i = 0; i < bridging.count; ++i) {
     const BridgingTuple& tuple = bridging.tuples[i];
     *p++ = tuple.count;
-    std::memcpy(p, tuple.macs, tuple.count * sizeof(Mac));
+    copy(p, tuple.macs, tuple.count * sizeof(Mac));
     p += tuple.count * sizeof(Mac);
   }
   return p;
@@ -373,7 +406,7 @@ std::uint8_t* encode_body(const Node& node, std::uint8_t* p) {
     case NON_1905: {
       const auto& list = *static_cast<const NonIEEE1905Neighbors*>(node.body);
       std::memcpy(p, &list.local, 6);
-      std::memcpy(p + 6, list.macs, list.count * 6);
+      copy(p + 6, list.macs, list.count * 6);
       return p + 6 + list.count * 6;
     }
     case NEIGHBOR:
@@ -382,6 +415,18 @@ std::uint8_t* encode_body(const Node& node, std::uint8_t* p) {
       return encode_transmitter(*static_cast<const LinkMetrics<TransmitterLink>*>(node.body), p);
     case RECEIVER:
       return encode_receiver(*static_cast<const LinkMetrics<ReceiverLink>*>(node.body), p);
+    case RADIO_CAPABILITIES:
+      return encode(*static_cast<const RadioCapabilities*>(node.body), p);
+    case HT_CAPABILITIES:
+      return encode(*static_cast<const HTCapabilities*>(node.body), p);
+    case VHT_CAPABILITIES:
+      return encode(*static_cast<const VHTCapabilities*>(node.body), p);
+    case CHANNEL_PREFERENCES:
+      return encode(*static_cast<const ChannelPreferences*>(node.body), p);
+    case RESTRICTION:
+      return encode(*static_cast<const Restriction*>(node.body), p);
+    case AP_CAPABILITY:
+      return encode(*static_cast<const APCapability*>(node.body), p);
     default:
       return p;
   }
