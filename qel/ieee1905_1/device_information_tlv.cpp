@@ -9,35 +9,18 @@
 namespace qel::ieee1905_1 {
 
 const MediaSpecificInformation& InterfaceInformation::get_media_specific_information() const {
-  return std::visit([](const auto& block) -> const MediaSpecificInformation& { return block; },
-                    media_specific_information_);
+  return block_of(media_specific_information_);
 }
 
 [[gnu::always_inline]] inline void InterfaceInformation::encode_body(serialization::Writer& out) const {
-  const auto put = [&](const auto& block) { serialization::put_rows_and(out, *this, block_length(block), block); };
-  if (const auto* wlan = std::get_if<WLANSpecificInformation>(&media_specific_information_); wlan != nullptr) {
-    put(*wlan);
-  } else if (const auto* plc = std::get_if<PLCSpecificInformation>(&media_specific_information_); plc != nullptr) {
-    put(*plc);
-  } else {
-    put(NoMediaSpecificInformation());
-  }
+  put_block(media_specific_information_,
+            [&](const auto& block) { serialization::put_rows_and(out, *this, block_length(block), block); });
 }
 
 [[gnu::always_inline]] inline void InterfaceInformation::decode_body(serialization::Reader& in) {
   std::uint8_t unchecked_length = 0;
   serialization::get_rows_and(in, *this, unchecked_length);
-  switch (interface_type_) {
-    case InterfaceType::WLAN:
-      in.get(media_specific_information_.emplace<WLANSpecificInformation>());
-      break;
-    case InterfaceType::PLC:
-      in.get(media_specific_information_.emplace<PLCSpecificInformation>());
-      break;
-    default:
-      media_specific_information_.emplace<NoMediaSpecificInformation>();
-      break;
-  }
+  get_block(in, interface_type_, media_specific_information_);
 }
 
 void InterfaceInformation::dbg_str(std::ostream& os) const {

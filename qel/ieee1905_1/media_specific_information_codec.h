@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <variant>
+
 #include "qel/core/serialization/table_codec.h"
 #include "qel/ieee1905_1/media_specific_information.h"
 
@@ -9,6 +12,38 @@ namespace qel::ieee1905_1 {
 template <class Block>
 constexpr std::uint8_t block_length(const Block&) {
   return serialization::WireType<Block>::SIZE;
+}
+
+/// Calls `put` with the block as its own class.
+template <class Put>
+[[gnu::always_inline]] inline void put_block(const AnyMediaSpecificInformation& information, const Put& put) {
+  if (const auto* wlan = std::get_if<WLANSpecificInformation>(&information); wlan != nullptr) {
+    put(*wlan);
+  } else if (const auto* plc = std::get_if<PLCSpecificInformation>(&information); plc != nullptr) {
+    put(*plc);
+  } else {
+    put(NoMediaSpecificInformation());
+  }
+}
+
+/// Reads what follows the length octet.
+[[gnu::always_inline]] inline void get_block(serialization::Reader& in, InterfaceType type,
+                                             AnyMediaSpecificInformation& information) {
+  switch (type) {
+    case InterfaceType::WLAN:
+      in.get(information.emplace<WLANSpecificInformation>());
+      break;
+    case InterfaceType::PLC:
+      in.get(information.emplace<PLCSpecificInformation>());
+      break;
+    default:
+      information.emplace<NoMediaSpecificInformation>();
+      break;
+  }
+}
+
+inline const MediaSpecificInformation& block_of(const AnyMediaSpecificInformation& information) {
+  return std::visit([](const auto& block) -> const MediaSpecificInformation& { return block; }, information);
 }
 
 }  // namespace qel::ieee1905_1

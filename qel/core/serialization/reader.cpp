@@ -20,6 +20,7 @@ ReadWindow ReadSource::refill(const std::uint8_t* position, std::span<const Prim
                                   [read](const PrimitiveEnd& primitive) { return primitive.end > read; });
     fail(cut->texts->deserialize);
   }
+  refilled_ += size;
   return {scratch_, scratch_ + size};
 }
 

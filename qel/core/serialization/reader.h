@@ -44,6 +44,11 @@ class QEL_EXPORT ReadSource {
   /// `read` leaves it, and the exception is that of the first primitive that lacks an octet.
   ReadWindow refill(const std::uint8_t* position, std::span<const PrimitiveEnd> primitives);
 
+  /// How many octets lie before `position`, which is in the window opened or refilled last.
+  std::size_t taken(const std::uint8_t* position) const {
+    return memory_ != nullptr ? static_cast<std::size_t>(position - memory_->unread().data()) : refilled_;
+  }
+
   void close(const std::uint8_t* position) {
     if (memory_ != nullptr) {
       memory_->read_up_to(position);
@@ -53,6 +58,7 @@ class QEL_EXPORT ReadSource {
  private:
   std::istream& is_;
   MemoryReadBuffer* memory_;
+  std::size_t refilled_ = 0;
   std::uint8_t scratch_[LARGEST_STEP];
 };
 
@@ -118,6 +124,9 @@ class Reader {
       count -= chunk;
     }
   }
+
+  /// How many octets were taken so far.
+  std::size_t taken() const { return source_.taken(window_.position); }
 
   /// How many whole values of `size` octets the memory still holds; a hint to reserve by, 0 for other streams.
   std::size_t present(std::size_t size) const {

@@ -86,12 +86,17 @@ struct ListText {
   const char* after = "";
 };
 
-/// How many elements a list may have when it is encoded, and what is thrown otherwise. Decoding takes any count.
+/// How many elements a list may have when it is encoded, and what is thrown otherwise. Decoding takes any count, unless
+/// there is a `decode_error` to throw for one above the maximum.
 struct CountLimits {
   std::size_t min;
   std::size_t max;
   const char* error = "Invalid size";
+  const char* decode_error = nullptr;
 };
+
+/// What a list that is short by design says to a count from the wire above its limit.
+inline constexpr const char* SECURE_LIMIT_ERROR = "Invalid size! Vector exceeds secure limit!";
 
 /// A list behind its count, an unsigned integer of type N.
 template <class N, class C, class E>

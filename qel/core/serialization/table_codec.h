@@ -192,6 +192,9 @@ template <class N, class C, class E>
 [[gnu::always_inline]] inline void decode_row(const CountedList<N, C, E>& row, Reader& in, C& record, std::uint16_t,
                                               std::size_t) {
   const std::size_t count = in.get<N>();
+  if (row.limits.decode_error != nullptr && count > row.limits.max) {
+    fail(row.limits.decode_error);
+  }
   row.of(record) = decode_elements<E>(in, count);
 }
 
@@ -283,8 +286,10 @@ void print_rows(std::ostream& os, const R& record) {
         print_list(os, row.text, row.of(record));
       }
     } else if constexpr (requires { row.label; }) {
-      os << row.label;
-      print_value(os, row.of(record));
+      if (row.label != nullptr) {
+        os << row.label;
+        print_value(os, row.of(record));
+      }
     }
   };
   detail::with_rows<R>([&](const auto&... row) { (print(row), ...); });

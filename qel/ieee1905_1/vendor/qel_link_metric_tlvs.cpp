@@ -1,0 +1,26 @@
+#include "qel/ieee1905_1/vendor/qel_link_metric_tlvs.h"
+
+#include <ostream>
+
+#include "qel/core/serialization/record_impl.h"
+#include "qel/ieee1905_1/vendor/vendor_payload_impl.h"
+
+namespace qel::ieee1905_1 {
+
+template <class Derived, class Information>
+void QELLinkMetric<Derived, Information>::dbg_str(std::ostream& os) const {
+  os << Derived::TITLE << " receiving_al_mac: " << receiving_interface_MAC_ << " (" << receiving_interface_name_
+     << ") neighbor_al_mac: " << neighbor_interface_MAC_ << " (" << neighbor_interface_name_ << ")\n\t\t\t{"
+     << link_metric_information_ << "}";
+}
+
+template class QELLinkMetric<QELReceiverLinkMetric, ReceiverLinkMetricInformation>;
+template class QELLinkMetric<QELTransmitterLinkMetric, TransmitterLinkMetricInformation>;
+
+template class VendorPayload<QELReceiverLinkMetricTLV, QELVendorTLVType::QEL_RECEIVER_LINK_METRIC_TLV>;
+template class VendorPayload<QELTransmitterLinkMetricTLV, QELVendorTLVType::QEL_TRANSMITTER_LINK_METRIC_TLV>;
+
+}  // namespace qel::ieee1905_1
+
+template class qel::serialization::Record<qel::ieee1905_1::QELReceiverLinkMetric>;
+template class qel::serialization::Record<qel::ieee1905_1::QELTransmitterLinkMetric>;

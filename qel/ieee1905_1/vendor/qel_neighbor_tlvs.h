@@ -1,0 +1,124 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "qel/core/export.h"
+#include "qel/core/mac_address.h"
+#include "qel/ieee1905_1/neighbor_tlvs.h"
+#include "qel/ieee1905_1/vendor/body_rest.h"
+#include "qel/ieee1905_1/vendor/vendor_payload.h"
+
+namespace qel::ieee1905_1 {
+
+/// What is seen on a local interface: the interface by address and name, then neighbours up to the end of the body by
+/// the sub-length, which is compared with what was read (Derived has the texts). The list may be empty.
+template <class Derived, QELVendorTLVType TYPE, class Neighbor>
+class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
+ public:
+  const MACAddress& get_local_MAC() const { return local_MAC_; }
+  void set_local_MAC(const MACAddress& local_mac) { local_MAC_ = local_mac; }
+  /// One of more than 255 characters cannot be encoded.
+  const std::string& get_local_interface_name() const { return local_interface_name_; }
+  void set_local_interface_name(const std::string& name) { local_interface_name_ = name; }
+
+  static constexpr auto table() {
+    using serialization::Field;
+    using T = QELNeighborList;
+    return serialization::rows(Field{" local mac: ", &T::local_MAC_},
+                               serialization::string8<Derived>(" (", &T::local_interface_name_, {0, 255}),
+                               serialization::rest_list<Derived, Neighbor>(Derived::NEIGHBORS_TEXT, &T::neighbors_,
+                                                                           Derived::TOO_SHORT, Derived::UNEVEN));
+  }
+  /// For the codec alone: not exported. What was read before a failure is kept, but for the neighbours, which are
+  /// replaced as a whole.
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
+ protected:
+  QELNeighborList() = default;
+  QELNeighborList(const MACAddress& local_mac, std::string local_interface_name)
+      : local_MAC_(local_mac), local_interface_name_(std::move(local_interface_name)) {}
+
+  const std::vector<Neighbor>& neighbors() const { return neighbors_; }
+  void add(const Neighbor& neighbor) { neighbors_.push_back(neighbor); }
+
+ private:
+  MACAddress local_MAC_;
+  std::string local_interface_name_;
+  std::vector<Neighbor> neighbors_;
+};
+
+/// The 1905.1 devices on an interface (subtype 2).
+class QEL_EXPORT QELIEEE1905NeighborDeviceTLV final
+    : public QELNeighborList<QELIEEE1905NeighborDeviceTLV, QELVendorTLVType::QEL_IEEE1905_NEIGHBOR_DEVICE_TLV,
+                             ALMAC19051Neighbor> {
+ public:
+  QELIEEE1905NeighborDeviceTLV() = default;
+  QELIEEE1905NeighborDeviceTLV(const MACAddress& local_mac, const std::string& local_interface_name)
+      : QELNeighborList(local_mac, local_interface_name) {}
+
+  const std::vector<ALMAC19051Neighbor>& get_AL_MAC_neighbor_vector() const { return neighbors(); }
+  void add_AL_MAC_neighbor(const ALMAC19051Neighbor& neighbor) { add(neighbor); }
+
+  static constexpr serialization::ListText NEIGHBORS_TEXT{.before = ") {", .prefix = "\n\t\t", .after = "}"};
+  static constexpr const char* TOO_SHORT = "Invalid length: does not fit for MACAddress, length value and string.";
+  static constexpr const char* UNEVEN = "Invalid length: must fit an IEEE1905Neighbor element";
+};
+
+/// The devices without 1905.1 on an interface (subtype 3).
+class QEL_EXPORT QELNonIEEE1905NeighborDeviceListTLV final
+    : public QELNeighborList<QELNonIEEE1905NeighborDeviceListTLV,
+                             QELVendorTLVType::QEL_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV, MACAddress> {
+ public:
+  QELNonIEEE1905NeighborDeviceListTLV() = default;
+  QELNonIEEE1905NeighborDeviceListTLV(const MACAddress& local_mac, const std::string& local_interface_name)
+      : QELNeighborList(local_mac, local_interface_name) {}
+
+  const std::vector<MACAddress>& get_MAC_address_vector() const { return neighbors(); }
+  void add_mac_address(const MACAddress& mac) { add(mac); }
+
+  static constexpr serialization::ListText NEIGHBORS_TEXT{
+      .before = ")\n\t\t{", .prefix = "", .suffix = ",", .after = "}"};
+  static constexpr const char* TOO_SHORT = "Invalid length: must fit a MACAddress, length value and string.";
+  static constexpr const char* UNEVEN = "Invalid length: must fit at a MACAddress";  ///< the system's own wording
+};
+
+/// The devices without 1905.1 that PSQ19 found on an interface (subtype 16). Laid out as subtype 3, but for up to five
+/// octets behind the last whole address, which are kept as rest.
+class QEL_EXPORT QELPSQ19NonIEEE1905NeighborDeviceListTLV final
+    : public QELNeighborList<QELPSQ19NonIEEE1905NeighborDeviceListTLV,
+                             QELVendorTLVType::QEL_PSQ19_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV, MACAddress> {
+ public:
+  QELPSQ19NonIEEE1905NeighborDeviceListTLV() = default;
+  QELPSQ19NonIEEE1905NeighborDeviceListTLV(const MACAddress& local_mac, const std::string& local_interface_name)
+      : QELNeighborList(local_mac, local_interface_name) {}
+
+  const std::vector<MACAddress>& get_MAC_address_vector() const { return neighbors(); }
+  void add_mac_address(const MACAddress& mac) { add(mac); }
+  const std::vector<std::uint8_t>& get_rest() const { return rest_.octets; }
+
+  static constexpr serialization::ListText NEIGHBORS_TEXT = QELNonIEEE1905NeighborDeviceListTLV::NEIGHBORS_TEXT;
+  static constexpr const char* TOO_SHORT = QELNonIEEE1905NeighborDeviceListTLV::TOO_SHORT;
+  static constexpr const char* UNEVEN = nullptr;  ///< takes any rest
+
+  static constexpr auto table() {
+    return std::tuple_cat(QELNeighborList::table(),
+                          serialization::rows(RestRow{&QELPSQ19NonIEEE1905NeighborDeviceListTLV::rest_}));
+  }
+  /// For the codec alone: not exported.
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
+ private:
+  BodyRest rest_;
+};
+
+extern template class VendorPayload<QELIEEE1905NeighborDeviceTLV, QELVendorTLVType::QEL_IEEE1905_NEIGHBOR_DEVICE_TLV>;
+extern template class VendorPayload<QELNonIEEE1905NeighborDeviceListTLV,
+                                    QELVendorTLVType::QEL_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV>;
+extern template class VendorPayload<QELPSQ19NonIEEE1905NeighborDeviceListTLV,
+                                    QELVendorTLVType::QEL_PSQ19_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV>;
+
+}  // namespace qel::ieee1905_1

@@ -1,0 +1,60 @@
+#include "qel/ieee1905_1/vendor/qel_radio_state_tlvs.h"
+
+#include <ostream>
+
+#include "qel/core/enum_text.h"
+#include "qel/core/serialization/record_impl.h"
+#include "qel/daemon/log.h"
+#include "qel/ieee1905_1/vendor/vendor_payload_impl.h"
+#include "qel/ieee802_11/security_mapping.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+constexpr EnumText IDLE_STATES[] = {
+    {0, "NOT_IDLE"},
+    {1, "IDLE"},
+    {2, "INVALID_MAX"},
+};
+
+}  // namespace
+
+std::string enum_to_string(QELSpecificIdleState state) { return enum_text(IDLE_STATES, state); }
+std::ostream& operator<<(std::ostream& os, QELSpecificIdleState state) { return print_enum(os, IDLE_STATES, state); }
+
+void QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state(const WLANLinkIdleState& state) {
+  if (idle_states_.size() >= MAX_IDLE_STATES) {
+    // The limit goes in as a character, not as digits: this is the line that the system's logs are searched for.
+    debug::stream("QELAssociatedSTAIdleStateTLV")
+        << debug::LogLevels::LOG << "Number of added idle states is greater than " << static_cast<char>(MAX_IDLE_STATES)
+        << ". Abort!" << std::endl;
+    return;
+  }
+  idle_states_.push_back(state);
+}
+
+[[gnu::always_inline]] inline void WLANSecurityTLVEntry::encode_body(serialization::Writer& out) const {
+  out.put(mac_);
+  rsn_ie_.encode_body(out);
+}
+
+[[gnu::always_inline]] inline void WLANSecurityTLVEntry::decode_body(serialization::Reader& in) {
+  in.get(mac_);
+  rsn_ie_.decode_body(in);
+}
+
+void WLANSecurityTLVEntry::dbg_str(std::ostream& os) const {
+  os << "WLANSecurityTLVEntry: " << mac_ << " security " << ieee802_11::security_from_rsn_element(rsn_ie_);
+}
+
+template class VendorPayload<QELAPAnpiTLV, QELVendorTLVType::QEL_AP_ANPI_TLV>;
+template class VendorPayload<QELAssociatedSTAIdleStateTLV, QELVendorTLVType::QEL_ASSOCIATED_STA_IDLE_STATE_TLV>;
+template class VendorPayload<QELWLANOpmodeTLV, QELVendorTLVType::QEL_AP_WLAN_OPMODE_TLV>;
+template class VendorPayload<QELWLANSecurityTLV, QELVendorTLVType::QEL_AP_WLAN_SECURITY_TLV>;
+
+}  // namespace qel::ieee1905_1
+
+template class qel::serialization::Record<qel::ieee1905_1::WLANLinkIdleState>;
+template class qel::serialization::Record<qel::ieee1905_1::WLANOpmodeTLVEntry>;
+template class qel::serialization::Record<qel::ieee1905_1::WLANSecurityTLVEntry>;
