@@ -196,6 +196,7 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   qel::test::add_veth_pair("b1", "c0");
   const MACAddress a = device_mac(1), b = device_mac(2), c = device_mac(3);
   Process events = run({MESHCTL, "events", name("b")});
+  Process capture = run({MESHDUMP, "--reencode", "--interface", "a0"});
   start_meshd("a", {"--al-mac", a.to_string(), "--interface", "a0"});
   start_meshd("b", {"--al-mac", b.to_string(), "--interface", "b0", "b1"});
   start_meshd("c", {"--al-mac", c.to_string(), "--interface", "c0"});
@@ -212,6 +213,28 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   EXPECT_THAT(meshctl({"list"}), name("a") + "\n" + name("b") + "\n" + name("c") + "\n");
   EXPECT_THAT(meshctl({"exec", name("b"), "mesh", "NEIGHBORS"}),
               AllOf(HasSubstr(a.to_string()), HasSubstr(" on b0,"), HasSubstr(c.to_string()), HasSubstr(" on b1,")));
+
+  EXPECT_THAT(meshctl({"exec", name("b"), "mesh", "BLOCK", "b1"}), "b1 is blocked\n");
+  EXPECT_FALSE(contains(view("b"), c.to_string()));
+  EXPECT_TRUE(
+      matches(meshctl({"exec", name("b"), "mesh", "INTERFACES"}), "b0 [^,]* up, [^\n]* errors\nb1 [^\n]*, blocked\n"));
+  EXPECT_TRUE(eventually([&] {
+    const std::string seen = view("a");
+    return matches(seen, R"("blocked":\[\{"mac":"[^"]*","name":"b1","type":"ETHERNET","filter_actions":3\}\])") &&
+           !contains(seen, c.to_string());
+  })) << view("a");
+  EXPECT_TRUE(eventually([&] {
+    return contains(capture.out(), " (b1) type: ETHERNET filter_actions: 0000000000000011");
+  })) << capture.out();
+  EXPECT_THAT(meshctl({"exec", name("b"), "mesh", "UNBLOCK", "b1"}), "b1 is not blocked\n");
+  EXPECT_TRUE(eventually([&] {
+    const std::string seen = view("a");
+    return !contains(seen, R"("b1")") && contains(seen, c.to_string());
+  })) << view("a");
+  capture.signal(SIGTERM);
+  EXPECT_EQ(capture.wait(), 0) << capture.err();
+  EXPECT_THAT(capture.err(), HasSubstr(" re-encoded to the same octets, 0 differ, 0 not encodable"));
+  EXPECT_THAT(capture.out(), HasSubstr("type: QEL_MESHD_VERSION_TLV QEL Meshd Version: "));
 
   daemons_[2].signal(SIGKILL);
   EXPECT_TRUE(eventually([&] { return !contains(view("b"), c.to_string()); })) << view("b");
@@ -422,6 +445,8 @@ TEST_F(MeshTest, TheShellAnswersAndLeaves) {
   EXPECT_EQ(meshctl({"topology", "--dot", name("i")}), meshctl({"exec", name("i"), "mesh", "topology", "dot"}));
   EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "TOPOLOGY", "PNG"}, 1), HasSubstr("the formats are"));
   EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "NOTHING"}, 1), HasSubstr("NOTHING"));
+  EXPECT_EQ(meshctl({"exec", name("i"), "mesh", "BLOCK"}, 1), "which interface?\n");
+  EXPECT_EQ(meshctl({"exec", name("i"), "mesh", "UNBLOCK", "i1"}, 1), "'i1' is none of our interfaces\n");
   EXPECT_THAT(meshctl({"exec", name("nobody"), "HELP"}, 1), HasSubstr("there is no daemon of the name"));
   EXPECT_THAT(meshctl({"topology", "--dot", "--json", name("i")}, 2), HasSubstr("meshctl --help"));
   EXPECT_THAT(meshctl({"log", name("nobody")}, 1), HasSubstr("there is no log"));

@@ -13,6 +13,7 @@ namespace meshd::test {
 namespace {
 
 using namespace qel::ieee1905_1;
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -314,9 +315,76 @@ TEST(Entity, AsksANeighborThatNotifiesOnceAndLater) {
   device.entity.tend(START);
   const std::vector<SentFrame> sent = device.ports.take();
   EXPECT_THAT(types_of(sent), ElementsAre(MessageType::TOPOLOGY_QUERY_MESSAGE, MessageType::LINK_METRIC_QUERY_MESSAGE,
-                                          MessageType::VENDOR_SPECIFIC_MESSAGE));
+                                          MessageType::VENDOR_SPECIFIC_MESSAGE, MessageType::VENDOR_SPECIFIC_MESSAGE));
   EXPECT_EQ(sent[0].destination(), device_mac(2));
   EXPECT_EQ(get_qel_message_type(sent[2].message()), QELMessageType::QEL_MESHD_VERSION_MESSAGE);
+  EXPECT_EQ(get_qel_message_type(sent[3].message()), QELMessageType::QEL_BLOCKED_INTERFACE_LIST_MESSAGE);
+}
+
+TEST(Entity, TellsTheNeighborsThatItBlocksAnInterfaceAndLeavesItAlone) {
+  Device device(1, 3);
+  device.entity.receive(0, frame_of(topology_discovery(device_mac(2), interface_mac(0x21)), device_mac(2)), START);
+  device.entity.receive(1, frame_of(topology_discovery(device_mac(3), interface_mac(0x31)), device_mac(3)), START);
+  device.entity.tend(START);
+  device.ports.take();
+  device.ports.events.clear();
+  device.entity.set_blocked(0, true);
+  std::vector<SentFrame> sent = device.ports.take();
+  ASSERT_THAT(sent, SizeIs(2)) << "those behind the interface are told as well";
+  for (const SentFrame& frame : sent) {
+    EXPECT_EQ(frame.destination(), device_mac(frame.interface == 0 ? 2 : 3));
+    EXPECT_THAT(text_of(frame.message()),
+                AllOf(HasSubstr("QEL Message Type: QEL_BLOCKED_INTERFACE_LIST_MESSAGE\n"),
+                      HasSubstr("QELBlockedInterface: mac: 02:19:05:10:00:11 (eth0) type: ETHERNET "
+                                "filter_actions: 0000000000000011\n\ttype: END_OF_MESSAGE")));
+  }
+  EXPECT_THAT(device.ports.events, ElementsAre("lost " + device_mac(2).to_string()));
+  EXPECT_THAT(device.entity.neighbors().all(), SizeIs(1));
+
+  const auto interfaces_used = [&] {
+    std::vector<std::size_t> used;
+    for (const SentFrame& frame : device.ports.take()) {
+      if (frame.destination() == MULTICAST_ADDRESS) {
+        used.push_back(frame.interface);
+      }
+    }
+    return used;
+  };
+  device.entity.set_blocked(0, true);
+  EXPECT_THAT(interfaces_used(), IsEmpty());
+  device.entity.announce();
+  EXPECT_THAT(interfaces_used(), ElementsAre(1, 2));
+  device.entity.tend(START);
+  EXPECT_THAT(interfaces_used(), ElementsAre(1, 2)) << "its links changed";
+  device.entity.receive(1, frame_of(topology_notification(device_mac(9)), device_mac(3)), START);
+  EXPECT_THAT(interfaces_used(), ElementsAre(2)) << "relayed";
+  device.entity.receive(0, frame_of(topology_discovery(device_mac(2), interface_mac(0x21)), device_mac(2)), START);
+  EXPECT_THAT(device.ports.take(), IsEmpty());
+  EXPECT_THAT(device.entity.neighbors().all(), SizeIs(1));
+
+  device.entity.set_blocked(0, false);
+  sent = device.ports.take();
+  EXPECT_THAT(types_of(sent),
+              ElementsAre(MessageType::VENDOR_SPECIFIC_MESSAGE, MessageType::TOPOLOGY_DISCOVERY_MESSAGE));
+  EXPECT_EQ(sent[0].interface, 1U);
+  EXPECT_THAT(text_of(sent[0].message()),
+              HasSubstr("QEL Message Type: QEL_BLOCKED_INTERFACE_LIST_MESSAGE\n\ttype: END_OF_MESSAGE"));
+  EXPECT_EQ(sent[1].interface, 0U);
+}
+
+TEST(Entity, KeepsWhatItsNeighborsBlock) {
+  Device device(1);
+  device.entity.receive(0, frame_of(topology_discovery(device_mac(2), interface_mac(0x21)), device_mac(2)), START);
+  const auto tell = [&](const std::vector<QELBlockedInterface>& blocked, std::uint8_t sender) {
+    device.entity.receive(0, frame_of(blocked_interface_list(blocked), device_mac(sender), device_mac(1)), START);
+    return device.entity.neighbors().all().at(0).blocked_interfaces;
+  };
+  const QELBlockedInterface radio(InterfaceType::WLAN, interface_mac(0x22), "wlan7", 0x0201);
+  const QELBlockedInterface port(InterfaceType::ETHERNET, interface_mac(0x23), "lan4", 0x0002);
+  EXPECT_THAT(tell({radio, port}, 2), ElementsAre(radio, port));
+  EXPECT_THAT(tell({port}, 3), SizeIs(2)) << "from no neighbor";
+  EXPECT_THAT(tell({port}, 2), ElementsAre(port));
+  EXPECT_THAT(tell({}, 2), IsEmpty());
 }
 
 TEST(Entity, RefusesToBeBuiltWithoutAnInterfaceOrAnAddress) {

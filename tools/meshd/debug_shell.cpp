@@ -1,5 +1,6 @@
 #include "tools/meshd/debug_shell.h"
 
+#include <algorithm>
 #include <chrono>
 #include <exception>
 #include <sstream>
@@ -20,7 +21,7 @@ int answer(ctlcmd_session* session, int argc, int most_arguments, void* context,
     if (argc - 1 > most_arguments) {
       throw std::invalid_argument("too many arguments");
     }
-    const std::string text = make_answer(*static_cast<const DebugShell*>(context));
+    const std::string text = make_answer(*static_cast<DebugShell*>(context));
     ctlcmd_printf(session, "%s", text.c_str());
     return 0;
   } catch (const std::exception& exception) {
@@ -46,14 +47,33 @@ int on_counters(ctlcmd_session* session, int argc, const char* const*, void* con
   return answer(session, argc, 0, context, [](const DebugShell& shell) { return shell.counters(); });
 }
 
+int on_set_blocked(ctlcmd_session* session, int argc, const char* const* argv, void* context, bool blocked) {
+  return answer(session, argc, 1, context, [&](DebugShell& shell) {
+    if (argc < 2) {
+      throw std::invalid_argument("which interface?");
+    }
+    return shell.set_blocked(argv[1], blocked);
+  });
+}
+
+int on_block(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
+  return on_set_blocked(session, argc, argv, context, true);
+}
+
+int on_unblock(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
+  return on_set_blocked(session, argc, argv, context, false);
+}
+
 }  // namespace
 
-DebugShell::DebugShell(const Entity& entity, qel::daemon::Mainloop& loop) : entity_(entity), loop_(loop) {
+DebugShell::DebugShell(Entity& entity, qel::daemon::Mainloop& loop) : entity_(entity), loop_(loop) {
   const auto module = loop_.create_ctlcmd_module(MODULE, this);
   module->add_command("TOPOLOGY", on_topology, "show what is known of the mesh: TEXT (default), JSON or DOT");
   module->add_command("NEIGHBORS", on_neighbors, "show the links to neighbors and when they were heard of");
   module->add_command("INTERFACES", on_interfaces, "show our interfaces");
   module->add_command("COUNTERS", on_counters, "show what became of the frames received");
+  module->add_command("BLOCK", on_block, "neither send nor receive on this interface until it is unblocked");
+  module->add_command("UNBLOCK", on_unblock, "use this interface again");
   if (!module->start()) {
     loop_.remove_ctlcmd_module(MODULE);
     throw std::runtime_error(std::string("the debug shell refuses the module ") + MODULE);
@@ -102,7 +122,7 @@ std::string DebugShell::interfaces() const {
     if (!interface.bridge.empty()) {
       os << ", in bridge " << interface.bridge;
     }
-    os << '\n';
+    os << (entity_.is_blocked(index) ? ", blocked\n" : "\n");
   }
   return os.str();
 }
@@ -113,6 +133,17 @@ std::string DebugShell::counters() const {
   os << "processed " << counts.processed << "\nignored " << counts.ignored << "\nown " << counts.own << "\nduplicates "
      << counts.duplicates << "\nrejected " << counts.rejected << "\nrelayed " << counts.relayed << '\n';
   return os.str();
+}
+
+std::string DebugShell::set_blocked(const std::string& name, bool blocked) {
+  const std::vector<LocalInterface>& interfaces = entity_.config().interfaces;
+  const auto place = std::find_if(interfaces.begin(), interfaces.end(),
+                                  [&](const LocalInterface& interface) { return interface.name == name; });
+  if (place == interfaces.end()) {
+    throw std::invalid_argument("'" + name + "' is none of our interfaces");
+  }
+  entity_.set_blocked(static_cast<std::size_t>(place - interfaces.begin()), blocked);
+  return name + (blocked ? " is blocked\n" : " is not blocked\n");
 }
 
 }  // namespace meshd

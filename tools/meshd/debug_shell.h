@@ -9,13 +9,13 @@
 
 namespace meshd {
 
-/// The commands of the module "mesh" in the debug shell, which show what the entity knows.
+/// The commands of the module "mesh" in the debug shell, which show what the entity knows and block its interfaces.
 class DebugShell {
  public:
   static constexpr const char* MODULE = "mesh";
 
   /// Both are borrowed. Throws std::runtime_error when the shell does not take the module.
-  DebugShell(const Entity& entity, qel::daemon::Mainloop& loop);
+  DebugShell(Entity& entity, qel::daemon::Mainloop& loop);
   DebugShell(const DebugShell&) = delete;
   DebugShell& operator=(const DebugShell&) = delete;
   ~DebugShell();
@@ -27,8 +27,11 @@ class DebugShell {
   std::string interfaces() const;
   std::string counters() const;
 
+  /// Throws std::invalid_argument for a name that is none of our interfaces'.
+  std::string set_blocked(const std::string& name, bool blocked);
+
  private:
-  const Entity& entity_;
+  Entity& entity_;
   qel::daemon::Mainloop& loop_;
 };
 

@@ -6,6 +6,7 @@
 
 #include "qel/core/serialization/serialization_exception.h"
 #include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
@@ -39,6 +40,27 @@ std::vector<T> collect(const Message& message, TLVType type) {
     }
   }
   return found;
+}
+
+/// The first of this system's payloads of this type, null when there is none.
+template <class T>
+const T* find_vendor(const Message& message, QELVendorTLVType type) {
+  for (const auto& tlv : message.get_list().get_TLV_list()) {
+    if (tlv->get_type() == TLVType::VENDOR_SPECIFIC) {
+      const VendorSpecific& payload = *static_cast<const VendorSpecificTLV&>(*tlv).get_vendor_specific();
+      if (payload.get_type() == type) {
+        return static_cast<const T*>(&payload);
+      }
+    }
+  }
+  return nullptr;
+}
+
+/// The link that was heard of last.
+const NeighborLink& best_link(const Neighbor& neighbor) {
+  return *std::max_element(
+      neighbor.links.begin(), neighbor.links.end(),
+      [](const NeighborLink& left, const NeighborLink& right) { return left.last_heard < right.last_heard; });
 }
 
 /// The address that the message names, zero when it names none.
@@ -95,16 +117,13 @@ void Entity::announce() {
 }
 
 void Entity::tend(TimePoint now) {
-  for (const MACAddress& al_mac : neighbors_.expire(now - config_.hold_time)) {
-    has_changed_ = true;
-    if (neighbors_.find(al_mac) == nullptr) {
-      ports_.on_neighbor_lost(al_mac);
-    }
-  }
+  on_links_lost(neighbors_.expire(now - config_.hold_time));
   if (std::exchange(has_changed_, false)) {
     const Message notification = topology_notification(config_.al_mac);
     for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
-      send(interface, MULTICAST_ADDRESS, notification);
+      if (!blocked_[interface]) {
+        send(interface, MULTICAST_ADDRESS, notification);
+      }
     }
   }
   for (Neighbor& neighbor : neighbors_.all()) {
@@ -116,7 +135,7 @@ void Entity::tend(TimePoint now) {
 
 void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now) {
   const std::optional<Frame> frame = codec_.parse(octets);
-  if (!frame) {
+  if (!frame || blocked_[interface]) {
     ++counts_.ignored;
     return;
   }
@@ -139,6 +158,32 @@ void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets
   }
 }
 
+void Entity::set_blocked(std::size_t interface, bool blocked) {
+  if (blocked_[interface] == blocked) {
+    return;
+  }
+  blocked_[interface] = blocked;
+  for (const Neighbor& neighbor : neighbors_.all()) {
+    tell_blocked_interfaces(neighbor);
+  }
+  if (blocked) {
+    on_links_lost(neighbors_.disconnect(interface));
+  } else {
+    announce_on(interface);
+  }
+}
+
+std::vector<QELBlockedInterface> Entity::blocked_interfaces() const {
+  std::vector<QELBlockedInterface> blocked;
+  for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
+    if (blocked_[interface]) {
+      blocked.emplace_back(InterfaceType::ETHERNET, config_.interfaces[interface].mac,
+                           config_.interfaces[interface].name, BLOCKED_BOTH_WAYS);
+    }
+  }
+  return blocked;
+}
+
 std::vector<InterfaceState> Entity::read_states() const {
   std::vector<InterfaceState> states;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
@@ -155,16 +200,17 @@ bool Entity::is_for_us(const Received& received) const {
 
 /// Unchanged, and whether or not it is understood (IEEE 1905.1-2013, 7.2).
 void Entity::relay(const Received& received) {
-  if (!received.frame.head.get_relay_indicator() || received.frame.destination != MULTICAST_ADDRESS ||
-      config_.interfaces.size() < 2) {
+  if (!received.frame.head.get_relay_indicator() || received.frame.destination != MULTICAST_ADDRESS) {
     return;
   }
+  bool is_relayed = false;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
-    if (interface != received.interface) {
+    if (interface != received.interface && !blocked_[interface]) {
       ports_.send(interface, received.frame.octets);
+      is_relayed = true;
     }
   }
-  ++counts_.relayed;
+  counts_.relayed += is_relayed ? 1 : 0;
 }
 
 void Entity::process(const Received& received) {
@@ -279,35 +325,57 @@ bool Entity::on_link_metric_response(const Received& received, const Message& me
 
 bool Entity::on_vendor_specific(const Received& received, const Message& message) {
   Neighbor* neighbor = neighbors_.find_sender(received.frame.source);
-  if (neighbor == nullptr || get_qel_message_type(message) != QELMessageType::QEL_MESHD_VERSION_MESSAGE) {
+  if (neighbor == nullptr) {
     return false;
   }
-  for (const auto& tlv : message.get_list().get_TLV_list()) {
-    if (tlv->get_type() != TLVType::VENDOR_SPECIFIC) {
-      continue;
-    }
-    const VendorSpecific& payload = *static_cast<const VendorSpecificTLV&>(*tlv).get_vendor_specific();
-    if (payload.get_type() == QELVendorTLVType::QEL_MESHD_VERSION_TLV) {
-      neighbor->meshd_version = static_cast<const QELMeshdVersionTLV&>(payload).get_major_and_minor();
+  switch (get_qel_message_type(message)) {
+    case QELMessageType::QEL_MESHD_VERSION_MESSAGE: {
+      const auto* version = find_vendor<QELMeshdVersionTLV>(message, QELVendorTLVType::QEL_MESHD_VERSION_TLV);
+      if (version == nullptr) {
+        return false;
+      }
+      neighbor->meshd_version = version->get_major_and_minor();
       return true;
     }
+    case QELMessageType::QEL_BLOCKED_INTERFACE_LIST_MESSAGE: {
+      const auto* list =
+          find_vendor<QELBlockedInterfaceListTLV>(message, QELVendorTLVType::QEL_BLOCKED_INTERFACE_LIST_TLV);
+      neighbor->blocked_interfaces =
+          list == nullptr ? std::vector<QELBlockedInterface>() : list->get_blocked_interfaces();
+      return true;
+    }
+    default:
+      return false;
   }
-  return false;
 }
 
 void Entity::announce_on(std::size_t interface) {
-  send(interface, MULTICAST_ADDRESS, topology_discovery(config_.al_mac, config_.interfaces[interface].mac));
+  if (!blocked_[interface]) {
+    send(interface, MULTICAST_ADDRESS, topology_discovery(config_.al_mac, config_.interfaces[interface].mac));
+  }
 }
 
-/// Over the link that was heard of last.
 void Entity::ask(Neighbor& neighbor) {
   neighbor.is_stale = false;
-  const auto link = std::max_element(
-      neighbor.links.begin(), neighbor.links.end(),
-      [](const NeighborLink& left, const NeighborLink& right) { return left.last_heard < right.last_heard; });
-  send(link->interface, neighbor.al_mac, topology_query());
-  send(link->interface, neighbor.al_mac, link_metric_query());
-  send(link->interface, neighbor.al_mac, meshd_version(config_.version));
+  const std::size_t interface = best_link(neighbor).interface;
+  send(interface, neighbor.al_mac, topology_query());
+  send(interface, neighbor.al_mac, link_metric_query());
+  send(interface, neighbor.al_mac, meshd_version(config_.version));
+  tell_blocked_interfaces(neighbor);
+}
+
+/// Also that there are none: a message that was lost is made good by the next.
+void Entity::tell_blocked_interfaces(const Neighbor& neighbor) {
+  send(best_link(neighbor).interface, neighbor.al_mac, blocked_interface_list(blocked_interfaces()));
+}
+
+void Entity::on_links_lost(const std::vector<MACAddress>& al_macs) {
+  for (const MACAddress& al_mac : al_macs) {
+    has_changed_ = true;
+    if (neighbors_.find(al_mac) == nullptr) {
+      ports_.on_neighbor_lost(al_mac);
+    }
+  }
 }
 
 void Entity::send(std::size_t interface, const MACAddress& destination, const Message& message) {

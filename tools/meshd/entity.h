@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -77,6 +78,12 @@ class Entity {
   const NeighborTable& neighbors() const { return neighbors_; }
   const FrameCounts& counts() const { return counts_; }
 
+  /// Nothing is sent on a blocked interface, and what it receives is ignored: its links are gone. The neighbours are
+  /// told before, so that those behind it know as well. None is blocked at first.
+  void set_blocked(std::size_t interface, bool blocked);
+  bool is_blocked(std::size_t interface) const { return blocked_[interface]; }
+  std::vector<qel::ieee1905_1::QELBlockedInterface> blocked_interfaces() const;
+
   /// Of all interfaces, in their order.
   std::vector<InterfaceState> read_states() const;
 
@@ -99,6 +106,8 @@ class Entity {
   bool is_for_us(const Received& received) const;
   void announce_on(std::size_t interface);
   void ask(Neighbor& neighbor);
+  void tell_blocked_interfaces(const Neighbor& neighbor);
+  void on_links_lost(const std::vector<qel::MACAddress>& al_macs);
   void send(std::size_t interface, const qel::MACAddress& destination, const qel::ieee1905_1::Message& message);
 
   Config config_;
@@ -107,6 +116,7 @@ class Entity {
   DuplicateFilter duplicates_;
   NeighborTable neighbors_;
   FrameCounts counts_;
+  std::bitset<MAX_INTERFACES> blocked_;
   bool has_changed_ = false;  // our links, since the mesh was told
 };
 

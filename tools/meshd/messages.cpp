@@ -34,6 +34,13 @@ Message begin(MessageType type, std::uint16_t message_id, bool relay = false) {
   return Message(MessageHead(MessageVersion::IEEE1905_1, type, message_id, 0, true, relay));
 }
 
+/// One of this system's own messages.
+Message begin(QELMessageType type) {
+  Message message = begin(MessageType::VENDOR_SPECIFIC_MESSAGE, make_IEEE1905_1_msg_id());
+  add<VendorSpecificTLV>(message, qel::VENDOR_OUI, std::make_unique<QELMessageTypeTLV>(type));
+  return message;
+}
+
 Message end(Message message) {
   add<EndOfMessageTLV>(message);
   return message;
@@ -148,10 +155,20 @@ Message link_metric_response(std::uint16_t message_id, const MACAddress& al_mac,
 }
 
 Message meshd_version(const BasicVersion& version) {
-  Message message = begin(MessageType::VENDOR_SPECIFIC_MESSAGE, make_IEEE1905_1_msg_id());
-  add<VendorSpecificTLV>(message, qel::VENDOR_OUI,
-                         std::make_unique<QELMessageTypeTLV>(QELMessageType::QEL_MESHD_VERSION_MESSAGE));
+  Message message = begin(QELMessageType::QEL_MESHD_VERSION_MESSAGE);
   add<VendorSpecificTLV>(message, qel::VENDOR_OUI, std::make_unique<QELMeshdVersionTLV>(version));
+  return end(std::move(message));
+}
+
+Message blocked_interface_list(const std::vector<QELBlockedInterface>& blocked) {
+  Message message = begin(QELMessageType::QEL_BLOCKED_INTERFACE_LIST_MESSAGE);
+  if (!blocked.empty()) {
+    auto list = std::make_unique<QELBlockedInterfaceListTLV>();
+    for (const QELBlockedInterface& interface : blocked) {
+      list->add_blocked_interface(interface);
+    }
+    add<VendorSpecificTLV>(message, qel::VENDOR_OUI, std::move(list));
+  }
   return end(std::move(message));
 }
 

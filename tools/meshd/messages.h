@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <vector>
 
@@ -7,6 +8,7 @@
 #include "qel/core/mac_address.h"
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/message.h"
+#include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 #include "tools/meshd/local_interface.h"
 #include "tools/meshd/neighbor_table.h"
 
@@ -39,6 +41,13 @@ qel::ieee1905_1::Message link_metric_response(std::uint16_t message_id, const qe
 
 /// The vendor-specific message that tells which daemon runs here.
 qel::ieee1905_1::Message meshd_version(const qel::BasicVersion& version);
+
+/// The filter actions of an interface that we block. Bit 0: what it receives is dropped; bit 1: nothing is sent on it.
+inline constexpr std::bitset<16> BLOCKED_BOTH_WAYS{0b11};
+
+/// The vendor-specific message that tells which of our interfaces we block. A list without interfaces has no encoding:
+/// when we block none, the message type stands alone.
+qel::ieee1905_1::Message blocked_interface_list(const std::vector<qel::ieee1905_1::QELBlockedInterface>& blocked);
 
 /// What we measure on our links to `neighbor`.
 qel::ieee1905_1::TransmitterLinkMetricTLV transmitter_metrics(const qel::MACAddress& al_mac, const Neighbor& neighbor,

@@ -49,9 +49,18 @@ void NeighborTable::hear(const MACAddress& source, std::size_t interface, TimePo
 }
 
 std::vector<MACAddress> NeighborTable::expire(TimePoint limit) {
+  return drop([limit](const NeighborLink& link) { return link.last_heard < limit; });
+}
+
+std::vector<MACAddress> NeighborTable::disconnect(std::size_t interface) {
+  return drop([interface](const NeighborLink& link) { return link.interface == interface; });
+}
+
+template <class Predicate>
+std::vector<MACAddress> NeighborTable::drop(Predicate is_gone) {
   std::vector<MACAddress> shrunk;
   for (Neighbor& neighbor : neighbors_) {
-    if (std::erase_if(neighbor.links, [limit](const NeighborLink& link) { return link.last_heard < limit; }) != 0) {
+    if (std::erase_if(neighbor.links, is_gone) != 0) {
       shrunk.push_back(neighbor.al_mac);
     }
   }

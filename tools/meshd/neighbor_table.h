@@ -10,6 +10,7 @@
 #include "qel/ieee1905_1/device_information_tlv.h"
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/neighbor_tlvs.h"
+#include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 
 namespace meshd {
 
@@ -27,7 +28,8 @@ struct Neighbor {
   bool is_stale = false;            ///< it said that something changed, and was not asked since
 
   std::optional<qel::BasicVersion> meshd_version;
-  std::optional<qel::ieee1905_1::DeviceInformationTLV> device;  ///< empty until it answered a topology query
+  std::vector<qel::ieee1905_1::QELBlockedInterface> blocked_interfaces;  ///< of its own, as it told last
+  std::optional<qel::ieee1905_1::DeviceInformationTLV> device;           ///< empty until it answered a topology query
   std::vector<qel::ieee1905_1::IEEE1905NeighborDeviceTLV> neighbors;
   std::vector<qel::ieee1905_1::TransmitterLinkMetricTLV> transmitter_metrics;
   std::vector<qel::ieee1905_1::ReceiverLinkMetricTLV> receiver_metrics;
@@ -51,6 +53,9 @@ class NeighborTable {
   /// its last is gone.
   std::vector<qel::MACAddress> expire(TimePoint limit);
 
+  /// Drops the links of one of our interfaces; the same is returned.
+  std::vector<qel::MACAddress> disconnect(std::size_t interface);
+
   /// By the AL MAC; null when there is none.
   Neighbor* find(const qel::MACAddress& al_mac);
   const Neighbor* find(const qel::MACAddress& al_mac) const;
@@ -64,6 +69,8 @@ class NeighborTable {
 
  private:
   std::size_t count_links() const;
+  template <class Predicate>
+  std::vector<qel::MACAddress> drop(Predicate is_gone);
 
   std::vector<Neighbor> neighbors_;
 };

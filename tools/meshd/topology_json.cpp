@@ -64,6 +64,7 @@ class Writer {
     put("answered", node.has_answered);
     put_optional("meshd_version", node.meshd_version ? std::optional(node.meshd_version->to_string()) : std::nullopt);
     put_array("interfaces", node.interfaces);
+    put_array("blocked", node.blocked);
   }
 
   void put_content(const TopologyView::Interface& interface) {
@@ -71,6 +72,13 @@ class Writer {
     put_optional("name", interface.name.empty() ? std::nullopt : std::optional(interface.name));
     put("type", enum_to_string(interface.type));
     put("mode", interface_mode_to_string(interface.type, interface.mode));
+  }
+
+  void put_content(const QELBlockedInterface& interface) {
+    put("mac", interface.get_mac_address());
+    put("name", interface.get_name());
+    put("type", enum_to_string(interface.get_type()));
+    put("filter_actions", static_cast<std::uint16_t>(interface.get_filter_actions().to_ulong()));
   }
 
   void put_content(const TopologyView::Link& link) {

@@ -10,6 +10,7 @@ namespace meshd {
 namespace {
 
 using qel::MACAddress;
+using qel::ieee1905_1::QELBlockedInterface;
 using Node = TopologyView::Node;
 using Link = TopologyView::Link;
 
@@ -74,6 +75,10 @@ std::string to_text(const TopologyView& view) {
         os << ' ' << interface.name;
       }
       os << '\n';
+    }
+    for (const QELBlockedInterface& interface : node.blocked) {
+      os << "  blocked " << interface.get_mac_address() << ' ' << interface.get_type() << ' ' << interface.get_name()
+         << ", filter actions " << interface.get_filter_actions() << '\n';
     }
     for (const Link& link : view.links) {
       if (link.from == node.al_mac) {

@@ -1,6 +1,7 @@
 #include "tools/meshd/topology_view.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "tools/meshd/messages.h"
 
@@ -56,6 +57,17 @@ void add_metrics(TopologyView& view, const MACAddress& from, const ReceiverLinkM
   }
 }
 
+/// Others give their interfaces any name; those of real interfaces hold no white space.
+void add_blocked(Node& node, const std::vector<QELBlockedInterface>& blocked) {
+  for (QELBlockedInterface interface : blocked) {
+    std::string name = interface.get_name();
+    std::replace_if(
+        name.begin(), name.end(), [](char character) { return character <= ' ' || character > '~'; }, '?');
+    interface.set_name(name);
+    node.blocked.push_back(std::move(interface));
+  }
+}
+
 void add_self(TopologyView& view, const Entity& entity) {
   const Entity::Config& config = entity.config();
   const std::vector<InterfaceState> states = entity.read_states();
@@ -68,6 +80,7 @@ void add_self(TopologyView& view, const Entity& entity) {
     self.interfaces.push_back({information.get_mac(), config.interfaces[index].name, information.get_interface_type(),
                                information.get_interface_mode()});
   }
+  add_blocked(self, entity.blocked_interfaces());
   for (const Neighbor& neighbor : entity.neighbors().all()) {
     add_metrics(view, config.al_mac, transmitter_metrics(config.al_mac, neighbor, config.interfaces, states));
     add_metrics(view, config.al_mac, receiver_metrics(config.al_mac, neighbor, config.interfaces, states));
@@ -77,6 +90,7 @@ void add_self(TopologyView& view, const Entity& entity) {
 void add_neighbor(TopologyView& view, const Neighbor& neighbor) {
   Node& node = node_of(view, neighbor.al_mac);
   node.meshd_version = neighbor.meshd_version;
+  add_blocked(node, neighbor.blocked_interfaces);
   if (neighbor.device) {
     node.has_answered = true;
     for (const InterfaceInformation& interface : neighbor.device->get_interface_information_vector()) {

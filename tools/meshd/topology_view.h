@@ -9,6 +9,7 @@
 #include "qel/core/mac_address.h"
 #include "qel/ieee1905_1/link_metric_information.h"
 #include "qel/ieee1905_1/media_type.h"
+#include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 #include "tools/meshd/entity.h"
 
 namespace meshd {
@@ -28,6 +29,7 @@ struct TopologyView {
     bool has_answered = false;  ///< it told its interfaces
     std::optional<qel::BasicVersion> meshd_version;
     std::vector<Interface> interfaces;
+    std::vector<qel::ieee1905_1::QELBlockedInterface> blocked;  ///< names made printable
   };
 
   /// A link as one of its ends tells it.
