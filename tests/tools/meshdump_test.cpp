@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -168,12 +169,30 @@ TEST_F(Meshdump, PrintsOneJsonObjectInOneLine) {
 }
 
 /// Every message of both live links: those that decode come out again as they came in, unless they hold another
-/// vendor's TLV.
+/// vendor's TLV. The numbers are those of a count by types and lengths alone: the rejected ones hold a TLV type without
+/// a class but for three in the second capture. Those are a link metric query of 2 octets instead of 8, a client
+/// capability report without the four fixed octets of the association request, and a steering request that ends before
+/// the number of its targets.
 TEST_F(Meshdump, ReproducesLiveTraffic) {
   const struct {
     std::string capture;
-    std::size_t at_least;
-  } rows[] = {{TWO_NODES, 22}, {GATEWAY, 44}};
+    std::size_t reproduced, with_other_vendor;
+    std::map<std::string, std::size_t> rejected;
+  } rows[] = {
+      {TWO_NODES,
+       22,
+       4,
+       {{"Unknown TLV type!PUSH_BUTTON_EVENT_NOTIFICATION", 2},
+        {"Unknown TLV type!26", 4},
+        {"Unknown TLV type!27", 4}}},
+      {GATEWAY,
+       68,
+       34,
+       {{"Unknown TLV type!WSC", 8},
+        {"Unknown TLV type!CHANNEL_SCAN_REQUEST", 1},
+        {"Deserialization of type std::uint8_t failed.", 2},
+        {"Deserialization of type std::uint16_t failed.", 1}}},
+  };
   for (const auto& row : rows) {
     const Outcome outcome = run("--json --reencode --quiet " + row.capture);
     EXPECT_EQ(outcome.status, 1);
@@ -182,6 +201,8 @@ TEST_F(Meshdump, ReproducesLiveTraffic) {
     const std::vector<std::string> lines = lines_of(outcome.out);
     ASSERT_EQ(lines.size(), cmdus.size());
     std::size_t reproduced = 0;
+    std::size_t with_other_vendor = 0;
+    std::map<std::string, std::size_t> rejected;
     for (std::size_t index = 0; index < lines.size(); ++index) {
       SCOPED_TRACE(lines[index]);
       const Json json(lines[index]);
@@ -189,11 +210,13 @@ TEST_F(Meshdump, ReproducesLiveTraffic) {
       EXPECT_THAT(json["src"].text(), StartsWith("02:19:05:"));
       if (!json["ok"].boolean()) {
         EXPECT_THAT(json.keys(), ElementsAre("ok", "error", "consumed", "time", "src", "dst"));
+        ++rejected[json["error"].text()];
       } else if (json["reencoded"].is_null()) {
         EXPECT_THAT(json.keys(), ElementsAre("ok", "type", "mid", "text", "tlvs", "qel_message_type", "consumed",
                                              "reencoded", "reencode_error", "time", "src", "dst"));
         EXPECT_EQ(json["reencode_error"].text(), "VendorSpecificUnknown is not serializable!");
         EXPECT_THAT(json["text"].text(), HasSubstr("type: VENDOR_UNKNOWN length: "));
+        ++with_other_vendor;
       } else {
         const std::string reencoded = json["reencoded"].text();
         EXPECT_EQ(json["consumed"].number(), std::to_string(reencoded.size() / 2));
@@ -201,7 +224,9 @@ TEST_F(Meshdump, ReproducesLiveTraffic) {
         ++reproduced;
       }
     }
-    EXPECT_GE(reproduced, row.at_least);
+    EXPECT_EQ(reproduced, row.reproduced);
+    EXPECT_EQ(with_other_vendor, row.with_other_vendor);
+    EXPECT_EQ(rejected, row.rejected);
   }
 }
 
