@@ -106,7 +106,7 @@ class NetlinkRequest {
   }
 
  private:
-  nlmsghdr& header() { return *reinterpret_cast<nlmsghdr*>(octets_.data()); }
+  nlmsghdr& header() { return *static_cast<nlmsghdr*>(static_cast<void*>(octets_.data())); }
 
   alignas(nlmsghdr) std::array<std::uint8_t, 1024> octets_;
 };
