@@ -1,0 +1,58 @@
+# What is installed, in components: runtime (the library), platform (what stands for the router's own libraries), dev
+# (headers and what finds the libraries), tools (programs, their manuals, and the set-up of the daemon).
+include(CMakePackageConfigHelpers)
+
+set(QEL_CMAKE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/mesh_shared)
+set(QEL_PKG_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# qel_install_library(NAME DESCRIPTION COMPONENT NAME [FILE_SETS NAME...])
+#
+# The library, its link and headers, its target mesh_shared::NAME and its NAME.pc. The fake platform has no installation.
+function(qel_install_library name description)
+  cmake_parse_arguments(PARSE_ARGV 2 arg "" COMPONENT FILE_SETS)
+  if(NOT QEL_PLATFORM STREQUAL linux)
+    return()
+  endif()
+  set(file_sets)
+  foreach(file_set IN LISTS arg_FILE_SETS)
+    list(APPEND file_sets FILE_SET ${file_set} COMPONENT dev)
+  endforeach()
+  install(TARGETS ${name}
+    EXPORT mesh_shared
+    LIBRARY COMPONENT ${arg_COMPONENT} NAMELINK_COMPONENT dev
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
+    ${file_sets})
+
+  file(RELATIVE_PATH prefix ${CMAKE_INSTALL_PREFIX}/${QEL_PKG_CONFIG_DIR} ${CMAKE_INSTALL_PREFIX})
+  string(REGEX REPLACE "/$" "" prefix "${prefix}")
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/library.pc.in ${PROJECT_BINARY_DIR}/${name}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${QEL_PKG_CONFIG_DIR} COMPONENT dev)
+endfunction()
+
+# qel_compress(INPUT OUTPUT): the file as OUTPUT in the build folder, the same octets each time.
+function(qel_compress input output)
+  execute_process(COMMAND gzip -n9c ${input} OUTPUT_FILE ${PROJECT_BINARY_DIR}/${output} COMMAND_ERROR_IS_FATAL ANY)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${input})
+endfunction()
+
+# qel_install_manual(PAGE): Debian compresses its manuals.
+function(qel_install_manual page)
+  string(REGEX MATCH "[0-9]$" section ${page})
+  set(file ${PROJECT_SOURCE_DIR}/man/${page})
+  if(QEL_DEBIAN_PACKAGES)
+    qel_compress(${file} ${page}.gz)
+    set(file ${PROJECT_BINARY_DIR}/${page}.gz)
+  endif()
+  install(FILES ${file} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT tools)
+endfunction()
+
+if(QEL_PLATFORM STREQUAL linux)
+  install(EXPORT mesh_shared
+    NAMESPACE mesh_shared::
+    FILE mesh_sharedConfig.cmake
+    DESTINATION ${QEL_CMAKE_PACKAGE_DIR}
+    COMPONENT dev)
+  # Before 1.0 each minor version may break what was.
+  write_basic_package_version_file(${PROJECT_BINARY_DIR}/mesh_sharedConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+  install(FILES ${PROJECT_BINARY_DIR}/mesh_sharedConfigVersion.cmake DESTINATION ${QEL_CMAKE_PACKAGE_DIR} COMPONENT dev)
+endif()
