@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "qel/core/vendor_oui.h"
+#include "qel/ieee1905_1/vendor/vendor_specific.h"
 #include "tests/tools/json.h"
 #include "tools/meshdump/hex_text.h"
 
@@ -227,6 +228,28 @@ TEST_F(Meshdump, ReproducesLiveTraffic) {
     EXPECT_EQ(reproduced, row.reproduced);
     EXPECT_EQ(with_other_vendor, row.with_other_vendor);
     EXPECT_EQ(rejected, row.rejected);
+  }
+}
+
+/// The TLVs of the fuzzer's seeds in one message: all payloads of the vendor-specific TLV.
+TEST_F(Meshdump, ReproducesEverySubtypeInOneMessage) {
+  std::string tlvs;
+  for (const char* seed :
+       {"nested-tlv", "message-type-and-version", "device-information", "ieee1905-neighbors", "non-ieee1905-neighbors",
+        "receiver-link-metric", "transmitter-link-metric", "wlan-opmode", "non-operational-bss", "btm-query",
+        "sta-idle-state", "ap-anpi", "link-state", "blocked-interfaces", "wlan-security", "psq19-neighbors"}) {
+    const std::string message = hex(read_file(DATA + "corpus/message/vendor-" + seed));
+    tlvs += message.substr(16, message.size() - 16 - 6);  // between head and end of message
+  }
+  for (std::size_t at = 0; (at = tlvs.find("02514c", at)) != std::string::npos; at += 6) {
+    tlvs.replace(at, 6, meshdump::to_hex(qel::VENDOR_OUI));
+  }
+  const std::string wire = "0000000424680080" + tlvs + "000000";
+  const Json message(run("--json --reencode --hex -", wire + "\n").out);
+  EXPECT_EQ(message["reencoded"].text(), wire);
+  const std::string text = message["text"].text();
+  for (int subtype = 0; subtype <= 16; ++subtype) {
+    EXPECT_THAT(text, HasSubstr("type: " + enum_to_string(qel::ieee1905_1::QELVendorTLVType(subtype))));
   }
 }
 
