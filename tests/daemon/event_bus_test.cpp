@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "qel/daemon/signal.h"
-
 namespace qel {
 namespace {
 
@@ -11,7 +9,6 @@ struct Links final : IEventModule {
   static constexpr ID MODULE_ID{7};
   Links(CreateToken token, int* counter) : IEventModule(token), deaths(counter) {}
   ~Links() override { ++*deaths; }
-  signals::Signal<int> changed;
   int* deaths;
 };
 
@@ -33,11 +30,6 @@ TEST(EventBus, KeepsModulesByIdentifier) {
   EXPECT_THROW(bus.create_module<Imposter>(), std::logic_error);
   EXPECT_EQ(bus.find_module<Imposter>(), nullptr);
   EXPECT_EQ(bus.count_modules(), 1u);
-
-  int heard = 0;
-  bus.find_module<Links>()->changed.connect([&](int value) { heard = value; });
-  links.changed(3);
-  EXPECT_EQ(heard, 3);
 
   EXPECT_TRUE(bus.remove_module(ID(7)));
   EXPECT_EQ(deaths, 1);

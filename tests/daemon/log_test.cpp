@@ -41,7 +41,7 @@ TEST_F(LogTest, EachLevelGoesItsWay) {
                                         "%s|log-a: late level counts", "%s|log-a: nowhere", "%s|log-a: debug again"));
 }
 
-TEST_F(LogTest, CutsOneNewlineAndDropsEveryNul) {
+TEST_F(LogTest, CutsOneNewlineDropsEveryNulAndPassesLongLines) {
   using namespace std::string_literals;
   stream("log-b") << "two\n\n" << std::flush;
   stream("log-b") << "a\0b\0\n\0"s << std::flush;
@@ -49,9 +49,7 @@ TEST_F(LogTest, CutsOneNewlineAndDropsEveryNul) {
   stream("log-b") << std::flush;
   EXPECT_THAT(take_calls(), ElementsAre("debugmsg(log-b, %s, two\n)", "debugmsg(log-b, %s, ab)",
                                         "debugmsg(log-b, %s, )", "debugmsg(log-b, %s, )"));
-}
 
-TEST_F(LogTest, LongLinesPassAndLeaveNothingBehind) {
   const std::string text(3000, 'x');
   stream("log-c") << text << std::endl;
   stream("log-c") << "short" << std::endl;
@@ -67,7 +65,7 @@ TEST_F(LogTest, AStreamIsMadeOnceAndRecoversFromFailure) {
   EXPECT_THAT(take_calls(), ElementsAre("debugmsg(log-d, %s, back)"));
 }
 
-TEST_F(LogTest, LevelsArePrintedOnOtherStreams) {
+TEST_F(LogTest, LevelsArePrintedOnOtherStreamsAndParsedExactly) {
   std::ostringstream os;
   os << LogLevels::NOTE << LogLevels::DEBUG << LogLevels::LOG << LogLevels::ERROR << LogLevels(-1);
   EXPECT_EQ(os.str(), "NOTEDEBUGLOGERRORINVALID_LOG_LEVEL");
@@ -76,30 +74,20 @@ TEST_F(LogTest, LevelsArePrintedOnOtherStreams) {
   copy.copyfmt(stream("log-f"));
   copy << LogLevels::LOG;
   EXPECT_EQ(copy.str(), "LOG");
-}
 
-TEST_F(LogTest, LevelsAreParsedExactly) {
   EXPECT_EQ(string_to_loglevels("NOTE"), LogLevels::NOTE);
   EXPECT_EQ(string_to_loglevels("DEBUG"), LogLevels::DEBUG);
   EXPECT_EQ(string_to_loglevels("LOG"), LogLevels::LOG);
   EXPECT_EQ(string_to_loglevels("ERROR"), LogLevels::ERROR);
   for (const char* text : {"debug", "", "ERROR ", "INVALID_LOG_LEVEL"}) {
-    try {
-      string_to_loglevels(text);
-      ADD_FAILURE() << text;
-    } catch (const std::out_of_range& error) {
-      EXPECT_STREQ(error.what(), "map::at");
-    }
+    EXPECT_THAT([text] { string_to_loglevels(text); }, testing::ThrowsMessage<std::out_of_range>("map::at")) << text;
   }
 }
 
-TEST_F(LogTest, EnableSwitchesTheComponentAlone) {
+TEST_F(LogTest, EnableSwitchesTheComponentAloneAndTheSettingsOnlyKeepTheirValues) {
   enable("log-g", true);
   enable("log-g", false);
   EXPECT_THAT(take_calls(), ElementsAre("debug_handle_set(log-g, 1)", "debug_handle_set(log-g, 0)"));
-}
-
-TEST_F(LogTest, TheSettingsOnlyKeepTheirValues) {
   set_log_level(LogLevels::ERROR);
   set_log_all_debugs(true);
   EXPECT_EQ(get_log_level(), LogLevels::ERROR);

@@ -76,12 +76,8 @@ class StateMachineTest : public FakePlatformTest {
 TEST_F(StateMachineTest, WithoutAStateEventsAreAnError) {
   const auto expect_error = [&] {
     fake_platform::take_calls();
-    try {
-      machine.on_event(Go());
-      ADD_FAILURE();
-    } catch (const std::runtime_error& error) {
-      EXPECT_STREQ(error.what(), "Dispatching Event on uninitialised State Machine!");
-    }
+    EXPECT_THAT([this] { machine.on_event(Go()); },
+                testing::ThrowsMessage<std::runtime_error>("Dispatching Event on uninitialised State Machine!"));
     EXPECT_THAT(fake_platform::take_calls(),
                 ElementsAre("errmsg(%s: %s, state_machine: Dispatching Event on uninitialised State Machine!)"));
   };
@@ -107,7 +103,7 @@ TEST_F(StateMachineTest, EntersAndLeavesInOrder) {
   EXPECT_EQ(current(), "none");
 }
 
-TEST_F(StateMachineTest, TheLastRequestCounts) {
+TEST_F(StateMachineTest, TheLastRequestCountsAfterTheHandler) {
   machine.init<First>();
   machine.on_event(Number(42));
   ASSERT_EQ(current(), "Last");
@@ -115,15 +111,15 @@ TEST_F(StateMachineTest, TheLastRequestCounts) {
   // An event that the state does not handle passes by.
   machine.on_event(Number(43));
   EXPECT_EQ(current(), "Last");
-}
 
-TEST_F(StateMachineTest, TransitionsWaitForTheOutermostHandler) {
-  machine.init<First>();
+  // Transitions wait for the outermost handler.
+  StateMachine other;
+  other.init<First>();
   trace.clear();
-  machine.on_event(Nested());
+  other.on_event(Nested());
   EXPECT_EQ(trace.at(0), "First still here entered");
   EXPECT_EQ(trace.at(1), "First out entered");
-  EXPECT_EQ(current(), "Last");
+  EXPECT_STREQ(other.get_current_state()->get_name(), "Last");
 }
 
 /// Sends itself away while it is still being entered.
@@ -137,9 +133,13 @@ struct Hasty final : TracedState<Hasty, Go> {
   void on(const Go&) { go_to<Last>(1); }
 };
 
-TEST_F(StateMachineTest, AStateIsNotLeftBeforeItIsEntered) {
-  machine.init<Hasty>();
-  EXPECT_THAT(trace, ElementsAre("Hasty still entering", "Hasty out entered", "Hasty dies", "Last in"));
+TEST_F(StateMachineTest, AStateIsNotLeftBeforeItIsEnteredAndTheDestructorLeaves) {
+  {
+    StateMachine local;
+    local.init<Hasty>();
+  }
+  EXPECT_THAT(trace, ElementsAre("Hasty still entering", "Hasty out entered", "Hasty dies", "Last in",
+                                 "Last out entered", "Last dies"));
 }
 
 struct Broken final : TracedState<Broken> {
@@ -154,15 +154,6 @@ TEST_F(StateMachineTest, AStateThatCannotBeEnteredIsDropped) {
   EXPECT_THAT(trace, ElementsAre("Broken dies"));
   machine.init<First>();
   EXPECT_EQ(current(), "First");
-}
-
-TEST_F(StateMachineTest, TheDestructorLeaves) {
-  {
-    StateMachine local;
-    local.init<Passing>();
-    trace.clear();
-  }
-  EXPECT_THAT(trace, ElementsAre("Last out entered", "Last dies"));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "qel/daemon/timer.h"
 
-#include <optional>
+#include <functional>
 
 #include "tests/daemon/fixture.h"
 
@@ -31,8 +31,7 @@ TEST_F(TimerTest, CountsInTheUnitOfTheDuration) {
   Timer timer;
   const auto armed_with = [&](auto duration) {
     timer.start(duration, [] {});
-    const auto calls = take_calls();
-    return calls.back();
+    return take_calls().back();
   };
   EXPECT_EQ(armed_with(1500ms), "ctimer_setup_internal(0, 2, 0, 1500, 1000, 0, 0)");
   EXPECT_EQ(armed_with(deciseconds(7)), "ctimer_setup_internal(0, 2, 0, 7, 10, 0, 0)");
@@ -42,30 +41,12 @@ TEST_F(TimerTest, CountsInTheUnitOfTheDuration) {
   EXPECT_EQ(armed_with(std::chrono::milliseconds(0x1'0000'0003)), "ctimer_setup_internal(0, 2, 0, 3, 1000, 0, 0)");
 }
 
-TEST_F(TimerTest, FiresOnceAndIsIdleInItsCallback) {
-  Timer timer;
-  int fired = 0;
-  std::optional<bool> running_inside;
-  timer.start(20ms, [&] {
-    ++fired;
-    running_inside = timer.is_running();
-  });
-  EXPECT_TRUE(timer.is_running());
-  advance_microseconds(19'999);
-  EXPECT_EQ(fired, 0);
-  advance_microseconds(1);
-  EXPECT_EQ(fired, 1);
-  EXPECT_EQ(running_inside, false);
-  advance_microseconds(1'000'000);
-  EXPECT_EQ(fired, 1);
-}
-
-TEST_F(TimerTest, ItsCallbackMayReArmReplaceOrDestroyIt) {
+TEST_F(TimerTest, FiresOnceAndItsCallbackMayReArmReplaceOrDestroyIt) {
   auto timer = std::make_unique<Timer>();
   std::vector<int> log;
   const auto big = std::make_shared<int>(5);
   std::function<void()> first = [&, kept = big] {
-    log.push_back(1);
+    log.push_back(timer->is_running() ? 0 : 1);
     timer->start(10ms, [&, kept] {
       log.push_back(2);
       timer.reset();
@@ -73,73 +54,68 @@ TEST_F(TimerTest, ItsCallbackMayReArmReplaceOrDestroyIt) {
     });
     log.push_back(*kept);
   };
-  timer->start(10ms, std::exchange(first, nullptr));
-  advance_microseconds(10'000);
+  timer->start(20ms, std::exchange(first, nullptr));
+  EXPECT_TRUE(timer->is_running());
+  advance_microseconds(19'999);
+  EXPECT_THAT(log, IsEmpty());
+  advance_microseconds(1);
   EXPECT_THAT(log, ElementsAre(1, 5));
-  advance_microseconds(10'000);
+  advance_microseconds(1'000'000);
   EXPECT_THAT(log, ElementsAre(1, 5, 2, 5));
   EXPECT_EQ(big.use_count(), 1);
 }
 
-TEST_F(TimerTest, StartStopsFirst) {
-  Timer timer;
-  int first = 0;
-  int second = 0;
-  timer.start(1s, [&] { ++first; });
-  timer.start(2s, [&] { ++second; });
-  EXPECT_THAT(take_calls(), ElementsAre("ctimer_setup_internal(0, 2, 0, 1, 1, 0, 0)", "ctimer_unsetup_internal(2)",
-                                        "ctimer_setup_internal(0, 2, 0, 2, 1, 0, 0)"));
-  advance_microseconds(5'000'000);
-  EXPECT_EQ(first, 0);
-  EXPECT_EQ(second, 1);
-}
-
-TEST_F(TimerTest, StoppingAnIdleTimerClearsTheErrorAndCallsNothing) {
+TEST_F(TimerTest, StartStopsFirstAndStoppingAnIdleTimerCallsNothing) {
   Timer timer;
   std::error_code error = TimerErrc::CHANGED_HANDLE;
   timer.stop(error);
   EXPECT_FALSE(error);
   timer.stop();
   EXPECT_THAT(take_calls(), IsEmpty());
+
+  std::vector<int> fired;
+  timer.start(1s, [&] { fired.push_back(1); });
+  timer.start(2s, [&] { fired.push_back(2); });
+  EXPECT_THAT(take_calls(), ElementsAre("ctimer_setup_internal(0, 2, 0, 1, 1, 0, 0)", "ctimer_unsetup_internal(2)",
+                                        "ctimer_setup_internal(0, 2, 0, 2, 1, 0, 0)"));
+  advance_microseconds(5'000'000);
+  EXPECT_THAT(fired, ElementsAre(2));
 }
 
-TEST_F(TimerTest, MapsTheResultsOfStarting) {
-  const std::pair<int, std::error_code> rows[] = {{-1, TimerErrc::INVALID_PARAMETER},
-                                                  {-2, TimerErrc::RESOURCE_PROBLEM},
-                                                  {-3, TimerErrc::INVALID_HANDLE},
-                                                  {-4, TimerErrc::CHANGED_HANDLE},
-                                                  {-5, {}},
-                                                  {1, {}}};
-  for (const auto& [result, expected] : rows) {
-    set_result("ctimer_setup_internal", result);
-    Timer timer;
-    EXPECT_EQ(error_of([&] { timer.start(1s, [] {}); }), expected) << result;
-    EXPECT_FALSE(timer.is_running());
-  }
-}
-
-TEST_F(TimerTest, MapsTheResultsOfStoppingAndDropsTheCallbackAnyway) {
-  const std::pair<int, std::error_code> rows[] = {
-      {-1, {}}, {-2, TimerErrc::DELETED_HANDLE}, {-3, TimerErrc::INVALID_HANDLE}, {-4, TimerErrc::CHANGED_HANDLE}};
-  for (const auto& [result, expected] : rows) {
+TEST_F(TimerTest, MapsTheResultsOfThePlatformAndDropsTheCallbackAnyway) {
+  enum Function { START, STOP, REMAINING };
+  const std::tuple<Function, int, std::error_code> rows[] = {{START, -1, TimerErrc::INVALID_PARAMETER},
+                                                             {START, -2, TimerErrc::RESOURCE_PROBLEM},
+                                                             {START, -3, TimerErrc::INVALID_HANDLE},
+                                                             {START, -4, TimerErrc::CHANGED_HANDLE},
+                                                             {START, -5, {}},
+                                                             {START, 1, {}},
+                                                             {STOP, -1, {}},
+                                                             {STOP, -2, TimerErrc::DELETED_HANDLE},
+                                                             {STOP, -3, TimerErrc::INVALID_HANDLE},
+                                                             {STOP, -4, TimerErrc::CHANGED_HANDLE},
+                                                             {REMAINING, -1, TimerErrc::NOT_RUNNING},
+                                                             {REMAINING, -2, TimerErrc::DELETED_HANDLE},
+                                                             {REMAINING, -3, TimerErrc::INVALID_HANDLE}};
+  for (const auto& [function, result, expected] : rows) {
+    SCOPED_TRACE(testing::Message() << function << ' ' << result);
+    fake_platform::reset();
     Timer timer;
     const auto held = std::make_shared<int>();
-    timer.start(1s, [held] {});
-    set_result("ctimer_unsetup_internal", result);
-    EXPECT_EQ(error_of([&] { timer.stop(); }), expected) << result;
-    EXPECT_EQ(held.use_count(), 1) << result;
-    fake_platform::clear_result("ctimer_unsetup_internal");
-  }
-}
-
-TEST_F(TimerTest, MapsTheResultsOfTheRemainingTime) {
-  const std::pair<int, TimerErrc> rows[] = {
-      {-1, TimerErrc::NOT_RUNNING}, {-2, TimerErrc::DELETED_HANDLE}, {-3, TimerErrc::INVALID_HANDLE}};
-  const Timer timer;
-  EXPECT_EQ(error_of([&] { static_cast<void>(timer.get_remaining_time()); }), TimerErrc::NOT_RUNNING);
-  for (const auto& [result, expected] : rows) {
-    set_result("ctimer_endtval_internal", result);
-    EXPECT_EQ(error_of([&] { static_cast<void>(timer.get_remaining_time()); }), expected) << result;
+    if (function == START) {
+      set_result("ctimer_setup_internal", result);
+      EXPECT_EQ(error_of([&] { timer.start(1s, [held] {}); }), expected);
+      EXPECT_FALSE(timer.is_running());
+    } else if (function == STOP) {
+      timer.start(1s, [held] {});
+      set_result("ctimer_unsetup_internal", result);
+      EXPECT_EQ(error_of([&] { timer.stop(); }), expected);
+      EXPECT_EQ(held.use_count(), 1);
+    } else {
+      EXPECT_EQ(error_of([&] { timer.get_remaining_time(); }), TimerErrc::NOT_RUNNING);
+      set_result("ctimer_endtval_internal", result);
+      EXPECT_EQ(error_of([&] { timer.get_remaining_time(); }), expected);
+    }
   }
 }
 
@@ -197,14 +173,10 @@ TEST_F(TimerTest, ErrorsHaveTextsAndGenericConditions) {
                                "Deleted handle",  "Changed handle", "Resource problem"};
   for (int code = 1; code <= 7; ++code) {
     EXPECT_EQ(category.message(code), texts[code - 1]);
-    const auto condition = category.default_error_condition(code);
-    if (code == 3) {
-      EXPECT_EQ(condition, std::errc::invalid_argument);
-    } else if (code == 7) {
-      EXPECT_EQ(condition, std::errc::device_or_resource_busy);
-    } else {
-      EXPECT_EQ(condition, std::error_condition(code, category));
-    }
+    EXPECT_EQ(category.default_error_condition(code),
+              code == 3   ? std::make_error_condition(std::errc::invalid_argument)
+              : code == 7 ? std::make_error_condition(std::errc::device_or_resource_busy)
+                          : std::error_condition(code, category));
   }
   EXPECT_EQ(category.message(0), "(unrecognized error)");
   EXPECT_EQ(category.message(8), "(unrecognized error)");

@@ -68,22 +68,15 @@ TEST_F(WatchesTest, AGenericWatchHasFourHandlersAndUnregistersWhenItDies) {
   EXPECT_THAT(take_calls(), ElementsAre("evsock_remove_fd(6)"));
 }
 
-TEST_F(WatchesTest, AddingAgainDropsTheLiveHandle) {
+TEST_F(WatchesTest, AddingAgainDropsTheLiveHandleAndARefusalIsLogged) {
   ProbeWatch watch(5, log);
   watch.add_to_evsock();
   take_calls();
-  watch.add_to_evsock();
-  EXPECT_THAT(take_calls(),
-              ElementsAre("evsock_remove_fd(5)", "evsock_add_fd(5, probe, xx--, null)", "evsock_fd_blocking(5)"));
-}
-
-TEST_F(WatchesTest, ARefusedRegistrationIsLogged) {
-  ProbeWatch watch(-1, log);
   fake_platform::set_result("evsock_add_fd", -1);
   watch.add_to_evsock();
   EXPECT_EQ(watch.get_handle(), nullptr);
-  EXPECT_THAT(take_calls(),
-              ElementsAre("evsock_add_fd(-1, probe, xx--, null)", "errmsg(%s: %s, mainloop: Failed to watch probe)"));
+  EXPECT_THAT(take_calls(), ElementsAre("evsock_remove_fd(5)", "evsock_add_fd(5, probe, xx--, null)",
+                                        "errmsg(%s: %s, mainloop: Failed to watch probe)"));
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "qel/daemon/zarni_address.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <sstream>
 
@@ -30,12 +30,8 @@ TEST(ZarniAddress, IsAJsonString) {
   }
   EXPECT_EQ(os.str(), "\"MESHD\"");
   serialization::YAJLStream stream(os, serialization::YAJLIndentation::COMPACT);
-  try {
-    JSONSerializableType<ZarniAddress>::serialize(stream, context, ZarniAddress("\xff"));
-    ADD_FAILURE();
-  } catch (const serialization::SerializationException& error) {
-    EXPECT_STREQ(error.what(), "Serialization of ZarniAddress failed");
-  }
+  EXPECT_THAT([&] { JSONSerializableType<ZarniAddress>::serialize(stream, context, ZarniAddress("\xff")); },
+              testing::ThrowsMessage<serialization::SerializationException>("Serialization of ZarniAddress failed"));
 }
 
 }  // namespace

@@ -11,7 +11,8 @@ struct evsock;
 struct qelipc;
 
 /// A platform that only writes down what is asked of it, under the platform libraries' own names. Every call becomes a
-/// text such as "qelipc_create(node)"; what is returned and what happens in a turn is up to the test.
+/// text such as "qelipc_create(node)"; what is returned and what happens in a turn is up to the test. Who registers for
+/// messages or an event gets one with the content "up" at once.
 namespace fake_platform {
 
 /// A fresh platform: nothing recorded, every call succeeds, the time is 0. Handles from before must not be used.
@@ -46,9 +47,5 @@ std::vector<std::string> ring_lines();
 
 /// The handler's result when a command of a registered module is run by hand, as the shell would.
 int run_command(const std::string& module, const std::string& command);
-
-/// Delivers to the handler of messages or the notifiers of the event; false when there is none.
-bool deliver_message(qelipc* ipc, const std::string& source, const std::string& data);
-bool deliver_event(qelipc* ipc, const std::string& event, const std::string& data);
 
 }  // namespace fake_platform

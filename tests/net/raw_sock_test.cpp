@@ -95,17 +95,13 @@ class RawSockOn : public testing::Test {
   Receiver receiver_;
 };
 
-TEST_F(RawSockOn, SendsUpToTheLargestFrame) {
-  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
+TEST_F(RawSockOn, SendsUpToTheLargestFrameAndReportsWhyItCouldNot) {
   const Octets frame = make_frame(1515, 1);
+  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
   EXPECT_EQ(sock.send_data(frame.data(), 1515), generic(EMSGSIZE));
   EXPECT_FALSE(becomes_readable(peer_.get(), 0));
   EXPECT_EQ(sock.send_data(frame.data(), 1514), SUCCESS);
   EXPECT_EQ(receive(peer_), make_frame(1514, 1));
-}
-
-TEST_F(RawSockOn, ReportsWhyItCouldNotSend) {
-  const Octets frame = make_frame(1514, 1);
   RawSock none(FileDescriptor(), "eth0", nullptr, nullptr);
   EXPECT_EQ(none.send_data(frame.data(), 60), generic(EBADF));
 
@@ -149,12 +145,8 @@ TEST_F(RawSockOn, ReadsEvenWhenNobodyTakesTheFrame) {
 
 TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
   for (const std::string name : {"", "sixteen-letters!"}) {
-    try {
-      RawSock sock(name, nullptr, nullptr, ETHERTYPE);
-      ADD_FAILURE() << name;
-    } catch (const std::invalid_argument& error) {
-      EXPECT_EQ(error.what(), "interface name is not valid " + name);
-    }
+    EXPECT_THAT([&] { RawSock(name, nullptr, nullptr, ETHERTYPE); },
+                testing::ThrowsMessage<std::invalid_argument>("interface name is not valid " + name));
   }
 }
 
@@ -200,25 +192,17 @@ TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
 
 TEST_F(RawSockOnCable, LeavesNothingOpenWithoutAnInterface) {
   const int before = next_descriptor();
-  try {
-    RawSock sock("nowhere", nullptr, nullptr, ETHERTYPE);
-    ADD_FAILURE();
-  } catch (const std::system_error& error) {
-    EXPECT_EQ(error.code(), generic(ENODEV));
-  }
+  EXPECT_THAT([] { RawSock("nowhere", nullptr, nullptr, ETHERTYPE); },
+              testing::Throws<std::system_error>(testing::Property(&std::system_error::code, generic(ENODEV))));
   EXPECT_EQ(next_descriptor(), before);
 }
 
-TEST_F(RawSockOnCable, MakesTheInterfaceTakeMulticast) {
+TEST_F(RawSockOnCable, MakesTheInterfaceTakeMulticastAndHandsOnThatItWentDown) {
   test::change_interface_flags(NEAR, 0, IFF_MULTICAST);
   const unsigned int before = test::interface_flags(NEAR);
   ASSERT_EQ(before & IFF_MULTICAST, 0U);
   const auto sock = open();
   EXPECT_EQ(test::interface_flags(NEAR), before | 0x1002U);
-}
-
-TEST_F(RawSockOnCable, HandsOnThatTheInterfaceWentDown) {
-  const auto sock = open();
   test::change_interface_flags(NEAR, 0, IFF_UP);
   ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
   sock->on_readable();
@@ -255,65 +239,58 @@ class RawSockInTheLoop : public RawSockOnCable {
  protected:
   RawSockInTheLoop() { evsock_init(); }
   ~RawSockInTheLoop() override { evsock_exit(); }
+
+  void turn_until_received(std::size_t count) const {
+    for (int turn = 0; turn < 10 && receiver_.lengths.size() < count; ++turn) {
+      evsock_select_with_msecs(PATIENCE_MS);
+    }
+    evsock_select_with_msecs(0);
+  }
 };
 
 TEST_F(RawSockInTheLoop, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwards) {
   std::vector<const RawSock*> writable;
-  auto sock = std::make_shared<RawSock>(
-      NEAR, receiver_.callback(), [&](RawSock& caller) { writable.push_back(&caller); }, ETHERTYPE);
+  std::shared_ptr<RawSock> sock;
+  bool removes_itself = false;
+  sock = std::make_shared<RawSock>(
+      NEAR,
+      [&](const unsigned char* data, unsigned int length) {
+        receiver_.callback()(data, length);
+        if (removes_itself) {
+          sock->remove_from_evsock();
+        }
+      },
+      [&](RawSock& caller) { writable.push_back(&caller); }, ETHERTYPE);
   const int fd = sock->get_sock_fd();
-
   sock->add_to_evsock();
   EXPECT_EQ(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
   send(*far_, make_frame(60, 1));
   send(*far_, make_frame(61, 2));
-  for (int turn = 0; turn < 10 && receiver_.lengths.size() < 2; ++turn) {
-    evsock_select_with_msecs(PATIENCE_MS);
-  }
+  turn_until_received(2);
   EXPECT_THAT(receiver_.lengths, ElementsAre(60, 61));
   EXPECT_THAT(writable, ElementsAre(sock.get()));
 
-  sock->remove_from_evsock();
+  // By its own callback; what came after waits until it is registered again.
+  removes_itself = true;
+  send(*far_, make_frame(62, 3));
+  send(*far_, make_frame(63, 4));
+  turn_until_received(3);
+  EXPECT_EQ(receiver_.lengths.size(), 3U);
   EXPECT_EQ(sock->get_fd(), -1);
   EXPECT_EQ(sock->get_sock_fd(), fd);
-  send(*far_, make_frame(62, 3));
-  ASSERT_TRUE(becomes_readable(fd));
-  evsock_select_with_msecs(0);
-  EXPECT_EQ(receiver_.lengths.size(), 2U);
   const Octets answer = make_frame(60, 4);
   EXPECT_EQ(sock->send_data(answer.data(), 60), SUCCESS);
   EXPECT_EQ(receive(*far_), answer);
-
+  removes_itself = false;
   sock->add_to_evsock();
-  evsock_select_with_msecs(PATIENCE_MS);
-  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 61, 62));
+  turn_until_received(4);
+  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 61, 62, 63));
 
   sock.reset();
   EXPECT_FALSE(is_open(fd));
   send(*far_, make_frame(60, 5));
   evsock_select_with_msecs(0);
-  EXPECT_EQ(receiver_.lengths.size(), 3U);
-}
-
-TEST_F(RawSockInTheLoop, MayBeRemovedByItsOwnCallback) {
-  std::shared_ptr<RawSock> sock;
-  int calls = 0;
-  sock = std::make_shared<RawSock>(
-      NEAR,
-      [&](const unsigned char*, unsigned int) {
-        ++calls;
-        sock->remove_from_evsock();
-      },
-      nullptr, ETHERTYPE);
-  sock->add_to_evsock();
-  send(*far_, make_frame(60, 1));
-  send(*far_, make_frame(60, 2));
-  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
-  for (int turn = 0; turn < 10 && calls == 0; ++turn) {
-    evsock_select_with_msecs(PATIENCE_MS);
-  }
-  evsock_select_with_msecs(0);
-  EXPECT_EQ(calls, 1);
+  EXPECT_EQ(receiver_.lengths.size(), 4U);
 }
 
 }  // namespace

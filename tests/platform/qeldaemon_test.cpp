@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "platform/include/ctimer.h"
 #include "platform/include/qellog.h"
 #include "tests/platform/children.h"
 #include "tests/platform/turns.h"
@@ -47,41 +46,32 @@ class DatagramServer {
   int fd_;
 };
 
-char next_octet(int fd) {
-  char octet = 0;
-  return read(fd, &octet, 1) == 1 ? octet : '\0';
-}
-
-void say(int fd, char octet) { ASSERT_EQ(write(fd, &octet, 1), 1); }
-
 TEST(DaemonStart, TheCommandWaitsForReadinessAndTheLoopLivesOnInTheBackground) {
   Pair reports = Pair::sockets();
   const pid_t command = start_child([&] {
     evsock_init();
     // Armed and registered before the fork.
-    static int fired = 0;
-    ctimerhandle timer = nullptr;
-    ctimer_setup_internal(
-        0, &timer, CTIMER_ONESHOT, 0, 10, 1000, [](ctimerhandle, void*) { ++fired; }, nullptr, 0, 0);
-    static char got = 0;
-    evsock_add_fd(
-        reports[1], "reports", [](evsock* watch, void*) { got = next_octet(evsock_get_fd(watch)); }, nullptr, nullptr,
-        nullptr, nullptr, nullptr);
+    int fired = 0;
+    Timer timer{[&] { ++fired; }};
+    timer.start(10, 1000);
+    char got = 0;
+    Watch watch{[&] { got = next_octet(reports[1]); }};
+    watch.add(reports[1]);
     const pid_t before = getpid();
     if (daemon_start(0, 0) != 0 || getpid() == before || getsid(0) != getpid()) {
       say(reports[1], 'E');
       return 2;
     }
     alarm(60);
-    say(reports[1], turn_until([] { return fired == 1 && got == 'g'; }) ? 'T' : 'F');
+    say(reports[1], turn_until([&] { return fired == 1 && got == 'g'; }) ? 'T' : 'F');
     got = 0;
-    turn_until([] { return got == 'r'; });
+    turn_until([&] { return got == 'r'; });
     EXPECT_EQ(daemon_start(0, 0), -EALREADY);
     daemon_ready();
     daemon_ready();
     char directory[16] = "";
     say(reports[1], getcwd(directory, sizeof directory) != nullptr && std::string(directory) == "/" ? '/' : 'F');
-    turn_until([] { return got == 'q'; });
+    turn_until([&] { return got == 'q'; });
     say(reports[1], 'Q');
     return 0;
   });
@@ -159,10 +149,10 @@ TEST(Watchdog, ReportsLifeWhileTheLoopTurns) {
     setenv("WATCHDOG_USEC", "20000", 1);
     EXPECT_EQ(evsock_init(), 0);
     EXPECT_EQ(watchdog_evsock_init("loop"), 0);
-    static bool stopped = false;
-    evsock_add_fd(
-        stop[1], "stop", [](evsock*, void*) { stopped = true; }, nullptr, nullptr, nullptr, nullptr, nullptr);
-    turn_until([] { return stopped; });
+    bool stopped = false;
+    Watch watch{[&] { stopped = true; }};
+    watch.add(stop[1]);
+    turn_until([&] { return stopped; });
     watchdog_evsock_exit();
     watchdog_evsock_trigger();
     return evsock_select_with_msecs(50) <= 1 ? 0 : 1;
@@ -173,12 +163,6 @@ TEST(Watchdog, ReportsLifeWhileTheLoopTurns) {
   }
   say(stop[0], 's');
   EXPECT_EQ(end_of(child), 0);
-}
-
-TEST(Watchdog, IsSilentWithoutOne) {
-  EXPECT_EQ(watchdog_evsock_init("loop"), 0);
-  watchdog_evsock_trigger();
-  watchdog_evsock_exit();
 }
 
 TEST(SystemLog, ADaemonLogsWithoutWaitingForTheLog) {

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include "platform/include/ctlcmd.h"
-#include "platform/include/qeldaemon.h"
 #include "platform/include/qelipc_client.h"
 #include "tests/platform/children.h"
 #include "tests/platform/private_bus.h"
@@ -21,7 +20,7 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::UnorderedElementsAre;
+using testing::StartsWith;
 
 struct Free {
   void operator()(qelipc* ipc) const { qelipc_destroy(ipc); }
@@ -47,11 +46,8 @@ int send(const Endpoint& from, const char* to, const std::string& text) {
   return qelipc_msg_send(from.get(), to, text.data(), static_cast<unsigned>(text.size()));
 }
 
-class Ipc : public testing::Test {
+class Ipc : public LoopTest {
  protected:
-  void SetUp() override { ASSERT_EQ(evsock_init(), 0); }
-  void TearDown() override { evsock_exit(); }
-
   PrivateBus bus_;
 };
 
@@ -76,13 +72,13 @@ TEST_F(Ipc, MessagesKeepTheirOctetsAndTheirOrder) {
   EXPECT_THAT(inbox.got, ElementsAre("alice|" + all, "alice|", "alice|" + large));
 
   inbox.got.clear();
+  std::vector<std::string> sent;
   for (int i = 0; i < 500; ++i) {
     ASSERT_EQ(send(alice, "Bob's box_2", std::to_string(i)), 0);
+    sent.push_back("alice|" + std::to_string(i));
   }
   ASSERT_TRUE(inbox.wait_for(500));
-  for (std::size_t i = 0; i < 500; ++i) {
-    ASSERT_EQ(inbox.got[i], "alice|" + std::to_string(i));
-  }
+  EXPECT_EQ(inbox.got, sent);
 }
 
 TEST_F(Ipc, ReportsWhatCannotBeSent) {
@@ -111,13 +107,11 @@ TEST_F(Ipc, ATakenNameCannotBeTakenAgainAndIsFreeAfterwards) {
 
   Pair ready = Pair::pipe();
   const pid_t child = start_child([&] {
-    if (qelipc_create("killed") != nullptr && write(ready[1], "r", 1) == 1) {
-      pause();
-    }
+    say(ready[1], qelipc_create("killed") != nullptr ? 'r' : 'F');
+    pause();
     return 2;
   });
-  char octet;
-  ASSERT_EQ(read(ready[0], &octet, 1), 1);
+  ASSERT_EQ(next_octet(ready[0]), 'r');
   EXPECT_EQ(qelipc_create("killed"), nullptr);
   kill(child, SIGKILL);
   EXPECT_EQ(end_of(child), -SIGKILL);
@@ -158,29 +152,10 @@ TEST_F(Ipc, EventsReachEveryoneWhoAskedForThem) {
   EXPECT_EQ(qelipc_event_unregister_notifier(first.get(), event.c_str(), Inbox::take, &at_first_too), 0);
 }
 
-TEST_F(Ipc, ACallbackMayDestroyItsOwnEndpoint) {
-  const Endpoint alice(qelipc_create("alice"));
-  qelipc* doomed = qelipc_create("doomed");
-  ASSERT_TRUE(alice && doomed != nullptr);
-  static bool called = false;
-  qelipc_msg_register(
-      doomed,
-      [](qelipc* self, const char*, void*, unsigned, void*) {
-        called = true;
-        qelipc_destroy(self);
-      },
-      nullptr);
-  EXPECT_EQ(send(alice, "doomed", "x"), 0);
-  EXPECT_EQ(send(alice, "doomed", "y"), 0);
-  ASSERT_TRUE(turn_until([] { return called; }));
-  EXPECT_EQ(send(alice, "doomed", "x"), -ENXIO);
-}
-
-TEST_F(Ipc, ExceptionsOfCallbacksLeaveTheTurn) {
+TEST_F(Ipc, CallbacksMayThrowAndDestroyTheirOwnEndpoint) {
   const Endpoint alice(qelipc_create("alice"));
   const Endpoint bob(qelipc_create("bob"));
-  qelipc* doomed = qelipc_create("doomed");
-  ASSERT_TRUE(alice && bob && doomed != nullptr);
+  ASSERT_TRUE(alice && bob);
   const qelipc_callback fail = [](qelipc*, const char*, void*, unsigned, void*) { throw std::runtime_error("fail"); };
   const auto turn_until_thrown = [] { EXPECT_THROW(turn_until([] { return false; }), std::runtime_error); };
   Inbox inbox;
@@ -200,16 +175,26 @@ TEST_F(Ipc, ExceptionsOfCallbacksLeaveTheTurn) {
   turn_until_thrown();
   EXPECT_THAT(events.got, ElementsAre("event|e"));
 
-  qelipc_msg_register(
-      doomed,
-      [](qelipc* self, const char*, void*, unsigned, void*) {
-        qelipc_destroy(self);
-        throw std::runtime_error("destroyed");
-      },
-      nullptr);
-  EXPECT_EQ(send(alice, "doomed", "x"), 0);
-  turn_until_thrown();
-  EXPECT_EQ(send(alice, "doomed", "x"), -ENXIO);
+  for (bool throws : {false, true}) {
+    qelipc* doomed = qelipc_create("doomed");
+    ASSERT_NE(doomed, nullptr);
+    qelipc_msg_register(
+        doomed,
+        [](qelipc* self, const char*, void*, unsigned, void* also_throws) {
+          qelipc_destroy(self);
+          if (*static_cast<bool*>(also_throws)) {
+            throw std::runtime_error("destroyed");
+          }
+        },
+        &throws);
+    EXPECT_EQ(send(alice, "doomed", "x"), 0);
+    EXPECT_EQ(send(alice, "doomed", "y"), 0);
+    if (throws) {
+      turn_until_thrown();
+      EXPECT_EQ(send(alice, "doomed", "z"), -ENXIO) << "at once";
+    }
+    EXPECT_TRUE(turn_until([&] { return send(alice, "doomed", "z") == -ENXIO; }));
+  }
 }
 
 TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
@@ -224,6 +209,9 @@ TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
     ASSERT_TRUE(turn_until([&] { return !qelipc_is_connected(alice.get()) && !qelipc_is_connected(bob.get()); }));
     EXPECT_EQ(send(alice, "bob", "x"), -ENOTCONN);
     EXPECT_EQ(qelipc_event_send(alice.get(), "event", "x", 1), -ENOTCONN);
+    EXPECT_EQ(qelipc_create("carol"), nullptr);
+    EXPECT_TRUE(errno == ECONNREFUSED || errno == ENOENT) << strerror(errno);
+    EXPECT_EQ(qelipc_client_open(), nullptr);
     EXPECT_LE(evsock_select_with_msecs(600), 2) << "one attempt of each";
     ASSERT_TRUE(bus_.start());
     ASSERT_TRUE(turn_until([&] { return qelipc_is_connected(alice.get()) && qelipc_is_connected(bob.get()); }));
@@ -253,135 +241,27 @@ TEST_F(Ipc, ABusThatDoesNotAnswerHoldsTheLoopUpOnlyOnceAndShortly) {
   EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice.get()) == 1; }));
 }
 
-TEST_F(Ipc, WithoutABusNothingIsCreated) {
-  bus_.stop();
-  EXPECT_EQ(qelipc_create("alice"), nullptr);
-  EXPECT_TRUE(errno == ECONNREFUSED || errno == ENOENT) << strerror(errno);
-  EXPECT_EQ(qelipc_client_open(), nullptr);
+/// What a tool gets for a line: the result, a space and the answer; the error alone when there is no answer.
+std::string ask(const Client& client, const char* module, const char* line, const char* endpoint = "shell daemon") {
+  int result = 0;
+  char* answer = nullptr;
+  const int status = qelipc_client_command(client.get(), endpoint, module, line, 20000, &result, &answer);
+  const std::unique_ptr<char, decltype(&free)> owner(answer, free);
+  return status < 0 ? std::to_string(status) : std::to_string(result) + " " + answer;
 }
 
-TEST_F(Ipc, AnEndpointFollowsItsDaemonIntoTheBackground) {
-  const pid_t command = start_child([&] {
-    qelipc* daemon = qelipc_create("daemon");
-    static bool asked = false;
-    qelipc_msg_register(
-        daemon,
-        [](qelipc* self, const char* from, void*, unsigned, void*) {
-          asked = true;
-          qelipc_msg_send(self, from, "here", 4);
-        },
-        nullptr);
-    if (daemon_start(0, 0) != 0) {
-      return 2;
-    }
-    alarm(60);
-    daemon_ready();
-    turn_until([] { return asked; });
-    qelipc_destroy(daemon);
-    return 0;
-  });
-  ASSERT_EQ(end_of(command), 0);
-  const Endpoint asker(qelipc_create("asker"));
-  ASSERT_TRUE(asker);
-  Inbox inbox;
-  qelipc_msg_register(asker.get(), Inbox::take, &inbox);
-  EXPECT_EQ(send(asker, "daemon", "where?"), 0);
-  ASSERT_TRUE(inbox.wait_for(1));
-  EXPECT_THAT(inbox.got, ElementsAre("daemon|here"));
-}
-
-/// A daemon with a shell in a child process, until it is told to quit.
-class Shell : public Ipc {
- protected:
-  void SetUp() override {
-    Ipc::SetUp();
-    Pair ready = Pair::pipe();
-    daemon_ = start_child([&] {
-      static qelipc* ipc = qelipc_create("shell daemon");
-      static bool quit = false;
-      static const ctlcmd_command built_in[] = {{"HELP", ctlcmd_help, "show help"},
-                                                {"QUIT", ctlcmd_quit, "disconnect"}};
-      const ctlcmd_table table = {built_in, 2};
-      EXPECT_EQ(ctlcmd_listen_start(nullptr, "shell daemon", &table), -EINVAL);
-      EXPECT_EQ(ctlcmd_listen_start(ipc, "shell daemon", &table), 0);
-      EXPECT_EQ(ctlcmd_listen_start(ipc, "shell daemon", &table), -EBUSY);
-      static const ctlcmd_command commands[] = {{"raw",
-                                                 [](ctlcmd_session* session, int, const char* const*, void*) {
-                                                   ctlcmd_printf(session, "caf\xe9 \xc3\xa9\n");
-                                                   return CTLCMD_FAILED;
-                                                 },
-                                                 "octets"},
-                                                {"event",
-                                                 [](ctlcmd_session*, int, const char* const* argv, void*) {
-                                                   return qelipc_event_send(ipc, argv[1], "data", 4);
-                                                 },
-                                                 "send an event"},
-                                                {"deaf",
-                                                 [](ctlcmd_session*, int, const char* const*, void*) {
-                                                   ctlcmd_listen_stop(ipc);
-                                                   return 0;
-                                                 },
-                                                 "end the shell"},
-                                                {"end",
-                                                 [](ctlcmd_session*, int, const char* const*, void*) {
-                                                   quit = true;
-                                                   return 0;
-                                                 },
-                                                 "end the daemon"}};
-      EXPECT_EQ(ctlcmd_register_library("test", commands, 4), 0);
-      if (write(ready[1], "r", 1) != 1) {
-        return 2;
-      }
-      turn_until([] { return quit; });
-      qelipc_destroy(ipc);
-      EXPECT_EQ(ctlcmd_docommand("", "help"), CTLCMD_NO_COMMAND) << "the service ended with its endpoint";
-      return 0;
-    });
-    char octet;
-    ASSERT_EQ(read(ready[0], &octet, 1), 1);
-    client_.reset(qelipc_client_open());
-    ASSERT_TRUE(client_);
-  }
-
-  /// The answer, its result in `result_`, which keeps the error when there is no answer.
-  std::string ask(const char* module, const char* line, const char* endpoint = "shell daemon") {
-    char* answer = nullptr;
-    const int status = qelipc_client_command(client_.get(), endpoint, module, line, 20000, &result_, &answer);
-    if (status < 0) {
-      result_ = status;
-      return {};
-    }
-    const std::string text(answer);
-    free(answer);
-    return text;
-  }
-
-  pid_t daemon_ = -1;
-  Client client_;
-  int result_ = 0;
-};
-
-TEST_F(Shell, AnswersToolsOnTheBus) {
+int use_shell() {
+  const Client client(qelipc_client_open());
   std::vector<std::string> names;
-  EXPECT_EQ(
-      qelipc_client_list(
-          client_.get(),
-          [](void* list, const char* name) { static_cast<std::vector<std::string>*>(list)->push_back(name); }, &names),
-      1);
-  EXPECT_THAT(names, UnorderedElementsAre("shell daemon"));
-
-  EXPECT_EQ(ask("", "help").find("commands of shell daemon:\n  HELP              show help\n"), 0u);
-  EXPECT_EQ(result_, 0);
-  ask(nullptr, "quit");
-  EXPECT_EQ(result_, CTLCMD_CLOSED);
-  ask("nomodule", "raw");
-  EXPECT_EQ(result_, CTLCMD_NO_MODULE);
-  EXPECT_EQ(ask("test", "raw"), "caf\xef\xbf\xbd \xc3\xa9\n");
-  EXPECT_EQ(result_, CTLCMD_FAILED);
-  ask("", "help", "nobody");
-  EXPECT_EQ(result_, -ENXIO);
-  ask("", "bad \xff");
-  EXPECT_EQ(result_, -EINVAL);
+  const auto add = [](void* list, const char* name) { static_cast<std::vector<std::string>*>(list)->push_back(name); };
+  EXPECT_EQ(qelipc_client_list(client.get(), add, &names), 1);
+  EXPECT_THAT(names, ElementsAre("shell daemon"));
+  EXPECT_THAT(ask(client, "", "help"), StartsWith("0 commands of shell daemon:\n  HELP              show help\n"));
+  EXPECT_EQ(ask(client, nullptr, "quit"), std::to_string(CTLCMD_CLOSED) + " ");
+  EXPECT_EQ(ask(client, "nomodule", "raw"), std::to_string(CTLCMD_NO_MODULE) + " no module \"nomodule\"\n");
+  EXPECT_EQ(ask(client, "test", "raw"), std::to_string(CTLCMD_FAILED) + " caf\xef\xbf\xbd \xc3\xa9\n");
+  EXPECT_EQ(ask(client, "", "help", "nobody"), std::to_string(-ENXIO));
+  EXPECT_EQ(ask(client, "", "bad \xff"), std::to_string(-EINVAL));
 
   std::vector<std::string> events;
   const qelipc_client_event take = [](void* list, const char* endpoint, const char* event, const void* data,
@@ -389,30 +269,50 @@ TEST_F(Shell, AnswersToolsOnTheBus) {
     static_cast<std::vector<std::string>*>(list)->push_back(std::string(endpoint) + "|" + event + "|" +
                                                             std::string(static_cast<const char*>(data), size));
   };
-  ASSERT_EQ(qelipc_client_subscribe(client_.get(), "shell daemon", take, &events), 0);
-  EXPECT_EQ(qelipc_client_wait(client_.get(), 0), 0);
-  ask("test", "event up");
-  EXPECT_EQ(result_, 0);
-  while (events.empty()) {
-    ASSERT_EQ(qelipc_client_wait(client_.get(), 20000), 1);
+  EXPECT_EQ(qelipc_client_subscribe(client.get(), "shell daemon", take, &events), 0);
+  EXPECT_EQ(qelipc_client_wait(client.get(), 0), 0);
+  EXPECT_EQ(ask(client, "test", "event up"), "0 ");
+  while (events.empty() && qelipc_client_wait(client.get(), 20000) == 1) {
   }
   EXPECT_THAT(events, ElementsAre("shell daemon|up|data"));
-
-  kill(daemon_, SIGSTOP);
-  char* answer = nullptr;
-  EXPECT_EQ(qelipc_client_command(client_.get(), "shell daemon", "", "help", 100, &result_, &answer), -ETIMEDOUT);
-  kill(daemon_, SIGCONT);
-  ask("test", "end");
-  EXPECT_EQ(end_of(daemon_), 0);
+  EXPECT_EQ(ask(client, "test", "deaf"), "0 ");
+  EXPECT_EQ(ask(client, "test", "help"), std::to_string(-EOPNOTSUPP));
+  return 0;
 }
 
-TEST_F(Shell, CanBeClosed) {
-  ask("test", "deaf");
-  EXPECT_EQ(result_, 0);
-  ask("test", "help");
-  EXPECT_EQ(result_, -EOPNOTSUPP);
-  kill(daemon_, SIGKILL);
-  EXPECT_EQ(end_of(daemon_), -SIGKILL);
+TEST_F(Ipc, AShellAnswersToolsUntilItIsClosed) {
+  Endpoint daemon(qelipc_create("shell daemon"));
+  const ctlcmd_command built_in[] = {{"HELP", ctlcmd_help, "show help"}, {"QUIT", ctlcmd_quit, "disconnect"}};
+  const ctlcmd_table table = {built_in, 2};
+  EXPECT_EQ(ctlcmd_listen_start(nullptr, "shell daemon", &table), -EINVAL);
+  EXPECT_EQ(ctlcmd_listen_start(daemon.get(), "shell daemon", &table), 0);
+  EXPECT_EQ(ctlcmd_listen_start(daemon.get(), "shell daemon", &table), -EBUSY);
+  using Session = ctlcmd_session*;
+  using Words = const char* const*;
+  const ctlcmd_command commands[] = {
+      {"raw",
+       [](Session session, int, Words, void*) {
+         ctlcmd_printf(session, "caf\xe9 \xc3\xa9\n");
+         return CTLCMD_FAILED;
+       },
+       "octets"},
+      {"event",
+       [](Session, int, Words words, void* ipc) {
+         return qelipc_event_send(static_cast<qelipc*>(ipc), words[1], "data", 4);
+       },
+       "send an event"},
+      {"deaf", [](Session, int, Words, void* ipc) { return ctlcmd_listen_stop(static_cast<qelipc*>(ipc)), 0; },
+       "end the shell"}};
+  EXPECT_EQ(ctlcmd_register_library("test", commands, 3), 0);
+  EXPECT_EQ(ctlcmd_module_set_ctx("test", daemon.get()), 0);
+  const pid_t tool = start_child(use_shell);
+  int status = -1;
+  EXPECT_TRUE(turn_until([&] { return waitpid(tool, &status, WNOHANG) == tool; }));
+  EXPECT_EQ(status, 0);
+  ctlcmd_unregister_library("test");
+  EXPECT_EQ(ctlcmd_listen_start(daemon.get(), "shell daemon", &table), 0) << "again";
+  daemon.reset();
+  EXPECT_EQ(ctlcmd_docommand("", "help"), CTLCMD_NO_COMMAND) << "the shell ended with its endpoint";
 }
 
 TEST(IpcPolicy, LetsInRootAndTheGroupOnly) {

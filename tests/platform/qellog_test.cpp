@@ -107,13 +107,11 @@ TEST(Messages, AStuckReaderDelaysNothingAndTheLossIsCountedAndSaid) {
 }
 
 TEST(Messages, AClosedStandardErrorLosesMessages) {
-  const int saved = dup(STDERR_FILENO);
+  const StandardErrorInto restored(STDERR_FILENO);
   close(STDERR_FILENO);
   const unsigned long before = qellog_lost();
   infomsg("nobody hears");
   EXPECT_EQ(qellog_lost(), before + 1);
-  dup2(saved, STDERR_FILENO);
-  close(saved);
 }
 
 }  // namespace

@@ -50,14 +50,12 @@ TEST(ShringbufTest, LinesComeOutAsTheyWentIn) {
   const std::string exact(240, 'e');
   const std::string longer = std::string(241, 'l') + "!";
   const std::string very_long = std::string(4000, 'v') + "\n.";
-  timespec now;
-  clock_gettime(CLOCK_REALTIME, &now);
   shringbuf_add(ring.get(), "%s: %d", "one", 1);
   std::int64_t time = 0;
   char text[64];
   ASSERT_EQ(shringbuf_read(reader.get(), text, sizeof text, &time, nullptr), 1);
   EXPECT_STREQ(text, "one: 1");
-  EXPECT_NEAR(static_cast<double>(time) * 1e-6, static_cast<double>(now.tv_sec), 60);
+  EXPECT_NEAR(static_cast<double>(time) * 1e-6, static_cast<double>(::time(nullptr)), 60);
   for (const std::string& line : {std::string(), exact, longer, very_long}) {
     ASSERT_EQ(shringbuf_add(ring.get(), "%s", line.c_str()), 0);
   }
@@ -103,14 +101,10 @@ TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
   const pid_t child = start_child([&] {
     ring.release();  // the parent's
     const Reader reader(shringbuf_attach(name.c_str()));
-    if (reader == nullptr || write(ready[1], "r", 1) != 1) {
-      return 2;
-    }
+    say(ready[1], reader == nullptr ? 'F' : 'r');
     std::size_t parts = 0;
-    std::size_t lines = 0;
     std::int64_t last = -1;
-    bool finished = false;
-    while (true) {
+    for (bool finished = false;;) {
       char text[1024];
       std::uint32_t lost = 0;
       const int result = shringbuf_read(reader.get(), text, sizeof text, nullptr, &lost);
@@ -121,17 +115,15 @@ TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
           return 3;
         }
         last = number;
-        ++lines;
         parts += parts_of(text);
       } else if (finished) {
-        return parts == parts_written && lines > 0 && last == total - 1 ? 0 : 4;
+        return parts == parts_written && last == total - 1 ? 0 : 4;
       } else {
         finished = shringbuf_writer_alive(reader.get()) == 0;  // and then look once more
       }
     }
   });
-  char octet;
-  ASSERT_EQ(read(ready[0], &octet, 1), 1);
+  ASSERT_EQ(next_octet(ready[0]), 'r');
   for (unsigned i = 0; i < total; ++i) {
     shringbuf_add(ring.get(), "%s", line_of(i).c_str());
   }
@@ -145,16 +137,13 @@ TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
   Pair written = Pair::pipe();
   const pid_t child = start_child([&] {
     shringbuf* ring = shringbuf_init(name.c_str(), 4096);
-    for (int i = 0; i < 3; ++i) {
-      shringbuf_add(ring, "line %d", i);
-    }
-    if (write(written[1], "w", 1) == 1) {
-      pause();
-    }
+    shringbuf_add(ring, "line %d", 0);
+    shringbuf_add(ring, "line %d", 1);
+    say(written[1], 'w');
+    pause();
     return 2;
   });
-  char octet;
-  ASSERT_EQ(read(written[0], &octet, 1), 1);
+  ASSERT_EQ(next_octet(written[0]), 'w');
   const Reader reader(shringbuf_attach(name.c_str()));
   ASSERT_NE(reader, nullptr);
   EXPECT_EQ(shringbuf_writer_alive(reader.get()), 1);
@@ -162,12 +151,17 @@ TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
   kill(child, SIGKILL);
   EXPECT_EQ(end_of(child), -SIGKILL);
   EXPECT_EQ(shringbuf_writer_alive(reader.get()), 0);
-  EXPECT_THAT(read_all(reader.get()), ElementsAre("line 0", "line 1", "line 2"));
+  EXPECT_THAT(read_all(reader.get()), ElementsAre("line 0", "line 1"));
 
   // A new writer takes the name; who read the old ring still has it.
   {
     const Ring ring(shringbuf_init(name.c_str(), 4096));
     shringbuf_add(ring.get(), "new");
+    const pid_t second = start_child([&] {
+      const Ring none(shringbuf_init(name.c_str(), 4096));
+      return none != nullptr ? shringbuf_add(none.get(), "second") : 1;
+    });
+    EXPECT_EQ(end_of(second), 0) << "a second writer leaves the first alone";
     const Reader newer(shringbuf_attach(name.c_str()));
     EXPECT_THAT(read_all(newer.get()), ElementsAre("new"));
     EXPECT_EQ(shringbuf_writer_alive(newer.get()), 1);
@@ -176,22 +170,6 @@ TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
   EXPECT_EQ(shringbuf_attach(name.c_str()), nullptr);
   EXPECT_EQ(errno, ENOENT);
   EXPECT_EQ(shringbuf_remove(name.c_str()), -ENOENT);
-}
-
-TEST(ShringbufTest, ASecondWriterLeavesTheFirstAlone) {
-  const std::string name = unique_name("twice");
-  const Ring first(shringbuf_init(name.c_str(), 4096));
-  shringbuf_add(first.get(), "first");
-  const pid_t child = start_child([&] {
-    shringbuf* second = shringbuf_init(name.c_str(), 4096);
-    const int result = second != nullptr ? shringbuf_add(second, "second") : 1;
-    shringbuf_deinit(second);
-    return result;
-  });
-  EXPECT_EQ(end_of(child), 0);
-  const Reader reader(shringbuf_attach(name.c_str()));
-  ASSERT_NE(reader, nullptr);
-  EXPECT_THAT(read_all(reader.get()), ElementsAre("first"));
 }
 
 TEST(ShringbufTest, RefusesWhatIsNoRing) {

@@ -1,15 +1,19 @@
 #pragma once
 
-// Turning the loop in tests, and pairs of descriptors to turn it with.
+// Turning the loop in tests, and timers, watches and pairs of descriptors to turn it with.
 
+#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
+#include <functional>
 #include <system_error>
 #include <utility>
 
+#include "platform/include/ctimer.h"
 #include "platform/include/qelevsock.h"
 
 /// Longer than anything takes on a loaded machine; what a test waits for comes long before.
@@ -28,12 +32,20 @@ bool turn_until(Condition condition) {
   return true;
 }
 
+/// A test with a loop.
+class LoopTest : public testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(evsock_init(), 0); }
+  void TearDown() override { evsock_exit(); }
+};
+
 /// A pair of descriptors that closes itself.
 class Pair {
  public:
-  static Pair sockets(int type = SOCK_STREAM) {
+  /// Connected sockets; the first has `content` to read.
+  static Pair sockets(const char* content = "") {
     Pair pair;
-    if (socketpair(AF_UNIX, type, 0, pair.fds_) != 0) {
+    if (socketpair(AF_UNIX, SOCK_STREAM, 0, pair.fds_) != 0 || write(pair.fds_[1], content, strlen(content)) < 0) {
       throw std::system_error(errno, std::generic_category());
     }
     return pair;
@@ -61,4 +73,55 @@ class Pair {
  private:
   Pair() = default;
   int fds_[2] = {-1, -1};
+};
+
+/// The next octet; NUL when none comes.
+inline char next_octet(int fd) {
+  char octet = 0;
+  return read(fd, &octet, 1) == 1 ? octet : '\0';
+}
+
+inline void say(int fd, char octet) { ASSERT_EQ(write(fd, &octet, 1), 1); }
+
+/// A timer with a function to call; stopped with its end.
+struct Timer {
+  std::function<void()> action;
+  ctimerhandle handle = nullptr;
+
+  int start(int count, unsigned units) {
+    return ctimer_setup_internal(
+        0, &handle, 2, 0, count, units, [](ctimerhandle, void* self) { static_cast<Timer*>(self)->action(); }, this, 0,
+        0);
+  }
+  int stop() { return ctimer_unsetup_internal(&handle, 2); }
+  ~Timer() {
+    if (handle != nullptr) {
+      stop();
+    }
+  }
+};
+
+/// A watch with functions for handlers; removed with its end.
+struct Watch {
+  std::function<void()> readable = {};
+  std::function<void()> writable = {};
+  std::function<void()> hangup = {};
+  std::function<void()> priority = {};
+  evsock* handle = nullptr;
+
+  void add(int fd) {
+    handle =
+        evsock_add_fd(fd, "watch", readable ? on<&Watch::readable> : nullptr, writable ? on<&Watch::writable> : nullptr,
+                      hangup ? on<&Watch::hangup> : nullptr, priority ? on<&Watch::priority> : nullptr, nullptr, this);
+    ASSERT_NE(handle, nullptr) << strerror(errno);
+  }
+  void remove() { evsock_remove_fd(std::exchange(handle, nullptr)); }
+  ~Watch() { remove(); }
+
+ private:
+  template <std::function<void()> Watch::*handler>
+  static void on(evsock* handle, void* self) {
+    EXPECT_EQ(handle, static_cast<Watch*>(self)->handle);
+    (static_cast<Watch*>(self)->*handler)();
+  }
 };

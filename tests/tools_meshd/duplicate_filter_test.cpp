@@ -28,22 +28,18 @@ TEST(DuplicateFilter, TellsMessagesApartByEachOfTheirNumbers) {
   EXPECT_FALSE(filter.is_new(device_mac(1), head(7), now + DuplicateFilter::MEMORY - std::chrono::milliseconds(1)));
 }
 
-TEST(DuplicateFilter, ForgetsWithTime) {
+TEST(DuplicateFilter, ForgetsWithTimeAndTheOldestOfTooMany) {
   DuplicateFilter filter;
   const TimePoint start{};
+  const TimePoint later = start + DuplicateFilter::MEMORY;
   EXPECT_TRUE(filter.is_new(device_mac(1), head(7), start));
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(7), start + DuplicateFilter::MEMORY));
-  EXPECT_FALSE(filter.is_new(device_mac(1), head(7), start + DuplicateFilter::MEMORY + std::chrono::seconds(1)));
-}
-
-TEST(DuplicateFilter, ForgetsTheOldestOfTooMany) {
-  DuplicateFilter filter;
-  const TimePoint now{};
+  EXPECT_TRUE(filter.is_new(device_mac(1), head(7), later));
+  EXPECT_FALSE(filter.is_new(device_mac(1), head(7), later + std::chrono::seconds(1)));
   for (std::size_t id = 0; id <= DuplicateFilter::CAPACITY; ++id) {
-    EXPECT_TRUE(filter.is_new(device_mac(1), head(static_cast<std::uint16_t>(id)), now));
+    EXPECT_TRUE(filter.is_new(device_mac(2), head(static_cast<std::uint16_t>(id)), later));
   }
-  EXPECT_FALSE(filter.is_new(device_mac(1), head(1), now));
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(0), now));
+  EXPECT_FALSE(filter.is_new(device_mac(2), head(1), later));
+  EXPECT_TRUE(filter.is_new(device_mac(2), head(0), later));
 }
 
 }  // namespace

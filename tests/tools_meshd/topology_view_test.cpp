@@ -9,7 +9,6 @@ namespace meshd::test {
 namespace {
 
 using testing::HasSubstr;
-using testing::SizeIs;
 
 /// A chain of three that have met: 1 - 2 - 3.
 class TopologyViewTest : public testing::Test {
@@ -30,24 +29,6 @@ class TopologyViewTest : public testing::Test {
   const std::vector<Cable> cables{{left, 0, middle, 0}, {middle, 1, right, 0}};
 };
 
-TEST_F(TopologyViewTest, ReachesToTheNeighborsOfTheNeighbors) {
-  const TopologyView view = view_topology("one", left.entity);
-  ASSERT_THAT(view.nodes, SizeIs(3));
-  EXPECT_TRUE(view.nodes[0].is_self);
-  EXPECT_EQ(view.nodes[1].al_mac, device_mac(2));
-  EXPECT_THAT(view.nodes[1].interfaces, SizeIs(2));
-  EXPECT_EQ(view.nodes[2].al_mac, device_mac(3));
-  EXPECT_FALSE(view.nodes[2].has_answered);
-
-  ASSERT_THAT(view.links, SizeIs(3)) << "a neighbour list and two metrics tell of the same link";
-  EXPECT_EQ(view.links[1].from, device_mac(2));
-  EXPECT_EQ(view.links[1].to_interface, interface_mac(0x11));
-  ASSERT_TRUE(view.links[1].transmitter);
-  EXPECT_EQ(view.links[1].transmitter->get_transmitted_packets(), 500U);
-  ASSERT_TRUE(view.links[1].receiver);
-  EXPECT_EQ(view.links[1].receiver->get_packet_erros(), 3U);
-}
-
 TEST_F(TopologyViewTest, Prints) {
   const qel::ieee1905_1::QELBlockedInterface radio(qel::ieee1905_1::InterfaceType::WLAN, interface_mac(0x23),
                                                    "a\n\x9B b", 0x0280);
@@ -63,7 +44,7 @@ TEST_F(TopologyViewTest, Prints) {
   EXPECT_THAT(text, HasSubstr("node 02:19:05:A0:00:03, known by name only\n"));
 }
 
-TEST_F(TopologyViewTest, IsJsonInOneLine) {
+TEST_F(TopologyViewTest, ReachesToTheNeighborsOfTheNeighborsAndIsJsonInOneLine) {
   middle.entity.set_blocked(0, true);
   carry(cables, TimePoint{});
   EXPECT_EQ(
