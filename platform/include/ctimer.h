@@ -1,4 +1,5 @@
-/* One-shot timers of the platform's event-loop library, on the monotonic clock.
+/** @file
+ * One-shot timers of the platform's event-loop library, on the monotonic clock.
  *
  * A timer never fires early, and only inside evsock_select_with_msecs(), in phase 2 of a turn. Timers that are due in
  * one turn fire by time of expiry, those of the same microsecond in the order of arming. A timer armed by a timer's
@@ -15,30 +16,30 @@
 extern "C" {
 #endif
 
-/* Names an armed timer. NULL: not armed. The value is not an address; a stale one is recognised and does no harm. */
+/** Names an armed timer. NULL: not armed. The value is not an address; a stale one is recognised and does no harm. */
 typedef struct ctimer* ctimerhandle;
 
-/* Called when a timer is due. The timer's handle variable has been cleared before, so that the timer may be armed again
- * at once; `handle` is the value that it had. */
+/** Called when a timer is due. The timer's handle variable has been cleared before, so that the timer may be armed
+ * again at once; `handle` is the value that it had. */
 typedef void (*ctimer_callback_fn)(ctimerhandle handle, void* cbdata);
 
-/* A point of the monotonic clock. */
+/** A point of the monotonic clock. */
 struct ctimer_tval {
   int64_t tv_sec;
-  int32_t tv_usec; /* 0 to 999999 */
+  int32_t tv_usec; /**< 0 to 999999 */
 };
 
-/* The one kind of timer there is: it fires once. */
+/** The one kind of timer there is: it fires once. */
 #define CTIMER_ONESHOT 2
 
-/* Results below 0. */
-#define CTIMER_EINVALID (-1)  /* setup, unsetup: a parameter is not valid; endtval: the timer is not running */
-#define CTIMER_ERESOURCE (-2) /* setup: out of memory or of timers */
-#define CTIMER_EDELETED (-2)  /* unsetup, endtval: the handle names a timer that fired or was stopped */
-#define CTIMER_EHANDLE (-3)   /* the handle never named a timer */
-#define CTIMER_ECHANGED (-4)  /* the handle names an armed timer, but this variable is not the one it was armed with */
+/** Results below 0. */
+#define CTIMER_EINVALID (-1)  /**< setup, unsetup: a parameter is not valid; endtval: the timer is not running */
+#define CTIMER_ERESOURCE (-2) /**< setup: out of memory or of timers */
+#define CTIMER_EDELETED (-2)  /**< unsetup, endtval: the handle names a timer that fired or was stopped */
+#define CTIMER_EHANDLE (-3)   /**< the handle never named a timer */
+#define CTIMER_ECHANGED (-4)  /**< the handle names a timer that was armed with another variable */
 
-/* Arms a timer that fires `count` / `units` seconds from now and stores its name in `*handle`.
+/** Arms a timer that fires `count` / `units` seconds from now and stores its name in `*handle`.
  *
  * `*handle` must be NULL before, and the variable must stay where it is while the timer is armed: the library clears it
  * when the timer fires. `kind` is CTIMER_ONESHOT; `count` is 0 or more; `units` is the number of ticks in a second,
@@ -49,16 +50,16 @@ struct ctimer_tval {
 int ctimer_setup_internal(int flags, ctimerhandle* handle, int kind, int reserved1, int count, unsigned units,
                           ctimer_callback_fn callback, void* cbdata, int reserved2, int reserved3);
 
-/* Stops a timer and clears `*handle`.
+/** Stops a timer and clears `*handle`.
  *
  * Returns 0, CTIMER_EINVALID (also for `*handle` NULL), CTIMER_EDELETED, CTIMER_EHANDLE or CTIMER_ECHANGED. */
 int ctimer_unsetup_internal(ctimerhandle* handle, int kind);
 
-/* Stores in `*end` when the timer is due. Returns 0, CTIMER_EINVALID (also for `*handle` NULL: it is not running),
+/** Stores in `*end` when the timer is due. Returns 0, CTIMER_EINVALID (also for `*handle` NULL: it is not running),
  * CTIMER_EDELETED or CTIMER_EHANDLE. */
 int ctimer_endtval_internal(const ctimerhandle* handle, int kind, struct ctimer_tval* end);
 
-/* Stores the present time, of the same clock as ctimer_endtval_internal(). */
+/** Stores the present time, of the same clock as ctimer_endtval_internal(). */
 void ctimer_elapsedtval(struct ctimer_tval* now);
 
 #ifdef __cplusplus

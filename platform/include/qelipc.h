@@ -1,4 +1,5 @@
-/* IPC endpoints, of the platform library libqelzarni.so.0: named mailboxes and events on a D-Bus message bus.
+/** @file
+ * IPC endpoints, of the platform library libqelzarni.so.0: named mailboxes and events on a D-Bus message bus.
  *
  * The bus is the system bus, or the one whose D-Bus address the environment variable QELIPC_BUS_ADDRESS holds.
  *
@@ -7,9 +8,9 @@
  * Names are distinguished by case. Its object is /org/qel/ipc/ and the same escaped name, with the interface
  * org.qel.ipc.Endpoint1:
  *
- *   method Message(s source, ay data)               a message; never answered (source: escaped)
- *   method Command(s module, s line) -> (i result, s answer)   a line for the command shell (ctlcmd.h)
- *   signal Event(s event, ay data)                  an event, sent to everyone
+ *     method Message(s source, ay data)               a message; never answered (source: escaped)
+ *     method Command(s module, s line) -> (i result, s answer)   a line for the command shell (ctlcmd.h)
+ *     signal Event(s event, ay data)                  an event, sent to everyone
  *
  * An endpoint lives in the loop of qelevsock.h; all its callbacks run inside evsock_select_with_msecs(), in the phase
  * of reading or of timers. When the bus goes away, sending fails at once, and the endpoint connects again by itself and
@@ -24,56 +25,56 @@
 extern "C" {
 #endif
 
-/* An endpoint. From qelipc_create() to qelipc_destroy(). */
+/** An endpoint. From qelipc_create() to qelipc_destroy(). */
 typedef struct qelipc qelipc;
 
-/* Octets that a message or an event may hold at most. */
+/** Octets that a message or an event may hold at most. */
 #define QELIPC_DATA_MAX (1024u * 1024u)
 
-/* Takes a message (`name` is the sender's endpoint name, as the sender gives it) or an event (`name` is the event's).
+/** Takes a message (`name` is the sender's endpoint name, as the sender gives it) or an event (`name` is the event's).
  * The `size` octets at `data` are the library's and end with the call. A callback may destroy its own endpoint. */
 typedef void (*qelipc_callback)(qelipc* ipc, const char* name, void* data, unsigned size, void* context);
 
-/* Creates the endpoint of this name. Waits for the bus: some seconds, or half a minute when it takes the connection but
- * does not answer.
+/** Creates the endpoint of this name. Waits for the bus: some seconds, or half a minute when it takes the connection
+ * but does not answer.
  *
  * Returns NULL with errno set: EEXIST when the name is taken, EINVAL when it is NULL or its escaped form longer than a
  * bus name may be (255 octets), EACCES when the bus's policy forbids it, ECONNREFUSED, ENOENT and the like without a
  * bus. */
 qelipc* qelipc_create(const char* name);
 
-/* Gives the name back and frees the endpoint. NULL is ignored. */
+/** Gives the name back and frees the endpoint. NULL is ignored. */
 void qelipc_destroy(qelipc* ipc);
 
-/* The name that the endpoint was created with. */
+/** The name that the endpoint was created with. */
 const char* qelipc_get_name(const qelipc* ipc);
 
-/* 1 when the endpoint is connected and owns its name, 0 while the bus is away. */
+/** 1 when the endpoint is connected and owns its name, 0 while the bus is away. */
 int qelipc_is_connected(const qelipc* ipc);
 
-/* Sets who takes the messages to this endpoint, in place of an earlier handler. Messages without a handler are dropped.
- * Returns 0, or -EINVAL. */
+/** Sets who takes the messages to this endpoint, in place of an earlier handler. Messages without a handler are
+ * dropped. Returns 0, or -EINVAL. */
 int qelipc_msg_register(qelipc* ipc, qelipc_callback handler, void* context);
 
-/* Takes the handler of messages away. */
+/** Takes the handler of messages away. */
 void qelipc_msg_unregister(qelipc* ipc);
 
-/* Sends a message to the endpoint of the name `destination`, which may be the sender itself. Messages from one endpoint
- * to another keep their order. Waits for the bus's word that the destination exists, for one second at most.
+/** Sends a message to the endpoint of the name `destination`, which may be the sender itself. Messages from one
+ * endpoint to another keep their order. Waits for the bus's word that the destination exists, for one second at most.
  *
  * Returns 0, or a negative errno: -ENXIO when nobody owns the destination, -EMSGSIZE, -ENOTCONN while the bus is away,
  * -EINVAL. 0 means that the message is on its way, not that it was handled. */
 int qelipc_msg_send(qelipc* ipc, const char* destination, const void* data, unsigned size);
 
-/* Sends an event, a name in UTF-8, to every endpoint that registered a notifier for it, the sender included. Returns 0
+/** Sends an event, a name in UTF-8, to every endpoint that registered a notifier for it, the sender included. Returns 0
  * (also when nobody listens), or a negative errno: -EMSGSIZE, -ENOTCONN, -EINVAL. */
 int qelipc_event_send(qelipc* ipc, const char* event, const void* data, unsigned size);
 
-/* Adds a notifier for the events of a name. Several notifiers of one event are called in the order of their
+/** Adds a notifier for the events of a name. Several notifiers of one event are called in the order of their
  * registration. Returns 0, or a negative errno. */
 int qelipc_event_register_notifier(qelipc* ipc, const char* event, qelipc_callback notifier, void* context);
 
-/* Removes the notifiers that were registered with exactly these arguments. Returns how many. */
+/** Removes the notifiers that were registered with exactly these arguments. Returns how many. */
 int qelipc_event_unregister_notifier(qelipc* ipc, const char* event, qelipc_callback notifier, void* context);
 
 #ifdef __cplusplus

@@ -1,4 +1,5 @@
-/* Messages of a program, of the platform's event-loop library.
+/** @file
+ * Messages of a program, of the platform's event-loop library.
  *
  * Messages go to standard error, and to the system log once the process is a daemon in the background. Under a service
  * manager the lines on standard error carry the priority prefix of sd-daemon(3). Each line of a text is a message line
@@ -15,32 +16,34 @@
 extern "C" {
 #endif
 
+/** Has the compiler check a printf format: the places of the format and of the first value, counted from 1. */
 #ifdef __GNUC__
 #define QELLOG_FORMAT(text, values) __attribute__((format(printf, text, values)))
 #else
 #define QELLOG_FORMAT(text, values)
 #endif
 
-/* The switch of a component's debug messages. Belongs to the library and lives as long as the process. */
+/** The switch of a component's debug messages. Belongs to the library and lives as long as the process. */
 typedef struct debughandle debughandle;
 
-/* The switch of the component of this name, the same one for the same name; off at first. NULL when out of memory. */
+/** The switch of the component of this name, the same one for the same name; off at first. NULL when out of memory. */
 debughandle* debug_gethandle(const char* component);
 
-/* Shows (`on` not 0) or hides the debug messages of a component. */
+/** Shows (`on` not 0) or hides the debug messages of a component. */
 void debug_handle_set(debughandle* handle, int on);
 
-/* 1 when the debug messages of the component are shown, else 0. */
+/** 1 when the debug messages of the component are shown, else 0. */
 int debug_handle_value(const debughandle* handle);
 
-/* Each takes a printf format; none needs a newline at the end. debugmsg() does nothing when the component is off or the
- * handle is NULL, and shows "DEBUG: ", the component's name, ": " and the text; errmsg() shows "ERROR: " and the text.
- */
+/** Shows "DEBUG: ", the component's name, ": " and the text, a printf format that needs no newline at the end. Does
+ * nothing when the component is off or the handle is NULL. */
 void debugmsg(const debughandle* handle, const char* format, ...) QELLOG_FORMAT(2, 3);
+/** Shows the text, given in the same way. */
 void infomsg(const char* format, ...) QELLOG_FORMAT(1, 2);
+/** Shows "ERROR: " and the text, given in the same way. */
 void errmsg(const char* format, ...) QELLOG_FORMAT(1, 2);
 
-/* How many message lines were lost since the process began. */
+/** How many message lines were lost since the process began. */
 unsigned long qellog_lost(void);
 
 #ifdef __cplusplus

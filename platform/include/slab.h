@@ -1,4 +1,5 @@
-/* Memory housekeeping, of the platform's event-loop library. */
+/** @file
+ * Memory housekeeping, of the platform's event-loop library. */
 #ifndef SLAB_H
 #define SLAB_H
 
@@ -6,7 +7,7 @@
 extern "C" {
 #endif
 
-/* Gives free memory of the allocator back to the system. Meant to be called about once a second. */
+/** Gives free memory of the allocator back to the system. Meant to be called about once a second. */
 void slab_reap(void);
 
 #ifdef __cplusplus

@@ -1,4 +1,5 @@
-/* What the platform library libvelolib.so.0 knows of the machine: its memory and its boot environment. */
+/** @file
+ * What the platform library libvelolib.so.0 knows of the machine: its memory and its boot environment. */
 #ifndef VELOLIB_H
 #define VELOLIB_H
 
@@ -6,10 +7,10 @@
 extern "C" {
 #endif
 
-/* 1 on a machine with less than 128 MiB of RAM, else 0; also 0 when it cannot be found out. */
+/** 1 on a machine with less than 128 MiB of RAM, else 0; also 0 when it cannot be found out. */
 int veloenv_VeloHasLittleRAM(void);
 
-/* The value of a variable of the boot environment, or NULL when it is absent.
+/** The value of a variable of the boot environment, or NULL when it is absent.
  *
  * The environment is read anew with each call: the U-Boot environment that /etc/fw_env.config (or the file that the
  * environment variable QELVELO_FW_ENV_CONFIG names) describes; on a machine where that cannot be read, the lines

@@ -13,6 +13,7 @@ namespace qel {
 /// Octets that an interface has sent or received in all, as of the timestamp.
 using ByteCounter = LastUpdated<unsigned long long>;
 
+/// In octets; the ratio is that to bits per second.
 using BytesPerSecond = TypeWithRatio<std::uint32_t, std::ratio<8, 1>>;
 
 /// As of the time of its computation; unset when unknown.

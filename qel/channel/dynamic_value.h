@@ -99,9 +99,11 @@ class DynamicValue {
   Timestamp timestamp_ = 0;
 };
 
+/// With the time when the value last became another one.
 template <class T>
 using LastChanged = DynamicValue<T, LastChangedStrategy>;
 
+/// With the time when the value was last set, whether or not it changed.
 template <class T>
 using LastUpdated = DynamicValue<T, LastUpdatedStrategy>;
 

@@ -25,6 +25,7 @@ namespace qel {
 /// ones. The tables do not change, so any thread may ask.
 class QEL_EXPORT OperatingClassDeduction {
  public:
+  /// Whose table. GLOBAL is Table E-4.
   enum class Region : std::uint8_t { USA = 0, EUROPE = 1, JAPAN = 2, GLOBAL = 3, CHINA = 4 };
 
   /// What a channel must be, beside its frequency, to belong to a class.

@@ -28,6 +28,7 @@ enum class HEMCSBit : std::uint8_t { MCS_0_TO_7 = 0, MCS_0_TO_9 = 1, MCS_0_TO_11
 /// Two bits for each number of spatial streams, those for one stream lowest.
 using MCSMap = std::bitset<16>;
 
+/// NOT_SUPPORTED for every number of streams.
 inline constexpr MCSMap NO_MCS_SUPPORTED{0xFFFF};
 inline constexpr unsigned int MAX_MCS_STREAMS = 8;
 

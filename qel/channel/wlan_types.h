@@ -10,6 +10,7 @@
 
 namespace qel {
 
+/// The bands that have channels in this model. 60 GHz is none of them.
 enum class FrequencyBand : std::uint8_t { BAND_2_4_GHZ = 0, BAND_5_GHZ = 1, BAND_6_GHZ = 2, INVALID_BAND_MAX = 3 };
 
 /// The 5 GHz band split into what one radio usually covers. The order is that of the frequencies.
@@ -68,6 +69,7 @@ enum class WLANOpmode : std::uint8_t {
   INVALID = 12
 };
 
+/// How a BSS is protected, as one setting. What an RSN element stands for is in ieee802_11/security_mapping.h.
 enum class WLANSecurity : std::uint8_t {
   UNDEFINED = 0,
   NONE = 1,
@@ -119,6 +121,7 @@ enum class WLANCapability : std::uint8_t {
   QEL = 31
 };
 
+/// The state of a WLAN interface, from its configuration to the air.
 enum class WLANIfaceState : std::uint8_t {
   UNCONFIGURED = 0,
   CONFIGURING = 1,

@@ -20,6 +20,7 @@ struct EnumText {
 /// The text in the row of `value`, null when it has none.
 QEL_EXPORT const char* find_enum_text(std::span<const EnumText> table, std::uint16_t value);
 
+/// The text of `value`, its decimal number when it has none.
 QEL_EXPORT std::string enum_text(std::span<const EnumText> table, std::uint16_t value);
 QEL_EXPORT std::ostream& print_enum(std::ostream& os, std::span<const EnumText> table, std::uint16_t value);
 

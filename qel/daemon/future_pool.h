@@ -13,6 +13,7 @@
 
 namespace qel::async {
 
+/// A future of any type with the handler that takes it.
 template <class T, class Handler>
 class FutureWrapper final : public FutureWrapperBase {
  public:

@@ -17,6 +17,7 @@ struct shringbuf;
 /// ring buffer when one is set. For the one thread of the main loop.
 namespace qel::debug {
 
+/// Chooses the message function of a line: debugmsg() for DEBUG, errmsg() for ERROR, infomsg() for the others.
 enum class LogLevels : int { NOTE = 0, DEBUG = 1, LOG = 2, ERROR = 3 };
 
 /// "INVALID_LOG_LEVEL" for a value without a name.
@@ -41,6 +42,7 @@ QEL_EXPORT LogLevels get_log_level();
 QEL_EXPORT void set_log_all_debugs(bool all);
 QEL_EXPORT bool get_log_all_debugs();
 
+/// Marks the ring as finished and frees it (shringbuf.h).
 struct QEL_EXPORT shringbuf_deleter {
   void operator()(shringbuf* ring) const;
 };

@@ -29,12 +29,14 @@ struct TimerCbdataWrapper {
   Timer* timer = nullptr;
 };
 
+/// A callback of any type.
 class QEL_EXPORT TimerCallbackWrapperBase {
  public:
   virtual ~TimerCallbackWrapperBase();
   virtual void operator()() = 0;
 };
 
+/// The callback of type F.
 template <class F>
 class TimerCallbackWrapper final : public TimerCallbackWrapperBase {
  public:

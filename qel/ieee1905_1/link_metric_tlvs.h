@@ -93,12 +93,14 @@ class QEL_EXPORT LinkMetric : public serialization::Record<Derived> {
   Information link_metric_information_;
 };
 
+/// What the local interface sent to the neighbour.
 class QEL_EXPORT TransmitterLinkMetric final
     : public LinkMetric<TransmitterLinkMetric, TransmitterLinkMetricInformation> {
  public:
   static constexpr const char* TITLE = "TransmitterLinkMetric";
 };
 
+/// What the local interface received from the neighbour.
 class QEL_EXPORT ReceiverLinkMetric final : public LinkMetric<ReceiverLinkMetric, ReceiverLinkMetricInformation> {
  public:
   static constexpr const char* TITLE = "ReceiverLinkMetric";

@@ -40,6 +40,7 @@ bool operator==(const Left& left, const Right& right) {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const MediaSpecificInformation& information);
 
+/// A block for interfaces of one type.
 template <InterfaceType TYPE>
 class QEL_EXPORT MediaSpecificInformationCommon : public MediaSpecificInformation {
  public:
@@ -65,6 +66,7 @@ class QEL_EXPORT NoMediaSpecificInformation final
   static constexpr auto table() { return serialization::rows(); }
 };
 
+/// The 10 octets for a WLAN interface.
 class QEL_EXPORT WLANSpecificInformation final
     : public TableMediaSpecificInformation<WLANSpecificInformation, InterfaceType::WLAN> {
  public:
@@ -102,6 +104,7 @@ class QEL_EXPORT WLANSpecificInformation final
   std::uint8_t center_freq_2_ = 0;
 };
 
+/// The 7 octets for a power line interface.
 class QEL_EXPORT PLCSpecificInformation final
     : public TableMediaSpecificInformation<PLCSpecificInformation, InterfaceType::PLC> {
  public:

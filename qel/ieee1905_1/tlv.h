@@ -42,6 +42,7 @@ bool operator==(const Left& left, const Right& right) {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const TLV& tlv);
 
+/// A TLV of a type that is known while compiling.
 template <TLVType TYPE>
 class QEL_EXPORT TLVCommon : public TLV {
  public:

@@ -18,6 +18,7 @@ struct LittleEndian {
 
 }  // namespace qel::ieee802_11
 
+/// Least significant octet first; fails with the texts of T.
 template <class T>
 struct qel::serialization::WireType<qel::ieee802_11::LittleEndian<T>> {
   static constexpr std::size_t SIZE = sizeof(T);

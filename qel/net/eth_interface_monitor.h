@@ -13,6 +13,7 @@
 
 namespace qel {
 
+/// Data rates as a driver gives them.
 using BitsPerSecond = TypeWithRatio<unsigned int, std::ratio<1, 1>>;
 
 /// The part of the maximum data rate that is not in use, in percent; 0 at the clock's epoch when unknown.

@@ -40,11 +40,13 @@ constexpr const char* json_integer_failure(std::size_t octets, bool is_signed) {
 
 }  // namespace detail
 
+/// null.
 template <>
 struct QEL_EXPORT JSONSerializableType<std::nullptr_t> {
   static void serialize(YAJLStream& stream, SerializationContext& context, std::nullptr_t);
 };
 
+/// true or false.
 template <>
 struct QEL_EXPORT JSONSerializableType<bool> {
   static void serialize(YAJLStream& stream, SerializationContext& context, bool value);
@@ -60,6 +62,7 @@ requires(!detail::Character<T>) struct JSONSerializableType<T> {
   }
 };
 
+/// A string, which must be UTF-8.
 template <>
 struct QEL_EXPORT JSONSerializableType<std::string> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const std::string& value);
@@ -75,16 +78,19 @@ struct JSONSerializableType<char[N]> {
   }
 };
 
+/// A string, in upper case.
 template <>
 struct QEL_EXPORT JSONSerializableType<MACAddress> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const MACAddress& value);
 };
 
+/// A string, in lower case.
 template <>
 struct QEL_EXPORT JSONSerializableType<plc::NID> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const plc::NID& value);
 };
 
+/// An array.
 template <class T>
 struct JSONSerializableType<std::vector<T>> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const std::vector<T>& value) {

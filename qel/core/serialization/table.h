@@ -59,6 +59,7 @@ struct ReservedOctet {
 };
 inline ReservedOctet RESERVED_OCTET;
 
+/// See ReservedOctet.
 template <>
 struct WireType<ReservedOctet> {
   static constexpr std::size_t SIZE = 1;
@@ -68,6 +69,7 @@ struct WireType<ReservedOctet> {
   static void load(const std::uint8_t*, ReservedOctet&) {}
 };
 
+/// The row of such an octet. It belongs to no member.
 struct Reserved {
   static constexpr bool FIXED = true;
   static constexpr std::size_t MIN_SIZE = 1;
@@ -111,11 +113,13 @@ struct CountedList {
   CountLimits limits;
 };
 
+/// A list behind one octet of count.
 template <class C, class E>
 constexpr CountedList<std::uint8_t, C, E> list8(ListText text, std::vector<E> C::*member, CountLimits limits) {
   return {text, member, limits};
 }
 
+/// A list behind two octets of count.
 template <class C, class E>
 constexpr CountedList<std::uint16_t, C, E> list16(ListText text, std::vector<E> C::*member, CountLimits limits) {
   return {text, member, limits};
@@ -161,6 +165,7 @@ constexpr RestList<C, E> rest_list(ListText text, std::vector<E> C::*member, con
   return {text, member, too_short, uneven};
 }
 
+/// The table of these rows.
 template <class... Rows>
 constexpr std::tuple<Rows...> rows(Rows... list) {
   return {list...};

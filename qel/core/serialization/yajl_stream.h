@@ -11,6 +11,7 @@ struct yajl_gen_t;
 
 namespace qel::serialization {
 
+/// How the value is laid out.
 enum class YAJLIndentation {
   COMPACT = 0,
   TABS = 1,     ///< a tab per level

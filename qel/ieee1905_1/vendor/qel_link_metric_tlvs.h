@@ -48,6 +48,7 @@ class QEL_EXPORT QELLinkMetric : public serialization::Record<Derived> {
   Information link_metric_information_;
 };
 
+/// What the local interface received from the neighbour.
 class QEL_EXPORT QELReceiverLinkMetric final
     : public QELLinkMetric<QELReceiverLinkMetric, ReceiverLinkMetricInformation> {
  public:
