@@ -20,6 +20,7 @@
 #include <thread>
 #include <vector>
 
+#include "qel/ieee1905_1/framework_tlvs.h"
 #include "tests/mesh/process.h"
 #include "tests/net/private_network.h"
 #include "tests/platform/private_bus.h"
@@ -370,6 +371,34 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
   EXPECT_EQ(static_cast<std::size_t>(std::count(neighbors.begin(), neighbors.end(), '\n')), NeighborTable::MAX_LINKS);
   daemons_[0].signal(SIGTERM);
   EXPECT_EQ(daemons_[0].wait(), 0);
+}
+
+TEST_F(MeshTest, TakesUpAnInterfaceThatIsMadeAnew) {
+  qel::test::add_veth_pair("m0", "m1");
+  start_meshd("m", {"--interface", "m0"});
+  ASSERT_TRUE(listens("m"));
+  const auto announced_address = [](Plug& plug) {
+    const std::optional<Octets> frame = plug.receive(MessageType::TOPOLOGY_DISCOVERY_MESSAGE);
+    if (!frame) {
+      return MACAddress();
+    }
+    Codec codec;
+    const Message message = codec.decode(codec.parse(*frame).value());
+    const auto& tlv = **std::next(message.get_list().get_TLV_list().begin());
+    return static_cast<const MACAddressTLVCommon<TLVType::MAC_ADDRESS>&>(tlv).get_MAC();
+  };
+  Plug before("m1");
+  const MACAddress old_address = announced_address(before);
+  qel::test::remove_interface("m0");
+  qel::test::add_veth_pair("m0", "m1");  // the kernel gives it another address
+  Plug after("m1");
+  const MACAddress new_address = announced_address(after);
+  EXPECT_NE(new_address, MACAddress()) << "nothing is sent";
+  EXPECT_NE(new_address, old_address);
+  after.send(topology_discovery(device_mac(1), device_mac(2)), device_mac(1));
+  EXPECT_TRUE(eventually([&] {
+    return contains(meshctl({"exec", name("m"), "mesh", "NEIGHBORS"}), device_mac(1).to_string());
+  })) << "nothing is received";
 }
 
 TEST_F(MeshTest, SaysWhyItCannotStart) {

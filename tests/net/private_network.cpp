@@ -128,6 +128,16 @@ void add_veth_pair(const std::string& name, const std::string& peer) {
   change_interface_flags(peer, IFF_UP, 0);
 }
 
+void remove_interface(const std::string& name) {
+  const ifinfomsg any_interface{};
+  NetlinkRequest request(RTM_DELLINK, 0);
+  request.append(&any_interface, sizeof(any_interface));
+  request.append_attribute(IFLA_IFNAME, name);
+  if (const int error = request.send(); error != 0) {
+    throw_error(error, "cannot remove " + name);
+  }
+}
+
 void change_interface_flags(const std::string& name, unsigned int set, unsigned int cleared) {
   const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   ifreq request = flags_of(socket.get(), name);

@@ -16,6 +16,9 @@ const std::string& enter_private_network();
 /// Makes two Ethernet interfaces, joined by a cable and up.
 void add_veth_pair(const std::string& name, const std::string& peer);
 
+/// Removes an interface, and the other end of its cable with it.
+void remove_interface(const std::string& name);
+
 /// Sets the flags `set` of an interface and clears the flags `cleared`.
 void change_interface_flags(const std::string& name, unsigned int set, unsigned int cleared);
 unsigned int interface_flags(const std::string& name);

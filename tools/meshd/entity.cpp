@@ -158,6 +158,11 @@ void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets
   }
 }
 
+void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
+  config_.interfaces.at(interface) = std::move(renewed);
+  announce_on(interface);
+}
+
 void Entity::set_blocked(std::size_t interface, bool blocked) {
   if (blocked_[interface] == blocked) {
     return;

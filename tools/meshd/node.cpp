@@ -1,7 +1,11 @@
 #include "tools/meshd/node.h"
 
+#include <net/if.h>
+
 #include <algorithm>
+#include <exception>
 #include <ostream>
+#include <utility>
 
 #include "qel/core/vendor_oui.h"
 #include "qel/daemon/log.h"
@@ -47,7 +51,7 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
       entity_(configure(options), *this),
       shell_(entity_, loop) {
   for (std::size_t interface = 0; interface < options.interfaces.size(); ++interface) {
-    open_socket(interface);
+    sockets_.push_back(open_socket(interface));
   }
   log() << LogLevels::LOG << loop_.get_name() << " is " << entity_.config().al_mac << " on "
         << entity_.config().interfaces.size() << " interfaces" << std::endl;
@@ -56,23 +60,43 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
 }
 
 Node::~Node() {
-  for (const auto& socket : sockets_) {
-    loop_.remove_watch(socket);
+  for (const Socket& socket : sockets_) {
+    loop_.remove_watch(socket.watch);
   }
 }
 
-void Node::open_socket(std::size_t interface) {
+Node::Socket Node::open_socket(std::size_t interface) {
   const auto take = [this, interface](const unsigned char* octets, unsigned int length) {
     if (length <= qel::RawSock::MAX_FRAME_SIZE) {  // else reading failed, as it does when the interface goes down
       entity_.receive(interface, {octets, length}, std::chrono::steady_clock::now());
     }
   };
   const std::string& name = entity_.config().interfaces[interface].name;
+  const unsigned int index = if_nametoindex(name.c_str());
   auto socket = std::make_shared<qel::RawSock>(name, take, qel::RawSock::WritableCallback(), ETHERTYPE_IEEE1905);
   accept_address(*socket, MULTICAST_ADDRESS);
   accept_address(*socket, entity_.config().al_mac);
   loop_.add_watch(socket);
-  sockets_.push_back(std::move(socket));
+  return {index, std::move(socket)};
+}
+
+void Node::reopen_sockets() {
+  for (std::size_t interface = 0; interface < sockets_.size(); ++interface) {
+    const std::string& name = entity_.config().interfaces[interface].name;
+    const unsigned int index = if_nametoindex(name.c_str());
+    if (index == 0 || index == sockets_[interface].index) {
+      continue;
+    }
+    try {
+      LocalInterface renewed = read_interface(name);
+      const Socket old = std::exchange(sockets_[interface], open_socket(interface));
+      loop_.remove_watch(old.watch);
+      log() << LogLevels::LOG << name << " was made anew" << std::endl;
+      entity_.replace_interface(interface, std::move(renewed));
+    } catch (const std::exception& error) {  // gone again, or no Ethernet any more: another second, another try
+      log() << "cannot use " << name << ": " << error.what() << std::endl;
+    }
+  }
 }
 
 void Node::announce_and_repeat() {
@@ -82,13 +106,15 @@ void Node::announce_and_repeat() {
 
 void Node::tend_and_repeat() {
   tend_timer_.start(TEND_INTERVAL, [this] { tend_and_repeat(); });
+  reopen_sockets();
   entity_.tend(std::chrono::steady_clock::now());
 }
 
 void Node::send(std::size_t interface, std::span<const std::uint8_t> frame) {
-  const std::error_code error = sockets_[interface]->send_data(frame.data(), static_cast<unsigned int>(frame.size()));
+  const std::error_code error =
+      sockets_[interface].watch->send_data(frame.data(), static_cast<unsigned int>(frame.size()));
   if (error) {
-    log() << "cannot send on " << sockets_[interface]->get_ifname() << ": " << error.message() << std::endl;
+    log() << "cannot send on " << sockets_[interface].watch->get_ifname() << ": " << error.message() << std::endl;
   }
 }
 

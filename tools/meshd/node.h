@@ -33,7 +33,14 @@ class Node final : private Ports {
   void on_neighbor_lost(const qel::MACAddress& al_mac) override;
   void on_rejected(const Frame& frame, const std::string& reason) override;
 
-  void open_socket(std::size_t interface);
+  struct Socket {
+    unsigned int index;  ///< the kernel's number of the interface that it was opened on
+    std::shared_ptr<qel::RawSock> watch;
+  };
+
+  Socket open_socket(std::size_t interface);
+  /// An interface that was removed and made anew has another number, and the old socket is deaf.
+  void reopen_sockets();
   void announce_and_repeat();
   void tend_and_repeat();
 
@@ -42,7 +49,7 @@ class Node final : private Ports {
   StateReader states_;
   Entity entity_;
   DebugShell shell_;
-  std::vector<std::shared_ptr<qel::RawSock>> sockets_;  // one for each interface, in their order
+  std::vector<Socket> sockets_;  // one for each interface, in their order
   std::chrono::steady_clock::time_point rejection_logged_at_;
   qel::time::Timer announce_timer_;
   qel::time::Timer tend_timer_;

@@ -1,0 +1,167 @@
+# shellcheck shell=sh
+# shellcheck disable=SC2154 # $bin and $nodes are set by the scripts
+# What the scripts share that run nodes on this machine: network namespaces, virtual links, a message bus, processes. To
+# be sourced after lib.sh; $nodes has the names of the namespaces that make_node makes, $bin the folder of the tools.
+
+CANNOT_TRY=3
+PATIENCE=30 # seconds; a mesh needs two or three
+live=$(basename "$0")
+
+cannot_try() {
+  echo "$live: no live mesh: $*" >&2
+  exit "$CANNOT_TRY"
+}
+
+need_live_tools() {
+  for tool in meshd meshctl meshdump; do
+    [ -x "$bin/$tool" ] || die "$bin/$tool is not built"
+  done
+  for tool in ip unshare nsenter dbus-daemon; do
+    command -v "$tool" >/dev/null || cannot_try "$tool is not installed"
+  done
+}
+
+# need_namespaces ARGUMENT...: runs this script anew with these arguments where only that makes us root over namespaces.
+need_namespaces() {
+  if [ "$(id -u)" -eq 0 ]; then
+    unshare --net true 2>/dev/null || cannot_try "root may not make network namespaces here"
+  else
+    # A user namespace makes us root over network namespaces of our own.
+    [ -z "${LIVE_UNSHARED-}" ] || die "still not root in the user namespace"
+    unshare --user --map-root-user --net true 2>/dev/null || cannot_try "only root may make network namespaces here"
+    LIVE_UNSHARED=1 exec unshare --user --map-root-user --net "scripts/$live" "$@"
+  fi
+}
+
+# Names of bus and shared memory are for the whole machine; ours carry our process's number.
+begin_live() {
+  run=$(mktemp -d)
+  prefix=live$$
+  processes=
+  trap end_live EXIT
+  trap 'exit 130' INT
+  trap 'exit 143' TERM
+  trap 'exit 129' HUP
+}
+
+end_live() {
+  status=$?
+  trap '' INT TERM HUP
+  trap - EXIT
+  # shellcheck disable=SC2086 # one argument for each process; the last started first
+  stop $processes
+  for node in $nodes; do
+    rm -f "/dev/shm/${prefix}_${node}_log"
+  done
+  rm -rf "$run"
+  exit "$status"
+}
+
+holder() { cat "$run/$1.holder"; }
+inside() (
+  node=$1
+  shift
+  exec nsenter --net="/proc/$(holder "$node")/ns/net" -- "$@"
+)
+
+# start LOG COMMAND...: in the background; stopped at the end. Its number is then in $!.
+start() {
+  log=$1
+  shift
+  "$@" >"$log" 2>&1 </dev/null &
+  processes="$! $processes"
+}
+
+# stop PROCESS...: those that are suspended as well.
+stop() {
+  for process in "$@"; do
+    kill "$process" 2>/dev/null || :
+    kill -CONT "$process" 2>/dev/null || :
+  done
+  for process in "$@"; do
+    wait "$process" 2>/dev/null || :
+  done
+}
+
+# eventually WHAT COMMAND...: waits until the command succeeds.
+eventually() {
+  what=$1
+  shift
+  end=$(($(date +%s) + PATIENCE))
+  until "$@" >/dev/null 2>&1; do
+    if [ "$(date +%s)" -ge "$end" ]; then
+      for log in "$run"/*.log; do
+        echo "--- $(basename "$log")" >&2
+        tail -n 40 "$log" >&2
+      done
+      die "waited $PATIENCE s in vain for $what"
+    fi
+    sleep 0.1
+  done
+}
+
+# A namespace lives as long as a process in it: no name, so nothing is left when the process is gone.
+is_apart() { [ "$(readlink "/proc/$(holder "$1")/ns/net")" != "$(readlink /proc/self/ns/net)" ]; }
+
+# make_node NAME [SECONDS]: the namespace, for so many seconds at most.
+make_node() {
+  start "$run/$1.holder.log" unshare --net sleep "${2-600}"
+  echo "$!" >"$run/$1.holder"
+  eventually "the namespace of $1" is_apart "$1"
+}
+
+# link A INTERFACE_OF_A B INTERFACE_OF_B
+link() {
+  inside "$1" ip link add "$2" type veth peer name "$4" netns "$(holder "$3")"
+  inside "$1" ip link set "$2" up
+  inside "$3" ip link set "$4" up
+}
+
+bus() { QELIPC_BUS_ADDRESS=unix:path=$run/bus "$@"; }
+
+start_bus() {
+  cat >"$run/bus.conf" <<END_OF_CONF
+<busconfig>
+  <type>session</type>
+  <listen>unix:path=$run/bus</listen>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="false"/>
+    <allow receive_sender="*"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+END_OF_CONF
+  rm -f "$run/bus"
+  start "$run/bus.log" dbus-daemon --config-file="$run/bus.conf" --nofork --nopidfile
+  echo "$!" >"$run/bus.pid"
+  eventually "the message bus" test -S "$run/bus"
+}
+
+topology() { bus "$bin/meshctl" topology "$@"; }
+
+# knows NODE PATTERN...: whether the JSON view of a node contains all of the patterns.
+knows() (
+  view=$(topology --json "${prefix}_$1") || exit
+  shift
+  for pattern in "$@"; do
+    printf '%s\n' "$view" | grep -q -- "$pattern" || exit 1
+  done
+)
+
+AL_MAC=02:19:05:AA:00:0 # all but the last digit, which is the node's number
+
+# forgot NODE NUMBER: whether the view of a node is without a device.
+forgot() (
+  view=$(topology --json "${prefix}_$1") || exit
+  ! printf '%s\n' "$view" | grep -q "$AL_MAC$2"
+)
+
+# answered NUMBER: the pattern of a device that told its interfaces and its version.
+answered() { printf '"al_mac":"%s%s","self":[a-z]*,"answered":true,"meshd_version":"' "$AL_MAC" "$1"; }
+# measured NUMBER: the pattern of a link that the device measured.
+measured() { printf '"from":"%s%s","from_interface":"[^"]*","to":"[^"]*","to_interface":"[^"]*","transmitter":{[^}]*"link_availability":100,' "$AL_MAC" "$1"; }
+
+# What one, two and three know of each other when they stand in a chain and all is well.
+one_knows_all() { knows one "$(answered 2)" "$(measured 2)" "\"to\":\"${AL_MAC}3\""; }
+two_knows_all() { knows two "$(answered 1)" "$(answered 3)" "$(measured 1)" "$(measured 3)"; }
+three_knows_all() { knows three "$(answered 2)" "$(measured 2)" "\"to\":\"${AL_MAC}1\""; }

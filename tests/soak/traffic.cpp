@@ -1,0 +1,240 @@
+/// Loads one interface with 1905.1 frames. Modes:
+///
+///   whole   well-formed frames of every kind, as fast as they go
+///   mixed   those and damaged ones (truncated, mutated, random), as fast as they go
+///   paced   the same mixture as fast as it goes without loss: after some frames it waits for the daemon at the other
+///   end
+///           of the link to answer a query. Also tells how many of them a daemon should reject, and how many one behind
+///           it that gets what is relayed, by what an entity of its own makes of the same frames.
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <iterator>
+#include <random>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "qel/net/raw_sock.h"
+#include "tests/soak/seeds.h"
+#include "tools/meshd/entity.h"
+#include "tools/meshd/messages.h"
+
+namespace soak {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using meshd::ETHER_HEADER_SIZE;
+using qel::MACAddress;
+
+constexpr MACAddress OURS({0x02, 0x19, 0x05, 0xDD, 0x00, 0xFA});
+constexpr MACAddress ASKER({0x02, 0x19, 0x05, 0xDD, 0x00, 0xFB});  ///< sends the queries that are waited for
+constexpr std::size_t TYPE = ETHER_HEADER_SIZE + 2;
+constexpr std::size_t IDENTIFIER = ETHER_HEADER_SIZE + 4;
+constexpr std::size_t FLAGS = ETHER_HEADER_SIZE + 7;
+constexpr std::uint8_t RELAY = 0x40;
+constexpr std::size_t LONGEST = 1514;
+constexpr int FRAMES_BETWEEN_QUERIES = 40;  // a packet socket holds some 90 of the longest
+constexpr auto PATIENCE = std::chrono::seconds(10);
+
+/// The message types whose TLVs the daemon decodes: TLVs of every kind travel in messages of these, too.
+constexpr std::uint8_t DECODED_TYPES[] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06};
+
+/// Says what a daemon with three interfaces, the load on the last, makes of frames.
+class Oracle final : private meshd::Ports {
+ public:
+  Oracle() : entity_(configure(), *this) {}
+
+  void take(const Octets& frame) { entity_.receive(2, frame, Clock::now()); }
+  std::uint64_t rejected() const { return entity_.counts().rejected; }
+  std::uint64_t rejected_behind() const { return rejected_behind_; }
+
+ private:
+  static meshd::Entity::Config configure() {
+    meshd::Entity::Config config;
+    config.al_mac = MACAddress({0x02, 0x19, 0x05, 0xEE, 0x00, 0x01});
+    config.hold_time = std::chrono::seconds(3);
+    config.interfaces.resize(3);
+    return config;
+  }
+  void send(std::size_t, std::span<const std::uint8_t>) override {}
+  meshd::InterfaceState read_state(std::size_t) override { return {}; }
+  void on_neighbor_found(const meshd::Neighbor&, std::size_t) override {}
+  void on_neighbor_lost(const MACAddress&) override {}
+  void on_rejected(const meshd::Frame& frame, const std::string&) override {
+    rejected_behind_ += frame.head.get_relay_indicator() && frame.destination == meshd::MULTICAST_ADDRESS ? 1U : 0U;
+  }
+
+  meshd::Entity entity_;
+  std::uint64_t rejected_behind_ = 0;
+};
+
+class Traffic {
+ public:
+  Traffic(const std::string& interface, const std::string& test_data)
+      : socket_(interface, qel::RawSock::DataCallback(), qel::RawSock::WritableCallback(), meshd::ETHERTYPE_IEEE1905),
+        seeds_(read_seeds(test_data, Octets(OURS.octets().begin(), OURS.octets().end()))) {}
+
+  void run(const std::string& mode, std::chrono::milliseconds duration) {
+    const bool is_paced = mode == "paced";
+    const bool is_damaged = is_paced || mode == "mixed";
+    const auto begin = Clock::now();
+    while (Clock::now() - begin < duration) {
+      for (int count = 0; count < FRAMES_BETWEEN_QUERIES; ++count) {
+        const bool is_whole = !is_damaged || random_() % 2 == 0;
+        const Octets frame = is_whole ? make_whole() : make_damaged();
+        send(frame);
+        ++(is_whole ? whole_ : damaged_);
+        if (is_paced) {
+          consult(frame, is_whole);
+        }
+      }
+      if (is_paced) {
+        wait_for_answer();
+      }
+    }
+    seconds_ = std::chrono::duration<double>(Clock::now() - begin).count();
+  }
+
+  void print() const {
+    std::printf("whole %llu\ndamaged %llu\nrate %.0f\nrejected %llu\nrejected_behind %llu\n", whole_, damaged_,
+                static_cast<double>(whole_ + damaged_) / seconds_, static_cast<unsigned long long>(oracle_.rejected()),
+                static_cast<unsigned long long>(oracle_.rejected_behind()));
+    std::printf("message_types %zu\ntlv_types %zu\n", seeds_.message_types.size(), seeds_.tlv_types.size());
+  }
+
+ private:
+  std::uint8_t octet() { return static_cast<std::uint8_t>(random_()); }
+
+  /// The same identifier comes again after 65536 frames only: none is a duplicate.
+  void stamp(Octets& frame) {
+    if (frame.size() > IDENTIFIER + 1) {
+      ++identifier_;
+      frame[IDENTIFIER] = static_cast<std::uint8_t>(identifier_ >> 8U);
+      frame[IDENTIFIER + 1] = static_cast<std::uint8_t>(identifier_ & 0xFFU);
+    }
+  }
+
+  Octets make_whole() {
+    Octets frame = seeds_.well_formed[next_++ % seeds_.well_formed.size()];
+    if (random_() % 2 == 0) {
+      frame[TYPE] = 0;
+      frame[TYPE + 1] = DECODED_TYPES[random_() % std::size(DECODED_TYPES)];
+    }
+    frame[FLAGS] = static_cast<std::uint8_t>((frame[FLAGS] & ~RELAY) | (random_() % 8 == 0 ? RELAY : 0));
+    stamp(frame);
+    return frame;
+  }
+
+  Octets make_damaged() {
+    if (!seeds_.others.empty() && random_() % 8 == 0) {
+      Octets frame = seeds_.others[random_() % seeds_.others.size()];
+      stamp(frame);
+      return frame;
+    }
+    Octets frame = make_whole();
+    switch (random_() % 4) {
+      case 0:
+        frame.resize(ETHER_HEADER_SIZE + random_() % (frame.size() - ETHER_HEADER_SIZE));
+        break;
+      case 1:
+        for (auto changes = 1 + random_() % 8; changes > 0; --changes) {
+          frame[ETHER_HEADER_SIZE + random_() % (frame.size() - ETHER_HEADER_SIZE)] = octet();
+        }
+        break;
+      case 2:
+        make_random(frame, FLAGS + 1);
+        break;
+      default:
+        make_random(frame, ETHER_HEADER_SIZE);
+    }
+    stamp(frame);
+    return frame;
+  }
+
+  /// All from the offset on, of any length.
+  void make_random(Octets& frame, std::size_t begin) {
+    frame.resize(begin + random_() % (LONGEST - begin));
+    std::generate(frame.begin() + static_cast<std::ptrdiff_t>(begin), frame.end(), [this] { return octet(); });
+  }
+
+  void send(const Octets& frame) {
+    // A full queue is nothing to wait for.
+    while (const std::error_code error = socket_.send_data(frame.data(), static_cast<unsigned int>(frame.size()))) {
+      if (error != std::errc::no_buffer_space && error != std::errc::resource_unavailable_try_again) {
+        throw std::system_error(error, "cannot send");
+      }
+    }
+  }
+
+  void consult(const Octets& frame, bool is_whole) {
+    const std::uint64_t before = oracle_.rejected();
+    oracle_.take(frame);
+    if (is_whole && oracle_.rejected() != before) {
+      throw std::runtime_error("a well-formed frame is rejected");
+    }
+  }
+
+  /// When the answer to the query is here, all before it was read.
+  void wait_for_answer() {
+    meshd::Codec codec;
+    const qel::ieee1905_1::Message query = meshd::topology_query();
+    const auto octets = codec.encode(meshd::MULTICAST_ADDRESS, ASKER, query);
+    Octets frame(octets.begin(), octets.end());
+    stamp(frame);
+    const std::uint16_t identifier = identifier_;
+    send(frame);
+    oracle_.take(frame);
+    Octets answer(meshd::MAX_FRAME_SIZE);
+    for (const auto limit = Clock::now() + PATIENCE; Clock::now() < limit;) {
+      pollfd ready{socket_.get_sock_fd(), POLLIN, 0};
+      if (::poll(&ready, 1, 1000) != 1) {
+        continue;
+      }
+      const ssize_t size = ::recv(socket_.get_sock_fd(), answer.data(), answer.size(), 0);
+      const auto parsed = codec.parse({answer.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))});
+      if (parsed && parsed->destination == ASKER && parsed->head.get_message_id() == identifier) {
+        return;
+      }
+    }
+    throw std::runtime_error("a query got no answer");
+  }
+
+  qel::RawSock socket_;
+  const Seeds seeds_;
+  Oracle oracle_;
+  std::mt19937 random_{std::random_device()()};
+  std::size_t next_ = 0;
+  std::uint16_t identifier_ = 0;
+  unsigned long long whole_ = 0;
+  unsigned long long damaged_ = 0;
+  double seconds_ = 1;
+};
+
+}  // namespace
+
+}  // namespace soak
+
+int main(int argc, char** argv) {
+  const std::string mode = argc == 4 ? argv[2] : "";
+  if (mode != "whole" && mode != "mixed" && mode != "paced") {
+    std::fprintf(stderr, "usage: soak_traffic INTERFACE whole|mixed|paced SECONDS\n");
+    return 2;
+  }
+  try {
+    soak::Traffic traffic(argv[1], QEL_TEST_DATA);
+    traffic.run(mode, std::chrono::seconds(std::atoi(argv[3])));
+    traffic.print();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "soak_traffic: %s\n", error.what());
+    return EXIT_FAILURE;
+  }
+  return EXIT_SUCCESS;
+}
