@@ -1,3 +1,5 @@
+#include <gmock/gmock.h>
+
 #include "qel/ieee1905_1/vendor/qel_ap_non_operational_bss_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_btm_query_tlv.h"
@@ -9,6 +11,7 @@
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 #include "qel/ieee802_11/security_mapping.h"
+#include "tests/fake_platform/fake_platform.h"
 #include "tests/support/enum_texts.h"
 #include "tests/support/golden.h"
 
@@ -17,6 +20,8 @@ namespace {
 
 using test::octets;
 using test::with;
+using testing::ElementsAre;
+using testing::IsEmpty;
 using G = test::Golden<VendorSpecific>;
 
 const MACAddress A = test::mac("021A2B3C4D5E");
@@ -416,26 +421,27 @@ TEST(VendorLimits, WhatAFailedDecodeLeaves) {
   EXPECT_EQ(blocked_list.get_blocked_interfaces(), std::vector{blocked(3)});
 }
 
-/// What reaches standard error, where the lines of the log streams go in the foreground.
+/// What is asked of the platform meanwhile.
 template <class Action>
-std::string logged(const Action& action) {
-  testing::internal::CaptureStderr();
+std::vector<std::string> logged(const Action& action) {
+  fake_platform::reset();
   action();
-  return testing::internal::GetCapturedStderr();
+  return fake_platform::take_calls();
 }
 
 TEST(VendorLimits, OfAddingAreLogged) {
   QELBTMQueryTLV query;
-  EXPECT_EQ(logged([&] { query = list(&QELBTMQueryTLV::add_candidate, 10); }), "");
-  EXPECT_EQ(logged([&] { query.add_candidate({}); }),
-            "ERROR: QELBTMQueryTLV: Number of BSSTransitionCandidate in QELBTMQueryTLV exceeds limit of 10. "
-            "Element not added!\n");
+  EXPECT_THAT(logged([&] { query = list(&QELBTMQueryTLV::add_candidate, 10); }), IsEmpty());
+  EXPECT_THAT(logged([&] { query.add_candidate({}); }),
+              ElementsAre("errmsg(%s: %s, QELBTMQueryTLV: Number of BSSTransitionCandidate in QELBTMQueryTLV exceeds "
+                          "limit of 10. Element not added!)"));
   expect_taken(query, 9 + 10 * 14);
 
   QELAssociatedSTAIdleStateTLV idle;
-  EXPECT_EQ(logged([&] { idle = list(&QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state, 20); }), "");
-  EXPECT_EQ(logged([&] { idle.add_wlan_link_idle_state({}); }),
-            "LOG: QELAssociatedSTAIdleStateTLV: Number of added idle states is greater than \x14. Abort!\n");
+  EXPECT_THAT(logged([&] { idle = list(&QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state, 20); }), IsEmpty());
+  EXPECT_THAT(logged([&] { idle.add_wlan_link_idle_state({}); }),
+              ElementsAre("infomsg(LOG: %s: %s, LOG: QELAssociatedSTAIdleStateTLV: Number of added idle states is "
+                          "greater than \x14. Abort!)"));
   expect_taken(idle, 7 + 20 * 7);
 }
 
