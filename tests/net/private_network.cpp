@@ -59,29 +59,56 @@ std::string try_to_enter_private_network() {
   return {};
 }
 
-/// An attribute with a text (rtnetlink(7)); its size is a multiple of four.
-template <std::size_t SIZE>
-struct TextAttribute {
-  rtattr head;
-  char text[SIZE];
-
-  void set(unsigned short type, const std::string& value) {
-    head = {sizeof(*this), type};
-    value.copy(text, SIZE - 1);
+/// A netlink message that is put together piece by piece (rtnetlink(7)).
+class NetlinkRequest {
+ public:
+  NetlinkRequest(std::uint16_t type, std::uint16_t flags) : octets_{} {
+    header().nlmsg_type = type;
+    header().nlmsg_flags = flags;
+    header().nlmsg_len = NLMSG_HDRLEN;
   }
-};
 
-/// The kernel's request for a pair; attributes that hold others reach to its end.
-struct VethRequest {
-  nlmsghdr header;
-  ifinfomsg any_interface;
-  TextAttribute<IFNAMSIZ> name;
-  rtattr info;
-  TextAttribute<8> kind;
-  rtattr data;
-  rtattr peer;
-  ifinfomsg any_peer;
-  TextAttribute<IFNAMSIZ> peer_name;
+  /// Appends octets, and zeros up to the next multiple of four.
+  void append(const void* data, std::size_t size) {
+    std::memcpy(octets_.data() + header().nlmsg_len, data, size);
+    header().nlmsg_len += static_cast<std::uint32_t>(NLMSG_ALIGN(size));
+  }
+  void append_attribute(std::uint16_t type, const std::string& text) {
+    const rtattr attribute{static_cast<std::uint16_t>(RTA_LENGTH(text.size() + 1)), type};
+    append(&attribute, sizeof(attribute));
+    append(text.c_str(), text.size() + 1);
+  }
+  /// An attribute around what `content` appends.
+  template <class Content>
+  void nest(std::uint16_t type, Content content) {
+    const std::uint32_t begin = header().nlmsg_len;
+    rtattr attribute{0, type};
+    append(&attribute, sizeof(attribute));
+    content();
+    attribute.rta_len = static_cast<std::uint16_t>(header().nlmsg_len - begin);
+    std::memcpy(octets_.data() + begin, &attribute, sizeof(attribute));
+  }
+
+  /// Sends it, and returns the kernel's answer: 0, or an errno.
+  int send() {
+    const FileDescriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
+    header().nlmsg_flags |= NLM_F_REQUEST | NLM_F_ACK;
+    require(::send(socket.get(), octets_.data(), header().nlmsg_len, 0) >= 0, "netlink");
+    struct {
+      nlmsghdr header;
+      nlmsgerr error;
+      std::array<std::uint8_t, 1024> rest;
+    } answer{};
+    require(::recv(socket.get(), &answer, sizeof(answer), 0) >=
+                static_cast<ssize_t>(sizeof(answer.header) + sizeof(answer.error)),
+            "netlink");
+    return -answer.error.error;
+  }
+
+ private:
+  nlmsghdr& header() { return *static_cast<nlmsghdr*>(static_cast<void*>(octets_.data())); }
+
+  alignas(nlmsghdr) std::array<std::uint8_t, 1024> octets_;
 };
 
 ifreq flags_of(int socket, const std::string& name) {
@@ -99,30 +126,21 @@ const std::string& enter_private_network() {
 }
 
 void add_veth_pair(const std::string& name, const std::string& peer) {
-  VethRequest request{};
-  const auto to_the_end = [&request](const rtattr& attribute, unsigned short type) {
-    const auto* end = reinterpret_cast<const char*>(&request + 1);
-    return rtattr{static_cast<unsigned short>(end - reinterpret_cast<const char*>(&attribute)), type};
-  };
-  request.header = {sizeof(request), RTM_NEWLINK, NLM_F_REQUEST | NLM_F_ACK | NLM_F_CREATE | NLM_F_EXCL, 0, 0};
-  request.name.set(IFLA_IFNAME, name);
-  request.info = to_the_end(request.info, IFLA_LINKINFO);
-  request.kind.set(IFLA_INFO_KIND, "veth");
-  request.data = to_the_end(request.data, IFLA_INFO_DATA);
-  request.peer = to_the_end(request.peer, VETH_INFO_PEER);
-  request.peer_name.set(IFLA_IFNAME, peer);
-
-  const FileDescriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
-  struct {
-    nlmsghdr header;
-    nlmsgerr error;
-    std::array<std::uint8_t, 1024> rest;
-  } answer{};
-  require(::send(socket.get(), &request, sizeof(request), 0) >= 0 &&
-              ::recv(socket.get(), &answer, sizeof(answer), 0) > static_cast<ssize_t>(sizeof(answer.header)),
-          "netlink");
-  if (answer.error.error != 0) {
-    throw_error(-answer.error.error, "cannot add " + name + " and " + peer);
+  const ifinfomsg any_interface{};
+  NetlinkRequest request(RTM_NEWLINK, NLM_F_CREATE | NLM_F_EXCL);
+  request.append(&any_interface, sizeof(any_interface));
+  request.append_attribute(IFLA_IFNAME, name);
+  request.nest(IFLA_LINKINFO, [&] {
+    request.append_attribute(IFLA_INFO_KIND, "veth");
+    request.nest(IFLA_INFO_DATA, [&] {
+      request.nest(VETH_INFO_PEER, [&] {
+        request.append(&any_interface, sizeof(any_interface));
+        request.append_attribute(IFLA_IFNAME, peer);
+      });
+    });
+  });
+  if (const int error = request.send(); error != 0) {
+    throw_error(error, "cannot add " + name + " and " + peer);
   }
   change_interface_flags(name, IFF_UP, 0);
   change_interface_flags(peer, IFF_UP, 0);
