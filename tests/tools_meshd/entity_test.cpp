@@ -257,6 +257,9 @@ TEST(Entity, BelievesOnlyNeighborsAndOnlyAboutThemselves) {
     device.entity.receive(0, frame_of(other.ports.take().at(0).message(), sender, device_mac(1)), START);
   };
   answer_of_other(device_mac(2));
+  Message relayed = topology_discovery(device_mac(2), interface_mac(0x21));
+  relayed.get_head().set_relay_indicator(true);
+  answers(device, frame_of(relayed, device_mac(2)));
   EXPECT_THAT(device.entity.neighbors().all(), IsEmpty());
   answers(device, discovery(2));
   answers(device, discovery(3));
@@ -265,6 +268,28 @@ TEST(Entity, BelievesOnlyNeighborsAndOnlyAboutThemselves) {
   EXPECT_FALSE(device.entity.neighbors().find(device_mac(3))->device);
   answer_of_other(interface_mac(0x21));
   EXPECT_TRUE(device.entity.neighbors().find(device_mac(2))->device);
+}
+
+TEST(Entity, AFloodOfDiscoveriesKeepsOutNobodyOnOtherInterfaces) {
+  Device device(1, 2);
+  Device known(2);
+  known.entity.announce();
+  carry({{device, 0, known, 0}}, START);
+  device.ports.events.clear();
+  const auto claim = [&](std::uint8_t number) {
+    answers(device, frame_of(topology_discovery(device_mac(number), interface_mac(number)), device_mac(number)), 1,
+            START + std::chrono::milliseconds(number));
+  };
+  for (std::uint8_t number = 100; number < 120; ++number) {
+    claim(number);
+  }
+  EXPECT_THAT(device.ports.events, SizeIs(NeighborTable::MAX_LINKS - 1)) << "found as many as there was room for";
+  device.ports.events.clear();
+  answers(device, discovery(3));
+  claim(120);
+  EXPECT_THAT(device.ports.events,
+              ElementsAre("lost " + device_mac(100).to_string(), "found " + device_mac(3).to_string() + " on 0"));
+  EXPECT_NE(device.entity.neighbors().find(device_mac(2)), nullptr);
 }
 
 TEST(Entity, TellsTheMeshOnceThatItsLinksChangedAndLosesWhoIsSilent) {

@@ -58,5 +58,26 @@ TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {
   EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(1)), Discovery::NEW_NEIGHBOR);
 }
 
+TEST(NeighborTable, MakesRoomWhereMostClaimsAreUnlessThatWouldTurnTheTables) {
+  NeighborTable table;
+  qel::ieee1905_1::DeviceInformationTLV told(device_mac(1));
+  told.add_interface_information({interface_mac(0x11), {}, {}});
+  for (std::uint8_t i = 0; i < 6; ++i) {
+    table.discover(device_mac(1), 0, interface_mac(0x11), at(0));
+    table.discover(device_mac(1), 1, interface_mac(0x12), at(8));  // not among those that it tells of
+    table.discover(device_mac(2), 1, interface_mac(static_cast<std::uint8_t>(0x21 + i)), at(9 - i));
+  }
+  table.find(device_mac(1))->device = told;
+  EXPECT_THAT(table.make_room(1), IsEmpty());
+  for (std::uint8_t gone = 0x26; gone > 0x22; --gone) {
+    EXPECT_THAT(table.make_room(0), ElementsAre(device_mac(2)));
+    EXPECT_EQ(table.find_sender(interface_mac(gone)), nullptr);
+  }
+  EXPECT_THAT(table.make_room(0), ElementsAre(device_mac(1)));
+  EXPECT_EQ(table.find(device_mac(1))->links.size(), 1U);
+  table.discover(device_mac(3), 0, interface_mac(0x31), at(0));
+  EXPECT_THAT(table.make_room(0), IsEmpty()) << "two against one";
+}
+
 }  // namespace
 }  // namespace meshd::test

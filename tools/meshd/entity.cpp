@@ -262,9 +262,17 @@ bool Entity::on_topology_discovery(const Received& received, const Message& mess
   if (!is_valid_individual_mac_address(al_mac) || !is_non_zero_individual_mac_address(mac)) {
     return false;
   }
-  const NeighborTable::Discovery discovery = neighbors_.discover(al_mac, received.interface, mac, received.time);
-  if (discovery == NeighborTable::Discovery::TABLE_FULL) {
+  if (message.get_head().get_relay_indicator()) {  // whoever sent it is no neighbour: discoveries are not relayed
     return false;
+  }
+  NeighborTable::Discovery discovery = neighbors_.discover(al_mac, received.interface, mac, received.time);
+  if (discovery == NeighborTable::Discovery::TABLE_FULL) {
+    const std::vector<MACAddress> lost = neighbors_.make_room(received.interface);
+    if (lost.empty()) {
+      return false;
+    }
+    on_links_lost(lost);
+    discovery = neighbors_.discover(al_mac, received.interface, mac, received.time);
   }
   if (discovery == NeighborTable::Discovery::REFRESHED) {
     return true;

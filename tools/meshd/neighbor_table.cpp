@@ -1,6 +1,7 @@
 #include "tools/meshd/neighbor_table.h"
 
 #include <algorithm>
+#include <map>
 
 namespace meshd {
 
@@ -11,6 +12,15 @@ using qel::MACAddress;
 bool sends_from(const Neighbor& neighbor, const MACAddress& source) {
   return neighbor.al_mac == source || std::any_of(neighbor.links.begin(), neighbor.links.end(),
                                                   [&](const NeighborLink& link) { return link.mac == source; });
+}
+
+bool is_claim(const Neighbor& neighbor, const NeighborLink& link) {
+  if (!neighbor.device) {
+    return true;
+  }
+  const auto& interfaces = neighbor.device->get_interface_information_vector();
+  return std::none_of(interfaces.begin(), interfaces.end(),
+                      [&](const qel::ieee1905_1::InterfaceInformation& told) { return told.get_mac() == link.mac; });
 }
 
 }  // namespace
@@ -36,6 +46,36 @@ NeighborTable::Discovery NeighborTable::discover(const MACAddress& al_mac, std::
   }
   neighbor->links.push_back({interface, mac, now});
   return is_known ? Discovery::NEW_LINK : Discovery::NEW_NEIGHBOR;
+}
+
+std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
+  std::map<std::size_t, std::size_t> claims;
+  for (const Neighbor& neighbor : neighbors_) {
+    for (const NeighborLink& link : neighbor.links) {
+      claims[link.interface] += is_claim(neighbor, link) ? 1U : 0U;
+    }
+  }
+  const auto most = std::max_element(claims.begin(), claims.end(),
+                                     [](const auto& left, const auto& right) { return left.second < right.second; });
+  if (most == claims.end() || most->second < claims[interface] + 2) {
+    return {};
+  }
+  Neighbor* owner = nullptr;
+  std::size_t place = 0;
+  for (Neighbor& neighbor : neighbors_) {
+    for (std::size_t i = 0; i < neighbor.links.size(); ++i) {
+      const NeighborLink& link = neighbor.links[i];
+      if (link.interface == most->first && is_claim(neighbor, link) &&
+          (owner == nullptr || link.last_heard < owner->links[place].last_heard)) {
+        owner = &neighbor;
+        place = i;
+      }
+    }
+  }
+  const MACAddress al_mac = owner->al_mac;
+  owner->links.erase(owner->links.begin() + static_cast<std::ptrdiff_t>(place));
+  std::erase_if(neighbors_, [](const Neighbor& neighbor) { return neighbor.links.empty(); });
+  return {al_mac};
 }
 
 void NeighborTable::hear(const MACAddress& source, std::size_t interface, TimePoint now) {

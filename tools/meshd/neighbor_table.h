@@ -46,6 +46,12 @@ class NeighborTable {
 
   Discovery discover(const qel::MACAddress& al_mac, std::size_t interface, const qel::MACAddress& mac, TimePoint now);
 
+  /// Room for one more link in a full table, so that who floods one interface keeps nobody out on the others. A link is
+  /// a claim until the device at its end has told of the interface there. The interface with the most claims gives up
+  /// the one not heard of for longest, but only if it has still no fewer than `interface` with one more. What is
+  /// returned is as of `expire`, empty when there is no room.
+  std::vector<qel::MACAddress> make_room(std::size_t interface);
+
   /// Something came from `source`, an AL MAC or an interface's, on `interface`: the links that lead there are alive.
   void hear(const qel::MACAddress& source, std::size_t interface, TimePoint now);
 
