@@ -80,7 +80,11 @@ Node::Socket Node::open_socket(std::size_t interface) {
   return {index, std::move(socket)};
 }
 
-void Node::reopen_sockets() {
+void Node::renew_socket() {
+  if (replaced_ != nullptr) {
+    replaced_.reset();
+    return;
+  }
   for (std::size_t interface = 0; interface < sockets_.size(); ++interface) {
     const std::string& name = entity_.config().interfaces[interface].name;
     const unsigned int index = if_nametoindex(name.c_str());
@@ -89,10 +93,11 @@ void Node::reopen_sockets() {
     }
     try {
       LocalInterface renewed = read_interface(name);
-      const Socket old = std::exchange(sockets_[interface], open_socket(interface));
-      loop_.remove_watch(old.watch);
+      replaced_ = std::exchange(sockets_[interface], open_socket(interface)).watch;
+      loop_.remove_watch(replaced_);
       log() << LogLevels::LOG << name << " was made anew" << std::endl;
       entity_.replace_interface(interface, std::move(renewed));
+      return;
     } catch (const std::exception& error) {  // gone again, or no Ethernet any more: another second, another try
       log() << "cannot use " << name << ": " << error.what() << std::endl;
     }
@@ -106,7 +111,7 @@ void Node::announce_and_repeat() {
 
 void Node::tend_and_repeat() {
   tend_timer_.start(TEND_INTERVAL, [this] { tend_and_repeat(); });
-  reopen_sockets();
+  renew_socket();
   entity_.tend(std::chrono::steady_clock::now());
 }
 

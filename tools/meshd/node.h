@@ -39,8 +39,9 @@ class Node final : private Ports {
   };
 
   Socket open_socket(std::size_t interface);
-  /// An interface that was removed and made anew has another number, and the old socket is deaf.
-  void reopen_sockets();
+  /// An interface that was removed and made anew has another number, and the old socket is deaf. To open a socket and
+  /// to close one takes the kernel some ten milliseconds each: one of both a call, so that no turn gets long.
+  void renew_socket();
   void announce_and_repeat();
   void tend_and_repeat();
 
@@ -49,7 +50,8 @@ class Node final : private Ports {
   StateReader states_;
   Entity entity_;
   DebugShell shell_;
-  std::vector<Socket> sockets_;  // one for each interface, in their order
+  std::vector<Socket> sockets_;             // one for each interface, in their order
+  std::shared_ptr<qel::RawSock> replaced_;  // still to be closed
   std::chrono::steady_clock::time_point rejection_logged_at_;
   qel::time::Timer announce_timer_;
   qel::time::Timer tend_timer_;
