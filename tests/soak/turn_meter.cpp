@@ -1,16 +1,30 @@
 /// Measures the turns of an event loop from outside, as a library to be preloaded: a turn lasts from the end of one
-/// wait in epoll_wait() to the begin of the next. What the process waits for a processor meanwhile is none of its doing
-/// and not counted (proc(5), schedstat), but what it is blocked in a system call is.
+/// wait in epoll_wait() to the begin of the next. It counts what it used of a processor and what it was blocked in
+/// system calls. What others do is none of its doing, and not counted:
+///
+///   - A turn that never gave its processor up counts for the processor time of its thread. So it does not matter
+///   either
+///     what a hypervisor takes from this machine, if the kernel knows.
+///   - Any other counts for its time on the clock, less what it was ready to run and waited for a processor (proc(5),
+///     schedstat), and less what it was blocked in the calls by which sockets and interfaces are set up, asked and
+///     closed: there the kernel waits for whoever changes an interface anywhere on the machine, and for all processors
+///     to have seen the change.
 ///
 /// The figures stand in the file named by SOAK_TURNS, as three 64-bit numbers in the machine's own order: how many
-/// turns there were, and the longest one in ns, without and with the waits for a processor. They outlive a SIGKILL.
+/// turns there were, and in ns the longest one as counted, and the longest one on the clock. They outlive a SIGKILL.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <ifaddrs.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -26,7 +40,7 @@ struct Figures {
 
 using Wait = int (*)(int, epoll_event*, int, int);
 
-/// Below this the wait for a processor is not looked up: there is nothing to excuse.
+/// A turn shorter than this counts for its time on the clock: there is nothing to excuse.
 constexpr std::uint64_t WORTH_A_LOOK_NS = 1'000'000;
 
 Figures* map_figures() {
@@ -43,9 +57,9 @@ Figures* map_figures() {
   return static_cast<Figures*>(memory);
 }
 
-std::uint64_t now_ns() {
+std::uint64_t read_ns(clockid_t clock) {
   timespec time{};
-  ::clock_gettime(CLOCK_MONOTONIC, &time);
+  ::clock_gettime(clock, &time);
   return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000U + static_cast<std::uint64_t>(time.tv_nsec);
 }
 
@@ -61,30 +75,105 @@ std::uint64_t waited_for_processor_ns() {
   return waiting;
 }
 
+struct Moment {
+  std::uint64_t clock;
+  std::uint64_t processor;  ///< used by the thread
+  std::uint64_t waiting;    ///< for a processor
+  long given_up;            ///< how many times the thread gave its processor up, to wait for something else
+
+  static Moment now() {
+    rusage usage{};
+    ::getrusage(RUSAGE_THREAD, &usage);
+    return {read_ns(CLOCK_MONOTONIC), read_ns(CLOCK_THREAD_CPUTIME_ID), waited_for_processor_ns(), usage.ru_nvcsw};
+  }
+};
+
+std::uint64_t blocked_by_network = 0;
+
+/// Makes one of the calls in which the kernel waits for others.
+template <class Function, class... Arguments>
+int call_network(Function* function, Arguments... arguments) {
+  const Moment begin = Moment::now();
+  const int result = function(arguments...);
+  const int error = errno;
+  const Moment end = Moment::now();
+  const std::uint64_t other = end.processor - begin.processor + end.waiting - begin.waiting;
+  blocked_by_network += end.clock - begin.clock - std::min(end.clock - begin.clock, other);
+  errno = error;
+  return result;
+}
+
+template <class Function>
+Function* next(Function*, const char* name) {
+  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
+}
+
+void count_turn(const Moment& begin, Figures& figures) {
+  const std::uint64_t on_the_clock = read_ns(CLOCK_MONOTONIC) - begin.clock;
+  std::uint64_t counted = on_the_clock;
+  if (on_the_clock >= WORTH_A_LOOK_NS) {
+    const Moment end = Moment::now();
+    const std::uint64_t excused = end.waiting - begin.waiting + blocked_by_network;
+    counted = end.given_up == begin.given_up ? end.processor - begin.processor
+                                             : on_the_clock - std::min(on_the_clock, excused);
+  }
+  ++figures.turns;
+  figures.longest = std::max(figures.longest, counted);
+  figures.longest_on_the_clock = std::max(figures.longest_on_the_clock, on_the_clock);
+}
+
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) int epoll_wait(int epoll, epoll_event* events, int room,
-                                                                 int timeout) {
+#pragma GCC visibility push(default)
+extern "C" {
+
+int bind(int socket, const sockaddr* address, socklen_t size) noexcept {
+  static auto* const function = next(&::bind, "bind");
+  return call_network(function, socket, address, size);
+}
+
+int close(int file) {
+  static auto* const function = next(&::close, "close");
+  return call_network(function, file);
+}
+
+int getifaddrs(ifaddrs** list) noexcept {
+  static auto* const function = next(&::getifaddrs, "getifaddrs");
+  return call_network(function, list);
+}
+
+int ioctl(int file, unsigned long request, ...) noexcept {
+  static auto* const function = next(&::ioctl, "ioctl");
+  std::va_list list;
+  va_start(list, request);
+  void* const argument = va_arg(list, void*);
+  va_end(list);
+  return call_network(function, file, request, argument);
+}
+
+int setsockopt(int socket, int level, int option, const void* value, socklen_t size) noexcept {
+  static auto* const function = next(&::setsockopt, "setsockopt");
+  return call_network(function, socket, level, option, value, size);
+}
+
+int epoll_wait(int epoll, epoll_event* events, int room, int timeout) {
   static const auto wait = reinterpret_cast<Wait>(::dlsym(RTLD_NEXT, "epoll_wait"));
   static Figures* const figures = map_figures();
   static int loop = -1;  // the descriptor of the loop itself; there are others that are only looked at
-  static std::uint64_t begin = 0;
-  static std::uint64_t waited_before = 0;
+  static Moment begin{};
   if (loop < 0 && timeout != 0) {
     loop = epoll;
   }
   if (epoll != loop) {
     return wait(epoll, events, room, timeout);
   }
-  if (begin != 0) {
-    const std::uint64_t turn = now_ns() - begin;
-    ++figures->turns;
-    figures->longest_on_the_clock = std::max(figures->longest_on_the_clock, turn);
-    const std::uint64_t excused = turn < WORTH_A_LOOK_NS ? 0 : waited_for_processor_ns() - waited_before;
-    figures->longest = std::max(figures->longest, turn - std::min(turn, excused));
+  if (begin.clock != 0) {
+    count_turn(begin, *figures);
   }
   const int count = wait(epoll, events, room, timeout);
-  waited_before = waited_for_processor_ns();
-  begin = now_ns();
+  blocked_by_network = 0;
+  begin = Moment::now();
   return count;
 }
+}
+#pragma GCC visibility pop
