@@ -72,14 +72,26 @@ start() {
   processes="$! $processes"
 }
 
+# reap PROCESS: waits for its end and gives its status. From then on the number may be that of a stranger.
+reap() {
+  outcome=0
+  wait "$1" 2>/dev/null || outcome=$?
+  others=
+  for process in $processes; do
+    [ "$process" = "$1" ] || others="$others $process"
+  done
+  processes=$others
+  return "$outcome"
+}
+
 # stop PROCESS...: those that are suspended as well.
 stop() {
   for process in "$@"; do
     kill "$process" 2>/dev/null || :
     kill -CONT "$process" 2>/dev/null || :
   done
-  for process in "$@"; do
-    wait "$process" 2>/dev/null || :
+  for started in "$@"; do
+    reap "$started" || :
   done
 }
 
@@ -110,9 +122,11 @@ make_node() {
   eventually "the namespace of $1" is_apart "$1"
 }
 
-# link A INTERFACE_OF_A B INTERFACE_OF_B
+# link A INTERFACE_OF_A B INTERFACE_OF_B: nobody has an address of IPv6, so that the kernel itself sends nothing.
 link() {
   inside "$1" ip link add "$2" type veth peer name "$4" netns "$(holder "$3")"
+  inside "$1" ip link set dev "$2" addrgenmode none 2>/dev/null || : # or this kernel is without IPv6
+  inside "$3" ip link set dev "$4" addrgenmode none 2>/dev/null || :
   inside "$1" ip link set "$2" up
   inside "$3" ip link set "$4" up
 }

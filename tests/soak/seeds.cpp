@@ -6,17 +6,29 @@
 #include <iterator>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 
 #include "qel/core/serialization/serialization_exception.h"
+#include "qel/ieee1905_1/message.h"
+#include "qel/ieee1905_1/tlv_factory.h"
+#include "qel/ieee1905_1/vendor/vendor_factory.h"
+#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 #include "tools/meshd/frame.h"
 
 namespace soak {
 
 namespace {
 
+using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
+
 constexpr std::size_t FLAGS = meshd::ETHER_HEADER_SIZE + 7;
 constexpr std::uint8_t LAST_FRAGMENT = 0x80;
 constexpr std::size_t LONGEST = 1514;  // of a link with the usual MTU
+
+/// Files of the corpus that a node must reject: they break off or hold a TLV without a class.
+constexpr std::string_view DAMAGED[] = {"multiap-frame-10",  "multiap-frame-15",   "multiap-frame-34",
+                                        "multiap-frame-66",  "multiap-frame-71",   "multiap-frame-90",
+                                        "two-nodes-frame-9", "two-nodes-frame-16", "two-nodes-frame-21"};
 
 Octets read_file(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
@@ -45,33 +57,61 @@ std::vector<Octets> frames_of_capture(const std::filesystem::path& path) {
   return frames;
 }
 
-void add(Seeds& seeds, Octets frame) {
+/// Adds one unless it is longer than a link takes. Says what is wrong with it, nothing of those left out.
+std::string add(Seeds& seeds, Octets frame) {
   if (frame.size() <= FLAGS || frame.size() > LONGEST) {
-    return;
+    return {};
   }
   frame[FLAGS - 1] = 0;  // the number of the fragment
   frame[FLAGS] |= LAST_FRAGMENT;
   meshd::Codec codec;
   const std::optional<meshd::Frame> parsed = codec.parse(frame);
   if (!parsed) {
-    return;
+    return "no frame";
   }
   try {
     const qel::ieee1905_1::Message message = codec.decode(*parsed);
-    seeds.message_types.insert(static_cast<unsigned int>(parsed->head.get_message_type()));
     for (const auto& tlv : message.get_list().get_TLV_list()) {
       seeds.tlv_types.insert(static_cast<unsigned int>(tlv->get_type()));
+      if (tlv->get_type() == TLVType::VENDOR_SPECIFIC) {
+        const auto& payload = *static_cast<const VendorSpecificTLV&>(*tlv).get_vendor_specific();
+        seeds.payload_types.insert(static_cast<unsigned int>(payload.get_type()));
+      }
     }
     seeds.well_formed.push_back(std::move(frame));
-  } catch (const qel::serialization::SerializationException&) {
+    return {};
+  } catch (const qel::serialization::SerializationException& exception) {
     seeds.others.push_back(std::move(frame));
+    return exception.what();
   }
+}
+
+/// All numbers of types that have a class must be among those seen.
+template <class Type, class Create>
+void require_all(const std::set<unsigned int>& seen, Create create) {
+  for (unsigned int number = 0; number <= 0xFF; ++number) {
+    const auto type = static_cast<Type>(number);
+    if (create(type) != nullptr && !seen.contains(number)) {
+      throw std::runtime_error("no well-formed frame has a " + enum_to_string(type));
+    }
+  }
+}
+
+std::vector<std::uint16_t> known_message_types() {
+  std::vector<std::uint16_t> known;
+  for (unsigned int number = 0; number <= 0xFFFF; ++number) {
+    if (enum_to_string(static_cast<MessageType>(number)) != std::to_string(number)) {
+      known.push_back(static_cast<std::uint16_t>(number));
+    }
+  }
+  return known;
 }
 
 }  // namespace
 
 Seeds read_seeds(const std::string& test_data, const Octets& source) {
   Seeds seeds;
+  seeds.message_types = known_message_types();
   const std::filesystem::path folder(test_data);
   const auto& group = meshd::MULTICAST_ADDRESS.octets();
   for (const auto& entry : std::filesystem::directory_iterator(folder / "corpus" / "message")) {
@@ -80,7 +120,11 @@ Seeds read_seeds(const std::string& test_data, const Octets& source) {
     frame.insert(frame.end(), {meshd::ETHERTYPE_IEEE1905 >> 8U, meshd::ETHERTYPE_IEEE1905 & 0xFFU});
     const Octets message = read_file(entry.path());
     frame.insert(frame.end(), message.begin(), message.end());
-    add(seeds, std::move(frame));
+    const std::string fault = add(seeds, std::move(frame));
+    const std::string name = entry.path().filename().string();
+    if (fault.empty() == (std::find(std::begin(DAMAGED), std::end(DAMAGED), name) != std::end(DAMAGED))) {
+      throw std::runtime_error("the frame " + name + ": " + (fault.empty() ? "it should be damaged" : fault));
+    }
   }
   for (const char* capture : {"two-nodes-1905.pcap", "gateway-and-repeater-multiap.pcap"}) {
     for (Octets& frame : frames_of_capture(folder / "captures" / capture)) {
@@ -90,9 +134,8 @@ Seeds read_seeds(const std::string& test_data, const Octets& source) {
       }
     }
   }
-  if (seeds.well_formed.empty()) {
-    throw std::runtime_error("there is nothing well-formed in " + test_data);
-  }
+  require_all<TLVType>(seeds.tlv_types, create_TLV);
+  require_all<QELVendorTLVType>(seeds.payload_types, create_vendor_specific);
   return seeds;
 }
 

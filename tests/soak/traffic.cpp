@@ -3,14 +3,17 @@
 ///   whole   well-formed frames of every kind, as fast as they go
 ///   mixed   those and damaged ones (truncated, mutated, random), as fast as they go
 ///   paced   the same mixture as fast as it goes without loss: after some frames it waits for the daemon at the other
-///   end
-///           of the link to answer a query. Also tells how many of them a daemon should reject, and how many one behind
-///           it that gets what is relayed, by what an entity of its own makes of the same frames.
+///           end of the link to answer a query. Also tells how many of them that daemon, whose AL MAC is given, should
+///           reject, and how many one behind it that gets what is relayed, by what an entity here makes of the frames.
+///
+/// Ends after some seconds or with SIGTERM. The identifiers of the messages begin behind the given one, which is the
+/// last one of the traffic before: no frame is a duplicate of one that the daemon remembers.
 #include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
@@ -44,22 +47,26 @@ constexpr std::size_t LONGEST = 1514;
 constexpr int FRAMES_BETWEEN_QUERIES = 40;  // a packet socket holds some 90 of the longest
 constexpr auto PATIENCE = std::chrono::seconds(10);
 
+volatile std::sig_atomic_t is_ended = 0;
+
 /// The message types whose TLVs the daemon decodes: TLVs of every kind travel in messages of these, too.
 constexpr std::uint8_t DECODED_TYPES[] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06};
 
-/// Says what a daemon with three interfaces, the load on the last, makes of frames.
+/// Says what a daemon with this AL MAC and three interfaces, the load on the last, makes of frames. One behind it makes
+/// the same of those that are relayed: that a damaged frame names the AL MAC of either by chance is out of the
+/// question, as long as they are unlike all in the seeds.
 class Oracle final : private meshd::Ports {
  public:
-  Oracle() : entity_(configure(), *this) {}
+  explicit Oracle(const MACAddress& al_mac) : entity_(configure(al_mac), *this) {}
 
   void take(const Octets& frame) { entity_.receive(2, frame, Clock::now()); }
   std::uint64_t rejected() const { return entity_.counts().rejected; }
   std::uint64_t rejected_behind() const { return rejected_behind_; }
 
  private:
-  static meshd::Entity::Config configure() {
+  static meshd::Entity::Config configure(const MACAddress& al_mac) {
     meshd::Entity::Config config;
-    config.al_mac = MACAddress({0x02, 0x19, 0x05, 0xEE, 0x00, 0x01});
+    config.al_mac = al_mac;
     config.hold_time = std::chrono::seconds(3);
     config.interfaces.resize(3);
     return config;
@@ -78,15 +85,18 @@ class Oracle final : private meshd::Ports {
 
 class Traffic {
  public:
-  Traffic(const std::string& interface, const std::string& test_data)
+  Traffic(const std::string& interface, const std::string& test_data, const MACAddress& al_mac,
+          std::uint16_t identifier)
       : socket_(interface, qel::RawSock::DataCallback(), qel::RawSock::WritableCallback(), meshd::ETHERTYPE_IEEE1905),
-        seeds_(read_seeds(test_data, Octets(OURS.octets().begin(), OURS.octets().end()))) {}
+        seeds_(read_seeds(test_data, Octets(OURS.octets().begin(), OURS.octets().end()))),
+        oracle_(al_mac),
+        identifier_(identifier) {}
 
   void run(const std::string& mode, std::chrono::milliseconds duration) {
     const bool is_paced = mode == "paced";
     const bool is_damaged = is_paced || mode == "mixed";
     const auto begin = Clock::now();
-    while (Clock::now() - begin < duration) {
+    while (Clock::now() - begin < duration && is_ended == 0) {
       for (int count = 0; count < FRAMES_BETWEEN_QUERIES; ++count) {
         const bool is_whole = !is_damaged || random_() % 2 == 0;
         const Octets frame = is_whole ? make_whole() : make_damaged();
@@ -107,7 +117,8 @@ class Traffic {
     std::printf("whole %llu\ndamaged %llu\nrate %.0f\nrejected %llu\nrejected_behind %llu\n", whole_, damaged_,
                 static_cast<double>(whole_ + damaged_) / seconds_, static_cast<unsigned long long>(oracle_.rejected()),
                 static_cast<unsigned long long>(oracle_.rejected_behind()));
-    std::printf("message_types %zu\ntlv_types %zu\n", seeds_.message_types.size(), seeds_.tlv_types.size());
+    std::printf("message_types %zu\ntlv_types %zu\npayload_types %zu\nidentifier %u\n", seeds_.message_types.size(),
+                seeds_.tlv_types.size(), seeds_.payload_types.size(), static_cast<unsigned int>(identifier_));
   }
 
  private:
@@ -122,11 +133,21 @@ class Traffic {
     }
   }
 
+  static void set_type(Octets& frame, unsigned int type) {
+    frame[TYPE] = static_cast<std::uint8_t>(type >> 8U);
+    frame[TYPE + 1] = static_cast<std::uint8_t>(type & 0xFFU);
+  }
+
   Octets make_whole() {
     Octets frame = seeds_.well_formed[next_++ % seeds_.well_formed.size()];
-    if (random_() % 2 == 0) {
-      frame[TYPE] = 0;
-      frame[TYPE + 1] = DECODED_TYPES[random_() % std::size(DECODED_TYPES)];
+    switch (random_() % 4) {
+      case 0:
+        break;
+      case 1:
+        set_type(frame, seeds_.message_types[random_() % seeds_.message_types.size()]);
+        break;
+      default:
+        set_type(frame, DECODED_TYPES[random_() % std::size(DECODED_TYPES)]);
     }
     frame[FLAGS] = static_cast<std::uint8_t>((frame[FLAGS] & ~RELAY) | (random_() % 8 == 0 ? RELAY : 0));
     stamp(frame);
@@ -212,7 +233,7 @@ class Traffic {
   Oracle oracle_;
   std::mt19937 random_{std::random_device()()};
   std::size_t next_ = 0;
-  std::uint16_t identifier_ = 0;
+  std::uint16_t identifier_;
   unsigned long long whole_ = 0;
   unsigned long long damaged_ = 0;
   double seconds_ = 1;
@@ -223,13 +244,15 @@ class Traffic {
 }  // namespace soak
 
 int main(int argc, char** argv) {
-  const std::string mode = argc == 4 ? argv[2] : "";
+  const std::string mode = argc == 6 ? argv[2] : "";
   if (mode != "whole" && mode != "mixed" && mode != "paced") {
-    std::fprintf(stderr, "usage: soak_traffic INTERFACE whole|mixed|paced SECONDS\n");
+    std::fprintf(stderr, "usage: soak_traffic INTERFACE whole|mixed|paced SECONDS AL_MAC IDENTIFIER\n");
     return 2;
   }
+  std::signal(SIGTERM, [](int) { soak::is_ended = 1; });
   try {
-    soak::Traffic traffic(argv[1], QEL_TEST_DATA);
+    soak::Traffic traffic(argv[1], QEL_TEST_DATA, qel::MACAddress(argv[4]),
+                          static_cast<std::uint16_t>(std::atoi(argv[5])));
     traffic.run(mode, std::chrono::seconds(std::atoi(argv[3])));
     traffic.print();
   } catch (const std::exception& error) {
