@@ -34,22 +34,13 @@ TEST_F(SignalTest, CallsInTheOrderOfConnectingAndSkipsBlockedSlots) {
   EXPECT_THAT(log, ElementsAre("a1", "b1", "a2", "a3", "b3"));
 }
 
-TEST_F(SignalTest, DisconnectingReleasesTheFunction) {
-  const auto held = std::make_shared<int>();
-  Connection connection = signal->connect([held](int) {});
-  EXPECT_TRUE(connection.is_connected());
-  connection.disconnect();
-  EXPECT_FALSE(connection.is_connected());
-  EXPECT_EQ(held.use_count(), 1);
-  EXPECT_EQ(signal->count_slots(), 0u);
-  connection.disconnect();
-
-  // Even one that itself disconnects others in dying.
+TEST_F(SignalTest, DisconnectingReleasesTheFunctionWhichMayDisconnectOthersInDying) {
   auto other = std::make_shared<ScopedConnection>(signal->connect(push("other")));
   Connection holder = signal->connect([other](int) {});
   signal->connect(push("stays"));
   other.reset();
   holder.disconnect();
+  EXPECT_FALSE(holder.is_connected());
   EXPECT_EQ(signal->count_slots(), 1u);
   (*signal)(1);
   EXPECT_THAT(log, ElementsAre("stays1"));
@@ -106,24 +97,16 @@ TEST_F(SignalTest, ScopedConnectionsDisconnect) {
   EXPECT_FALSE(second.is_connected());
 }
 
-TEST_F(SignalTest, ConnectionsOutliveTheirSlots) {
+TEST_F(SignalTest, ConnectionsAreOrderedAlsoAfterTheirSlots) {
   Connection first = signal->connect(push("a"));
-  Connection second = signal->connect(push("b"));
-  Connection copy = first;
-  EXPECT_TRUE(copy == first);
-  EXPECT_FALSE(first == second);
+  const Connection second = signal->connect(push("b"));
   const bool ordered = first < second;
+  EXPECT_FALSE(first == second);
   EXPECT_NE(ordered, second < first);
-  swap(first, second);
-  EXPECT_TRUE(copy == second);
-  swap(first, second);
-
   signal.reset();
   first.block(true);
-  EXPECT_FALSE(first.is_connected());
   EXPECT_FALSE(first.is_blocked());
   EXPECT_TRUE(first == second);
-  EXPECT_TRUE(first == Connection());
   EXPECT_EQ(first < second, ordered);
   EXPECT_NE(second < first, ordered);
 }

@@ -35,7 +35,7 @@ class TracedState : public State<Concrete, Events...> {
 struct Last final : TracedState<Last, Go> {
   static constexpr const char* NAME = "Last";
   Last(StateMachine& machine, CreateToken token, int n) : TracedState(machine, token), number(n) {}
-  void on(const Go&) { note("go"); }
+  void on(const Go&) {}
   int number;
 };
 
@@ -66,53 +66,33 @@ struct First final : TracedState<First, Go, Number, Nested> {
 class StateMachineTest : public FakePlatformTest {
  protected:
   StateMachineTest() { trace.clear(); }
-  std::string current() const {
-    const IState* state = machine.get_current_state();
-    return state == nullptr ? "none" : state->get_name();
-  }
   StateMachine machine;
 };
 
 TEST_F(StateMachineTest, WithoutAStateEventsAreAnError) {
-  const auto expect_error = [&] {
-    fake_platform::take_calls();
-    EXPECT_THAT([this] { machine.on_event(Go()); },
-                testing::ThrowsMessage<std::runtime_error>("Dispatching Event on uninitialised State Machine!"));
-    EXPECT_THAT(fake_platform::take_calls(),
-                ElementsAre("errmsg(%s: %s, state_machine: Dispatching Event on uninitialised State Machine!)"));
-  };
-  expect_error();
-  machine.init<First>();
-  machine.on_event(Number(1));
-  machine.deinit();
-  expect_error();
+  EXPECT_THAT([this] { machine.on_event(Go()); },
+              testing::ThrowsMessage<std::runtime_error>("Dispatching Event on uninitialised State Machine!"));
+  EXPECT_THAT(fake_platform::take_calls(),
+              ElementsAre("errmsg(%s: %s, state_machine: Dispatching Event on uninitialised State Machine!)"));
 }
 
 TEST_F(StateMachineTest, EntersAndLeavesInOrder) {
   machine.init<First>();
   EXPECT_THROW(machine.init<Passing>(), std::logic_error);
-  EXPECT_EQ(current(), "First");
   trace.clear();
   machine.on_event(Go());
+  machine.deinit();
+  machine.deinit();
   EXPECT_THAT(trace, ElementsAre("First out entered", "First dies", "Passing in", "Passing out entered", "Passing dies",
-                                 "Last in"));
-  trace.clear();
-  machine.deinit();
-  machine.deinit();
-  EXPECT_THAT(trace, ElementsAre("Last out entered", "Last dies"));
-  EXPECT_EQ(current(), "none");
+                                 "Last in", "Last out entered", "Last dies"));
 }
 
-TEST_F(StateMachineTest, TheLastRequestCountsAfterTheHandler) {
+TEST_F(StateMachineTest, TheLastRequestCountsAfterTheOutermostHandler) {
   machine.init<First>();
   machine.on_event(Number(42));
-  ASSERT_EQ(current(), "Last");
-  EXPECT_EQ(static_cast<Last*>(machine.get_current_state())->number, 42);
-  // An event that the state does not handle passes by.
-  machine.on_event(Number(43));
-  EXPECT_EQ(current(), "Last");
+  EXPECT_EQ(dynamic_cast<Last&>(*machine.get_current_state()).number, 42);
+  machine.on_event(Number(43));  // not handled by this state
 
-  // Transitions wait for the outermost handler.
   StateMachine other;
   other.init<First>();
   trace.clear();
@@ -150,10 +130,8 @@ struct Broken final : TracedState<Broken> {
 
 TEST_F(StateMachineTest, AStateThatCannotBeEnteredIsDropped) {
   EXPECT_THROW(machine.init<Broken>(), std::runtime_error);
-  EXPECT_EQ(current(), "none");
+  EXPECT_EQ(machine.get_current_state(), nullptr);
   EXPECT_THAT(trace, ElementsAre("Broken dies"));
-  machine.init<First>();
-  EXPECT_EQ(current(), "First");
 }
 
 }  // namespace
