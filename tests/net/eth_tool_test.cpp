@@ -1,11 +1,9 @@
 #include "qel/net/eth_tool.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <linux/ethtool.h>
 #include <net/if.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -19,6 +17,8 @@
 
 namespace qel {
 namespace {
+
+using testing::ThrowsMessage;
 
 EthTool::InterfaceName interface_name(std::string_view name) {
   return EthTool::InterfaceName({reinterpret_cast<const std::uint8_t*>(name.data()), name.size()});
@@ -119,44 +119,32 @@ TEST(EthTool, SurvivesADriverThatChangesItsMind) {
   }
 }
 
-/// The text of what `step` throws, leaving no descriptor open.
-template <class Step>
-std::string failure(Step step) {
-  // The next descriptor gets the same number twice when nothing was left open in between.
-  const auto next_descriptor = [] { return FileDescriptor(::dup(STDERR_FILENO)).get(); };
-  const int before = next_descriptor();
-  std::string text;
-  try {
-    step();
-  } catch (const std::runtime_error& error) {
-    text = error.what();
-  }
-  EXPECT_EQ(next_descriptor(), before);
-  return text;
-}
-
-TEST(EthTool, AsksTheKernel) {
+TEST(EthTool, AsksTheKernelAndLeavesNothingOpen) {
   if (const std::string& reason = test::enter_private_network(); !reason.empty()) {
     GTEST_SKIP() << reason;
   }
+  const int before = test::next_descriptor();
   test::add_veth_pair("ethtool-of-15-c", "ethtool-peer");
   const EthTool tool(interface_name("ethtool-of-15-c"));
   EXPECT_TRUE(tool.is_link_up());
   EXPECT_FALSE(tool.get_stringset().empty());
   EXPECT_FALSE(tool.get_byte_counters().receive.is_set());
-  test::change_interface_flags("ethtool-of-15-c", 0, IFF_UP);
+  test::ip("link set ethtool-of-15-c down");
   EXPECT_FALSE(tool.is_link_up());
 
   ethtool_value request{0xFEDCBA98, 0};
-  EXPECT_EQ(failure([&] { tool.issue_eth_ioctl(&request); }),
-            "ioctl for ethtool-of-15-c failed: Operation not supported (command 0xfedcba98)");
-  EXPECT_EQ(failure([] { EthTool(interface_name("nowhere")); }),
-            "ioctl for nowhere failed: No such device (command 0x37)");
+  EXPECT_THAT([&] { tool.issue_eth_ioctl(&request); },
+              ThrowsMessage<std::runtime_error>(
+                  "ioctl for ethtool-of-15-c failed: Operation not supported (command 0xfedcba98)"));
+  EXPECT_THAT([] { EthTool(interface_name("nowhere")); },
+              ThrowsMessage<std::runtime_error>("ioctl for nowhere failed: No such device (command 0x37)"));
+  EXPECT_EQ(test::next_descriptor(), before);
   rlimit unlimited;
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &unlimited), 0);
   const rlimit none{0, unlimited.rlim_max};
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-  EXPECT_EQ(failure([&] { tool.is_link_up(); }), "Failed to create socket: Too many open files");
+  EXPECT_THAT([&] { tool.is_link_up(); },
+              ThrowsMessage<std::runtime_error>("Failed to create socket: Too many open files"));
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &unlimited), 0);
 }
 
@@ -191,15 +179,12 @@ TEST_F(EthInterfaceMonitorOn, ComparesRatesWithTheMaximum) {
   EXPECT_NEAR(received(), 3.0 * sent(), 3);
   EXPECT_GT(monitor_.get_availabilities().first.percentage, 90);
   const std::uint32_t rate = sent();
-  const struct {
-    unsigned int maximum;
-    int percentage;
-  } rows[] = {{rate * 4, 75}, {rate * 3, 66}, {rate, 0}, {rate * 2 / 3, 0}};
-  for (const auto& row : rows) {
+  const std::pair<unsigned int, int> rows[] = {{rate * 4, 75}, {rate * 3, 66}, {rate, 0}, {rate * 2 / 3, 0}};
+  for (const auto& [maximum, percentage] : rows) {
     const auto before = std::chrono::steady_clock::now();
-    monitor_.set_max_data_rate(MaxDataRate(BitsPerSecond(row.maximum)));
+    monitor_.set_max_data_rate(MaxDataRate(BitsPerSecond(maximum)));
     monitor_.update_availabilities();
-    EXPECT_EQ(monitor_.get_availabilities().second.percentage, row.percentage) << row.maximum;
+    EXPECT_EQ(monitor_.get_availabilities().second.percentage, percentage) << maximum;
     EXPECT_GE(monitor_.get_availabilities().second.time, before);
   }
   for (const auto& none : {MaxDataRate(), MaxDataRate(BitsPerSecond(0))}) {
