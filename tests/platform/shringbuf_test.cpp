@@ -23,22 +23,14 @@ struct Free {
 using Ring = std::unique_ptr<shringbuf, Free>;
 using Reader = std::unique_ptr<shringbuf_reader, Free>;
 
-std::vector<std::string> read_all(shringbuf_reader* reader, std::uint32_t* lost = nullptr) {
+std::vector<std::string> read_all(const Reader& reader) {
   std::vector<std::string> lines;
   char text[8192];
-  std::uint32_t lost_now = 0;
-  std::uint32_t lost_in_all = 0;
-  while (shringbuf_read(reader, text, sizeof text, nullptr, &lost_now) == 1) {
+  while (shringbuf_read(reader.get(), text, sizeof text, nullptr, nullptr) == 1) {
     lines.emplace_back(text);
-    lost_in_all += lost_now;
-  }
-  if (lost != nullptr) {
-    *lost = lost_in_all + lost_now;
   }
   return lines;
 }
-
-std::size_t parts_of(const std::string& line) { return line.empty() ? 1 : (line.size() + 239) / 240; }
 
 TEST(ShringbufTest, LinesComeOutAsTheyWentIn) {
   const std::string name = unique_name("ring/with%odd name");
@@ -46,27 +38,24 @@ TEST(ShringbufTest, LinesComeOutAsTheyWentIn) {
   ASSERT_NE(ring, nullptr);
   const Reader reader(shringbuf_attach(name.c_str()));
   ASSERT_NE(reader, nullptr);
-  EXPECT_THAT(read_all(reader.get()), ElementsAre());
-  const std::string exact(240, 'e');
-  const std::string longer = std::string(241, 'l') + "!";
-  const std::string very_long = std::string(4000, 'v') + "\n.";
   shringbuf_add(ring.get(), "%s: %d", "one", 1);
   std::int64_t time = 0;
   char text[64];
   ASSERT_EQ(shringbuf_read(reader.get(), text, sizeof text, &time, nullptr), 1);
   EXPECT_STREQ(text, "one: 1");
   EXPECT_NEAR(static_cast<double>(time) * 1e-6, static_cast<double>(::time(nullptr)), 60);
-  for (const std::string& line : {std::string(), exact, longer, very_long}) {
+  const std::vector<std::string> lines = {"", std::string(240, 'e'), std::string(241, 'l') + "!",
+                                          std::string(4000, 'v') + "\n."};
+  for (const std::string& line : lines) {
     ASSERT_EQ(shringbuf_add(ring.get(), "%s", line.c_str()), 0);
   }
-  EXPECT_THAT(read_all(reader.get()), ElementsAre("", exact, longer, very_long));
+  EXPECT_EQ(read_all(reader), lines);
 
   // Too long for the ring, and too long for the reader's memory.
   ASSERT_EQ(shringbuf_add(ring.get(), "%s", std::string(100000, 'x').c_str()), 0);
   ASSERT_EQ(shringbuf_read(reader.get(), text, 10, nullptr, nullptr), 1);
   EXPECT_STREQ(text, "xxxxxxxxx");
-  const Reader late(shringbuf_attach(name.c_str()));
-  EXPECT_EQ(read_all(late.get()).back(), std::string(32 * 240, 'x'));
+  EXPECT_EQ(read_all(Reader(shringbuf_attach(name.c_str()))).back(), std::string(32 * 240, 'x'));
 }
 
 TEST(ShringbufTest, TheOldestLinesMakeRoomAndAreCounted) {
@@ -79,21 +68,21 @@ TEST(ShringbufTest, TheOldestLinesMakeRoomAndAreCounted) {
     shringbuf_add(ring.get(), "%d%s", i, tail.c_str());  // 3 parts each
   }
   std::uint32_t lost = 0;
-  const auto lines = read_all(reader.get(), &lost);
+  ASSERT_EQ(shringbuf_read(reader.get(), nullptr, 0, nullptr, &lost), 1);
+  EXPECT_EQ(lost, 45u);
+  const auto lines = read_all(Reader(shringbuf_attach(name.c_str())));
   ASSERT_EQ(lines.size(), 5u);  // the part of the sixth that is left is worth nothing
   EXPECT_EQ(lines.front(), "15" + tail);
-  EXPECT_EQ(lost, 45u);
-  const Reader late(shringbuf_attach(name.c_str()));
-  EXPECT_EQ(read_all(late.get()), lines);
 }
 
 TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
   const std::string name = unique_name("concurrent");
   const auto line_of = [](unsigned i) { return std::to_string(i) + ":" + std::string(i % 600, char('a' + i % 26)); };
+  const auto parts_of = [&](unsigned i) { return (line_of(i).size() + 239) / 240; };
   constexpr unsigned total = 200000;
   std::size_t parts_written = 0;
   for (unsigned i = 0; i < total; ++i) {
-    parts_written += parts_of(line_of(i));
+    parts_written += parts_of(i);
   }
   Pair ready = Pair::pipe();
   Ring ring(shringbuf_init(name.c_str(), 16384));
@@ -115,7 +104,7 @@ TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
           return 3;
         }
         last = number;
-        parts += parts_of(text);
+        parts += parts_of(number);
       } else if (finished) {
         return parts == parts_written && last == total - 1 ? 0 : 4;
       } else {
@@ -151,7 +140,7 @@ TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
   kill(child, SIGKILL);
   EXPECT_EQ(end_of(child), -SIGKILL);
   EXPECT_EQ(shringbuf_writer_alive(reader.get()), 0);
-  EXPECT_THAT(read_all(reader.get()), ElementsAre("line 0", "line 1"));
+  EXPECT_THAT(read_all(reader), ElementsAre("line 0", "line 1"));
 
   // A new writer takes the name; who read the old ring still has it.
   {
@@ -162,10 +151,8 @@ TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
       return none != nullptr ? shringbuf_add(none.get(), "second") : 1;
     });
     EXPECT_EQ(end_of(second), 0) << "a second writer leaves the first alone";
-    const Reader newer(shringbuf_attach(name.c_str()));
-    EXPECT_THAT(read_all(newer.get()), ElementsAre("new"));
-    EXPECT_EQ(shringbuf_writer_alive(newer.get()), 1);
-    EXPECT_THAT(read_all(reader.get()), ElementsAre());
+    EXPECT_THAT(read_all(Reader(shringbuf_attach(name.c_str()))), ElementsAre("new"));
+    EXPECT_THAT(read_all(reader), ElementsAre());
   }
   EXPECT_EQ(shringbuf_attach(name.c_str()), nullptr);
   EXPECT_EQ(errno, ENOENT);
