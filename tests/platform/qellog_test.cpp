@@ -34,38 +34,31 @@ std::string take(int fd) {
   return text;
 }
 
-TEST(Messages, LevelsComponentsAndLines) {
-  const Pair pipe = Pair::pipe();
-  const StandardErrorInto redirected(pipe[1]);
+TEST(Messages, LevelsComponentsAndLinesWithPrioritiesUnderAServiceManager) {
+  const std::string large(5000, 'x');
+  const std::string expected[] = {
+      "DEBUG: timers: shown\nNOTE: net: up\nERROR: net: first\nERROR: second\n\n" + large + "\n",
+      "<7>DEBUG: timers: shown\n<6>NOTE: net: up\n<3>ERROR: net: first\n<3>ERROR: second\n<6>\n<6>" + large + "\n"};
   debughandle* handle = debug_gethandle("timers");
   EXPECT_EQ(debug_gethandle("timers"), handle);
-  EXPECT_EQ(debug_handle_value(handle), 0);
-  debugmsg(handle, "%s", "hidden");
-  debug_handle_set(handle, 1);
-  EXPECT_EQ(debug_handle_value(handle), 1);
-  debugmsg(handle, "%s", "shown");
-  debugmsg(debug_gethandle("tasks"), "%s", "hidden");
-  debugmsg(nullptr, "%s", "nobody's");
-  infomsg("NOTE: %s: %s", "net", "up");
-  errmsg("%s: %s", "net", "first\nsecond\n");
-  infomsg("%s", "");
-  const std::string large(5000, 'x');
-  infomsg("%s", large.c_str());
-  EXPECT_EQ(take(pipe[0]), "DEBUG: timers: shown\nNOTE: net: up\nERROR: net: first\nERROR: second\n\n" + large + "\n");
-  debug_handle_set(handle, 0);
-}
-
-TEST(Messages, PrioritiesUnderAServiceManager) {
-  const Pair pair = Pair::sockets();
-  const StandardErrorInto redirected(pair[1]);
-  setenv("NOTIFY_SOCKET", "/nonexistent", 1);
-  infomsg("one\ntwo");
-  errmsg("bad");
-  debughandle* handle = debug_gethandle("x");
-  debug_handle_set(handle, 1);
-  debugmsg(handle, "deep");
+  for (const bool managed : {false, true}) {
+    const Pair pair = Pair::sockets();
+    const StandardErrorInto redirected(pair[1]);
+    managed ? setenv("NOTIFY_SOCKET", "/nonexistent", 1) : unsetenv("NOTIFY_SOCKET");
+    debug_handle_set(handle, 0);
+    debugmsg(handle, "%s", "hidden");
+    debug_handle_set(handle, 1);
+    EXPECT_EQ(debug_handle_value(handle), 1);
+    debugmsg(handle, "%s", "shown");
+    debugmsg(debug_gethandle("tasks"), "%s", "hidden");
+    debugmsg(nullptr, "%s", "nobody's");
+    infomsg("NOTE: %s: %s", "net", "up");
+    errmsg("%s: %s", "net", "first\nsecond\n");
+    infomsg("%s", "");
+    infomsg("%s", large.c_str());
+    EXPECT_EQ(take(pair[0]), expected[managed ? 1 : 0]);
+  }
   unsetenv("NOTIFY_SOCKET");
-  EXPECT_EQ(take(pair[0]), "<6>one\n<6>two\n<3>ERROR: bad\n<7>DEBUG: x: deep\n");
 }
 
 TEST(Messages, AStuckReaderDelaysNothingAndTheLossIsCountedAndSaid) {
