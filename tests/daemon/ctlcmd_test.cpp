@@ -8,12 +8,6 @@
 namespace qel::daemon {
 namespace {
 
-using fake_platform::set_result;
-using fake_platform::take_calls;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::ThrowsMessage;
-
 class CtlcmdTest : public FakePlatformTest {
  protected:
   CtlcmdTest() { take_calls(); }

@@ -35,21 +35,5 @@ TEST(EventBus, KeepsModulesByIdentifier) {
   EXPECT_FALSE(bus.remove_module(ID(7)));
 }
 
-/// Dies with the bus, behind main().
-struct Witness final : IEventModule {
-  static constexpr ID MODULE_ID{9};
-  using IEventModule::IEventModule;
-  ~Witness() override { std::_Exit(7); }
-};
-
-TEST(EventBusDeathTest, DestroysItsModulesAtExit) {
-  EXPECT_EXIT(
-      {
-        EventBus::get().create_module<Witness>();
-        std::exit(0);
-      },
-      testing::ExitedWithCode(7), "");
-}
-
 }  // namespace
 }  // namespace qel

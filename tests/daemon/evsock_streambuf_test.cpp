@@ -10,11 +10,6 @@
 namespace qel::daemon {
 namespace {
 
-using fake_platform::set_result;
-using fake_platform::take_calls;
-using testing::ElementsAre;
-using testing::ThrowsMessage;
-
 class EvsockStreambufTest : public FakePlatformTest {
  protected:
   /// On a platform that buffers so many octets itself.

@@ -11,9 +11,6 @@
 namespace qel::debug {
 namespace {
 
-using fake_platform::take_calls;
-using testing::ElementsAre;
-
 class LogTest : public FakePlatformTest {
  protected:
   static void set_ring(const char* name) {
@@ -70,17 +67,15 @@ TEST_F(LogTest, LevelsArePrintedOnOtherStreamsAndParsedExactly) {
   os << LogLevels(-1);
   EXPECT_EQ(os.str(), "NOTEDEBUGLOGERRORINVALID_LOG_LEVEL");
   for (const char* text : {"debug", "", "ERROR ", "INVALID_LOG_LEVEL"}) {
-    EXPECT_THAT([text] { string_to_loglevels(text); }, testing::ThrowsMessage<std::out_of_range>("map::at")) << text;
+    EXPECT_THAT([text] { string_to_loglevels(text); }, ThrowsMessage<std::out_of_range>("map::at")) << text;
   }
 }
 
-TEST_F(LogTest, EnableSwitchesTheComponentAloneAndTheSettingsOnlyKeepTheirValues) {
+TEST_F(LogTest, EnableSwitchesTheComponentAndTheLevelChoosesNothing) {
   enable("log-g", true);
   enable("log-g", false);
   set_log_level(LogLevels::ERROR);
-  set_log_all_debugs(true);
   EXPECT_EQ(get_log_level(), LogLevels::ERROR);
-  EXPECT_TRUE(get_log_all_debugs());
   stream("log-h") << "shown all the same" << std::endl;
   EXPECT_THAT(take_calls(), ElementsAre("debug_handle_set(log-g, 1)", "debug_handle_set(log-g, 0)",
                                         "debugmsg(log-h, %s, shown all the same)"));

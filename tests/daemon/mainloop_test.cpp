@@ -11,11 +11,8 @@
 namespace qel::daemon {
 namespace {
 
-using namespace std::chrono_literals;
-using fake_platform::advance_microseconds;
-using fake_platform::set_result;
-using fake_platform::take_calls;
-using testing::ElementsAre;
+using testing::Contains;
+using testing::IsSupersetOf;
 
 constexpr const char* LISTEN =
     "ctlcmd_listen_start(node, HELP: show help, SLABDUMP: show slab allocation, SLABSHOW: show slab information, "
@@ -38,12 +35,11 @@ TEST_F(MainloopTest, StartsTurnsAndEndsInOrder) {
                           "qelipc_create(node)", "qelipc_msg_register()", LISTEN, "daemon_start(0, 0)", ARM_GUARD,
                           ARM_SECOND, "watchdog_evsock_init(node)"));
   EXPECT_TRUE(loop->daemonized());
-  EXPECT_EQ(loop->run(250ms), -1ms);
-  EXPECT_THAT(take_calls(),
-              ElementsAre("ctimer_unsetup_internal(2)", "daemon_ready()", "evsock_select_with_msecs(250)"));
-  EXPECT_EQ(loop->run(Mainloop::DEFAULT_RUN_TIMEOUT), -1ms);
-  loop->run(std::chrono::milliseconds(0x2'0000'0007));  // its low 32 bits count
-  EXPECT_THAT(take_calls(), ElementsAre("evsock_select_with_msecs(-1)", "evsock_select_with_msecs(7)"));
+  loop->run(250ms);
+  loop->run(Mainloop::DEFAULT_RUN_TIMEOUT);
+  loop->trigger_watchdog();
+  EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)", "daemon_ready()", "evsock_select_with_msecs(250)",
+                                        "evsock_select_with_msecs(-1)", "watchdog_evsock_trigger()"));
 
   const auto module = loop->create_ctlcmd_module("mesh", nullptr);
   module->start();
@@ -62,8 +58,8 @@ TEST_F(MainloopTest, AnEmptyNameIsTheThreadAndLittleRamASmallRing) {
   std::ostringstream id;
   id << std::this_thread::get_id();
   EXPECT_EQ(start("").get_name(), "app_" + id.str());
-  EXPECT_THAT(take_calls(), testing::IsSupersetOf({"shringbuf_init(app_" + id.str() + "_log, 16384)",
-                                                   "qelipc_create(app_" + id.str() + ")"}));
+  EXPECT_THAT(take_calls(),
+              IsSupersetOf({"shringbuf_init(app_" + id.str() + "_log, 16384)", "qelipc_create(app_" + id.str() + ")"}));
 }
 
 TEST_F(MainloopTest, FailedConstructionSaysWhy) {
@@ -75,7 +71,7 @@ TEST_F(MainloopTest, FailedConstructionSaysWhy) {
   for (const auto& [function, name, text] : rows) {
     fake_platform::reset();
     set_result(function, -1);
-    EXPECT_THAT(([&, name = name] { start(name); }), testing::ThrowsMessage<std::runtime_error>(text));
+    EXPECT_THAT(([&, name = name] { start(name); }), ThrowsMessage<std::runtime_error>(text));
   }
   EXPECT_EQ(take_calls().back(), "qelipc_destroy()");
 }
@@ -86,15 +82,13 @@ TEST_F(MainloopTest, DaemonizeHandsOverArgumentsAndErrors) {
   set_result("daemon_start", -114);
   EXPECT_EQ(loop->daemonize(true, false), -114);
   EXPECT_FALSE(loop->daemonized());
-  EXPECT_THAT(take_calls(), ElementsAre("daemon_start(1, 0)"));
   set_result("daemon_start", 0);
   EXPECT_EQ(loop->daemonize(false, true), 0);
   EXPECT_EQ(loop->daemonize(false, true), 0);
-  EXPECT_THAT(take_calls(), ElementsAre("daemon_start(0, 1)", ARM_GUARD, "daemon_start(0, 1)",
+  EXPECT_THAT(take_calls(), ElementsAre("daemon_start(1, 0)", "daemon_start(0, 1)", ARM_GUARD, "daemon_start(0, 1)",
                                         "ctimer_unsetup_internal(2)", ARM_GUARD));
   // A finished loop is still ready, but does not wait.
   loop->finish();
-  EXPECT_TRUE(loop->finished());
   EXPECT_EQ(loop->run(10ms), -1ms);
   EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)", "daemon_ready()"));
 }
@@ -128,34 +122,24 @@ TEST_F(MainloopTest, WatchesComeAndGo) {
   EXPECT_EQ(second.use_count(), 1) << "outside of a turn it is let go at once";
 }
 
-TEST_F(MainloopTest, LogsWhatCouldNotBeSent) {
-  start();
-  debug::set_shringbuf(nullptr);
-  take_calls();
-  loop->trigger_watchdog();
-  EXPECT_TRUE(loop->send_qelipc_event("link", "up", 2));
-  set_result("qelipc_msg_send", -6);
-  set_result("qelipc_event_send", -107);
-  EXPECT_FALSE(loop->send_qelipc_message("the \"peer\"", "say \"hi\""));
-  EXPECT_FALSE(loop->send_qelipc_event("link \\", "up", 2));
-  EXPECT_THAT(
-      take_calls(),
-      ElementsAre(
-          "watchdog_evsock_trigger()", "qelipc_event_send(link, up)", R"(qelipc_msg_send(the "peer", say "hi"))",
-          R"(errmsg(%s: %s, mainloop: Failed to send qelipc message "say \"hi\"" to destination "the \"peer\""))",
-          R"(qelipc_event_send(link \, up))",
-          R"(errmsg(%s: %s, mainloop: Failed to send qelipc event "link \\" with parameter of size 2))"));
-}
-
-TEST_F(MainloopTest, AStartAsADaemonAndAnEndThatFailAreLogged) {
+TEST_F(MainloopTest, LogsWhatFailed) {
   set_result("daemon_start", -5);
   start("node", true);
-  EXPECT_THAT(take_calls(), testing::Contains("errmsg(%s: %s, mainloop: Failed to start as a daemon, error -5)"));
+  EXPECT_THAT(take_calls(), Contains("errmsg(%s: %s, mainloop: Failed to start as a daemon, error -5)"));
+  EXPECT_TRUE(loop->send_qelipc_event("link", "up", 2));
+  EXPECT_THAT(take_calls(), ElementsAre("qelipc_event_send(link, up)"));
+  set_result("qelipc_msg_send", -6);
+  EXPECT_FALSE(loop->send_qelipc_message("the \"peer\"", "say \"hi\""));
+  EXPECT_THAT(take_calls(), Contains(R"(errmsg(%s: %s, mainloop: Failed to send qelipc message "say \"hi\"" )"
+                                     R"(to destination "the \"peer\""))"));
+  set_result("qelipc_event_send", -107);
+  EXPECT_FALSE(loop->send_qelipc_event("link \\", "up", 2));
+  EXPECT_THAT(take_calls(), Contains(R"(errmsg(%s: %s, mainloop: Failed to send qelipc event "link \\" )"
+                                     R"(with parameter of size 2))"));
   set_result("ctimer_unsetup_internal", -4);
   loop.reset();
-  const auto calls = take_calls();
-  EXPECT_THAT(calls, testing::Contains("errmsg(%s: %s, mainloop: Failed to clear the main loop: Changed handle)"));
-  EXPECT_THAT(calls, testing::Contains("evsock_exit()"));
+  EXPECT_THAT(take_calls(), IsSupersetOf({"errmsg(%s: %s, mainloop: Failed to clear the main loop: Changed handle)",
+                                          "evsock_exit()"}));
 }
 
 /// Prints the calls that are still to come when the process exits.
@@ -174,7 +158,7 @@ TEST(MainloopDeathTest, ALoopThatDoesNotTurnFailsTheStart) {
         Mainloop loop("node", true);
         take_calls();
         advance_microseconds(14'999'999);
-        const bool early = testing::Value(take_calls(), testing::Contains("daemon_start_failed()"));
+        const bool early = testing::Value(take_calls(), Contains("daemon_start_failed()"));
         print_calls_at_exit();
         advance_microseconds(early ? 0 : 1);
         std::_Exit(9);

@@ -5,8 +5,6 @@
 namespace qel::state_machine {
 namespace {
 
-using testing::ElementsAre;
-
 std::vector<std::string> trace;
 
 struct Go final : Event {};
@@ -18,16 +16,13 @@ struct Number final : Event {
 
 /// Writes down when it is entered and left.
 template <class Concrete, class... Events>
-class TracedState : public State<Concrete, Events...> {
- public:
+struct TracedState : State<Concrete, Events...> {
   using State<Concrete, Events...>::State;
   ~TracedState() override { note("dies"); }
   void on_entry() override { note("in"); }
   void on_exit() override { note("out"); }
-
- protected:
   void note(const std::string& what) const {
-    trace.push_back(std::string(Concrete::NAME) + " " + what + (this->is_entered() ? " entered" : ""));
+    trace.push_back(get_name() + (" " + what) + (this->is_entered() ? " entered" : ""));
   }
   const char* get_name() const override { return Concrete::NAME; }
 };
@@ -71,8 +66,8 @@ class StateMachineTest : public FakePlatformTest {
 
 TEST_F(StateMachineTest, WithoutAStateEventsAreAnError) {
   EXPECT_THAT([this] { machine.on_event(Go()); },
-              testing::ThrowsMessage<std::runtime_error>("Dispatching Event on uninitialised State Machine!"));
-  EXPECT_THAT(fake_platform::take_calls(),
+              ThrowsMessage<std::runtime_error>("Dispatching Event on uninitialised State Machine!"));
+  EXPECT_THAT(take_calls(),
               ElementsAre("errmsg(%s: %s, state_machine: Dispatching Event on uninitialised State Machine!)"));
 }
 
@@ -92,14 +87,14 @@ TEST_F(StateMachineTest, TheLastRequestCountsAfterTheOutermostHandler) {
   machine.on_event(Number(42));
   EXPECT_EQ(dynamic_cast<Last&>(*machine.get_current_state()).number, 42);
   machine.on_event(Number(43));  // not handled by this state
+  machine.deinit();
 
-  StateMachine other;
-  other.init<First>();
+  machine.init<First>();
   trace.clear();
-  other.on_event(Nested());
+  machine.on_event(Nested());
   EXPECT_EQ(trace.at(0), "First still here entered");
   EXPECT_EQ(trace.at(1), "First out entered");
-  EXPECT_STREQ(other.get_current_state()->get_name(), "Last");
+  EXPECT_EQ(trace.back(), "Last in");
 }
 
 /// Sends itself away while it is still being entered.

@@ -7,13 +7,6 @@
 namespace qel::time {
 namespace {
 
-using namespace std::chrono_literals;
-using fake_platform::advance_microseconds;
-using fake_platform::set_result;
-using fake_platform::take_calls;
-using testing::ElementsAre;
-using testing::IsEmpty;
-
 class TimerTest : public FakePlatformTest {
  protected:
   /// A callback that writes down its name.

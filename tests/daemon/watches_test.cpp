@@ -6,9 +6,7 @@
 namespace qel::daemon {
 namespace {
 
-using fake_platform::take_calls;
 using fake_platform::trigger;
-using testing::ElementsAre;
 
 class GenericProbe final : public IGenericFDWatch {
  public:
@@ -56,7 +54,7 @@ TEST_F(WatchesTest, AddingAgainDropsTheLiveHandleAndARefusalIsLogged) {
   ProbeWatch watch(5, log);
   watch.add_to_evsock();
   take_calls();
-  fake_platform::set_result("evsock_add_fd", -1);
+  set_result("evsock_add_fd", -1);
   watch.add_to_evsock();
   EXPECT_EQ(watch.get_handle(), nullptr);
   EXPECT_THAT(take_calls(), ElementsAre("evsock_remove_fd(5)", "evsock_add_fd(5, probe, xx--, null)",

@@ -212,14 +212,14 @@ TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
 }
 
 TEST_F(Ipc, ABusThatDoesNotAnswerHoldsTheLoopUpOnlyOnceAndShortly) {
-  bus_.freeze();
+  bus_.signal(SIGSTOP);
   const auto start = std::chrono::steady_clock::now();
   for (int i = 0; i < 20; ++i) {
     EXPECT_LT(tell_bob("x"), 0);
     evsock_select_with_msecs(0);
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
-  bus_.thaw();
+  bus_.signal(SIGCONT);
   EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice_.get()) == 1; }));
 }
 

@@ -92,12 +92,4 @@ TEST(Messages, AStuckReaderDelaysNothingAndTheLossIsCountedAndSaid) {
   }
 }
 
-TEST(Messages, AClosedStandardErrorLosesMessages) {
-  const StandardErrorInto restored(STDERR_FILENO);
-  close(STDERR_FILENO);
-  const unsigned long before = qellog_lost();
-  infomsg("nobody hears");
-  EXPECT_EQ(qellog_lost(), before + 1);
-}
-
 }  // namespace
