@@ -134,13 +134,6 @@ TEST_F(TaskTest, MisuseThrowsAndChangesNothing) {
   EXPECT_THAT(log, ElementsAre("started", "done COMPLETE_WITH_VALUE", "continued COMPLETE_WITH_VALUE"));
 }
 
-TEST_F(TaskTest, IsNotStartedWhenItsTimerIsNot) {
-  task->set_timeout(1s);
-  set_result("ctimer_setup_internal", -2);
-  EXPECT_THROW(task->start(), time::TimerError);
-  EXPECT_EQ(task->get_state(), TaskState::NEVER_STARTED);
-}
-
 TEST_F(TaskTest, DeletionReachesTheContinuation) {
   continue_and_log(*task);
   task->start();

@@ -72,55 +72,29 @@ struct Receiver {
   }
 };
 
-/// On descriptors of other kinds, for what a network never does at will.
-class RawSockOn : public testing::Test {
- protected:
-  RawSockOn() {
-    int ends[2];
-    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-      throw std::system_error(errno, std::generic_category());
-    }
-    socket_ = FileDescriptor(ends[0]);
-    peer_ = FileDescriptor(ends[1]);
-  }
-
-  FileDescriptor socket_;
-  FileDescriptor peer_;
-  Receiver receiver_;
-};
-
-TEST_F(RawSockOn, SendsUpToTheLargestFrame) {
+TEST(RawSock, HandsOnWhatReadingGaveAndSendsUpToTheLargestFrame) {
+  int ends[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+  FileDescriptor peer(ends[1]);
+  Receiver receiver;
+  RawSock sock(FileDescriptor{ends[0]}, "eth0", receiver.callback(), nullptr);
+  send(peer, make_frame(60, 9));
+  sock.on_readable();
+  EXPECT_EQ(receiver.frame, make_frame(60, 9));
+  send(peer, make_frame(1600, 3));
+  sock.on_readable();
+  EXPECT_EQ(receiver.frame, make_frame(1514, 3));
   const Octets frame = make_frame(1515, 1);
-  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
   EXPECT_EQ(sock.send_data(frame.data(), 1515), generic(EMSGSIZE));
-  EXPECT_FALSE(becomes_readable(peer_.get(), 0));
   EXPECT_EQ(sock.send_data(frame.data(), 1514), SUCCESS);
-  EXPECT_EQ(receive(peer_), make_frame(1514, 1));
-}
+  EXPECT_EQ(receive(peer), make_frame(1514, 1));
+  peer.reset();
+  sock.on_readable();
+  EXPECT_THAT(receiver.lengths, ElementsAre(60, 1514));
 
-TEST_F(RawSockOn, HandsOnWhatReadingGave) {
-  RawSock sock(std::move(socket_), "eth0", receiver_.callback(), nullptr);
-  send(peer_, make_frame(60, 9));
-  sock.on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(60, 9));
-  send(peer_, make_frame(1600, 3));
-  sock.on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(1514, 3));
-  peer_.reset();
-  sock.on_readable();
-  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 1514));
-
-  RawSock unreadable(FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)), "eth0", receiver_.callback(), nullptr);
+  RawSock unreadable(FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)), "eth0", receiver.callback(), nullptr);
   unreadable.on_readable();
-  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 1514, FAILED));
-}
-
-TEST_F(RawSockOn, ReadsEvenWhenNobodyTakesTheFrame) {
-  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
-  send(peer_, make_frame(60, 1));
-  sock.on_readable();
-  sock.on_writable();
-  EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
+  EXPECT_THAT(receiver.lengths, ElementsAre(60, 1514, FAILED));
 }
 
 TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
@@ -168,6 +142,15 @@ TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
   EXPECT_EQ(sock->send_data(frame.data(), 1514), SUCCESS);
   EXPECT_EQ(receive(*far_), frame);
   EXPECT_EQ(sock->send_data(frame.data(), 13), generic(EINVAL));
+}
+
+TEST_F(RawSockOnCable, ReadsEvenWhenNobodyTakesTheFrame) {
+  RawSock sock(NEAR, nullptr, nullptr, ETHERTYPE);
+  send(*far_, make_frame(60, 1));
+  ASSERT_TRUE(becomes_readable(sock.get_sock_fd()));
+  sock.on_readable();
+  sock.on_writable();
+  EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
 }
 
 TEST_F(RawSockOnCable, LeavesNothingOpenWithoutAnInterface) {

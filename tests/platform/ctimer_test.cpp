@@ -44,15 +44,6 @@ TEST_F(CTimer, FiresOnceAndNotEarlyAndEndsTheWait) {
   EXPECT_EQ(evsock_select_with_msecs(50), 0);
 }
 
-TEST_F(CTimer, FireByTimeOfExpiry) {
-  start(30, 3, 100);
-  start(10, 1, 100);
-  start(20, 20, 1000);
-  pass(40);
-  EXPECT_EQ(evsock_select_with_msecs(0), 3);
-  EXPECT_THAT(fired, ElementsAre(10, 20, 30));
-}
-
 TEST_F(CTimer, ATimerThatArmsItselfAgainDoesNotStarveTheTurn) {
   const Pair pair = Pair::sockets("x");
   int reads = 0;
