@@ -16,14 +16,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Evsock : public LoopTest {
- protected:
-  std::function<void()> log(const std::string& what) {
-    return [this, what] { calls.push_back(what); };
-  }
-
-  std::vector<std::string> calls;
-};
+using Evsock = LoopTest;
 
 /// Two connected TCP sockets, which know priority data.
 std::pair<int, int> tcp_pair() {
