@@ -121,6 +121,15 @@ class RawSockOnCable : public testing::Test {
     far_.emplace(test::open_packet_socket(FAR, ETHERTYPE));
   }
 
+  RawSockOnCable() { evsock_init(); }
+  ~RawSockOnCable() override { evsock_exit(); }
+
+  /// The next frame that the socket hands on.
+  const Octets& taken_by(RawSock& sock) {
+    EXPECT_TRUE(becomes_readable(sock.get_sock_fd()));
+    sock.on_readable();
+    return receiver_.frame;
+  }
   std::shared_ptr<RawSock> open() { return std::make_shared<RawSock>(NEAR, receiver_.callback(), nullptr, ETHERTYPE); }
 
   std::optional<FileDescriptor> far_;
@@ -134,9 +143,7 @@ TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
   send(*far_, make_frame(60, 1, 0x88CC));
   send(*far_, make_frame(60, 2, 0x3A89));
   send(*far_, make_frame(1514, 3));
-  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
-  sock->on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(1514, 3));
+  EXPECT_EQ(taken_by(*sock), make_frame(1514, 3));
 
   const Octets frame = make_frame(1514, 4);
   EXPECT_EQ(sock->send_data(frame.data(), 1514), SUCCESS);
@@ -147,8 +154,7 @@ TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
 TEST_F(RawSockOnCable, ReadsEvenWhenNobodyTakesTheFrame) {
   RawSock sock(NEAR, nullptr, nullptr, ETHERTYPE);
   send(*far_, make_frame(60, 1));
-  ASSERT_TRUE(becomes_readable(sock.get_sock_fd()));
-  sock.on_readable();
+  EXPECT_THAT(taken_by(sock), testing::IsEmpty());
   sock.on_writable();
   EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
 }
@@ -166,8 +172,7 @@ TEST_F(RawSockOnCable, MakesTheInterfaceTakeMulticastAndHandsOnThatItWentDown) {
   const auto sock = open();
   EXPECT_NO_THROW(test::ip("link show " + std::string(NEAR) + " | grep -q '<BROADCAST,MULTICAST,UP,LOWER_UP>'"));
   test::ip(link + " down");
-  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
-  sock->on_readable();
+  EXPECT_THAT(taken_by(*sock), testing::IsEmpty());
   test::ip(link + " up");
   EXPECT_THAT(receiver_.lengths, ElementsAre(FAILED));
 }
@@ -185,9 +190,7 @@ TEST_F(RawSockOnCable, TakesOnlyWhatItsFilterLetsPass) {
   EXPECT_EQ(sock->apply_filter(&program), SUCCESS);
   send(*far_, make_frame(60, 0x41));
   send(*far_, make_frame(60, 0x42));
-  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
-  sock->on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(60, 0x42));
+  EXPECT_EQ(taken_by(*sock), make_frame(60, 0x42));
 
   const int fd = sock->get_sock_fd();
   program.len = 0;
@@ -197,20 +200,13 @@ TEST_F(RawSockOnCable, TakesOnlyWhatItsFilterLetsPass) {
   EXPECT_EQ(sock->send_data(receiver_.frame.data(), 60), generic(EBADF));
 }
 
-class RawSockInTheLoop : public RawSockOnCable {
- protected:
-  RawSockInTheLoop() { evsock_init(); }
-  ~RawSockInTheLoop() override { evsock_exit(); }
-
-  void turn_until_received(std::size_t count) const {
+TEST_F(RawSockOnCable, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwards) {
+  const auto turn_until_received = [&](std::size_t count) {
     for (int turn = 0; turn < 10 && receiver_.lengths.size() < count; ++turn) {
       evsock_select_with_msecs(PATIENCE_MS);
     }
     evsock_select_with_msecs(0);
-  }
-};
-
-TEST_F(RawSockInTheLoop, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwards) {
+  };
   std::vector<const RawSock*> writable;
   std::shared_ptr<RawSock> sock;
   bool removes_itself = false;
@@ -220,8 +216,8 @@ TEST_F(RawSockInTheLoop, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwa
       sock->remove_from_evsock();
     }
   };
-  sock = std::make_shared<RawSock>(
-      NEAR, on_data, [&](RawSock& caller) { writable.push_back(&caller); }, ETHERTYPE);
+  const auto on_writable = [&](RawSock& caller) { writable.push_back(&caller); };
+  sock = std::make_shared<RawSock>(NEAR, on_data, on_writable, ETHERTYPE);
   const int fd = sock->get_sock_fd();
   sock->add_to_evsock();
   EXPECT_EQ(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
