@@ -27,10 +27,9 @@ struct TracedState : State<Concrete, Events...> {
   const char* get_name() const override { return Concrete::NAME; }
 };
 
-struct Last final : TracedState<Last, Go> {
+struct Last final : TracedState<Last> {
   static constexpr const char* NAME = "Last";
   Last(StateMachine& machine, CreateToken token, int n) : TracedState(machine, token), number(n) {}
-  void on(const Go&) {}
   int number;
 };
 
