@@ -93,16 +93,5 @@ TEST_F(SignalTest, ScopedConnectionsDisconnect) {
   EXPECT_FALSE(second.is_connected());
 }
 
-TEST_F(SignalTest, ConnectionsAreOrderedAlsoAfterTheirSlots) {
-  const Connection first = signal->connect(push("a"));
-  const Connection second = signal->connect(push("b"));
-  const bool ordered = first < second;
-  EXPECT_FALSE(first == second);
-  signal.reset();
-  EXPECT_TRUE(first == second);
-  EXPECT_EQ(first < second, ordered);
-  EXPECT_NE(second < first, ordered);
-}
-
 }  // namespace
 }  // namespace qel::signals

@@ -110,6 +110,7 @@ TEST(DaemonStart, TheDaemonOutlivesACommandThatWasKilled) {
     say(reports[1], 'R');
     return 0;
   });
+  reports.close_end(1);
   EXPECT_EQ(next_octet(reports[0]), 's');
   kill(command, SIGKILL);
   EXPECT_EQ(end_of(command), -SIGKILL);
