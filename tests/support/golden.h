@@ -34,6 +34,7 @@ struct Golden {
 
 struct Habits {
   bool leaves_base_decimal = false;  ///< printing leaves the stream's base decimal, not as it was
+  bool appends = false;              ///< decoding adds to what the object holds already
 };
 
 /// The object after `add` was called with each of the elements.
@@ -97,15 +98,17 @@ void check_encoding(const Golden<T>& golden) {
 
 /// The octets give the object, be it fresh or used before, and not one octet more is taken; all beginnings fail.
 template <class T, class Blank>
-void check_decoding(const Golden<T>& golden, const Blank& blank) {
+void check_decoding(const Golden<T>& golden, const Blank& blank, const Habits& habits) {
   Octets longer = golden.octets;
   longer.push_back(0xEE);
   for (const Octets& input : {golden.octets, longer}) {
     const auto [outcome, decoded] = decode(input, blank);
     EXPECT_EQ(outcome, (ReadOutcome{"", std::ios_base::goodbit, golden.octets.size()}));
-    serialization::MemoryIStream is(input);
-    serialization::SerializationContext context;
-    decoded->deserialize_impl(is, context);
+    if (!habits.appends) {
+      serialization::MemoryIStream is(input);
+      serialization::SerializationContext context;
+      decoded->deserialize_impl(is, context);
+    }
     EXPECT_TRUE(*decoded == *golden.object);
     EXPECT_TRUE(*golden.object == *decoded);
     EXPECT_FALSE(*decoded != *golden.object);
@@ -178,7 +181,7 @@ void check_golden(const std::vector<Golden<T>>& rows, const Blank& blank, const 
     SCOPED_TRACE(golden.text);
     const auto blank_for_row = [&] { return std::unique_ptr<T>(blank(golden.octets)); };
     check_encoding(golden);
-    check_decoding(golden, blank_for_row);
+    check_decoding(golden, blank_for_row, habits);
     check_each_bit(golden, blank_for_row);
     check_order(golden, blank_for_row);
     check_text(golden, habits);
