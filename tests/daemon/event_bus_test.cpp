@@ -19,7 +19,6 @@ struct Imposter final : IEventModule {
 
 TEST(EventBus, KeepsModulesByIdentifier) {
   EventBus& bus = EventBus::get();
-  EXPECT_EQ(&bus, &EventBus::get());
   int deaths = 0;
   Links& links = bus.create_module<Links>(&deaths);
   EXPECT_EQ(bus.find_module<Links>(), &links);
@@ -34,22 +33,6 @@ TEST(EventBus, KeepsModulesByIdentifier) {
   EXPECT_TRUE(bus.remove_module(ID(7)));
   EXPECT_EQ(deaths, 1);
   EXPECT_FALSE(bus.remove_module(ID(7)));
-}
-
-/// Dies with the bus, behind main().
-struct Witness final : IEventModule {
-  static constexpr ID MODULE_ID{9};
-  using IEventModule::IEventModule;
-  ~Witness() override { std::_Exit(7); }
-};
-
-TEST(EventBusDeathTest, DestroysItsModulesAtExit) {
-  EXPECT_EXIT(
-      {
-        EventBus::get().create_module<Witness>();
-        std::exit(0);
-      },
-      testing::ExitedWithCode(7), "");
 }
 
 }  // namespace

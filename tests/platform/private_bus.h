@@ -2,7 +2,7 @@
 
 // A message bus of the test's own.
 
-#include <sys/types.h>
+#include <signal.h>
 
 #include <string>
 
@@ -18,9 +18,8 @@ class PrivateBus {
   /// Starts the daemon, at the same address each time, and waits until it listens. False when it does not start.
   bool start();
   void stop();
-  /// Makes the daemon deaf without ending it.
-  void freeze();
-  void thaw();
+  /// Sends the daemon a signal.
+  void signal(int number) { kill(daemon_, number); }
 
   static const std::string kAllowAll;
 

@@ -48,201 +48,162 @@ int send(const Endpoint& from, const char* to, const std::string& text) {
 
 class Ipc : public LoopTest {
  protected:
+  void SetUp() override {
+    LoopTest::SetUp();
+    alice_.reset(qelipc_create("alice"));
+    bob_.reset(qelipc_create("Bob's box_2"));
+    ASSERT_TRUE(alice_ && bob_);
+    qelipc_msg_register(bob_.get(), Inbox::take, &inbox_);
+  }
+  void TearDown() override {
+    alice_.reset();
+    bob_.reset();
+    LoopTest::TearDown();
+  }
+  int tell_bob(const std::string& text) { return send(alice_, "Bob's box_2", text); }
+  /// A round trip after a subscription makes sure that the bus knows it.
+  static void settle(const Endpoint& subscriber) { EXPECT_EQ(send(subscriber, "nobody", ""), -ENXIO); }
+
   PrivateBus bus_;
+  Endpoint alice_, bob_;
+  Inbox inbox_;  ///< Bob's messages
 };
 
 TEST_F(Ipc, MessagesKeepTheirOctetsAndTheirOrder) {
-  const Endpoint alice(qelipc_create("alice"));
-  const Endpoint bob(qelipc_create("Bob's box_2"));
-  ASSERT_TRUE(alice && bob);
-  EXPECT_STREQ(qelipc_get_name(bob.get()), "Bob's box_2");
-  Inbox inbox;
-  ASSERT_EQ(qelipc_msg_register(bob.get(), Inbox::take, &inbox), 0);
   std::string all;
   for (int octet = 0; octet < 256; ++octet) {
     all += static_cast<char>(octet);
   }
-  const std::string large(QELIPC_DATA_MAX, '\0');
-  EXPECT_EQ(send(alice, "Bob's box_2", all), 0);
-  EXPECT_EQ(send(alice, "Bob's box_2", ""), 0);
-  EXPECT_EQ(send(alice, "Bob's box_2", large), 0);
-  EXPECT_EQ(send(bob, "Bob's box_2", "self"), 0);
-  ASSERT_TRUE(inbox.wait_for(4));
-  std::erase(inbox.got, "Bob's box_2|self");  // from another sender: no order
-  EXPECT_THAT(inbox.got, ElementsAre("alice|" + all, "alice|", "alice|" + large));
-
-  inbox.got.clear();
-  std::vector<std::string> sent;
+  std::vector<std::string> texts = {all, "", std::string(QELIPC_DATA_MAX, '\0')};
   for (int i = 0; i < 500; ++i) {
-    ASSERT_EQ(send(alice, "Bob's box_2", std::to_string(i)), 0);
-    sent.push_back("alice|" + std::to_string(i));
+    texts.push_back(std::to_string(i));
   }
-  ASSERT_TRUE(inbox.wait_for(500));
-  EXPECT_EQ(inbox.got, sent);
+  for (std::string& text : texts) {
+    EXPECT_EQ(tell_bob(text), 0);
+    text.insert(0, "alice|");
+  }
+  ASSERT_TRUE(inbox_.wait_for(texts.size()));
+  EXPECT_EQ(inbox_.got, texts);
+  EXPECT_EQ(send(bob_, qelipc_get_name(bob_.get()), "to itself"), 0);
+  ASSERT_TRUE(inbox_.wait_for(texts.size() + 1));
+  EXPECT_EQ(inbox_.got.back(), "Bob's box_2|to itself");
 }
 
 TEST_F(Ipc, ReportsWhatCannotBeSent) {
-  const Endpoint alice(qelipc_create("alice"));
-  ASSERT_TRUE(alice);
-  EXPECT_EQ(send(alice, "nobody", "x"), -ENXIO);
-  EXPECT_EQ(send(alice, std::string(300, 'n').c_str(), "x"), -ENXIO);
-  EXPECT_EQ(send(alice, "alice", std::string(QELIPC_DATA_MAX + 1, 'x')), -EMSGSIZE);
-  EXPECT_EQ(qelipc_event_send(alice.get(), "bad \xff name", "x", 1), -EINVAL);
-  EXPECT_EQ(qelipc_event_send(alice.get(), "nobody listens", "x", 1), 0);
-  EXPECT_EQ(qelipc_msg_send(alice.get(), nullptr, "x", 1), -EINVAL);
-  EXPECT_EQ(send(alice, "alice", "works on"), 0);
+  EXPECT_EQ(send(alice_, std::string(300, 'n').c_str(), "x"), -ENXIO);
+  EXPECT_EQ(tell_bob(std::string(QELIPC_DATA_MAX + 1, 'x')), -EMSGSIZE);
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "bad \xff name", "x", 1), -EINVAL);
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "nobody listens", "x", 1), 0);
+  EXPECT_EQ(qelipc_msg_send(alice_.get(), nullptr, "x", 1), -EINVAL);
+  EXPECT_EQ(tell_bob("works on"), 0);
 }
 
 TEST_F(Ipc, ATakenNameCannotBeTakenAgainAndIsFreeAfterwards) {
-  Endpoint first(qelipc_create("name"));
-  ASSERT_TRUE(first);
-  EXPECT_EQ(qelipc_create("name"), nullptr);
+  EXPECT_EQ(qelipc_create("alice"), nullptr);
   EXPECT_EQ(errno, EEXIST);
-  EXPECT_TRUE(Endpoint(qelipc_create("Name"))) << "case distinguishes names";
+  EXPECT_TRUE(Endpoint(qelipc_create("Alice"))) << "case distinguishes names";
   EXPECT_TRUE(Endpoint(qelipc_create("")));
   EXPECT_EQ(qelipc_create(std::string(244, 'n').c_str()), nullptr);
   EXPECT_EQ(errno, EINVAL);
-  first.reset();
-  EXPECT_TRUE(Endpoint(qelipc_create("name")));
-
-  Pair ready = Pair::pipe();
-  const pid_t child = start_child([&] {
-    say(ready[1], qelipc_create("killed") != nullptr ? 'r' : 'F');
-    pause();
-    return 2;
-  });
-  ASSERT_EQ(next_octet(ready[0]), 'r');
-  EXPECT_EQ(qelipc_create("killed"), nullptr);
-  kill(child, SIGKILL);
-  EXPECT_EQ(end_of(child), -SIGKILL);
-  Endpoint heir;
-  EXPECT_TRUE(turn_until([&] {
-    heir.reset(qelipc_create("killed"));
-    return heir != nullptr;
-  }));
+  alice_.reset();
+  EXPECT_TRUE(Endpoint(qelipc_create("alice")));
 }
 
 TEST_F(Ipc, EventsReachEveryoneWhoAskedForThem) {
-  const Endpoint source(qelipc_create("source"));
-  const Endpoint first(qelipc_create("first"));
-  const Endpoint second(qelipc_create("second"));
-  ASSERT_TRUE(source && first && second);
-  Inbox at_source, at_first, at_first_too, at_second;
+  Inbox at_alice, at_bob, at_bob_too;
   const std::string event = "link's \"up\", \\ or not";
-  ASSERT_EQ(qelipc_event_register_notifier(source.get(), event.c_str(), Inbox::take, &at_source), 0);
-  ASSERT_EQ(qelipc_event_register_notifier(first.get(), event.c_str(), Inbox::take, &at_first), 0);
-  ASSERT_EQ(qelipc_event_register_notifier(first.get(), event.c_str(), Inbox::take, &at_first_too), 0);
-  ASSERT_EQ(qelipc_event_register_notifier(first.get(), "end", Inbox::take, &at_first), 0);
-  ASSERT_EQ(qelipc_event_register_notifier(second.get(), "end", Inbox::take, &at_second), 0);
-  // A round trip after each subscription makes sure that the bus knows it.
-  for (const Endpoint* endpoint : {&source, &first, &second}) {
-    send(*endpoint, "nobody", "");
-  }
+  ASSERT_EQ(qelipc_event_register_notifier(alice_.get(), event.c_str(), Inbox::take, &at_alice), 0);
+  ASSERT_EQ(qelipc_event_register_notifier(bob_.get(), event.c_str(), Inbox::take, &at_bob), 0);
+  ASSERT_EQ(qelipc_event_register_notifier(bob_.get(), event.c_str(), Inbox::take, &at_bob_too), 0);
+  ASSERT_EQ(qelipc_event_register_notifier(bob_.get(), "end", Inbox::take, &at_bob), 0);
+  settle(alice_);
+  settle(bob_);
   const std::string octets("a\0b\xff", 4);
-  EXPECT_EQ(qelipc_event_send(source.get(), event.c_str(), octets.data(), 4), 0);
-  EXPECT_EQ(qelipc_event_send(source.get(), "other", "x", 1), 0);
-  EXPECT_EQ(qelipc_event_send(source.get(), "end", nullptr, 0), 0);
-  ASSERT_TRUE(at_first.wait_for(2) && at_second.wait_for(1) && at_source.wait_for(1));
-  EXPECT_THAT(at_source.got, ElementsAre(event + "|" + octets));
-  EXPECT_THAT(at_first.got, ElementsAre(event + "|" + octets, "end|"));
-  EXPECT_THAT(at_first_too.got, ElementsAre(event + "|" + octets));
-  EXPECT_THAT(at_second.got, ElementsAre("end|"));
+  EXPECT_EQ(qelipc_event_send(alice_.get(), event.c_str(), octets.data(), 4), 0);
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "other", "x", 1), 0);
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "end", nullptr, 0), 0);
+  ASSERT_TRUE(at_bob.wait_for(2) && at_alice.wait_for(1));
+  EXPECT_THAT(at_alice.got, ElementsAre(event + "|" + octets));
+  EXPECT_THAT(at_bob.got, ElementsAre(event + "|" + octets, "end|"));
+  EXPECT_THAT(at_bob_too.got, ElementsAre(event + "|" + octets));
 
-  EXPECT_EQ(qelipc_event_unregister_notifier(first.get(), event.c_str(), Inbox::take, &at_first_too), 1);
-  EXPECT_EQ(qelipc_event_unregister_notifier(first.get(), event.c_str(), Inbox::take, &at_first_too), 0);
+  EXPECT_EQ(qelipc_event_unregister_notifier(bob_.get(), event.c_str(), Inbox::take, &at_bob_too), 1);
+  EXPECT_EQ(qelipc_event_unregister_notifier(bob_.get(), event.c_str(), Inbox::take, &at_bob_too), 0);
 }
 
 TEST_F(Ipc, CallbacksMayThrowAndDestroyTheirOwnEndpoint) {
-  const Endpoint alice(qelipc_create("alice"));
-  const Endpoint bob(qelipc_create("bob"));
-  ASSERT_TRUE(alice && bob);
   const qelipc_callback fail = [](qelipc*, const char*, void*, unsigned, void*) { throw std::runtime_error("fail"); };
   const auto turn_until_thrown = [] { EXPECT_THROW(turn_until([] { return false; }), std::runtime_error); };
-  Inbox inbox;
-  qelipc_msg_register(bob.get(), fail, nullptr);
-  EXPECT_EQ(send(alice, "bob", "x"), 0);
-  EXPECT_EQ(send(alice, "bob", "y"), 0);
+  qelipc_msg_register(bob_.get(), fail, nullptr);
+  tell_bob("x");
+  tell_bob("y");
   turn_until_thrown();
-  qelipc_msg_register(bob.get(), Inbox::take, &inbox);
-  ASSERT_TRUE(inbox.wait_for(1));
-  EXPECT_THAT(inbox.got, ElementsAre("alice|y"));
+  qelipc_msg_register(bob_.get(), Inbox::take, &inbox_);
+  ASSERT_TRUE(inbox_.wait_for(1));
+  EXPECT_THAT(inbox_.got, ElementsAre("alice|y"));
 
   Inbox events;
-  ASSERT_EQ(qelipc_event_register_notifier(bob.get(), "event", fail, nullptr), 0);
-  ASSERT_EQ(qelipc_event_register_notifier(bob.get(), "event", Inbox::take, &events), 0);
-  send(bob, "nobody", "");  // the bus knows the subscription then
-  EXPECT_EQ(qelipc_event_send(alice.get(), "event", "e", 1), 0);
+  ASSERT_EQ(qelipc_event_register_notifier(bob_.get(), "event", fail, nullptr), 0);
+  ASSERT_EQ(qelipc_event_register_notifier(bob_.get(), "event", Inbox::take, &events), 0);
+  settle(bob_);
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "event", "e", 1), 0);
   turn_until_thrown();
   EXPECT_THAT(events.got, ElementsAre("event|e"));
 
-  for (bool throws : {false, true}) {
-    qelipc* doomed = qelipc_create("doomed");
-    ASSERT_NE(doomed, nullptr);
-    qelipc_msg_register(
-        doomed,
-        [](qelipc* self, const char*, void*, unsigned, void* also_throws) {
-          qelipc_destroy(self);
-          if (*static_cast<bool*>(also_throws)) {
-            throw std::runtime_error("destroyed");
-          }
-        },
-        &throws);
-    EXPECT_EQ(send(alice, "doomed", "x"), 0);
-    EXPECT_EQ(send(alice, "doomed", "y"), 0);
-    if (throws) {
-      turn_until_thrown();
-      EXPECT_EQ(send(alice, "doomed", "z"), -ENXIO) << "at once";
-    }
-    EXPECT_TRUE(turn_until([&] { return send(alice, "doomed", "z") == -ENXIO; }));
-  }
+  qelipc* const doomed = qelipc_create("doomed");
+  ASSERT_NE(doomed, nullptr);
+  const qelipc_callback destroy = [](qelipc* self, const char*, void*, unsigned, void*) {
+    qelipc_destroy(self);
+    throw std::runtime_error("destroyed");
+  };
+  qelipc_msg_register(doomed, destroy, nullptr);
+  EXPECT_EQ(send(alice_, "doomed", "x"), 0);
+  EXPECT_EQ(send(alice_, "doomed", "y"), 0);
+  turn_until_thrown();
+  EXPECT_EQ(send(alice_, "doomed", "z"), -ENXIO) << "at once";
 }
 
 TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
-  const Endpoint alice(qelipc_create("alice"));
-  const Endpoint bob(qelipc_create("bob"));
-  ASSERT_TRUE(alice && bob);
-  Inbox messages, events;
-  qelipc_msg_register(bob.get(), Inbox::take, &messages);
-  qelipc_event_register_notifier(bob.get(), "event", Inbox::take, &events);
+  Inbox events;
+  qelipc_event_register_notifier(bob_.get(), "event", Inbox::take, &events);
+  const auto connected = [&](int wanted) {
+    return turn_until(
+        [&] { return qelipc_is_connected(alice_.get()) == wanted && qelipc_is_connected(bob_.get()) == wanted; });
+  };
   for (int round = 0; round < 2; ++round) {
     bus_.stop();
-    ASSERT_TRUE(turn_until([&] { return !qelipc_is_connected(alice.get()) && !qelipc_is_connected(bob.get()); }));
-    EXPECT_EQ(send(alice, "bob", "x"), -ENOTCONN);
-    EXPECT_EQ(qelipc_event_send(alice.get(), "event", "x", 1), -ENOTCONN);
+    ASSERT_TRUE(connected(0));
+    EXPECT_EQ(tell_bob("x"), -ENOTCONN);
+    EXPECT_EQ(qelipc_event_send(alice_.get(), "event", "x", 1), -ENOTCONN);
     EXPECT_EQ(qelipc_create("carol"), nullptr);
     EXPECT_TRUE(errno == ECONNREFUSED || errno == ENOENT) << strerror(errno);
     EXPECT_EQ(qelipc_client_open(), nullptr);
     EXPECT_LE(evsock_select_with_msecs(600), 2) << "one attempt of each";
     ASSERT_TRUE(bus_.start());
-    ASSERT_TRUE(turn_until([&] { return qelipc_is_connected(alice.get()) && qelipc_is_connected(bob.get()); }));
+    ASSERT_TRUE(connected(1));
     EXPECT_EQ(qelipc_create("alice"), nullptr) << "the name is taken again";
-    EXPECT_EQ(send(alice, "bob", "back"), 0);
-    EXPECT_EQ(qelipc_event_send(alice.get(), "event", "e", 1), 0);
-    ASSERT_TRUE(messages.wait_for(1) && events.wait_for(1));
-    EXPECT_THAT(messages.got, ElementsAre("alice|back"));
-    EXPECT_THAT(events.got, ElementsAre("event|e"));
-    messages.got.clear();
-    events.got.clear();
+    EXPECT_EQ(tell_bob("back"), 0);
+    EXPECT_EQ(qelipc_event_send(alice_.get(), "event", "e", 1), 0);
+    ASSERT_TRUE(inbox_.wait_for(1) && events.wait_for(1));
+    EXPECT_THAT(std::exchange(inbox_.got, {}), ElementsAre("alice|back"));
+    EXPECT_THAT(std::exchange(events.got, {}), ElementsAre("event|e"));
   }
 }
 
 TEST_F(Ipc, ABusThatDoesNotAnswerHoldsTheLoopUpOnlyOnceAndShortly) {
-  const Endpoint alice(qelipc_create("alice"));
-  ASSERT_TRUE(alice);
-  bus_.freeze();
+  bus_.signal(SIGSTOP);
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_LT(send(alice, "alice", "x"), 0);
   for (int i = 0; i < 20; ++i) {
+    EXPECT_LT(tell_bob("x"), 0);
     evsock_select_with_msecs(0);
-    EXPECT_LT(send(alice, "alice", "x"), 0);
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
-  bus_.thaw();
-  EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice.get()) == 1; }));
+  bus_.signal(SIGCONT);
+  EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice_.get()) == 1; }));
 }
 
 /// What a tool gets for a line: the result, a space and the answer; the error alone when there is no answer.
-std::string ask(const Client& client, const char* module, const char* line, const char* endpoint = "shell daemon") {
+std::string ask(const Client& client, const char* module, const char* line, const char* endpoint = "alice") {
   int result = 0;
   char* answer = nullptr;
   const int status = qelipc_client_command(client.get(), endpoint, module, line, 20000, &result, &answer);
@@ -252,66 +213,58 @@ std::string ask(const Client& client, const char* module, const char* line, cons
 
 int use_shell() {
   const Client client(qelipc_client_open());
-  std::vector<std::string> names;
+  std::vector<std::string> got;
   const auto add = [](void* list, const char* name) { static_cast<std::vector<std::string>*>(list)->push_back(name); };
-  EXPECT_EQ(qelipc_client_list(client.get(), add, &names), 1);
-  EXPECT_THAT(names, ElementsAre("shell daemon"));
-  EXPECT_THAT(ask(client, "", "help"), StartsWith("0 commands of shell daemon:\n  HELP              show help\n"));
+  EXPECT_EQ(qelipc_client_list(client.get(), add, &got), 2);
+  EXPECT_THAT(std::exchange(got, {}), testing::UnorderedElementsAre("alice", "Bob's box_2"));
+  EXPECT_THAT(ask(client, "", "help"), StartsWith("0 commands of alice:\n  HELP              show help\n"));
   EXPECT_EQ(ask(client, nullptr, "quit"), std::to_string(CTLCMD_CLOSED) + " ");
-  EXPECT_EQ(ask(client, "nomodule", "raw"), std::to_string(CTLCMD_NO_MODULE) + " no module \"nomodule\"\n");
   EXPECT_EQ(ask(client, "test", "raw"), std::to_string(CTLCMD_FAILED) + " caf\xef\xbf\xbd \xc3\xa9\n");
   EXPECT_EQ(ask(client, "", "help", "nobody"), std::to_string(-ENXIO));
   EXPECT_EQ(ask(client, "", "bad \xff"), std::to_string(-EINVAL));
 
-  std::vector<std::string> events;
   const qelipc_client_event take = [](void* list, const char* endpoint, const char* event, const void* data,
                                       unsigned size) {
-    static_cast<std::vector<std::string>*>(list)->push_back(std::string(endpoint) + "|" + event + "|" +
-                                                            std::string(static_cast<const char*>(data), size));
+    *static_cast<std::vector<std::string>*>(list) = {endpoint, event, {static_cast<const char*>(data), size}};
   };
-  EXPECT_EQ(qelipc_client_subscribe(client.get(), "shell daemon", take, &events), 0);
+  EXPECT_EQ(qelipc_client_subscribe(client.get(), "alice", take, &got), 0);
   EXPECT_EQ(qelipc_client_wait(client.get(), 0), 0);
   EXPECT_EQ(ask(client, "test", "event up"), "0 ");
-  while (events.empty() && qelipc_client_wait(client.get(), 20000) == 1) {
+  while (got.empty() && qelipc_client_wait(client.get(), 20000) == 1) {
   }
-  EXPECT_THAT(events, ElementsAre("shell daemon|up|data"));
+  EXPECT_THAT(got, ElementsAre("alice", "up", "data"));
   EXPECT_EQ(ask(client, "test", "deaf"), "0 ");
   EXPECT_EQ(ask(client, "test", "help"), std::to_string(-EOPNOTSUPP));
   return 0;
 }
 
 TEST_F(Ipc, AShellAnswersToolsUntilItIsClosed) {
-  Endpoint daemon(qelipc_create("shell daemon"));
   const ctlcmd_command built_in[] = {{"HELP", ctlcmd_help, "show help"}, {"QUIT", ctlcmd_quit, "disconnect"}};
   const ctlcmd_table table = {built_in, 2};
-  EXPECT_EQ(ctlcmd_listen_start(nullptr, "shell daemon", &table), -EINVAL);
-  EXPECT_EQ(ctlcmd_listen_start(daemon.get(), "shell daemon", &table), 0);
-  EXPECT_EQ(ctlcmd_listen_start(daemon.get(), "shell daemon", &table), -EBUSY);
-  using Session = ctlcmd_session*;
-  using Words = const char* const*;
-  const ctlcmd_command commands[] = {
-      {"raw",
-       [](Session session, int, Words, void*) {
-         ctlcmd_printf(session, "caf\xe9 \xc3\xa9\n");
-         return CTLCMD_FAILED;
-       },
-       "octets"},
-      {"event",
-       [](Session, int, Words words, void* ipc) {
-         return qelipc_event_send(static_cast<qelipc*>(ipc), words[1], "data", 4);
-       },
-       "send an event"},
-      {"deaf", [](Session, int, Words, void* ipc) { return ctlcmd_listen_stop(static_cast<qelipc*>(ipc)), 0; },
-       "end the shell"}};
+  EXPECT_EQ(ctlcmd_listen_start(nullptr, "alice", &table), -EINVAL);
+  EXPECT_EQ(ctlcmd_listen_start(alice_.get(), "alice", &table), 0);
+  EXPECT_EQ(ctlcmd_listen_start(alice_.get(), "alice", &table), -EBUSY);
+  const ctlcmd_handler raw = [](ctlcmd_session* session, int, const char* const*, void*) {
+    ctlcmd_printf(session, "caf\xe9 \xc3\xa9\n");
+    return CTLCMD_FAILED;
+  };
+  const ctlcmd_handler event = [](ctlcmd_session*, int, const char* const* words, void* ipc) {
+    return qelipc_event_send(static_cast<qelipc*>(ipc), words[1], "data", 4);
+  };
+  const ctlcmd_handler deaf = [](ctlcmd_session*, int, const char* const*, void* ipc) {
+    ctlcmd_listen_stop(static_cast<qelipc*>(ipc));
+    return 0;
+  };
+  const ctlcmd_command commands[] = {{"raw", raw, ""}, {"event", event, ""}, {"deaf", deaf, ""}};
   EXPECT_EQ(ctlcmd_register_library("test", commands, 3), 0);
-  EXPECT_EQ(ctlcmd_module_set_ctx("test", daemon.get()), 0);
+  EXPECT_EQ(ctlcmd_module_set_ctx("test", alice_.get()), 0);
   const pid_t tool = start_child(use_shell);
   int status = -1;
   EXPECT_TRUE(turn_until([&] { return waitpid(tool, &status, WNOHANG) == tool; }));
   EXPECT_EQ(status, 0);
   ctlcmd_unregister_library("test");
-  EXPECT_EQ(ctlcmd_listen_start(daemon.get(), "shell daemon", &table), 0) << "again";
-  daemon.reset();
+  EXPECT_EQ(ctlcmd_listen_start(alice_.get(), "alice", &table), 0) << "again";
+  alice_.reset();
   EXPECT_EQ(ctlcmd_docommand("", "help"), CTLCMD_NO_COMMAND) << "the shell ended with its endpoint";
 }
 

@@ -10,8 +10,10 @@
 #include <chrono>
 #include <cstring>
 #include <functional>
+#include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "platform/include/ctimer.h"
 #include "platform/include/qelevsock.h"
@@ -32,11 +34,16 @@ bool turn_until(Condition condition) {
   return true;
 }
 
-/// A test with a loop.
+/// A test with a loop, and a list of what was called.
 class LoopTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(evsock_init(), 0); }
   void TearDown() override { evsock_exit(); }
+  std::function<void()> log(const std::string& what) {
+    return [this, what] { calls.push_back(what); };
+  }
+
+  std::vector<std::string> calls;
 };
 
 /// A pair of descriptors that closes itself.
