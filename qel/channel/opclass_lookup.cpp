@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstring>
+#include <limits>
 #include <optional>
 #include <ostream>
 #include <stdexcept>
@@ -12,6 +14,7 @@ namespace qel {
 
 namespace {
 
+using Row = OperatingClassDeduction::OpclassRow;
 using Behavior = OperatingClassDeduction::Behavior;
 
 /// What each behaviour is among the capabilities of a channel; one that is not here is none of them.
@@ -37,6 +40,75 @@ unsigned char require_mapping(unsigned char opclass, const char* segment, const 
   return opclass;
 }
 
+/// The channels that the class is defined by.
+std::span<const unsigned char> channels_of(const Row& row) {
+  return row.primary_channels.empty() ? row.center_channels : row.primary_channels;
+}
+
+bool has_behavior(const Row& row, Behavior behavior) {
+  return std::ranges::find(row.behaviors, behavior) != row.behaviors.end();
+}
+
+kHz half_width(const Row& row) { return kHz(row.channel_spacing.value() * 1000 / 2); }
+
+/// Where a frequency lies on the grids of rows; most rows of a look-up have the same one.
+class Place {
+ public:
+  explicit Place(const kHz& frequency) : frequency_(frequency) {}
+
+  bool is_primary_of(const Row& row) {
+    measure_from(row.starting_frequency);
+    return channel_ >= 0 && !row.primary_channels.empty() &&
+           std::memchr(row.primary_channels.data(), channel_, row.primary_channels.size()) != nullptr;
+  }
+
+  /// The centre of the segment of the row that it is inside, without the ends; null when there is none.
+  std::optional<kHz> center_in(const Row& row) {
+    measure_from(row.starting_frequency);
+    const long half = half_width(row).value();
+    for (const unsigned char channel : row.center_channels) {
+      const long center = channel * grid_;
+      if (center - half < offset_ && offset_ < center + half) {
+        return row.starting_frequency + kHz(center);
+      }
+    }
+    return std::nullopt;
+  }
+
+  bool is_covered_by(const Row& row) {
+    return row.primary_channels.empty() ? center_in(row).has_value() : is_primary_of(row);
+  }
+
+ private:
+  void measure_from(const kHz& start) {
+    if (grid_ != 0 && start == start_) {
+      return;
+    }
+    start_ = start;
+    grid_ = (channel_to_frequency(start, 1) - start).value();
+    offset_ = (frequency_ - start).value();
+    const long number = offset_ / grid_;
+    constexpr long HIGHEST = std::numeric_limits<unsigned char>::max();
+    channel_ = number * grid_ == offset_ && number >= 0 && number <= HIGHEST ? static_cast<int>(number) : -1;
+  }
+
+  kHz frequency_;
+  kHz start_;
+  long grid_ = 0;     ///< in kHz; 0 before the first row
+  long offset_ = 0;   ///< above the start, in kHz
+  int channel_ = -1;  ///< below 0 when it lies between channels
+};
+
+std::bitset<9> capabilities_of(std::span<const Behavior> behaviors) {
+  std::bitset<9> capabilities;
+  for (const auto& [behavior, bit] : CAPABILITIES) {
+    if (std::ranges::find(behaviors, behavior) != behaviors.end()) {
+      capabilities.set(bit_index(bit));
+    }
+  }
+  return capabilities;
+}
+
 template <class List, class Print>
 void print_list(std::ostream& os, const char* label, const List& list, Print print) {
   os << "    " << label << '[';
@@ -51,46 +123,28 @@ void print_list(std::ostream& os, const char* label, const List& list, Print pri
 
 }  // namespace
 
-OperatingClassDeduction::OpclassLookup::Entry::Entry(const OpclassDefinition& definition)
-    : opclass(definition.number),
-      starting_frequency(definition.starting_frequency),
-      channels(definition.primary_channels.empty() ? definition.center_channels : definition.primary_channels) {
-  for (const unsigned char channel : definition.primary_channels) {
-    primary_frequencies.push_back(channel_to_frequency(starting_frequency, channel));
+OperatingClassDeduction::OpclassLookup::OpclassLookup(std::initializer_list<OpclassDefinition> definitions)
+    : definitions_(definitions) {
+  for (const OpclassDefinition& each : definitions_) {
+    const auto place = std::ranges::upper_bound(own_rows_, each.channel_spacing, {}, &Row::channel_spacing);
+    own_rows_.insert(place, {each.number, each.starting_frequency, each.channel_spacing, each.primary_channels,
+                             each.center_channels, each.behaviors});
   }
-  std::ranges::sort(primary_frequencies);
-  const kHz half(definition.channel_spacing.value() * 1000 / 2);
-  for (const unsigned char channel : definition.center_channels) {
-    const kHz center = channel_to_frequency(starting_frequency, channel);
-    ranges.push_back({center - half, center + half});
+  rows_ = own_rows_;
+}
+
+std::span<const Row> OperatingClassDeduction::OpclassLookup::rows_of(const MHz& spacing) const {
+  const auto rows = std::ranges::equal_range(rows_, spacing, {}, &Row::channel_spacing);
+  return {rows.begin(), rows.end()};
+}
+
+/// The first one of this number.
+const Row& OperatingClassDeduction::OpclassLookup::row_of(unsigned char opclass) const {
+  const auto row = std::ranges::find(rows_, opclass, &Row::number);
+  if (row == rows_.end()) {
+    fail_invalid(opclass);
   }
-  if (!definition.behaviors.empty()) {
-    behaviors = std::make_unique<std::vector<Behavior>>(definition.behaviors);
-  }
-}
-
-bool OperatingClassDeduction::OpclassLookup::Entry::has_behavior(Behavior behavior) const {
-  return behaviors != nullptr && std::ranges::find(*behaviors, behavior) != behaviors->end();
-}
-
-bool OperatingClassDeduction::OpclassLookup::Entry::has_primary(const kHz& frequency) const {
-  return std::ranges::binary_search(primary_frequencies, frequency);
-}
-
-const OperatingClassDeduction::OpclassLookup::Range* OperatingClassDeduction::OpclassLookup::Entry::find_range(
-    const kHz& frequency) const {
-  const auto range = std::ranges::find_if(ranges, [&](const Range& each) { return each.contains(frequency); });
-  return range == ranges.end() ? nullptr : &*range;
-}
-
-bool OperatingClassDeduction::OpclassLookup::Entry::covers(const kHz& frequency) const {
-  return primary_frequencies.empty() ? find_range(frequency) != nullptr : has_primary(frequency);
-}
-
-OperatingClassDeduction::OpclassLookup::OpclassLookup(std::initializer_list<OpclassDefinition> definitions) {
-  for (const OpclassDefinition& definition : definitions) {
-    entries_[definition.channel_spacing].emplace_back(definition);
-  }
+  return *row;
 }
 
 /// The first class that fits; 0 when there is none.
@@ -98,15 +152,11 @@ template <class IsRequested>
 unsigned char OperatingClassDeduction::OpclassLookup::search(const MHz& spacing, const kHz& frequency,
                                                              bool is_second_segment,
                                                              const IsRequested& is_requested) const {
-  const auto entries = entries_.find(spacing);
-  if (entries == entries_.end()) {
-    return 0;
-  }
-  for (const Entry& entry : entries->second) {
-    if ((!is_second_segment || entry.has_behavior(Behavior::EIGHTY_PLUS_BEHAVIOR)) &&
-        (entry.behaviors == nullptr || std::ranges::all_of(*entry.behaviors, is_requested)) &&
-        entry.covers(frequency)) {
-      return entry.opclass;
+  Place place(frequency);
+  for (const Row& row : rows_of(spacing)) {
+    if ((!is_second_segment || has_behavior(row, Behavior::EIGHTY_PLUS_BEHAVIOR)) &&
+        std::ranges::all_of(row.behaviors, is_requested) && place.is_covered_by(row)) {
+      return row.number;
     }
   }
   return 0;
@@ -174,78 +224,63 @@ bool OperatingClassDeduction::OpclassLookup::opclass_deducible_from_channel(cons
   });
 }
 
-std::pair<MHz, const OperatingClassDeduction::OpclassLookup::Entry&> OperatingClassDeduction::OpclassLookup::get_entry(
-    unsigned char opclass) const {
-  for (const auto& [spacing, entries] : entries_) {
-    const auto entry = std::ranges::find(entries, opclass, &Entry::opclass);
-    if (entry != entries.end()) {
-      return {spacing, *entry};
-    }
-  }
-  fail_invalid(opclass);
-}
-
 kHz OperatingClassDeduction::OpclassLookup::get_channel_frequency(unsigned char channel, unsigned char opclass) const {
-  return channel_to_frequency(get_entry(opclass).second.starting_frequency, channel);
+  return channel_to_frequency(row_of(opclass).starting_frequency, channel);
 }
 
 kHz OperatingClassDeduction::OpclassLookup::get_segment_center_frequency(unsigned char channel,
                                                                          unsigned char opclass) const {
   const kHz frequency = get_channel_frequency(channel, opclass);
-  for (const auto& [spacing, entries] : entries_) {
-    for (const Entry& entry : entries) {
-      if (entry.opclass != opclass) {
-        continue;
-      }
-      if (!has_segments(spacing)) {
-        return frequency;
-      }
-      if (const Range* range = entry.find_range(frequency); range != nullptr) {
-        return kHz((range->lower + range->upper).value() / 2);
-      }
-      if (!entry.ranges.empty() || !entry.has_primary(frequency)) {
-        continue;
-      }
-      if (entry.behaviors == nullptr) {
-        throw std::logic_error(opclass_text(opclass) + " has no behaviors!");
-      }
-      if (entry.has_behavior(Behavior::PRIMARY_LOWER_BEHAVIOR)) {
-        return frequency + kHz(10000);
-      }
-      if (entry.has_behavior(Behavior::PRIMARY_UPPER_BEHAVIOR)) {
-        return frequency - kHz(10000);
-      }
-      throw std::logic_error(opclass_text(opclass) + " has no primary channel behavior definition!");
+  Place place(frequency);
+  for (const Row& row : rows_) {
+    if (row.number != opclass) {
+      continue;
     }
+    if (!has_segments(row.channel_spacing)) {
+      return frequency;
+    }
+    if (const std::optional<kHz> center = place.center_in(row)) {
+      return *center;
+    }
+    if (!row.center_channels.empty() || !place.is_primary_of(row)) {
+      continue;
+    }
+    if (row.behaviors.empty()) {
+      throw std::logic_error(opclass_text(opclass) + " has no behaviors!");
+    }
+    if (has_behavior(row, Behavior::PRIMARY_LOWER_BEHAVIOR)) {
+      return frequency + kHz(10000);
+    }
+    if (has_behavior(row, Behavior::PRIMARY_UPPER_BEHAVIOR)) {
+      return frequency - kHz(10000);
+    }
+    throw std::logic_error(opclass_text(opclass) + " has no primary channel behavior definition!");
   }
   fail_invalid(opclass);
 }
 
 std::bitset<9> OperatingClassDeduction::OpclassLookup::get_channel_capabilities(unsigned char opclass) const {
-  const auto& [spacing, entry] = get_entry(opclass);
-  return behaviors_to_channel_capabilities(entry.behaviors) |
-         channel_width_capability_bits(frequency_to_channel_width(spacing));
+  const Row& row = row_of(opclass);
+  return capabilities_of(row.behaviors) |
+         channel_width_capability_bits(frequency_to_channel_width(row.channel_spacing));
 }
 
 bool OperatingClassDeduction::OpclassLookup::is_secondary_segment(unsigned char opclass) const {
-  return std::ranges::any_of(entries_, [&](const auto& of_spacing) {
-    return std::ranges::any_of(of_spacing.second, [&](const Entry& entry) {
-      return entry.opclass == opclass && entry.has_behavior(Behavior::EIGHTY_PLUS_BEHAVIOR);
-    });
+  return std::ranges::any_of(rows_, [&](const Row& row) {
+    return row.number == opclass && has_behavior(row, Behavior::EIGHTY_PLUS_BEHAVIOR);
   });
 }
 
 std::vector<std::uint8_t> OperatingClassDeduction::OpclassLookup::get_all_opclass_channels(
     unsigned char opclass) const {
-  return get_entry(opclass).second.channels;
+  const auto channels = channels_of(row_of(opclass));
+  return {channels.begin(), channels.end()};
 }
 
 std::set<std::uint8_t> OperatingClassDeduction::OpclassLookup::get_all_region_opclasses() const {
   std::set<std::uint8_t> opclasses;
-  for (const auto& [spacing, entries] : entries_) {
-    for (const Entry& entry : entries) {
-      opclasses.insert(entry.opclass);
-    }
+  for (const Row& row : rows_) {
+    opclasses.insert(row.number);
   }
   return opclasses;
 }
@@ -253,12 +288,12 @@ std::set<std::uint8_t> OperatingClassDeduction::OpclassLookup::get_all_region_op
 std::vector<kHz> OperatingClassDeduction::OpclassLookup::get_primary_frequencies_with_capabilities(
     const std::bitset<9>& capabilities) const {
   std::set<kHz> frequencies;
-  for (const auto& [spacing, entries] : entries_) {
-    const std::bitset<9> of_width = channel_width_capability_bits(frequency_to_channel_width(spacing));
-    for (const Entry& entry : entries) {
-      const std::bitset<9> needed = of_width | behaviors_to_channel_capabilities(entry.behaviors);
-      if (of_width.any() && (needed & ~capabilities).none()) {
-        frequencies.insert(entry.primary_frequencies.begin(), entry.primary_frequencies.end());
+  for (const Row& row : rows_) {
+    const std::bitset<9> of_width = channel_width_capability_bits(frequency_to_channel_width(row.channel_spacing));
+    const std::bitset<9> needed = of_width | capabilities_of(row.behaviors);
+    if (of_width.any() && (needed & ~capabilities).none()) {
+      for (const unsigned char channel : row.primary_channels) {
+        frequencies.insert(channel_to_frequency(row.starting_frequency, channel));
       }
     }
   }
@@ -267,28 +302,25 @@ std::vector<kHz> OperatingClassDeduction::OpclassLookup::get_primary_frequencies
 
 void OperatingClassDeduction::OpclassLookup::print_lookup_table(std::ostream& os) const {
   os << "Full lookup table:\n";
-  for (const auto& [spacing, entries] : entries_) {
-    os << "Channel Width: " << spacing << '\n';
-    for (const Entry& entry : entries) {
-      os << "  Opclass: " << Decimal(entry.opclass) << '\n';
-      print_list(os, "Channel List: ", entry.channels, [&](unsigned char channel) { os << Decimal(channel); });
-      print_list(os, "Freq Ranges: ", entry.ranges,
-                 [&](const Range& range) { os << range.lower << " - " << range.upper; });
-      print_list(os, "Behavior: ", entry.behaviors == nullptr ? std::vector<Behavior>() : *entry.behaviors,
-                 [&](Behavior behavior) { os << behavior; });
+  const Row* previous = nullptr;
+  for (const Row& row : rows_) {
+    if (previous == nullptr || previous->channel_spacing != row.channel_spacing) {
+      os << "Channel Width: " << row.channel_spacing << '\n';
     }
+    previous = &row;
+    os << "  Opclass: " << Decimal(row.number) << '\n';
+    print_list(os, "Channel List: ", channels_of(row), [&](unsigned char channel) { os << Decimal(channel); });
+    print_list(os, "Freq Ranges: ", row.center_channels, [&](unsigned char channel) {
+      const kHz center = channel_to_frequency(row.starting_frequency, channel);
+      os << center - half_width(row) << " - " << center + half_width(row);
+    });
+    print_list(os, "Behavior: ", row.behaviors, [&](Behavior behavior) { os << behavior; });
   }
 }
 
 std::bitset<9> OperatingClassDeduction::OpclassLookup::behaviors_to_channel_capabilities(
     const std::unique_ptr<std::vector<Behavior>>& behaviors) {
-  std::bitset<9> capabilities;
-  for (const auto& [behavior, bit] : CAPABILITIES) {
-    if (behaviors != nullptr && std::ranges::find(*behaviors, behavior) != behaviors->end()) {
-      capabilities.set(bit_index(bit));
-    }
-  }
-  return capabilities;
+  return behaviors == nullptr ? std::bitset<9>() : capabilities_of(*behaviors);
 }
 
 std::set<OperatingClassDeduction::Behavior> OperatingClassDeduction::OpclassLookup::behaviors_from_channel_capabilities(

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <initializer_list>
 #include <iosfwd>
-#include <map>
 #include <memory>
 #include <set>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -37,6 +37,7 @@ class QEL_EXPORT OperatingClassDeduction {
   };
 
   struct OpclassDefinition;
+  struct OpclassRow;
   class OpclassLookup;
 
   /// Throws for a region without a table.
@@ -54,7 +55,7 @@ class QEL_EXPORT OperatingClassDeduction {
   static std::set<std::uint8_t> get_all_region_opclasses(Region region);
   static std::vector<kHz> get_primary_frequencies_with_capabilities(const std::bitset<9>& capabilities, Region region);
 
-  /// Built before any other static object of this library, or of what uses it, unless that has a priority of its own.
+  /// Constants, there before any static object is built.
   static const OpclassLookup _channel_opclasses_europe;
   static const OpclassLookup _channel_opclasses_global;
 };
@@ -81,6 +82,16 @@ struct QEL_EXPORT OperatingClassDeduction::OpclassDefinition {
   std::vector<Behavior> behaviors;
 };
 
+/// The same row as a view, so that a table can be a constant.
+struct OperatingClassDeduction::OpclassRow {
+  unsigned char number;
+  kHz starting_frequency;
+  MHz channel_spacing;
+  std::span<const unsigned char> primary_channels;
+  std::span<const unsigned char> center_channels;
+  std::span<const Behavior> behaviors;
+};
+
 /// The table of a region. Of several classes that fit, the first one of its spacing wins.
 ///
 /// Functions that take the number of a class throw std::invalid_argument when the table has none of this number, if
@@ -88,6 +99,13 @@ struct QEL_EXPORT OperatingClassDeduction::OpclassDefinition {
 class QEL_EXPORT OperatingClassDeduction::OpclassLookup {
  public:
   OpclassLookup(std::initializer_list<OpclassDefinition> definitions);
+
+  /// Of rows that outlive it, in ascending order of their spacing.
+  constexpr explicit OpclassLookup(std::span<const OpclassRow> rows) : rows_(rows) {}
+
+  OpclassLookup(const OpclassLookup&) = delete;
+  OpclassLookup& operator=(const OpclassLookup&) = delete;
+  ~OpclassLookup() = default;
 
   /// The class of a channel of this width with this primary frequency that has these behaviours; 0 when there is none.
   /// For 80+80 MHz the class of the second segment, the frequency being any inside it. Does not allocate.
@@ -135,38 +153,19 @@ class QEL_EXPORT OperatingClassDeduction::OpclassLookup {
   static std::set<Behavior> behaviors_from_channel_capabilities(const std::bitset<9>& capabilities);
 
  private:
-  /// Without its ends.
-  struct Range {
-    kHz lower;
-    kHz upper;
-
-    bool contains(const kHz& frequency) const { return lower < frequency && frequency < upper; }
-  };
-
-  struct Entry {
-    explicit Entry(const OpclassDefinition& definition);
-
-    bool has_behavior(Behavior behavior) const;
-    bool has_primary(const kHz& frequency) const;
-    const Range* find_range(const kHz& frequency) const;
-    bool covers(const kHz& frequency) const;
-
-    unsigned char opclass;
-    kHz starting_frequency;
-    std::vector<unsigned char> channels;
-    std::vector<kHz> primary_frequencies;  ///< ascending; empty for a class with centres
-    std::vector<Range> ranges;             ///< one for each centre
-    std::unique_ptr<std::vector<Behavior>> behaviors;
-  };
+  /// Those of one spacing.
+  std::span<const OpclassRow> rows_of(const MHz& spacing) const;
+  const OpclassRow& row_of(unsigned char opclass) const;
 
   template <class IsRequested>
   unsigned char search(const MHz& spacing, const kHz& frequency, bool is_second_segment,
                        const IsRequested& is_requested) const;
   template <class IsRequested>
   unsigned char search(ChannelWidth width, const kHz& frequency, const IsRequested& is_requested) const;
-  std::pair<MHz, const Entry&> get_entry(unsigned char opclass) const;
 
-  std::map<MHz, std::vector<Entry>> entries_;  ///< by channel spacing, each in the order of the table
+  std::vector<OpclassDefinition> definitions_;  ///< what own_rows_ view
+  std::vector<OpclassRow> own_rows_;
+  std::span<const OpclassRow> rows_;  ///< ascending by spacing; those of one spacing in the order of the table
 };
 
 /// The global table has a class of this number.

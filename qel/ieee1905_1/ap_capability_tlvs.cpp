@@ -42,10 +42,13 @@ void BackhaulSTARadioCapabilitiesTLV::dbg_str(std::ostream& os) const {
   }
 }
 
-template class TableTLV<APCapabilityTLV, TLVType::AP_CAPABILITY>;
-template class TableTLV<APRadioBasicCapabilitiesTLV, TLVType::AP_RADIO_BASIC_CAPABILITIES>;
-template class TableTLV<BackhaulSTARadioCapabilitiesTLV, TLVType::BACKHAUL_STA_RADIO_CAPABILITIES>;
+template const serialization::Codec& TableTLV<APCapabilityTLV, TLVType::AP_CAPABILITY>::codec();
+template const serialization::Codec&
+TableTLV<APRadioBasicCapabilitiesTLV, TLVType::AP_RADIO_BASIC_CAPABILITIES>::codec();
+template const serialization::Codec&
+TableTLV<BackhaulSTARadioCapabilitiesTLV, TLVType::BACKHAUL_STA_RADIO_CAPABILITIES>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::OperatingClassInformation>;
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::OperatingClassInformation>::codec();

@@ -142,8 +142,4 @@ class QEL_EXPORT BackhaulSTARadioCapabilitiesTLV final
   MACAddress backhaul_sta_mac_;
 };
 
-extern template class TableTLV<APCapabilityTLV, TLVType::AP_CAPABILITY>;
-extern template class TableTLV<APRadioBasicCapabilitiesTLV, TLVType::AP_RADIO_BASIC_CAPABILITIES>;
-extern template class TableTLV<BackhaulSTARadioCapabilitiesTLV, TLVType::BACKHAUL_STA_RADIO_CAPABILITIES>;
-
 }  // namespace qel::ieee1905_1

@@ -121,6 +121,4 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
   std::bitset<16> flags_;
 };
 
-extern template class TableTLV<APHECapabilitiesTLV, TLVType::AP_HE_CAPABILITIES>;
-
 }  // namespace qel::ieee1905_1

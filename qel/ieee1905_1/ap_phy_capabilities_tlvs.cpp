@@ -32,7 +32,7 @@ void APVHTCapabilitiesTLV::dbg_str(std::ostream& os) const {
      << " MUBeamforming:" << true_or_false(get_mu_beamformer_capable());
 }
 
-template class TableTLV<APHTCapabilitiesTLV, TLVType::AP_HT_CAPABILITIES>;
-template class TableTLV<APVHTCapabilitiesTLV, TLVType::AP_VHT_CAPABILITIES>;
+template const serialization::Codec& TableTLV<APHTCapabilitiesTLV, TLVType::AP_HT_CAPABILITIES>::codec();
+template const serialization::Codec& TableTLV<APVHTCapabilitiesTLV, TLVType::AP_VHT_CAPABILITIES>::codec();
 
 }  // namespace qel::ieee1905_1

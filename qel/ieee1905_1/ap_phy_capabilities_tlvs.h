@@ -126,7 +126,4 @@ class QEL_EXPORT APVHTCapabilitiesTLV final : public TableTLV<APVHTCapabilitiesT
   std::bitset<16> flags_;
 };
 
-extern template class TableTLV<APHTCapabilitiesTLV, TLVType::AP_HT_CAPABILITIES>;
-extern template class TableTLV<APVHTCapabilitiesTLV, TLVType::AP_VHT_CAPABILITIES>;
-
 }  // namespace qel::ieee1905_1

@@ -64,9 +64,4 @@ using SupportedRoleTLV = RoleTLV<TLVType::SUPPORTED_ROLE>;
 using AutoconfigFrequencyBandTLV = FrequencyBandTLV<TLVType::AUTOCONFIG_FREQUENCY_BAND>;
 using SupportedFrequencyBandTLV = FrequencyBandTLV<TLVType::SUPPORTED_FREQUENCY_BAND>;
 
-extern template class TableTLV<SearchedRoleTLV, TLVType::SEARCHED_ROLE>;
-extern template class TableTLV<SupportedRoleTLV, TLVType::SUPPORTED_ROLE>;
-extern template class TableTLV<AutoconfigFrequencyBandTLV, TLVType::AUTOCONFIG_FREQUENCY_BAND>;
-extern template class TableTLV<SupportedFrequencyBandTLV, TLVType::SUPPORTED_FREQUENCY_BAND>;
-
 }  // namespace qel::ieee1905_1

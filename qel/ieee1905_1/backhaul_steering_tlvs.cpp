@@ -20,7 +20,8 @@ std::ostream& operator<<(std::ostream& os, BackhaulSteeringResultCode code) {
   return print_enum(os, RESULT_CODES, code);
 }
 
-template class TableTLV<BackhaulSteeringRequestTLV, TLVType::BACKHAUL_STEERING_REQUEST>;
-template class TableTLV<BackhaulSteeringResponseTLV, TLVType::BACKHAUL_STEERING_RESPONSE>;
+template const serialization::Codec& TableTLV<BackhaulSteeringRequestTLV, TLVType::BACKHAUL_STEERING_REQUEST>::codec();
+template const serialization::Codec&
+TableTLV<BackhaulSteeringResponseTLV, TLVType::BACKHAUL_STEERING_RESPONSE>::codec();
 
 }  // namespace qel::ieee1905_1

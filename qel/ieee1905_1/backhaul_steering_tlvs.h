@@ -84,7 +84,4 @@ class QEL_EXPORT BackhaulSteeringResponseTLV final
   BackhaulSteeringResultCode result_code_ = BackhaulSteeringResultCode::INVALID;
 };
 
-extern template class TableTLV<BackhaulSteeringRequestTLV, TLVType::BACKHAUL_STEERING_REQUEST>;
-extern template class TableTLV<BackhaulSteeringResponseTLV, TLVType::BACKHAUL_STEERING_RESPONSE>;
-
 }  // namespace qel::ieee1905_1

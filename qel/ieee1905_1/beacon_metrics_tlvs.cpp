@@ -37,9 +37,9 @@ constexpr serialization::CountLimits only_if(bool meaningful, const serializatio
   serialization::encode_rows(out, *this);
 }
 
-template class TableTLV<BeaconMetricsQueryTLV, TLVType::BEACON_METRICS_QUERY>;
-template class TableTLV<BeaconMetricsResponseTLV, TLVType::BEACON_METRICS_RESOPNSE>;
+template const serialization::Codec& TableTLV<BeaconMetricsQueryTLV, TLVType::BEACON_METRICS_QUERY>::codec();
+template const serialization::Codec& TableTLV<BeaconMetricsResponseTLV, TLVType::BEACON_METRICS_RESOPNSE>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::APChannelReportList>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::APChannelReportList>::codec();

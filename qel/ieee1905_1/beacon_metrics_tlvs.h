@@ -151,7 +151,4 @@ class QEL_EXPORT BeaconMetricsResponseTLV final
   std::vector<Report> reports_;
 };
 
-extern template class TableTLV<BeaconMetricsQueryTLV, TLVType::BEACON_METRICS_QUERY>;
-extern template class TableTLV<BeaconMetricsResponseTLV, TLVType::BEACON_METRICS_RESOPNSE>;
-
 }  // namespace qel::ieee1905_1

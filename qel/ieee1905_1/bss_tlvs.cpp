@@ -12,12 +12,13 @@ void BSSOperatingOnRadio::dbg_str(std::ostream& os) const {
   os << '"';
 }
 
-template class TableTLV<APOperationalBSSTLV, TLVType::AP_OPERATIONAL_BSS>;
-template class TableTLV<AssociatedClientsTLV, TLVType::ASSOCIATED_CLIENTS>;
+template const serialization::Codec& TableTLV<APOperationalBSSTLV, TLVType::AP_OPERATIONAL_BSS>::codec();
+template const serialization::Codec& TableTLV<AssociatedClientsTLV, TLVType::ASSOCIATED_CLIENTS>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::BSSOperatingOnRadio>;
-template class qel::serialization::Record<qel::ieee1905_1::BSSOperationalRadioReport>;
-template class qel::serialization::Record<qel::ieee1905_1::AssociatedClient>;
-template class qel::serialization::Record<qel::ieee1905_1::OperatedBSSClients>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::BSSOperatingOnRadio>::codec();
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::BSSOperationalRadioReport>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::AssociatedClient>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::OperatedBSSClients>::codec();

@@ -143,7 +143,4 @@ class QEL_EXPORT AssociatedClientsTLV final : public TableTLV<AssociatedClientsT
   std::vector<OperatedBSSClients> bsss_;
 };
 
-extern template class TableTLV<APOperationalBSSTLV, TLVType::AP_OPERATIONAL_BSS>;
-extern template class TableTLV<AssociatedClientsTLV, TLVType::ASSOCIATED_CLIENTS>;
-
 }  // namespace qel::ieee1905_1

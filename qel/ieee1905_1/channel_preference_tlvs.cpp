@@ -43,11 +43,13 @@ void ChannelPreference::dbg_str(std::ostream& os) const {
   os << " Preference: " << Decimal(get_preference_score()) << " ReasonCode: " << get_reason_code();
 }
 
-template class TableTLV<ChannelPreferenceTLV, TLVType::CHANNEL_PREFERENCE>;
-template class TableTLV<RadioOperationRestrictionTLV, TLVType::RADIO_OPERATION_RESTRICTION>;
+template const serialization::Codec& TableTLV<ChannelPreferenceTLV, TLVType::CHANNEL_PREFERENCE>::codec();
+template const serialization::Codec&
+TableTLV<RadioOperationRestrictionTLV, TLVType::RADIO_OPERATION_RESTRICTION>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::ChannelPreference>;
-template class qel::serialization::Record<qel::ieee1905_1::RestrictedChannel>;
-template class qel::serialization::Record<qel::ieee1905_1::RestrictedOperatingClass>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::ChannelPreference>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::RestrictedChannel>::codec();
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::RestrictedOperatingClass>::codec();

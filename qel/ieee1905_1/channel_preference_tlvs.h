@@ -178,7 +178,4 @@ class QEL_EXPORT RadioOperationRestrictionTLV final
   std::vector<RestrictedOperatingClass> operating_classes_;
 };
 
-extern template class TableTLV<ChannelPreferenceTLV, TLVType::CHANNEL_PREFERENCE>;
-extern template class TableTLV<RadioOperationRestrictionTLV, TLVType::RADIO_OPERATION_RESTRICTION>;
-
 }  // namespace qel::ieee1905_1

@@ -20,6 +20,7 @@ std::ostream& operator<<(std::ostream& os, ClientAssociationControl control) {
   return print_enum(os, CONTROLS, control);
 }
 
-template class TableTLV<ClientAssociationControlRequestTLV, TLVType::CLIENT_ASSOCIATION_CONTROL_REQUEST>;
+template const serialization::Codec&
+TableTLV<ClientAssociationControlRequestTLV, TLVType::CLIENT_ASSOCIATION_CONTROL_REQUEST>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -54,6 +54,4 @@ class QEL_EXPORT ClientAssociationControlRequestTLV final
   std::vector<MACAddress> sta_macs_;
 };
 
-extern template class TableTLV<ClientAssociationControlRequestTLV, TLVType::CLIENT_ASSOCIATION_CONTROL_REQUEST>;
-
 }  // namespace qel::ieee1905_1

@@ -89,9 +89,9 @@ void ClientAssociationEventTLV::dbg_str(std::ostream& os) const {
   os << " Client " << (get_client_associated_event() ? "joined BSS" : "left BSS");
 }
 
-template class TableTLV<ClientInfoTLV, TLVType::CLIENT_INFO>;
-template class TableTLV<ClientCapabilityReportTLV, TLVType::CLIENT_CAPABILITY_REPORT>;
-template class TableTLV<ClientAssociationEventTLV, TLVType::CLIENT_ASSOCIATION_EVENT>;
-template class TableTLV<ErrorCodeTLV, TLVType::ERROR_CODE>;
+template const serialization::Codec& TableTLV<ClientInfoTLV, TLVType::CLIENT_INFO>::codec();
+template const serialization::Codec& TableTLV<ClientCapabilityReportTLV, TLVType::CLIENT_CAPABILITY_REPORT>::codec();
+template const serialization::Codec& TableTLV<ClientAssociationEventTLV, TLVType::CLIENT_ASSOCIATION_EVENT>::codec();
+template const serialization::Codec& TableTLV<ErrorCodeTLV, TLVType::ERROR_CODE>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -156,9 +156,4 @@ class QEL_EXPORT ErrorCodeTLV final : public TableTLV<ErrorCodeTLV, TLVType::ERR
   MACAddress sta_mac_;
 };
 
-extern template class TableTLV<ClientInfoTLV, TLVType::CLIENT_INFO>;
-extern template class TableTLV<ClientCapabilityReportTLV, TLVType::CLIENT_CAPABILITY_REPORT>;
-extern template class TableTLV<ClientAssociationEventTLV, TLVType::CLIENT_ASSOCIATION_EVENT>;
-extern template class TableTLV<ErrorCodeTLV, TLVType::ERROR_CODE>;
-
 }  // namespace qel::ieee1905_1

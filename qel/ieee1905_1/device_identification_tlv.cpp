@@ -24,6 +24,7 @@ void DeviceIdentificationTypeTLV::dbg_str(std::ostream& os) const {
      << "\n\t Manufacturer Model: " << up_to_nul(manufacturer_model_);
 }
 
-template class TableTLV<DeviceIdentificationTypeTLV, TLVType::DEVICE_IDENTIFICATION_TYPE>;
+template const serialization::Codec&
+TableTLV<DeviceIdentificationTypeTLV, TLVType::DEVICE_IDENTIFICATION_TYPE>::codec();
 
 }  // namespace qel::ieee1905_1

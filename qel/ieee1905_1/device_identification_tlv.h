@@ -39,6 +39,4 @@ class QEL_EXPORT DeviceIdentificationTypeTLV final
   Name manufacturer_model_{};
 };
 
-extern template class TableTLV<DeviceIdentificationTypeTLV, TLVType::DEVICE_IDENTIFICATION_TYPE>;
-
 }  // namespace qel::ieee1905_1

@@ -41,8 +41,8 @@ bool InterfaceInformation::is_less_than(const InterfaceInformation& other) const
   return get_media_specific_information() < other.get_media_specific_information();
 }
 
-template class TableTLV<DeviceInformationTLV, TLVType::DEVICE_INFORMATION>;
+template const serialization::Codec& TableTLV<DeviceInformationTLV, TLVType::DEVICE_INFORMATION>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::InterfaceInformation>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::InterfaceInformation>::codec();

@@ -82,6 +82,4 @@ class QEL_EXPORT DeviceInformationTLV final : public TableTLV<DeviceInformationT
   std::vector<InterfaceInformation> interfaces_;
 };
 
-extern template class TableTLV<DeviceInformationTLV, TLVType::DEVICE_INFORMATION>;
-
 }  // namespace qel::ieee1905_1

@@ -37,10 +37,13 @@ bool DummyTLV::operator==(const TLV& other) const {
   return TLV::operator==(other) && represented_type_ == static_cast<const DummyTLV&>(other).represented_type_;
 }
 
-template class TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE>;
-template class TableTLV<MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>, TLVType::AL_MAC_ADDRESS>;
-template class TableTLV<MACAddressTLVCommon<TLVType::MAC_ADDRESS>, TLVType::MAC_ADDRESS>;
-template class TableTLV<MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>, TLVType::AP_RADIO_IDENTIFIER>;
-template class TableTLV<MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>, TLVType::STA_MAC_ADDRESS>;
+template const serialization::Codec& TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE>::codec();
+template const serialization::Codec&
+TableTLV<MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>, TLVType::AL_MAC_ADDRESS>::codec();
+template const serialization::Codec& TableTLV<MACAddressTLVCommon<TLVType::MAC_ADDRESS>, TLVType::MAC_ADDRESS>::codec();
+template const serialization::Codec&
+TableTLV<MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>, TLVType::AP_RADIO_IDENTIFIER>::codec();
+template const serialization::Codec&
+TableTLV<MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>, TLVType::STA_MAC_ADDRESS>::codec();
 
 }  // namespace qel::ieee1905_1

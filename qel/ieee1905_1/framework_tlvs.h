@@ -57,10 +57,4 @@ class QEL_EXPORT MACAddressTLVCommon final : public TableTLV<MACAddressTLVCommon
   MACAddress mac_;
 };
 
-extern template class TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE>;
-extern template class TableTLV<MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>, TLVType::AL_MAC_ADDRESS>;
-extern template class TableTLV<MACAddressTLVCommon<TLVType::MAC_ADDRESS>, TLVType::MAC_ADDRESS>;
-extern template class TableTLV<MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>, TLVType::AP_RADIO_IDENTIFIER>;
-extern template class TableTLV<MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>, TLVType::STA_MAC_ADDRESS>;
-
 }  // namespace qel::ieee1905_1

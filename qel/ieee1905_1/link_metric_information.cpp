@@ -43,5 +43,7 @@ void ReceiverLinkMetricInformation::dbg_str(std::ostream& os) const {
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::TransmitterLinkMetricInformation>;
-template class qel::serialization::Record<qel::ieee1905_1::ReceiverLinkMetricInformation>;
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::TransmitterLinkMetricInformation>::codec();
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::ReceiverLinkMetricInformation>::codec();

@@ -55,12 +55,12 @@ void LinkMetric<Derived, Information>::dbg_str(std::ostream& os) const {
 template class LinkMetric<TransmitterLinkMetric, TransmitterLinkMetricInformation>;
 template class LinkMetric<ReceiverLinkMetric, ReceiverLinkMetricInformation>;
 
-template class TableTLV<LinkMetricQueryTLV, TLVType::LINK_METRIC_QUERY>;
-template class TableTLV<TransmitterLinkMetricTLV, TLVType::TRANSMITTER_LINK_METRIC>;
-template class TableTLV<ReceiverLinkMetricTLV, TLVType::RECEIVER_LINK_METRIC>;
-template class TableTLV<LinkMetricResultCodeTLV, TLVType::LINK_METRIC_RESULT_CODE>;
+template const serialization::Codec& TableTLV<LinkMetricQueryTLV, TLVType::LINK_METRIC_QUERY>::codec();
+template const serialization::Codec& TableTLV<TransmitterLinkMetricTLV, TLVType::TRANSMITTER_LINK_METRIC>::codec();
+template const serialization::Codec& TableTLV<ReceiverLinkMetricTLV, TLVType::RECEIVER_LINK_METRIC>::codec();
+template const serialization::Codec& TableTLV<LinkMetricResultCodeTLV, TLVType::LINK_METRIC_RESULT_CODE>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::TransmitterLinkMetric>;
-template class qel::serialization::Record<qel::ieee1905_1::ReceiverLinkMetric>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::TransmitterLinkMetric>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::ReceiverLinkMetric>::codec();

@@ -184,9 +184,4 @@ class QEL_EXPORT LinkMetricResultCodeTLV final
   LinkMetricResultCode result_code_ = LinkMetricResultCode::INVALID;
 };
 
-extern template class TableTLV<LinkMetricQueryTLV, TLVType::LINK_METRIC_QUERY>;
-extern template class TableTLV<TransmitterLinkMetricTLV, TLVType::TRANSMITTER_LINK_METRIC>;
-extern template class TableTLV<ReceiverLinkMetricTLV, TLVType::RECEIVER_LINK_METRIC>;
-extern template class TableTLV<LinkMetricResultCodeTLV, TLVType::LINK_METRIC_RESULT_CODE>;
-
 }  // namespace qel::ieee1905_1

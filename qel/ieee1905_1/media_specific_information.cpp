@@ -2,6 +2,7 @@
 
 #include <ostream>
 
+#include "qel/core/serialization/table_values.h"
 #include "qel/ieee1905_1/media_specific_information_codec.h"
 
 namespace qel::ieee1905_1 {

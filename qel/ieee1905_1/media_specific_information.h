@@ -121,10 +121,6 @@ class QEL_EXPORT PLCSpecificInformation final
   plc::NID network_id_;
 };
 
-extern template class TableMediaSpecificInformation<NoMediaSpecificInformation, InterfaceType::UNKNOWN>;
-extern template class TableMediaSpecificInformation<WLANSpecificInformation, InterfaceType::WLAN>;
-extern template class TableMediaSpecificInformation<PLCSpecificInformation, InterfaceType::PLC>;
-
 /// One of the blocks, held in place: interface records are many and blocks are small.
 using AnyMediaSpecificInformation =
     std::variant<NoMediaSpecificInformation, WLANSpecificInformation, PLCSpecificInformation>;

@@ -35,4 +35,4 @@ void MessageHead::dbg_str(std::ostream& os) const {
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::MessageHead>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::MessageHead>::codec();

@@ -44,11 +44,13 @@ bool APMetricsTLV::equals(const APMetricsTLV& other) const {
          });
 }
 
-template class TableTLV<APMetricQueryTLV, TLVType::AP_METRIC_QUERY>;
-template class TableTLV<APMetricsTLV, TLVType::AP_METRICS>;
-template class TableTLV<AssociatedSTALinkMetricsTLV, TLVType::ASSOCIATED_STA_LINK_METRICS>;
-template class TableTLV<AssociatedSTATrafficStatsTLV, TLVType::ASSOCIATED_STA_TRAFFIC_STATS>;
+template const serialization::Codec& TableTLV<APMetricQueryTLV, TLVType::AP_METRIC_QUERY>::codec();
+template const serialization::Codec& TableTLV<APMetricsTLV, TLVType::AP_METRICS>::codec();
+template const serialization::Codec&
+TableTLV<AssociatedSTALinkMetricsTLV, TLVType::ASSOCIATED_STA_LINK_METRICS>::codec();
+template const serialization::Codec&
+TableTLV<AssociatedSTATrafficStatsTLV, TLVType::ASSOCIATED_STA_TRAFFIC_STATS>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::STALinkMetric>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::STALinkMetric>::codec();

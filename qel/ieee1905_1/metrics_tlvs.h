@@ -223,9 +223,4 @@ class QEL_EXPORT AssociatedSTATrafficStatsTLV final
   std::uint32_t retransmission_count_ = 0;
 };
 
-extern template class TableTLV<APMetricQueryTLV, TLVType::AP_METRIC_QUERY>;
-extern template class TableTLV<APMetricsTLV, TLVType::AP_METRICS>;
-extern template class TableTLV<AssociatedSTALinkMetricsTLV, TLVType::ASSOCIATED_STA_LINK_METRICS>;
-extern template class TableTLV<AssociatedSTATrafficStatsTLV, TLVType::ASSOCIATED_STA_TRAFFIC_STATS>;
-
 }  // namespace qel::ieee1905_1

@@ -33,11 +33,13 @@ void DeviceBridgingTuple::dbg_str(std::ostream& os) const {
   }
 }
 
-template class TableTLV<DeviceBridgingCapabilityTLV, TLVType::DEVICE_BRIDGING_CAPABILITY>;
-template class TableTLV<NonIEEE1905NeighborDeviceListTLV, TLVType::NON_IEEE1905_NEIGHBOR_DEVICE_LIST>;
-template class TableTLV<IEEE1905NeighborDeviceTLV, TLVType::IEEE1905_NEIGHBOR_DEVICE>;
+template const serialization::Codec&
+TableTLV<DeviceBridgingCapabilityTLV, TLVType::DEVICE_BRIDGING_CAPABILITY>::codec();
+template const serialization::Codec&
+TableTLV<NonIEEE1905NeighborDeviceListTLV, TLVType::NON_IEEE1905_NEIGHBOR_DEVICE_LIST>::codec();
+template const serialization::Codec& TableTLV<IEEE1905NeighborDeviceTLV, TLVType::IEEE1905_NEIGHBOR_DEVICE>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::DeviceBridgingTuple>;
-template class qel::serialization::Record<qel::ieee1905_1::ALMAC19051Neighbor>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::DeviceBridgingTuple>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::ALMAC19051Neighbor>::codec();

@@ -126,8 +126,4 @@ class QEL_EXPORT IEEE1905NeighborDeviceTLV final
   std::vector<ALMAC19051Neighbor> neighbors_;
 };
 
-extern template class TableTLV<DeviceBridgingCapabilityTLV, TLVType::DEVICE_BRIDGING_CAPABILITY>;
-extern template class TableTLV<NonIEEE1905NeighborDeviceListTLV, TLVType::NON_IEEE1905_NEIGHBOR_DEVICE_LIST>;
-extern template class TableTLV<IEEE1905NeighborDeviceTLV, TLVType::IEEE1905_NEIGHBOR_DEVICE>;
-
 }  // namespace qel::ieee1905_1

@@ -32,10 +32,11 @@ void OperatingChannelReportTLV::dbg_str(std::ostream& os) const {
   serialization::print_list(os, {.before = "  [", .prefix = "\n\t", .after = "]"}, channels_);
 }
 
-template class TableTLV<TransmitPowerLimitTLV, TLVType::TRANSMIT_POWER_LIMIT>;
-template class TableTLV<ChannelSelectionResponseTLV, TLVType::CHANNEL_SELECTION_RESPONSE>;
-template class TableTLV<OperatingChannelReportTLV, TLVType::OPERATING_CHANNEL_REPORT>;
+template const serialization::Codec& TableTLV<TransmitPowerLimitTLV, TLVType::TRANSMIT_POWER_LIMIT>::codec();
+template const serialization::Codec&
+TableTLV<ChannelSelectionResponseTLV, TLVType::CHANNEL_SELECTION_RESPONSE>::codec();
+template const serialization::Codec& TableTLV<OperatingChannelReportTLV, TLVType::OPERATING_CHANNEL_REPORT>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::OperatingClassChannel>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::OperatingClassChannel>::codec();

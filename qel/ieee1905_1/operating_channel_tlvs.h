@@ -130,8 +130,4 @@ class QEL_EXPORT OperatingChannelReportTLV final
   signed char transmit_power_eirp_ = 0;
 };
 
-extern template class TableTLV<TransmitPowerLimitTLV, TLVType::TRANSMIT_POWER_LIMIT>;
-extern template class TableTLV<ChannelSelectionResponseTLV, TLVType::CHANNEL_SELECTION_RESPONSE>;
-extern template class TableTLV<OperatingChannelReportTLV, TLVType::OPERATING_CHANNEL_REPORT>;
-
 }  // namespace qel::ieee1905_1

@@ -74,8 +74,4 @@ class QEL_EXPORT HigherLayerDataTLV final : public TableTLV<HigherLayerDataTLV, 
   std::vector<std::uint8_t> payload_;
 };
 
-extern template class TableTLV<SupportedServiceTLV, TLVType::SUPPORTED_SERVICE>;
-extern template class TableTLV<SearchedServiceTLV, TLVType::SEARCHED_SERVICE>;
-extern template class TableTLV<HigherLayerDataTLV, TLVType::HIGHER_LAYER_DATA>;
-
 }  // namespace qel::ieee1905_1

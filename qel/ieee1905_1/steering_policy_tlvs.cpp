@@ -28,10 +28,11 @@ void MetricReportingRadioPolicy::dbg_str(std::ostream& os) const {
   os << " Stats: " << true_or_false(get_statistics()) << " Metrics: " << true_or_false(get_metrics());
 }
 
-template class TableTLV<SteeringPolicyTLV, TLVType::STEERING_POLICY>;
-template class TableTLV<MetricReportingPolicyTLV, TLVType::METRIC_REPORTING_POLICY>;
+template const serialization::Codec& TableTLV<SteeringPolicyTLV, TLVType::STEERING_POLICY>::codec();
+template const serialization::Codec& TableTLV<MetricReportingPolicyTLV, TLVType::METRIC_REPORTING_POLICY>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::SteeringRadioPolicy>;
-template class qel::serialization::Record<qel::ieee1905_1::MetricReportingRadioPolicy>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::SteeringRadioPolicy>::codec();
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::MetricReportingRadioPolicy>::codec();

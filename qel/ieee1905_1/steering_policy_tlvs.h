@@ -167,7 +167,4 @@ class QEL_EXPORT MetricReportingPolicyTLV final
   std::vector<MetricReportingRadioPolicy> radios_;
 };
 
-extern template class TableTLV<SteeringPolicyTLV, TLVType::STEERING_POLICY>;
-extern template class TableTLV<MetricReportingPolicyTLV, TLVType::METRIC_REPORTING_POLICY>;
-
 }  // namespace qel::ieee1905_1

@@ -72,9 +72,10 @@ bool SteeringBTMReportTLV::equals(const SteeringBTMReportTLV& other) const {
   return serialization::equal_rows(*this, other) && target_bssid_ == other.target_bssid_;
 }
 
-template class TableTLV<SteeringRequestTLV, TLVType::STEERING_REQUEST>;
-template class TableTLV<SteeringBTMReportTLV, TLVType::STEERING_BTM_REPORT>;
+template const serialization::Codec& TableTLV<SteeringRequestTLV, TLVType::STEERING_REQUEST>::codec();
+template const serialization::Codec& TableTLV<SteeringBTMReportTLV, TLVType::STEERING_BTM_REPORT>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::SteeringRequestTargetBSSID>;
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::SteeringRequestTargetBSSID>::codec();

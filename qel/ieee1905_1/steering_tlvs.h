@@ -158,7 +158,4 @@ class QEL_EXPORT SteeringBTMReportTLV final : public TableTLV<SteeringBTMReportT
   std::optional<MACAddress> target_bssid_;
 };
 
-extern template class TableTLV<SteeringRequestTLV, TLVType::STEERING_REQUEST>;
-extern template class TableTLV<SteeringBTMReportTLV, TLVType::STEERING_BTM_REPORT>;
-
 }  // namespace qel::ieee1905_1

@@ -4,8 +4,6 @@
 
 namespace qel::ieee1905_1 {
 
-TLV::~TLV() = default;
-
 void TLV::dbg_str(std::ostream& os) const { os << "type: " << get_type(); }
 
 bool TLV::operator==(const TLV& other) const { return is_same_type(other); }

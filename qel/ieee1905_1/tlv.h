@@ -16,8 +16,6 @@ namespace qel::ieee1905_1 {
 /// anything: the factory chose the class by the type, and a body ends where its fields end.
 class QEL_EXPORT TLV : public serialization::BinarySerializable {
  public:
-  ~TLV() override;
-
   /// Prints "type: " and the name of the type; classes with fields go on from there.
   virtual void dbg_str(std::ostream& os) const;
   virtual TLVType get_type() const = 0;

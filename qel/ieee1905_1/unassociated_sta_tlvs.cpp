@@ -5,10 +5,12 @@
 
 namespace qel::ieee1905_1 {
 
-template class TableTLV<UnassociatedSTALinkMetricsQueryTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS>;
-template class TableTLV<UnassociatedSTALinkMetricsResponseTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS_RESPONSE>;
+template const serialization::Codec&
+TableTLV<UnassociatedSTALinkMetricsQueryTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS>::codec();
+template const serialization::Codec&
+TableTLV<UnassociatedSTALinkMetricsResponseTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS_RESPONSE>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::UnassociatedSTAChannel>;
-template class qel::serialization::Record<qel::ieee1905_1::UnassociatedSTAReport>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::UnassociatedSTAChannel>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::UnassociatedSTAReport>::codec();

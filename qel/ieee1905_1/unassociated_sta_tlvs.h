@@ -118,7 +118,4 @@ class QEL_EXPORT UnassociatedSTALinkMetricsResponseTLV final
   std::vector<UnassociatedSTAReport> reports_;
 };
 
-extern template class TableTLV<UnassociatedSTALinkMetricsQueryTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS>;
-extern template class TableTLV<UnassociatedSTALinkMetricsResponseTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS_RESPONSE>;
-
 }  // namespace qel::ieee1905_1

@@ -3,7 +3,7 @@
 #include <ostream>
 #include <string>
 
-#include "qel/core/serialization/table_codec.h"
+#include "qel/core/serialization/table_values.h"
 #include "qel/core/text.h"
 
 namespace qel::ieee802_11 {

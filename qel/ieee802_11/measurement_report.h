@@ -53,6 +53,4 @@ class QEL_EXPORT IEEE802_11_MeasurementReport final : public IEEE802_11_Element<
   std::variant<std::vector<std::uint8_t>, BeaconReport> body_;
 };
 
-extern template class IEEE802_11_Element<IEEE802_11_MeasurementReport, 39>;
-
 }  // namespace qel::ieee802_11

@@ -70,6 +70,4 @@ class QEL_EXPORT IEEE802_11_RSNElement final : public IEEE802_11_Element<IEEE802
   std::optional<IEEE802_11_CipherSuite> group_management_cipher_;
 };
 
-extern template class IEEE802_11_Element<IEEE802_11_RSNElement, 48>;
-
 }  // namespace qel::ieee802_11

@@ -1,7 +1,10 @@
 #include "tools/meshd/options.h"
 
-#include <CLI/CLI.hpp>
+#include <getopt.h>
+
 #include <algorithm>
+#include <charconv>
+#include <cstring>
 
 #include "tools/meshd/entity.h"
 
@@ -9,8 +12,49 @@ namespace meshd {
 
 namespace {
 
-constexpr const char* DESCRIPTION = "A node of an IEEE 1905.1 mesh: one abstraction layer entity on some interfaces.";
 constexpr int LONGEST_INTERVAL = 3600;  // seconds
+
+constexpr const char* HELP = R"(A node of an IEEE 1905.1 mesh: one abstraction layer entity on some interfaces.
+Usage: meshd --interface IF... [OPTION]...
+
+Options:
+  -h, --help                    Print this help and exit
+      --version                 Print the version and exit
+  -i, --interface IF...         The Ethernet interfaces to work on
+      --al-mac MAC              The address of this device; by default made from the first interface's
+      --name NAME               What meshctl finds this daemon by; meshd by default
+      --discovery-interval SECONDS
+                                Between two announcements, from 1 to 3600; 60 by default
+      --daemonize               Run in the background, or as a service of a service manager
+      --debug COMPONENT...      Show the debug messages of these components
+)";
+
+enum Option : int {
+  FURTHER_WORD = 1,
+  HELP_OPTION = 'h',
+  INTERFACE = 'i',
+  VERSION = 256,
+  AL_MAC,
+  NAME,
+  INTERVAL,
+  DAEMONIZE,
+  DEBUG
+};
+
+/// Words are given in their order, those that are no options too; what lacks its value is told apart.
+constexpr const char* SHORT_OPTIONS = "-:hi:";
+
+constexpr option LONG_OPTIONS[] = {
+    {"help", no_argument, nullptr, HELP_OPTION},
+    {"version", no_argument, nullptr, VERSION},
+    {"interface", required_argument, nullptr, INTERFACE},
+    {"al-mac", required_argument, nullptr, AL_MAC},
+    {"name", required_argument, nullptr, NAME},
+    {"discovery-interval", required_argument, nullptr, INTERVAL},
+    {"daemonize", no_argument, nullptr, DAEMONIZE},
+    {"debug", required_argument, nullptr, DEBUG},
+    {},
+};
 
 qel::MACAddress parse_al_mac(const std::string& text) {
   qel::MACAddress address;
@@ -20,51 +64,83 @@ qel::MACAddress parse_al_mac(const std::string& text) {
   return address;
 }
 
-}  // namespace
+std::chrono::seconds parse_interval(const char* text) {
+  int seconds = 0;
+  const char* end = text + std::strlen(text);
+  const auto [rest, error] = std::from_chars(text, end, seconds);
+  if (error != std::errc() || rest != end || seconds < 1 || seconds > LONGEST_INTERVAL) {
+    throw UsageError(std::string("--discovery-interval: '") + text + "' is no number from 1 to 3600");
+  }
+  return std::chrono::seconds(seconds);
+}
 
-Options parse_options(int argc, const char* const* argv) {
-  Options options;
-  std::string al_mac;
-  int interval = static_cast<int>(options.discovery_interval.count());
-  CLI::App app(DESCRIPTION, "meshd");
-  app.set_help_flag("-h,--help", "Print this help and exit");
-  app.set_version_flag("--version", "meshd " MESHD_VERSION, "Print the version and exit");
-  app.add_option("-i,--interface", options.interfaces, "The Ethernet interfaces to work on")
-      ->type_name("IF")
-      ->required();
-  app.add_option("--al-mac", al_mac, "The address of this device; by default made from the first interface's")
-      ->type_name("MAC");
-  app.add_option("--name", options.name, "What meshctl finds this daemon by")->type_name("NAME")->capture_default_str();
-  app.add_option("--discovery-interval", interval, "Seconds between two announcements")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(1, LONGEST_INTERVAL))
-      ->capture_default_str();
-  app.add_flag("--daemonize", options.daemonize, "Run in the background, or as a service of a service manager");
-  app.add_option("--debug", options.debug_components, "Show the debug messages of these components")
-      ->type_name("COMPONENT");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::CallForHelp&) {
-    options.notice = app.help();
-    return options;
-  } catch (const CLI::CallForVersion& version) {
-    options.notice = std::string(version.what()) + '\n';
-    return options;
-  } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
+void check_interfaces(std::vector<std::string> interfaces) {
+  if (interfaces.empty()) {
+    throw UsageError("--interface is required");
   }
-  if (!al_mac.empty()) {
-    options.al_mac = parse_al_mac(al_mac);
-  }
-  options.discovery_interval = std::chrono::seconds(interval);
-  std::vector<std::string> sorted = options.interfaces;
-  std::sort(sorted.begin(), sorted.end());
-  if (const auto twice = std::adjacent_find(sorted.begin(), sorted.end()); twice != sorted.end()) {
+  std::sort(interfaces.begin(), interfaces.end());
+  if (const auto twice = std::adjacent_find(interfaces.begin(), interfaces.end()); twice != interfaces.end()) {
     throw UsageError("--interface: '" + *twice + "' is given twice");
   }
-  if (sorted.size() > Entity::MAX_INTERFACES) {
+  if (interfaces.size() > Entity::MAX_INTERFACES) {
     throw UsageError("--interface: there may be " + std::to_string(Entity::MAX_INTERFACES) + " at most");
   }
+}
+
+}  // namespace
+
+Options parse_options(int argc, char* const* argv) {
+  Options options;
+  std::vector<std::string>* list = nullptr;  // of the last option that takes several words
+  opterr = 0;
+  for (;;) {
+    const std::string word = optind < argc ? argv[optind] : "";
+    const int option = getopt_long(argc, argv, SHORT_OPTIONS, LONG_OPTIONS, nullptr);
+    if (option == -1) {
+      break;
+    }
+    if (option == FURTHER_WORD && list != nullptr) {
+      list->emplace_back(optarg);
+      continue;
+    }
+    list = nullptr;
+    switch (option) {
+      case HELP_OPTION:
+        options.notice = HELP;
+        return options;
+      case VERSION:
+        options.notice = "meshd " MESHD_VERSION "\n";
+        return options;
+      case INTERFACE:
+        list = &options.interfaces;
+        list->emplace_back(optarg);
+        break;
+      case AL_MAC:
+        options.al_mac = parse_al_mac(optarg);
+        break;
+      case NAME:
+        options.name = optarg;
+        break;
+      case INTERVAL:
+        options.discovery_interval = parse_interval(optarg);
+        break;
+      case DAEMONIZE:
+        options.daemonize = true;
+        break;
+      case DEBUG:
+        list = &options.debug_components;
+        list->emplace_back(optarg);
+        break;
+      case ':':
+        throw UsageError(word + " needs a value");
+      default:
+        throw UsageError("'" + word + "' is no option");
+    }
+  }
+  if (optind < argc) {
+    throw UsageError(std::string("'") + argv[optind] + "' is no option");
+  }
+  check_interfaces(options.interfaces);
   return options;
 }
 

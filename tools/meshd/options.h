@@ -26,6 +26,6 @@ struct Options {
 };
 
 /// Throws UsageError.
-Options parse_options(int argc, const char* const* argv);
+Options parse_options(int argc, char* const* argv);
 
 }  // namespace meshd

@@ -2,11 +2,10 @@
 
 #include <cstdint>
 #include <limits>
-#include <ostream>
-#include <utility>
 
+#include "qel/core/serialization/codec.h"
 #include "qel/core/serialization/serialization_exception.h"
-#include "qel/core/serialization/table_codec.h"
+#include "qel/core/serialization/table_values.h"
 
 namespace qel::serialization {
 
@@ -30,37 +29,41 @@ inline void finish_frame(Writer& out, std::size_t begin, const char* too_long) {
   out.put_at(begin + 1, static_cast<std::uint16_t>(length));
 }
 
-/// Writes type, length and the body of `object`, whose `serialize_impl` this is. Nothing reaches the output when a
-/// check fails.
-template <class Type, class T>
-[[gnu::always_inline]] inline void write_framed(std::ostream& os, SerializationContext& context, Type type,
-                                                const T& object) {
-  static_assert(WireType<Type>::SIZE == 1);
-  MemoryWriteBuffer* memory = memory_of(os);
-  if (memory == nullptr) {
-    serialize_through_memory(os, context, object, FRAME_PRIMITIVES);
-    return;
-  }
-  Writer out(*memory);
+/// Puts type, length and the body of `object`.
+template <class T, auto TYPE>
+void encode_framed(MemoryWriteBuffer& memory, const BinarySerializable& object) {
+  static_assert(WireType<decltype(TYPE)>::SIZE == 1);
+  Writer out(memory);
   const std::size_t begin = out.offset();
-  encode_body_of(out, object, type, std::uint16_t{0});
+  encode_body_of(out, static_cast<const T&>(object), TYPE, std::uint16_t{0});
   finish_frame(out, begin, "Invalid length");
   out.commit();
 }
 
-/// Reads type and length, which are not compared with anything, and the body of `object`.
+/// Takes type and length, which are not compared with anything, and the body of `object`.
 template <class T>
-[[gnu::always_inline]] inline void read_framed(std::istream& is, T& object) {
-  ReadSource source(is);
+void decode_framed(ReadSource& source, BinarySerializable& object) {
+  auto& derived = static_cast<T&>(object);
   Reader in(source);
   std::uint8_t type = 0;
   std::uint16_t length = 0;
   if constexpr (DecodesItself<T>) {
     in.get(type, length);
-    object.decode_body(in, length);
+    derived.decode_body(in, length);
   } else {
-    decode_rows(in, object, length, type, length);
+    decode_rows(in, derived, length, type, length);
   }
 }
+
+/// The codec of a class with this header. What is printed is the body.
+template <class T, auto TYPE>
+inline constexpr Codec FRAMED_CODEC{
+    .encode = encode_framed<T, TYPE>,
+    .decode = decode_framed<T>,
+    .print = print_object<T>,
+    .equal = equal_objects<T>,
+    .less = nullptr,
+    .primitives = FRAME_PRIMITIVES,
+};
 
 }  // namespace qel::serialization

@@ -4,25 +4,28 @@
 
 #include "qel/core/export.h"
 #include "qel/core/serialization/binary_serializable.h"
+#include "qel/core/serialization/codec.h"
 
 namespace qel::serialization {
 
 /// A record inside a message or TLV, given by the wire table of Derived.
 ///
 /// Derived may encode and decode its body itself (`encode_body(Writer&) const`, `decode_body(Reader&)`, MIN_WIRE_SIZE)
-/// and print itself (`dbg_str`). The source file of Derived holds `template class Record<Derived>;`.
+/// and print itself (`dbg_str`). The source file of Derived holds `template const Codec& Record<Derived>::codec();`.
 template <class Derived>
 class QEL_EXPORT Record : public BinarySerializable {
  public:
-  void serialize_impl(std::ostream& os, SerializationContext& context) const override;
-  void deserialize_impl(std::istream& is, SerializationContext& context) override;
+  void serialize_impl(std::ostream& os, SerializationContext& context) const override {
+    encode(os, context, *this, codec());
+  }
+  void deserialize_impl(std::istream& is, SerializationContext&) override { decode(is, *this, codec()); }
 
-  void dbg_str(std::ostream& os) const;
+  void dbg_str(std::ostream& os) const { codec().print(os, *this); }
 
-  friend bool operator==(const Derived& left, const Derived& right) { return left.equals(right); }
+  friend bool operator==(const Derived& left, const Derived& right) { return codec().equal(left, right); }
 
   /// By the fields in wire order.
-  friend bool operator<(const Derived& left, const Derived& right) { return left.is_less_than(right); }
+  friend bool operator<(const Derived& left, const Derived& right) { return codec().less(left, right); }
 
   friend std::ostream& operator<<(std::ostream& os, const Derived& record) {
     record.dbg_str(os);
@@ -30,8 +33,7 @@ class QEL_EXPORT Record : public BinarySerializable {
   }
 
  private:
-  bool equals(const Derived& other) const;
-  bool is_less_than(const Derived& other) const;
+  static const Codec& codec();
 };
 
 }  // namespace qel::serialization

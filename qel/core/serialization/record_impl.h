@@ -1,58 +1,46 @@
 #pragma once
 
-#include "qel/core/serialization/record.h"
-#include "qel/core/serialization/table_codec.h"
+#include <cstdint>
+#include <span>
 
-/// The member functions of Record, for the source files that instantiate it.
+#include "qel/core/serialization/record.h"
+#include "qel/core/serialization/table_values.h"
+
+/// The codec of Record, for the source files that instantiate it.
 namespace qel::serialization {
 
-namespace detail {
-
-/// The primitives that a record begins with, to tell what failed when it is written to a stream that fails.
 template <class R>
-constexpr auto leading_primitives() {
-  if constexpr (FixedWire<R>) {
-    return PRIMITIVE_ENDS<R>;
-  } else {
-    return PRIMITIVE_ENDS<std::uint8_t>;
-  }
-}
-
-}  // namespace detail
-
-template <class Derived>
-void Record<Derived>::serialize_impl(std::ostream& os, SerializationContext& context) const {
-  static constexpr auto PRIMITIVES = detail::leading_primitives<Derived>();
-  MemoryWriteBuffer* memory = memory_of(os);
-  if (memory == nullptr) {
-    serialize_through_memory(os, context, *this, PRIMITIVES);
-    return;
-  }
-  Writer out(*memory);
-  encode_body_of(out, static_cast<const Derived&>(*this));
+void encode_record(MemoryWriteBuffer& memory, const BinarySerializable& record) {
+  Writer out(memory);
+  encode_body_of(out, static_cast<const R&>(record));
   out.commit();
 }
 
-template <class Derived>
-void Record<Derived>::deserialize_impl(std::istream& is, SerializationContext&) {
-  ReadSource source(is);
+template <class R>
+void decode_record(ReadSource& source, BinarySerializable& record) {
   Reader in(source);
-  decode_record(in, static_cast<Derived&>(*this));
+  decode_record(in, static_cast<R&>(record));
 }
 
-template <class Derived>
-void Record<Derived>::dbg_str(std::ostream& os) const {
-  print_rows(os, static_cast<const Derived&>(*this));
-}
+/// The primitives that a record begins with.
+template <class R>
+inline constexpr std::span<const PrimitiveEnd> LEADING_PRIMITIVES = PRIMITIVE_ENDS<std::uint8_t>;
+template <FixedWire R>
+inline constexpr std::span<const PrimitiveEnd> LEADING_PRIMITIVES<R> = PRIMITIVE_ENDS<R>;
+
+template <class R>
+inline constexpr Codec RECORD_CODEC{
+    .encode = encode_record<R>,
+    .decode = decode_record<R>,
+    .print = print_object<R>,
+    .equal = equal_objects<R>,
+    .less = less_objects<R>,
+    .primitives = LEADING_PRIMITIVES<R>,
+};
 
 template <class Derived>
-bool Record<Derived>::equals(const Derived& other) const {
-  return equal_rows(static_cast<const Derived&>(*this), other);
-}
-
-template <class Derived>
-bool Record<Derived>::is_less_than(const Derived& other) const {
-  return less_rows(static_cast<const Derived&>(*this), other);
+const Codec& Record<Derived>::codec() {
+  return RECORD_CODEC<Derived>;
 }
 
 }  // namespace qel::serialization

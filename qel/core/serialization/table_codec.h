@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <ostream>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -11,9 +10,8 @@
 #include "qel/core/serialization/serialization_exception.h"
 #include "qel/core/serialization/table.h"
 #include "qel/core/serialization/writer.h"
-#include "qel/core/text.h"
 
-/// What follows from a wire table. Neighbouring fields of fixed size move in one step.
+/// The octets that follow from a wire table. Neighbouring fields of fixed size move in one step.
 namespace qel::serialization {
 
 template <class R>
@@ -255,86 +253,6 @@ template <class R, std::size_t FIRST, class... Lead>
     decode_row(std::get<END>(TABLE<R>), in, record, length, detail::min_size<R>(END));
     decode_rows<R, END + 1>(in, record, length);
   }
-}
-
-template <class T>
-void print_value(std::ostream& os, const T& value) {
-  if constexpr (std::is_integral_v<T>) {
-    os << Decimal(value);
-  } else {
-    os << value;
-  }
-}
-
-template <class E>
-void print_list(std::ostream& os, const ListText& text, const std::vector<E>& elements) {
-  os << text.before;
-  for (const E& element : elements) {
-    os << text.prefix;
-    print_value(os, element);
-    os << text.suffix;
-  }
-  os << text.after;
-}
-
-/// The labelled rows in table order.
-template <class R>
-void print_rows(std::ostream& os, const R& record) {
-  const auto print = [&](const auto& row) {
-    if constexpr (requires { row.text; }) {
-      if (row.text.before != nullptr) {
-        print_list(os, row.text, row.of(record));
-      }
-    } else if constexpr (requires { row.label; }) {
-      if (row.label != nullptr) {
-        os << row.label;
-        print_value(os, row.of(record));
-      }
-    }
-  };
-  detail::with_rows<R>([&](const auto&... row) { (print(row), ...); });
-}
-
-template <class R>
-bool equal_rows(const R& left, const R& right) {
-  return detail::with_rows<R>([&](const auto&... row) { return ((row.of(left) == row.of(right)) && ...); });
-}
-
-template <class R>
-bool equal_bodies(const R& left, const R& right) {
-  if constexpr (requires { left.equals(right); }) {
-    return left.equals(right);
-  } else {
-    return equal_rows(left, right);
-  }
-}
-
-template <class T>
-bool less_field(const T& left, const T& right) {
-  return left < right;
-}
-
-/// Bit sets compare as numbers.
-template <std::size_t N>
-bool less_field(const std::bitset<N>& left, const std::bitset<N>& right) {
-  for (std::size_t bit = N; bit-- > 0;) {
-    if (left[bit] != right[bit]) {
-      return right[bit];
-    }
-  }
-  return false;
-}
-
-/// Lexicographic, in table order.
-template <class R>
-bool less_rows(const R& left, const R& right) {
-  bool less = false;
-  const auto differ = [&](const auto& row) {
-    less = less_field(row.of(left), row.of(right));
-    return less || less_field(row.of(right), row.of(left));
-  };
-  detail::with_rows<R>([&](const auto&... row) { static_cast<void>((differ(row) || ...)); });
-  return less;
 }
 
 }  // namespace qel::serialization

@@ -11,9 +11,11 @@ void QELNonOperationalBSS::dbg_str(std::ostream& os) const {
   os << "BSS not operating on Radio: " << bssid_ << " SSID: \"" << ssid_ << "\"";
 }
 
-template class VendorPayload<QELAPNonOperationalBSSTLV, QELVendorTLVType::QEL_AP_NON_OPERATIONAL_BSS_TLV>;
+template const serialization::Codec&
+VendorPayload<QELAPNonOperationalBSSTLV, QELVendorTLVType::QEL_AP_NON_OPERATIONAL_BSS_TLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::QELNonOperationalBSS>;
-template class qel::serialization::Record<qel::ieee1905_1::QELNonOperationalBSSReport>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELNonOperationalBSS>::codec();
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::QELNonOperationalBSSReport>::codec();

@@ -79,6 +79,4 @@ class QEL_EXPORT QELAPNonOperationalBSSTLV final
   BodyRest rest_;
 };
 
-extern template class VendorPayload<QELAPNonOperationalBSSTLV, QELVendorTLVType::QEL_AP_NON_OPERATIONAL_BSS_TLV>;
-
 }  // namespace qel::ieee1905_1

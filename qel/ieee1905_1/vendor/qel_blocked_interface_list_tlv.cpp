@@ -12,8 +12,9 @@ void QELBlockedInterface::dbg_str(std::ostream& os) const {
      << " filter_actions: " << filter_actions_.to_string();
 }
 
-template class VendorPayload<QELBlockedInterfaceListTLV, QELVendorTLVType::QEL_BLOCKED_INTERFACE_LIST_TLV>;
+template const serialization::Codec&
+VendorPayload<QELBlockedInterfaceListTLV, QELVendorTLVType::QEL_BLOCKED_INTERFACE_LIST_TLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::QELBlockedInterface>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELBlockedInterface>::codec();

@@ -68,6 +68,4 @@ class QEL_EXPORT QELBlockedInterfaceListTLV final
   std::vector<QELBlockedInterface> blocked_interfaces_;
 };
 
-extern template class VendorPayload<QELBlockedInterfaceListTLV, QELVendorTLVType::QEL_BLOCKED_INTERFACE_LIST_TLV>;
-
 }  // namespace qel::ieee1905_1

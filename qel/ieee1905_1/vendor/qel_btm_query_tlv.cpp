@@ -24,8 +24,9 @@ void QELBTMQueryTLV::dbg_str(std::ostream& os) const {
   os << " Candidates: " << Decimal(static_cast<std::int64_t>(candidate_list_.size()));
 }
 
-template class VendorPayload<QELBTMQueryTLV, QELVendorTLVType::QEL_BTM_QUERY_TLV>;
+template const serialization::Codec& VendorPayload<QELBTMQueryTLV, QELVendorTLVType::QEL_BTM_QUERY_TLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::QELNeighborReportElement>;
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::QELNeighborReportElement>::codec();

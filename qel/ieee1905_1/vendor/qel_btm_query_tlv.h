@@ -88,6 +88,4 @@ class QEL_EXPORT QELBTMQueryTLV final : public VendorPayload<QELBTMQueryTLV, QEL
   std::vector<QELNeighborReportElement> candidate_list_;
 };
 
-extern template class VendorPayload<QELBTMQueryTLV, QELVendorTLVType::QEL_BTM_QUERY_TLV>;
-
 }  // namespace qel::ieee1905_1

@@ -42,8 +42,9 @@ bool QELInterfaceInformation::is_less_than(const QELInterfaceInformation& other)
   return get_media_specific_information() < other.get_media_specific_information();
 }
 
-template class VendorPayload<QELDeviceInformationTLV, QELVendorTLVType::QEL_DEVICE_INFORMATION_TLV>;
+template const serialization::Codec&
+VendorPayload<QELDeviceInformationTLV, QELVendorTLVType::QEL_DEVICE_INFORMATION_TLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::QELInterfaceInformation>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELInterfaceInformation>::codec();

@@ -97,6 +97,4 @@ class QEL_EXPORT QELDeviceInformationTLV final
   BodyRest rest_;
 };
 
-extern template class VendorPayload<QELDeviceInformationTLV, QELVendorTLVType::QEL_DEVICE_INFORMATION_TLV>;
-
 }  // namespace qel::ieee1905_1

@@ -17,10 +17,13 @@ void QELLinkMetric<Derived, Information>::dbg_str(std::ostream& os) const {
 template class QELLinkMetric<QELReceiverLinkMetric, ReceiverLinkMetricInformation>;
 template class QELLinkMetric<QELTransmitterLinkMetric, TransmitterLinkMetricInformation>;
 
-template class VendorPayload<QELReceiverLinkMetricTLV, QELVendorTLVType::QEL_RECEIVER_LINK_METRIC_TLV>;
-template class VendorPayload<QELTransmitterLinkMetricTLV, QELVendorTLVType::QEL_TRANSMITTER_LINK_METRIC_TLV>;
+template const serialization::Codec&
+VendorPayload<QELReceiverLinkMetricTLV, QELVendorTLVType::QEL_RECEIVER_LINK_METRIC_TLV>::codec();
+template const serialization::Codec&
+VendorPayload<QELTransmitterLinkMetricTLV, QELVendorTLVType::QEL_TRANSMITTER_LINK_METRIC_TLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::QELReceiverLinkMetric>;
-template class qel::serialization::Record<qel::ieee1905_1::QELTransmitterLinkMetric>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELReceiverLinkMetric>::codec();
+template const qel::serialization::Codec&
+qel::serialization::Record<qel::ieee1905_1::QELTransmitterLinkMetric>::codec();

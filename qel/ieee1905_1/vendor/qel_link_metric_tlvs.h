@@ -118,7 +118,4 @@ class QEL_EXPORT QELTransmitterLinkMetricTLV final
   void add_transmitter_link_metric(const QELTransmitterLinkMetric& metric) { add(metric); }
 };
 
-extern template class VendorPayload<QELReceiverLinkMetricTLV, QELVendorTLVType::QEL_RECEIVER_LINK_METRIC_TLV>;
-extern template class VendorPayload<QELTransmitterLinkMetricTLV, QELVendorTLVType::QEL_TRANSMITTER_LINK_METRIC_TLV>;
-
 }  // namespace qel::ieee1905_1

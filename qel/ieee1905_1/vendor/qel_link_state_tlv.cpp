@@ -26,8 +26,8 @@ void QELInterfaceLinkState::dbg_str(std::ostream& os) const {
      << " speed: " << Decimal(speed_) << " Mb/s";
 }
 
-template class VendorPayload<QELLinkStateTLV, QELVendorTLVType::QEL_LINK_STATE_TLV>;
+template const serialization::Codec& VendorPayload<QELLinkStateTLV, QELVendorTLVType::QEL_LINK_STATE_TLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::QELInterfaceLinkState>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELInterfaceLinkState>::codec();

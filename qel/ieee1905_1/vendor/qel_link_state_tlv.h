@@ -74,6 +74,4 @@ class QEL_EXPORT QELLinkStateTLV final : public VendorPayload<QELLinkStateTLV, Q
   BodyRest rest_;
 };
 
-extern template class VendorPayload<QELLinkStateTLV, QELVendorTLVType::QEL_LINK_STATE_TLV>;
-
 }  // namespace qel::ieee1905_1

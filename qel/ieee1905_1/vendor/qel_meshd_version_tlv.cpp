@@ -4,6 +4,7 @@
 
 namespace qel::ieee1905_1 {
 
-template class VendorPayload<QELMeshdVersionTLV, QELVendorTLVType::QEL_MESHD_VERSION_TLV>;
+template const serialization::Codec&
+VendorPayload<QELMeshdVersionTLV, QELVendorTLVType::QEL_MESHD_VERSION_TLV>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -32,6 +32,4 @@ class QEL_EXPORT QELMeshdVersionTLV final
   std::uint16_t minor_ = 0;
 };
 
-extern template class VendorPayload<QELMeshdVersionTLV, QELVendorTLVType::QEL_MESHD_VERSION_TLV>;
-
 }  // namespace qel::ieee1905_1

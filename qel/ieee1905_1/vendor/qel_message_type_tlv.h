@@ -44,6 +44,4 @@ class QEL_EXPORT QELMessageTypeTLV final
 /// another payload in it.
 QEL_EXPORT QELMessageType get_qel_message_type(const Message& message);
 
-extern template class VendorPayload<QELMessageTypeTLV, QELVendorTLVType::QEL_MESSAGETYPE_TLV>;
-
 }  // namespace qel::ieee1905_1

@@ -115,10 +115,4 @@ class QEL_EXPORT QELPSQ19NonIEEE1905NeighborDeviceListTLV final
   BodyRest rest_;
 };
 
-extern template class VendorPayload<QELIEEE1905NeighborDeviceTLV, QELVendorTLVType::QEL_IEEE1905_NEIGHBOR_DEVICE_TLV>;
-extern template class VendorPayload<QELNonIEEE1905NeighborDeviceListTLV,
-                                    QELVendorTLVType::QEL_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV>;
-extern template class VendorPayload<QELPSQ19NonIEEE1905NeighborDeviceListTLV,
-                                    QELVendorTLVType::QEL_PSQ19_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV>;
-
 }  // namespace qel::ieee1905_1

@@ -48,13 +48,15 @@ void WLANSecurityTLVEntry::dbg_str(std::ostream& os) const {
   os << "WLANSecurityTLVEntry: " << mac_ << " security " << ieee802_11::security_from_rsn_element(rsn_ie_);
 }
 
-template class VendorPayload<QELAPAnpiTLV, QELVendorTLVType::QEL_AP_ANPI_TLV>;
-template class VendorPayload<QELAssociatedSTAIdleStateTLV, QELVendorTLVType::QEL_ASSOCIATED_STA_IDLE_STATE_TLV>;
-template class VendorPayload<QELWLANOpmodeTLV, QELVendorTLVType::QEL_AP_WLAN_OPMODE_TLV>;
-template class VendorPayload<QELWLANSecurityTLV, QELVendorTLVType::QEL_AP_WLAN_SECURITY_TLV>;
+template const serialization::Codec& VendorPayload<QELAPAnpiTLV, QELVendorTLVType::QEL_AP_ANPI_TLV>::codec();
+template const serialization::Codec&
+VendorPayload<QELAssociatedSTAIdleStateTLV, QELVendorTLVType::QEL_ASSOCIATED_STA_IDLE_STATE_TLV>::codec();
+template const serialization::Codec& VendorPayload<QELWLANOpmodeTLV, QELVendorTLVType::QEL_AP_WLAN_OPMODE_TLV>::codec();
+template const serialization::Codec&
+VendorPayload<QELWLANSecurityTLV, QELVendorTLVType::QEL_AP_WLAN_SECURITY_TLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template class qel::serialization::Record<qel::ieee1905_1::WLANLinkIdleState>;
-template class qel::serialization::Record<qel::ieee1905_1::WLANOpmodeTLVEntry>;
-template class qel::serialization::Record<qel::ieee1905_1::WLANSecurityTLVEntry>;
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::WLANLinkIdleState>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::WLANOpmodeTLVEntry>::codec();
+template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::WLANSecurityTLVEntry>::codec();

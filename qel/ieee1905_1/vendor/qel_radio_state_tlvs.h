@@ -180,9 +180,4 @@ class QEL_EXPORT QELWLANSecurityTLV final
   std::vector<WLANSecurityTLVEntry> entries_;
 };
 
-extern template class VendorPayload<QELAPAnpiTLV, QELVendorTLVType::QEL_AP_ANPI_TLV>;
-extern template class VendorPayload<QELAssociatedSTAIdleStateTLV, QELVendorTLVType::QEL_ASSOCIATED_STA_IDLE_STATE_TLV>;
-extern template class VendorPayload<QELWLANOpmodeTLV, QELVendorTLVType::QEL_AP_WLAN_OPMODE_TLV>;
-extern template class VendorPayload<QELWLANSecurityTLV, QELVendorTLVType::QEL_AP_WLAN_SECURITY_TLV>;
-
 }  // namespace qel::ieee1905_1

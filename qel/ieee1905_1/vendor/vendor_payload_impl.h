@@ -5,11 +5,10 @@
 #include <utility>
 
 #include "qel/core/serialization/framed.h"
-#include "qel/core/serialization/table_codec.h"
 #include "qel/ieee1905_1/vendor/body_rest.h"
 #include "qel/ieee1905_1/vendor/vendor_payload.h"
 
-/// The member functions of VendorPayload and the codec of RestRow, for the source files that instantiate payloads.
+/// The codec of VendorPayload and the codec of RestRow, for the source files that instantiate payloads.
 namespace qel::ieee1905_1 {
 
 template <class C>
@@ -29,26 +28,8 @@ template <class C>
 }
 
 template <class Derived, QELVendorTLVType TYPE>
-void VendorPayload<Derived, TYPE>::serialize_impl(std::ostream& os,
-                                                  serialization::SerializationContext& context) const {
-  serialization::write_framed(os, context, TYPE, static_cast<const Derived&>(*this));
-}
-
-template <class Derived, QELVendorTLVType TYPE>
-void VendorPayload<Derived, TYPE>::deserialize_impl(std::istream& is, serialization::SerializationContext&) {
-  serialization::read_framed(is, static_cast<Derived&>(*this));
-}
-
-template <class Derived, QELVendorTLVType TYPE>
-bool VendorPayload<Derived, TYPE>::operator==(const VendorSpecific& other) const {
-  return VendorSpecific::operator==(other) &&
-         serialization::equal_bodies(static_cast<const Derived&>(*this), static_cast<const Derived&>(other));
-}
-
-template <class Derived, QELVendorTLVType TYPE>
-void VendorPayload<Derived, TYPE>::dbg_str(std::ostream& os) const {
-  VendorSpecific::dbg_str(os);
-  serialization::print_rows(os, static_cast<const Derived&>(*this));
+const serialization::Codec& VendorPayload<Derived, TYPE>::codec() {
+  return serialization::FRAMED_CODEC<Derived, TYPE>;
 }
 
 }  // namespace qel::ieee1905_1

@@ -8,8 +8,6 @@
 
 namespace qel::ieee1905_1 {
 
-VendorSpecific::~VendorSpecific() = default;
-
 bool VendorSpecific::operator==(const VendorSpecific& other) const { return is_same_type(other); }
 
 bool VendorSpecific::operator!=(const VendorSpecific& other) const { return !operator==(other); }

@@ -38,8 +38,6 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, QELVendorTLVType type);
 /// What a vendor-specific TLV carries behind its OUI.
 class QEL_EXPORT VendorSpecific : public serialization::BinarySerializable {
  public:
-  ~VendorSpecific() override;
-
   virtual bool operator==(const VendorSpecific& other) const;
   virtual bool operator!=(const VendorSpecific& other) const final;
 

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <bitset>
+#include <cstddef>
+#include <ostream>
+#include <type_traits>
+#include <vector>
+
+#include "qel/core/serialization/binary_serializable.h"
+#include "qel/core/serialization/table_codec.h"
+#include "qel/core/text.h"
+
+/// What else follows from a wire table: the debug text, equality and order.
+namespace qel::serialization {
+
+template <class T>
+void print_value(std::ostream& os, const T& value) {
+  if constexpr (std::is_integral_v<T>) {
+    os << Decimal(value);
+  } else {
+    os << value;
+  }
+}
+
+template <class E>
+void print_list(std::ostream& os, const ListText& text, const std::vector<E>& elements) {
+  os << text.before;
+  for (const E& element : elements) {
+    os << text.prefix;
+    print_value(os, element);
+    os << text.suffix;
+  }
+  os << text.after;
+}
+
+/// The labelled rows in table order.
+template <class R>
+void print_rows(std::ostream& os, const R& record) {
+  const auto print = [&](const auto& row) {
+    if constexpr (requires { row.text; }) {
+      if (row.text.before != nullptr) {
+        print_list(os, row.text, row.of(record));
+      }
+    } else if constexpr (requires { row.label; }) {
+      if (row.label != nullptr) {
+        os << row.label;
+        print_value(os, row.of(record));
+      }
+    }
+  };
+  detail::with_rows<R>([&](const auto&... row) { (print(row), ...); });
+}
+
+template <class R>
+bool equal_rows(const R& left, const R& right) {
+  return detail::with_rows<R>([&](const auto&... row) { return ((row.of(left) == row.of(right)) && ...); });
+}
+
+template <class R>
+bool equal_bodies(const R& left, const R& right) {
+  if constexpr (requires { left.equals(right); }) {
+    return left.equals(right);
+  } else {
+    return equal_rows(left, right);
+  }
+}
+
+template <class T>
+bool less_field(const T& left, const T& right) {
+  return left < right;
+}
+
+/// Bit sets compare as numbers.
+template <std::size_t N>
+bool less_field(const std::bitset<N>& left, const std::bitset<N>& right) {
+  for (std::size_t bit = N; bit-- > 0;) {
+    if (left[bit] != right[bit]) {
+      return right[bit];
+    }
+  }
+  return false;
+}
+
+/// Lexicographic, in table order.
+template <class R>
+bool less_rows(const R& left, const R& right) {
+  bool less = false;
+  const auto differ = [&](const auto& row) {
+    less = less_field(row.of(left), row.of(right));
+    return less || less_field(row.of(right), row.of(left));
+  };
+  detail::with_rows<R>([&](const auto&... row) { static_cast<void>((differ(row) || ...)); });
+  return less;
+}
+
+template <class R>
+bool less_bodies(const R& left, const R& right) {
+  if constexpr (requires { left.is_less_than(right); }) {
+    return left.is_less_than(right);
+  } else {
+    return less_rows(left, right);
+  }
+}
+
+/// The functions of a `Codec` that need no more than the table.
+template <class R>
+void print_object(std::ostream& os, const BinarySerializable& object) {
+  if constexpr (HasTable<R>) {
+    print_rows(os, static_cast<const R&>(object));
+  }
+}
+
+template <class R>
+bool equal_objects(const BinarySerializable& left, const BinarySerializable& right) {
+  return equal_bodies(static_cast<const R&>(left), static_cast<const R&>(right));
+}
+
+template <class R>
+bool less_objects(const BinarySerializable& left, const BinarySerializable& right) {
+  return less_bodies(static_cast<const R&>(left), static_cast<const R&>(right));
+}
+
+}  // namespace qel::serialization
