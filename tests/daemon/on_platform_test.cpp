@@ -76,5 +76,10 @@ TEST_F(OnPlatform, TimersWatchesAndFuturesAreServed) {
   EXPECT_THAT(log, ElementsAre("readable", "a", "still alive", "readable", "b", "still alive"));
 }
 
+TEST_F(OnPlatform, TheCommandThatEndsASessionSucceeds) {
+  EXPECT_TRUE(loop.send_command("", "QUIT"));
+  EXPECT_FALSE(loop.send_command("", "QUITE"));
+}
+
 }  // namespace
 }  // namespace qel::daemon
