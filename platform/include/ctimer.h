@@ -16,8 +16,8 @@
 extern "C" {
 #endif
 
-/** Names an armed timer. NULL: not armed. The value is not an address; a stale one is recognised and does no harm,
- * where pointers have 32 bits until 65536 more timers were armed in its place. */
+/** Names an armed timer. NULL: not armed. The value is not an address; a stale one is recognised and does no harm;
+ * with pointers of 32 bits, until its place has held 65536 more timers. */
 typedef struct ctimer* ctimerhandle;
 
 /** Called when a timer is due. The timer's handle variable has been cleared before, so that the timer may be armed
