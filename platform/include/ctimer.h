@@ -16,7 +16,8 @@
 extern "C" {
 #endif
 
-/** Names an armed timer. NULL: not armed. The value is not an address; a stale one is recognised and does no harm. */
+/** Names an armed timer. NULL: not armed. The value is not an address; a stale one is recognised and does no harm;
+ * with pointers of 32 bits, until its place has held 65536 more timers. */
 typedef struct ctimer* ctimerhandle;
 
 /** Called when a timer is due. The timer's handle variable has been cleared before, so that the timer may be armed
@@ -25,7 +26,7 @@ typedef void (*ctimer_callback_fn)(ctimerhandle handle, void* cbdata);
 
 /** A point of the monotonic clock. */
 struct ctimer_tval {
-  int64_t tv_sec;
+  int64_t tv_sec;  /**< whole seconds, 0 or more */
   int32_t tv_usec; /**< 0 to 999999 */
 };
 

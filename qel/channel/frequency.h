@@ -22,6 +22,7 @@ QEL_EXPORT kHz channel_to_frequency(const kHz& starting_frequency, unsigned char
 /// The frequency of channel 0; 0 for an invalid band.
 QEL_EXPORT kHz band_to_starting_frequency(FrequencyBand band);
 
+/// INVALID for what lies in no band.
 QEL_EXPORT DetailedFrequencyBand frequency_to_detailed_band(const kHz& frequency);
 
 /// INVALID_BAND_MAX for what lies in no band; 60 GHz is none of them.
@@ -48,6 +49,7 @@ QEL_EXPORT ChannelWidth find_common_channel_width(ChannelWidth a, ChannelWidth b
 /// The newest of the `WLANPhymode`s that the band knows; INVALID_MAX when there is none.
 QEL_EXPORT WLANPhymode get_max_phy_mode(FrequencyBand band, std::bitset<6> modes);
 
+/// INVALID_PHYTYPE_MAX for an invalid mode.
 QEL_EXPORT PHYType phymode_to_phytype(WLANPhymode mode);
 
 /// Of the newest of the `WLANPhymode`s. "a" is left out on purpose, a radio that knows nothing newer has no PHY type to

@@ -8,6 +8,7 @@
 
 namespace qel {
 
+///@{
 /// A number of spatial streams in a field of flags that holds the number less 1. Setting keeps as many low bits of that
 /// as the field has, so that 0 reads back as the largest number that the field can hold.
 template <std::size_t N>
@@ -18,6 +19,7 @@ template <std::size_t N>
 void set_stream_count(std::bitset<N>& flags, BitField field, std::uint8_t number) {
   set_bits(flags, field, number - 1U);
 }
+///@}
 
 /// The modulation and coding schemes of one number of spatial streams in a VHT map (IEEE 802.11-2020, 9.4.2.157.3).
 enum class VHTMCSBit : std::uint8_t { MCS_0_TO_7 = 0, MCS_0_TO_8 = 1, MCS_0_TO_9 = 2, NOT_SUPPORTED = 3 };
@@ -30,6 +32,7 @@ using MCSMap = std::bitset<16>;
 
 /// NOT_SUPPORTED for every number of streams.
 inline constexpr MCSMap NO_MCS_SUPPORTED{0xFFFF};
+/// The largest number of streams that a map has bits for.
 inline constexpr unsigned int MAX_MCS_STREAMS = 8;
 
 /// The two bits for `nss` streams, 4 when `nss` is not one of 1 to 8.

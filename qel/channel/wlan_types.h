@@ -196,6 +196,7 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, ChannelStateBit bit);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ChannelCapabilityBit bit);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ChannelConfigBit bit);
 
+///@{
 /// Below the sentinel, values without a name included.
 constexpr bool is_valid(FrequencyBand band) { return band < FrequencyBand::INVALID_BAND_MAX; }
 constexpr bool is_valid(ChannelWidth width) { return width < ChannelWidth::INVALID; }
@@ -204,5 +205,6 @@ constexpr bool is_valid(PHYType type) { return type < PHYType::INVALID_PHYTYPE_M
 constexpr bool is_valid(WLANOpmode mode) { return mode < WLANOpmode::INVALID; }
 constexpr bool is_valid(WLANSecurity security) { return security < WLANSecurity::INVALID; }
 constexpr bool is_valid(WLANIfaceState state) { return state < WLANIfaceState::INVALID; }
+///@}
 
 }  // namespace qel

@@ -5,10 +5,10 @@
 
 namespace qel {
 
-/// `width` bits of a flag word, from bit `first` on; bit 0 is the least significant. The word must have them all.
+/// Neighbouring bits of a flag word, which must have them all.
 struct BitField {
-  unsigned int first;
-  unsigned int width;
+  unsigned int first;  ///< the lowest of them; bit 0 is the least significant of the word
+  unsigned int width;  ///< in bits
 };
 
 /// The bits of the field as a number.

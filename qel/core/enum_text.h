@@ -13,13 +13,14 @@ namespace qel {
 /// One row of an enumeration's table of texts. Every enumeration has one such table, its sentinel a row like any other;
 /// values without a row print as decimal numbers.
 struct EnumText {
-  std::uint16_t value;
+  std::uint16_t value;  ///< of an enumeration of 8 or 16 bits
   const char* text;
 };
 
 /// The text in the row of `value`, null when it has none.
 QEL_EXPORT const char* find_enum_text(std::span<const EnumText> table, std::uint16_t value);
 
+///@{
 /// The text of `value`, its decimal number when it has none.
 QEL_EXPORT std::string enum_text(std::span<const EnumText> table, std::uint16_t value);
 QEL_EXPORT std::ostream& print_enum(std::ostream& os, std::span<const EnumText> table, std::uint16_t value);
@@ -33,5 +34,6 @@ template <class E>
 requires std::is_enum_v<E> std::ostream& print_enum(std::ostream& os, std::span<const EnumText> table, E value) {
   return print_enum(os, table, static_cast<std::uint16_t>(value));
 }
+///@}
 
 }  // namespace qel

@@ -63,6 +63,7 @@ QEL_EXPORT bool is_valid_individual_mac_address(const MACAddress& address);
 /// powerline adapter that answers on it is a real neighbour.
 QEL_EXPORT bool is_non_zero_individual_mac_address(const MACAddress& address);
 
+/// As is_valid_mac_address, beside the predicates of the other value types.
 inline bool is_valid(const MACAddress& address) { return is_valid_mac_address(address); }
 
 }  // namespace qel

@@ -47,6 +47,7 @@ class Hexadecimal {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, Hexadecimal number);
 
+/// How debug texts show a flag.
 constexpr const char* true_or_false(bool value) { return value ? "true" : "false"; }
 
 }  // namespace qel

@@ -68,7 +68,8 @@ bool Ctlcmd::remove_module(const std::string& name) {
 }
 
 bool Ctlcmd::send_command(const std::string& module, const std::string& command) {
-  return ctlcmd_docommand(module.c_str(), command.c_str()) == 0;
+  const int result = ctlcmd_docommand(module.c_str(), command.c_str());
+  return result == 0 || result == CTLCMD_CLOSED;
 }
 
 }  // namespace qel::daemon

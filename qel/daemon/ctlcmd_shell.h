@@ -31,6 +31,7 @@ class QEL_EXPORT Ctlcmd {
   bool remove_module(const std::string& name);
 
   /// Runs a command line as if it had been typed; its output goes where the platform sends the output of such commands.
+  /// False when the shell does not know the command or the command fails.
   bool send_command(const std::string& module, const std::string& command);
 
  private:

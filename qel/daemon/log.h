@@ -36,11 +36,13 @@ QEL_EXPORT std::ostream& stream(std::string_view component);
 /// Whether the DEBUG lines of a component are shown by the platform.
 QEL_EXPORT void enable(const std::string& component, bool enabled);
 
+///@{
 /// The two settings are kept for whoever asks; they do not choose what is emitted.
 QEL_EXPORT void set_log_level(LogLevels level);
 QEL_EXPORT LogLevels get_log_level();
 QEL_EXPORT void set_log_all_debugs(bool all);
 QEL_EXPORT bool get_log_all_debugs();
+///@}
 
 /// Marks the ring as finished and frees it (shringbuf.h).
 struct QEL_EXPORT shringbuf_deleter {

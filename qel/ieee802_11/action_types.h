@@ -122,6 +122,8 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, MeasurementType type);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, BeaconMeasurementMode mode);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, BeaconReportFrameType type);
 
+///@{
+/// Below the sentinel, values without a name included.
 constexpr bool is_valid(WNMAction action) { return action < WNMAction::INVALID; }
 constexpr bool is_valid(RequestModeBit bit) { return bit < RequestModeBit::INVALID; }
 constexpr bool is_valid(BTMStatusCode status) { return status < BTMStatusCode::INVALID; }
@@ -129,6 +131,7 @@ constexpr bool is_valid(MeasurementRequestModeBit bit) { return bit < Measuremen
 constexpr bool is_valid(MeasurementType type) { return type < MeasurementType::INVALID; }
 constexpr bool is_valid(BeaconMeasurementMode mode) { return mode < BeaconMeasurementMode::INVALID; }
 constexpr bool is_valid(BeaconReportFrameType type) { return type < BeaconReportFrameType::INVALID; }
+///@}
 
 }  // namespace qel::ieee802_11
 

@@ -22,7 +22,7 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
 
   /// One element, without ID and length; the octets are borrowed from the frame.
   struct Element {
-    std::uint8_t id;
+    std::uint8_t id;  ///< Element ID (IEEE 802.11-2020, 9.4.2.1)
     std::span<const std::uint8_t> body;
   };
 

@@ -16,10 +16,10 @@ namespace qel {
 /// Data rates as a driver gives them.
 using BitsPerSecond = TypeWithRatio<unsigned int, std::ratio<1, 1>>;
 
-/// The part of the maximum data rate that is not in use, in percent; 0 at the clock's epoch when unknown.
+/// How much of the maximum data rate is not in use.
 struct Availability {
-  std::uint16_t percentage = 0;
-  std::chrono::steady_clock::time_point time;
+  std::uint16_t percentage = 0;                ///< 0 to 100; 0 when unknown as well
+  std::chrono::steady_clock::time_point time;  ///< of the measurement; the clock's epoch when unknown
 };
 
 /// Measures how busy an Ethernet interface is, for the link metrics of the mesh. Pairs are of receiving, then sending.

@@ -71,6 +71,6 @@ awk '
     # What is pure everywhere was compared with nothing.
     for (place in pure)
       if (!(place in named)) { split(place, part, SUBSEP); fault(part[1] ": no class names its operation " part[2]) }
-    print compared + 0 " classes compared"
-    exit faults || compared == 0
+    if (compared == 0) fault("no class was compared")
+    exit faults
   }' "$table" "$dump"

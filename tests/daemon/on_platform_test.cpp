@@ -145,5 +145,10 @@ TEST_F(OnPlatform, CommandsMessagesAndEventsArrive) {
   EXPECT_THAT(log, ElementsAre("link", "up"));
 }
 
+TEST_F(OnPlatform, TheCommandThatEndsASessionSucceeds) {
+  EXPECT_TRUE(loop.send_command("", "QUIT"));
+  EXPECT_FALSE(loop.send_command("", "QUITE"));
+}
+
 }  // namespace
 }  // namespace qel::daemon

@@ -57,6 +57,7 @@ struct ReservedOctet {
   friend constexpr bool operator==(const ReservedOctet&, const ReservedOctet&) = default;
   friend constexpr bool operator<(const ReservedOctet&, const ReservedOctet&) { return false; }
 };
+/// Stands for such an octet wherever one is read or written.
 inline ReservedOctet RESERVED_OCTET;
 
 /// See ReservedOctet.
@@ -138,6 +139,7 @@ struct String8 {
   CountLimits limits;
 };
 
+/// See String8.
 template <class C>
 constexpr String8<C> string8(const char* label, std::string C::*member, CountLimits limits) {
   return {label, member, limits};
@@ -159,6 +161,7 @@ struct RestList {
   const char* uneven;
 };
 
+/// See RestList.
 template <class C, class E>
 constexpr RestList<C, E> rest_list(ListText text, std::vector<E> C::*member, const char* too_short,
                                    const char* uneven = nullptr) {

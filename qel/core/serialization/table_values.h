@@ -13,6 +13,7 @@
 /// What else follows from a wire table: the debug text, equality and order.
 namespace qel::serialization {
 
+/// As its operator<< prints it; octets as numbers.
 template <class T>
 void print_value(std::ostream& os, const T& value) {
   if constexpr (std::is_integral_v<T>) {
@@ -22,6 +23,7 @@ void print_value(std::ostream& os, const T& value) {
   }
 }
 
+/// `text` must have a `before`.
 template <class E>
 void print_list(std::ostream& os, const ListText& text, const std::vector<E>& elements) {
   os << text.before;
@@ -51,11 +53,13 @@ void print_rows(std::ostream& os, const R& record) {
   detail::with_rows<R>([&](const auto&... row) { (print(row), ...); });
 }
 
+/// Row by row; what has no row does not count.
 template <class R>
 bool equal_rows(const R& left, const R& right) {
   return detail::with_rows<R>([&](const auto&... row) { return ((row.of(left) == row.of(right)) && ...); });
 }
 
+/// By `equals` of R where it has one.
 template <class R>
 bool equal_bodies(const R& left, const R& right) {
   if constexpr (requires { left.equals(right); }) {
@@ -65,6 +69,7 @@ bool equal_bodies(const R& left, const R& right) {
   }
 }
 
+/// The order of one row.
 template <class T>
 bool less_field(const T& left, const T& right) {
   return left < right;
@@ -93,6 +98,7 @@ bool less_rows(const R& left, const R& right) {
   return less;
 }
 
+/// By `is_less_than` of R where it has one.
 template <class R>
 bool less_bodies(const R& left, const R& right) {
   if constexpr (requires { left.is_less_than(right); }) {
@@ -110,11 +116,13 @@ void print_object(std::ostream& os, const BinarySerializable& object) {
   }
 }
 
+/// See print_object.
 template <class R>
 bool equal_objects(const BinarySerializable& left, const BinarySerializable& right) {
   return equal_bodies(static_cast<const R&>(left), static_cast<const R&>(right));
 }
 
+/// See print_object.
 template <class R>
 bool less_objects(const BinarySerializable& left, const BinarySerializable& right) {
   return less_bodies(static_cast<const R&>(left), static_cast<const R&>(right));
