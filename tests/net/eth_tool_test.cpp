@@ -16,6 +16,7 @@
 
 #include "qel/net/eth_interface_monitor.h"
 #include "tests/net/private_network.h"
+#include "tests/support/emulator.h"
 
 namespace qel {
 namespace {
@@ -136,6 +137,9 @@ std::string failure(Step step) {
 }
 
 TEST(EthTool, AsksTheKernel) {
+  if (test::UNDER_EMULATOR) {
+    GTEST_SKIP() << test::EMULATOR_LACKS_ETHTOOL;
+  }
   if (const std::string& reason = test::enter_private_network(); !reason.empty()) {
     GTEST_SKIP() << reason;
   }
