@@ -2,34 +2,26 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <linux/if_link.h>
 #include <linux/if_packet.h>
-#include <linux/rtnetlink.h>
-#include <linux/veth.h>
 #include <net/if.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstddef>
-#include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 #include <system_error>
 
 namespace qel::test {
 
 namespace {
 
-[[noreturn]] void throw_error(int error, const std::string& what) {
-  throw std::system_error(error, std::generic_category(), what);
-}
-
 void require(bool succeeded, const std::string& what) {
   if (!succeeded) {
-    throw_error(errno, what);
+    throw std::system_error(errno, std::generic_category(), what);
   }
 }
 
@@ -59,57 +51,12 @@ std::string try_to_enter_private_network() {
   return {};
 }
 
-/// A netlink message that is put together piece by piece (rtnetlink(7)).
-class NetlinkRequest {
- public:
-  NetlinkRequest(std::uint16_t type, std::uint16_t flags) : octets_{} {
-    header().nlmsg_type = type;
-    header().nlmsg_flags = flags;
-    header().nlmsg_len = NLMSG_HDRLEN;
+/// By ip(8), which inherits the namespace. User-mode qemu would not swap what is nested in netlink attributes.
+void ip_link(const std::string& arguments) {
+  if (std::system(("ip link " + arguments).c_str()) != 0) {
+    throw std::runtime_error("failed: ip link " + arguments);
   }
-
-  /// Appends octets, and zeros up to the next multiple of four.
-  void append(const void* data, std::size_t size) {
-    std::memcpy(octets_.data() + header().nlmsg_len, data, size);
-    header().nlmsg_len += static_cast<std::uint32_t>(NLMSG_ALIGN(size));
-  }
-  void append_attribute(std::uint16_t type, const std::string& text) {
-    const rtattr attribute{static_cast<std::uint16_t>(RTA_LENGTH(text.size() + 1)), type};
-    append(&attribute, sizeof(attribute));
-    append(text.c_str(), text.size() + 1);
-  }
-  /// An attribute around what `content` appends.
-  template <class Content>
-  void nest(std::uint16_t type, Content content) {
-    const std::uint32_t begin = header().nlmsg_len;
-    rtattr attribute{0, type};
-    append(&attribute, sizeof(attribute));
-    content();
-    attribute.rta_len = static_cast<std::uint16_t>(header().nlmsg_len - begin);
-    std::memcpy(octets_.data() + begin, &attribute, sizeof(attribute));
-  }
-
-  /// Sends it, and returns the kernel's answer: 0, or an errno.
-  int send() {
-    const FileDescriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));
-    header().nlmsg_flags |= NLM_F_REQUEST | NLM_F_ACK;
-    require(::send(socket.get(), octets_.data(), header().nlmsg_len, 0) >= 0, "netlink");
-    struct {
-      nlmsghdr header;
-      nlmsgerr error;
-      std::array<std::uint8_t, 1024> rest;
-    } answer{};
-    require(::recv(socket.get(), &answer, sizeof(answer), 0) >=
-                static_cast<ssize_t>(sizeof(answer.header) + sizeof(answer.error)),
-            "netlink");
-    return -answer.error.error;
-  }
-
- private:
-  nlmsghdr& header() { return *static_cast<nlmsghdr*>(static_cast<void*>(octets_.data())); }
-
-  alignas(nlmsghdr) std::array<std::uint8_t, 1024> octets_;
-};
+}
 
 ifreq flags_of(int socket, const std::string& name) {
   ifreq request{};
@@ -126,35 +73,11 @@ const std::string& enter_private_network() {
 }
 
 void add_veth_pair(const std::string& name, const std::string& peer) {
-  const ifinfomsg any_interface{};
-  NetlinkRequest request(RTM_NEWLINK, NLM_F_CREATE | NLM_F_EXCL);
-  request.append(&any_interface, sizeof(any_interface));
-  request.append_attribute(IFLA_IFNAME, name);
-  request.nest(IFLA_LINKINFO, [&] {
-    request.append_attribute(IFLA_INFO_KIND, "veth");
-    request.nest(IFLA_INFO_DATA, [&] {
-      request.nest(VETH_INFO_PEER, [&] {
-        request.append(&any_interface, sizeof(any_interface));
-        request.append_attribute(IFLA_IFNAME, peer);
-      });
-    });
-  });
-  if (const int error = request.send(); error != 0) {
-    throw_error(error, "cannot add " + name + " and " + peer);
-  }
-  change_interface_flags(name, IFF_UP, 0);
+  ip_link("add " + name + " up type veth peer name " + peer);
   change_interface_flags(peer, IFF_UP, 0);
 }
 
-void remove_interface(const std::string& name) {
-  const ifinfomsg any_interface{};
-  NetlinkRequest request(RTM_DELLINK, 0);
-  request.append(&any_interface, sizeof(any_interface));
-  request.append_attribute(IFLA_IFNAME, name);
-  if (const int error = request.send(); error != 0) {
-    throw_error(error, "cannot remove " + name);
-  }
-}
+void remove_interface(const std::string& name) { ip_link("delete " + name); }
 
 void change_interface_flags(const std::string& name, unsigned int set, unsigned int cleared) {
   const FileDescriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));

@@ -11,7 +11,7 @@ namespace qel::test {
 /// first call does anything, the others repeat its result.
 const std::string& enter_private_network();
 
-/// The functions below throw std::system_error.
+/// The functions below throw std::runtime_error.
 
 /// Makes two Ethernet interfaces, joined by a cable and up.
 void add_veth_pair(const std::string& name, const std::string& peer);
