@@ -24,6 +24,7 @@
 #include "tests/mesh/process.h"
 #include "tests/net/private_network.h"
 #include "tests/platform/private_bus.h"
+#include "tests/support/emulator.h"
 #include "tools/meshd/frame.h"
 #include "tools/meshd/messages.h"
 
@@ -119,6 +120,9 @@ class Plug {
 class MeshTest : public testing::Test {
  protected:
   void SetUp() override {
+    if (qel::test::UNDER_EMULATOR) {
+      GTEST_SKIP() << qel::test::EMULATOR_LACKS_PACKETS;
+    }
     if (const std::string& reason = qel::test::enter_private_network(); !reason.empty()) {
       GTEST_SKIP() << reason;
     }

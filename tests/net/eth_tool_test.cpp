@@ -14,6 +14,7 @@
 
 #include "qel/net/eth_interface_monitor.h"
 #include "tests/net/private_network.h"
+#include "tests/support/emulator.h"
 
 namespace qel {
 namespace {
@@ -120,6 +121,9 @@ TEST(EthTool, SurvivesADriverThatChangesItsMind) {
 }
 
 TEST(EthTool, AsksTheKernelAndLeavesNothingOpen) {
+  if (test::UNDER_EMULATOR) {
+    GTEST_SKIP() << test::EMULATOR_LACKS_ETHTOOL;
+  }
   if (const std::string& reason = test::enter_private_network(); !reason.empty()) {
     GTEST_SKIP() << reason;
   }

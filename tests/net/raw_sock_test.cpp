@@ -193,7 +193,7 @@ TEST_F(RawSockOnCable, TakesOnlyWhatItsFilterLetsPass) {
   EXPECT_EQ(taken_by(*sock), make_frame(60, 0x42));
 
   const int fd = sock->get_sock_fd();
-  program.len = 0;
+  program.len = 1;  // ends without a verdict
   EXPECT_EQ(sock->apply_filter(&program), generic(EINVAL));
   EXPECT_FALSE(is_open(fd));
   EXPECT_EQ(sock->get_fd(), -1);
