@@ -6,13 +6,12 @@
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_tlv_type.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
-#include "tests/support/golden.h"
+#include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
 using std::make_unique;
-using test::mac;
 using AL = MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>;
 using MAC = MACAddressTLVCommon<TLVType::MAC_ADDRESS>;
 using enum MessageVersion;
@@ -23,13 +22,9 @@ static_assert(!std::is_copy_constructible_v<Message> && std::is_move_constructib
 const MessageHead DISCOVERY(IEEE1905_1, TOPOLOGY_DISCOVERY_MESSAGE, 0x0102, 0, true, false);
 
 MessageHead odd_head() {
-  MessageHead head;
-  head.set_message_version(MessageVersion(7));
-  head.set_message_type(MessageType(0x1234));
-  head.set_message_id(1);
-  head.set_fragment_id(255);
-  head.set_relay_indicator(true);
-  return head;
+  return filled(MessageHead(), &MessageHead::set_message_version, 7, &MessageHead::set_message_type, 0x1234,
+                &MessageHead::set_message_id, 1, &MessageHead::set_fragment_id, 255, &MessageHead::set_relay_indicator,
+                true);
 }
 
 TEST(MessageHead, Golden) {
@@ -58,9 +53,9 @@ TEST(MessageHead, Fields) {
 TEST(Message, Golden) {
   Message message(DISCOVERY);
   MessageList& list = message.get_list();
-  list.add_TLV(make_unique<AL>(mac("021A2B3C4D5E")));
+  list.add_TLV(make_unique<AL>(A));
   list.add_TLV(make_unique<VendorSpecificTLV>(VENDOR_OUI, make_unique<QELTLVType>(make_unique<EndOfMessageTLV>())));
-  list.add_TLV(make_unique<MAC>(mac("06F1E2D3C4B5")));
+  list.add_TLV(make_unique<MAC>(B));
   list.add_TLV(make_unique<EndOfMessageTLV>());
   const test::Golden<Message> golden(
       std::move(message),
@@ -104,18 +99,15 @@ TEST(Message, DecodingIsAllOrNothing) {
 }
 
 TEST(MessageList, MovesTLVsInOrder) {
-  const auto list_of = [](std::initializer_list<const char*> addresses) {
+  const auto list_of = [](std::initializer_list<MACAddress> addresses) {
     MessageList list;
-    for (const char* const address : addresses) {
-      std::unique_ptr<TLV> tlv = make_unique<AL>(mac(address));
+    for (const MACAddress& address : addresses) {
+      std::unique_ptr<TLV> tlv = make_unique<AL>(address);
       list.add_TLV(tlv);
       EXPECT_EQ(tlv, nullptr);
     }
     return list;
   };
-  const char* const A = "0000000000A1";
-  const char* const B = "0000000000B2";
-  const char* const C = "0000000000C3";
   MessageList list = list_of({A});
   MessageList middle = list_of({B, C});
   MessageList last = list_of({A});
