@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <optional>
-#include <random>
 #include <vector>
 
 namespace qel::ieee802_11 {
@@ -83,7 +81,6 @@ TEST(SecurityMapping, OrderOfSuitesDoesNotMatterAndOtherFieldsDoNot) {
   rsn.set_rsn_capabilities(0x12C8);
   rsn.set_group_management_cipher(suite(6));
   EXPECT_EQ(security_from_rsn_element(rsn), WPA_WPA2_MIXED);
-  EXPECT_EQ(security_from_rsn_element(element(CCMP, {{CCMP}}, {{SAE, PSK}})), WPA2_WPA3_MIXED);
   // Without a group data cipher nothing else counts.
   EXPECT_EQ(security_from_rsn_element(element({}, {{CCMP}}, {{PSK}})), NONE);
 }
@@ -115,34 +112,6 @@ TEST(SecurityMapping, OtherCombinationsAreUndefined) {
       element(8, {{8}}, {{PSK}}),
   };
   for (const IEEE802_11_RSNElement& rsn : rows) {
-    EXPECT_EQ(security_from_rsn_element(rsn), UNDEFINED) << rsn;
-  }
-}
-
-/// A suite of no mode: of another OUI or of an unused type.
-Suite random_stranger(std::mt19937& random) {
-  Suite suite(static_cast<unsigned char>(19 + random() % 237));
-  if (random() % 2 == 0) {
-    suite = Suite(static_cast<unsigned char>(std::array{CCMP, PSK, SAE}[random() % 3]));
-    suite.set_oui({0x00, 0x0F, static_cast<unsigned char>(random() % 0xAC)});
-  }
-  return suite;
-}
-
-TEST(SecurityMapping, RandomSuitesAreUndefined) {
-  std::mt19937 random(20201);
-  for (int i = 0; i < 1000; ++i) {
-    IEEE802_11_RSNElement rsn = *create_rsn_element_from_security(static_cast<WLANSecurity>(4 + random() % 8));
-    Suites pairwise = rsn.get_pairwise_cipher_list();
-    Suites akm = rsn.get_akm_suite_list();
-    Suites& list = random() % 2 == 0 ? pairwise : akm;
-    if (random() % 2 == 0) {
-      list.push_back(random_stranger(random));
-    } else {
-      list[random() % list.size()] = random_stranger(random);
-    }
-    rsn.set_pairwise_cipher_list(pairwise);
-    rsn.set_akm_suite_list(akm);
     EXPECT_EQ(security_from_rsn_element(rsn), UNDEFINED) << rsn;
   }
 }

