@@ -60,18 +60,10 @@ TEST(ChannelRecords, Golden) {
   test::check_golden_of(OperatingClassChannel(128, 155), "80 9B", "OperatingClass: 128 on Channel: 155");
 }
 
-TEST(ChannelRecords, WithListsAreOrderedByClassAndList) {
-  const auto a = restricted(81, {{9, 9}});
-  const auto b = restricted(81, {{9, 9}, {1, 1}});
-  const auto c = restricted(81, {{10, 1}});
-  const auto d = restricted(82, {});
-  test::expect_ascending<RestrictedOperatingClass>({&a, &b, &c, &d});
-  const auto e = preference(81, {7}, 15, 3);
-  const auto f = preference(81, {8}, 1, 14);
-  const auto g = preference(81, {8}, 14, 0);
-  const auto h = preference(81, {8}, 14, 1);
-  const auto i = preference(82, {}, 0, 0);
-  test::expect_ascending<ChannelPreference>({&e, &f, &g, &h, &i});
+TEST(ChannelPreference, IsOrderedByClassChannelsScoreAndReason) {
+  const ChannelPreference in[] = {preference(81, {7}, 15, 3), preference(81, {8}, 1, 14), preference(81, {8}, 14, 0),
+                                  preference(81, {8}, 14, 1), preference(82, {}, 0, 0)};
+  test::expect_ascending<ChannelPreference>({&in[0], &in[1], &in[2], &in[3], &in[4]});
 }
 
 TEST(ChannelPreference, KeepsFourBitsOfScoreAndOfReason) {

@@ -71,14 +71,6 @@ TEST(MeasurementTLVs, Golden) {
   });
 }
 
-TEST(MeasurementTLVs, RecordsAreOrderedFieldByField) {
-  const auto one = channel(1, {A, B}), other = channel(1, {B}), third = channel(2, {});
-  test::expect_ascending<UnassociatedSTAChannel>({&one, &other, &third});
-  const auto longer = channels(81, {1, 6, 11}), shorter = channels(81, {1, 6}), later = channels(81, {2}),
-             higher = channels(82, {1});
-  test::expect_ascending<APChannelReportList>({&shorter, &longer, &later, &higher});
-}
-
 TEST(MeasurementTLVs, ABeaconQueryRefusesWhatWouldMeanNothing) {
   const char* const REPORTS = "Invalid number of reports";
   const char* const ELEMENTS = "Invalid number of elements";

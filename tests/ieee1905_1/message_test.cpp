@@ -37,16 +37,13 @@ TEST(MessageHead, Golden) {
                         "Type: 4660 version: 7 MID: 1 FID: 255 LastFragment: false Relay: true", reserved);
 }
 
-TEST(MessageHead, Fields) {
-  MessageHead head = odd_head();
-  EXPECT_EQ(std::tuple(head.get_message_version(), head.get_message_type(), head.get_message_id(),
-                       head.get_fragment_id(), head.get_last_fragment_indicator(), head.get_relay_indicator()),
-            std::tuple(MessageVersion(7), MessageType(0x1234), 1, 255, false, true));
+TEST(MessageHead, IsThatOfAFragmentUnlessItIsFirstAndLast) {
   for (const auto& [last, fragment, fragmented] :
        {std::tuple(true, 0, false), {true, 2, true}, {false, 0, true}, {false, 2, true}}) {
-    head.set_last_fragment_indicator(last);
-    head.set_fragment_id(static_cast<std::uint8_t>(fragment));
-    EXPECT_EQ(head.is_fragmented(), fragmented);
+    EXPECT_EQ(
+        filled(DISCOVERY, &MessageHead::set_last_fragment_indicator, last, &MessageHead::set_fragment_id, fragment)
+            .is_fragmented(),
+        fragmented);
   }
 }
 
@@ -126,10 +123,7 @@ TEST(MessageList, MovesTLVsInOrder) {
   message.set_head(DISCOVERY);
   message.set_list(std::move(list));
   EXPECT_TRUE(message.get_list() == list_of({A, B, C, A}));
-  EXPECT_TRUE(message.get_head() == DISCOVERY);
   test::expect_unequal(message, Message(DISCOVERY));
-  message.get_list().clear_TLV_list();
-  EXPECT_TRUE(message == Message(DISCOVERY));
 }
 
 TEST(Message, QELMessageTypeNeedsAllOfItsConditions) {

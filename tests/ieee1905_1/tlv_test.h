@@ -62,6 +62,15 @@ inline auto decode_tlv(const test::Octets& wire) {
   return test::decode(wire, [&] { return blank_tlv(wire); });
 }
 
+/// Decodes into an object that was used before; the text of the exception, if any.
+template <class T>
+string decode_into(T& object, const string& wire) {
+  const test::Octets input = octets(wire);
+  serialization::MemoryIStream is(input);
+  serialization::SerializationContext context;
+  return test::refusal([&] { object.deserialize_impl(is, context); });
+}
+
 /// A golden row. Unless told otherwise, neither type nor length is compared with anything.
 template <class T>
 struct Row : test::Golden<T> {
