@@ -245,14 +245,6 @@ TEST(OperatingClass, HasPrimaryFrequenciesForCapabilities) {
   EXPECT_TRUE(std::ranges::is_sorted(of_40_mhz));
 }
 
-TEST(OperatingClass, TurnsBehaviorsIntoCapabilities) {
-  EXPECT_EQ(Lookup::behaviors_to_channel_capabilities(nullptr), Capabilities());
-  const auto all = std::make_unique<std::vector<Deduction::Behavior>>(std::vector{UPPER, UNMAPPED, EIGHTY_PLUS, LOWER});
-  EXPECT_EQ(Lookup::behaviors_to_channel_capabilities(all), Capabilities(0x1C0));
-  EXPECT_EQ(Lookup::behaviors_from_channel_capabilities(Capabilities(0x1FF)), (std::set{EIGHTY_PLUS, LOWER, UPPER}));
-  EXPECT_THAT(Lookup::behaviors_from_channel_capabilities(Capabilities(0x03F)), IsEmpty());
-}
-
 TEST(OperatingClass, OfATableOfOnesOwn) {
   const Lookup lookup{{9, kHz(5000000), MHz(40), {44, 36}, {}, {UNMAPPED, EIGHTY_PLUS}},
                       {7, kHz(2407000), MHz(25), {}, {6, 11}, {LOWER, UPPER}}};

@@ -171,6 +171,12 @@ TEST(JsonStream, KeepsAFailingStreamsExceptionToItselfAndNeedsMemory) {
 /// What each wrapper says when its name or a brace of its is refused.
 TEST(JsonWrapper, SaysWhichPieceWasRefused) {
   using Step = void (*)(YAJLStream&);
+  const auto failure_of = [](Step prepare, Step wrap) {
+    Output output;
+    prepare(output.stream);
+    return test::refusal([&] { wrap(output.stream); });
+  };
+  const Step nothing = [](YAJLStream&) {};
   const Step complete = [](YAJLStream& stream) { stream.write_null(); };
   const Step in_object = [](YAJLStream& stream) { stream.open_object(); };
   const Step at_the_depth_limit = [](YAJLStream& stream) {
@@ -179,57 +185,36 @@ TEST(JsonWrapper, SaysWhichPieceWasRefused) {
     stream.close_array();
     stream.open_object();
   };
-  const Step nothing = [](YAJLStream&) {};
-  const Step never = [](YAJLStream&) { FAIL(); };
-  const Step close_object = [](YAJLStream& stream) { stream.close_object(); };
-  const Step close_array = [](YAJLStream& stream) { stream.close_array(); };
-  const Step close_both_objects = [](YAJLStream& stream) { stream.close_object() && stream.close_object(); };
-  const Step close_array_and_object = [](YAJLStream& stream) { stream.close_array() && stream.close_object(); };
-  const struct {
-    Step before;
-    const char* name;  // of the member, or null
-    Step content;
-    std::string object, array;  // the one wrapper's complaint and the other's; empty: not tried
-  } rows[] = {
-      {complete, nullptr, never, "opening brace for wrapper object", "opening brace for wrapper array"},
-      {complete, "m", never, "wrapper object name: m", "wrapper array name: m"},
-      {nothing, nullptr, close_object, "closing brace for wrapper object", ""},
-      {nothing, nullptr, close_array, "", "closing brace for wrapper array"},
-      {at_the_depth_limit, "m", never, "opening brace for wrapper object: m", "opening brace for wrapper array: m"},
-      {in_object, "m", close_both_objects, "closing brace for wrapper object: m", ""},
-      {in_object, "m", close_array_and_object, "", "closing brace for wrapper array: m"},
+  const Step object = [](YAJLStream& stream) { wrap_in_yajl_object(stream, [&] { stream.close_object(); }); };
+  const Step array = [](YAJLStream& stream) { wrap_in_yajl_array(stream, [&] { stream.close_array(); }); };
+  const Step member_object = [](YAJLStream& stream) {
+    wrap_in_yajl_object(stream, "m", [&] { stream.close_object() && stream.close_object(); });
   };
-  for (const auto& row : rows) {
-    const auto failure_of = [&row](auto wrap) {
-      Output output;
-      row.before(output.stream);
-      const auto content = [&] { row.content(output.stream); };
-      return test::refusal(
-          [&] { row.name == nullptr ? wrap(output.stream, content) : wrap(output.stream, row.name, content); });
-    };
-    if (!row.object.empty()) {
-      EXPECT_EQ(failure_of([](auto&... arguments) { wrap_in_yajl_object(arguments...); }),
-                "Failed to write " + row.object);
-    }
-    if (!row.array.empty()) {
-      EXPECT_EQ(failure_of([](auto&... arguments) { wrap_in_yajl_array(arguments...); }),
-                "Failed to write " + row.array);
-    }
-  }
+  const Step member_array = [](YAJLStream& stream) {
+    wrap_in_yajl_array(stream, "m", [&] { stream.close_array() && stream.close_object(); });
+  };
+  EXPECT_EQ(failure_of(complete, object), "Failed to write opening brace for wrapper object");
+  EXPECT_EQ(failure_of(complete, array), "Failed to write opening brace for wrapper array");
+  EXPECT_EQ(failure_of(complete, member_object), "Failed to write wrapper object name: m");
+  EXPECT_EQ(failure_of(complete, member_array), "Failed to write wrapper array name: m");
+  EXPECT_EQ(failure_of(nothing, object), "Failed to write closing brace for wrapper object");
+  EXPECT_EQ(failure_of(nothing, array), "Failed to write closing brace for wrapper array");
+  EXPECT_EQ(failure_of(at_the_depth_limit, member_object), "Failed to write opening brace for wrapper object: m");
+  EXPECT_EQ(failure_of(at_the_depth_limit, member_array), "Failed to write opening brace for wrapper array: m");
+  EXPECT_EQ(failure_of(in_object, member_object), "Failed to write closing brace for wrapper object: m");
+  EXPECT_EQ(failure_of(in_object, member_array), "Failed to write closing brace for wrapper array: m");
 }
 
 TEST(JsonStrings, EscapeAndUnescape) {
-  const struct {
-    std::string plain, escaped;
-  } rows[] = {
+  const std::pair<std::string, std::string> rows[] = {
       {"", ""},
       {"\n\b\t\r\f\"\\", R"(\n\b\t\r\f\"\\)"},
       {"/\x01\x7F\xC3\xA9", "/\x01\x7F\xC3\xA9"},
       {"\\n", R"(\\n)"},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(json_string_escape(row.plain), row.escaped);
-    EXPECT_EQ(json_string_unescape(row.escaped), row.plain);
+  for (const auto& [plain, escaped] : rows) {
+    EXPECT_EQ(json_string_escape(plain), escaped);
+    EXPECT_EQ(json_string_unescape(escaped), plain);
   }
   EXPECT_EQ(json_string_escape(std::string("a\0b", 3)), R"(a\0b)");
   // What is never written:

@@ -74,7 +74,6 @@ TEST(MeshctlOpclass, RefusesWhatMakesNoSenseInOneLine) {
       {"of", "--freq is required"},
       {"of --freq 0", "--freq: Value 0 is no whole number from 1 to 100000"},
       {"of --freq 5180.5", "--freq: Value 5180.5"},
-      {"of --freq 99999999999999999999", "--freq: Value 99999999999999999999"},
       {"of --freq 5000", "No mapping available for primary segment of channel info primary frequency: 5000000 kHz"},
       {"of --freq 5180 --width 30 --center 5190", "--width: 30 not in {20,40,80,160,80+80}"},
       {"of --freq 5180 --width 40", "--width requires --center"},
@@ -82,9 +81,7 @@ TEST(MeshctlOpclass, RefusesWhatMakesNoSenseInOneLine) {
       {"of --freq 5180 --width 40 --center 5290", "not within primary segment"},
       {"of --freq 5180 --width 80 --center 5210 --secondary 5530", "--secondary requires --width 80+80"},
       {"of --freq 5180 --width 80+80 --center 5210", "--width 80+80 requires --secondary"},
-      {"freq 116", "CHANNEL is required"},
       {"freq 116 256", "CHANNEL: Value 256"},
-      {"freq -1 36", "CLASS: Value -1"},
       {"freq 124 36", "Provided opclass 124 not valid!"},
   };
   for (const auto& [arguments, complaint] : rows) {
