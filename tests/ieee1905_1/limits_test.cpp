@@ -81,6 +81,7 @@ TEST(Limits, OfTheLengthWhenEncoding) {
 
 TEST(Limits, PlaceholdersAreNotEncoded) {
   check_limit(DummyTLV(), "DummyTLV is not serializable!");
+  check_limit(QELTLVType(), "DummyTLV is not serializable!");
   check_limit(VendorSpecificTLV(VENDOR_OUI, std::make_unique<QELTLVType>()), "DummyTLV is not serializable!");
   check_limit(VendorSpecificTLV(VENDOR_OUI), "VendorSpecificUnknown is not serializable!");
 }

@@ -92,7 +92,7 @@ template <class T>
 void check_limit(const T& object, const string& refused) {
   const Written result = test::encode(object, "AB");
   EXPECT_EQ(result.refused, refused);
-  if (!refused.empty()) {
+  if (!result.refused.empty()) {
     EXPECT_EQ(result.octets, "4142");
     return;
   }
