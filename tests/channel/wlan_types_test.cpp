@@ -1,6 +1,5 @@
 #include "qel/channel/wlan_types.h"
 
-#include <functional>
 #include <limits>
 
 #include "qel/channel/type_with_ratio.h"
@@ -55,18 +54,6 @@ TEST(WLANTypes, HaveTheTextsOfTheirBits) {
       "INVALID CHANNEL CAPABILITY");
   test::check_enum_texts<ChannelConfigBit>("0 REMOTE_DISTURBER 1 PERFORMANCE_OPTIMIZATION 2 INVALID_MAX",
                                            "INVALID CHANNEL PROPERTY");
-}
-
-template <class Left, template <class> class Operator, class Right>
-constexpr bool MIXES =
-    std::is_invocable_v<Operator<void>, Left, Right> || std::is_invocable_v<Operator<void>, Right, Left>;
-
-TEST(Units, DoNotMix) {
-  EXPECT_TRUE((MIXES<kHz, std::less, kHz> && MIXES<MHz, std::plus, MHz> && MIXES<MHz, std::minus, MHz>));
-  EXPECT_FALSE((MIXES<kHz, std::equal_to, MHz> || MIXES<kHz, std::less, MHz> || MIXES<kHz, std::equal_to, long>));
-  EXPECT_FALSE((MIXES<kHz, std::plus, MHz> || MIXES<kHz, std::minus, MHz> || MIXES<kHz, std::plus, long>));
-  EXPECT_FALSE((std::is_constructible_v<kHz, MHz> || std::is_assignable_v<kHz&, MHz>));
-  EXPECT_FALSE((std::is_convertible_v<long, kHz> || std::is_convertible_v<kHz, long>));
 }
 
 TEST(Units, ConvertOnRequestAndStopAtTheirBorders) {

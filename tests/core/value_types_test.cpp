@@ -21,39 +21,24 @@ namespace {
 using test::mac;
 
 TEST(MACAddress, ParsesPairsOfDigitsWithColonsOnly) {
-  const struct {
-    const char* text;
-    bool accepted;
-    const char* octets_after;  // of an address that was 010203040506
-  } rows[] = {
-      {"aa:bb:cc:dd:ee:ff", true, "AABBCCDDEEFF"},
-      {"00:1A:2b:3C:4d:5E", true, "001A2B3C4D5E"},
-      {"", false, "010203040506"},
-      {"AA:BB:CC:DD:EE:F", false, "010203040506"},    // 16 characters
-      {"AA:BB:CC:DD:EE:FF0", false, "010203040506"},  // 18 characters
-      {"0:1:2:3:4:5", false, "010203040506"},
-      {"001A2B3C4D5E", false, "010203040506"},
-      {"AA-BB-CC-DD-EE-FF", false, "010203040506"},  // the character set
-      {"AA:BB:CC:DD:EE:FG", false, "010203040506"},
-      {"AA:BB:CC:DD:EE: F", false, "010203040506"},
-      // From here on 17 good characters: what was read before the failure is written.
-      {"0:A:2:B:4:C:6:7:8", false, "000A020B040C"},
-      {"AA:BB:CC:DD:EE:F:", false, "AABBCCDDEE0F"},
-      {"AA:BB:CC:DDEE::FF", false, "AABBCCDD0506"},
-      {"A1B2C3D4E5F6A7B8C", false, "A10203040506"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
+  const auto parsed = [](const char* text) {
     MACAddress address = mac("010203040506");
-    EXPECT_EQ(address.parse_string(row.text), row.accepted);
-    EXPECT_EQ(test::hex(address.octets()), row.octets_after);
+    const bool accepted = address.parse_string(text);
+    return test::hex(address.octets()) + (accepted ? "" : " refused");
+  };
+  EXPECT_EQ(parsed("00:1A:2b:3C:4d:5E"), "001A2B3C4D5E");
+  for (const char* const text : {"", "AA:BB:CC:DD:EE:F", "AA:BB:CC:DD:EE:FF0", "001A2B3C4D5E", "AA-BB-CC-DD-EE-FF",
+                                 "AA:BB:CC:DD:EE:FG", "AA:BB:CC:DD:EE: F"}) {
+    EXPECT_EQ(parsed(text), "010203040506 refused") << text;
   }
+  // With 17 good characters what was read before the failure is written.
+  EXPECT_EQ(parsed("0:A:2:B:4:C:6:7:8"), "000A020B040C refused");
+  EXPECT_EQ(parsed("AA:BB:CC:DD:EE:F:"), "AABBCCDDEE0F refused");
+  EXPECT_EQ(parsed("AA:BB:CC:DDEE::FF"), "AABBCCDD0506 refused");
 }
 
-TEST(MACAddress, ConstructsFromTextAndOctets) {
+TEST(MACAddress, ConstructsFromText) {
   EXPECT_EQ(MACAddress(std::string("00:1a:2B:3c:4D:5e")), mac("001A2B3C4D5E"));
-  const std::uint8_t wire[6] = {0x00, 0x1A, 0x2B, 0x3C, 0x4D, 0x5E};
-  EXPECT_EQ(MACAddress(wire), mac("001A2B3C4D5E"));
   EXPECT_EQ(MACAddress(), mac("000000000000"));
   try {
     MACAddress refused(std::string("AA-BB"));
@@ -64,7 +49,6 @@ TEST(MACAddress, ConstructsFromTextAndOctets) {
 }
 
 TEST(MACAddress, PrintsUpperCasePairs) {
-  EXPECT_EQ(mac("001A2B3C4D5E").to_string(), "00:1A:2B:3C:4D:5E");
   std::ostringstream os;
   os << std::oct << std::showbase << std::left << std::setfill('*');
   const auto flags = os.flags();
@@ -81,20 +65,11 @@ TEST(MACAddress, ReadsOneWord) {
   EXPECT_EQ(address, mac("AABBCCDDEE01"));
   EXPECT_FALSE(is >> address);
   EXPECT_EQ(is.rdstate() & std::ios_base::failbit, std::ios_base::failbit);
-  is.clear();
-  EXPECT_FALSE(is >> address);
-  EXPECT_EQ(address, mac("AABBCCDDEE01"));
 }
 
-TEST(MACAddress, OrdersByOctetsAndSwaps) {
-  MACAddress first = mac("0000000000FF");
-  MACAddress last = mac("800000000000");
-  const MACAddress middle[] = {mac("000000000100"), mac("0001FFFFFFFF"), mac("7F0000000000")};
-  test::expect_ascending<MACAddress>({&first, &middle[0], &middle[1], &middle[2], &last});
-  swap(first, last);
-  first.swap(last);
-  swap(first, last);
-  EXPECT_EQ(test::hex(first.octets()) + test::hex(last.octets()), "8000000000000000000000FF");
+TEST(MACAddress, OrdersByOctets) {
+  const MACAddress in[] = {mac("0000000000FF"), mac("000000000100"), mac("0001FFFFFFFF"), mac("800000000000")};
+  test::expect_ascending<MACAddress>({&in[0], &in[1], &in[2], &in[3]});
 }
 
 TEST(MACAddress, Predicates) {
@@ -137,13 +112,7 @@ TEST(BasicVersion, ParsesTwoNumbersWithADot) {
   for (const char* const text : {"1.2.3", "1,2", "1.", ".2", "65536.1", "1.65536", "", "1", "a.b", "1.2x", "1.2 "}) {
     EXPECT_EQ(parsed(text), "3.7 refused") << text;
   }
-  BasicVersion version;
-  version.set_major(258);
-  version.set_minor(772);
-  EXPECT_EQ(version, BasicVersion(258, 772));
-  EXPECT_EQ((std::ostringstream() << std::hex << version).str(), "258.772");
-  test::expect_unequal(version, BasicVersion(258, 0));
-  test::expect_unequal(version, BasicVersion(0, 772));
+  EXPECT_EQ((std::ostringstream() << std::hex << BasicVersion(258, 772)).str(), "258.772");
 }
 
 TEST(FixedByteBuffer, HoldsUpToItsCapacity) {
@@ -151,30 +120,14 @@ TEST(FixedByteBuffer, HoldsUpToItsCapacity) {
   const std::span octets(given);
   const FixedByteBuffer<3> full(octets.first(3));
   EXPECT_EQ(test::hex({full.data(), full.size()}), "070809");
-  EXPECT_EQ(full.capacity(), 3U);
-  EXPECT_TRUE(FixedByteBuffer<3>().empty());
-  EXPECT_FALSE(full.empty());
   EXPECT_THROW(FixedByteBuffer<3>{octets}, std::invalid_argument);
   test::expect_unequal(full, FixedByteBuffer<3>(octets.first(2)));
   test::expect_unequal(full, FixedByteBuffer<3>(octets.last(3)));
 }
 
-TEST(ID, ComparesAndSwaps) {
-  ID first(1);
-  ID second(0x80000000U);
-  EXPECT_LT(first, second);
-  EXPECT_EQ(ID().get_value(), 0U);
-  swap(first, second);
-  EXPECT_GT(first, second);
-  first.swap(second);
-  EXPECT_EQ(first.get_value(), 1U);
-}
+TEST(ID, OrdersByValue) { EXPECT_LT(ID(1), ID(0x80000000U)); }
 
-TEST(Text, UpperCaseAndPrintedValues) {
-  EXPECT_EQ(to_upper("fe80::a9z-\xE4\xFF"), "FE80::A9Z-\xE4\xFF");
-  EXPECT_EQ(to_string(BasicVersion(3, 7)), "3.7");
-  EXPECT_EQ(to_string(mac("0A0B0C0D0E0F")), "0A:0B:0C:0D:0E:0F");
-}
+TEST(Text, UpperCase) { EXPECT_EQ(to_upper("fe80::a9z-\xE4\xFF"), "FE80::A9Z-\xE4\xFF"); }
 
 TEST(VendorOUI, IsTheConfiguredOne) {
   char text[9];

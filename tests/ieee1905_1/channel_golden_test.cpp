@@ -1,28 +1,19 @@
 #include "qel/ieee1905_1/channel_preference_tlvs.h"
 #include "qel/ieee1905_1/operating_channel_tlvs.h"
-#include "qel/ieee1905_1/tlv_factory.h"
+#include "tests/ieee1905_1/tlv_test.h"
 #include "tests/support/enum_texts.h"
-#include "tests/support/golden.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using test::mac;
-using test::with;
-using G = test::Golden<TLV>;
+using G = Row<TLV>;
 
-const MACAddress A = mac("021A2B3C4D5E");
-const MACAddress B = mac("06F1E2D3C4B5");
-
-ChannelPreference preference(std::uint8_t operating_class, std::initializer_list<std::uint8_t> channels,
-                             std::uint8_t score, int reason) {
-  ChannelPreference preference;
-  preference.set_operating_class(operating_class);
-  for (const std::uint8_t channel : channels) {
-    preference.add_channel(channel);
-  }
-  preference.set_preference_score(score);
-  preference.set_reason_code(ChannelPreferenceReasonCode(reason));
+ChannelPreference preference(std::uint8_t operating_class, std::initializer_list<std::uint8_t> channels, int score,
+                             int reason) {
+  ChannelPreference preference =
+      filled(ChannelPreference(), &ChannelPreference::set_operating_class, operating_class,
+             &ChannelPreference::set_preference_score, score, &ChannelPreference::set_reason_code, reason);
+  std::ranges::for_each(channels, [&](std::uint8_t channel) { preference.add_channel(channel); });
   return preference;
 }
 const auto PREFERENCES = with(ChannelPreferenceTLV(A), &ChannelPreferenceTLV::add_channel_preference,
@@ -35,42 +26,33 @@ const auto RESTRICTION =
     with(RadioOperationRestrictionTLV(A), &RadioOperationRestrictionTLV::add_restricted_operating_class,
          {restricted(115, {{36, 4}, {44, 6}}), restricted(121, {{100, 8}})});
 
-const auto REPORT = [] {
-  OperatingChannelReportTLV tlv(A);
-  tlv.set_transmit_power_eirp(-3);
-  return with(tlv, &OperatingChannelReportTLV::add_operating_class_channel, {{128, 155}, {115, 36}});
-}();
+const auto REPORT = with(filled(OperatingChannelReportTLV(A), &OperatingChannelReportTLV::set_transmit_power_eirp, -3),
+                         &OperatingChannelReportTLV::add_operating_class_channel, {{128, 155}, {115, 36}});
 
 TEST(ChannelTLVs, Golden) {
-  const std::vector<std::size_t> head = {0, 1, 2};
-  const std::vector<G> rows = {
+  check_rows({
       G(PREFERENCES, "8B 0010 021A2B3C4D5E 02 # radio, preferences\n 73 03 24282C F7\n 51 00 2D",
         "type: CHANNEL_PREFERENCE Radio Identifier: 02:1A:2B:3C:4D:5E Preferences: ["
         "\n\tChannel Preference Operating Class: 115 Channels: [ 36 40 44 ] Preference: 15 ReasonCode: "
         "OPERATION_DISALLOWED_RADAR_DFS_CHANNEL"
-        "\n\tChannel Preference Operating Class: 81 Channels: [ ] Preference: 2 ReasonCode: RESERVED BIT 13]",
-        head),
+        "\n\tChannel Preference Operating Class: 81 Channels: [ ] Preference: 2 ReasonCode: RESERVED BIT 13]"),
       G(ChannelPreferenceTLV(B), "8B 0007 06F1E2D3C4B5 00",
-        "type: CHANNEL_PREFERENCE Radio Identifier: 06:F1:E2:D3:C4:B5 Preferences: []", head),
+        "type: CHANNEL_PREFERENCE Radio Identifier: 06:F1:E2:D3:C4:B5 Preferences: []"),
       G(RESTRICTION, "8C 0011 021A2B3C4D5E 02 # radio, operating classes\n 73 02 2404 2C06\n 79 01 6408",
         "type: RADIO_OPERATION_RESTRICTION Radio Unique Identifier:02:1A:2B:3C:4D:5E Operating Classes with "
         "Restriction: [\n\tResticted Operating Class: 115 [\n\t\tResticted Channel: 36 Freq Separation: 4"
         "\n\t\tResticted Channel: 44 Freq Separation: 6]\n\tResticted Operating Class: 121 ["
-        "\n\t\tResticted Channel: 100 Freq Separation: 8]]",
-        head),
+        "\n\t\tResticted Channel: 100 Freq Separation: 8]]"),
       G(TransmitPowerLimitTLV(B, 200), "8D 0007 06F1E2D3C4B5 C8",
-        "type: TRANSMIT_POWER_LIMIT Radio Identifier: 06:F1:E2:D3:C4:B5 Power Limit: 200", head),
+        "type: TRANSMIT_POWER_LIMIT Radio Identifier: 06:F1:E2:D3:C4:B5 Power Limit: 200"),
       G(ChannelSelectionResponseTLV(B, ChannelSelectionResponseCode::DECLINE_VIOLATES_REPORTED_PREFERED),
         "8E 0007 06F1E2D3C4B5 02",
         "type: CHANNEL_SELECTION_RESPONSE Radio Identifier: 06:F1:E2:D3:C4:B5 Response Code: "
-        "DECLINE_VIOLATES_REPORTED_PREFERED",
-        head),
+        "DECLINE_VIOLATES_REPORTED_PREFERED"),
       G(REPORT, "8F 000C 021A2B3C4D5E 02 809B 7324 FD # radio, entries, class and channel of each, power",
         "type: OPERATING_CHANNEL_REPORT Radio Identifier: 02:1A:2B:3C:4D:5E Transmit Power EIRP: -3  ["
-        "\n\tOperatingClass: 128 on Channel: 155\n\tOperatingClass: 115 on Channel: 36]",
-        head),
-  };
-  test::check_golden<TLV>(rows, [](const test::Octets& wire) { return create_TLV(TLVType(wire[0])); });
+        "\n\tOperatingClass: 128 on Channel: 155\n\tOperatingClass: 115 on Channel: 36]"),
+  });
 }
 
 TEST(ChannelRecords, Golden) {
@@ -78,18 +60,10 @@ TEST(ChannelRecords, Golden) {
   test::check_golden_of(OperatingClassChannel(128, 155), "80 9B", "OperatingClass: 128 on Channel: 155");
 }
 
-TEST(ChannelRecords, WithListsAreOrderedByClassAndList) {
-  const auto a = restricted(81, {{9, 9}});
-  const auto b = restricted(81, {{9, 9}, {1, 1}});
-  const auto c = restricted(81, {{10, 1}});
-  const auto d = restricted(82, {});
-  test::expect_ascending<RestrictedOperatingClass>({&a, &b, &c, &d});
-  const auto e = preference(81, {7}, 15, 3);
-  const auto f = preference(81, {8}, 1, 14);
-  const auto g = preference(81, {8}, 14, 0);
-  const auto h = preference(81, {8}, 14, 1);
-  const auto i = preference(82, {}, 0, 0);
-  test::expect_ascending<ChannelPreference>({&e, &f, &g, &h, &i});
+TEST(ChannelPreference, IsOrderedByClassChannelsScoreAndReason) {
+  const ChannelPreference in[] = {preference(81, {7}, 15, 3), preference(81, {8}, 1, 14), preference(81, {8}, 14, 0),
+                                  preference(81, {8}, 14, 1), preference(82, {}, 0, 0)};
+  test::expect_ascending<ChannelPreference>({&in[0], &in[1], &in[2], &in[3], &in[4]});
 }
 
 TEST(ChannelPreference, KeepsFourBitsOfScoreAndOfReason) {
@@ -116,18 +90,12 @@ TEST(ChannelTLVs, PrintTheirEnumerations) {
 }
 
 TEST(ChannelTLVs, GiveBackTheirFields) {
-  const ChannelPreference& preferred = PREFERENCES.get_channel_preference_vector()[0];
   const RestrictedOperatingClass& restricted = RESTRICTION.get_restricted_operating_class_vector()[0];
   const RestrictedChannel& channel = restricted.get_restricted_channel_vector()[1];
   const OperatingClassChannel& operating = REPORT.get_operating_class_channel_vector()[0];
-  EXPECT_EQ(preferred.get_channel_vector(), (test::Octets{36, 40, 44}));
-  EXPECT_EQ(std::tuple(preferred.get_operating_class(), restricted.get_operating_class(), channel.get_channel(),
-                       channel.get_frequency_separation(), operating.get_operating_class(), operating.get_channel()),
-            std::tuple(115, 115, 44, 6, 128, 155));
-  const ChannelSelectionResponseTLV response(B, ChannelSelectionResponseCode(3));
-  EXPECT_EQ(std::tuple(TransmitPowerLimitTLV(B, 200).get_power_limit(), REPORT.get_transmit_power_eirp(),
-                       response.get_selection_response_code()),
-            std::tuple(200, -3, ChannelSelectionResponseCode::DECLINE_BREAKS_BACKHAUL_LINK));
+  EXPECT_EQ(std::tuple(restricted.get_operating_class(), channel.get_channel(), channel.get_frequency_separation(),
+                       operating.get_operating_class(), operating.get_channel()),
+            std::tuple(115, 44, 6, 128, 155));
 }
 
 }  // namespace

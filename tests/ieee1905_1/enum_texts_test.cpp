@@ -1,16 +1,12 @@
 #include "tests/support/enum_texts.h"
 
 #include "qel/ieee1905_1/autoconfiguration_tlvs.h"
-#include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/message_head.h"
 #include "qel/ieee1905_1/neighbor_tlvs.h"
 #include "qel/ieee1905_1/tlv_factory.h"
-#include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_tlv_type.h"
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
-#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 
 namespace qel::ieee1905_1 {
 namespace {
@@ -119,13 +115,6 @@ TEST(EnumTexts, ModesGoByTheInterfaceType) {
   check_modes<DummyMode1905_1>({4, 7, 254, 255}, "255 dummy~(INVALID)");
 }
 
-TEST(EnumTexts, NumbersAreDecimalWhateverTheBase) {
-  std::ostringstream os;
-  os << std::hex << std::showbase << TLVType(42) << ' ' << QELVendorTLVType(42) << ' ' << MessageType(0x1234) << ' '
-     << QELMessageType(42) << ' ' << RoleType(42) << ' ' << IEEE802_1_Bridge(42) << ' ' << LinkMetricQuery(42);
-  EXPECT_EQ(os.str(), "42 42 4660 42 42 NO_IEEE802_1_BRIDGE 42");
-}
-
 TEST(Factories, MakeEmptyObjectsOfTheClassesOfTheirCodes) {
   std::string tlvs;
   std::string payloads;
@@ -143,16 +132,6 @@ TEST(Factories, MakeEmptyObjectsOfTheClassesOfTheirCodes) {
             " 0 1 2 3 4 6 7 8 9 10 11 12 13 14 15 16 21 128 129 130 131 132 133 134 135 136 137 138 139 140 141 142 143"
             " 144 145 146 147 148 149 150 151 152 153 154 155 156 157 158 159 160 161 162 163 203 255");
   EXPECT_EQ(payloads, " 0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16");
-
-  using enum TLVType;
-  EXPECT_EQ(*create_TLV(AL_MAC_ADDRESS), MACAddressTLVCommon<AL_MAC_ADDRESS>(MACAddress()));
-  EXPECT_EQ(*create_TLV(LINK_METRIC_QUERY), LinkMetricQueryTLV());
-  EXPECT_EQ(*create_TLV(LINK_METRIC_RESULT_CODE), LinkMetricResultCodeTLV(LinkMetricResultCode::INVALID));
-  EXPECT_EQ(*create_TLV(VENDOR_SPECIFIC), VendorSpecificTLV({0, 0, 0}, std::make_unique<VendorSpecificUnknown>(0)));
-  EXPECT_EQ(*create_TLV(DUMMY), DummyTLV(DUMMY));
-  EXPECT_EQ(*create_vendor_specific(QELVendorTLVType::QEL_TLV_TYPE), QELTLVType(std::make_unique<DummyTLV>()));
-  EXPECT_EQ(*create_vendor_specific(QELVendorTLVType::QEL_MESSAGETYPE_TLV), QELMessageTypeTLV(QELMessageType::INVALID));
-  EXPECT_EQ(*create_vendor_specific(QELVendorTLVType::QEL_MESHD_VERSION_TLV), QELMeshdVersionTLV(BasicVersion(0, 0)));
 }
 
 }  // namespace

@@ -6,13 +6,12 @@
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_tlv_type.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
-#include "tests/support/golden.h"
+#include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
 using std::make_unique;
-using test::mac;
 using AL = MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>;
 using MAC = MACAddressTLVCommon<TLVType::MAC_ADDRESS>;
 using enum MessageVersion;
@@ -23,13 +22,9 @@ static_assert(!std::is_copy_constructible_v<Message> && std::is_move_constructib
 const MessageHead DISCOVERY(IEEE1905_1, TOPOLOGY_DISCOVERY_MESSAGE, 0x0102, 0, true, false);
 
 MessageHead odd_head() {
-  MessageHead head;
-  head.set_message_version(MessageVersion(7));
-  head.set_message_type(MessageType(0x1234));
-  head.set_message_id(1);
-  head.set_fragment_id(255);
-  head.set_relay_indicator(true);
-  return head;
+  return filled(MessageHead(), &MessageHead::set_message_version, 7, &MessageHead::set_message_type, 0x1234,
+                &MessageHead::set_message_id, 1, &MessageHead::set_fragment_id, 255, &MessageHead::set_relay_indicator,
+                true);
 }
 
 TEST(MessageHead, Golden) {
@@ -42,25 +37,22 @@ TEST(MessageHead, Golden) {
                         "Type: 4660 version: 7 MID: 1 FID: 255 LastFragment: false Relay: true", reserved);
 }
 
-TEST(MessageHead, Fields) {
-  MessageHead head = odd_head();
-  EXPECT_EQ(std::tuple(head.get_message_version(), head.get_message_type(), head.get_message_id(),
-                       head.get_fragment_id(), head.get_last_fragment_indicator(), head.get_relay_indicator()),
-            std::tuple(MessageVersion(7), MessageType(0x1234), 1, 255, false, true));
+TEST(MessageHead, IsThatOfAFragmentUnlessItIsFirstAndLast) {
   for (const auto& [last, fragment, fragmented] :
        {std::tuple(true, 0, false), {true, 2, true}, {false, 0, true}, {false, 2, true}}) {
-    head.set_last_fragment_indicator(last);
-    head.set_fragment_id(static_cast<std::uint8_t>(fragment));
-    EXPECT_EQ(head.is_fragmented(), fragmented);
+    EXPECT_EQ(
+        filled(DISCOVERY, &MessageHead::set_last_fragment_indicator, last, &MessageHead::set_fragment_id, fragment)
+            .is_fragmented(),
+        fragmented);
   }
 }
 
 TEST(Message, Golden) {
   Message message(DISCOVERY);
   MessageList& list = message.get_list();
-  list.add_TLV(make_unique<AL>(mac("021A2B3C4D5E")));
+  list.add_TLV(make_unique<AL>(A));
   list.add_TLV(make_unique<VendorSpecificTLV>(VENDOR_OUI, make_unique<QELTLVType>(make_unique<EndOfMessageTLV>())));
-  list.add_TLV(make_unique<MAC>(mac("06F1E2D3C4B5")));
+  list.add_TLV(make_unique<MAC>(B));
   list.add_TLV(make_unique<EndOfMessageTLV>());
   const test::Golden<Message> golden(
       std::move(message),
@@ -104,18 +96,15 @@ TEST(Message, DecodingIsAllOrNothing) {
 }
 
 TEST(MessageList, MovesTLVsInOrder) {
-  const auto list_of = [](std::initializer_list<const char*> addresses) {
+  const auto list_of = [](std::initializer_list<MACAddress> addresses) {
     MessageList list;
-    for (const char* const address : addresses) {
-      std::unique_ptr<TLV> tlv = make_unique<AL>(mac(address));
+    for (const MACAddress& address : addresses) {
+      std::unique_ptr<TLV> tlv = make_unique<AL>(address);
       list.add_TLV(tlv);
       EXPECT_EQ(tlv, nullptr);
     }
     return list;
   };
-  const char* const A = "0000000000A1";
-  const char* const B = "0000000000B2";
-  const char* const C = "0000000000C3";
   MessageList list = list_of({A});
   MessageList middle = list_of({B, C});
   MessageList last = list_of({A});
@@ -134,10 +123,7 @@ TEST(MessageList, MovesTLVsInOrder) {
   message.set_head(DISCOVERY);
   message.set_list(std::move(list));
   EXPECT_TRUE(message.get_list() == list_of({A, B, C, A}));
-  EXPECT_TRUE(message.get_head() == DISCOVERY);
   test::expect_unequal(message, Message(DISCOVERY));
-  message.get_list().clear_TLV_list();
-  EXPECT_TRUE(message == Message(DISCOVERY));
 }
 
 TEST(Message, QELMessageTypeNeedsAllOfItsConditions) {

@@ -2,31 +2,20 @@
 #include "qel/ieee1905_1/client_association_control_tlv.h"
 #include "qel/ieee1905_1/steering_policy_tlvs.h"
 #include "qel/ieee1905_1/steering_tlvs.h"
-#include "tests/ieee1905_1/check_limit.h"
+#include "tests/ieee1905_1/tlv_test.h"
 #include "tests/support/enum_texts.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using std::string;
-using test::mac;
-using test::with;
-using G = test::Golden<TLV>;
+using G = Row<TLV>;
 using Target = SteeringRequestTargetBSSID;
-
-const MACAddress A = mac("021A2B3C4D5E");
-const MACAddress B = mac("06F1E2D3C4B5");
-const MACAddress C = mac("0A0918273645");
-const MACAddress D = mac("0E7D6C5B4A39");
 
 const SteeringRadioPolicy RADIO(D, SteeringPolicyType::AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED, 128, 70);
 const auto METRICS = [] {
-  MetricReportingRadioPolicy radio(B);
-  radio.set_rcpi_threshold(90);
-  radio.set_hysteresis_override(3);
-  radio.set_reporting_threshold(180);
-  radio.set_statistics(true);
-  return radio;
+  using T = MetricReportingRadioPolicy;
+  return filled(T(B), &T::set_rcpi_threshold, 90, &T::set_hysteresis_override, 3, &T::set_reporting_threshold, 180,
+                &T::set_statistics, true);
 }();
 const Target TARGET(D, 115, 36);
 const string TARGET_OCTETS = "0E7D6C5B4A39 73 24 # BSSID, class, channel\n";
@@ -39,34 +28,20 @@ SteeringPolicyTLV steering_policy(const std::vector<MACAddress>& local, const st
   return with(with(tlv, &T::add_btm_steering_disallowed_sta, btm), &T::add_radio_policy, radios);
 }
 
-SteeringRequestTLV steering_request(SteeringRequestTLV tlv, const std::vector<MACAddress>& stations,
+SteeringRequestTLV steering_request(const SteeringRequestTLV& tlv, const std::vector<MACAddress>& stations,
                                     const std::vector<Target>& targets) {
   using T = SteeringRequestTLV;
-  return with(with(std::move(tlv), &T::add_steering_sta_mac, stations), &T::add_target_bssid, targets);
+  return with(with(tlv, &T::add_steering_sta_mac, stations), &T::add_target_bssid, targets);
 }
 
-SteeringRequestTLV mandate() {
-  SteeringRequestTLV tlv(A);
-  tlv.set_steering_mandated(true);
-  tlv.set_btm_abridged(true);
-  tlv.set_steering_opertunity_window(258);
-  tlv.set_disassociation_timer(772);
-  return tlv;
-}
-
-SteeringRequestTLV opportunity() {
-  SteeringRequestTLV tlv(D);
-  tlv.set_btm_disassociation_imminent(true);
-  tlv.set_steering_opertunity_window(4660);
-  return tlv;
-}
+using Request = SteeringRequestTLV;
+const Request MANDATE = filled(Request(A), &Request::set_steering_mandated, true, &Request::set_btm_abridged, true,
+                               &Request::set_steering_opertunity_window, 258, &Request::set_disassociation_timer, 772);
+const Request OPPORTUNITY =
+    filled(Request(D), &Request::set_btm_disassociation_imminent, true, &Request::set_steering_opertunity_window, 4660);
 
 const SteeringBTMReportTLV ANSWER(A, B, 4);
-const auto ANSWER_WITH_TARGET = [] {
-  auto tlv = ANSWER;
-  tlv.set_target_bssid(D);
-  return tlv;
-}();
+const auto ANSWER_WITH_TARGET = filled(ANSWER, &SteeringBTMReportTLV::set_target_bssid, D);
 const string ANSWER_OCTETS = " 021A2B3C4D5E 06F1E2D3C4B5 04 # BSSID, station, status\n";
 const string ANSWER_TEXT =
     "type: STEERING_BTM_REPORT BSSID: 02:1A:2B:3C:4D:5E STAMAC: 06:F1:E2:D3:C4:B5 BTM Status Code: 4";
@@ -74,8 +49,7 @@ const string ANSWER_TEXT =
 TEST(SteeringTLVs, Golden) {
   MetricReportingRadioPolicy other_metrics(D);
   other_metrics.set_metrics(true);
-  const std::vector<std::size_t> head = {0, 1, 2};
-  const std::vector<G> rows = {
+  check_rows({
       G(steering_policy({A, B}, {C}, {RADIO, SteeringRadioPolicy(A)}),
         "89 0027 02 021A2B3C4D5E 06F1E2D3C4B5 01 0A0918273645 # not to be steered; not by BTM\n"
         "02 0E7D6C5B4A39 01 80 46  021A2B3C4D5E FF 00 00 # radio, policy, utilization, RCPI",
@@ -84,17 +58,15 @@ TEST(SteeringTLVs, Golden) {
         "\n\t\tIndicated Radio: 0E:7D:6C:5B:4A:39 Steering Policy: AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED "
         "Channel Util Threshold: 128 RCPI Steering Threshold: 70"
         "\n\t\tIndicated Radio: 02:1A:2B:3C:4D:5E Steering Policy: RESERVED Channel Util Threshold: 0 "
-        "RCPI Steering Threshold: 0]",
-        head),
+        "RCPI Steering Threshold: 0]"),
       G(with(MetricReportingPolicyTLV(60), &MetricReportingPolicyTLV::add_radio_policy, {METRICS, other_metrics}),
         "8A 0016 3C 02 06F1E2D3C4B5 5A 03 B4 80  0E7D6C5B4A39 00 00 00 40 # radio, three numbers, flags",
         "type: METRIC_REPORTING_POLICY Reporting Interval: 60 Policies: ["
         "\n\tRadio Identifier: 06:F1:E2:D3:C4:B5 RCPI Threshold: 90 Hysteresis Override: 3 Reporting Threshold: 180 "
         "Stats: true Metrics: false"
         "\n\tRadio Identifier: 0E:7D:6C:5B:4A:39 RCPI Threshold: 0 Hysteresis Override: 0 Reporting Threshold: 0 "
-        "Stats: false Metrics: true]",
-        head),
-      G(steering_request(mandate(), {B, C}, {TARGET, Target(A, 81, 6)}),
+        "Stats: false Metrics: true]"),
+      G(steering_request(MANDATE, {B, C}, {TARGET, Target(A, 81, 6)}),
         "9B 0029 021A2B3C4D5E A0 0102 0304 # BSSID, flags, window, timer\n 02 06F1E2D3C4B5 0A0918273645  02" +
             TARGET_OCTETS + "021A2B3C4D5E 51 06",
         "type: STEERING_REQUEST BSSID: 02:1A:2B:3C:4D:5E Request is Mandate"
@@ -102,14 +74,12 @@ TEST(SteeringTLVs, Golden) {
         "\n\tOpportunity Window: 258 Disassociation Timer: 772"
         "\n\tSTA List: [\n\t\t06:F1:E2:D3:C4:B5\n\t\t0A:09:18:27:36:45 ]\n\tTarget BSSID List: [\n\t\t" +
             TARGET_TEXT + "\n\t\tBSSID: 02:1A:2B:3C:4D:5E OperatingClass: 81 ChannelNumber: 6 ]",
-        head, {9}),  // an opportunity would drop the targets
-      G(steering_request(opportunity(), {A, B}, {}),
-        "9B 0019 0E7D6C5B4A39 40 1234 0000 02 021A2B3C4D5E 06F1E2D3C4B5 00",
+        {0, 1, 2}, {9}),  // an opportunity would drop the targets
+      G(steering_request(OPPORTUNITY, {A, B}, {}), "9B 0019 0E7D6C5B4A39 40 1234 0000 02 021A2B3C4D5E 06F1E2D3C4B5 00",
         "type: STEERING_REQUEST BSSID: 0E:7D:6C:5B:4A:39 Request is Opportunity"
         "\n\tBTM Disassociation Imminent bit: true BTM Abridged Bit: false"
         "\n\tOpportunity Window: 4660 Disassociation Timer: 0"
-        "\n\tSTA List: [\n\t\t02:1A:2B:3C:4D:5E\n\t\t06:F1:E2:D3:C4:B5 ]\n\tTarget BSSID List: [ ]",
-        head),
+        "\n\tSTA List: [\n\t\t02:1A:2B:3C:4D:5E\n\t\t06:F1:E2:D3:C4:B5 ]\n\tTarget BSSID List: [ ]"),
       G(ANSWER, "9C 000D" + ANSWER_OCTETS, ANSWER_TEXT, {0}),
       G(ANSWER_WITH_TARGET, "9C 0013" + ANSWER_OCTETS + "0E7D6C5B4A39",
         ANSWER_TEXT + " Target BSSID: 0E:7D:6C:5B:4A:39", {0}),
@@ -117,18 +87,14 @@ TEST(SteeringTLVs, Golden) {
              &ClientAssociationControlRequestTLV::add_sta_mac, {A, D}),
         "9D 0016 0A0918273645 01 0E10 02 021A2B3C4D5E 0E7D6C5B4A39",
         "type: CLIENT_ASSOCIATION_CONTROL_REQUEST BSSID: 0A:09:18:27:36:45 AssocControl: UNBLOCK ValidityPeriod: 3600 "
-        "STA MAC: [\n\t02:1A:2B:3C:4D:5E\n\t0E:7D:6C:5B:4A:39 ]",
-        head),
+        "STA MAC: [\n\t02:1A:2B:3C:4D:5E\n\t0E:7D:6C:5B:4A:39 ]"),
       G(BackhaulSteeringRequestTLV(A, B, 81, 11), "9E 000E 021A2B3C4D5E 06F1E2D3C4B5 51 0B",
         "type: BACKHAUL_STEERING_REQUEST Backhaul MAC: 02:1A:2B:3C:4D:5E Target BSSID: 06:F1:E2:D3:C4:B5 "
-        "OperatingClass: 81 ChannelNumber: 11",
-        head),
+        "OperatingClass: 81 ChannelNumber: 11"),
       G(BackhaulSteeringResponseTLV(C, D, BackhaulSteeringResultCode::FAILURE), "9F 000D 0A0918273645 0E7D6C5B4A39 01",
         "type: BACKHAUL_STEERING_RESPONSE Backhaul MAC: 0A:09:18:27:36:45 Target BSSID: 0E:7D:6C:5B:4A:39 "
-        "Result Code: FAILURE",
-        head),
-  };
-  test::check_golden<TLV>(rows, blank_tlv);
+        "Result Code: FAILURE"),
+  });
   test::check_golden_of(TARGET, TARGET_OCTETS, TARGET_TEXT);
 }
 
@@ -137,29 +103,21 @@ TEST(SteeringTLVs, WildcardTargetsAreEqualButOrdered) {
   EXPECT_TRUE(first == second && second == first);
   EXPECT_FALSE(first == Target(A, 81, 1) || Target(A, 81, 1) == first);
   test::expect_ascending<Target>({&lowest, &first, &second});
-  EXPECT_EQ(steering_request(mandate(), {}, {first}), steering_request(mandate(), {}, {second}));
+  EXPECT_EQ(steering_request(MANDATE, {}, {first}), steering_request(MANDATE, {}, {second}));
 }
 
 TEST(SteeringTLVs, TheLengthOfABTMReportTellsWhetherATargetFollows) {
   test::Octets wire(40, 0x11);
   for (const std::uint8_t length : test::Octets{0, 12, 14, 18, 20}) {
     std::ranges::copy(test::Octets{0x9C, 0, length}, wire.begin());
-    EXPECT_EQ(test::decode<SteeringBTMReportTLV>(wire).outcome,
-              (test::ReadOutcome{"Invalid length", std::ios_base::goodbit, 3}));
+    EXPECT_EQ(decode_tlv(wire).outcome, (test::ReadOutcome{"Invalid length", std::ios_base::goodbit, 3}));
   }
   test::expect_unequal<TLV>(ANSWER, ANSWER_WITH_TARGET);
   EXPECT_EQ(ANSWER_WITH_TARGET.get_target_bssid(), D);
-  for (const auto& [octets, refused] :
-       {std::pair("9C 000D" + ANSWER_OCTETS, ""),
-        {"9C 0013" + ANSWER_OCTETS + "0E7D6C5B4A", "Deserialization of type std::uint8_t failed."}}) {
-    auto used = ANSWER_WITH_TARGET;
-    wire = test::octets(octets);
-    serialization::MemoryIStream is(wire);
-    serialization::SerializationContext context;
-    EXPECT_EQ(test::refusal([&] { used.deserialize_impl(is, context); }), refused);
-    EXPECT_EQ(used, ANSWER);
-    EXPECT_EQ(std::pair(used.get_target_bssid_included(), used.get_target_bssid()), std::pair(false, MACAddress()));
-  }
+  auto used = ANSWER_WITH_TARGET;
+  EXPECT_EQ(decode_into(used, "9C 000D" + ANSWER_OCTETS), "");
+  EXPECT_EQ(used, ANSWER);
+  EXPECT_EQ(std::pair(used.get_target_bssid_included(), used.get_target_bssid()), std::pair(false, MACAddress()));
 }
 
 TEST(SteeringTLVs, AMandateHasOneTargetForAllOrOneForEach) {
@@ -173,22 +131,22 @@ TEST(SteeringTLVs, AMandateHasOneTargetForAllOrOneForEach) {
                                                    {255, 255, ""},
                                                    {256, 1, "Invalid size"},
                                                    {1, 256, "Invalid size"}}) {
-    check_limit(steering_request(mandate(), std::vector(stations, B), std::vector(targets, TARGET)), refused);
+    check_limit(steering_request(MANDATE, std::vector(stations, B), std::vector(targets, TARGET)), refused);
   }
 }
 
 TEST(SteeringTLVs, AnOpportunityDropsItsTargets) {
-  const auto with_targets = steering_request(opportunity(), {A, B}, std::vector(255, TARGET));
-  const auto without = steering_request(opportunity(), {A, B}, {});
+  const auto with_targets = steering_request(OPPORTUNITY, {A, B}, std::vector(255, TARGET));
+  const auto without = steering_request(OPPORTUNITY, {A, B}, {});
   EXPECT_EQ(test::encode(with_targets), test::encode(without));
   test::expect_unequal<TLV>(with_targets, without);
-  check_limit(steering_request(opportunity(), std::vector(256, A), {}), "Invalid size");
-  check_limit(steering_request(opportunity(), {}, std::vector(256, TARGET)), "Invalid size");
+  check_limit(steering_request(OPPORTUNITY, std::vector(256, A), {}), "Invalid size");
+  check_limit(steering_request(OPPORTUNITY, {}, std::vector(256, TARGET)), "Invalid size");
   const test::Octets wire = test::octets("9B 0015 0E7D6C5B4A39 40 1234 0000 00 01 " + TARGET_OCTETS);
-  EXPECT_EQ(*test::decode<SteeringRequestTLV>(wire).object, steering_request(opportunity(), {}, {TARGET}));
+  EXPECT_EQ(*test::decode<SteeringRequestTLV>(wire).object, steering_request(OPPORTUNITY, {}, {TARGET}));
 }
 
-TEST(SteeringTLVs, LimitsOfCounts) {
+TEST(SteeringPolicyTLV, LimitsOfCounts) {
   const string LOCAL = "Invalid local_vector size", BTM = "Invalid btm_vector size",
                RADIOS = "Invalid radio_vector size";
   for (const auto& [local, btm, radios, refused] : {std::tuple(0U, 0U, 1U, string()),
@@ -200,15 +158,7 @@ TEST(SteeringTLVs, LimitsOfCounts) {
                                                     {0, 256, 0, BTM}}) {
     check_limit(steering_policy(std::vector(local, A), std::vector(btm, B), std::vector(radios, RADIO)), refused);
   }
-  for (const auto& [count, refused] : {std::pair(1U, ""), {255U, ""}, {256U, "Invalid size"}}) {
-    using M = MetricReportingPolicyTLV;
-    check_limit(with(M(), &M::add_radio_policy, std::vector(count, METRICS)), refused);
-    using R = ClientAssociationControlRequestTLV;
-    check_limit(with(R(), &R::add_sta_mac, std::vector(count, A)), refused);
-  }
   check_decodes_only("89 0003 00 00 00", RADIOS);
-  check_decodes_only("8A 0002 3C 00", "Invalid size");
-  check_decodes_only("9D 000A 0A0918273645 00 0E10 00", "Invalid size");
 }
 
 TEST(SteeringTLVs, EnumTexts) {

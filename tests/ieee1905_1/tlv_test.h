@@ -1,0 +1,129 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "qel/ieee1905_1/media_specific_information.h"
+#include "qel/ieee1905_1/tlv_factory.h"
+#include "qel/ieee1905_1/vendor/vendor_factory.h"
+#include "tests/support/golden.h"
+
+// What the tests of TLVs and of vendor payloads share.
+namespace qel::ieee1905_1 {
+
+using std::string;
+using test::octets;
+using test::with;
+using test::Written;
+
+inline const MACAddress A = test::mac("021A2B3C4D5E");
+inline const MACAddress B = test::mac("06F1E2D3C4B5");
+inline const MACAddress C = test::mac("0A0918273645");
+inline const MACAddress D = test::mac("0E7D6C5B4A39");
+
+inline const char* const INVALID_SIZE = "Invalid size";
+inline const char* const INVALID_LENGTH = "Invalid length";
+
+/// The object after each setter was called with the value behind it.
+template <class T, class Class, class Parameter, class Value, class... More>
+T filled(T object, void (Class::*set)(Parameter), const Value& value, const More&... more) {
+  (object.*set)(static_cast<std::remove_cvref_t<Parameter>>(value));
+  if constexpr (sizeof...(more) > 0) {
+    object = filled(std::move(object), more...);
+  }
+  return object;
+}
+
+inline WLANSpecificInformation wlan_information(const MACAddress& bssid) {
+  using T = WLANSpecificInformation;
+  WLANSpecificInformation information = filled(T(), &T::set_role, WLANInterfaceRole1905_1::STA, &T::set_band, 2,
+                                               &T::set_center_freq_1, 155, &T::set_center_freq_2, 42);
+  information.set_bssid(bssid);
+  return information;
+}
+
+/// The object with so many equal elements added.
+template <class T, class Element>
+T list(void (T::*add)(Element), std::size_t count, const std::remove_cvref_t<Element>& element = {}, T object = T()) {
+  for (; count > 0; --count) {
+    (object.*add)(element);
+  }
+  return object;
+}
+
+inline std::unique_ptr<TLV> blank_tlv(const test::Octets& wire) { return create_TLV(TLVType(wire[0])); }
+inline std::unique_ptr<VendorSpecific> blank_payload(const test::Octets& wire) {
+  return create_vendor_specific(QELVendorTLVType(wire[0]));
+}
+inline auto decode_tlv(const test::Octets& wire) {
+  return test::decode(wire, [&] { return blank_tlv(wire); });
+}
+
+/// Decodes into an object that was used before; the text of the exception, if any.
+template <class T>
+string decode_into(T& object, const string& wire) {
+  const test::Octets input = octets(wire);
+  serialization::MemoryIStream is(input);
+  serialization::SerializationContext context;
+  return test::refusal([&] { object.deserialize_impl(is, context); });
+}
+
+/// A golden row. Unless told otherwise, neither type nor length is compared with anything.
+template <class T>
+struct Row : test::Golden<T> {
+  template <class Object>
+  Row(Object value, const string& wire, string shown, std::vector<std::size_t> forgets = {0, 1, 2},
+      std::vector<std::size_t> skips = {})
+      : test::Golden<T>(std::move(value), wire, std::move(shown), std::move(forgets), std::move(skips)) {}
+};
+inline void check_rows(const std::vector<Row<TLV>>& rows) {
+  test::check_golden<TLV>({rows.begin(), rows.end()}, blank_tlv);
+}
+inline void check_rows(const std::vector<Row<VendorSpecific>>& rows) {
+  test::check_golden<VendorSpecific>({rows.begin(), rows.end()}, blank_payload);
+}
+
+/// Encoding fails with the text and leaves the output as it was; or, for an empty text, it gives octets that decode to
+/// the same object.
+template <class T>
+void check_limit(const T& object, const string& refused) {
+  const Written result = test::encode(object, "AB");
+  EXPECT_EQ(result.refused, refused);
+  if (!result.refused.empty()) {
+    EXPECT_EQ(result.octets, "4142");
+    return;
+  }
+  const test::Octets wire = octets(result.octets.substr(4));
+  if constexpr (std::is_base_of_v<TLV, T>) {
+    EXPECT_TRUE(*decode_tlv(wire).object == object);
+  } else if constexpr (std::is_base_of_v<VendorSpecific, T>) {
+    EXPECT_TRUE(*test::decode(wire, [&] { return blank_payload(wire); }).object == object);
+  } else {
+    EXPECT_TRUE(*test::decode<T>(wire).object == object);
+  }
+}
+
+/// The list encodes with `min` to `max` elements and with no others.
+template <class T, class Element>
+void check_counts(void (T::*add)(Element), std::size_t min, std::size_t max, const char* refused = INVALID_SIZE,
+                  const std::remove_cvref_t<Element>& element = {}, const T& object = T()) {
+  SCOPED_TRACE(testing::Message() << object);
+  if (min > 0) {
+    check_limit(list(add, min - 1, element, object), refused);
+  }
+  check_limit(list(add, min, element, object), "");
+  check_limit(list(add, max, element, object), "");
+  check_limit(list(add, max + 1, element, object), refused);
+}
+
+/// The octets decode to a TLV that does not encode.
+inline void check_decodes_only(const string& wire, const string& refused) {
+  const auto decoded = decode_tlv(octets(wire));
+  EXPECT_EQ(decoded.outcome.refused, "") << wire;
+  check_limit(*decoded.object, refused);
+}
+
+}  // namespace qel::ieee1905_1
