@@ -33,7 +33,7 @@ Suites suites(const std::vector<int>& types) {
   return result;
 }
 
-IEEE802_11_RSNElement element(std::optional<int> group, const Types& pairwise = {}, const Types& akm = {}) {
+IEEE802_11_RSNElement element(std::optional<int> group, const Types& pairwise = ABSENT, const Types& akm = ABSENT) {
   IEEE802_11_RSNElement rsn;
   if (group) {
     rsn.set_group_data(suite(*group));
