@@ -87,8 +87,12 @@ std::uint8_t frequency_to_channel(const kHz& frequency) {
   return 0;
 }
 
+kHz channel_grid(const kHz& starting_frequency) {
+  return kHz(starting_frequency >= kHz(START_60_GHZ) ? GRID_60_GHZ : GRID);
+}
+
 kHz channel_to_frequency(const kHz& starting_frequency, unsigned char channel) {
-  return starting_frequency + kHz(channel * (starting_frequency >= kHz(START_60_GHZ) ? GRID_60_GHZ : GRID));
+  return starting_frequency + kHz(channel * channel_grid(starting_frequency).value());
 }
 
 kHz band_to_starting_frequency(FrequencyBand band) {

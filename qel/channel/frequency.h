@@ -16,6 +16,9 @@ namespace qel {
 /// toward zero and cut to its low 8 bits. 0 for all others outside of 60 GHz.
 QEL_EXPORT std::uint8_t frequency_to_channel(const kHz& frequency);
 
+/// From one channel number to the next on the grid whose channel 0 is at this frequency.
+QEL_EXPORT kHz channel_grid(const kHz& starting_frequency);
+
 /// `channel` steps of the band's grid above the frequency of channel 0.
 QEL_EXPORT kHz channel_to_frequency(const kHz& starting_frequency, unsigned char channel);
 

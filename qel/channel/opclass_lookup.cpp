@@ -85,7 +85,7 @@ class Place {
       return;
     }
     start_ = start;
-    grid_ = (channel_to_frequency(start, 1) - start).value();
+    grid_ = channel_grid(start).value();
     offset_ = (frequency_ - start).value();
     const long number = offset_ / grid_;
     constexpr long HIGHEST = std::numeric_limits<unsigned char>::max();

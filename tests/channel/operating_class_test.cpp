@@ -1,4 +1,5 @@
 #include <cstdlib>
+#include <limits>
 #include <sstream>
 
 #include "qel/channel/operating_class_deduction.h"
@@ -255,6 +256,8 @@ TEST(OperatingClass, OfATableOfOnesOwn) {
               ElementsAre(kHz(5180000), kHz(5220000)));
   EXPECT_EQ(outcome_of([&] { return lookup.get_segment_center_frequency(44, 9); }),
             "logic: Provided opclass 9 has no primary channel behavior definition!");
+  const kHz highest(std::numeric_limits<long>::max());
+  EXPECT_EQ((Lookup{{8, highest, MHz(20), {1}, {}, {}}}.get_opclass(W20, kHz(5000), {})), 0);
   std::ostringstream text;
   text << std::hex << std::showpos;
   lookup.print_lookup_table(text);

@@ -416,7 +416,13 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
   expect_failure({"--interface", "lo"}, 1, "meshd: interface lo: not an Ethernet\n");
   expect_failure({"--interface", "g0", "g0"}, 2, "'g0' is given twice");
   expect_failure({"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2, "no MAC address of a");
-  expect_failure({"--interface", "g0", "--discovery-interval", "0"}, 2, "--discovery-interval");
+  expect_failure({"--interface", "g0", "--name", "n"}, 2, "--name is given twice");
+  expect_failure({"--interface", "g0", "--debug", "--daemonize"}, 2, "--debug needs a value");
+  expect_failure({"--interface", "g0", "--nosuch"}, 2, "'--nosuch' is no option");
+  expect_failure({"g0"}, 2, "'g0' is no option");
+  Process meshd = run({MESHD, "--interface", "g0", "--discovery-interval", "3601"});
+  EXPECT_EQ(meshd.wait(), 2);
+  EXPECT_THAT(meshd.err(), HasSubstr("'3601' is no number from 1 to 3600"));
   expect_failure({}, 2, "--interface is required");
   expect_failure({"--interface", "nosuch0", "--daemonize"}, 1, "interface nosuch0");
   start_meshd("g", {"--interface", "g0"});

@@ -3,8 +3,7 @@
 /// system calls. What others do is none of its doing, and not counted:
 ///
 ///   - A turn that never gave its processor up counts for the processor time of its thread. So it does not matter
-///   either
-///     what a hypervisor takes from this machine, if the kernel knows.
+///     either what a hypervisor takes from this machine, if the kernel knows.
 ///   - Any other counts for its time on the clock, less what it was ready to run and waited for a processor (proc(5),
 ///     schedstat), and less what it was blocked in the calls by which sockets and interfaces are set up, asked and
 ///     closed: there the kernel waits for whoever changes an interface anywhere on the machine, and for all processors

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <set>
 
 #include "tools/meshd/entity.h"
 
@@ -92,6 +93,7 @@ void check_interfaces(std::vector<std::string> interfaces) {
 Options parse_options(int argc, char* const* argv) {
   Options options;
   std::vector<std::string>* list = nullptr;  // of the last option that takes several words
+  std::set<int> given;                       // of those that may be given once
   opterr = 0;
   for (;;) {
     const std::string word = optind < argc ? argv[optind] : "";
@@ -104,6 +106,12 @@ Options parse_options(int argc, char* const* argv) {
       continue;
     }
     list = nullptr;
+    if (option == ':' || (optarg != nullptr && optarg == argv[optind - 1] && *optarg == '-')) {
+      throw UsageError(word + " needs a value");
+    }
+    if (option >= AL_MAC && option <= INTERVAL && !given.insert(option).second) {
+      throw UsageError(word + " is given twice");
+    }
     switch (option) {
       case HELP_OPTION:
         options.notice = HELP;
@@ -131,8 +139,6 @@ Options parse_options(int argc, char* const* argv) {
         list = &options.debug_components;
         list->emplace_back(optarg);
         break;
-      case ':':
-        throw UsageError(word + " needs a value");
       default:
         throw UsageError("'" + word + "' is no option");
     }
