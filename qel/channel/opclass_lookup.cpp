@@ -134,8 +134,8 @@ OperatingClassDeduction::OpclassLookup::OpclassLookup(std::initializer_list<Opcl
 }
 
 std::span<const Row> OperatingClassDeduction::OpclassLookup::rows_of(const MHz& spacing) const {
-  const auto rows = std::ranges::equal_range(rows_, spacing, {}, &Row::channel_spacing);
-  return {rows.begin(), rows.end()};
+  const auto first = std::ranges::lower_bound(rows_, spacing, {}, &Row::channel_spacing);
+  return {first, std::ranges::upper_bound(first, rows_.end(), spacing, {}, &Row::channel_spacing)};
 }
 
 /// The first one of this number.

@@ -101,12 +101,13 @@ Options parse_options(int argc, char* const* argv) {
     if (option == -1) {
       break;
     }
+    const char* const value = optarg != nullptr ? optarg : "";
     if (option == FURTHER_WORD && list != nullptr) {
-      list->emplace_back(optarg);
+      list->emplace_back(value);
       continue;
     }
     list = nullptr;
-    if (option == ':' || (optarg != nullptr && optarg == argv[optind - 1] && *optarg == '-')) {
+    if (option == ':' || (value == argv[optind - 1] && *value == '-')) {
       throw UsageError(word + " needs a value");
     }
     if (option >= AL_MAC && option <= INTERVAL && !given.insert(option).second) {
@@ -121,23 +122,23 @@ Options parse_options(int argc, char* const* argv) {
         return options;
       case INTERFACE:
         list = &options.interfaces;
-        list->emplace_back(optarg);
+        list->emplace_back(value);
         break;
       case AL_MAC:
-        options.al_mac = parse_al_mac(optarg);
+        options.al_mac = parse_al_mac(value);
         break;
       case NAME:
-        options.name = optarg;
+        options.name = value;
         break;
       case INTERVAL:
-        options.discovery_interval = parse_interval(optarg);
+        options.discovery_interval = parse_interval(value);
         break;
       case DAEMONIZE:
         options.daemonize = true;
         break;
       case DEBUG:
         list = &options.debug_components;
-        list->emplace_back(optarg);
+        list->emplace_back(value);
         break;
       default:
         throw UsageError("'" + word + "' is no option");
