@@ -1,5 +1,5 @@
-/* To be preloaded: counts what a program asks of the heap, and tells on standard error how much that was before main and
- * until the program first waited for something. */
+/* To be preloaded: counts what a program asks of the heap, and tells on standard error how much that was before main
+ * and until the program first waited for something. */
 #define _GNU_SOURCE
 #include <signal.h>
 #include <stddef.h>
