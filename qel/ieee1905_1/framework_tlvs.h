@@ -57,4 +57,9 @@ class QEL_EXPORT MACAddressTLVCommon final : public TableTLV<MACAddressTLVCommon
   MACAddress mac_;
 };
 
+using ALMACAddressTLV = MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>;
+using InterfaceMACAddressTLV = MACAddressTLVCommon<TLVType::MAC_ADDRESS>;
+using APRadioIdentifierTLV = MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>;
+using STAMACAddressTLV = MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>;
+
 }  // namespace qel::ieee1905_1

@@ -3,16 +3,42 @@
 #include <algorithm>
 #include <istream>
 #include <ostream>
+#include <stdexcept>
 
-#include "qel/core/serialization/serialization_exception.h"
+#include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/serialization_context.h"
 #include "qel/ieee1905_1/tlv_factory.h"
 
 namespace qel::ieee1905_1 {
 
+using serialization::MemoryReadBuffer;
 using serialization::SerializationContext;
 using serialization::SerializationException;
 
+namespace {
+
+/// The type octet of the TLV that follows.
+TLVType peek_type(std::istream& is, const MemoryReadBuffer* memory) {
+  if (memory != nullptr && is.good() && !memory->unread().empty()) {
+    return static_cast<TLVType>(memory->unread().front());
+  }
+  const std::istream::int_type octet = is.peek();
+  if (!is.good()) {
+    serialization::fail("Cannot peek TLV type!");
+  }
+  return static_cast<TLVType>(octet);
+}
+
+}  // namespace
+
 MessageList::~MessageList() = default;
+
+void MessageList::add_TLV(std::unique_ptr<TLV>&& tlv) {
+  if (tlv == nullptr) {
+    throw std::invalid_argument("a message has no room for a null TLV");
+  }
+  tlvs_.push_back(std::move(tlv));
+}
 
 void MessageList::serialize_impl(std::ostream& os, SerializationContext& context) const {
   for (const std::unique_ptr<TLV>& tlv : tlvs_) {
@@ -21,13 +47,14 @@ void MessageList::serialize_impl(std::ostream& os, SerializationContext& context
 }
 
 void MessageList::deserialize_impl(std::istream& is, SerializationContext& context) {
+  const MemoryReadBuffer* memory = MemoryReadBuffer::of(is);
+  context.set_place(std::nullopt);
   TLVType type{};
   do {
-    const std::istream::int_type octet = is.peek();
-    if (!is.good()) {
-      serialization::fail("Cannot peek TLV type!");
+    type = peek_type(is, memory);
+    if (memory != nullptr) {
+      context.set_place(SerializationContext::Place{memory->consumed(), static_cast<std::uint8_t>(type)});
     }
-    type = static_cast<TLVType>(octet);
     std::unique_ptr<TLV> tlv = create_TLV(type);
     if (tlv == nullptr) {
       throw SerializationException("Unknown TLV type!" + enum_to_string(type));
@@ -69,6 +96,34 @@ void Message::dbg_str(std::ostream& os) const { os << head_ << list_; }
 std::ostream& operator<<(std::ostream& os, const Message& message) {
   message.dbg_str(os);
   return os;
+}
+
+DecodeException::~DecodeException() = default;
+
+std::string DecodeException::place() const {
+  const std::string after = "after " + std::to_string(offset_) + (offset_ == 1 ? " octet" : " octets");
+  return tlv_ ? "in " + enum_to_string(tlv_->type) + " at offset " + std::to_string(tlv_->offset) + ", " + after
+              : "in the head, " + after;
+}
+
+Message decode(std::span<const std::uint8_t> cmdu, SerializationContext& context) {
+  SerializationContext::InputLoan input(context, cmdu);
+  context.set_place(std::nullopt);
+  Message message;
+  try {
+    message.deserialize_impl(input.stream(), context);
+  } catch (const SerializationException& exception) {
+    std::optional<DecodeException::Place> tlv;
+    if (const auto& place = context.get_place()) {
+      tlv = {static_cast<TLVType>(place->type), place->offset};
+    }
+    throw DecodeException(exception.what(), input.stream().consumed(), tlv);
+  }
+  return message;
+}
+
+void encode(const Message& message, std::ostream& sink, SerializationContext& context) {
+  message.serialize_impl(sink, context);
 }
 
 std::uint16_t make_IEEE1905_1_msg_id() {

@@ -1,15 +1,22 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <list>
 #include <memory>
+#include <optional>
+#include <span>
+#include <string>
 #include <utility>
 
 #include "qel/core/export.h"
 #include "qel/core/serialization/binary_serializable.h"
+#include "qel/core/serialization/serialization_exception.h"
 #include "qel/ieee1905_1/message_head.h"
 #include "qel/ieee1905_1/tlv.h"
+#include "qel/ieee1905_1/typed_range.h"
+#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 
 namespace qel::ieee1905_1 {
 
@@ -25,7 +32,8 @@ class QEL_EXPORT MessageList final : public serialization::BinarySerializable {
   MessageList& operator=(MessageList&&) = default;
   ~MessageList() override;
 
-  void add_TLV(std::unique_ptr<TLV>&& tlv) { tlvs_.push_back(std::move(tlv)); }
+  /// Throws std::invalid_argument for a null pointer.
+  void add_TLV(std::unique_ptr<TLV>&& tlv);
   /// Moves from `tlv` as the other overload does.
   void add_TLV(std::unique_ptr<TLV>& tlv) { add_TLV(std::move(tlv)); }
 
@@ -71,6 +79,38 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
   MessageHead& get_head() { return head_; }
   void set_head(const MessageHead& head) { head_ = head; }
   void set_head(MessageHead&& head) { head_ = std::move(head); }
+  /// The first TLV of the class, null when there is none: `message.find<DeviceInformationTLV>()`.
+  template <TypedTLV T>
+  const T* find() const {
+    return first_of(all<T>());
+  }
+  template <TypedTLV T>
+  T* find() {
+    return first_of(all<T>());
+  }
+
+  /// All TLVs of the class: `for (const auto& metric : message.all<TransmitterLinkMetricTLV>())`.
+  template <TypedTLV T>
+  TypedRange<const T> all() const {
+    return TypedRange<const T>(list_.get_TLV_list());
+  }
+  template <TypedTLV T>
+  TypedRange<T> all() {
+    return TypedRange<T>(list_.get_TLV_list());
+  }
+
+  /// The first payload of the class in a vendor-specific TLV, null when there is none:
+  /// `message.find_vendor<QELMeshdVersionTLV>()`.
+  template <TypedPayload T>
+  const T* find_vendor() const {
+    for (const VendorSpecificTLV& tlv : all<VendorSpecificTLV>()) {
+      if (const T* payload = tlv.find<T>(); payload != nullptr) {
+        return payload;
+      }
+    }
+    return nullptr;
+  }
+
   const MessageList& get_list() const { return list_; }
   MessageList& get_list() { return list_; }
   void set_list(MessageList&& list) { list_ = std::move(list); }
@@ -85,11 +125,51 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
   }
 
  private:
+  template <class T>
+  static T* first_of(const TypedRange<T>& range) {
+    return range.empty() ? nullptr : &*range.begin();
+  }
+
   MessageHead head_;
   MessageList list_;
 };
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const Message& message);
+
+/// Octets that are no message: the text that Message::deserialize_impl gives, and where it gave up.
+class QEL_EXPORT DecodeException final : public serialization::SerializationException {
+ public:
+  /// A TLV of the message; a TLV inside a vendor-specific one counts as that.
+  struct Place {
+    TLVType type;
+    std::size_t offset;  ///< of the type octet
+  };
+
+  DecodeException(const char* message, std::size_t offset, const std::optional<Place>& tlv)
+      : SerializationException(message), offset_(offset), tlv_(tlv) {}
+  DecodeException(const DecodeException&) = default;
+  DecodeException& operator=(const DecodeException&) = default;
+  ~DecodeException() override;
+
+  /// How many octets were read.
+  std::size_t get_offset() const { return offset_; }
+
+  /// The TLV that was being decoded, empty when it was the head.
+  const std::optional<Place>& get_tlv() const { return tlv_; }
+
+  /// The place for a log, such as "in DEVICE_INFORMATION at offset 17, after 30 octets".
+  std::string place() const;
+
+ private:
+  std::size_t offset_;
+  std::optional<Place> tlv_;
+};
+
+/// A message from the octets of a CMDU; what follows its End-of-message TLV is left aside. Throws DecodeException.
+QEL_EXPORT Message decode(std::span<const std::uint8_t> cmdu, serialization::SerializationContext& context);
+
+/// Writes the message as it stands. Throws SerializationException.
+QEL_EXPORT void encode(const Message& message, std::ostream& sink, serialization::SerializationContext& context);
 
 /// Returns 0, 1, ... 65535, 0, ... by turns. Not synchronised: for the one thread of the main loop.
 QEL_EXPORT std::uint16_t make_IEEE1905_1_msg_id();

@@ -41,10 +41,12 @@ bool operator==(const Left& left, const Right& right) {
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const TLV& tlv);
 
 /// A TLV of a type that is known while compiling.
-template <TLVType TYPE>
+template <TLVType CODE>
 class QEL_EXPORT TLVCommon : public TLV {
  public:
-  TLVType get_type() const override { return TYPE; }
+  static constexpr TLVType TYPE = CODE;
+
+  TLVType get_type() const override { return CODE; }
 };
 
 }  // namespace qel::ieee1905_1

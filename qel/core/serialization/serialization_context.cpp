@@ -16,8 +16,21 @@ MemoryOStream& SerializationContext::borrow() {
   return stream;
 }
 
+MemoryIStream& SerializationContext::borrow(std::span<const std::uint8_t> octets) {
+  if (lent_inputs_ == inputs_.size()) {
+    inputs_.push_back(std::make_unique<MemoryIStream>());
+  }
+  MemoryIStream& stream = *inputs_[lent_inputs_++];
+  stream.reset(octets);
+  return stream;
+}
+
 SerializationContext::Loan::Loan(SerializationContext& context) : context_(context), stream_(context.borrow()) {}
 SerializationContext::Loan::~Loan() { --context_.lent_; }
+
+SerializationContext::InputLoan::InputLoan(SerializationContext& context, std::span<const std::uint8_t> octets)
+    : context_(context), stream_(context.borrow(octets)) {}
+SerializationContext::InputLoan::~InputLoan() { --context_.lent_inputs_; }
 
 SerializationContext::Nesting::Nesting(SerializationContext& context) : context_(context) {
   if (context.nesting_ == MAX_NESTING) {

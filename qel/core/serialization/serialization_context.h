@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <span>
 #include <vector>
 
 #include "qel/core/export.h"
@@ -10,7 +13,8 @@
 namespace qel::serialization {
 
 /// Accompanies one encode or decode from the message down to its last field, and may be used again for the next: it
-/// keeps the memory that it lends. It carries no options; codecs hand it on unchanged.
+/// keeps the memory that it lends, and the place that a decode has come to. It carries no options; codecs hand it on
+/// unchanged.
 class QEL_EXPORT SerializationContext {
  public:
   /// How deep TLVs may stand inside vendor TLVs, when encoding and when decoding. A frame of 1514 octets has no room
@@ -36,6 +40,31 @@ class QEL_EXPORT SerializationContext {
     MemoryOStream& stream_;
   };
 
+  /// A stream that reads borrowed octets, lent until this object ends.
+  class QEL_EXPORT InputLoan {
+   public:
+    InputLoan(SerializationContext& context, std::span<const std::uint8_t> octets);
+    InputLoan(const InputLoan&) = delete;
+    InputLoan& operator=(const InputLoan&) = delete;
+    ~InputLoan();
+    MemoryIStream& stream() { return stream_; }
+
+   private:
+    SerializationContext& context_;
+    MemoryIStream& stream_;
+  };
+
+  /// The TLV of a message that is being decoded.
+  struct Place {
+    std::size_t offset;  ///< of its type octet, from where the memory stream begins
+    std::uint8_t type;
+  };
+
+  /// The TLV that the last decode came to; after a failed one, that in which it failed. Empty before the first TLV, and
+  /// for a stream that is not memory.
+  const std::optional<Place>& get_place() const { return place_; }
+  void set_place(const std::optional<Place>& place) { place_ = place; }
+
   /// One level of TLVs inside TLVs; throws SerializationException beyond MAX_NESTING.
   class QEL_EXPORT Nesting {
    public:
@@ -50,9 +79,13 @@ class QEL_EXPORT SerializationContext {
 
  private:
   MemoryOStream& borrow();
+  MemoryIStream& borrow(std::span<const std::uint8_t> octets);
 
   std::vector<std::unique_ptr<MemoryOStream>> streams_;
+  std::vector<std::unique_ptr<MemoryIStream>> inputs_;
   std::size_t lent_ = 0;
+  std::size_t lent_inputs_ = 0;
+  std::optional<Place> place_;
   unsigned int nesting_ = 0;
 };
 

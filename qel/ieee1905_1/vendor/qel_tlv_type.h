@@ -12,6 +12,8 @@ namespace qel::ieee1905_1 {
 /// them, since the TLV has one of its own.
 class QEL_EXPORT QELTLVType final : public VendorSpecific {
  public:
+  static constexpr QELVendorTLVType TYPE = QELVendorTLVType::QEL_TLV_TYPE;
+
   /// Holds a DummyTLV.
   QELTLVType();
   explicit QELTLVType(std::unique_ptr<TLV> tlv);
@@ -32,7 +34,7 @@ class QEL_EXPORT QELTLVType final : public VendorSpecific {
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   bool operator==(const VendorSpecific& other) const override;
   void dbg_str(std::ostream& os) const override;
-  QELVendorTLVType get_type() const override { return QELVendorTLVType::QEL_TLV_TYPE; }
+  QELVendorTLVType get_type() const override { return TYPE; }
 
  private:
   std::unique_ptr<TLV> tlv_;

@@ -11,9 +11,11 @@ namespace qel::ieee1905_1 {
 ///
 /// As with TableTLV, what does not fit a table is ordinary code in Derived. The source file of Derived holds
 /// `template const serialization::Codec& VendorPayload<Derived, TYPE>::codec();`.
-template <class Derived, QELVendorTLVType TYPE>
+template <class Derived, QELVendorTLVType SUBTYPE>
 class QEL_EXPORT VendorPayload : public VendorSpecific {
  public:
+  static constexpr QELVendorTLVType TYPE = SUBTYPE;
+
   void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override {
     serialization::encode(os, context, *this, codec());
   }
@@ -27,7 +29,7 @@ class QEL_EXPORT VendorPayload : public VendorSpecific {
     VendorSpecific::dbg_str(os);
     codec().print(os, *this);
   }
-  QELVendorTLVType get_type() const override { return TYPE; }
+  QELVendorTLVType get_type() const override { return SUBTYPE; }
 
  private:
   static const serialization::Codec& codec();

@@ -55,6 +55,10 @@ class QEL_EXPORT VendorSpecific : public serialization::BinarySerializable {
   VendorSpecific& operator=(VendorSpecific&&) = default;
 };
 
+/// A class of payloads that knows its own type, as all but VendorSpecific itself do.
+template <class T>
+concept TypedPayload = std::derived_from<T, VendorSpecific> && std::same_as<decltype(T::TYPE), const QELVendorTLVType>;
+
 /// Compares payloads of any two classes as their base does. Without it the language would find the member ambiguous.
 template <std::derived_from<VendorSpecific> Left, std::derived_from<VendorSpecific> Right>
 bool operator==(const Left& left, const Right& right) {
@@ -66,6 +70,8 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, const VendorSpecific& payl
 /// Stands for a payload under a foreign OUI or of an unknown subtype: its octets are skipped. It cannot be encoded.
 class QEL_EXPORT VendorSpecificUnknown final : public VendorSpecific {
  public:
+  static constexpr QELVendorTLVType TYPE = QELVendorTLVType::VENDOR_UNKNOWN;
+
   /// `length` is the number of octets to skip, the subtype included.
   explicit VendorSpecificUnknown(std::uint16_t length) : length_(length) {}
 
@@ -75,7 +81,7 @@ class QEL_EXPORT VendorSpecificUnknown final : public VendorSpecific {
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   bool operator==(const VendorSpecific& other) const override;
   void dbg_str(std::ostream& os) const override;
-  QELVendorTLVType get_type() const override { return QELVendorTLVType::VENDOR_UNKNOWN; }
+  QELVendorTLVType get_type() const override { return TYPE; }
 
  private:
   std::uint16_t length_;

@@ -38,6 +38,12 @@ class QEL_EXPORT VendorSpecificTLV final : public TLVCommon<TLVType::VENDOR_SPEC
   const OUI& get_vendor_specific_oui() const { return vendor_specific_oui_; }
   void set_vendor_specific_oui(const OUI& oui) { vendor_specific_oui_ = oui; }
 
+  /// The payload when it is of the class T, else null.
+  template <TypedPayload T>
+  const T* find() const {
+    return vendor_specific_->get_type() == T::TYPE ? static_cast<const T*>(vendor_specific_.get()) : nullptr;
+  }
+
   /// Never null.
   const std::unique_ptr<VendorSpecific>& get_vendor_specific() const { return vendor_specific_; }
   /// Moves from the argument; null stands for a new VendorSpecificUnknown of length 0.

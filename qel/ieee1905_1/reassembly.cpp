@@ -1,0 +1,194 @@
+#include "qel/ieee1905_1/reassembly.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/serialization_context.h"
+#include "qel/ieee1905_1/cmdu.h"
+#include "qel/ieee1905_1/tlv_type.h"
+
+namespace qel::ieee1905_1 {
+
+namespace {
+
+using serialization::MemoryIStream;
+using serialization::MemoryOStream;
+using serialization::SerializationContext;
+
+/// Frames that carry less are filled up with zeros (IEEE 802.3-2018, 3.2.8).
+constexpr std::size_t SMALLEST_ETHERNET_PAYLOAD = 46;
+
+/// Appends the TLVs of a fragment, without an End-of-message TLV and what follows it unless the fragment is the last.
+class Joiner {
+ public:
+  explicit Joiner(std::vector<std::uint8_t>& message) : message_(message) {}
+
+  /// False for octets that break off within the header of a TLV.
+  bool append(std::span<const std::uint8_t> octets, bool is_last) {
+    std::size_t position = std::min(missing_, octets.size());
+    missing_ -= position;
+    while (missing_ == 0 && position < octets.size()) {
+      const std::span<const std::uint8_t> rest = octets.subspan(position);
+      if (rest.size() < TLV_HEADER_SIZE) {
+        if (is_last || !is_padding(rest, octets.size())) {
+          return false;
+        }
+        break;
+      }
+      const std::size_t size = TLV_HEADER_SIZE + (static_cast<std::size_t>(rest[1]) << 8U | rest[2]);
+      const bool is_end = static_cast<TLVType>(rest[0]) == TLVType::END_OF_MESSAGE;
+      if (is_end && !is_last) {
+        break;
+      }
+      missing_ = size - std::min(size, rest.size());
+      position += size - missing_;
+      if (is_end) {
+        has_ended_ = true;
+        break;
+      }
+    }
+    message_.insert(message_.end(), octets.begin(), octets.begin() + static_cast<std::ptrdiff_t>(position));
+    return true;
+  }
+
+  bool is_whole() const { return has_ended_ && missing_ == 0; }
+
+ private:
+  static bool is_padding(std::span<const std::uint8_t> rest, std::size_t tlvs) {
+    return MESSAGE_HEAD_SIZE + tlvs <= SMALLEST_ETHERNET_PAYLOAD &&
+           std::all_of(rest.begin(), rest.end(), [](std::uint8_t octet) { return octet == 0; });
+  }
+
+  std::vector<std::uint8_t>& message_;
+  std::size_t missing_ = 0;  // octets of the TLV that goes on in the next fragment
+  bool has_ended_ = false;
+};
+
+}  // namespace
+
+std::optional<std::vector<std::uint8_t>> Reassembly::add(const MACAddress& sender, std::span<const std::uint8_t> cmdu,
+                                                         TimePoint now) {
+  expire(now);
+  MessageHead head;
+  SerializationContext context;
+  MemoryIStream in(cmdu);
+  head.deserialize_impl(in, context);
+  if (!head.is_fragmented()) {
+    return std::vector<std::uint8_t>(cmdu.begin(), cmdu.end());
+  }
+  Partials::iterator partial = find(sender, head);
+  if (partial == messages_.end()) {
+    partial = begin_message(sender, head, now);
+  }
+  const std::span<const std::uint8_t> tlvs = cmdu.subspan(MESSAGE_HEAD_SIZE);
+  switch (take(*partial, head, tlvs)) {
+    case Taken::NEW:
+      break;
+    case Taken::DUPLICATE:
+      ++counts_.duplicates;
+      return std::nullopt;
+    case Taken::CONTRADICTION:
+      ++counts_.spoiled;
+      drop(partial);
+      return std::nullopt;
+  }
+  octets_ += tlvs.size();
+  if (is_complete(*partial)) {
+    std::optional<std::vector<std::uint8_t>> message = join(*partial);
+    ++(message ? counts_.messages : counts_.spoiled);
+    drop(partial);
+    return message;
+  }
+  keep_within_octets();
+  return std::nullopt;
+}
+
+void Reassembly::expire(TimePoint now) {
+  while (!messages_.empty() && now - messages_.front().begun > limits_.age) {
+    ++counts_.expired;
+    drop(messages_.begin());
+  }
+}
+
+Reassembly::Partials::iterator Reassembly::find(const MACAddress& sender, const MessageHead& head) {
+  return std::find_if(messages_.begin(), messages_.end(), [&](const Partial& partial) {
+    return partial.head.get_message_id() == head.get_message_id() &&
+           partial.head.get_message_type() == head.get_message_type() && partial.sender == sender;
+  });
+}
+
+Reassembly::Partials::iterator Reassembly::begin_message(const MACAddress& sender, const MessageHead& head,
+                                                         TimePoint now) {
+  const auto is_of_sender = [&](const Partial& partial) { return partial.sender == sender; };
+  const auto of_sender = static_cast<std::size_t>(std::count_if(messages_.begin(), messages_.end(), is_of_sender));
+  if (of_sender >= limits_.messages_of_a_sender) {
+    ++counts_.displaced;
+    drop(std::find_if(messages_.begin(), messages_.end(), is_of_sender));
+  } else if (messages_.size() >= limits_.messages) {
+    ++counts_.displaced;
+    drop(messages_.begin());
+  }
+  messages_.push_back({sender, head, now, {}, std::nullopt});
+  return std::prev(messages_.end());
+}
+
+void Reassembly::drop(Partials::iterator partial) {
+  for (const Fragment& fragment : partial->fragments) {
+    octets_ -= fragment.octets.size();
+  }
+  messages_.erase(partial);
+}
+
+void Reassembly::keep_within_octets() {
+  while (octets_ > limits_.octets) {
+    ++counts_.displaced;
+    drop(messages_.begin());
+  }
+}
+
+Reassembly::Taken Reassembly::take(Partial& partial, const MessageHead& head, std::span<const std::uint8_t> tlvs) {
+  const std::uint8_t id = head.get_fragment_id();
+  const bool is_last = head.get_last_fragment_indicator();
+  const auto place = std::lower_bound(partial.fragments.begin(), partial.fragments.end(), id,
+                                      [](const Fragment& fragment, std::uint8_t other) { return fragment.id < other; });
+  if (place != partial.fragments.end() && place->id == id) {
+    const bool is_same = is_last == (partial.last == id) &&
+                         std::equal(place->octets.begin(), place->octets.end(), tlvs.begin(), tlvs.end());
+    return is_same ? Taken::DUPLICATE : Taken::CONTRADICTION;
+  }
+  if ((is_last && (partial.last || place != partial.fragments.end())) || (partial.last && id > *partial.last)) {
+    return Taken::CONTRADICTION;
+  }
+  if (is_last) {
+    partial.last = id;
+  }
+  if (id == 0) {
+    partial.head = head;
+  }
+  partial.fragments.insert(place, {id, {tlvs.begin(), tlvs.end()}});
+  return Taken::NEW;
+}
+
+bool Reassembly::is_complete(const Partial& partial) {
+  return partial.last && partial.fragments.size() == std::size_t{*partial.last} + 1;
+}
+
+std::optional<std::vector<std::uint8_t>> Reassembly::join(const Partial& partial) {
+  MessageHead head = partial.head;
+  head.set_last_fragment_indicator(true);
+  SerializationContext context;
+  MemoryOStream head_octets;
+  head.serialize_impl(head_octets, context);
+  std::vector<std::uint8_t> message(head_octets.octets().begin(), head_octets.octets().end());
+  Joiner joiner(message);
+  for (const Fragment& fragment : partial.fragments) {
+    if (!joiner.append(fragment.octets, fragment.id == *partial.last)) {
+      return std::nullopt;
+    }
+  }
+  return joiner.is_whole() ? std::optional(std::move(message)) : std::nullopt;
+}
+
+}  // namespace qel::ieee1905_1

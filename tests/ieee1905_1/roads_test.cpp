@@ -1,0 +1,317 @@
+#include <algorithm>
+#include <map>
+#include <random>
+
+#include "qel/ieee1905_1/device_information_tlv.h"
+#include "qel/ieee1905_1/fragmenter.h"
+#include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/lenient.h"
+#include "qel/ieee1905_1/link_metric_tlvs.h"
+#include "qel/ieee1905_1/message_builder.h"
+#include "qel/ieee1905_1/neighbor_tlvs.h"
+#include "qel/ieee1905_1/reassembly.h"
+#include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
+#include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
+#include "tests/ieee1905_1/tlv_test.h"
+
+/// What a program does with a message as a whole: builds it, finds its TLVs, reads it leniently, sends it in fragments.
+namespace qel::ieee1905_1 {
+namespace {
+
+using serialization::MemoryOStream;
+using serialization::SerializationContext;
+using enum MessageType;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using test::Octets;
+
+const char* const HEAD = "00 00 0003 1234 00 80 ";
+
+Octets encoded(const Message& message) {
+  SerializationContext context;
+  MemoryOStream out;
+  encode(message, out, context);
+  return {out.octets().begin(), out.octets().end()};
+}
+
+TEST(Roads, BuildsAndFinds) {
+  MessageBuilder builder(VENDOR_SPECIFIC_MESSAGE, 0x1234);
+  builder.relay()
+      .add(QELMessageTypeTLV(QELMessageType::QEL_MESHD_VERSION_MESSAGE))
+      .add(ALMACAddressTLV(A))
+      .add(std::make_unique<InterfaceMACAddressTLV>(B))
+      .add(InterfaceMACAddressTLV(C));
+  Message message = builder.build();
+  EXPECT_EQ(test::hex(encoded(message)),
+            test::hex(octets("00 00 0004 1234 00 C0 0B 0008 OUI 09 0002 0001 01 0006 021A2B3C4D5E"
+                             "02 0006 06F1E2D3C4B5 02 0006 0A0918273645 00 0000")));
+
+  ASSERT_NE(message.find<ALMACAddressTLV>(), nullptr);
+  EXPECT_EQ(message.find<ALMACAddressTLV>()->get_MAC(), A);
+  EXPECT_EQ(message.find<DeviceInformationTLV>(), nullptr);
+  message.find<InterfaceMACAddressTLV>()->set_MAC(D);
+  std::vector<MACAddress> found;
+  for (const InterfaceMACAddressTLV& tlv : std::as_const(message).all<InterfaceMACAddressTLV>()) {
+    found.push_back(tlv.get_MAC());
+  }
+  EXPECT_EQ(found, (std::vector{D, C}));
+  EXPECT_TRUE(message.all<TransmitterLinkMetricTLV>().empty());
+
+  ASSERT_NE(message.find_vendor<QELMessageTypeTLV>(), nullptr);
+  EXPECT_EQ(message.find_vendor<QELMessageTypeTLV>()->get_qel_message_type(),
+            QELMessageType::QEL_MESHD_VERSION_MESSAGE);
+  EXPECT_EQ(message.find_vendor<QELMeshdVersionTLV>(), nullptr);
+  EXPECT_EQ(message.find_vendor<VendorSpecificUnknown>(), nullptr);
+
+  EXPECT_TRUE(make_message(VENDOR_SPECIFIC_MESSAGE, 0x1234).find<EndOfMessageTLV>() != nullptr);
+  EXPECT_THROW(message.get_list().add_TLV(std::unique_ptr<TLV>()), std::invalid_argument);
+  EXPECT_THROW(builder.add(std::unique_ptr<TLV>()), std::invalid_argument);
+}
+
+TEST(Roads, ErrorsTellThePlace) {
+  const struct {
+    const char* cmdu;
+    const char* what;
+    const char* place;
+  } rows[] = {
+      {"00 00 00", "Deserialization of type std::uint16_t failed.", "in the head, after 3 octets"},
+      {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E", "Cannot peek TLV type!",
+       "in AL_MAC_ADDRESS at offset 8, after 17 octets"},
+      {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E 02 0006 06F1", "Deserialization of type std::uint8_t failed.",
+       "in MAC_ADDRESS at offset 17, after 22 octets"},
+      {"00 00 0003 1234 00 80 B3 0001 01 00 0000", "Unknown TLV type!MULTI_AP_PROFILE",
+       "in MULTI_AP_PROFILE at offset 8, after 8 octets"},
+  };
+  SerializationContext context;
+  for (const auto& row : rows) {
+    const Octets input = octets(row.cmdu);
+    try {
+      decode(input, context);
+      ADD_FAILURE() << row.cmdu;
+    } catch (const DecodeException& exception) {
+      EXPECT_STREQ(exception.what(), row.what);
+      EXPECT_EQ(exception.place(), row.place);
+    }
+  }
+  const Octets whole = octets(string(HEAD) + "01 0006 021A2B3C4D5E 00 0000 01");
+  EXPECT_EQ(decode(whole, context).find<ALMACAddressTLV>()->get_MAC(), A);
+}
+
+TEST(Roads, LenientDecodingKeepsWhatItUnderstands) {
+  SerializationContext context;
+  const Octets input = octets(string(HEAD) +
+                              "B3 0001 07           # a type without a class\n"
+                              "01 0008 021A2B3C4D5E 9ABC # two octets that no field takes\n"
+                              "02 0004 06F1E2D3     # too short, though octets follow\n"
+                              "0B 0004 0AB105 77    # a foreign vendor\n"
+                              "02 0006 0A0918273645\n"
+                              "00 0000 FFFF         # padding");
+  const LenientMessage lenient = decode_leniently(input, context);
+  string seen;
+  for (const LenientMessage::Entry& entry : lenient.entries) {
+    seen += enum_to_string(entry.raw.type) + "@" + std::to_string(entry.raw.offset) + " " + test::hex(entry.raw.body) +
+            (entry.tlv != nullptr ? " ok "
+             : entry.has_class()  ? " bad "
+                                  : " unknown ") +
+            std::to_string(entry.unread) + " " + entry.error + "\n";
+  }
+  EXPECT_EQ(seen,
+            "MULTI_AP_PROFILE@8 07 unknown 0 \n"
+            "AL_MAC_ADDRESS@12 021A2B3C4D5E9ABC ok 2 \n"
+            "MAC_ADDRESS@23 06F1E2D3 bad 0 Deserialization of type std::uint8_t failed.\n"
+            "VENDOR_SPECIFIC@30 0AB10577 ok 0 \n"
+            "MAC_ADDRESS@37 0A0918273645 ok 0 \n"
+            "END_OF_MESSAGE@46  ok 0 \n");
+  EXPECT_EQ(lenient.message.get_head().get_message_id(), 0x1234);
+  EXPECT_EQ(lenient.message.find<InterfaceMACAddressTLV>()->get_MAC(), C);
+  EXPECT_EQ(lenient.message.find_vendor<VendorSpecificUnknown>()->get_expected_length(), 1);
+  EXPECT_EQ(lenient.end, TLVWalkEnd::END_OF_MESSAGE);
+  EXPECT_EQ(lenient.end_offset, 49U);
+  EXPECT_FALSE(lenient.is_whole());
+
+  const struct {
+    const char* tlvs;
+    TLVWalkEnd end;
+    std::size_t offset;
+    std::size_t entries;
+    bool whole;
+  } ends[] = {
+      {"01 0006 021A2B3C4D5E 00 0000", TLVWalkEnd::END_OF_MESSAGE, 20, 2, true},
+      {"01 0006 021A2B3C4D5E", TLVWalkEnd::MISSING_END, 17, 1, false},
+      {"01 0006 021A2B3C4D5E 02 00", TLVWalkEnd::CUT_HEADER, 17, 1, false},
+      {"01 0006 021A2B3C4D5E 02 0006 06F1E2D3C4", TLVWalkEnd::CUT_BODY, 17, 1, false},
+      {"", TLVWalkEnd::MISSING_END, 8, 0, false},
+      {"00 0001 55 01 0006 021A2B3C4D5E", TLVWalkEnd::END_OF_MESSAGE, 12, 1, false},
+  };
+  for (const auto& row : ends) {
+    const Octets octets = test::octets(string(HEAD) + row.tlvs);
+    const LenientMessage result = decode_leniently(octets, context);
+    EXPECT_EQ(std::tuple(result.end, result.end_offset, result.entries.size(), result.is_whole()),
+              std::tuple(row.end, row.offset, row.entries, row.whole))
+        << row.tlvs;
+  }
+  EXPECT_THROW(decode_leniently(test::octets("00 00 0003 1234 00"), context), serialization::SerializationException);
+}
+
+/// A message of `count` TLVs with bodies of various sizes.
+Message long_message(std::mt19937& random, std::size_t count) {
+  MessageBuilder builder(TOPOLOGY_RESPONSE_MESSAGE, static_cast<std::uint16_t>(random()));
+  for (std::size_t index = 0; index < count; ++index) {
+    IEEE1905NeighborDeviceTLV tlv(MACAddress({2, 0, 0, 0, 0, static_cast<std::uint8_t>(index)}));
+    for (std::size_t neighbors = random() % 6; neighbors > 0; --neighbors) {
+      tlv.add_AL_MAC_neighbor(
+          {MACAddress({2, 1, 0, 0, 0, static_cast<std::uint8_t>(random())}), IEEE802_1_Bridge::NO_IEEE802_1_BRIDGE});
+    }
+    builder.add(tlv);
+  }
+  return builder.build();
+}
+
+constexpr Reassembly::TimePoint START{};
+
+TEST(Roads, FragmentsInAnyOrderGiveTheMessage) {
+  std::mt19937 random(4711);
+  SerializationContext context;
+  Reassembly reassembly;
+  for (int round = 0; round < 300; ++round) {
+    std::map<MACAddress, Octets> sent;
+    std::vector<std::pair<MACAddress, Octets>> frames;
+    for (const MACAddress& sender : {A, B}) {
+      const Message message = long_message(random, random() % 20);
+      sent[sender] = encoded(message);
+      const std::size_t largest = 8 + 54 + random() % 100;
+      Fragmenter fragmenter(largest);
+      for (const auto fragment : fragmenter.split(message, context)) {
+        ASSERT_LE(fragment.size(), largest);
+        frames.emplace_back(sender, Octets(fragment.begin(), fragment.end()));
+        frames.back().second.resize(std::max<std::size_t>(fragment.size(), 46));  // as Ethernet pads it
+      }
+    }
+    for (std::size_t repeated = frames.size() / 4; repeated > 0; --repeated) {
+      frames.push_back(frames[random() % frames.size()]);
+    }
+    std::shuffle(frames.begin(), frames.end(), random);
+    std::map<MACAddress, Octets> got;
+    const auto now = START + round * seconds(10);
+    for (const auto& [sender, frame] : frames) {
+      if (auto whole = reassembly.add(sender, frame, now)) {
+        whole->resize(std::min(whole->size(), sent[sender].size()));  // padding of a message that was not split
+        got[sender] = *whole;
+      }
+    }
+    ASSERT_EQ(got, sent) << round;
+  }
+  reassembly.expire(START + seconds(10000));
+  EXPECT_EQ(reassembly.count_octets(), 0U);
+  EXPECT_EQ(reassembly.counts().spoiled, 0U);
+}
+
+TEST(Roads, FragmenterSaysWhatDoesNotFit) {
+  SerializationContext context;
+  const auto refusal = [&](std::size_t largest, const Message& message) -> string {
+    try {
+      Fragmenter(largest).split(message, context);
+    } catch (const std::exception& exception) {
+      return exception.what();
+    }
+    return "";
+  };
+  const Message small = make_message(TOPOLOGY_DISCOVERY_MESSAGE, 7, ALMACAddressTLV(A), InterfaceMACAddressTLV(B));
+  EXPECT_EQ(refusal(8 + 9 + 9 + 3, small), "");
+  EXPECT_EQ(refusal(8 + 9, small), "");
+  EXPECT_EQ(refusal(8 + 8, small), "TLV AL_MAC_ADDRESS of 9 octets does not fit a fragment with room for 8");
+  EXPECT_EQ(refusal(10, small), "a fragment of 10 octets has no room for a TLV");
+  MessageBuilder many(TOPOLOGY_QUERY_MESSAGE, 7);
+  for (int tlv = 0; tlv < 256; ++tlv) {
+    many.add(ALMACAddressTLV(A));
+  }
+  EXPECT_EQ(refusal(8 + 9, many.build()), "The message takes 257 fragments, more than 256");
+  Message fragment = make_message(TOPOLOGY_DISCOVERY_MESSAGE, 7, ALMACAddressTLV(A), InterfaceMACAddressTLV(B));
+  fragment.get_head().set_fragment_id(1);
+  EXPECT_EQ(refusal(8 + 9 + 9 + 3, fragment), "");
+  EXPECT_EQ(refusal(8 + 9, fragment), "A fragment cannot be split again");
+}
+
+/// A fragment of message 0x1234, or another.
+Octets fragment(unsigned int id, bool last, const string& tlvs, unsigned int message = 0x1234) {
+  Octets octets = test::octets("00 00 0003 0000 00 00" + tlvs);
+  octets[4] = static_cast<std::uint8_t>(message >> 8U);
+  octets[5] = static_cast<std::uint8_t>(message);
+  octets[6] = static_cast<std::uint8_t>(id);
+  octets[7] = last ? 0x80 : 0;
+  return octets;
+}
+
+TEST(Roads, ReassemblyTakesOnlyFragmentsThatAgree) {
+  const string al = "01 0006 021A2B3C4D5E", mac = "02 0006 06F1E2D3C4B5", end = "00 0000";
+  const string whole = test::hex(octets(HEAD + al + mac + end));
+  const struct {
+    const char* what;
+    std::vector<Octets> fragments;
+    string result;
+    std::uint64_t spoiled;
+  } rows[] = {
+      {"split between TLVs", {fragment(0, false, al), fragment(1, true, mac + end)}, whole, 0},
+      {"every fragment has an end", {fragment(0, false, al + end), fragment(1, true, mac + end)}, whole, 0},
+      {"split within a TLV", {fragment(0, false, "01 0006 021A"), fragment(1, true, "2B3C4D5E" + mac + end)}, whole, 0},
+      {"padded with less than a header", {fragment(0, false, al + "0000"), fragment(1, true, mac + end)}, whole, 0},
+      {"a gap", {fragment(0, false, al), fragment(2, true, mac + end)}, "", 0},
+      {"no last one", {fragment(0, false, al), fragment(1, false, mac + end)}, "", 0},
+      {"no end of the message", {fragment(0, false, al), fragment(1, true, mac)}, "", 1},
+      {"cut within the last TLV", {fragment(0, false, al), fragment(1, true, "02 0006 06")}, "", 1},
+      {"cut within a header", {fragment(0, false, al + "0200"), fragment(1, true, mac + end)}, "", 1},
+      {"two contents", {fragment(0, false, al), fragment(0, false, mac), fragment(1, true, mac + end)}, "", 1},
+      {"two last ones", {fragment(1, true, mac + end), fragment(2, true, mac + end), fragment(0, false, al)}, "", 1},
+      {"last and not last",
+       {fragment(1, true, mac + end), fragment(1, false, mac + end), fragment(0, false, al)},
+       "",
+       1},
+      {"one behind the last", {fragment(2, false, al), fragment(1, true, mac + end), fragment(0, false, al)}, "", 1},
+      {"two messages", {fragment(0, false, al), fragment(1, true, mac + end, 0x1235)}, "", 0},
+  };
+  for (const auto& row : rows) {
+    Reassembly reassembly;
+    string result;
+    for (const Octets& octets : row.fragments) {
+      if (const auto message = reassembly.add(A, octets, START)) {
+        result += test::hex(*message);
+      }
+    }
+    EXPECT_EQ(result, row.result) << row.what;
+    EXPECT_EQ(reassembly.counts().spoiled, row.spoiled) << row.what;
+  }
+  Reassembly reassembly;
+  EXPECT_FALSE(reassembly.add(A, fragment(0, false, al), START));
+  EXPECT_FALSE(reassembly.add(B, fragment(1, true, mac + end), START));
+  EXPECT_THROW(reassembly.add(A, octets("00 00 0003 1234 00"), START), serialization::SerializationException);
+}
+
+TEST(Roads, ReassemblyIsBounded) {
+  const string al = "01 0006 021A2B3C4D5E", end = "00 0000";
+  const MACAddress other({2, 9, 9, 9, 9, 9});
+  Reassembly reassembly({.messages = 3, .messages_of_a_sender = 2, .octets = 100, .age = milliseconds(500)});
+  const auto completes = [&](const MACAddress& sender, unsigned int message, Reassembly::TimePoint now) {
+    return reassembly.add(sender, fragment(1, true, end, message), now).has_value();
+  };
+  for (unsigned int message = 1; message <= 3; ++message) {
+    reassembly.add(A, fragment(0, false, al, message), START);
+  }
+  EXPECT_EQ(reassembly.count_messages(), 2U);  // the sender's oldest gave way
+  reassembly.add(B, fragment(0, false, al, 4), START);
+  reassembly.add(other, fragment(0, false, al, 5), START);
+  EXPECT_EQ(reassembly.count_messages(), 3U);
+  EXPECT_EQ(reassembly.counts().displaced, 2U);
+  EXPECT_TRUE(completes(A, 3, START) && completes(B, 4, START + milliseconds(500)));
+  EXPECT_FALSE(completes(other, 5, START + milliseconds(501)));
+  EXPECT_EQ(reassembly.counts().expired, 1U);
+
+  const string large = "01 003D " + string(2 * 61, '7');
+  const auto later = START + seconds(10);
+  EXPECT_FALSE(reassembly.add(A, fragment(0, false, large, 6), later));
+  EXPECT_FALSE(reassembly.add(B, fragment(0, false, large, 7), later));
+  EXPECT_EQ(reassembly.count_octets(), 64U);
+  EXPECT_TRUE(completes(B, 7, later));
+}
+
+}  // namespace
+}  // namespace qel::ieee1905_1
