@@ -101,12 +101,10 @@ std::ostream& operator<<(std::ostream& os, const Message& message) {
 DecodeException::~DecodeException() = default;
 
 std::string DecodeException::place() const {
-  const std::string after = "after " + std::to_string(offset_) + (offset_ == 1 ? " octet" : " octets");
-  return tlv_ ? "in " + enum_to_string(tlv_->type) + " at offset " + std::to_string(tlv_->offset) + ", " + after
-              : "in the head, " + after;
+  return tlv_ ? "in " + enum_to_string(tlv_->type) + " at offset " + std::to_string(tlv_->offset) : "in the head";
 }
 
-Message decode(std::span<const std::uint8_t> cmdu, SerializationContext& context) {
+Message decode(std::span<const std::uint8_t> cmdu, SerializationContext& context, std::size_t* size) {
   SerializationContext::InputLoan input(context, cmdu);
   context.set_place(std::nullopt);
   Message message;
@@ -118,6 +116,9 @@ Message decode(std::span<const std::uint8_t> cmdu, SerializationContext& context
       tlv = {static_cast<TLVType>(place->type), place->offset};
     }
     throw DecodeException(exception.what(), input.stream().consumed(), tlv);
+  }
+  if (size != nullptr) {
+    *size = input.stream().consumed();
   }
   return message;
 }

@@ -157,7 +157,7 @@ class QEL_EXPORT DecodeException final : public serialization::SerializationExce
   /// The TLV that was being decoded, empty when it was the head.
   const std::optional<Place>& get_tlv() const { return tlv_; }
 
-  /// The place for a log, such as "in DEVICE_INFORMATION at offset 17, after 30 octets".
+  /// The place for a log, such as "in DEVICE_INFORMATION at offset 17", or "in the head".
   std::string place() const;
 
  private:
@@ -165,8 +165,10 @@ class QEL_EXPORT DecodeException final : public serialization::SerializationExce
   std::optional<Place> tlv_;
 };
 
-/// A message from the octets of a CMDU; what follows its End-of-message TLV is left aside. Throws DecodeException.
-QEL_EXPORT Message decode(std::span<const std::uint8_t> cmdu, serialization::SerializationContext& context);
+/// A message from the octets of a CMDU; what follows its End-of-message TLV is left aside. `size`, unless null, is set
+/// to the number of octets that the message takes. Throws DecodeException.
+QEL_EXPORT Message decode(std::span<const std::uint8_t> cmdu, serialization::SerializationContext& context,
+                          std::size_t* size = nullptr);
 
 /// Writes the message as it stands. Throws SerializationException.
 QEL_EXPORT void encode(const Message& message, std::ostream& sink, serialization::SerializationContext& context);

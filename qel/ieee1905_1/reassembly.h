@@ -52,6 +52,10 @@ class QEL_EXPORT Reassembly {
   void expire(TimePoint now);
 
   std::size_t count_messages() const { return messages_.size(); }
+  /// Messages of which not all fragments came, or not such as agree; those begun and still waiting among them.
+  std::uint64_t count_incomplete() const {
+    return messages_.size() + counts_.spoiled + counts_.expired + counts_.displaced;
+  }
   std::size_t count_octets() const { return octets_; }
   const Counts& counts() const { return counts_; }
 

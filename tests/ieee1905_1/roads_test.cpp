@@ -73,14 +73,15 @@ TEST(Roads, ErrorsTellThePlace) {
     const char* cmdu;
     const char* what;
     const char* place;
+    std::size_t offset;
   } rows[] = {
-      {"00 00 00", "Deserialization of type std::uint16_t failed.", "in the head, after 3 octets"},
+      {"00 00 00", "Deserialization of type std::uint16_t failed.", "in the head", 3},
       {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E", "Cannot peek TLV type!",
-       "in AL_MAC_ADDRESS at offset 8, after 17 octets"},
+       "in AL_MAC_ADDRESS at offset 8", 17},
       {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E 02 0006 06F1", "Deserialization of type std::uint8_t failed.",
-       "in MAC_ADDRESS at offset 17, after 22 octets"},
+       "in MAC_ADDRESS at offset 17", 22},
       {"00 00 0003 1234 00 80 B3 0001 01 00 0000", "Unknown TLV type!MULTI_AP_PROFILE",
-       "in MULTI_AP_PROFILE at offset 8, after 8 octets"},
+       "in MULTI_AP_PROFILE at offset 8", 8},
   };
   SerializationContext context;
   for (const auto& row : rows) {
@@ -91,10 +92,13 @@ TEST(Roads, ErrorsTellThePlace) {
     } catch (const DecodeException& exception) {
       EXPECT_STREQ(exception.what(), row.what);
       EXPECT_EQ(exception.place(), row.place);
+      EXPECT_EQ(exception.get_offset(), row.offset);
     }
   }
   const Octets whole = octets(string(HEAD) + "01 0006 021A2B3C4D5E 00 0000 01");
-  EXPECT_EQ(decode(whole, context).find<ALMACAddressTLV>()->get_MAC(), A);
+  std::size_t size = 0;
+  EXPECT_EQ(decode(whole, context, &size).find<ALMACAddressTLV>()->get_MAC(), A);
+  EXPECT_EQ(size, whole.size() - 1);
 }
 
 TEST(Roads, LenientDecodingKeepsWhatItUnderstands) {

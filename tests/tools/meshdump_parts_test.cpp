@@ -5,7 +5,6 @@
 #include <utility>
 #include <vector>
 
-#include "tools/meshdump/cmdu_outline.h"
 #include "tools/meshdump/decoder.h"
 #include "tools/meshdump/ethernet_frame.h"
 #include "tools/meshdump/filter.h"
@@ -44,33 +43,6 @@ TEST(EthernetFrame, LooksThroughTagsAndSurvivesEveryLength) {
       EXPECT_FALSE(parse_ethernet({frame.data(), size})) << row.octets << " cut to " << size;
     }
   }
-}
-
-TEST(CmduOutline, ReadsHeadersOfAnything) {
-  const struct {
-    const char* cmdu;
-    std::size_t size;
-    bool complete;
-    std::vector<std::size_t> tlv_types;
-  } rows[] = {
-      {"0000 8002 1003 0080  A1 0001 E0  1B 0002 0000  00 0000  FFFF", 20, true, {0xA1, 0x1B, 0}},
-      {"0000 8002 1003 0080  A1 0001 E0", 12, false, {0xA1}},
-      {"0000 8002 1003 0080  A1 0002 E0", 0, false, {0xA1}},
-      {"0000 8002 1003 0080  A1 0001 E0 1B 00", 12, false, {0xA1, 0x1B}},
-      {"0000 8002 1003 00", 0, false, {}},
-  };
-  for (const auto& row : rows) {
-    const CmduOutline result = outline(octets(row.cmdu));
-    EXPECT_EQ(result.type, qel::ieee1905_1::MessageType::AP_CAPABILITY_REPORT_MESSAGE);
-    EXPECT_EQ(result.size, row.size) << row.cmdu;
-    EXPECT_EQ(result.complete, row.complete) << row.cmdu;
-    std::bitset<256> types;
-    for (const std::size_t type : row.tlv_types) {
-      types.set(type);
-    }
-    EXPECT_EQ(result.tlv_types, types) << row.cmdu;
-  }
-  EXPECT_FALSE(outline(octets("000080")).type);
 }
 
 TEST(SafeText, ReplacesWhatIsNoUtf8) {

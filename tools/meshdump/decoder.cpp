@@ -1,21 +1,26 @@
 #include "tools/meshdump/decoder.h"
 
 #include "qel/core/serialization/serialization_exception.h"
+#include "qel/ieee1905_1/cmdu.h"
 
 namespace meshdump {
 
+using qel::ieee1905_1::DecodeException;
 using qel::serialization::SerializationException;
 
 Decoding Decoder::decode(std::span<const std::uint8_t> cmdu) {
   Decoding result;
-  input_.reset(cmdu);
   try {
-    result.message.emplace().deserialize_impl(input_, context_);
-  } catch (const SerializationException& exception) {
-    result.message.reset();
+    result.message = qel::ieee1905_1::decode(cmdu, context_, &result.consumed);
+  } catch (const DecodeException& exception) {
     result.error = exception.what();
+    result.place = exception.place();
+    result.tlv = exception.get_tlv();
+    result.consumed = exception.get_offset();
+    if (cmdu.size() >= qel::ieee1905_1::MESSAGE_HEAD_SIZE) {
+      result.lenient = qel::ieee1905_1::decode_leniently(cmdu, context_);
+    }
   }
-  result.consumed = input_.consumed();
   if (reencode_ && result.message) {
     Reencoding& reencoding = result.reencoding.emplace();
     output_.reset();

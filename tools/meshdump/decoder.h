@@ -9,6 +9,7 @@
 
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
+#include "qel/ieee1905_1/lenient.h"
 #include "qel/ieee1905_1/message.h"
 
 namespace meshdump {
@@ -26,8 +27,18 @@ struct Reencoding {
 struct Decoding {
   std::optional<qel::ieee1905_1::Message> message;  ///< empty when the CMDU was rejected
   std::string error;                                ///< why it was rejected
-  std::size_t consumed = 0;                         ///< octets read up to success or failure
-  std::optional<Reencoding> reencoding;             ///< empty when not asked for, and for a rejected CMDU
+  std::string place;                                ///< where, such as "in MAC_ADDRESS at offset 17"
+  std::optional<qel::ieee1905_1::DecodeException::Place>
+      tlv;  ///< the TLV in which it was rejected, unless it was the head
+  /// A rejected CMDU TLV by TLV; empty without a whole head. Borrows the octets of the CMDU.
+  std::optional<qel::ieee1905_1::LenientMessage> lenient;
+  std::size_t consumed = 0;              ///< octets read up to success or failure
+  std::optional<Reencoding> reencoding;  ///< empty when not asked for, and for a rejected CMDU
+
+  /// Null for a CMDU without a whole head.
+  const qel::ieee1905_1::MessageHead* head() const {
+    return message ? &message->get_head() : lenient ? &lenient->message.get_head() : nullptr;
+  }
 };
 
 /// Decodes CMDUs one after the other and keeps its memory between them.
@@ -40,7 +51,6 @@ class Decoder {
  private:
   bool reencode_;
   qel::serialization::SerializationContext context_;
-  qel::serialization::MemoryIStream input_;
   qel::serialization::MemoryOStream output_;
 };
 

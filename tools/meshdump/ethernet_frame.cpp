@@ -1,35 +1,38 @@
 #include "tools/meshdump/ethernet_frame.h"
 
-#include <algorithm>
+#include <arpa/inet.h>
+
 #include <cstddef>
+#include <cstring>
+
+#include "qel/net/ether_header.h"
 
 namespace meshdump {
 
 namespace {
 
-constexpr std::size_t ETHERTYPE_OFFSET = 12;
-constexpr std::size_t ETHERTYPE_SIZE = 2;
-constexpr std::size_t TAG_SIZE = 4;  // its own ethertype and two octets of priority and VLAN
+constexpr std::size_t TAG_SIZE = 4;  // priority and VLAN, and the ethertype behind them
 constexpr std::uint16_t C_TAG = 0x8100;
 constexpr std::uint16_t S_TAG = 0x88A8;
-
-qel::MACAddress read_address(std::span<const std::uint8_t> octets) {
-  qel::MACAddress address;
-  std::copy_n(octets.begin(), address.octets().size(), address.octets().begin());
-  return address;
-}
 
 }  // namespace
 
 std::optional<EthernetFrame> parse_ethernet(std::span<const std::uint8_t> octets) {
-  for (std::size_t offset = ETHERTYPE_OFFSET; offset + ETHERTYPE_SIZE <= octets.size(); offset += TAG_SIZE) {
-    const auto ethertype = static_cast<std::uint16_t>(octets[offset] << 8U | octets[offset + 1]);
-    if (ethertype != C_TAG && ethertype != S_TAG) {
-      return EthernetFrame{read_address(octets), read_address(octets.subspan(6)), ethertype,
-                           octets.subspan(offset + ETHERTYPE_SIZE)};
-    }
+  qel::EtherHeader header;
+  if (octets.size() < sizeof(header)) {
+    return std::nullopt;
   }
-  return std::nullopt;
+  std::memcpy(&header, octets.data(), sizeof(header));
+  std::uint16_t ethertype = ntohs(header.get_ethertype());
+  std::span<const std::uint8_t> payload = octets.subspan(sizeof(header));
+  while (ethertype == C_TAG || ethertype == S_TAG) {
+    if (payload.size() < TAG_SIZE) {
+      return std::nullopt;
+    }
+    ethertype = static_cast<std::uint16_t>(payload[2] << 8U | payload[3]);
+    payload = payload.subspan(TAG_SIZE);
+  }
+  return EthernetFrame{header.get_dest_addr(), header.get_src_addr(), ethertype, payload};
 }
 
 }  // namespace meshdump

@@ -8,8 +8,6 @@
 
 namespace meshdump {
 
-inline constexpr std::uint16_t ETHERTYPE_IEEE1905 = 0x893A;
-
 struct EthernetFrame {
   qel::MACAddress destination;
   qel::MACAddress source;

@@ -10,14 +10,17 @@
 #include <type_traits>
 
 #include "qel/core/text.h"
-#include "tools/meshdump/cmdu_outline.h"
+#include "qel/ieee1905_1/tlv_walk.h"
 
 namespace meshdump {
 
 namespace {
 
 using qel::ieee1905_1::MessageType;
+using qel::ieee1905_1::RawTLV;
 using qel::ieee1905_1::TLVType;
+using qel::ieee1905_1::TLVWalk;
+using qel::ieee1905_1::TLVWalkEnd;
 
 /// `Number` is the width of the enumeration.
 template <class Number>
@@ -58,8 +61,15 @@ bool has_tlv(const Cmdu& cmdu, const Decoding& decoding, const std::vector<TLVTy
     const auto& tlvs = decoding.message->get_list().get_TLV_list();
     return std::any_of(tlvs.begin(), tlvs.end(), [&](const auto& tlv) { return holds(types, tlv->get_type()); });
   }
-  const auto present = outline(cmdu.octets).tlv_types;
-  return std::any_of(types.begin(), types.end(), [&](TLVType type) { return present[static_cast<std::size_t>(type)]; });
+  TLVWalk walk(cmdu.octets);
+  while (const std::optional<RawTLV> tlv = walk.next()) {
+    if (holds(types, tlv->type)) {
+      return true;
+    }
+  }
+  // A TLV that is cut off has a type nonetheless.
+  return walk.end() != TLVWalkEnd::END_OF_MESSAGE && walk.offset() < cmdu.octets.size() &&
+         holds(types, static_cast<TLVType>(cmdu.octets[walk.offset()]));
 }
 
 }  // namespace
@@ -93,7 +103,7 @@ bool Filter::matches(const Cmdu& cmdu, const Decoding& decoding) const {
     return false;
   }
   if (!message_types_.empty()) {
-    const std::optional<MessageType> type = outline(cmdu.octets).type;
+    const std::optional<MessageType> type = message_type(cmdu.octets);
     if (!type || !holds(message_types_, *type)) {
       return false;
     }

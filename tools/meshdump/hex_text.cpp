@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "tools/meshdump/cmdu_outline.h"
+#include "qel/ieee1905_1/tlv_walk.h"
 
 namespace meshdump {
 
@@ -60,8 +60,12 @@ std::optional<HexLine> join_wrapped_lines(std::span<const HexLine> lines) {
   for (const HexLine& line : lines) {
     joined.octets.insert(joined.octets.end(), line.octets.begin(), line.octets.end());
   }
-  const CmduOutline whole = outline(joined.octets);
-  return whole.complete && whole.size == joined.octets.size() ? std::optional(std::move(joined)) : std::nullopt;
+  using qel::ieee1905_1::TLVWalk, qel::ieee1905_1::TLVWalkEnd;
+  TLVWalk walk(joined.octets);
+  while (walk.next()) {
+  }
+  const bool is_one = walk.end() == TLVWalkEnd::END_OF_MESSAGE && walk.offset() == joined.octets.size();
+  return is_one ? std::optional(std::move(joined)) : std::nullopt;
 }
 
 std::string to_hex(std::span<const std::uint8_t> octets) {

@@ -21,7 +21,9 @@ namespace meshdump {
 
 namespace {
 
+using qel::ieee1905_1::LenientMessage;
 using qel::ieee1905_1::Message;
+using qel::ieee1905_1::TLVWalkEnd;
 
 /// The generator escapes the C0 control characters only. DEL and the C1 ones, C2 80 to C2 9F in UTF-8, occur in strings
 /// alone, and the generator never hands over a part of a character.
@@ -107,6 +109,47 @@ JsonOutput::~JsonOutput() = default;
 
 void JsonOutput::Free::operator()(yajl_gen_t* generator) const { yajl_gen_free(generator); }
 
+/// What is known of a rejected message nonetheless.
+void JsonOutput::put_rejected(const Cmdu& cmdu, const Decoding& decoding) {
+  yajl_gen generator = generator_.get();
+  if (decoding.tlv) {
+    put(generator, "error_tlv", enum_to_string(decoding.tlv->type));
+    put(generator, "error_offset", decoding.tlv->offset);
+  }
+  if (const auto type = message_type(cmdu.octets)) {
+    put(generator, "type", enum_to_string(*type));
+  }
+  if (!decoding.lenient) {
+    return;
+  }
+  const LenientMessage& lenient = *decoding.lenient;
+  put(generator, "mid", lenient.message.get_head().get_message_id());
+  put(generator, "tlvs");
+  check(yajl_gen_array_open(generator));
+  for (const LenientMessage::Entry& entry : lenient.entries) {
+    check(yajl_gen_map_open(generator));
+    put(generator, "type", enum_to_string(entry.raw.type));
+    if (entry.tlv != nullptr) {
+      put(generator, "text", debug_text(text_, *entry.tlv));
+    }
+    put(generator, "offset", entry.raw.offset);
+    if (entry.tlv == nullptr) {
+      put(generator, "octets", to_hex(entry.raw.body));
+    } else if (entry.unread != 0) {
+      put(generator, "rest", to_hex(entry.raw.body.last(entry.unread)));
+    }
+    if (!entry.error.empty()) {
+      put(generator, "error", entry.error);
+    }
+    check(yajl_gen_map_close(generator));
+  }
+  check(yajl_gen_array_close(generator));
+  put(generator, "end", enum_to_string(lenient.end));
+  if (lenient.end == TLVWalkEnd::CUT_HEADER || lenient.end == TLVWalkEnd::CUT_BODY) {
+    put(generator, "cut_off", to_hex(cmdu.octets.subspan(lenient.end_offset)));
+  }
+}
+
 void JsonOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) {
   yajl_gen generator = generator_.get();
   yajl_gen_reset(generator, nullptr);
@@ -132,8 +175,14 @@ void JsonOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
     put(generator, "error", decoding.error);
   }
   put(generator, "consumed", decoding.consumed);
+  if (!decoding.message) {
+    put_rejected(cmdu, decoding);
+  }
   if (decoding.reencoding) {
     put_reencoding(generator, *decoding.reencoding);
+  }
+  if (cmdu.reassembled) {
+    put_bool(generator, "reassembled", true);
   }
   if (cmdu.frame) {
     put_time(generator, "time", cmdu.frame->time);

@@ -19,6 +19,8 @@ class JsonOutput final : public Output {
   void print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) override;
 
  private:
+  void put_rejected(const Cmdu& cmdu, const Decoding& decoding);
+
   struct Free {
     void operator()(yajl_gen_t* generator) const;
   };

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "qel/ieee1905_1/cmdu.h"
+#include "qel/ieee1905_1/reassembly.h"
 #include "tools/meshdump/capture_file.h"
 #include "tools/meshdump/cmdu.h"
 #include "tools/meshdump/decoder.h"
@@ -23,6 +25,8 @@
 namespace meshdump {
 
 namespace {
+
+using qel::ieee1905_1::Reassembly;
 
 enum ExitStatus : int { ALL_DECODED = 0, SOME_REJECTED = 1, FAILED = 2 };
 
@@ -65,10 +69,11 @@ class Dump {
       fail(error.what());
     }
     flush();
+    summary_.set_incomplete(reassembly_.count_incomplete());
     if (opened_ && !options_.quiet) {
       complain(summary_.text(options_.reencode));
     }
-    return failed_ ? FAILED : summary_.any_rejected() ? SOME_REJECTED : ALL_DECODED;
+    return failed_ ? FAILED : summary_.any_fault() ? SOME_REJECTED : ALL_DECODED;
   }
 
  private:
@@ -84,7 +89,7 @@ class Dump {
     opened_ = true;
     while (const std::optional<CapturedFrame> captured = capture.next()) {
       const std::optional<EthernetFrame> frame = parse_ethernet(captured->octets);
-      if (frame && frame->ethertype == ETHERTYPE_IEEE1905) {
+      if (frame && frame->ethertype == qel::ieee1905_1::CMDU_ETHERTYPE) {
         dump({frame->payload, capture.count(),
               FrameInfo{captured->time, frame->source, frame->destination, captured->missing}});
       } else {
@@ -108,11 +113,28 @@ class Dump {
 
   void dump(const Cmdu& cmdu) {
     const Decoding decoding = decoder_.decode(cmdu.octets);
+    const bool is_fragment = options_.reassemble && cmdu.frame && decoding.head() && decoding.head()->is_fragmented();
+    show(cmdu, decoding, is_fragment);
+    if (is_fragment) {
+      // Captures tell the time of day; all that counts here is how much passes between two frames.
+      const Reassembly::TimePoint time(cmdu.frame->time);
+      if (const auto octets = reassembly_.add(cmdu.frame->source, cmdu.octets, time)) {
+        const Cmdu whole{*octets, cmdu.number, cmdu.frame, true};
+        show(whole, decoder_.decode(whole.octets), false);
+      }
+    }
+  }
+
+  void show(const Cmdu& cmdu, const Decoding& decoding, bool is_fragment) {
     if (!options_.filter.matches(cmdu, decoding)) {
       summary_.count_filtered_out();
       return;
     }
-    summary_.count(cmdu, decoding);
+    if (is_fragment) {
+      summary_.count_fragment();
+    } else {
+      summary_.count(cmdu, decoding);
+    }
     text_.clear();
     output_->print(cmdu, decoding, text_);
     write(text_);
@@ -126,6 +148,7 @@ class Dump {
   std::unique_ptr<Output> output_;
   std::string text_;
   Summary summary_;
+  Reassembly reassembly_;
   bool live_;  // somebody may be waiting for the answer to what was sent a moment ago
   bool opened_ = false;
   bool failed_ = false;

@@ -44,6 +44,7 @@ Options parse_options(int argc, const char* const* argv) {
       ->type_name("IF");
   app.add_flag("--json", options.json, "Print one JSON object in one line for each message");
   app.add_flag("--reencode", options.reencode, "Encode each decoded message again and compare the octets");
+  app.add_flag("!--no-reassembly", options.reassemble, "Do not put the messages together that came in fragments");
   app.add_flag("-q,--quiet", options.quiet, "Print no summary");
   Filter& filter = options.filter;
   add_filter(app, "--type", "NAME|NUMBER", "Only messages of this type",

@@ -19,6 +19,7 @@ struct Options {
   bool json = false;
   bool reencode = false;
   bool quiet = false;
+  bool reassemble = true;
   Filter filter;
   std::string notice;  ///< the help or the version when it was asked for: nothing else is to be done
 };

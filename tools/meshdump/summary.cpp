@@ -4,7 +4,7 @@ namespace meshdump {
 
 namespace {
 
-std::string amount(std::size_t count, const std::string& noun) {
+std::string amount(std::uint64_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
@@ -30,6 +30,12 @@ std::string Summary::text(bool reencode) const {
   if (reencode) {
     text += "; " + std::to_string(reproduced_) + " re-encoded to the same octets, " + std::to_string(differ_) +
             " differ, " + std::to_string(not_encodable_) + " not encodable";
+  }
+  if (fragments_ != 0) {
+    text += "; " + amount(fragments_, "fragment");
+  }
+  if (incomplete_ != 0) {
+    text += ", " + amount(incomplete_, "message") + " incomplete";
   }
   if (skipped_frames_ != 0) {
     text += "; " + amount(skipped_frames_, "frame") +

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdio>
 
-#include "tools/meshdump/cmdu_outline.h"
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
 #include "tools/meshdump/safe_text.h"
@@ -13,6 +12,10 @@
 namespace meshdump {
 
 namespace {
+
+using qel::ieee1905_1::LenientMessage;
+using qel::ieee1905_1::TLVWalkEnd;
+using qel::serialization::MemoryOStream;
 
 /// UTC, to the microsecond.
 std::string time_text(std::chrono::microseconds since_epoch) {
@@ -37,16 +40,41 @@ std::string head_line(const Cmdu& cmdu) {
   const FrameInfo& frame = *cmdu.frame;
   std::string text = "frame " + std::to_string(cmdu.number) + "  " + time_text(frame.time) + "  " +
                      frame.source.to_string() + " > " + frame.destination.to_string();
+  if (cmdu.reassembled) {
+    return text + "  (put together from its fragments)";
+  }
   if (frame.missing != 0) {
     text += "  (the last " + octets_text(frame.missing) + " not captured)";
   }
   return text;
 }
 
-std::string rejection_text(const Cmdu& cmdu, const Decoding& decoding) {
-  const auto type = outline(cmdu.octets).type;
-  return (type ? "Type: " + enum_to_string(*type) + '\n' : "") + "Rejected after " + octets_text(decoding.consumed) +
-         ": " + for_terminal_line(decoding.error);
+std::string rejection_text(const Decoding& decoding) {
+  return "Rejected after " + octets_text(decoding.consumed) + ", " + decoding.place + ": " +
+         for_terminal_line(decoding.error) + '\n';
+}
+
+/// What the debug text of a message has for each TLV; and the octets of those that were not decoded.
+void add_leniently(std::span<const std::uint8_t> cmdu, const LenientMessage& lenient, MemoryOStream& stream,
+                   std::string& out) {
+  for (const LenientMessage::Entry& entry : lenient.entries) {
+    if (entry.tlv != nullptr) {
+      out += "\n\t" + for_terminal(debug_text(stream, *entry.tlv));
+      if (entry.unread != 0) {
+        out += " rest: " + to_hex(entry.raw.body.last(entry.unread));
+      }
+      continue;
+    }
+    out += "\n\ttype: " + enum_to_string(entry.raw.type) + " offset: " + std::to_string(entry.raw.offset) +
+           " octets: " + to_hex(entry.raw.body);
+    if (!entry.error.empty()) {
+      out += " refused: " + for_terminal_line(entry.error);
+    }
+  }
+  if (lenient.end == TLVWalkEnd::CUT_HEADER || lenient.end == TLVWalkEnd::CUT_BODY) {
+    out += "\n\toffset: " + std::to_string(lenient.end_offset) +
+           " octets: " + to_hex(cmdu.subspan(lenient.end_offset)) + " cut off";
+  }
 }
 
 std::string difference_text(std::span<const std::uint8_t> received, std::span<const std::uint8_t> encoded) {
@@ -82,7 +110,14 @@ void TextOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
   if (decoding.message) {
     out += for_terminal(debug_text(text_, *decoding.message)) + '\n';
   } else {
-    out += rejection_text(cmdu, decoding) + '\n';
+    out += rejection_text(decoding);
+    if (decoding.lenient) {
+      out += debug_text(text_, decoding.lenient->message.get_head());
+      add_leniently(cmdu.octets, *decoding.lenient, text_, out);
+      out += '\n';
+    } else if (const auto type = message_type(cmdu.octets)) {
+      out += "Type: " + enum_to_string(*type) + '\n';
+    }
   }
   if (decoding.reencoding) {
     out += reencoding_text(cmdu.octets.first(decoding.consumed), *decoding.reencoding) + '\n';
