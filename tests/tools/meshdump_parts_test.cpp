@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "tools/meshdump/decoder.h"
-#include "tools/meshdump/ethernet_frame.h"
 #include "tools/meshdump/filter.h"
 #include "tools/meshdump/hex_text.h"
+#include "tools/meshdump/link_frame.h"
 #include "tools/meshdump/safe_text.h"
 
 namespace meshdump {
@@ -18,12 +18,16 @@ using Octets = std::vector<std::uint8_t>;
 
 Octets octets(const std::string& hex) { return parse_hex_line(hex, 1).value().octets; }
 
-TEST(EthernetFrame, LooksThroughTagsAndSurvivesEveryLength) {
+TEST(LinkFrame, LooksThroughTagsAndSurvivesEveryLength) {
   const std::string addresses = "0180C2000013 021905000C01 ";
   const struct {
     std::string octets;
     std::uint16_t ethertype;
+    LinkType link_type = LinkType::ETHERNET;
   } rows[] = {
+      {"0001 0001 0006 021905000C01 ABCD 893A C5A6", 0x893A, LinkType::LINUX_COOKED},
+      {"0001 0001 0006 021905000C01 ABCD 8100 0064 893A C5A6", 0x893A, LinkType::LINUX_COOKED},
+      {"893A 0000 00000007 0001 01 06 021905000C01 ABCD C5A6", 0x893A, LinkType::LINUX_COOKED_V2},
       {addresses + "893A C5A6", 0x893A},
       {addresses + "8100 0064 893A C5A6", 0x893A},
       {addresses + "88A8 0007 8100 E00A 893A C5A6", 0x893A},
@@ -32,15 +36,16 @@ TEST(EthernetFrame, LooksThroughTagsAndSurvivesEveryLength) {
   };
   for (const auto& row : rows) {
     const Octets frame = octets(row.octets);
-    const auto parsed = parse_ethernet(frame);
+    const auto parsed = parse_link_frame(row.link_type, frame);
     ASSERT_TRUE(parsed) << row.octets;
     EXPECT_EQ(parsed->ethertype, row.ethertype) << row.octets;
-    EXPECT_EQ(parsed->destination.to_string(), "01:80:C2:00:00:13");
+    EXPECT_EQ(parsed->destination.has_value(), row.link_type == LinkType::ETHERNET);
+    EXPECT_EQ(parsed->destination.value_or(qel::MACAddress("01:80:C2:00:00:13")).to_string(), "01:80:C2:00:00:13");
     EXPECT_EQ(parsed->source.to_string(), "02:19:05:00:0C:01");
     const std::size_t payload_offset = frame.size() - 2;
     EXPECT_EQ(parsed->payload.data(), frame.data() + payload_offset) << row.octets;
     for (std::size_t size = 0; size < payload_offset; ++size) {
-      EXPECT_FALSE(parse_ethernet({frame.data(), size})) << row.octets << " cut to " << size;
+      EXPECT_FALSE(parse_link_frame(row.link_type, {frame.data(), size})) << row.octets << " cut to " << size;
     }
   }
 }
@@ -105,7 +110,7 @@ TEST(HexText, JoinsOneWrappedCmduOnly) {
 
 TEST(Filter, UnderstandsNamesAndNumbers) {
   const Octets response = octets("0000 0003 1001 0080  1B 0001 00  01 0006 021905000001  00 0000");
-  const Cmdu cmdu{response, 1, FrameInfo{{}, qel::MACAddress("02:19:05:00:0C:01"), {}, 0}};
+  const Cmdu cmdu{response, 1, FrameInfo{qel::MACAddress("02:19:05:00:0C:01"), std::nullopt, {}}};
   const Decoding rejected = Decoder(false).decode(response);
   ASSERT_FALSE(rejected.message);
   using Add = void (Filter::*)(const std::string&);

@@ -221,11 +221,45 @@ TEST_F(Meshdump, Filters) {
       {"--type 2 --type 0x3", "8 CMDUs: 4 decoded, 4 rejected; 4 frames of other ethertypes skipped; 28 filtered out"},
       {"--type 3 --src 02:19:05:aa:00:01",
        "2 CMDUs: 0 decoded, 2 rejected; 4 frames of other ethertypes skipped; 34 filtered out"},
+      {"--type 2 --dst 02:19:05:aa:00:01",
+       "2 CMDUs: 2 decoded, 0 rejected; 4 frames of other ethertypes skipped; 34 filtered out"},
+      {"--filter 'ether src 02:19:05:aa:00:01 and not ether proto 0x88cc' -c 3", "3 CMDUs: 3 decoded, 0 rejected"},
       {"--tlv MAC_ADDRESS", "8 CMDUs: 8 decoded, 0 rejected; 4 frames of other ethertypes skipped; 28 filtered out"},
   };
   for (const auto& [arguments, summary] : rows) {
     EXPECT_EQ(run(arguments + " " + TWO_NODES).err, "meshdump: " + summary + "\n") << arguments;
   }
+}
+
+TEST_F(Meshdump, CountsAndStyles) {
+  const Outcome tables = run("--summary --type 5 --type 14 " + TWO_NODES);
+  EXPECT_EQ(tables.out,
+            "types\n       4  14\n       4  LINK_METRIC_QUERY_MESSAGE\n"
+            "senders\n       4  02:19:05:AA:00:01\n       4  02:19:05:AA:00:02\n"
+            "refusals\n       4  Unknown TLV type!26\n");
+  EXPECT_EQ(run("--summary --json --type 5 --type 14 " + TWO_NODES).out,
+            R"({"types":{"14":4,"LINK_METRIC_QUERY_MESSAGE":4},"senders":{"02:19:05:AA:00:01":4,)"
+            R"("02:19:05:AA:00:02":4},"refusals":{"Unknown TLV type!26":4}})"
+            "\n");
+  const std::string query = "893A 0000 0002 1001 0080 000000";
+  const std::string file =
+      write_file("f", capture_of({"0180C2000013 021905000C01" + query, "0180C2000013 021905000C02" + query,
+                                  "0180C2000013 021905000C03" + query}));
+  EXPECT_THAT(run("--time relative " + file).out, HasSubstr("frame 3  +2.000000  02:19:05:00:0C:03"));
+  EXPECT_THAT(run("--time delta " + file).out, HasSubstr("frame 3  +1.000000  02:19:05:00:0C:03"));
+  EXPECT_THAT(run("--color always " + file).out, StartsWith("\x1B[1mframe 1  1970-"));
+  EXPECT_THAT(run(file + " " + file).out, HasSubstr("frame 1  " + file + "  1970-"));
+  EXPECT_THAT(run("--json " + file + " " + file).out,
+              HasSubstr(R"("dst":"01:80:C2:00:00:13","origin":")" + file + "\"}"));
+}
+
+TEST_F(Meshdump, WritesWhatTheFiltersLetThrough) {
+  const Outcome written = run("-w out.pcapng --type 5 --type 14 " + TWO_NODES);
+  EXPECT_EQ(written.out, "");
+  EXPECT_THAT(shell("cat out.pcapng").out, HasSubstr("14 MID: 24782; AL_MAC_ADDRESS, 26, DEVICE_IDENTIFICATION_TYPE, "
+                                                     "22, 23, 24, END_OF_MESSAGE; rejected in 26 at "
+                                                     "offset 17: Unknown TLV type!26"));
+  EXPECT_EQ(shell("$MESHDUMP --json -q out.pcapng").out, run("--json -q --type 5 --type 14 " + TWO_NODES).out);
 }
 
 TEST_F(Meshdump, ReadsHexadecimalLineByLine) {
@@ -283,10 +317,15 @@ TEST_F(Meshdump, ReportsBrokenCaptures) {
       "meshdump: standard input: truncated dump file; tried to read 60 captured bytes, only got 52 after frame 31\n"
       "meshdump: 29 CMDUs: 21 decoded, 8 rejected; 2 frames of other ethertypes skipped\n");
   std::string cooked = whole;
-  cooked[20] = 113;  // the link type
+  cooked[20] = 105;  // the link type
   const Outcome other = run("-", cooked);
   EXPECT_EQ(other.status, 2);
-  EXPECT_EQ(other.err, "meshdump: standard input: a capture of link type LINUX_SLL, not of Ethernet\n");
+  EXPECT_EQ(other.err, "meshdump: standard input: frames of link type IEEE802_11, neither Ethernet nor Linux cooked\n");
+  EXPECT_EQ(run("-", "\x1F\x8B\x08").err, "meshdump: standard input: compressed: try zcat FILE | meshdump -\n");
+  const Outcome next = run("--summary missing.pcap " + TWO_NODES);  // one bad file does not hide the next
+  EXPECT_EQ(next.status, 2);
+  EXPECT_THAT(next.err,
+              EndsWith("meshdump: 36 CMDUs: 26 decoded, 10 rejected; 4 frames of other ethertypes skipped\n"));
   const Outcome empty = run("-", whole.substr(0, 24));
   EXPECT_EQ(empty.status, 0);
   EXPECT_EQ(empty.err, "meshdump: 0 CMDUs: 0 decoded, 0 rejected\n");
@@ -300,7 +339,11 @@ TEST_F(Meshdump, RefusesWrongUsage) {
       {"", "no input: name a capture or use --hex or --interface" + usage},
       {"--json --reencode", "no input: name a capture or use --hex or --interface" + usage},
       {TWO_NODES + " --hex -", "a capture, --hex and --interface exclude each other" + usage},
-      {"--src 02:19:05:00:0A:00 --hex -", "--src needs a capture: messages in hexadecimal have no source" + usage},
+      {"--src 02:19:05:00:0A:00 --hex -", "--src needs a capture: messages in hexadecimal have no frame" + usage},
+      {"-w out --hex -", "--write needs a capture: messages in hexadecimal have no frame" + usage},
+      {"-w out --json " + TWO_NODES, "--write prints nothing: leave --json and --summary out" + usage},
+      {"-w /dev/full " + TWO_NODES, "cannot write /dev/full: No space left on device"},
+      {"--filter 'tcp or' " + TWO_NODES, TWO_NODES + ": filter 'tcp or': can't parse filter expression: syntax error"},
       {"--type FOO " + TWO_NODES, "--type: unknown message type 'FOO'" + usage},
       {"--tlv 256 " + TWO_NODES, "--tlv: unknown TLV type '256'" + usage},
       {"--src 1:2 " + TWO_NODES, "--src: '1:2' is no MAC address of the form 02:00:5E:10:00:01" + usage},
@@ -317,7 +360,7 @@ TEST_F(Meshdump, RefusesWrongUsage) {
     EXPECT_EQ(outcome.out, "") << row.arguments;
     EXPECT_EQ(outcome.err, "meshdump: " + row.complaint + "\n");
   }
-  for (const char* arguments : {"--bogus", "a b", "--type", "--interface"}) {
+  for (const char* arguments : {"--bogus", "-c 0", "--color maybe", "--type", "--interface"}) {
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.status, 2) << arguments;
     EXPECT_THAT(outcome.err, MatchesRegex("meshdump: [^\n]+ \\(see 'meshdump --help'\\)\n"));
@@ -330,7 +373,7 @@ TEST_F(Meshdump, RefusesWrongUsage) {
 TEST_F(Meshdump, TellsAboutItself) {
   const Outcome help = run("--help");
   EXPECT_EQ(help.status, 0);
-  EXPECT_THAT(help.out, HasSubstr("meshdump [OPTIONS] [FILE]"));
+  EXPECT_THAT(help.out, HasSubstr("meshdump [OPTIONS] [FILE...]"));
   const Outcome version = run("--version");
   EXPECT_EQ(version.status, 0);
   EXPECT_EQ(version.out, "meshdump " MESHDUMP_VERSION "\n");

@@ -2,8 +2,8 @@
 
 #include <pcap/pcap.h>
 
-#include <algorithm>
 #include <array>
+#include <stdexcept>
 
 #include "tools/meshdump/input.h"
 
@@ -11,33 +11,39 @@ namespace meshdump {
 
 namespace {
 
-/// A damaged file may hold any time: seconds are confined so that the sum fits, and need not be positive.
-std::chrono::microseconds time_of(const timeval& time) {
-  constexpr std::int64_t LIMIT = 9'000'000'000'000;
-  const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -LIMIT, LIMIT);
-  return std::chrono::seconds(seconds) + std::chrono::microseconds(time.tv_usec);
+constexpr unsigned char GZIP_MAGIC = 0x1F;  // first octet; no capture begins with it
+
+/// pcap_fopen_offline tells the octets that it found, which helps nobody who has a compressed file.
+void refuse_compressed(const std::string& path, std::FILE* file) {
+  const int first = std::getc(file);
+  if (first == GZIP_MAGIC) {
+    throw input_error(path, "compressed: try zcat FILE | meshdump -");
+  }
+  if (first != EOF) {
+    std::ungetc(first, file);
+  }
 }
 
 }  // namespace
 
-CaptureFile::CaptureFile(const std::string& path) : path_(path) {
+CaptureFile::CaptureFile(const std::string& path, const std::string& filter) : path_(path) {
   File file = open_input(path);
+  refuse_compressed(path, file.get());
   std::array<char, PCAP_ERRBUF_SIZE> error{};
   capture_.reset(pcap_fopen_offline(file.get(), error.data()));
   if (capture_ == nullptr) {
     throw input_error(path, error.data());
   }
   static_cast<void>(file.release());  // the capture closes it from now on
-  const int link_type = pcap_datalink(capture_.get());
-  if (link_type != DLT_EN10MB) {
-    const char* name = pcap_datalink_val_to_name(link_type);
-    throw input_error(path, "a capture of link type " +
-                                (name != nullptr ? std::string(name) : std::to_string(link_type)) +
-                                ", not of Ethernet");
+  try {
+    link_type_ = link_type_of(capture_.get());
+    if (!filter.empty()) {
+      set_filter(capture_.get(), filter);
+    }
+  } catch (const std::runtime_error& exception) {
+    throw input_error(path, exception.what());
   }
 }
-
-void CaptureFile::Closer::operator()(pcap* capture) const { pcap_close(capture); }
 
 std::optional<CapturedFrame> CaptureFile::next() {
   pcap_pkthdr* header = nullptr;
@@ -49,9 +55,7 @@ std::optional<CapturedFrame> CaptureFile::next() {
   if (status != 1) {
     throw input_error(path_, std::string(pcap_geterr(capture_.get())) + " after frame " + std::to_string(count_));
   }
-  ++count_;
-  return CapturedFrame{
-      time_of(header->ts), {octets, header->caplen}, header->len - std::min(header->caplen, header->len)};
+  return captured_frame(*header, octets, link_type_, path_, ++count_);
 }
 
 }  // namespace meshdump

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -8,15 +7,15 @@
 
 #include "qel/core/mac_address.h"
 #include "qel/ieee1905_1/message_type.h"
+#include "tools/meshdump/captured_frame.h"
 
 namespace meshdump {
 
-/// What a capture tells about the frame that a CMDU came in.
+/// The frame that a CMDU came in.
 struct FrameInfo {
-  std::chrono::microseconds time;  ///< since 1970-01-01T00:00:00Z
   qel::MACAddress source;
-  qel::MACAddress destination;
-  std::size_t missing;  ///< octets at the frame's end that the capture left out, 0 for a whole frame
+  std::optional<qel::MACAddress> destination;  ///< empty where the capture does not tell
+  CapturedFrame captured;
 };
 
 /// A CMDU as it came in, not yet decoded.

@@ -51,6 +51,14 @@ std::optional<E> parse_enum(const std::string& text, const std::string& suffix) 
   return std::nullopt;
 }
 
+qel::MACAddress parse_address(const std::string& text) {
+  qel::MACAddress address;
+  if (!address.parse_string(text)) {
+    throw std::invalid_argument("'" + text + "' is no MAC address of the form 02:00:5E:10:00:01");
+  }
+  return address;
+}
+
 template <class T>
 bool holds(const std::vector<T>& values, const T& value) {
   return std::find(values.begin(), values.end(), value) != values.end();
@@ -90,16 +98,16 @@ void Filter::add_tlv_type(const std::string& text) {
   tlv_types_.push_back(*type);
 }
 
-void Filter::add_source(const std::string& text) {
-  qel::MACAddress address;
-  if (!address.parse_string(text)) {
-    throw std::invalid_argument("'" + text + "' is no MAC address of the form 02:00:5E:10:00:01");
-  }
-  sources_.push_back(address);
-}
+void Filter::add_source(const std::string& text) { sources_.push_back(parse_address(text)); }
+
+void Filter::add_destination(const std::string& text) { destinations_.push_back(parse_address(text)); }
 
 bool Filter::matches(const Cmdu& cmdu, const Decoding& decoding) const {
   if (!sources_.empty() && !(cmdu.frame && holds(sources_, cmdu.frame->source))) {
+    return false;
+  }
+  if (!destinations_.empty() &&
+      !(cmdu.frame && cmdu.frame->destination && holds(destinations_, *cmdu.frame->destination))) {
     return false;
   }
   if (!message_types_.empty()) {

@@ -19,8 +19,11 @@ class Filter {
   void add_message_type(const std::string& text);
   void add_tlv_type(const std::string& text);
   void add_source(const std::string& text);
+  void add_destination(const std::string& text);
 
-  bool empty() const { return message_types_.empty() && tlv_types_.empty() && sources_.empty(); }
+  bool empty() const {
+    return message_types_.empty() && tlv_types_.empty() && sources_.empty() && destinations_.empty();
+  }
 
   bool matches(const Cmdu& cmdu, const Decoding& decoding) const;
 
@@ -28,6 +31,7 @@ class Filter {
   std::vector<qel::ieee1905_1::MessageType> message_types_;
   std::vector<qel::ieee1905_1::TLVType> tlv_types_;
   std::vector<qel::MACAddress> sources_;
+  std::vector<qel::MACAddress> destinations_;
 };
 
 }  // namespace meshdump

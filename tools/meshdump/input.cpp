@@ -6,7 +6,7 @@
 namespace meshdump {
 
 void FileCloser::operator()(std::FILE* file) const {
-  if (file != stdin) {
+  if (file != stdin && file != stdout) {
     std::fclose(file);
   }
 }

@@ -13,7 +13,7 @@ class InputError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// Closes a file, but never standard input.
+/// Closes a file, but never standard input or output.
 struct FileCloser {
   void operator()(std::FILE* file) const;
 };

@@ -11,6 +11,7 @@
 #include <new>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "tools/meshdump/debug_text.h"
@@ -98,7 +99,7 @@ void put_reencoding(yajl_gen generator, const Reencoding& reencoding) {
 
 }  // namespace
 
-JsonOutput::JsonOutput() : generator_(yajl_gen_alloc(nullptr)) {
+JsonOutput::JsonOutput(bool with_origin) : with_origin_(with_origin), generator_(yajl_gen_alloc(nullptr)) {
   if (generator_ == nullptr) {
     throw std::bad_alloc();
   }
@@ -185,13 +186,36 @@ void JsonOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
     put_bool(generator, "reassembled", true);
   }
   if (cmdu.frame) {
-    put_time(generator, "time", cmdu.frame->time);
+    put_time(generator, "time", cmdu.frame->captured.time);
     put(generator, "src", cmdu.frame->source.to_string());
-    put(generator, "dst", cmdu.frame->destination.to_string());
+    if (cmdu.frame->destination) {
+      put(generator, "dst", cmdu.frame->destination->to_string());
+    }
+    if (with_origin_) {
+      put(generator, "origin", cmdu.frame->captured.origin);
+    }
   }
   check(yajl_gen_map_close(generator));
   out += line_;
   out += '\n';
+}
+
+std::string JsonOutput::summary(const Tally& tally) {
+  yajl_gen generator = generator_.get();
+  yajl_gen_reset(generator, nullptr);
+  line_.clear();
+  check(yajl_gen_map_open(generator));
+  for (const auto& [key, counts] :
+       {std::pair("types", &tally.types()), {"senders", &tally.senders()}, {"refusals", &tally.refusals()}}) {
+    put(generator, key);
+    check(yajl_gen_map_open(generator));
+    for (const auto& [name, count] : *counts) {
+      put(generator, name, count);
+    }
+    check(yajl_gen_map_close(generator));
+  }
+  check(yajl_gen_map_close(generator));
+  return line_ + '\n';
 }
 
 }  // namespace meshdump

@@ -1,88 +1,125 @@
 #include "tools/meshdump/live_capture.h"
 
 #include <pcap/pcap.h>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
-#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
-
-#include "tools/meshdump/input.h"
+#include <cstring>
+#include <stdexcept>
+#include <utility>
 
 namespace meshdump {
 
 namespace {
 
-/// Each "vlan" looks one tag deeper.
+/// Each "vlan" looks one tag deeper; cooked frames have no tags for it.
 constexpr const char* FILTER = "ether proto 0x893a or (vlan and (ether proto 0x893a or (vlan and ether proto 0x893a)))";
+constexpr const char* COOKED_FILTER = "ether proto 0x893a";
 constexpr int WHOLE_FRAMES = 65535;  // octets
 
-pcap_t* active_capture = nullptr;  // for the signal handler
+/// What ends a capture.
+sigset_t end_signals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  sigaddset(&signals, SIGINT);
+  sigaddset(&signals, SIGTERM);
+  return signals;
+}
 
-void end_capture(int) { pcap_breakloop(active_capture); }
+InputError error_of(const std::string& interface, const std::string& what) {
+  return InputError("interface " + interface + ": " + what);
+}
 
-/// Without SA_RESTART: the wait for a frame is to be interrupted.
-void handle_signals(void (*handler)(int)) {
-  struct sigaction action {};
-  action.sa_handler = handler;
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+/// Warnings are positive.
+void check(const std::string& interface, pcap_t* capture, int status) {
+  if (status < 0) {
+    const std::string detail = pcap_geterr(capture);
+    throw error_of(interface, detail.empty() || status != PCAP_ERROR
+                                  ? pcap_statustostr(status) + (detail.empty() ? "" : ": " + detail)
+                                  : detail);
+  }
 }
 
 }  // namespace
 
-LiveCapture::LiveCapture(const std::string& interface) : interface_(interface) {
-  std::array<char, PCAP_ERRBUF_SIZE> text{};
-  capture_.reset(pcap_create(interface.c_str(), text.data()));
-  if (capture_ == nullptr) {
-    throw error(text.data());
+LiveCapture::LiveCapture(const std::vector<std::string>& interfaces, const std::string& filter) {
+  for (const std::string& interface : interfaces) {
+    sources_.push_back(open(interface, filter));
   }
-  check(pcap_set_snaplen(capture_.get(), WHOLE_FRAMES));
-  check(pcap_set_promisc(capture_.get(), 1));
-  check(pcap_set_immediate_mode(capture_.get(), 1));
-  check(pcap_activate(capture_.get()));
-  if (pcap_datalink(capture_.get()) != DLT_EN10MB) {
-    throw error("not an Ethernet");
-  }
-  bpf_program filter{};
-  check(pcap_compile(capture_.get(), &filter, FILTER, 1, PCAP_NETMASK_UNKNOWN));
-  const int status = pcap_setfilter(capture_.get(), &filter);
-  pcap_freecode(&filter);
-  check(status);
-  active_capture = capture_.get();
-  handle_signals(end_capture);
+  const sigset_t signals = end_signals();
+  sigprocmask(SIG_BLOCK, &signals, nullptr);
+  signals_ = qel::FileDescriptor(signalfd(-1, &signals, SFD_NONBLOCK | SFD_CLOEXEC));
 }
 
-LiveCapture::~LiveCapture() { handle_signals(SIG_DFL); }
+LiveCapture::~LiveCapture() {
+  const sigset_t signals = end_signals();
+  sigprocmask(SIG_UNBLOCK, &signals, nullptr);
+}
 
-void LiveCapture::Closer::operator()(pcap* capture) const { pcap_close(capture); }
+LiveCapture::Source LiveCapture::open(const std::string& interface, const std::string& filter) {
+  std::array<char, PCAP_ERRBUF_SIZE> text{};
+  Source source{interface, Pcap(pcap_create(interface.c_str(), text.data()))};
+  pcap_t* capture = source.capture.get();
+  if (capture == nullptr) {
+    throw error_of(interface, text.data());
+  }
+  check(interface, capture, pcap_set_snaplen(capture, WHOLE_FRAMES));
+  check(interface, capture, pcap_set_promisc(capture, 1));
+  check(interface, capture, pcap_set_immediate_mode(capture, 1));
+  check(interface, capture, pcap_activate(capture));
+  try {
+    source.link_type = link_type_of(capture);
+    const std::string ours = source.link_type == LinkType::ETHERNET ? FILTER : COOKED_FILTER;
+    set_filter(capture, filter.empty() ? ours : "(" + filter + ") and (" + ours + ")");
+  } catch (const std::runtime_error& exception) {
+    throw error_of(interface, exception.what());
+  }
+  if (pcap_setnonblock(capture, 1, text.data()) != 0) {
+    throw error_of(interface, text.data());
+  }
+  return source;
+}
 
-std::optional<CapturedFrame> LiveCapture::next() {
+std::optional<CapturedFrame> LiveCapture::take(Source& source, std::size_t number) {
   pcap_pkthdr* header = nullptr;
   const u_char* octets = nullptr;
-  int status = 0;
-  while ((status = pcap_next_ex(capture_.get(), &header, &octets)) == 0) {
-  }
-  if (status == PCAP_ERROR_BREAK) {
-    return std::nullopt;
-  }
-  check(status);
-  ++count_;
-  return CapturedFrame{std::chrono::seconds(header->ts.tv_sec) + std::chrono::microseconds(header->ts.tv_usec),
-                       {octets, header->caplen},
-                       header->len - std::min(header->caplen, header->len)};
+  const int status = pcap_next_ex(source.capture.get(), &header, &octets);
+  check(source.interface, source.capture.get(), status);
+  return status == 1 ? std::optional(captured_frame(*header, octets, source.link_type, source.interface, number))
+                     : std::nullopt;
 }
 
-InputError LiveCapture::error(const std::string& what) const {
-  return InputError("interface " + interface_ + ": " + what);
+std::optional<CapturedFrame> LiveCapture::next() {
+  while (!has_ended()) {
+    for (std::size_t asked = 0; asked < sources_.size(); ++asked) {
+      Source& source = sources_[turn_];
+      turn_ = (turn_ + 1) % sources_.size();
+      if (std::optional<CapturedFrame> frame = take(source, count_ + 1)) {
+        ++count_;
+        return frame;
+      }
+    }
+    wait();
+  }
+  return std::nullopt;
 }
 
-/// Warnings are positive.
-void LiveCapture::check(int status) const {
-  if (status < 0) {
-    const std::string detail = pcap_geterr(capture_.get());
-    throw error(detail.empty() || status != PCAP_ERROR
-                    ? pcap_statustostr(status) + (detail.empty() ? "" : ": " + detail)
-                    : detail);
+bool LiveCapture::has_ended() const {
+  signalfd_siginfo signal;
+  return read(signals_.get(), &signal, sizeof(signal)) == sizeof(signal);
+}
+
+void LiveCapture::wait() const {
+  std::vector<pollfd> descriptors{{signals_.get(), POLLIN, 0}};
+  for (const Source& source : sources_) {
+    descriptors.push_back({pcap_get_selectable_fd(source.capture.get()), POLLIN, 0});
+  }
+  if (poll(descriptors.data(), descriptors.size(), -1) < 0 && errno != EINTR) {
+    throw InputError(std::string("cannot wait for frames: ") + std::strerror(errno));
   }
 }
 

@@ -1,39 +1,46 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
-#include "tools/meshdump/capture_file.h"
+#include "qel/net/file_descriptor.h"
+#include "tools/meshdump/captured_frame.h"
 #include "tools/meshdump/input.h"
+#include "tools/meshdump/pcap.h"
 
 namespace meshdump {
 
-/// Captures frames of IEEE 1905.1 on an Ethernet interface, with or without VLAN tags, in both directions. SIGINT and
-/// SIGTERM end the capture, not the process, while one lives; there may be one at a time.
+/// Captures frames of IEEE 1905.1 on Ethernet interfaces, with or without VLAN tags, in both directions; "any" stands
+/// for all interfaces. SIGINT and SIGTERM end the capture, not the process, while one lives; there may be one at a
+/// time.
 class LiveCapture {
  public:
-  /// Throws InputError, for an interface that is no Ethernet too.
-  explicit LiveCapture(const std::string& interface);
+  /// Throws InputError, for an interface that is no Ethernet too. An empty filter lets all frames through.
+  LiveCapture(const std::vector<std::string>& interfaces, const std::string& filter);
+  LiveCapture(const LiveCapture&) = delete;
+  LiveCapture& operator=(const LiveCapture&) = delete;
   ~LiveCapture();
 
-  /// Waits for a frame; nothing at the end. Throws InputError when the interface goes away.
+  /// Waits for a frame; nothing at the end. Throws InputError when an interface goes away.
   std::optional<CapturedFrame> next();
 
-  /// How many frames were captured.
-  std::size_t count() const { return count_; }
-
  private:
-  struct Closer {
-    void operator()(pcap* capture) const;
+  struct Source {
+    std::string interface;
+    Pcap capture;
+    LinkType link_type = LinkType::ETHERNET;
   };
 
-  InputError error(const std::string& what) const;
-  void check(int status) const;
+  static Source open(const std::string& interface, const std::string& filter);
+  static std::optional<CapturedFrame> take(Source& source, std::size_t number);
+  bool has_ended() const;
+  void wait() const;
 
-  std::string interface_;
-  std::unique_ptr<pcap, Closer> capture_;
+  std::vector<Source> sources_;
+  qel::FileDescriptor signals_;
+  std::size_t turn_ = 0;  // the source to be asked first, so that a busy one keeps no other waiting
   std::size_t count_ = 0;
 };
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -10,23 +11,31 @@
 
 #include "qel/ieee1905_1/cmdu.h"
 #include "qel/ieee1905_1/reassembly.h"
+#include "qel/ieee1905_1/tlv_walk.h"
 #include "tools/meshdump/capture_file.h"
 #include "tools/meshdump/cmdu.h"
 #include "tools/meshdump/decoder.h"
-#include "tools/meshdump/ethernet_frame.h"
 #include "tools/meshdump/hex_file.h"
 #include "tools/meshdump/input.h"
 #include "tools/meshdump/json_output.h"
+#include "tools/meshdump/link_frame.h"
 #include "tools/meshdump/live_capture.h"
 #include "tools/meshdump/options.h"
+#include "tools/meshdump/pcapng_writer.h"
+#include "tools/meshdump/safe_text.h"
 #include "tools/meshdump/summary.h"
+#include "tools/meshdump/tally.h"
 #include "tools/meshdump/text_output.h"
 
 namespace meshdump {
 
 namespace {
 
+using qel::ieee1905_1::CMDU_ETHERTYPE;
+using qel::ieee1905_1::MessageHead;
+using qel::ieee1905_1::RawTLV;
 using qel::ieee1905_1::Reassembly;
+using qel::ieee1905_1::TLVWalk;
 
 enum ExitStatus : int { ALL_DECODED = 0, SOME_REJECTED = 1, FAILED = 2 };
 
@@ -42,31 +51,54 @@ void write(const std::string& text) { check_written(std::fwrite(text.data(), 1, 
 
 void flush() { check_written(std::fflush(stdout) == 0); }
 
-/// One run over one input.
+/// What a comment in a capture says of a message.
+std::string comment_of(const Cmdu& cmdu, const Decoding& decoding) {
+  const auto type = message_type(cmdu.octets);
+  std::string text = type ? enum_to_string(*type) : "";
+  if (const MessageHead* head = decoding.head()) {
+    text += " MID: " + std::to_string(head->get_message_id());
+  }
+  const char* separator = "; ";
+  TLVWalk walk(cmdu.octets);
+  while (const std::optional<RawTLV> tlv = walk.next()) {
+    text += separator + enum_to_string(tlv->type);
+    separator = ", ";
+  }
+  return decoding.message ? text : text + "; rejected " + decoding.place + ": " + to_utf8(decoding.error);
+}
+
+/// One run over all inputs.
 class Dump {
  public:
   explicit Dump(const Options& options)
       : options_(options),
         decoder_(options.reencode),
-        live_(!options.interface.empty() || is_standard_input(options.hex.empty() ? options.capture : options.hex)) {
+        live_(!options.interfaces.empty() || is_standard_input(options.hex) ||
+              std::any_of(options.captures.begin(), options.captures.end(), is_standard_input)) {
+    const bool several = options.captures.size() > 1 || options.interfaces.size() > 1;
     if (options.json) {
-      output_ = std::make_unique<JsonOutput>();
+      json_ = std::make_unique<JsonOutput>(several);
     } else {
-      output_ = std::make_unique<TextOutput>();
+      TextStyle style = options.style;
+      style.origin = several;
+      text_output_ = std::make_unique<TextOutput>(style);
+    }
+    if (!options.write.empty()) {
+      writer_.emplace(options.write);
     }
   }
 
   ExitStatus run() {
-    try {
-      if (!options_.interface.empty()) {
-        dump_frames(LiveCapture(options_.interface));
-      } else if (options_.hex.empty()) {
-        dump_frames(CaptureFile(options_.capture));
-      } else {
-        dump_hex();
-      }
-    } catch (const InputError& error) {
-      fail(error.what());
+    if (!options_.interfaces.empty()) {
+      guard([&] { dump_frames(LiveCapture(options_.interfaces, options_.capture_filter)); });
+    } else if (!options_.hex.empty()) {
+      guard([&] { dump_hex(); });
+    }
+    for (const std::string& capture : options_.captures) {
+      guard([&] { dump_frames(CaptureFile(capture, options_.capture_filter)); });
+    }
+    if (options_.summary) {
+      write(json_ ? json_->summary(tally_) : tally_.text());
     }
     flush();
     summary_.set_incomplete(reassembly_.count_incomplete());
@@ -77,6 +109,16 @@ class Dump {
   }
 
  private:
+  /// An input that fails does not keep the next one from being read.
+  template <class Action>
+  void guard(const Action& action) {
+    try {
+      action();
+    } catch (const InputError& error) {
+      fail(error.what());
+    }
+  }
+
   /// In step with what was printed before.
   void fail(const std::string& text) {
     flush();
@@ -84,14 +126,19 @@ class Dump {
     failed_ = true;
   }
 
+  bool is_enough() const { return options_.most != 0 && shown_ >= options_.most; }
+
   template <class Capture>
   void dump_frames(Capture&& capture) {
     opened_ = true;
-    while (const std::optional<CapturedFrame> captured = capture.next()) {
-      const std::optional<EthernetFrame> frame = parse_ethernet(captured->octets);
-      if (frame && frame->ethertype == qel::ieee1905_1::CMDU_ETHERTYPE) {
-        dump({frame->payload, capture.count(),
-              FrameInfo{captured->time, frame->source, frame->destination, captured->missing}});
+    while (!is_enough()) {
+      const std::optional<CapturedFrame> captured = capture.next();
+      if (!captured) {
+        return;
+      }
+      const std::optional<LinkFrame> frame = parse_link_frame(captured->link_type, captured->octets);
+      if (frame && frame->ethertype == CMDU_ETHERTYPE) {
+        dump({frame->payload, captured->number, FrameInfo{frame->source, frame->destination, *captured}});
       } else {
         summary_.count_skipped_frame();
       }
@@ -101,7 +148,11 @@ class Dump {
   void dump_hex() {
     HexFile file(options_.hex);
     opened_ = true;
-    while (const std::optional<HexLine> line = file.next()) {
+    while (!is_enough()) {
+      const std::optional<HexLine> line = file.next();
+      if (!line) {
+        return;
+      }
       if (line->error.empty()) {
         dump({line->octets, line->number, std::nullopt});
       } else {
@@ -117,7 +168,7 @@ class Dump {
     show(cmdu, decoding, is_fragment);
     if (is_fragment) {
       // Captures tell the time of day; all that counts here is how much passes between two frames.
-      const Reassembly::TimePoint time(cmdu.frame->time);
+      const Reassembly::TimePoint time(cmdu.frame->captured.time);
       if (const auto octets = reassembly_.add(cmdu.frame->source, cmdu.octets, time)) {
         const Cmdu whole{*octets, cmdu.number, cmdu.frame, true};
         show(whole, decoder_.decode(whole.octets), false);
@@ -134,21 +185,45 @@ class Dump {
       summary_.count_fragment();
     } else {
       summary_.count(cmdu, decoding);
+      tally_.count(cmdu, decoding);
     }
-    text_.clear();
-    output_->print(cmdu, decoding, text_);
-    write(text_);
+    ++shown_;
+    if (writer_) {
+      if (!cmdu.reassembled) {  // its fragments are written
+        writer_->write(cmdu.frame->captured, comment_of(cmdu, decoding));
+      }
+    } else if (!options_.summary) {
+      print(cmdu, decoding);
+    }
     if (live_) {
       flush();
     }
   }
 
+  void print(const Cmdu& cmdu, const Decoding& decoding) {
+    text_.clear();
+    Output& output = json_ ? static_cast<Output&>(*json_) : *text_output_;
+    output.print(cmdu, decoding, text_);
+    write(text_);
+  }
+
+  void flush() {
+    if (writer_) {
+      writer_->flush();
+    }
+    meshdump::flush();
+  }
+
   const Options& options_;
   Decoder decoder_;
-  std::unique_ptr<Output> output_;
+  std::unique_ptr<JsonOutput> json_;         // either this
+  std::unique_ptr<TextOutput> text_output_;  // or this
+  std::optional<PcapngWriter> writer_;
   std::string text_;
   Summary summary_;
+  Tally tally_;
   Reassembly reassembly_;
+  std::uint64_t shown_ = 0;
   bool live_;  // somebody may be waiting for the answer to what was sent a moment ago
   bool opened_ = false;
   bool failed_ = false;

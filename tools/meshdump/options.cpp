@@ -1,5 +1,7 @@
 #include "tools/meshdump/options.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <vector>
@@ -38,13 +40,29 @@ Options parse_options(int argc, const char* const* argv) {
   app.footer(FOOTER);
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_version_flag("--version", "meshdump " MESHDUMP_VERSION, "Print the version and exit");
-  app.add_option("FILE", options.capture, "A capture of Ethernet frames, pcap or pcapng")->type_name("");
+  app.add_option("FILE", options.captures, "Captures of Ethernet frames, pcap or pcapng")->type_name("");
   app.add_option("--hex", options.hex, "Read messages in hexadecimal instead, one in a line")->type_name("FILE");
-  app.add_option("-i,--interface", options.interface, "Capture on this interface instead, until SIGINT or SIGTERM")
+  app.add_option("-i,--interface", options.interfaces,
+                 "Capture on these interfaces instead, or on \"any\", until SIGINT or SIGTERM")
       ->type_name("IF");
+  const CLI::Option* capture_filter =
+      app.add_option("--filter", options.capture_filter, "Only frames that this filter of libpcap lets through")
+          ->type_name("EXPRESSION");
+  app.add_option("-c,--count", options.most, "End after so many messages")->type_name("N")->check(CLI::PositiveNumber);
+  const CLI::Option* write =
+      app.add_option("-w,--write", options.write, "Write the frames of the messages as pcapng instead of printing them")
+          ->type_name("FILE");
   app.add_flag("--json", options.json, "Print one JSON object in one line for each message");
   app.add_flag("--reencode", options.reencode, "Encode each decoded message again and compare the octets");
-  app.add_flag("!--no-reassembly", options.reassemble, "Do not put the messages together that came in fragments");
+  bool no_reassembly = false;
+  app.add_flag("--no-reassembly", no_reassembly, "Do not put the messages together that came in fragments");
+  app.add_flag("--summary", options.summary, "Count by type, sender and refusal instead of printing the messages");
+  std::string color = "auto";
+  app.add_option("--color", color, "Colour the text: auto (on a terminal), always or never")
+      ->check(CLI::IsMember({"auto", "always", "never"}));
+  std::string time = "absolute";
+  app.add_option("--time", time, "Times: absolute, relative to the first message, or delta to the last one")
+      ->check(CLI::IsMember({"absolute", "relative", "delta"}));
   app.add_flag("-q,--quiet", options.quiet, "Print no summary");
   Filter& filter = options.filter;
   add_filter(app, "--type", "NAME|NUMBER", "Only messages of this type",
@@ -54,6 +72,9 @@ Options parse_options(int argc, const char* const* argv) {
   const CLI::Option* source =
       add_filter(app, "--src", "MAC", "Only messages in frames from this address (captures only)",
                  [&filter](const std::string& text) { filter.add_source(text); });
+  const CLI::Option* destination =
+      add_filter(app, "--dst", "MAC", "Only messages in frames to this address (captures only)",
+                 [&filter](const std::string& text) { filter.add_destination(text); });
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -66,16 +87,24 @@ Options parse_options(int argc, const char* const* argv) {
   if (!options.notice.empty()) {
     return options;
   }
+  options.reassemble = !no_reassembly;
+  options.style.time = time == "relative" ? TimeMode::RELATIVE : time == "delta" ? TimeMode::DELTA : TimeMode::ABSOLUTE;
+  options.style.color = color == "always" || (color == "auto" && isatty(STDOUT_FILENO) != 0);
   const int inputs =
-      (options.capture.empty() ? 0 : 1) + (options.hex.empty() ? 0 : 1) + (options.interface.empty() ? 0 : 1);
+      (options.captures.empty() ? 0 : 1) + (options.hex.empty() ? 0 : 1) + (options.interfaces.empty() ? 0 : 1);
   if (inputs == 0) {
     throw UsageError("no input: name a capture or use --hex or --interface");
   }
   if (inputs > 1) {
     throw UsageError("a capture, --hex and --interface exclude each other");
   }
-  if (!options.hex.empty() && source->count() != 0) {
-    throw UsageError("--src needs a capture: messages in hexadecimal have no source");
+  for (const CLI::Option* option : {source, destination, capture_filter, write}) {
+    if (!options.hex.empty() && option->count() != 0) {
+      throw UsageError("--" + option->get_lnames().front() + " needs a capture: messages in hexadecimal have no frame");
+    }
+  }
+  if (!options.write.empty() && (options.json || options.summary)) {
+    throw UsageError("--write prints nothing: leave --json and --summary out");
   }
   return options;
 }

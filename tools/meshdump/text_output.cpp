@@ -4,6 +4,7 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
@@ -18,7 +19,7 @@ using qel::ieee1905_1::TLVWalkEnd;
 using qel::serialization::MemoryOStream;
 
 /// UTC, to the microsecond.
-std::string time_text(std::chrono::microseconds since_epoch) {
+std::string absolute_time(std::chrono::microseconds since_epoch) {
   const std::chrono::sys_time<std::chrono::microseconds> time(since_epoch);
   const auto day = std::chrono::floor<std::chrono::days>(time);
   const std::chrono::year_month_day date(day);
@@ -33,25 +34,22 @@ std::string time_text(std::chrono::microseconds since_epoch) {
 
 std::string octets_text(std::size_t count) { return std::to_string(count) + (count == 1 ? " octet" : " octets"); }
 
-std::string head_line(const Cmdu& cmdu) {
-  if (!cmdu.frame) {
-    return "line " + std::to_string(cmdu.number);
-  }
-  const FrameInfo& frame = *cmdu.frame;
-  std::string text = "frame " + std::to_string(cmdu.number) + "  " + time_text(frame.time) + "  " +
-                     frame.source.to_string() + " > " + frame.destination.to_string();
-  if (cmdu.reassembled) {
-    return text + "  (put together from its fragments)";
-  }
-  if (frame.missing != 0) {
-    text += "  (the last " + octets_text(frame.missing) + " not captured)";
-  }
-  return text;
+/// Seconds with six decimals.
+std::string seconds_text(std::chrono::microseconds duration) {
+  const std::lldiv_t parts = std::lldiv(duration.count(), 1'000'000);
+  std::array<char, 32> text{};
+  std::snprintf(text.data(), text.size(), "%c%lld.%06lld", duration.count() < 0 ? '-' : '+', std::llabs(parts.quot),
+                std::llabs(parts.rem));
+  return text.data();
 }
+
+constexpr const char* BOLD = "\x1b[1m";
+constexpr const char* RED = "\x1b[31m";
+constexpr const char* PLAIN = "\x1b[0m";
 
 std::string rejection_text(const Decoding& decoding) {
   return "Rejected after " + octets_text(decoding.consumed) + ", " + decoding.place + ": " +
-         for_terminal_line(decoding.error) + '\n';
+         for_terminal_line(decoding.error);
 }
 
 /// What the debug text of a message has for each TLV; and the octets of those that were not decoded.
@@ -102,15 +100,19 @@ std::string reencoding_text(std::span<const std::uint8_t> received, const Reenco
 }  // namespace
 
 void TextOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) {
+  const auto add = [&](const char* color, const std::string& line) {
+    out += style_.color ? color + line + PLAIN : line;
+    out += '\n';
+  };
   if (!first_) {
     out += '\n';
   }
+  add(BOLD, head_line(cmdu));
   first_ = false;
-  out += head_line(cmdu) + '\n';
   if (decoding.message) {
     out += for_terminal(debug_text(text_, *decoding.message)) + '\n';
   } else {
-    out += rejection_text(decoding);
+    add(RED, rejection_text(decoding));
     if (decoding.lenient) {
       out += debug_text(text_, decoding.lenient->message.get_head());
       add_leniently(cmdu.octets, *decoding.lenient, text_, out);
@@ -122,6 +124,41 @@ void TextOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
   if (decoding.reencoding) {
     out += reencoding_text(cmdu.octets.first(decoding.consumed), *decoding.reencoding) + '\n';
   }
+}
+
+std::string TextOutput::head_line(const Cmdu& cmdu) {
+  if (!cmdu.frame) {
+    return "line " + std::to_string(cmdu.number);
+  }
+  const FrameInfo& frame = *cmdu.frame;
+  std::string text = "frame " + std::to_string(cmdu.number);
+  if (style_.origin) {
+    text += "  " + for_terminal_line(frame.captured.origin);
+  }
+  text += "  " + time_text(frame.captured.time) + "  " + frame.source.to_string();
+  if (frame.destination) {
+    text += " > " + frame.destination->to_string();
+  }
+  if (cmdu.reassembled) {
+    text += "  (put together from its fragments)";
+  } else if (frame.captured.missing != 0) {
+    text += "  (the last " + octets_text(frame.captured.missing) + " not captured)";
+  }
+  return text;
+}
+
+std::string TextOutput::time_text(std::chrono::microseconds time) {
+  if (style_.time == TimeMode::ABSOLUTE) {
+    return absolute_time(time);
+  }
+  if (first_) {
+    reference_ = time;
+  }
+  const std::string text = seconds_text(time - reference_);
+  if (style_.time == TimeMode::DELTA) {
+    reference_ = time;
+  }
+  return text;
 }
 
 }  // namespace meshdump

@@ -1,0 +1,86 @@
+#include "tools/meshdump/link_frame.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "qel/net/ether_header.h"
+
+namespace meshdump {
+
+namespace {
+
+constexpr std::size_t TAG_SIZE = 4;  // priority and VLAN, and the ethertype behind them
+constexpr std::uint16_t C_TAG = 0x8100;
+constexpr std::uint16_t S_TAG = 0x88A8;
+
+/// Where the fields of a cooked header lie; the source address has 8 octets of room, as many in use as its size says.
+struct CookedLayout {
+  std::size_t size;
+  std::size_t ethertype;
+  std::size_t address_size;  // of its last octet
+  std::size_t address;
+};
+constexpr CookedLayout COOKED{16, 14, 5, 6};
+constexpr CookedLayout COOKED_V2{20, 0, 11, 12};
+
+std::uint16_t number_at(std::span<const std::uint8_t> octets, std::size_t offset) {
+  return static_cast<std::uint16_t>(octets[offset] << 8U | octets[offset + 1]);
+}
+
+std::optional<LinkFrame> parse_ethernet(std::span<const std::uint8_t> octets) {
+  qel::EtherHeader header;
+  if (octets.size() < sizeof(header)) {
+    return std::nullopt;
+  }
+  std::memcpy(&header, octets.data(), sizeof(header));
+  return LinkFrame{header.get_dest_addr(), header.get_src_addr(), ntohs(header.get_ethertype()),
+                   octets.subspan(sizeof(header))};
+}
+
+std::optional<LinkFrame> parse_cooked(const CookedLayout& layout, std::span<const std::uint8_t> octets) {
+  if (octets.size() < layout.size) {
+    return std::nullopt;
+  }
+  LinkFrame frame{std::nullopt, {}, number_at(octets, layout.ethertype), octets.subspan(layout.size)};
+  if (octets[layout.address_size] == frame.source.octets().size()) {
+    std::copy_n(octets.begin() + static_cast<std::ptrdiff_t>(layout.address), frame.source.octets().size(),
+                frame.source.octets().begin());
+  }
+  return frame;
+}
+
+std::optional<LinkFrame> parse_untagged(LinkType link_type, std::span<const std::uint8_t> octets) {
+  switch (link_type) {
+    case LinkType::ETHERNET:
+      return parse_ethernet(octets);
+    case LinkType::LINUX_COOKED:
+      return parse_cooked(COOKED, octets);
+    case LinkType::LINUX_COOKED_V2:
+      return parse_cooked(COOKED_V2, octets);
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool is_supported(int link_type) {
+  const auto type = static_cast<LinkType>(link_type);
+  return type == LinkType::ETHERNET || type == LinkType::LINUX_COOKED || type == LinkType::LINUX_COOKED_V2;
+}
+
+std::optional<LinkFrame> parse_link_frame(LinkType link_type, std::span<const std::uint8_t> octets) {
+  std::optional<LinkFrame> frame = parse_untagged(link_type, octets);
+  while (frame && (frame->ethertype == C_TAG || frame->ethertype == S_TAG)) {
+    if (frame->payload.size() < TAG_SIZE) {
+      return std::nullopt;
+    }
+    frame->ethertype = number_at(frame->payload, 2);
+    frame->payload = frame->payload.subspan(TAG_SIZE);
+  }
+  return frame;
+}
+
+}  // namespace meshdump

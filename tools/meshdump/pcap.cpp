@@ -1,0 +1,57 @@
+#include "tools/meshdump/pcap.h"
+
+#include <pcap/pcap.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <stdexcept>
+
+namespace meshdump {
+
+namespace {
+
+/// A damaged file may hold any time: seconds are confined so that the sum fits, and need not be positive.
+std::chrono::microseconds time_of(const timeval& time) {
+  constexpr std::int64_t LIMIT = 9'000'000'000'000;
+  const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -LIMIT, LIMIT);
+  return std::chrono::seconds(seconds) + std::chrono::microseconds(time.tv_usec);
+}
+
+}  // namespace
+
+void PcapCloser::operator()(pcap* capture) const { pcap_close(capture); }
+
+LinkType link_type_of(pcap* capture) {
+  const int link_type = pcap_datalink(capture);
+  if (!is_supported(link_type)) {
+    const char* name = pcap_datalink_val_to_name(link_type);
+    throw std::runtime_error("frames of link type " +
+                             (name != nullptr ? std::string(name) : std::to_string(link_type)) +
+                             ", neither Ethernet nor Linux cooked");
+  }
+  return static_cast<LinkType>(link_type);
+}
+
+void set_filter(pcap* capture, const std::string& expression) {
+  bpf_program filter{};
+  int status = pcap_compile(capture, &filter, expression.c_str(), 1, PCAP_NETMASK_UNKNOWN);
+  if (status == 0) {
+    status = pcap_setfilter(capture, &filter);
+    pcap_freecode(&filter);
+  }
+  if (status != 0) {
+    throw std::runtime_error("filter '" + expression + "': " + pcap_geterr(capture));
+  }
+}
+
+CapturedFrame captured_frame(const pcap_pkthdr& header, const unsigned char* octets, LinkType link_type,
+                             std::string_view origin, std::size_t number) {
+  return {time_of(header.ts),
+          {octets, header.caplen},
+          header.len - std::min(header.caplen, header.len),
+          link_type,
+          origin,
+          number};
+}
+
+}  // namespace meshdump

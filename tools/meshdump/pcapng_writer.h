@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tools/meshdump/captured_frame.h"
+#include "tools/meshdump/input.h"
+
+namespace meshdump {
+
+/// Writes frames as a pcapng capture, each with a comment (draft-ietf-opsawg-pcapng).
+class PcapngWriter {
+ public:
+  /// Replaces what is at `path`; "-" is standard output. Throws std::runtime_error.
+  explicit PcapngWriter(const std::string& path);
+
+  /// Throws std::runtime_error.
+  void write(const CapturedFrame& frame, const std::string& comment);
+  void flush();
+
+ private:
+  std::uint32_t interface_of(const CapturedFrame& frame);
+  void write(const std::vector<std::uint8_t>& block);
+  void check(bool succeeded) const;
+
+  std::string path_;
+  File file_;
+  std::map<std::pair<std::string, LinkType>, std::uint32_t> interfaces_;  // the numbers of those described so far
+};
+
+}  // namespace meshdump

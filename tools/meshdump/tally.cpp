@@ -1,0 +1,48 @@
+#include "tools/meshdump/tally.h"
+
+#include <algorithm>
+#include <cinttypes>
+#include <cstdio>
+#include <utility>
+#include <vector>
+
+#include "tools/meshdump/safe_text.h"
+
+namespace meshdump {
+
+namespace {
+
+std::string table(const std::string& title, const Tally::Counts& counts) {
+  if (counts.empty()) {
+    return {};
+  }
+  std::vector<std::pair<std::string, std::uint64_t>> rows(counts.begin(), counts.end());
+  std::stable_sort(rows.begin(), rows.end(),
+                   [](const auto& left, const auto& right) { return left.second > right.second; });
+  std::string text = title + '\n';
+  for (const auto& [name, count] : rows) {
+    char number[24];
+    std::snprintf(number, sizeof(number), "%8" PRIu64 "  ", count);
+    text += number + for_terminal_line(name) + '\n';
+  }
+  return text;
+}
+
+}  // namespace
+
+void Tally::count(const Cmdu& cmdu, const Decoding& decoding) {
+  const auto type = message_type(cmdu.octets);
+  ++types_[type ? enum_to_string(*type) : "NONE"];
+  if (cmdu.frame) {
+    ++senders_[cmdu.frame->source.to_string()];
+  }
+  if (!decoding.message) {
+    ++refusals_[decoding.error];
+  }
+}
+
+std::string Tally::text() const {
+  return table("types", types_) + table("senders", senders_) + table("refusals", refusals_);
+}
+
+}  // namespace meshdump
