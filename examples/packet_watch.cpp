@@ -11,11 +11,11 @@
 #include <string>
 
 #include "qel/daemon/mainloop.h"
+#include "qel/ieee1905_1/cmdu.h"
 #include "qel/net/ether_header.h"
 #include "qel/net/raw_sock.h"
 
 int main(int argc, char** argv) {
-  constexpr unsigned short IEEE1905_1 = 0x893A;
   if (argc != 3) {
     std::cerr << "usage: example_packet_watch INTERFACE COUNT\n";
     return 2;
@@ -36,7 +36,7 @@ int main(int argc, char** argv) {
       }
     };
     // Without a second callback nothing is done when the socket can send again.
-    loop.add_watch(std::make_shared<qel::RawSock>(argv[1], on_frame, nullptr, IEEE1905_1));
+    loop.add_watch(std::make_shared<qel::RawSock>(argv[1], on_frame, nullptr, qel::ieee1905_1::CMDU_ETHERTYPE));
     std::cout << "watching " << argv[1] << std::endl;
 
     auto timeout = qel::daemon::Mainloop::DEFAULT_RUN_TIMEOUT;

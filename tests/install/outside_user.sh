@@ -8,6 +8,7 @@
 set -eu
 
 examples=$(cd "$(dirname "$0")/../../examples" && pwd)
+vectors=$(cd "$(dirname "$0")/../data/vectors" && pwd)
 
 die() {
   echo "$*" >&2
@@ -18,13 +19,16 @@ die() {
 run_examples() {
   LD_LIBRARY_PATH=$(dirname "$(find "$stage" -name libmesh_shared.so.0)")
   export LD_LIBRARY_PATH
-  for example in message operating_classes signals state_machine event_bus; do
-    "$1/example_$example" >"$1/$example.out" || die "example_$example failed"
+  for example in message neighbors answer_query operating_classes signals state_machine event_bus; do
+    "$1/example_$example" >"$1/$example.out" <"$vectors/topology_response.hex" || die "example_$example failed"
     [ -s "$1/$example.out" ] || die "example_$example printed nothing"
   done
   grep -q '^29 octets$' "$1/message.out" || die "example_message encoded something else"
   grep -q 'mac: 02:19:05:AA:01:02$' "$1/message.out" || die "example_message decoded something else"
-  grep -q '^dropped: ' "$1/message.out" || die "example_message decoded half a message"
+  grep -q '^dropped: .* in MAC_ADDRESS at offset 17$' "$1/message.out" || die "example_message decoded half a message"
+  grep -q '^A1:B2' "$1/neighbors.out" && die "example_neighbors took another's neighbour for one of its own"
+  grep -q '^02:19:05:00:00:01 -> 02:19:05:00:00:B3$' "$1/neighbors.out" || die "example_neighbors misses a neighbour"
+  grep -q '^a frame of 46 octets ' "$1/answer_query.out" || die "example_answer_query answered something else"
 }
 
 task=$1
