@@ -15,9 +15,8 @@ using Region = OperatingClassDeduction::Region;
 using Behavior = OperatingClassDeduction::Behavior;
 
 constexpr EnumText REGIONS[] = {
-    {static_cast<std::uint16_t>(Region::USA), "USA"},     {static_cast<std::uint16_t>(Region::EUROPE), "EUROPE"},
-    {static_cast<std::uint16_t>(Region::JAPAN), "JAPAN"}, {static_cast<std::uint16_t>(Region::GLOBAL), "GLOBAL"},
-    {static_cast<std::uint16_t>(Region::CHINA), "CHINA"},
+    {Region::USA, "USA"},       {Region::EUROPE, "EUROPE"}, {Region::JAPAN, "JAPAN"},
+    {Region::GLOBAL, "GLOBAL"}, {Region::CHINA, "CHINA"},
 };
 
 }  // namespace

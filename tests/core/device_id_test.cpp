@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 #include "qelevsock.h"
-#include "tests/support/enum_texts.h"
 #include "tests/support/octets.h"
 
 namespace {
@@ -84,12 +83,6 @@ TEST(DeviceID, ComparesSubtypeAndValue) {
   EXPECT_TRUE(id != DeviceID(INTERFACE_NAME, std::string("eth0\0", 5)));
   EXPECT_EQ(*clone_optional_device_id(std::make_unique<DeviceID>(id)), id);
   EXPECT_EQ(clone_optional_device_id(nullptr), nullptr);
-}
-
-TEST(DeviceID, SubtypeTexts) {
-  test::check_enum_texts<DeviceIDSubtype>(
-      "0 RESERVED 1 CHASSIS_COMPONENT 2 INTERFACE_ALIAS 3 PORT_COMPONENT 4 MAC_ADDRESS 5 NETWORK_ADDRESS "
-      "6 INTERFACE_NAME 7 LOCALLY_ASSIGNED 8 INVALID_MAX");
 }
 
 }  // namespace

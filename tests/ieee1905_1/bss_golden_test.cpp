@@ -3,7 +3,6 @@
 #include "qel/ieee1905_1/metrics_tlvs.h"
 #include "qel/ieee1905_1/service_tlvs.h"
 #include "tests/ieee1905_1/tlv_test.h"
-#include "tests/support/enum_texts.h"
 
 namespace qel::ieee1905_1 {
 namespace {
@@ -133,16 +132,6 @@ TEST(BSSTLVs, Golden) {
       G(ErrorCodeTLV(ErrorReasonCode(7), A), "A3 0007 07 021A2B3C4D5E",
         "type: ERROR_CODE Reason Code: 7 STA MAC: 02:1A:2B:3C:4D:5E"),
   });
-}
-
-TEST(BSSTLVs, EnumerationTexts) {
-  test::check_enum_texts<ServiceType>("0 MULTI_AP_CONTROLLER 1 MULTI_AP_AGENT");
-  test::check_enum_texts<ClientCapabilityResultCode>("0 SUCCESS 1 FAILURE 255 INVALID");
-  test::check_enum_texts<HigherLayerProtocol>("0 RESERVED 1 TR181_TRANSPORT_PROTOCOL 255 INVALID");
-  test::check_enum_texts<ErrorReasonCode>(R"(
-0 RESERVED 1 STA_ASSOCIATED_WITH_BSS_OPERATED_BY_AGENT 2 STA_NOT_ASSOCIATED_WITH_ANY_BSS_OPERATED_BY_AGENT
-3 CLIENT_CAPABILITY_REPORT_UNSPECIFIED_FAILURE 4 BACKHAUL_STEERING_REQUEST_REJECTED_CHANNEL
-5 BACKHAUL_STEERING_REQUEST_REJECTED_BSS_SIGNAL 6 BACKHAUL_STEERING_REQUEST_REJECTED_TARGET_BSS 255 INVALID)");
 }
 
 TEST(BSSTLVs, ParametersThatAreNotIncludedAreNeitherComparedNorRead) {

@@ -1,7 +1,6 @@
 #include "qel/ieee1905_1/channel_preference_tlvs.h"
 #include "qel/ieee1905_1/operating_channel_tlvs.h"
 #include "tests/ieee1905_1/tlv_test.h"
-#include "tests/support/enum_texts.h"
 
 namespace qel::ieee1905_1 {
 namespace {
@@ -75,18 +74,6 @@ TEST(ChannelPreference, KeepsFourBitsOfScoreAndOfReason) {
   preference.set_reason_code(ChannelPreferenceReasonCode::INVALID_MAX);
   EXPECT_EQ(preference.get_reason_code(), ChannelPreferenceReasonCode::UNSPECIFIED);
   EXPECT_EQ(preference.get_preference_score(), 6);
-}
-
-TEST(ChannelTLVs, PrintTheirEnumerations) {
-  test::check_enum_texts<ChannelPreferenceReasonCode>(R"(
-0 UNSPECIFIED 1 PROXIMATE_NON_80211_INTERFERER 2 INTRA_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT
-3 EXTERNAL_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT 4 REDUCED_COVERAGE 5 REDUCED_THROUGHPUT
-6 INDEVICE_INTERFERER_WITHIN_AP 7 OPERATION_DISALLOWED_RADAR_DFS_CHANNEL 8 OPERATION_WOULD_PREVENT_BACKHAUL_OPERATION
-9 IMMEDIATE_OPERATION_POSSIBLE_ON_DFS_CHANNEL 10 DFS_CHANNEL_STATE_UNKNOWN 11 CONTROLLER_DFS_CHANNEL_CLEAR_INDICATION
-12 RESERVED~BIT~12 13 RESERVED~BIT~13 14 RESERVED~BIT~14 15 RESERVED~BIT~15 16 INVALID~MAX)");
-  test::check_enum_texts<ChannelSelectionResponseCode>(
-      "0 ACCEPT 1 DECLINE_VIOLATES_CHANGED_PREFERED 2 DECLINE_VIOLATES_REPORTED_PREFERED "
-      "3 DECLINE_BREAKS_BACKHAUL_LINK 255 INVALID");
 }
 
 TEST(ChannelTLVs, GiveBackTheirFields) {

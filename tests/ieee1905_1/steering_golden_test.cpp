@@ -3,7 +3,6 @@
 #include "qel/ieee1905_1/steering_policy_tlvs.h"
 #include "qel/ieee1905_1/steering_tlvs.h"
 #include "tests/ieee1905_1/tlv_test.h"
-#include "tests/support/enum_texts.h"
 
 namespace qel::ieee1905_1 {
 namespace {
@@ -159,14 +158,6 @@ TEST(SteeringPolicyTLV, LimitsOfCounts) {
     check_limit(steering_policy(std::vector(local, A), std::vector(btm, B), std::vector(radios, RADIO)), refused);
   }
   check_decodes_only("89 0003 00 00 00", RADIOS);
-}
-
-TEST(SteeringTLVs, EnumTexts) {
-  test::check_enum_texts<SteeringPolicyType>(
-      "0 AGENT_INITIATED_STEERING_DISALLOWED 1 AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED "
-      "2 AGENT_INITIATED_RCPI_BASED_STEERING_ALLOWED 255 RESERVED");
-  test::check_enum_texts<ClientAssociationControl>("0 BLOCK 1 UNBLOCK 255 INVALID");
-  test::check_enum_texts<BackhaulSteeringResultCode>("0 SUCCESS 1 FAILURE 255 INVALID");
 }
 
 }  // namespace

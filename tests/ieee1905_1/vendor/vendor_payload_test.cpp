@@ -12,7 +12,6 @@
 #include "qel/ieee802_11/security_mapping.h"
 #include "tests/fake_platform/fake_platform.h"
 #include "tests/ieee1905_1/tlv_test.h"
-#include "tests/support/enum_texts.h"
 
 namespace qel::ieee1905_1 {
 namespace {
@@ -191,11 +190,6 @@ TEST(VendorPayloads, OpenBodies) {
   EXPECT_EQ(plc.get_rest(), octets("F0E1D2"));
   EXPECT_EQ(bss.get_rest(), octets("C3D4"));
   EXPECT_EQ(link.get_rest(), octets("E5F6"));
-}
-
-TEST(VendorPayloads, EnumTexts) {
-  test::check_enum_texts<QELSpecificIdleState>("0 NOT_IDLE 1 IDLE 2 INVALID_MAX");
-  test::check_enum_texts<QELLinkState>("0 DOWN 1 UP");
 }
 
 const char* const SECURE = "Invalid size! Vector exceeds secure limit!";
