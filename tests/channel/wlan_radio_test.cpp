@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "qel/core/text.h"
+#include "tests/support/fields.h"
 
 namespace qel {
 namespace {
@@ -102,6 +103,15 @@ TEST(WLANRadio, TakesWhatIsNew) {
 
   const WLANRadio later(radio_id(0xEF, 6), rx, tx, 40, channels());
   EXPECT_TRUE(radio != later && radio.equivalent_to(later) && !(radio < later));
+}
+
+TEST(WLANRadio, HasFields) {
+  const NSSTable rx(WIDTH_80_MHZ, 2);
+  const NSSTable tx(WIDTH_40_MHZ, 3);
+  const WLANRadio radio = test::fields_from(
+      [] { return WLANRadio(radio_id(0xEF)); }, WLANRadio(radio_id(0xEF), rx, tx, 40, channels()), FIELD(rx_nss_table),
+      rx, FIELD(tx_nss_table), tx, FIELD(supported_phymodes), 40U, FIELD(channel_list), channels());
+  EXPECT_EQ(radio.get_radio_id(), radio_id(0xEF));
 }
 
 TEST(WLANRadio, HasADebugText) {

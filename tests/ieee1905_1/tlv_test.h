@@ -9,12 +9,14 @@
 #include "qel/ieee1905_1/media_specific_information.h"
 #include "qel/ieee1905_1/tlv_factory.h"
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
+#include "tests/support/fields.h"
 #include "tests/support/golden.h"
 
 // What the tests of TLVs and of vendor payloads share.
 namespace qel::ieee1905_1 {
 
 using std::string;
+using test::fields;
 using test::octets;
 using test::with;
 using test::Written;
@@ -38,11 +40,8 @@ T filled(T object, void (Class::*set)(Parameter), const Value& value, const More
 }
 
 inline WLANSpecificInformation wlan_information(const MACAddress& bssid) {
-  using T = WLANSpecificInformation;
-  WLANSpecificInformation information = filled(T(), &T::set_role, WLANInterfaceRole1905_1::STA, &T::set_band, 2,
-                                               &T::set_center_freq_1, 155, &T::set_center_freq_2, 42);
-  information.set_bssid(bssid);
-  return information;
+  return fields(WLANSpecificInformation(), FIELD(bssid), bssid, FIELD(role), WLANInterfaceRole1905_1::STA, FIELD(band),
+                2, FIELD(center_freq_1), 155, FIELD(center_freq_2), 42);
 }
 
 /// The object with so many equal elements added.
