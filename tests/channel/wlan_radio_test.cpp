@@ -49,6 +49,10 @@ TEST(NSSTable, HoldsACountForEachWidth) {
     EXPECT_EQ(text.str(), expected);
   }
   EXPECT_TRUE(left < right && !(right < left) && !(left < left) && left != right);
+  NSSTable one = left;
+  NSSTable other = right;
+  swap(one, other);
+  EXPECT_TRUE(one == right && other == left);
   EXPECT_THROW(NSSTable(INVALID, 2), std::out_of_range);
   EXPECT_THROW(updated(static_cast<ChannelWidth>(255), 2, true, true), std::out_of_range);
 
