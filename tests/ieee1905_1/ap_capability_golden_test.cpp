@@ -26,16 +26,16 @@ T flags_from(const char* wire) {
 }
 
 const auto AP_VHT =
-    filled(VHT(A), &VHT::set_vht_tx_mcs, 0xFFC6U, &VHT::set_vht_rx_mcs, 0x0A5BU, &VHT::set_number_tx_spatial_streams, 3,
-           &VHT::set_number_rx_spatial_streams, 2, &VHT::set_short_gi_80_mhz_supported, true,
-           &VHT::set_vht_80_80_supported, true, &VHT::set_su_beamformer_capable, true);
+    filled(VHT(A), FIELD(vht_tx_mcs), 0xFFC6U, FIELD(vht_rx_mcs), 0x0A5BU, FIELD(number_tx_spatial_streams), 3,
+           FIELD(number_rx_spatial_streams), 2, FIELD(short_gi_80_mhz_supported), true, FIELD(vht_80_80_supported),
+           true, FIELD(su_beamformer_capable), true);
 
 const auto AP_HE =
-    filled(HE(A), &HE::set_he_tx_mcs_80, 0xFFF2U, &HE::set_he_rx_mcs_80, 0x0ABCU, &HE::set_he_tx_mcs_160, 0x3C4DU,
-           &HE::set_he_rx_mcs_160, 0x1A2BU, &HE::set_he_tx_mcs_8080, 0x7081U, &HE::set_he_rx_mcs_8080, 0x5E6FU,
-           &HE::set_number_tx_spatial_streams, 5, &HE::set_number_rx_spatial_streams, 2, &HE::set_he_160_mhz_support,
-           true, &HE::set_he_80_80_mhz_support, true, &HE::set_su_beamformer_capable, true, &HE::set_ul_mumimo_capable,
-           true, &HE::set_ul_ofdma_capable, true);
+    filled(HE(A), FIELD(he_tx_mcs_80), 0xFFF2U, FIELD(he_rx_mcs_80), 0x0ABCU, FIELD(he_tx_mcs_160), 0x3C4DU,
+           FIELD(he_rx_mcs_160), 0x1A2BU, FIELD(he_tx_mcs_8080), 0x7081U, FIELD(he_rx_mcs_8080), 0x5E6FU,
+           FIELD(number_tx_spatial_streams), 5, FIELD(number_rx_spatial_streams), 2, FIELD(he_160_mhz_support), true,
+           FIELD(he_80_80_mhz_support), true, FIELD(su_beamformer_capable), true, FIELD(ul_mumimo_capable), true,
+           FIELD(ul_ofdma_capable), true);
 
 TEST(APCapabilityTLVs, Golden) {
   using Class = OperatingClassInformation;

@@ -28,7 +28,7 @@ APMetricsTLV metrics(bool bk, bool vo, bool vi) {
                        FIELD(information_ac_be), Parameters{0x11, 0x22, 0x33}, FIELD(information_ac_bk),
                        Parameters{0x44, 0x55, 0x66}, FIELD(information_ac_vo), Parameters{0x77, 0x88, 0x99},
                        FIELD(information_ac_vi), Parameters{0xAA, 0xBB, 0xCC});
-  return filled(all, &T::set_include_bit_ac_bk, bk, &T::set_include_bit_ac_vo, vo, &T::set_include_bit_ac_vi, vi);
+  return filled(all, FIELD(include_bit_ac_bk), bk, FIELD(include_bit_ac_vo), vo, FIELD(include_bit_ac_vi), vi);
 }
 
 const string METRICS_TEXT =
@@ -81,7 +81,8 @@ TEST(BSSTLVs, Golden) {
                std::vector{ServiceType::MULTI_AP_AGENT, ServiceType::MULTI_AP_CONTROLLER, ServiceType(7)}),
         "80 0004 03 01 00 07",
         "type: SUPPORTED_SERVICE service: MULTI_AP_AGENT service: MULTI_AP_CONTROLLER service: 7"),
-      G(with(SearchedServiceTLV(), &SearchedServiceTLV::add_service, {ServiceType::MULTI_AP_CONTROLLER}),
+      G(fields(SearchedServiceTLV(), FIELD_OF(add_service, get_service_vector),
+               std::vector{ServiceType::MULTI_AP_CONTROLLER}),
         "81 0002 01 00", "type: SEARCHED_SERVICE service: MULTI_AP_CONTROLLER"),
       G(fields(APOperationalBSSTLV(), FIELD_OF(add_report, get_report_vector), std::vector{radio_a, Radio(D)}),
         "83 0021 02 # type, length, radios\n 021A2B3C4D5E 02 # radio, BSSs\n"

@@ -9,9 +9,8 @@ using G = Row<TLV>;
 
 ChannelPreference preference(std::uint8_t operating_class, std::initializer_list<std::uint8_t> channels, int score,
                              int reason) {
-  ChannelPreference preference =
-      filled(ChannelPreference(), &ChannelPreference::set_operating_class, operating_class,
-             &ChannelPreference::set_preference_score, score, &ChannelPreference::set_reason_code, reason);
+  ChannelPreference preference = filled(ChannelPreference(), FIELD(operating_class), operating_class,
+                                        FIELD(preference_score), score, FIELD(reason_code), reason);
   std::ranges::for_each(channels, [&](std::uint8_t channel) { preference.add_channel(channel); });
   return preference;
 }

@@ -34,8 +34,8 @@ BeaconMetricsQueryTLV full_query() {
 }
 BeaconMetricsQueryTLV plain_query() {
   using T = BeaconMetricsQueryTLV;
-  return filled(T(), &T::set_sta_mac_address, B, &T::set_operating_class, 81, &T::set_channel_number, 6, &T::set_bssid,
-                C, &T::set_reporting_detail, 2);
+  return filled(T(), FIELD(sta_mac_address), B, FIELD(operating_class), 81, FIELD(channel_number), 6, FIELD(bssid), C,
+                FIELD(reporting_detail), 2);
 }
 
 using Report = BeaconMetricsResponseTLV::Report;
@@ -96,8 +96,8 @@ TEST(MeasurementTLVs, ABeaconQueryRefusesWhatWouldMeanNothing) {
   for (const auto& row : rows) {
     using T = BeaconMetricsQueryTLV;
     const T query =
-        filled(plain_query(), &T::set_channel_number, row.channel, &T::set_reporting_detail, row.detail, &T::set_ssid,
-               string(row.ssid, 's'), &T::set_reporting_element_ids, test::Octets(row.elements, 48));
+        filled(plain_query(), FIELD(channel_number), row.channel, FIELD(reporting_detail), row.detail, FIELD(ssid),
+               string(row.ssid, 's'), FIELD(reporting_element_ids), test::Octets(row.elements, 48));
     check_limit(list(&T::add_ap_channel_reports, row.reports, channels(81, {1, 6}), query), row.refused);
   }
   check_decodes_only("99 0015 06F1E2D3C4B5 51 06 0A0918273645 02 00 01 02 73 24 00", REPORTS);

@@ -41,10 +41,8 @@ TEST(MessageHead, Golden) {
 TEST(MessageHead, IsThatOfAFragmentUnlessItIsFirstAndLast) {
   for (const auto& [last, fragment, fragmented] :
        {std::tuple(true, 0, false), {true, 2, true}, {false, 0, true}, {false, 2, true}}) {
-    EXPECT_EQ(
-        filled(DISCOVERY, &MessageHead::set_last_fragment_indicator, last, &MessageHead::set_fragment_id, fragment)
-            .is_fragmented(),
-        fragmented);
+    EXPECT_EQ(filled(DISCOVERY, FIELD(last_fragment_indicator), last, FIELD(fragment_id), fragment).is_fragmented(),
+              fragmented);
   }
 }
 

@@ -21,24 +21,25 @@ const string TARGET_TEXT = "BSSID: 0E:7D:6C:5B:4A:39 OperatingClass: 115 Channel
 
 SteeringPolicyTLV steering_policy(const std::vector<MACAddress>& local, const std::vector<MACAddress>& btm,
                                   const std::vector<SteeringRadioPolicy>& radios) {
-  using T = SteeringPolicyTLV;
-  const auto tlv = with(T(), &T::add_local_steering_disallowed_sta, local);
-  return with(with(tlv, &T::add_btm_steering_disallowed_sta, btm), &T::add_radio_policy, radios);
+  return filled(SteeringPolicyTLV(),
+                FIELD_OF(add_local_steering_disallowed_sta, get_local_steering_disallowed_sta_vector), local,
+                FIELD_OF(add_btm_steering_disallowed_sta, get_btm_steering_disallowed_sta_vector), btm,
+                FIELD_OF(add_radio_policy, get_radio_policy_vector), radios);
 }
 
 SteeringRequestTLV steering_request(const SteeringRequestTLV& tlv, const std::vector<MACAddress>& stations,
                                     const std::vector<Target>& targets) {
-  using T = SteeringRequestTLV;
-  return with(with(tlv, &T::add_steering_sta_mac, stations), &T::add_target_bssid, targets);
+  return filled(tlv, FIELD_OF(add_steering_sta_mac, get_steering_sta_mac_vector), stations,
+                FIELD_OF(add_target_bssid, get_target_bssid_vector), targets);
 }
 
 using Request = SteeringRequestTLV;
-const Request MANDATE = filled(Request(A), &Request::set_steering_mandated, true);
+const Request MANDATE = filled(Request(A), FIELD(steering_mandated), true);
 const Request OPPORTUNITY =
-    filled(Request(D), &Request::set_btm_disassociation_imminent, true, &Request::set_steering_opertunity_window, 4660);
+    filled(Request(D), FIELD(btm_disassociation_imminent), true, FIELD(steering_opertunity_window), 4660);
 
 const SteeringBTMReportTLV ANSWER(A, B, 4);
-const auto ANSWER_WITH_TARGET = filled(ANSWER, &SteeringBTMReportTLV::set_target_bssid, D);
+const auto ANSWER_WITH_TARGET = filled(ANSWER, FIELD(target_bssid), D);
 const string ANSWER_OCTETS = " 021A2B3C4D5E 06F1E2D3C4B5 04 # BSSID, station, status\n";
 const string ANSWER_TEXT =
     "type: STEERING_BTM_REPORT BSSID: 02:1A:2B:3C:4D:5E STAMAC: 06:F1:E2:D3:C4:B5 BTM Status Code: 4";

@@ -68,6 +68,8 @@ const string RX_METRIC_OCTETS = "0A0918273645 06F1E2D3C4B5" + RX_OCTETS;
 const string RX_METRIC_TEXT =
     "ReceiverLinkMetric receiving_al_mac: 0A:09:18:27:36:45 neighbor_al_mac: 06:F1:E2:D3:C4:B5 {" + RX_TEXT + "}";
 
+constexpr auto BRIDGE = IEEE802_1_Bridge::IEEE802_1_BRIDGE;
+
 TEST(Records, Golden) {
   const std::vector<std::size_t> length_of_block = {0};
   test::check_golden_of(NoMediaSpecificInformation(), "00 # length", NO_TEXT, length_of_block);
@@ -78,7 +80,6 @@ TEST(Records, Golden) {
   test::check_golden_of(rx_information(), RX_OCTETS, RX_TEXT);
   test::check_golden_of(tx_metric(), TX_METRIC_OCTETS, TX_METRIC_TEXT);
   test::check_golden_of(rx_metric(), RX_METRIC_OCTETS, RX_METRIC_TEXT);
-  constexpr auto BRIDGE = IEEE802_1_Bridge::IEEE802_1_BRIDGE;
   test::check_golden_of(fields(ALMAC19051Neighbor(A, BRIDGE), FIELD(AL_MAC), A, FIELD(IEEE802_1_bridge), BRIDGE),
                         "021A2B3C4D5E 80", "AL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE");
 }
@@ -105,22 +106,6 @@ DeviceInformationTLV device_information() {
 DeviceBridgingTuple tuple(const std::vector<MACAddress>& addresses) {
   return fields(DeviceBridgingTuple(), FIELD_OF(add_mac_address, get_mac_address_vector), addresses);
 }
-DeviceBridgingCapabilityTLV bridging_capability() {
-  return fields(DeviceBridgingCapabilityTLV(), FIELD_OF(add_bridging_tuple, get_bridging_tuple_vector),
-                std::vector{tuple({A, C}), {}, tuple({B})});
-}
-
-NonIEEE1905NeighborDeviceListTLV non_1905_neighbors() {
-  return fields(NonIEEE1905NeighborDeviceListTLV(B), FIELD(local_MAC), B,
-                FIELD_OF(add_mac_address, get_MAC_address_vector), std::vector{D, C});
-}
-
-IEEE1905NeighborDeviceTLV neighbors() {
-  const std::vector<ALMAC19051Neighbor> neighbors = {
-      {A, IEEE802_1_Bridge::IEEE802_1_BRIDGE}, {D, IEEE802_1_Bridge(0x81)}, {C, IEEE802_1_Bridge::INVALID}};
-  return fields(IEEE1905NeighborDeviceTLV(B), FIELD(local_MAC), B,
-                FIELD_OF(add_AL_MAC_neighbor, get_AL_MAC_neighbor_vector), neighbors);
-}
 
 LinkMetricQueryTLV query(LinkMetricQueryNeighbors neighbors, LinkMetricQuery metric) {
   return fields(LinkMetricQueryTLV(C), FIELD(AL_MAC_neighbor), C, FIELD(query_neighbor), neighbors, FIELD(link_metric),
@@ -128,19 +113,16 @@ LinkMetricQueryTLV query(LinkMetricQueryNeighbors neighbors, LinkMetricQuery met
 }
 
 TransmitterLinkMetricTLV transmitter() {
-  TransmitterLinkMetricInformation other;
-  other.set_interface_type(InterfaceType(7));
-  other.set_bridge_flag(TransmitterLinkMetricBridgeFlags::INVALID);
-  other.set_phy_rate(1);
+  const auto other = filled(TransmitterLinkMetricInformation(), FIELD(interface_type), InterfaceType(7),
+                            FIELD(bridge_flag), TransmitterLinkMetricBridgeFlags::INVALID, FIELD(phy_rate), 1);
   return fields(TransmitterLinkMetricTLV(A, C), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), C,
                 FIELD_OF(add_transmitter_link_metric, get_transmitter_link_metric_vector),
                 std::vector{tx_metric(), metric<TransmitterLinkMetric>(C, A, other)});
 }
 
 ReceiverLinkMetricTLV receiver() {
-  ReceiverLinkMetricInformation other;
-  other.set_interface_type(InterfaceType(7));
-  other.set_interface_mode(255);
+  const auto other =
+      filled(ReceiverLinkMetricInformation(), FIELD(interface_type), InterfaceType(7), FIELD(interface_mode), 255);
   return fields(ReceiverLinkMetricTLV(A, D), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), D,
                 FIELD_OF(add_receiver_link_metric, get_receiver_link_metric_vector),
                 std::vector{metric<ReceiverLinkMetric>(D, A, other), rx_metric()});
@@ -180,16 +162,23 @@ TEST(TLVs, Golden) {
             "\n\tInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 type: PLC mode: FFT media-specific: " + PLC_TEXT +
             "\n\tInterfaceInformation: mac: 0A:09:18:27:36:45 type: 7 mode: dummy (INVALID) media-specific: " + NO_TEXT,
         {0, 1, 2, 18, 27, 46, 62}, {16}),
-      G(bridging_capability(),
+      G(fields(DeviceBridgingCapabilityTLV(), FIELD_OF(add_bridging_tuple, get_bridging_tuple_vector),
+               std::vector{tuple({A, C}), {}, tuple({B})}),
         "04 0016 03 # type, length, tuples\n 02 021A2B3C4D5E 0A0918273645\n 00\n 01 06F1E2D3C4B5",
         "type: DEVICE_BRIDGING_CAPABILITY\n\t{02:1A:2B:3C:4D:5E 0A:09:18:27:36:45}\n\t{}\n\t{06:F1:E2:D3:C4:B5}"),
-      G(non_1905_neighbors(), "06 0012 06F1E2D3C4B5 0E7D6C5B4A39 0A0918273645",
+      G(fields(NonIEEE1905NeighborDeviceListTLV(B), FIELD(local_MAC), B,
+               FIELD_OF(add_mac_address, get_MAC_address_vector), std::vector{D, C}),
+        "06 0012 06F1E2D3C4B5 0E7D6C5B4A39 0A0918273645",
         "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: "
         "06:F1:E2:D3:C4:B5\t{0E:7D:6C:5B:4A:39}\t{0A:09:18:27:36:45}",
         {0}),
       G(NonIEEE1905NeighborDeviceListTLV(A), "06 0006 021A2B3C4D5E",
         "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: 02:1A:2B:3C:4D:5E", {0}),
-      G(neighbors(), "07 001B 06F1E2D3C4B5 021A2B3C4D5E 80 0E7D6C5B4A39 81 0A0918273645 FF",
+      G(fields(
+            IEEE1905NeighborDeviceTLV(B), FIELD(local_MAC), B,
+            FIELD_OF(add_AL_MAC_neighbor, get_AL_MAC_neighbor_vector),
+            std::vector<ALMAC19051Neighbor>{{A, BRIDGE}, {D, IEEE802_1_Bridge(0x81)}, {C, IEEE802_1_Bridge::INVALID}}),
+        "07 001B 06F1E2D3C4B5 021A2B3C4D5E 80 0E7D6C5B4A39 81 0A0918273645 FF",
         "type: IEEE1905_NEIGHBOR_DEVICE LOCAL MAC: 06:F1:E2:D3:C4:B5"
         "\tAL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE"
         "\tAL_MAC: 0E:7D:6C:5B:4A:39 IEEE802_1_bridge: NO_IEEE802_1_BRIDGE"

@@ -17,8 +17,8 @@ namespace qel::ieee1905_1 {
 
 using std::string;
 using test::fields;
+using test::filled;
 using test::octets;
-using test::with;
 using test::Written;
 
 inline const MACAddress A = test::mac("021A2B3C4D5E");
@@ -28,16 +28,6 @@ inline const MACAddress D = test::mac("0E7D6C5B4A39");
 
 inline const char* const INVALID_SIZE = "Invalid size";
 inline const char* const INVALID_LENGTH = "Invalid length";
-
-/// The object after each setter was called with the value behind it.
-template <class T, class Class, class Parameter, class Value, class... More>
-T filled(T object, void (Class::*set)(Parameter), const Value& value, const More&... more) {
-  (object.*set)(static_cast<std::remove_cvref_t<Parameter>>(value));
-  if constexpr (sizeof...(more) > 0) {
-    object = filled(std::move(object), more...);
-  }
-  return object;
-}
 
 inline WLANSpecificInformation wlan_information(const MACAddress& bssid) {
   return fields(WLANSpecificInformation(), FIELD(bssid), bssid, FIELD(role), WLANInterfaceRole1905_1::STA, FIELD(band),

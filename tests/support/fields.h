@@ -16,62 +16,54 @@
 
 namespace qel::test {
 
-template <class Set, class Get, class Value>
-struct Field {
-  Field(const std::pair<Set, Get>& accessors, const Value& its_value)
-      : set(accessors.first), get(accessors.second), value(its_value) {}
-
-  /// As the getter gives it.
-  decltype(auto) wanted_of(const auto& object) const {
-    using Held = std::remove_cvref_t<decltype(get(object))>;
-    return static_cast<std::conditional_t<std::is_abstract_v<Held>, const Value&, Held>>(value);
-  }
-  bool is_in(const auto& object) const { return get(object) == wanted_of(object); }
-  void put_into(auto& object) const {
-    if constexpr (std::is_invocable_v<Set, decltype(object), decltype(wanted_of(object))>) {
-      set(object, wanted_of(object));
-    } else {
-      for (const auto& element : value) {
-        set(object, element);
-      }
-    }
-  }
-
-  Set set;
-  Get get;
-  const Value& value;
-};
-
-template <class T, class... Fields>
-T check_fields(const auto& make_blank, T object, const Fields&... field) {
-  const T blank = make_blank();
-  int number = 0;
-  const auto check = [&](const auto& one) {
-    SCOPED_TRACE(testing::Message() << "field " << ++number << " of " << typeid(T).name());
-    T changed = make_blank();
-    one.put_into(changed);
-    EXPECT_TRUE(one.is_in(changed) && !one.is_in(blank));
-    EXPECT_EQ((0 + ... + int{!(field.get(changed) == field.get(blank))}), 1);
-    if (!one.is_in(object)) {
-      EXPECT_TRUE(one.get(object) == one.get(blank));
-      one.put_into(object);
-    }
-  };
-  (check(field), ...);
-  EXPECT_TRUE((field.is_in(object) && ...));
-  return object;
+/// The value as the getter gives it.
+template <class Field, class Value>
+decltype(auto) held(const auto& object, const Field& field, const Value& value) {
+  using Held = std::remove_cvref_t<decltype(field.second(object))>;
+  return static_cast<std::conditional_t<std::is_abstract_v<Held>, const Value&, Held>>(value);
 }
 
-/// The object with the value in each field; behind it come a field, its value, and so on. Every value is another than
-/// in the objects that `make_blank` makes; where the object has not got it yet, the setter puts it in. In a blank
-/// object a setter alone changes what its getter gives, to the value, and what no other getter gives.
+/// The object after each setter was called with the value behind it, or with each element of it.
+template <class T>
+T filled(T object) {
+  return object;
+}
+template <class T, class Field, class Value, class... More>
+T filled(T object, const Field& field, const Value& value, const More&... more) {
+  if constexpr (requires { field.first(object, held(object, field, value)); }) {
+    field.first(object, held(object, field, value));
+  } else {
+    for (const auto& element : value) {
+      field.first(object, element);
+    }
+  }
+  return filled(std::move(object), more...);
+}
+
+/// The same, where the object does not have the values yet, and checked: every value is another than in the objects
+/// that `make_blank` makes, and in such an object a setter alone changes what its getter gives, to the value, and what
+/// no other getter gives.
 template <class T, class... Arguments>
 T fields_from(const auto& make_blank, T object, const Arguments&... arguments) {
   const auto all = std::tie(arguments...);
-  return [&]<std::size_t... I>(std::index_sequence<I...>) {
-    return check_fields(make_blank, std::move(object), Field(std::get<2 * I>(all), std::get<2 * I + 1>(all))...);
+  const T blank = make_blank();
+  [&]<std::size_t... I>(std::index_sequence<I...>) {
+    int number = 0;
+    const auto check = [&](const auto& field, const auto& value) {
+      SCOPED_TRACE(testing::Message() << "field " << ++number << " of " << typeid(T).name());
+      const auto has = [&](const T& holder) { return field.second(holder) == held(holder, field, value); };
+      const T changed = filled(make_blank(), field, value);
+      EXPECT_TRUE(has(changed) && !has(blank));
+      EXPECT_EQ((0 + ... + int{!(std::get<2 * I>(all).second(changed) == std::get<2 * I>(all).second(blank))}), 1);
+      if (!has(object)) {
+        EXPECT_TRUE(field.second(object) == field.second(blank));
+        object = filled(std::move(object), field, value);
+      }
+    };
+    (check(std::get<2 * I>(all), std::get<2 * I + 1>(all)), ...);
   }
   (std::make_index_sequence<sizeof...(Arguments) / 2>());
+  return object;
 }
 template <class T, class... Arguments>
 T fields(T object, const Arguments&... arguments) {

@@ -110,7 +110,7 @@ TEST(VendorPayloads, BTMQuery) {
   using Element = QELNeighborReportElement;
   const auto first = fields(Element(), FIELD(preference), 231, FIELD(bssid), B, FIELD(info_bits), 0x04030201U,
                             FIELD(op_class), 115, FIELD(channel), 36, FIELD(phy_type), PHYType::VHT);
-  const auto second = filled(first, &Element::set_preference, 5, &Element::set_info_bits, 0x40000000U);
+  const auto second = filled(first, FIELD(preference), 5, FIELD(info_bits), 0x40000000U);
   check_rows({G(fields(QELBTMQueryTLV(), FIELD(client_mac), A, FIELD(dialog_token), 42, FIELD(reason_code), 16,
                        FIELD_OF(add_candidate, get_candidate_list), std::vector{first, second}),
                 R"(08 0025 021A2B3C4D5E 2A 10 02
@@ -174,8 +174,8 @@ TEST(VendorPayloads, OpenBodies) {
   const auto link = decoded<QELLinkStateTLV>("0D 000F 01  06F1E2D3C4B5 00 07 00000BB8  E5F6");
   check_rows({
       // The lengths of names and the types of interfaces move what follows to other fields.
-      G(with(plc, &QELDeviceInformationTLV::add_interface_information,
-             {wlan, QELInterfaceInformation(D, "eth1", InterfaceType::ETHERNET, 1)}),
+      G(filled(plc, FIELD_OF(add_interface_information, get_interface_information_vector),
+               std::vector{wlan, QELInterfaceInformation(D, "eth1", InterfaceType::ETHERNET, 1)}),
         R"(01 0046 021A2B3C4D5E 03  06F1E2D3C4B5 04 706C6330 02 01 07 A1A2A3A4A5A6A7
            06F1E2D3C4B5 05 776C616E30 01 05 0A 0A0918273645 40 02 9B 2A
            0E7D6C5B4A39 04 65746831 00 01 00  F0E1D2)",
@@ -187,7 +187,7 @@ TEST(VendorPayloads, OpenBodies) {
         "\n\t\tQELInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 (eth1) type: ETHERNET mode: GIGABIT_ETHERNET "
         "media-specific: <no media-specific information>\n\t\trest: 3 Bytes",
         {0, 23, 45, 69}, {9, 16, 21, 37, 43, 62, 67}),
-      G(with(bss, &QELAPNonOperationalBSSTLV::add_report, {report}),
+      G(filled(bss, FIELD_OF(add_report, get_report_vector), std::vector{report}),
         R"(07 0023 02  0E7D6C5B4A39 00
            021A2B3C4D5E 02  06F1E2D3C4B5 04 686F6D65  0A0918273645 00  C3D4)",
         "type: QEL_AP_NON_OPERATIONAL_BSS_TLV\n\t\tRadio Unique Identifier: 0E:7D:6C:5B:4A:39"
@@ -195,7 +195,8 @@ TEST(VendorPayloads, OpenBodies) {
         "\n\t\t\tBSS not operating on Radio: 06:F1:E2:D3:C4:B5 SSID: \"home\""
         "\n\t\t\tBSS not operating on Radio: 0A:09:18:27:36:45 SSID: \"\"\n\t\trest: 2 Bytes",
         {0}),
-      G(with(link, &QELLinkStateTLV::add_link_state, {up, Link(C, "wlan0", QELLinkState::DOWN, 0x01020304)}),
+      G(filled(link, FIELD_OF(add_link_state, get_link_states),
+               std::vector{up, Link(C, "wlan0", QELLinkState::DOWN, 0x01020304)}),
         R"(0D 0030 03  06F1E2D3C4B5 00 07 00000BB8  06F1E2D3C4B5 04 65746831 01 000009C4
            0A0918273645 05 776C616E30 00 01020304  E5F6)",
         "type: QEL_LINK_STATE_TLV"
@@ -228,8 +229,8 @@ TEST(VendorLimits, OfNamesWhenEncoding) {
     check_limit(QELIEEE1905NeighborDeviceTLV(A, name), refused);
     check_limit(QELNonIEEE1905NeighborDeviceListTLV(A, name), refused);
     check_limit(QELPSQ19NonIEEE1905NeighborDeviceListTLV(A, name), refused);
-    check_limit(filled(Metric(), &Metric::set_receiving_interface_name, name), refused);
-    check_limit(filled(Metric(), &Metric::set_neighbor_interface_name, name), refused);
+    check_limit(filled(Metric(), FIELD(receiving_interface_name), name), refused);
+    check_limit(filled(Metric(), FIELD(neighbor_interface_name), name), refused);
     check_limit(QELInterfaceInformation(A, name, InterfaceType::ETHERNET, 0), refused);
     check_limit(QELInterfaceLinkState(A, name, QELLinkState::UP, 0), refused);
   }
