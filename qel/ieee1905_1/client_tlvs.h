@@ -84,14 +84,15 @@ class QEL_EXPORT ClientCapabilityReportTLV final
   static constexpr auto table() {
     return serialization::rows(serialization::Field{" ResultCode:", &ClientCapabilityReportTLV::result_code_});
   }
-  /// For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
 
   /// A SUCCESS without a frame is no report, and equals nothing, not even itself. Without SUCCESS frames do not count.
   bool equals(const ClientCapabilityReportTLV& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   ClientCapabilityResultCode result_code_ = ClientCapabilityResultCode::INVALID;
   std::shared_ptr<const AssocRequestFrame> assoc_req_frame_;
 };

@@ -13,6 +13,9 @@ class ReadSource;
 class SerializationContext;
 struct PrimitiveEnd;
 
+/// Calls the private `encode_body` and `decode_body` of a class that befriends it (table_codec.h).
+struct BodyAccess;
+
 /// The operations that follow from the wire table of one class. The objects are of this class.
 ///
 /// All classes with a table share the functions that are reached through it, so that the table is all that each adds to

@@ -49,7 +49,7 @@ void decode_framed(ReadSource& source, BinarySerializable& object) {
   std::uint16_t length = 0;
   if constexpr (DecodesItself<T>) {
     in.get(type, length);
-    derived.decode_body(in, length);
+    BodyAccess::decode(derived, in, length);
   } else {
     decode_rows(in, derived, length, type, length);
   }

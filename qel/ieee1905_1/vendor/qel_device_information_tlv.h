@@ -55,14 +55,16 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
                                Field{&T::interface_type_},                            //
                                Field{&T::interface_mode_});
   }
-  /// The table, then the media-specific block. For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in);
 
   bool equals(const QELInterfaceInformation& other) const;
   bool is_less_than(const QELInterfaceInformation& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  /// The table, then the media-specific block.
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in);
+
   MACAddress mac_;
   std::string name_;
   InterfaceType interface_type_ = InterfaceType::ETHERNET;
