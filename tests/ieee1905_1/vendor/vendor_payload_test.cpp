@@ -146,26 +146,31 @@ TEST(VendorPayloads, RadioState) {
 
 /// Every body has a rest from a newer node, which stays behind what is added.
 TEST(VendorPayloads, OpenBodies) {
-  const auto plc = decoded<QELDeviceInformationTLV>(
-      "01 001F 021A2B3C4D5E 01  06F1E2D3C4B5 04 706C6330 02 01 07 A1A2A3A4A5A6A7  F0E1D2");
+  const string interfaces =  // of which each has a block other than the one of its type
+      " 06F1E2D3C4B5 04 706C6330 02 01 09 A1A2A3A4A5A6A7B8B9  0A0918273645 00 03 00 02 E7E8"
+      " 0E7D6C5B4A39 00 01 05 04 01020304 ";
+  const auto device = decoded<QELDeviceInformationTLV>("01 003B 021A2B3C4D5E 03" + interfaces + "F0E1D2");
   const auto bss = decoded<QELAPNonOperationalBSSTLV>("07 000A 01  0E7D6C5B4A39 00  C3D4");
   const auto link = decoded<QELLinkStateTLV>("0D 000F 01  06F1E2D3C4B5 00 07 00000BB8  E5F6");
   check_rows({
-      // The lengths of names and the types of interfaces move what follows to other fields.
-      G(with(plc, &QELDeviceInformationTLV::add_interface_information,
+      G(with(device, &QELDeviceInformationTLV::add_interface_information,
              {QELInterfaceInformation(B, "wlan0", InterfaceType::WLAN, 5, wlan_information(C)),
               QELInterfaceInformation(D, "eth1", InterfaceType::ETHERNET, 1)}),
-        R"(01 0046 021A2B3C4D5E 03  06F1E2D3C4B5 04 706C6330 02 01 07 A1A2A3A4A5A6A7
-           06F1E2D3C4B5 05 776C616E30 01 05 0A 0A0918273645 40 02 9B 2A
-           0E7D6C5B4A39 04 65746831 00 01 00  F0E1D2)",
+        "01 0062 021A2B3C4D5E 05" + interfaces +
+            R"(06F1E2D3C4B5 05 776C616E30 01 05 0A 0A0918273645 40 02 9B 2A
+               0E7D6C5B4A39 04 65746831 00 01 00  F0E1D2)",
         "type: QEL_DEVICE_INFORMATION_TLV AL MAC: 02:1A:2B:3C:4D:5E"
         "\n\t\tQELInterfaceInformation: mac: 06:F1:E2:D3:C4:B5 (plc0) type: PLC mode: FFT media-specific: "
-        "PLC networkID: a1:a2:a3:a4:a5:a6:a7"
+        "PLC networkID: a1:a2:a3:a4:a5:a6:a7 rest: 2 Bytes"
+        "\n\t\tQELInterfaceInformation: mac: 0A:09:18:27:36:45 () type: CABLE mode: MoCA_1_1 media-specific: "
+        "<no media-specific information> rest: 2 Bytes"
+        "\n\t\tQELInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 () type: WLAN mode: AC_5_GHZ media-specific: "
+        "<no media-specific information> rest: 4 Bytes"
         "\n\t\tQELInterfaceInformation: mac: 06:F1:E2:D3:C4:B5 (wlan0) type: WLAN mode: AC_5_GHZ media-specific: "
         "WLAN bssid: 0A:09:18:27:36:45 role STA band 2 ctrFreqIdx1 155 ctrFreqIdx2 42"
         "\n\t\tQELInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 (eth1) type: ETHERNET mode: GIGABIT_ETHERNET "
         "media-specific: <no media-specific information>\n\t\trest: 3 Bytes",
-        {0, 23, 45, 69}, {9, 16, 21, 37, 43, 62, 67}),
+        {0}),
       G(with(bss, &QELAPNonOperationalBSSTLV::add_report,
              {with(QELNonOperationalBSSReport(A), &QELNonOperationalBSSReport::add_BSS,
                    {QELNonOperationalBSS(B, "home"), QELNonOperationalBSS(C, "")})}),
@@ -188,7 +193,11 @@ TEST(VendorPayloads, OpenBodies) {
         "\n\t\trest: 2 Bytes",
         {0}),
   });
-  EXPECT_EQ(plc.get_rest(), octets("F0E1D2"));
+  EXPECT_EQ(device.get_rest(), octets("F0E1D2"));
+  QELInterfaceInformation wlan = device.get_interface_information_vector()[2];
+  EXPECT_EQ(wlan.get_media_specific_rest(), octets("01020304"));
+  wlan.set_media_specific_information(wlan_information(A));
+  EXPECT_EQ(wlan, QELInterfaceInformation(D, "", InterfaceType::WLAN, 5, wlan_information(A)));
   EXPECT_EQ(bss.get_rest(), octets("C3D4"));
   EXPECT_EQ(link.get_rest(), octets("E5F6"));
 }
