@@ -3,9 +3,23 @@
 #include <cstdio>
 #include <limits>
 
+#include "qel/core/enum_text.h"
 #include "qel/core/serialization/serialization_exception.h"
 
 namespace qel::serialization {
+
+namespace {
+
+constexpr EnumText TYPES[] = {
+    {static_cast<std::uint16_t>(UIDType::NODE), "NODE"},
+    {static_cast<std::uint16_t>(UIDType::NODE_INTERFACE), "NODE_INTERFACE"},
+    {static_cast<std::uint16_t>(UIDType::NODE_LINK), "NODE_LINK"},
+};
+
+}  // namespace
+
+std::string enum_to_string(UIDType type) { return enum_text(TYPES, type); }
+std::ostream& operator<<(std::ostream& os, UIDType type) { return print_enum(os, TYPES, type); }
 
 std::string uid_to_string(UIDType type, unsigned int uid) {
   char text[18];
