@@ -26,7 +26,7 @@ struct UnrefMessage {
 using BusMessage = std::unique_ptr<sd_bus_message, UnrefMessage>;
 
 struct BusError {
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};
   BusError() = default;
   BusError(const BusError&) = delete;
   BusError& operator=(const BusError&) = delete;

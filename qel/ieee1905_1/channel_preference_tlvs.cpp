@@ -1,6 +1,7 @@
 #include "qel/ieee1905_1/channel_preference_tlvs.h"
 
 #include <ostream>
+#include <utility>
 
 #include "qel/core/enum_text.h"
 #include "qel/core/serialization/record_impl.h"
@@ -38,6 +39,12 @@ constexpr EnumText REASON_CODES[] = {
 std::string enum_to_string(ChannelPreferenceReasonCode reason) { return enum_text(REASON_CODES, reason); }
 std::ostream& operator<<(std::ostream& os, ChannelPreferenceReasonCode reason) {
   return print_enum(os, REASON_CODES, reason);
+}
+
+[[gnu::always_inline]] inline void ChannelPreference::decode_body(serialization::Reader& in) {
+  ChannelPreference decoded;
+  serialization::decode_rows(in, decoded, 0);
+  *this = std::move(decoded);
 }
 
 void ChannelPreference::dbg_str(std::ostream& os) const {

@@ -67,7 +67,7 @@ int record(const std::string& function, const Args&... args) {
   return result == state().results.end() ? 0 : result->second;
 }
 
-std::string format_text(const char* format, va_list values) {
+[[gnu::format(printf, 1, 0)]] std::string format_text(const char* format, va_list values) {
   char text[4096];
   std::vsnprintf(text, sizeof text, format, values);
   return text;

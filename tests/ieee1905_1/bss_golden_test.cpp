@@ -194,9 +194,9 @@ TEST(BSSFailures, WhenDecoding) {
       {"91 0005 01 1104000A", "Invalid values: length: 5 result_code: FAILURE"},
       {"91 0102 07", "Invalid values: length: 258 result_code: 7"},
       {"91 0001 02", ""},
-      {"91 0004 00 1104000A", "Invalid values (sanity)"},        // one octet less than the fixed fields
-      {"91 0006 00 1104000A 00 00", "Invalid values (sanity)"},  // half an element
-      {"91 0008 00 1104000A 00 02 41 42", "Invalid values (sanity)"},
+      {"91 0004 00 1104000A", "Invalid values (sanity)"},  // one octet less than the fixed fields
+      {"91 0006 00 1104000A 00", ""},                      // half an element
+      {"91 000D 00 1104000A 021A2B3C4D5E 00 00", ""},      // a reassociation request
       {"A0 0000 01 22", "Invalid length, must fit at least protocol byte"},
       {"83 000F 01 021A2B3C4D5E 01 06F1E2D3C4B5 02 41", "Deserialization of type char failed."},
   };

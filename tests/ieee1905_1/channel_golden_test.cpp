@@ -75,6 +75,16 @@ TEST(ChannelPreference, IsOrderedByClassChannelsScoreAndReason) {
   test::expect_ascending<ChannelPreference>({&in[0], &in[1], &in[2], &in[3], &in[4]});
 }
 
+TEST(ChannelPreference, StaysAsItIsWhenDecodingFails) {
+  const ChannelPreference before = preference(81, {7, 8}, 15, 3);
+  for (const char* wire : {"", "73", "73 02 24", "73 02 24 28"}) {
+    ChannelPreference decoded = before;
+    serialization::SerializationContext context;
+    test::read_all(octets(wire), [&](std::istream& is) { decoded.deserialize_impl(is, context); });
+    EXPECT_EQ(decoded, before) << wire;
+  }
+}
+
 TEST(ChannelPreference, KeepsFourBitsOfScoreAndOfReason) {
   ChannelPreference preference;
   preference.set_preference_score(0xF6);

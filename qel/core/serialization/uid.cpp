@@ -4,11 +4,18 @@
 #include <string_view>
 #include <system_error>
 
+#include "qel/core/enum_text.h"
 #include "qel/core/serialization/serialization_exception.h"
 
 namespace qel::serialization {
 
 namespace {
+
+constexpr EnumText TYPES[] = {
+    {static_cast<std::uint16_t>(UIDType::NODE), "NODE"},
+    {static_cast<std::uint16_t>(UIDType::NODE_INTERFACE), "NODE_INTERFACE"},
+    {static_cast<std::uint16_t>(UIDType::NODE_LINK), "NODE_LINK"},
+};
 
 /// What stands before the number; empty for another type.
 std::string_view prefix_of(UIDType type) {
@@ -24,6 +31,9 @@ std::string_view prefix_of(UIDType type) {
 }
 
 }  // namespace
+
+std::string enum_to_string(UIDType type) { return enum_text(TYPES, type); }
+std::ostream& operator<<(std::ostream& os, UIDType type) { return print_enum(os, TYPES, type); }
 
 std::string uid_to_string(UIDType type, unsigned int uid) {
   const std::string_view prefix = prefix_of(type);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 #include "qel/core/export.h"
@@ -13,6 +14,9 @@ enum class UIDType : std::uint8_t {
   NODE_INTERFACE = 1,  ///< "ni-7"
   NODE_LINK = 2,       ///< "nl-7"
 };
+
+QEL_EXPORT std::string enum_to_string(UIDType type);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, UIDType type);
 
 /// "INVALID" for another type.
 QEL_EXPORT std::string uid_to_string(UIDType type, unsigned int uid);

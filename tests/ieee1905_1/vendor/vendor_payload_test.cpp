@@ -168,25 +168,30 @@ TEST(VendorPayloads, OpenBodies) {
                          QELLinkState::UP, FIELD(speed), 2500);
   fields(QELDeviceInformationTLV(), FIELD(AL_MAC), A,
          FIELD_OF(add_interface_information, get_interface_information_vector), std::vector{wlan});
-  const auto plc = decoded<QELDeviceInformationTLV>(
-      "01 001F 021A2B3C4D5E 01  06F1E2D3C4B5 04 706C6330 02 01 07 A1A2A3A4A5A6A7  F0E1D2");
+  const string interfaces =  // of which each has a block other than the one of its type
+      " 06F1E2D3C4B5 04 706C6330 02 01 09 A1A2A3A4A5A6A7B8B9  0A0918273645 00 03 00 02 E7E8"
+      " 0E7D6C5B4A39 00 01 05 04 01020304 ";
+  const auto device = decoded<QELDeviceInformationTLV>("01 003B 021A2B3C4D5E 03" + interfaces + "F0E1D2");
   const auto bss = decoded<QELAPNonOperationalBSSTLV>("07 000A 01  0E7D6C5B4A39 00  C3D4");
   const auto link = decoded<QELLinkStateTLV>("0D 000F 01  06F1E2D3C4B5 00 07 00000BB8  E5F6");
   check_rows({
-      // The lengths of names and the types of interfaces move what follows to other fields.
-      G(filled(plc, FIELD_OF(add_interface_information, get_interface_information_vector),
+      G(filled(device, FIELD_OF(add_interface_information, get_interface_information_vector),
                std::vector{wlan, QELInterfaceInformation(D, "eth1", InterfaceType::ETHERNET, 1)}),
-        R"(01 0046 021A2B3C4D5E 03  06F1E2D3C4B5 04 706C6330 02 01 07 A1A2A3A4A5A6A7
-           06F1E2D3C4B5 05 776C616E30 01 05 0A 0A0918273645 40 02 9B 2A
-           0E7D6C5B4A39 04 65746831 00 01 00  F0E1D2)",
+        "01 0062 021A2B3C4D5E 05" + interfaces +
+            R"(06F1E2D3C4B5 05 776C616E30 01 05 0A 0A0918273645 40 02 9B 2A
+               0E7D6C5B4A39 04 65746831 00 01 00  F0E1D2)",
         "type: QEL_DEVICE_INFORMATION_TLV AL MAC: 02:1A:2B:3C:4D:5E"
         "\n\t\tQELInterfaceInformation: mac: 06:F1:E2:D3:C4:B5 (plc0) type: PLC mode: FFT media-specific: "
-        "PLC networkID: a1:a2:a3:a4:a5:a6:a7"
+        "PLC networkID: a1:a2:a3:a4:a5:a6:a7 rest: 2 Bytes"
+        "\n\t\tQELInterfaceInformation: mac: 0A:09:18:27:36:45 () type: CABLE mode: MoCA_1_1 media-specific: "
+        "<no media-specific information> rest: 2 Bytes"
+        "\n\t\tQELInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 () type: WLAN mode: AC_5_GHZ media-specific: "
+        "<no media-specific information> rest: 4 Bytes"
         "\n\t\tQELInterfaceInformation: mac: 06:F1:E2:D3:C4:B5 (wlan0) type: WLAN mode: AC_5_GHZ media-specific: "
         "WLAN bssid: 0A:09:18:27:36:45 role STA band 2 ctrFreqIdx1 155 ctrFreqIdx2 42"
         "\n\t\tQELInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 (eth1) type: ETHERNET mode: GIGABIT_ETHERNET "
         "media-specific: <no media-specific information>\n\t\trest: 3 Bytes",
-        {0, 23, 45, 69}, {9, 16, 21, 37, 43, 62, 67}),
+        {0}),
       G(filled(bss, FIELD_OF(add_report, get_report_vector), std::vector{report}),
         R"(07 0023 02  0E7D6C5B4A39 00
            021A2B3C4D5E 02  06F1E2D3C4B5 04 686F6D65  0A0918273645 00  C3D4)",
@@ -208,7 +213,11 @@ TEST(VendorPayloads, OpenBodies) {
   });
   EXPECT_TRUE(bss.get_report_vector().at(0) == QELNonOperationalBSSReport(D));
   EXPECT_TRUE(link.get_link_states().at(0) == Link(B, "", QELLinkState(7), 3000));
-  EXPECT_EQ(plc.get_rest(), octets("F0E1D2"));
+  EXPECT_EQ(device.get_rest(), octets("F0E1D2"));
+  QELInterfaceInformation unknown = device.get_interface_information_vector()[2];
+  EXPECT_EQ(unknown.get_media_specific_rest(), octets("01020304"));
+  unknown.set_media_specific_information(wlan_information(A));
+  EXPECT_EQ(unknown, QELInterfaceInformation(D, "", InterfaceType::WLAN, 5, wlan_information(A)));
   EXPECT_EQ(bss.get_rest(), octets("C3D4"));
   EXPECT_EQ(link.get_rest(), octets("E5F6"));
 }

@@ -16,6 +16,27 @@ constexpr VendorSpecificTLV::OUI FOREIGN{0x0A, 0xB1, 0x05};
 
 std::unique_ptr<MAC> mac_tlv() { return make_unique<MAC>(B); }
 
+/// A class that is none of the library's, whatever its type says, with a field in the place of theirs.
+template <class Base, class Field>
+struct Foreign final : Base {
+  explicit Foreign(Field value) : field(value) {}
+  void serialize_impl(std::ostream&, SerializationContext&) const override {}
+  void deserialize_impl(std::istream&, SerializationContext&) override {}
+  Field field;
+};
+template <QELVendorTLVType TYPE>
+struct Payload : VendorSpecific {
+  QELVendorTLVType get_type() const override { return TYPE; }
+};
+
+TEST(Comparison, IsOfObjectsOfTheSameClass) {
+  using enum QELVendorTLVType;
+  EXPECT_FALSE(VendorSpecificUnknown(7) == (Foreign<Payload<VENDOR_UNKNOWN>, std::uint16_t>(7)));
+  EXPECT_FALSE(QELMessageTypeTLV() == (Foreign<Payload<QEL_MESSAGETYPE_TLV>, std::uint16_t>(0xFFFF)));
+  EXPECT_FALSE(*mac_tlv() == (Foreign<TLVCommon<TLVType::MAC_ADDRESS>, MACAddress>(B)));
+  EXPECT_FALSE(DummyTLV() == (Foreign<TLVCommon<TLVType::DUMMY>, TLVType>(TLVType::DUMMY)));
+}
+
 TEST(VendorPayloads, Golden) {
   using G = Row<VendorSpecific>;
   using Type = QELMessageTypeTLV;
