@@ -16,7 +16,9 @@ Task& Task::operator=(Task&& other) {  // NOLINT(bugprone-exception-escape)
   return *this;
 }
 
-Task::~Task() {
+Task::~Task() { end_as_deleted(); }
+
+void Task::end_as_deleted() noexcept {
   try {
     set_state(TaskState::DELETED);
   } catch (const std::exception& error) {
@@ -101,7 +103,7 @@ void Task::done(TaskState state) {
   if (state != TaskState::TIMEOUT) {
     timeout_timer_.stop();
   }
-  on_done(state);  // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall): from the destructor it is the empty one
+  on_done(state);  // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall): from a destructor it is that class's version
   if (const auto continuation = continuation_) {
     (*continuation)(*this);
   }

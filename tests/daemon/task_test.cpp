@@ -151,6 +151,25 @@ TEST_F(TaskTest, DeletionReachesTheContinuation) {
   EXPECT_THAT(take_calls(), testing::Contains("errmsg(%s: %s, Task: failed to end task (Changed handle))"));
 }
 
+TEST_F(TaskTest, ADestroyedTaskAnswersItsContinuationAndIsNotRevivedByIt) {
+  std::optional<ValueTask<int>> value{std::in_place};
+  value->then([this](Task& ended) {
+    auto& whole = static_cast<ValueTask<int>&>(ended);
+    EXPECT_THAT([&] { ended.check(); }, ThrowsMessage<TaskError>("Task has no value!: Task not running"));
+    EXPECT_THAT([&] { whole.get(); }, ThrowsMessage<TaskError>("Task has no value!: Task not running"));
+    EXPECT_EQ(ended.get_exception(), nullptr);
+    EXPECT_FALSE(whole.complete(1) || ended.cancel() || ended.fail(std::make_exception_ptr(1)));
+    log.push_back(task_state_to_string(ended.get_state()));
+    ended.reset();
+    ended.start();
+  });
+  value->set_timeout(1s);
+  value->start();
+  value.reset();
+  EXPECT_THAT(log, ElementsAre("DELETED"));
+  advance_microseconds(2'000'000);
+}
+
 TEST_F(TaskTest, AContinuationMayDestroyItsTask) {
   task->then([this](Task&) {
     task.reset();
