@@ -1,5 +1,6 @@
 #include "qel/daemon/task.h"
 
+#include <algorithm>
 #include <ostream>
 
 #include "qel/daemon/log.h"
@@ -57,7 +58,8 @@ void Task::start() {
   }
   if (timeout_.count() > 0) {
     timeout_timer_.stop();
-    timeout_timer_.start(timeout_, [this] { on_timeout(); });
+    timeout_timer_.start(std::min<std::chrono::milliseconds>(timeout_, time::Timer::MAX_DURATION),
+                         [this] { on_timeout(); });
   }
   set_state(TaskState::RUNNING);
   on_started();

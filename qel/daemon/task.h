@@ -65,7 +65,8 @@ class QEL_EXPORT Task {
 
   /// 0: none.
   std::chrono::milliseconds get_timeout() const { return timeout_; }
-  /// Counts from the next start. Throws TaskError while the task is running.
+  /// Counts from the next start; one above time::Timer::MAX_DURATION counts as that. Throws TaskError while the task is
+  /// running.
   void set_timeout(std::chrono::milliseconds timeout);
   /// Until the timeout; 0 when there is none. Throws TaskError unless the task is running.
   std::chrono::milliseconds get_remaining_time() const;

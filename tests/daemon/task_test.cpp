@@ -94,6 +94,20 @@ TEST_F(TaskTest, TimesOutAlsoWhenItWasMovedBefore) {
   EXPECT_THAT([&] { taken.get(); }, ThrowsMessage<TaskError>("Task has no value!: Task timed out"));
 }
 
+TEST_F(TaskTest, KeepsLongTimeouts) {
+  const std::pair<std::chrono::milliseconds, const char*> rows[] = {
+      {1200h, "ctimer_setup_internal(0, 2, 0, 432000000, 100, 0, 0)"},
+      {std::chrono::milliseconds::max(), "ctimer_setup_internal(0, 2, 0, 2147483647, 1, 0, 0)"}};
+  for (const auto& [timeout, call] : rows) {
+    task->reset();
+    take_calls();
+    task->set_timeout(timeout);
+    task->start();
+    EXPECT_THAT(take_calls(), ElementsAre(call));
+    EXPECT_EQ(task->get_timeout(), timeout);
+  }
+}
+
 TEST_F(TaskTest, AnEndInTimeStopsTheTimer) {
   const std::function<void()> ends[] = {[&] { task->complete(1); }, [&] { task->reset(); }, [&] { task.reset(); }};
   for (const auto& end : ends) {
