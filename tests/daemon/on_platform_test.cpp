@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -112,6 +113,22 @@ TEST_F(OnPlatform, FuturesShortenTheNextWait) {
   loop.add_future(std::promise<int>().get_future(), add);
   loop.clear_futures();
   EXPECT_EQ(loop.count_futures(), 0u);
+}
+
+TEST_F(OnPlatform, RunUntilFinishedPollsALongPendingFutureRarely) {
+  const auto sleeps = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw;
+  };
+  std::promise<void> promise;
+  loop.add_future(promise.get_future(), [&](std::future<void>) { loop.finish(); });
+  time::Timer timer;
+  timer.start(500ms, [&] { promise.set_value(); });
+  const auto before = sleeps();
+  loop.run_until_finished();
+  EXPECT_EQ(loop.count_futures(), 0u);
+  EXPECT_LT(sleeps() - before, 200) << "one each millisecond would be 500";
 }
 
 TEST_F(OnPlatform, CommandsMessagesAndEventsArrive) {

@@ -42,9 +42,7 @@ void run(const Options& options) {
     loop.finish();
   }));
   const Node node(options, loop);
-  for (auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT; !loop.finished();) {
-    timeout = loop.run(timeout);
-  }
+  loop.run_until_finished();
 }
 
 }  // namespace
