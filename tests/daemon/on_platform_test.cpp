@@ -115,6 +115,29 @@ TEST_F(OnPlatform, FuturesShortenTheNextWait) {
   EXPECT_EQ(loop.count_futures(), 0u);
 }
 
+TEST_F(OnPlatform, AWatchPausesAsksToWriteAndCanBeAddedAgain) {
+  const Pair pair = Pair::sockets("x");
+  const auto watch = std::make_shared<ProbeWatch>(pair[0], log);
+  loop.add_watch(watch);
+  const auto turn = [&] {
+    loop.run(20s);
+    return std::exchange(log, {});
+  };
+  EXPECT_THAT(turn(), ElementsAre("readable", "writable"));
+  watch->pause_reading();
+  watch->want_write();
+  EXPECT_THAT(turn(), ElementsAre("writable"));
+  watch->resume_reading();
+  EXPECT_THAT(turn(), ElementsAre("readable"));
+  loop.remove_watch(watch);
+  for (const auto ask : {&ProbeWatch::want_write, &ProbeWatch::pause_reading, &ProbeWatch::resume_reading}) {
+    ((*watch).*ask)();
+  }
+  watch->set_fd(pair[0]);
+  loop.add_watch(watch);
+  EXPECT_THAT(turn(), ElementsAre("readable", "writable"));
+}
+
 TEST_F(OnPlatform, RunUntilFinishedPollsALongPendingFutureRarely) {
   const auto sleeps = [] {
     rusage usage{};

@@ -118,6 +118,28 @@ TEST_F(Evsock, TheWriteHandlerIsCalledOnceAndThenOnlyWhenThereIsAReason) {
   EXPECT_EQ(writes_after_turns(), 3);
 }
 
+TEST_F(Evsock, APausedWatchIsNotReadFromAtOnceAndStillHearsTheRest) {
+  Pair pair = Pair::sockets("x");
+  const Pair other = Pair::sockets("x");
+  Watch watch{log("read"), log("write"), log("hangup")};
+  Watch pauser{[&] {
+    evsock_want_read(watch.handle, 0);
+    calls.push_back("pause");
+  }};
+  pauser.add(other[0]);
+  watch.add(pair[0]);
+  evsock_select_with_msecs(1000);
+  pauser.remove();
+  pair.close_end(1);
+  ASSERT_TRUE(turn_until([&] { return calls.size() == 3; }));
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(evsock_select_with_msecs(20), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20)) << "what is there ends no wait";
+  evsock_want_read(watch.handle, 1);
+  evsock_select_with_msecs(1000);
+  EXPECT_THAT(calls, ElementsAre("pause", "write", "hangup", "read"));
+}
+
 TEST_F(Evsock, AnIdleLoopWithWriteHandlersAndAHangUpUsesNoProcessorTime) {
   const Pair writer = Pair::sockets();
   Pair dead = Pair::sockets();
