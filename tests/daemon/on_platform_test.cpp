@@ -115,6 +115,21 @@ TEST_F(OnPlatform, FuturesShortenTheNextWait) {
   EXPECT_EQ(loop.count_futures(), 0u);
 }
 
+TEST_F(OnPlatform, ANestedRunDoesNotEndTheTurnForWatches) {
+  const Pair pair = Pair::sockets("x");
+  auto watch = std::make_shared<ProbeWatch>(pair[0], log);
+  watch->when_readable = [&] {
+    std::promise<void> ready;
+    ready.set_value();
+    loop.add_future(ready.get_future(), [&](std::future<void>) { loop.remove_watches(); });
+    loop.run(0ms);
+  };
+  loop.add_watch(watch);
+  watch.reset();
+  loop.run(1s);
+  EXPECT_THAT(log, ElementsAre("readable", "still alive", "dies"));
+}
+
 TEST_F(OnPlatform, AWatchPausesAsksToWriteAndCanBeAddedAgain) {
   const Pair pair = Pair::sockets("x");
   const auto watch = std::make_shared<ProbeWatch>(pair[0], log);

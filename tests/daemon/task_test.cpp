@@ -94,6 +94,20 @@ TEST_F(TaskTest, TimesOutAlsoWhenItWasMovedBefore) {
   EXPECT_THAT([&] { taken.get(); }, ThrowsMessage<TaskError>("Task has no value!: Task timed out"));
 }
 
+TEST_F(TaskTest, MovingLeavesNoTimerBehindThatAStateSetByHandLeftArmed) {
+  Probe other(log);
+  for (Probe* armed : {&*task, &other}) {
+    armed->set_timeout(20ms);
+    armed->start();
+    armed->set_state(TaskState::NEVER_STARTED);
+    other = std::move(*task);
+    take_calls();
+    log.clear();
+    advance_microseconds(1'000'000);
+    EXPECT_THAT(log, IsEmpty());
+  }
+}
+
 TEST_F(TaskTest, KeepsLongTimeouts) {
   const std::pair<std::chrono::milliseconds, const char*> rows[] = {
       {1200h, "ctimer_setup_internal(0, 2, 0, 432000000, 100, 0, 0)"},

@@ -215,6 +215,33 @@ TEST_F(Evsock, AnExceptionEndsTheTurnAndLeavesTheRestToTheNext) {
   EXPECT_THAT(calls, ElementsAre("read 1", "hangup 1", "hangup 2"));
 }
 
+TEST_F(Evsock, ChangesOfStateThatAnExceptionLeftAreServedAtOnce) {
+  const std::pair<int, int> pairs[] = {tcp_pair(), tcp_pair()};
+  Watch thrower{{}, {}, {}, [] { throw std::runtime_error("priority"); }};
+  Watch next{{}, {}, log("hangup"), log("priority")};
+  for (const auto& [peer, fd] : pairs) {
+    ASSERT_EQ(send(peer, "!", 1, MSG_OOB), 1);
+    ASSERT_EQ(shutdown(peer, SHUT_WR), 0);
+    for (const int event : {POLLRDHUP, POLLPRI}) {
+      pollfd wait = {fd, static_cast<short>(event), 0};
+      ASSERT_EQ(poll(&wait, 1, 20000), 1);
+    }
+  }
+  thrower.add(pairs[0].second);
+  next.add(pairs[1].second);
+  EXPECT_THROW(evsock_select_with_msecs(1000), std::runtime_error);
+  const auto start = std::chrono::steady_clock::now();
+  evsock_select_with_msecs(20'000);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_THAT(calls, ElementsAre("priority", "hangup"));
+  thrower.remove();
+  next.remove();
+  for (const auto& [peer, fd] : pairs) {
+    close(peer);
+    close(fd);
+  }
+}
+
 TEST_F(Evsock, RefusesWhatItCannotWatch) {
   const Pair pair = Pair::sockets();
   int object = 0;
