@@ -48,10 +48,7 @@ int main(int argc, char** argv) {
     module->add_command("STOP", Greeter::stop, "end the daemon");
     module->start();
     std::cout << "serving as " << loop.get_name() << std::endl;
-    auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT;
-    while (!loop.finished()) {
-      timeout = loop.run(timeout);
-    }
+    loop.run_until_finished();
   } catch (const std::runtime_error& error) {
     std::cerr << error.what() << '\n';
     return 1;

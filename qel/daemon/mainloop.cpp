@@ -133,9 +133,23 @@ std::chrono::milliseconds Mainloop::run(std::chrono::milliseconds timeout) {
   if (finished_) {
     return DEFAULT_RUN_TIMEOUT;
   }
+  const bool told = std::exchange(told_of_futures_, false);
+  if (!told && count_futures() > 0 && !poll_timer_.is_running()) {
+    poll_timer_.start(MIN_RUN_TIMEOUT, [] {});
+  }
   const Turn turn(removed_in_turn_);
   evsock_select_with_msecs(static_cast<int>(timeout.count()));
-  return futures_.process_futures() ? MIN_RUN_TIMEOUT : DEFAULT_RUN_TIMEOUT;
+  told_of_futures_ = futures_.process_futures();
+  return told_of_futures_ ? MIN_RUN_TIMEOUT : DEFAULT_RUN_TIMEOUT;
+}
+
+void Mainloop::run_until_finished() {
+  for (auto timeout = DEFAULT_RUN_TIMEOUT; !finished_;) {
+    timeout = run(timeout);
+    if (told_of_futures_) {
+      timeout = futures_.get_poll_interval(std::chrono::steady_clock::now());
+    }
+  }
 }
 
 void Mainloop::on_second_timer() {
@@ -171,6 +185,7 @@ void Mainloop::remove_watches() {
 void Mainloop::clear() {
   remove_watches();
   clear_futures();
+  poll_timer_.stop();
   second_timer_.stop();
 }
 

@@ -131,6 +131,36 @@ TEST_F(Ipc, EventsReachEveryoneWhoAskedForThem) {
   EXPECT_EQ(qelipc_event_unregister_notifier(bob_.get(), event.c_str(), Inbox::take, &at_bob_too), 0);
 }
 
+TEST_F(Ipc, ANotifierMayTakeALaterOneAway) {
+  Inbox removed;
+  ASSERT_EQ(qelipc_event_register_notifier(
+                bob_.get(), "event",
+                [](qelipc* ipc, const char* event, void*, unsigned, void* inbox) {
+                  EXPECT_EQ(qelipc_event_unregister_notifier(ipc, event, Inbox::take, inbox), 1);
+                },
+                &removed),
+            0);
+  for (Inbox* inbox : {&removed, &inbox_}) {
+    ASSERT_EQ(qelipc_event_register_notifier(bob_.get(), "event", Inbox::take, inbox), 0);
+  }
+  settle(bob_);
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "event", "e", 1), 0);
+  ASSERT_TRUE(inbox_.wait_for(1));
+  EXPECT_TRUE(removed.got.empty());
+}
+
+TEST_F(Ipc, AFloodLeavesRoomForTheRestOfTheLoop) {
+  constexpr std::size_t count = 200;
+  for (std::size_t i = 0; i < count; ++i) {
+    ASSERT_EQ(tell_bob("x"), 0);
+  }
+  settle(alice_);
+  settle(bob_);  // all of them have come
+  evsock_select_with_msecs(0);
+  EXPECT_LE(inbox_.got.size(), 64u);
+  EXPECT_TRUE(inbox_.wait_for(count));
+}
+
 TEST_F(Ipc, CallbacksMayThrowAndDestroyTheirOwnEndpoint) {
   const qelipc_callback fail = [](qelipc*, const char*, void*, unsigned, void*) { throw std::runtime_error("fail"); };
   const auto turn_until_thrown = [] { EXPECT_THROW(turn_until([] { return false; }), std::runtime_error); };
@@ -172,6 +202,7 @@ TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
   };
   for (int round = 0; round < 2; ++round) {
     bus_.stop();
+    EXPECT_LT(qelipc_event_send(alice_.get(), "event", "x", 1), 0) << "before the loss is noticed";
     ASSERT_TRUE(connected(0));
     EXPECT_EQ(tell_bob("x"), -ENOTCONN);
     EXPECT_EQ(qelipc_event_send(alice_.get(), "event", "x", 1), -ENOTCONN);
