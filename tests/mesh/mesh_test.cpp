@@ -428,6 +428,18 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
   start_meshd("g", {"--interface", "g0"});
   ASSERT_TRUE(listens("g"));
   expect_failure({"--interface", "g1"}, 1, "might already be running");
+  // What the fixed texts do not tell.
+  const std::string full = "mount -t tmpfs -o size=4k none /dev/shm && exec \"$0\" --interface g1";
+  const std::pair<std::vector<std::string>, const char*> causes[] = {
+      {{MESHD, "--interface", "g1", "--name", name("g")}, "\": File exists\n"},
+      {{"env", "QELIPC_BUS_ADDRESS=unix:path=/nonexistent", MESHD, "--interface", "g1", "--name", name("x")},
+       "\": No such file or directory\n"},
+      {{"unshare", "--mount", "sh", "-c", full, MESHD}, "\": No space left on device\n"}};
+  for (const auto& [command, cause] : causes) {
+    Process failing = run(command);
+    EXPECT_EQ(failing.wait(), 1) << cause;
+    EXPECT_THAT(failing.err(), HasSubstr(cause));
+  }
 }
 
 TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
