@@ -255,6 +255,9 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   EXPECT_FALSE(std::filesystem::exists("/dev/shm/" + name("a") + "_log"));
   EXPECT_THAT(meshctl({"list"}), IsEmpty());
   EXPECT_THAT(meshctl({"log", name("c")}), HasSubstr("found neighbor " + b.to_string())) << "of the one killed";
+  if (const std::string ring = "/dev/shm/" + name("c") + "_log"; chown(ring.c_str(), 65534, 65534) == 0) {
+    EXPECT_THAT(meshctl({"log", name("c")}, 1), HasSubstr(" who is neither root nor you"));
+  }
 }
 
 /// Which child of this process runs the program; 0 when none does.
