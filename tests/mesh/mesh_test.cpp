@@ -273,6 +273,13 @@ pid_t child_that_runs(const std::string& program) {
   return 0;
 }
 
+/// A mask, as hexadecimal digits; with no way to more of them.
+void expect_capabilities(pid_t process, const std::string& mask) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/status");
+  EXPECT_THAT((std::string{std::istreambuf_iterator<char>(file), {}}),
+              AllOf(HasSubstr("CapPrm:\t" + mask), HasSubstr("CapEff:\t" + mask), HasSubstr("NoNewPrivs:\t1")));
+}
+
 /// A query of one device in a capture to the other, which the daemon takes the place of.
 TEST_F(MeshTest, AReplayedTopologyQueryIsAnsweredWithoutFault) {
   qel::test::add_veth_pair("d0", "d1");
@@ -382,7 +389,9 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
 
 TEST_F(MeshTest, TakesUpAnInterfaceThatIsMadeAnew) {
   qel::test::add_veth_pair("m0", "m1");
-  start_meshd("m", {"--interface", "m0"});
+  // As the service, which has one capability.
+  daemons_.emplace_back(Process(folder_, {"setpriv", "--bounding-set", "-all,+net_raw", MESHD, "--name", name("m"),
+                                          "--discovery-interval", "1", "--interface", "m0"}));
   ASSERT_TRUE(listens("m"));
   const auto announced_address = [](Plug& plug) {
     const std::optional<Octets> frame = plug.receive(MessageType::TOPOLOGY_DISCOVERY_MESSAGE);
@@ -457,6 +466,7 @@ TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
   ASSERT_TRUE(eventually([&] { return contains(log.out(), "meshd: " + name("h") + " is 02:"); })) << log.err();
   const pid_t daemon = child_that_runs(MESHD);
   ASSERT_GT(daemon, 0);
+  expect_capabilities(daemon, "0000000000002000");
   kill(daemon, SIGTERM);
   int status = -1;
   EXPECT_EQ(waitpid(daemon, &status, 0), daemon);
@@ -498,6 +508,7 @@ TEST_F(MeshTest, FramesAreCapturedLive) {
     plug.send(frame);
     return contains(capture.out(), text);
   })) << capture.err();
+  expect_capabilities(child_that_runs(MESHDUMP), "0000000000000000");
   capture.signal(SIGTERM);
   EXPECT_EQ(capture.wait(), 0);
   EXPECT_THAT(capture.err(), testing::EndsWith(" decoded, 0 rejected\n"));
