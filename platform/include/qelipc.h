@@ -5,8 +5,9 @@
  *
  * The endpoint of the name N owns the bus name "org.qel.ipc." followed by N escaped: letters and digits stay, every
  * other octet, and a digit at the start, becomes "_" and its two lower-case hexadecimal digits; an empty N becomes "_".
- * Names are distinguished by case. Its object is /org/qel/ipc/ and the same escaped name, with the interface
- * org.qel.ipc.Endpoint1:
+ * Names are distinguished by case. All endpoints share the bus name "org.qel.ipc", which one owns and the others wait
+ * for, so that the bus's policy can speak of them. An endpoint's object is /org/qel/ipc/ and its escaped name, with the
+ * interface org.qel.ipc.Endpoint1:
  *
  *     method Message(s source, ay data)               a message; never answered (source: escaped)
  *     method Command(s module, s line) -> (i result, s answer)   a line for the command shell (ctlcmd.h)

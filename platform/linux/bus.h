@@ -11,6 +11,8 @@
 
 namespace qel::platform {
 
+/// Every endpoint owns this name or waits for it, before it has its own: the bus's policy counts both as owners.
+constexpr char kCommonBusName[] = "org.qel.ipc";
 constexpr char kBusNamePrefix[] = "org.qel.ipc.";
 constexpr char kPathPrefix[] = "/org/qel/ipc";
 constexpr char kInterface[] = "org.qel.ipc.Endpoint1";

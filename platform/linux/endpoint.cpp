@@ -58,6 +58,9 @@ int Endpoint::open() {
   }
   int result = connect(kOpenTimeoutUs);
   if (result >= 0) {
+    result = sd_bus_request_name(bus_.get(), kCommonBusName, SD_BUS_NAME_QUEUE);
+  }
+  if (result >= 0) {
     result = sd_bus_request_name(bus_.get(), place_.bus_name.c_str(), 0);
   }
   if (result >= 0) {
@@ -104,6 +107,10 @@ void Endpoint::begin_reconnect() {
   int result = connect(kCallTimeoutUs);
   if (result >= 0) {
     result = watch_connection();
+  }
+  if (result >= 0) {
+    // Without a callback, sd-bus closes the connection when this fails.
+    result = sd_bus_request_name_async(bus_.get(), nullptr, kCommonBusName, SD_BUS_NAME_QUEUE, nullptr, nullptr);
   }
   if (result >= 0) {
     result = sd_bus_request_name_async(bus_.get(), nullptr, place_.bus_name.c_str(), 0, on_name_reply, this);

@@ -255,6 +255,9 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   EXPECT_FALSE(std::filesystem::exists("/dev/shm/" + name("a") + "_log"));
   EXPECT_THAT(meshctl({"list"}), IsEmpty());
   EXPECT_THAT(meshctl({"log", name("c")}), HasSubstr("found neighbor " + b.to_string())) << "of the one killed";
+  if (const std::string ring = "/dev/shm/" + name("c") + "_log"; chown(ring.c_str(), 65534, 65534) == 0) {
+    EXPECT_THAT(meshctl({"log", name("c")}, 1), HasSubstr(" who is neither root nor you"));
+  }
 }
 
 /// Which child of this process runs the program; 0 when none does.
@@ -268,6 +271,13 @@ pid_t child_that_runs(const std::string& program) {
     }
   }
   return 0;
+}
+
+/// A mask, as hexadecimal digits; with no way to more of them.
+void expect_capabilities(pid_t process, const std::string& mask) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/status");
+  EXPECT_THAT((std::string{std::istreambuf_iterator<char>(file), {}}),
+              AllOf(HasSubstr("CapPrm:\t" + mask), HasSubstr("CapEff:\t" + mask), HasSubstr("NoNewPrivs:\t1")));
 }
 
 /// A query of one device in a capture to the other, which the daemon takes the place of.
@@ -379,7 +389,9 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
 
 TEST_F(MeshTest, TakesUpAnInterfaceThatIsMadeAnew) {
   qel::test::add_veth_pair("m0", "m1");
-  start_meshd("m", {"--interface", "m0"});
+  // As the service, which has one capability.
+  daemons_.emplace_back(Process(folder_, {"setpriv", "--bounding-set", "-all,+net_raw", MESHD, "--name", name("m"),
+                                          "--discovery-interval", "1", "--interface", "m0"}));
   ASSERT_TRUE(listens("m"));
   const auto announced_address = [](Plug& plug) {
     const std::optional<Octets> frame = plug.receive(MessageType::TOPOLOGY_DISCOVERY_MESSAGE);
@@ -428,6 +440,18 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
   start_meshd("g", {"--interface", "g0"});
   ASSERT_TRUE(listens("g"));
   expect_failure({"--interface", "g1"}, 1, "might already be running");
+  // What the fixed texts do not tell.
+  const std::string full = "mount -t tmpfs -o size=4k none /dev/shm && exec \"$0\" --interface g1";
+  const std::pair<std::vector<std::string>, const char*> causes[] = {
+      {{MESHD, "--interface", "g1", "--name", name("g")}, "\": File exists\n"},
+      {{"env", "QELIPC_BUS_ADDRESS=unix:path=/nonexistent", MESHD, "--interface", "g1", "--name", name("x")},
+       "\": No such file or directory\n"},
+      {{"unshare", "--mount", "sh", "-c", full, MESHD}, "\": No space left on device\n"}};
+  for (const auto& [command, cause] : causes) {
+    Process failing = run(command);
+    EXPECT_EQ(failing.wait(), 1) << cause;
+    EXPECT_THAT(failing.err(), HasSubstr(cause));
+  }
 }
 
 TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
@@ -442,6 +466,7 @@ TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
   ASSERT_TRUE(eventually([&] { return contains(log.out(), "meshd: " + name("h") + " is 02:"); })) << log.err();
   const pid_t daemon = child_that_runs(MESHD);
   ASSERT_GT(daemon, 0);
+  expect_capabilities(daemon, "0000000000002000");
   kill(daemon, SIGTERM);
   int status = -1;
   EXPECT_EQ(waitpid(daemon, &status, 0), daemon);
@@ -483,6 +508,7 @@ TEST_F(MeshTest, FramesAreCapturedLive) {
     plug.send(frame);
     return contains(capture.out(), text);
   })) << capture.err();
+  expect_capabilities(child_that_runs(MESHDUMP), "0000000000000000");
   capture.signal(SIGTERM);
   EXPECT_EQ(capture.wait(), 0);
   EXPECT_THAT(capture.err(), testing::EndsWith(" decoded, 0 rejected\n"));

@@ -1,3 +1,5 @@
+#include <linux/capability.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -12,6 +14,7 @@
 #include "qel/daemon/mainloop.h"
 #include "qel/ieee1905_1/message.h"
 #include "qel/process/signal_watch.h"
+#include "tools/capabilities.h"
 #include "tools/meshd/node.h"
 #include "tools/meshd/options.h"
 
@@ -38,6 +41,10 @@ void run(const Options& options) {
   Mainloop loop(options.name, options.daemonize);
   if (options.daemonize && !loop.daemonized()) {
     throw std::runtime_error("cannot start as a daemon");
+  }
+  if (const std::error_code error = tools::keep_capabilities({CAP_NET_RAW})) {
+    qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot give up capabilities: " << error.message()
+                                << std::endl;
   }
   loop.add_watch(std::make_shared<qel::daemon::SignalWatch>(ending, [&loop](int) {
     qel::debug::stream("meshd") << qel::debug::LogLevels::LOG << "ends" << std::endl;

@@ -7,7 +7,9 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 
+#include "tools/capabilities.h"
 #include "tools/meshdump/capture_file.h"
 #include "tools/meshdump/cmdu.h"
 #include "tools/meshdump/decoder.h"
@@ -82,6 +84,9 @@ class Dump {
   template <class Capture>
   void dump_frames(Capture&& capture) {
     opened_ = true;
+    if (const std::error_code error = tools::keep_capabilities({})) {
+      complain("cannot give up capabilities: " + error.message());
+    }
     while (const std::optional<CapturedFrame> captured = capture.next()) {
       const std::optional<EthernetFrame> frame = parse_ethernet(captured->octets);
       if (frame && frame->ethertype == ETHERTYPE_IEEE1905) {
