@@ -14,7 +14,8 @@
  *
  * An endpoint lives in the loop of qelevsock.h; all its callbacks run inside evsock_select_with_msecs(), in the phase
  * of reading or of timers. When the bus goes away, sending fails at once, and the endpoint connects again by itself and
- * takes its name and its events again, without delaying the loop.
+ * takes its name and its events again, without delaying the loop. A bus that is there but has not let the endpoint in
+ * after five seconds counts as gone too.
  *
  * When a callback in C++ throws, its message or event counts as taken and still goes to the other notifiers; then the
  * turn ends, the exception leaves evsock_select_with_msecs(), and what else came in is served in the next turn. */
@@ -35,15 +36,14 @@ typedef struct qelipc qelipc;
  * The `size` octets at `data` are the library's and end with the call. A callback may destroy its own endpoint. */
 typedef void (*qelipc_callback)(qelipc* ipc, const char* name, void* data, unsigned size, void* context);
 
-/** Creates the endpoint of this name. Waits for the bus: some seconds, or half a minute when it takes the connection
- * but does not answer.
+/** Creates the endpoint of this name. Waits for the bus, for five seconds at most in all.
  *
  * Returns NULL with errno set: EEXIST when the name is taken, EINVAL when it is NULL or its escaped form longer than a
- * bus name may be (255 octets), EACCES when the bus's policy forbids it, ECONNREFUSED, ENOENT and the like without a
- * bus. */
+ * bus name may be (255 octets), EACCES when the bus's policy forbids it, ETIMEDOUT when the bus does not answer,
+ * ECONNREFUSED, ENOENT and the like without a bus. */
 qelipc* qelipc_create(const char* name);
 
-/** Gives the name back and frees the endpoint. NULL is ignored. */
+/** Gives the name back and frees the endpoint. Waits for the bus, for one second at most. NULL is ignored. */
 void qelipc_destroy(qelipc* ipc);
 
 /** The name that the endpoint was created with. */

@@ -12,14 +12,15 @@ extern "C" {
 /** A connection to the bus. */
 typedef struct qelipc_client qelipc_client;
 
-/** Connects. Returns NULL with errno set when there is no bus. */
+/** Connects. Waits for the bus, for five seconds at most. Returns NULL with errno set when there is none, ETIMEDOUT when
+ * it does not answer. */
 qelipc_client* qelipc_client_open(void);
 
 /** Disconnects. NULL is ignored. */
 void qelipc_client_close(qelipc_client* client);
 
-/** Calls `take`, which must not throw, with the name of each endpoint on the bus, in no order. Returns their number, or
- * a negative errno. */
+/** Calls `take`, which must not throw, with the name of each endpoint on the bus, in no order. Waits for the bus, for
+ * five seconds at most. Returns their number, or a negative errno. */
 int qelipc_client_list(qelipc_client* client, void (*take)(void* context, const char* name), void* context);
 
 /** Sends a command line to an endpoint's shell and waits for the answer. `module` may be NULL or "".

@@ -13,7 +13,6 @@
 namespace qel::platform {
 namespace {
 
-constexpr std::uint64_t kOpenTimeoutUs = 5'000'000;
 constexpr std::uint64_t kCallTimeoutUs = 1'000'000;
 constexpr int kReconnectMs = 250;
 /// Incoming messages handled in one turn, so that a flood leaves room for the rest of the loop.
@@ -56,8 +55,13 @@ int Endpoint::open() {
   if (place_.bus_name.empty()) {
     return -EINVAL;
   }
-  int result = connect(kOpenTimeoutUs);
+  const std::uint64_t until = now_us() + kConnectTimeoutUs;
+  int result = connect(kConnectTimeoutUs);
   if (result >= 0) {
+    result = wait_for_bus(bus_.get(), until);
+  }
+  if (result >= 0) {
+    sd_bus_set_method_call_timeout(bus_.get(), time_left_us(until));
     result = sd_bus_request_name(bus_.get(), place_.bus_name.c_str(), 0);
   }
   if (result >= 0) {
@@ -101,6 +105,7 @@ int Endpoint::listen_for_events() {
 }
 
 void Endpoint::begin_reconnect() {
+  give_up_at_ = now_us() + kConnectTimeoutUs;
   int result = connect(kCallTimeoutUs);
   if (result >= 0) {
     result = watch_connection();
@@ -161,6 +166,7 @@ void Endpoint::process() {
     result = sd_bus_process(bus_.get(), nullptr);
   }
   processing_ = false;
+  broken_ = broken_ || (!named_ && now_us() >= give_up_at_);
   const std::exception_ptr thrown = std::exchange(thrown_, nullptr);
   if (destroyed_) {
     delete this;
@@ -192,14 +198,15 @@ void Endpoint::schedule() {
   if ((events & POLLOUT) != 0) {
     evsock_want_write(watch_);
   }
+  if (!named_) {
+    until = std::min(until, give_up_at_);
+  }
   if (until == UINT64_MAX) {
     set_timer(-1);
     return;
   }
-  ctimer_tval now;
-  ctimer_elapsedtval(&now);
-  const std::uint64_t now_us = static_cast<std::uint64_t>(now.tv_sec) * 1000000 + static_cast<unsigned>(now.tv_usec);
-  const std::uint64_t wait_ms = until > now_us ? (until - now_us + 999) / 1000 : 0;
+  const std::uint64_t now = now_us();
+  const std::uint64_t wait_ms = until > now ? (until - now + 999) / 1000 : 0;
   set_timer(static_cast<int>(std::min<std::uint64_t>(wait_ms, INT_MAX)));
 }
 

@@ -58,7 +58,6 @@ class Endpoint final : public qelipc {
   int listen_for_events();
   void begin_reconnect();
   void drop_connection();
-  void lost_bus(const char* why);
   void process();
   void schedule();
   void set_timer(int milliseconds);
@@ -84,6 +83,7 @@ class Endpoint final : public qelipc {
   evsock* watch_ = nullptr;
   ctimerhandle timer_ =
       nullptr;  ///< the next step without input: a time-out of sd-bus, messages left over, reconnecting
+  std::uint64_t give_up_at_ = 0;  ///< of now_us(): when the attempt to come back to the bus has failed
   bool named_ = false;
   bool broken_ = false;  ///< the connection is to be given up as soon as no sd-bus function is running
   bool processing_ = false;

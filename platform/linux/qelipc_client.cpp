@@ -19,8 +19,6 @@ struct qelipc_client {
 
 namespace {
 
-constexpr std::uint64_t kCallTimeoutUs = 5'000'000;
-
 struct Subscription {
   qelipc_client* client;
   qelipc_client_event take;
@@ -43,23 +41,16 @@ int on_event(sd_bus_message* message, void* userdata, sd_bus_error*) {
   return 0;
 }
 
-std::int64_t now_us() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
-}
-
 }  // namespace
 
 extern "C" {
 
 QEL_EXPORT qelipc_client* qelipc_client_open(void) {
   std::unique_ptr<qelipc_client> client(new (std::nothrow) qelipc_client);
-  int result = client != nullptr ? connect_to_bus(client->bus, kCallTimeoutUs) : -ENOMEM;
+  const std::uint64_t until = now_us() + kConnectTimeoutUs;
+  int result = client != nullptr ? connect_to_bus(client->bus, kConnectTimeoutUs) : -ENOMEM;
   if (result >= 0) {
-    // Any call waits until the connection stands.
-    result = sd_bus_call_method(client->bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                "org.freedesktop.DBus", "GetId", nullptr, nullptr, "");
+    result = wait_for_bus(client->bus.get(), until);
   }
   if (result < 0) {
     errno = -result;
@@ -154,7 +145,8 @@ QEL_EXPORT int qelipc_client_subscribe(qelipc_client* client, const char* endpoi
 }
 
 QEL_EXPORT int qelipc_client_wait(qelipc_client* client, int timeout_ms) {
-  const std::int64_t until = now_us() + std::int64_t{timeout_ms} * 1000;
+  const bool is_limited = timeout_ms >= 0;
+  const std::uint64_t until = is_limited ? now_us() + static_cast<std::uint64_t>(timeout_ms) * 1000 : UINT64_MAX;
   client->delivered = false;
   while (true) {
     int result = sd_bus_process(client->bus.get(), nullptr);
@@ -167,9 +159,8 @@ QEL_EXPORT int qelipc_client_wait(qelipc_client* client, int timeout_ms) {
     if (result > 0) {
       continue;
     }
-    const std::int64_t left = timeout_ms < 0 ? -1 : std::max<std::int64_t>(until - now_us(), 0);
-    result = sd_bus_wait(client->bus.get(), left < 0 ? UINT64_MAX : static_cast<std::uint64_t>(left));
-    if (result == -EINTR || (result == 0 && left >= 0)) {
+    result = sd_bus_wait(client->bus.get(), is_limited ? time_left_us(until) : UINT64_MAX);
+    if (result == -EINTR || (result == 0 && is_limited)) {
       return 0;
     }
     if (result < 0) {

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 #include <grp.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 #include <cerrno>
 #include <fstream>
@@ -200,6 +202,47 @@ TEST_F(Ipc, ABusThatDoesNotAnswerHoldsTheLoopUpOnlyOnceAndShortly) {
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
   bus_.signal(SIGCONT);
   EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice_.get()) == 1; }));
+}
+
+TEST(IpcAlone, WaitsForABusThatDoesNotAnswerNoLongerThanPromised) {
+  PrivateBus bus;
+  const int listener = bus.be_silent();
+  ASSERT_GE(listener, 0);
+  const auto times_out = [](auto open) {
+    return start_child([open] {
+      const auto start = std::chrono::steady_clock::now();
+      EXPECT_FALSE(open());
+      EXPECT_EQ(errno, ETIMEDOUT);
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));  // 5 on an idle machine
+      return 0;
+    });
+  };
+  std::vector<pid_t> children;
+  for (const bool authenticates : {false, true}) {
+    children.push_back(times_out([] { return Endpoint(qelipc_create("name")) != nullptr; }));
+    children.push_back(times_out([] { return Client(qelipc_client_open()) != nullptr; }));
+    for (int count = 0; count < 2; ++count) {
+      pollfd connecting{listener, POLLIN, 0};
+      ASSERT_EQ(poll(&connecting, 1, 20000), 1);
+      const int connection = accept(listener, nullptr, nullptr);  // kept until the test ends
+      const std::string welcome = "DATA\r\nOK 00112233445566778899aabbccddeeff\r\nAGREE_UNIX_FD\r\n";
+      ASSERT_TRUE(!authenticates || write(connection, welcome.data(), welcome.size()) > 0);
+    }
+  }
+  for (const pid_t child : children) {
+    EXPECT_EQ(end_of(child), 0);
+  }
+  close(listener);
+}
+
+TEST_F(Ipc, GivesASilentBusUpForOneThatAnswers) {
+  const int listener = bus_.be_silent();
+  int taken = -1;
+  ASSERT_TRUE(turn_until([&] { return (taken = accept(listener, nullptr, nullptr)) >= 0; }));
+  ASSERT_TRUE(bus_.start());
+  EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice_.get()) && qelipc_is_connected(bob_.get()); }));
+  close(taken);
+  close(listener);
 }
 
 /// What a tool gets for a line: the result, a space and the answer; the error alone when there is no answer.
