@@ -35,9 +35,9 @@ struct BusError {
   ~BusError() { sd_bus_error_free(&error); }
 };
 
-/// Runs what may be out of memory; a negative errno instead of an exception.
+/// Runs what may be out of memory, which is a negative errno then.
 template <class Call>
-int guarded(Call call) noexcept {
+int guarded(Call call) {
   try {
     return call();
   } catch (const std::bad_alloc&) {

@@ -48,13 +48,7 @@ ExitStatus show(const Answer& answer) {
   return answer.result == 0 || answer.result == CTLCMD_CLOSED ? SUCCESS : FAILURE;
 }
 
-ExitStatus execute(const Options& options) {
-  std::string line;
-  for (const std::string& word : options.words) {
-    line += (line.empty() ? "" : " ") + word;
-  }
-  return show(Client().command(options.name, line));
-}
+ExitStatus execute(const Options& options) { return show(Client().command(options.name, options.words)); }
 
 ExitStatus shell(const Options& options) {
   Client client;
@@ -63,7 +57,7 @@ ExitStatus shell(const Options& options) {
     if (line.find_first_not_of(" \t") == std::string::npos) {
       continue;
     }
-    const Answer answer = client.command(options.name, line);
+    const Answer answer = client.command_line(options.name, line);
     show(answer);
     if (answer.result == CTLCMD_CLOSED) {
       return SUCCESS;
@@ -97,7 +91,7 @@ ExitStatus events(const Options& options) {
 }
 
 ExitStatus topology(const Options& options) {
-  return show(Client().command(options.name, "mesh TOPOLOGY " + options.format));
+  return show(Client().command(options.name, {"mesh", "TOPOLOGY", options.format}));
 }
 
 /// Asks no daemon: what has no answer was wrong to ask.

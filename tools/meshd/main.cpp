@@ -10,6 +10,7 @@
 #include "qel/daemon/log.h"
 #include "qel/daemon/mainloop.h"
 #include "qel/ieee1905_1/message.h"
+#include "tools/meshd/memory_limit.h"
 #include "tools/meshd/node.h"
 #include "tools/meshd/options.h"
 #include "tools/meshd/signal_watch.h"
@@ -28,6 +29,7 @@ void scatter_message_ids() {
 }
 
 void run(const Options& options) {
+  limit_memory();
   block_signals({SIGTERM, SIGINT});
   for (const std::string& component : options.debug_components) {
     qel::debug::enable(component, true);
