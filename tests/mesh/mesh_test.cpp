@@ -206,6 +206,7 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   qel::test::add_veth_pair("b1", "c0");
   const MACAddress a = device_mac(1), b = device_mac(2), c = device_mac(3);
   Process events = run({MESHCTL, "events", name("b")});
+  Process json_events = run({MESHCTL, "events", "--json", name("b")});
   Process capture = run({MESHDUMP, "--reencode", "--interface", "a0"});
   start_meshd("a", {"--al-mac", a.to_string(), "--interface", "a0"});
   start_meshd("b", {"--al-mac", b.to_string(), "--interface", "b0", "b1"});
@@ -250,8 +251,15 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   EXPECT_TRUE(eventually([&] { return !contains(view("b"), c.to_string()); })) << view("b");
   EXPECT_TRUE(eventually([&] { return !contains(view("a"), c.to_string()); })) << view("a");
   EXPECT_TRUE(contains(view("b"), answered(a)));
-  EXPECT_TRUE(eventually([&] { return contains(events.out(), "NEIGHBOR_LOST " + c.to_string() + "\n"); }))
-      << events.out() << events.err();
+  EXPECT_TRUE(eventually([&] {
+    return matches(events.out(), "(^|\n)2[0-9T:.-]+Z NEIGHBOR_LOST " + c.to_string() + "\n");
+  })) << events.out()
+      << events.err();
+  EXPECT_TRUE(eventually([&] {
+    return matches(json_events.out(), R"(\{"time":"2[0-9T:.-]+Z","name":")" + name("b") +
+                                          R"(","event":"NEIGHBOR_LOST","data":")" + c.to_string() + "\"\\}\n");
+  })) << json_events.out();
+  EXPECT_THAT(meshctl({"topology"}, 2), HasSubstr("several daemons run: " + name("a") + ", " + name("b")));
 
   for (const std::size_t survivor : {0U, 1U}) {
     daemons_[survivor].signal(survivor == 0 ? SIGTERM : SIGINT);
@@ -423,6 +431,7 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
   expect_failure({"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2, "no MAC address of a");
   expect_failure({"--interface", "g0", "--name", "n"}, 2, "--name is given twice");
   expect_failure({"--interface", "g0", "--debug", "--daemonize"}, 2, "--debug needs a value");
+  expect_failure({"--interface", "g0", "--debug", "meshd", "nosuch"}, 2, "'nosuch' is no component; there are ");
   expect_failure({"--interface", "g0", "--nosuch"}, 2, "'--nosuch' is no option");
   expect_failure({"g0"}, 2, "'g0' is no option");
   Process meshd = run({MESHD, "--interface", "g0", "--discovery-interval", "3601"});
@@ -433,6 +442,25 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
   start_meshd("g", {"--interface", "g0"});
   ASSERT_TRUE(listens("g"));
   expect_failure({"--interface", "g1"}, 1, "might already be running");
+}
+
+TEST_F(MeshTest, TakesEveryComponentThatLogs) {
+  std::string sources;
+  for (const char* folder : {"/qel", "/tools/meshd"}) {
+    for (const auto& entry :
+         std::filesystem::recursive_directory_iterator(QEL_TEST_DATA "/../.." + std::string(folder))) {
+      std::ifstream file(entry.path());
+      sources += entry.path().extension() == ".cpp" ? std::string(std::istreambuf_iterator<char>(file), {}) : "";
+    }
+  }
+  const std::regex use("stream\\(\"([^\"]+)\"");
+  std::vector<std::string> command{MESHD, "--interface", "nosuch0", "--name", name("o"), "--debug"};
+  for (std::sregex_iterator found(sources.begin(), sources.end(), use), end; found != end; ++found) {
+    command.push_back((*found)[1]);
+  }
+  EXPECT_GT(command.size(), 10U);
+  Process meshd = run(command);
+  EXPECT_EQ(meshd.wait(), 1) << meshd.err();
 }
 
 TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
@@ -463,13 +491,40 @@ TEST_F(MeshTest, TheShellAnswersAndLeaves) {
   EXPECT_THAT(meshctl({"exec", name("i"), "HELP", "mesh"}), HasSubstr("NEIGHBORS"));
   EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "topology", "dot"}), HasSubstr("graph mesh {\n"));
   EXPECT_EQ(meshctl({"topology", "--dot", name("i")}), meshctl({"exec", name("i"), "mesh", "topology", "dot"}));
-  EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "TOPOLOGY", "PNG"}, 1), HasSubstr("the formats are"));
-  EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "NOTHING"}, 1), HasSubstr("NOTHING"));
-  EXPECT_EQ(meshctl({"exec", name("i"), "mesh", "BLOCK"}, 1), "which interface?\n");
-  EXPECT_EQ(meshctl({"exec", name("i"), "mesh", "UNBLOCK", "i1"}, 1), "'i1' is none of our interfaces\n");
-  EXPECT_THAT(meshctl({"exec", name("nobody"), "HELP"}, 1), HasSubstr("there is no daemon of the name"));
-  EXPECT_THAT(meshctl({"topology", "--dot", "--json", name("i")}, 2), HasSubstr("meshctl --help"));
-  EXPECT_THAT(meshctl({"log", name("nobody")}, 1), HasSubstr("there is no log"));
+  EXPECT_EQ(meshctl({"topology"}), meshctl({"topology", name("i")})) << "the only one";
+  const struct {
+    std::vector<std::string> words;
+    int status;
+    std::string said;
+  } refused[] = {
+      {{"exec", name("i"), "mesh", "TOPOLOGY", "PNG"}, 1, "the formats are"},
+      {{"exec", name("i"), "mesh", "NOTHING"}, 1, "module \"mesh\" has no command \"NOTHING\", try HELP mesh\n"},
+      {{"exec", name("i"), "mesh"}, 1, "module \"mesh\" needs one of its commands:\n  TOPOLOGY "},
+      {{"exec", name("i"), "mesh", "BLOCK"}, 1, "which interface?\n"},
+      {{"exec", name("i"), "mesh", "UNBLOCK", "i1"}, 1, "'i1' is none of our interfaces\n"},
+      {{"exec", name("i"), "mesh", "BLOCK", "[big, \"bad] world"}, 1, "'[big, \"bad] world' is none of our"},
+      {{"exec", name("i"), "mesh", "BLOCK", "--json"}, 1, "'--json' is none of our"},
+      {{"exec", name("i"), "--", "mesh", "BLOCK", ""}, 1, "'' is none of our"},
+      {{"exec", name("i"), std::string(65536, 'x')}, 1, "the command is longer than 64 KiB"},
+      {{"exec", name("nobody"), "HELP"}, 1, "there is no daemon of the name"},
+      {{"exec", name("i")}, 2, "COMMAND is required"},
+      {{"shell", name("nobody")}, 1, "there is no daemon of the name"},
+      {{"topology", "--dot", "--json", name("i")}, 2, "meshctl --help"},
+      {{"log", name("nobody")}, 1, "there is no log"},
+      {{"bogus"}, 2, "meshctl: 'bogus' is no command (see"},
+      {{"--bogus"}, 2, "'--bogus' is no option"},
+      {{}, 2, "a command is required"},
+  };
+  for (const auto& [words, status, said] : refused) {
+    Process process = run([&words = words] {
+      std::vector<std::string> command{MESHCTL};
+      command.insert(command.end(), words.begin(), words.end());
+      return command;
+    }());
+    EXPECT_EQ(process.wait(), status) << said;
+    EXPECT_THAT(process.err(), HasSubstr(said));
+    EXPECT_THAT(process.out(), IsEmpty()) << said;
+  }
   EXPECT_THAT(meshctl({"shell", name("i")}, 0, "\nmesh COUNTERS\nwhat\nQUIT\nmesh INTERFACES\n"),
               AllOf(HasSubstr("rejected 0\n"), HasSubstr("what"), Not(HasSubstr("i0"))));
 }

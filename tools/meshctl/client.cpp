@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <stdexcept>
 
 #include "qelipc.h"
 #include "qelipc_client.h"
@@ -42,6 +41,21 @@ std::vector<std::string> Client::list() {
   check(qelipc_client_list(client_.get(), take, &names), "cannot list the daemons");
   std::sort(names.begin(), names.end());
   return names;
+}
+
+std::string Client::the_only_one() {
+  const std::vector<std::string> names = list();
+  if (names.empty()) {
+    throw std::runtime_error("no daemon runs");
+  }
+  if (names.size() > 1) {
+    std::string all;
+    for (const std::string& name : names) {
+      all += (all.empty() ? "" : ", ") + name;
+    }
+    throw AmbiguousName("several daemons run: " + all + "; which one?");
+  }
+  return names.front();
 }
 
 Answer Client::command(const std::string& daemon, const std::vector<std::string>& words) {

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,11 @@ struct Answer {
   std::string text;
 };
 
+class AmbiguousName : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 /// The daemons on the bus. All operations throw std::runtime_error when the bus or the daemon fails them.
 class Client {
  public:
@@ -25,6 +31,9 @@ class Client {
 
   /// Sorted.
   std::vector<std::string> list();
+
+  /// The name of the daemon that runs. Throws AmbiguousName when there are several.
+  std::string the_only_one();
 
   /// Runs a command: the words go to the shell as they are.
   Answer command(const std::string& daemon, const std::vector<std::string>& words);
