@@ -1,7 +1,7 @@
 // A daemon whose debug shell has a module "greeter". With a message bus running:
 //
 //     example_debug_shell hello &
-//     meshctl exec hello greeter GREET world
+//     meshctl exec hello greeter GREET 'big world'
 //     meshctl exec hello greeter STOP
 
 #include <ctlcmd.h>

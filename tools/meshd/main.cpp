@@ -15,6 +15,7 @@
 #include "qel/ieee1905_1/message.h"
 #include "qel/process/signal_watch.h"
 #include "tools/capabilities.h"
+#include "tools/meshd/memory_limit.h"
 #include "tools/meshd/node.h"
 #include "tools/meshd/options.h"
 
@@ -32,6 +33,7 @@ void scatter_message_ids() {
 }
 
 void run(const Options& options) {
+  limit_memory();
   const std::vector<int> ending{SIGTERM, SIGINT};
   const qel::daemon::BlockedSignals blocked(ending);  // to the end of the loop
   for (const std::string& component : options.debug_components) {

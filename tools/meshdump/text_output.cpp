@@ -8,7 +8,7 @@
 #include "tools/meshdump/cmdu_outline.h"
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
-#include "tools/meshdump/safe_text.h"
+#include "tools/safe_text.h"
 
 namespace meshdump {
 
@@ -46,7 +46,7 @@ std::string head_line(const Cmdu& cmdu) {
 std::string rejection_text(const Cmdu& cmdu, const Decoding& decoding) {
   const auto type = outline(cmdu.octets).type;
   return (type ? "Type: " + enum_to_string(*type) + '\n' : "") + "Rejected after " + octets_text(decoding.consumed) +
-         ": " + for_terminal_line(decoding.error);
+         ": " + tools::for_terminal_line(decoding.error);
 }
 
 std::string difference_text(std::span<const std::uint8_t> received, std::span<const std::uint8_t> encoded) {
@@ -63,7 +63,7 @@ std::string difference_text(std::span<const std::uint8_t> received, std::span<co
 
 std::string reencoding_text(std::span<const std::uint8_t> received, const Reencoding& reencoding) {
   if (reencoding.error) {
-    return "Not encodable: " + for_terminal_line(*reencoding.error);
+    return "Not encodable: " + tools::for_terminal_line(*reencoding.error);
   }
   if (reencoding.reproduces(received)) {
     return "Re-encoded: the same " + octets_text(received.size());
@@ -80,7 +80,7 @@ void TextOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
   first_ = false;
   out += head_line(cmdu) + '\n';
   if (decoding.message) {
-    out += for_terminal(debug_text(text_, *decoding.message)) + '\n';
+    out += tools::for_terminal(debug_text(text_, *decoding.message)) + '\n';
   } else {
     out += rejection_text(cmdu, decoding) + '\n';
   }
