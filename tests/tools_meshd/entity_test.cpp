@@ -191,6 +191,14 @@ TEST(Entity, RelaysOnceUnchangedToTheOtherInterfaces) {
   EXPECT_THAT(answers(device, other_relay, 2), IsEmpty());
   EXPECT_EQ(device.entity.counts().duplicates, 2U);
   EXPECT_EQ(device.entity.counts().relayed, 1U);
+
+  answers(device, discovery(9), 1);
+  for (std::size_t count = 0; count < DuplicateFilter::ROOM_OF_ORIGINATOR; ++count) {
+    answers(device, frame_of(topology_notification(device_mac(9)), device_mac(9)), 1);
+  }
+  EXPECT_EQ(device.entity.counts().relayed, DuplicateFilter::ROOM_OF_ORIGINATOR);
+  EXPECT_EQ(device.entity.counts().unrelayed, 1U);
+  EXPECT_EQ(device.entity.counts().processed, DuplicateFilter::ROOM_OF_ORIGINATOR + 1) << "relayed or not";
 }
 
 TEST(Entity, RelaysWhatItCannotDecodeButNotWhatIsNotToBeRelayed) {

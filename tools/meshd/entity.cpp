@@ -98,7 +98,8 @@ struct Entity::Received {
   const Frame& frame;
 };
 
-Entity::Entity(Config config, Ports& ports) : config_(std::move(config)), ports_(ports) {
+Entity::Entity(Config config, Ports& ports)
+    : config_(std::move(config)), ports_(ports), duplicates_(config_.interfaces.size()) {
   if (config_.interfaces.empty() || config_.interfaces.size() > MAX_INTERFACES) {
     throw std::invalid_argument("the number of interfaces must lie between 1 and " + std::to_string(MAX_INTERFACES));
   }
@@ -150,12 +151,17 @@ void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets
   }
   if (!is_for_us(received)) {
     ++counts_.ignored;
-  } else if (!duplicates_.is_new(origin, frame->head, now)) {
-    ++counts_.duplicates;
-  } else {
-    relay(received);
-    process(received);
+    return;
   }
+  if (is_to_be_relayed(received)) {
+    const DuplicateFilter::Verdict verdict = duplicates_.take(interface, origin, frame->head, now);
+    if (verdict == DuplicateFilter::Verdict::DUPLICATE) {
+      ++counts_.duplicates;
+      return;
+    }
+    relay(received, verdict == DuplicateFilter::Verdict::NEW);
+  }
+  process(received);
 }
 
 void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
@@ -203,19 +209,22 @@ bool Entity::is_for_us(const Received& received) const {
          destination == config_.interfaces[received.interface].mac;
 }
 
+bool Entity::is_to_be_relayed(const Received& received) const {
+  return received.frame.head.get_relay_indicator() && received.frame.destination == MULTICAST_ADDRESS;
+}
+
 /// Unchanged, and whether or not it is understood (IEEE 1905.1-2013, 7.2).
-void Entity::relay(const Received& received) {
-  if (!received.frame.head.get_relay_indicator() || received.frame.destination != MULTICAST_ADDRESS) {
-    return;
-  }
-  bool is_relayed = false;
+void Entity::relay(const Received& received, bool has_room) {
+  bool has_way = false;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
     if (interface != received.interface && !blocked_[interface]) {
-      ports_.send(interface, received.frame.octets);
-      is_relayed = true;
+      has_way = true;
+      if (has_room) {
+        ports_.send(interface, received.frame.octets);
+      }
     }
   }
-  counts_.relayed += is_relayed ? 1 : 0;
+  (has_room ? counts_.relayed : counts_.unrelayed) += has_way ? 1 : 0;
 }
 
 void Entity::process(const Received& received) {

@@ -33,7 +33,7 @@ class Ports {
   virtual void on_rejected(const Frame& frame, const std::string& reason) = 0;
 };
 
-/// What became of the frames received. Each is counted once, except that a relayed one may be processed as well.
+/// What became of the frames received. Each is counted once, but the last two are counted beside.
 struct FrameCounts {
   std::uint64_t processed = 0;
   std::uint64_t ignored = 0;     ///< nothing that we answer or keep, or not for us
@@ -41,6 +41,7 @@ struct FrameCounts {
   std::uint64_t duplicates = 0;  ///< came before
   std::uint64_t rejected = 0;    ///< not to be decoded
   std::uint64_t relayed = 0;
+  std::uint64_t unrelayed = 0;  ///< to be relayed, but dropped: there were too many to remember
 };
 
 /// A 1905.1 abstraction layer entity: discovers its neighbours, asks and answers questions about topology and links,
@@ -94,7 +95,7 @@ class Entity {
  private:
   struct Received;
 
-  void relay(const Received& received);
+  void relay(const Received& received, bool has_room);
   void process(const Received& received);
   /// False for a message that means nothing to us; the handlers below likewise.
   bool dispatch(const Received& received, const qel::ieee1905_1::Message& message);
@@ -108,6 +109,7 @@ class Entity {
   bool on_vendor_specific(const Received& received, const qel::ieee1905_1::Message& message);
 
   bool is_for_us(const Received& received) const;
+  bool is_to_be_relayed(const Received& received) const;
   void announce_on(std::size_t interface);
   void ask(Neighbor& neighbor);
   void tell_blocked_interfaces(const Neighbor& neighbor);
