@@ -342,13 +342,12 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
   EXPECT_EQ(copies, 1);
 
   // Waits until the daemon has read all that was sent; more than its socket holds would be lost.
-  const auto catch_up = [&near] {
-    const Message query = topology_query();
-    near.send(query, device_mac(250));
-    return near
-        .receive([&query](const Frame& frame) {
-          return frame.destination == device_mac(250) &&
-                 frame.head.get_message_id() == query.get_head().get_message_id();
+  const auto catch_up = [&] {
+    const Message last = topology_notification(device_mac(250));
+    near.send(last, device_mac(250));
+    return far
+        .receive([&](const Frame& frame) {
+          return relayed_from(250)(frame) && frame.head.get_message_id() == last.get_head().get_message_id();
         })
         .has_value();
   };

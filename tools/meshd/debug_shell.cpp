@@ -132,7 +132,7 @@ std::string DebugShell::counters() const {
   std::ostringstream os;
   os << "processed " << counts.processed << "\nignored " << counts.ignored << "\nown " << counts.own << "\nduplicates "
      << counts.duplicates << "\nrejected " << counts.rejected << "\nrelayed " << counts.relayed << "\nunrelayed "
-     << counts.unrelayed << '\n';
+     << counts.unrelayed << "\nunanswered " << counts.unanswered << '\n';
   return os.str();
 }
 
