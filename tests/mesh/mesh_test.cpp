@@ -365,13 +365,12 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
   EXPECT_EQ(copies, 1);
 
   // Waits until the daemon has read all that was sent; more than its socket holds would be lost.
-  const auto catch_up = [&near] {
-    const Message query = topology_query();
-    near.send(query, device_mac(250));
-    return near
-        .receive([&query](const Frame& frame) {
-          return frame.destination == device_mac(250) &&
-                 frame.head.get_message_id() == query.get_head().get_message_id();
+  const auto catch_up = [&] {
+    const Message last = topology_notification(device_mac(250));
+    near.send(last, device_mac(250));
+    return far
+        .receive([&](const Frame& frame) {
+          return relayed_from(250)(frame) && frame.head.get_message_id() == last.get_head().get_message_id();
         })
         .has_value();
   };
@@ -398,6 +397,36 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
   EXPECT_EQ(static_cast<std::size_t>(std::count(neighbors.begin(), neighbors.end(), '\n')), NeighborTable::MAX_LINKS);
   daemons_[0].signal(SIGTERM);
   EXPECT_EQ(daemons_[0].wait(), 0);
+}
+
+TEST_F(MeshTest, AFloodInARingWithASlowLinkDiesOut) {
+  qel::test::add_veth_pair("r1", "r2");
+  qel::test::add_veth_pair("r3", "r4");
+  qel::test::add_veth_pair("r5", "slow5");
+  qel::test::add_veth_pair("r6", "slow6");
+  qel::test::add_veth_pair("r7", "flood");
+  const Process slow_link = run({DELAY_LINK, "slow5", "slow6", "300"});
+  start_meshd("ra", {"--interface", "r6", "r1", "r7"});
+  start_meshd("rb", {"--interface", "r2", "r3"});
+  start_meshd("rc", {"--interface", "r4", "r5"});
+  ASSERT_TRUE(listens("ra") && listens("rb") && listens("rc"));
+  Plug flood("flood");
+  for (int millisecond = 0; millisecond < 3000; ++millisecond) {
+    flood.send(topology_notification(device_mac(9)), device_mac(9));
+    std::this_thread::sleep_for(1ms);
+  }
+  std::string counted;
+  EXPECT_TRUE(eventually([&] {
+    const std::string before = std::exchange(counted, "");
+    for (const char* node : {"ra", "rb", "rc"}) {
+      const std::string counters = meshctl({"exec", name(node), "mesh", "COUNTERS"});
+      counted += node + counters.substr(counters.find("\nrelayed"));
+    }
+    std::this_thread::sleep_for(400ms);  // for longer than the link holds a frame
+    return counted == before;
+  })) << "still relayed: "
+      << counted;
+  EXPECT_THAT(counted, Not(HasSubstr("\nrelayed 0\n")));
 }
 
 TEST_F(MeshTest, TakesUpAnInterfaceThatIsMadeAnew) {
