@@ -54,16 +54,13 @@ int weight_as_elements(std::span<const std::uint8_t> octets) {
 }
 
 /// An address may look like an SSID that begins with it, but nothing in an association request like one six octets on.
-AssocRequestFrame::Form form_of(std::span<const std::uint8_t> variable_part) {
-  using enum AssocRequestFrame::Form;
+bool begins_with_address(std::span<const std::uint8_t> variable_part) {
   if (variable_part.size() < ADDRESS_SIZE) {
-    return ASSOCIATION;
+    return false;
   }
   const int association = weight_as_elements(variable_part);
   const int reassociation = weight_as_elements(variable_part.subspan(ADDRESS_SIZE));
-  return reassociation > association || (reassociation == association && reassociation >= BEGINS_WITH_SSID)
-             ? REASSOCIATION
-             : ASSOCIATION;
+  return reassociation > association || (reassociation == association && reassociation >= BEGINS_WITH_SSID);
 }
 
 }  // namespace
@@ -97,11 +94,11 @@ void AssocRequestFrame::decode_body(serialization::Reader& in) {
   in.get(capability_information_, listen_interval_);
   variable_part_.clear();
   in.get_list(variable_part_, *octets_to_take_ - std::min(*octets_to_take_, MIN_WIRE_SIZE));
-  form_ = form_of(variable_part_);
+  is_reassociation_ = begins_with_address(variable_part_);
 }
 
 std::optional<MACAddress> AssocRequestFrame::get_current_ap_address() const {
-  if (form_ == Form::ASSOCIATION || variable_part_.size() < ADDRESS_SIZE) {
+  if (!is_reassociation_ || variable_part_.size() < ADDRESS_SIZE) {
     return std::nullopt;
   }
   MACAddress::Octets octets;
@@ -114,7 +111,7 @@ void AssocRequestFrame::set_current_ap_address(const MACAddress& address) {
     variable_part_.insert(variable_part_.begin(), ADDRESS_SIZE, 0);
   }
   std::ranges::copy(address.octets(), variable_part_.begin());
-  form_ = Form::REASSOCIATION;
+  is_reassociation_ = true;
 }
 
 std::span<const std::uint8_t> AssocRequestFrame::behind_address() const {

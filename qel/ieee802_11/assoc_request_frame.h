@@ -23,8 +23,6 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
  public:
   static constexpr std::size_t MIN_WIRE_SIZE = 4;
 
-  enum class Form : std::uint8_t { ASSOCIATION, REASSOCIATION };
-
   /// One element, without ID and length; the octets are borrowed from the frame.
   struct Element {
     std::uint8_t id;  ///< Element ID (IEEE 802.11-2020, 9.4.2.1)
@@ -34,8 +32,8 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
   /// An association request without elements. It does not decode: nothing in a body tells its end.
   AssocRequestFrame() = default;
   /// To be decoded from a body of `octets`. The fixed fields are read in any case, so that fewer octets than theirs
-  /// show by a get_length() of more than `octets`. The form is found by the SSID, the first element of either request;
-  /// where there is none, by elements that end with the body; else it is an association request.
+  /// show by a get_length() of more than `octets`. Which request it is shows by the place of the SSID, the first
+  /// element of either; where there is none, by elements that end with the body; else it is an association request.
   explicit AssocRequestFrame(std::size_t octets) : octets_to_take_(octets) {}
 
   void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override;
@@ -46,9 +44,9 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
   /// Octets of the whole body.
   std::size_t get_length() const { return MIN_WIRE_SIZE + variable_part_.size(); }
 
-  Form get_form() const { return form_; }
-  /// Reads the octets that are there in this form, for who knows better than the decoder.
-  void set_form(Form form) { form_ = form; }
+  bool is_reassociation() const { return is_reassociation_; }
+  /// Has the octets that are there read as one request or the other, for who knows better than the decoder.
+  void set_reassociation(bool is_reassociation) { is_reassociation_ = is_reassociation; }
 
   const std::bitset<16>& get_capability_information() const { return capability_information_; }
   void set_capability_information(const std::bitset<16>& capabilities) { capability_information_ = capabilities; }
@@ -84,7 +82,7 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
   std::bitset<16> capability_information_;
   LittleEndian<std::uint16_t> listen_interval_;
   std::vector<std::uint8_t> variable_part_;  ///< what follows these fields
-  Form form_ = Form::ASSOCIATION;
+  bool is_reassociation_ = false;
   std::optional<std::size_t> octets_to_take_;
 };
 

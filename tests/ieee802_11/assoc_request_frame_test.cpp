@@ -105,11 +105,11 @@ TEST(AssocRequestFrame, TellsReassociationsApart) {
 TEST(AssocRequestFrame, IsReadAsItsOwnerSays) {
   const Octets input = octets("3114 0A00 021A2B3C4D5E FA 01 11 22");
   const auto frame = decode(input, blank(input.size())).object;
-  frame->set_form(Frame::Form::REASSOCIATION);
+  frame->set_reassociation(true);
   EXPECT_EQ((std::ostringstream() << *frame).str(),
             "Capability Information: 0x1431 Listen Interval: 10 Current AP: 02:1A:2B:3C:4D:5E Elements: ["
             "\n\t\tElement ID: 250 Length: 1\n\t\trest: 1 Bytes ]");
-  frame->set_form(Frame::Form::ASSOCIATION);
+  frame->set_reassociation(false);
   EXPECT_EQ(frame->get_rest().size(), 10U);
   EXPECT_EQ(test::encode(*frame).octets, test::hex(input));
   EXPECT_NE(decode<Frame>(input).outcome.refused, "");  // its size is not known
