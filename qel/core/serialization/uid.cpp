@@ -12,9 +12,9 @@ namespace qel::serialization {
 namespace {
 
 constexpr EnumText TYPES[] = {
-    {static_cast<std::uint16_t>(UIDType::NODE), "NODE"},
-    {static_cast<std::uint16_t>(UIDType::NODE_INTERFACE), "NODE_INTERFACE"},
-    {static_cast<std::uint16_t>(UIDType::NODE_LINK), "NODE_LINK"},
+    {UIDType::NODE, "NODE"},
+    {UIDType::NODE_INTERFACE, "NODE_INTERFACE"},
+    {UIDType::NODE_LINK, "NODE_LINK"},
 };
 
 /// What stands before the number; empty for another type.
