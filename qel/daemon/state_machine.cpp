@@ -26,8 +26,9 @@ void IState::on_exit() {}
 void IState::on_event(const Event&) {}
 
 /// A call that is under way, of the machine or of a state by the machine. The call may end the machine: the record says
-/// so, and keeps the state alive until the call is over. Records stand on the stack, the innermost one on top.
-class StateMachine::Call {
+/// so, and keeps the state alive until the call is over. Records stand on the stack, the innermost one on top. Being
+/// inside an exported class does not make them a part of what the library offers.
+class [[gnu::visibility("hidden")]] StateMachine::Call {
  public:
   enum class Of { MACHINE, STATE, ON_EXIT };
 
