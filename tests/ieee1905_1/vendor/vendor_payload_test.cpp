@@ -317,6 +317,28 @@ TEST(VendorLimits, OfLengthsAndCountsWhenDecoding) {
             (test::ReadOutcome{CHAR, test::CUT_SHORT, 10}));
 }
 
+TEST(VendorFailures, LeaveTheFieldsThatWereReadAndTheListAsItWas) {
+  const auto check = [](const auto& used, const std::string& wire, const auto& left) {
+    auto object = used;
+    EXPECT_NE(decode_into(object, wire), "") << wire;
+    EXPECT_TRUE(object == left) << object;
+  };
+  const auto neighbors = [](const MACAddress& local_mac, const string& name) {
+    return list(&QELNonIEEE1905NeighborDeviceListTLV::add_mac_address, 1, D,
+                QELNonIEEE1905NeighborDeviceListTLV(local_mac, name));
+  };
+  check(neighbors(A, "wlan0"), "03 000A 06F1E2D3C4B5 04", neighbors(B, "wlan0"));
+  check(neighbors(A, "wlan0"), "03 0018 06F1E2D3C4B5 04 65746831", neighbors(B, "eth1"));
+  check(neighbors(A, "wlan0"), "03 0017 06F1E2D3C4B5 04 65746831 0A0918273645", neighbors(B, "eth1"));
+  const auto query = list(&QELBTMQueryTLV::add_candidate, 1);
+  check(query, "08 0000 021A2B3C4D5E 2A 10 0B",
+        filled(query, FIELD(client_mac), A, FIELD(dialog_token), 42, FIELD(reason_code), 16));
+  const auto idle = list(&QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state, 1);
+  check(idle, "0A 0000 021A2B3C4D5E 15", filled(idle, FIELD(sta_mac), A));
+  const auto interfaces = list(ADD_BLOCKED, 1);
+  check(interfaces, "0E 0000 02 01 06F1E2D3C4B5 00 0002 01", interfaces);
+}
+
 /// What is asked of the platform meanwhile.
 template <class Action>
 std::vector<std::string> logged(const Action& action) {
