@@ -81,12 +81,17 @@ class Dump {
     failed_ = true;
   }
 
-  template <class Capture>
-  void dump_frames(Capture&& capture) {
+  /// The input is open; what it holds may be anybody's.
+  void begin() {
     opened_ = true;
     if (const std::error_code error = tools::keep_capabilities({})) {
       complain("cannot give up capabilities: " + error.message());
     }
+  }
+
+  template <class Capture>
+  void dump_frames(Capture&& capture) {
+    begin();
     while (const std::optional<CapturedFrame> captured = capture.next()) {
       const std::optional<EthernetFrame> frame = parse_ethernet(captured->octets);
       if (frame && frame->ethertype == ETHERTYPE_IEEE1905) {
@@ -100,7 +105,7 @@ class Dump {
 
   void dump_hex() {
     HexFile file(options_.hex);
-    opened_ = true;
+    begin();
     while (const std::optional<HexLine> line = file.next()) {
       if (line->error.empty()) {
         dump({line->octets, line->number, std::nullopt});
