@@ -35,14 +35,14 @@ extern "C" {
 /** An endpoint. From qelipc_create() to qelipc_destroy(). */
 typedef struct qelipc qelipc;
 
-/** Octets that a message or an event may hold at most. Longer ones of others are dropped. */
-#define QELIPC_DATA_MAX (1024u * 1024u)
+/** Octets that a message or an event may hold at most, 1 MiB. Longer ones of others are dropped. */
+#define QELIPC_DATA_MAX 1048576u
 
-/** Octets that a command may hold at most: its words, a NUL behind each, or its line and a NUL. */
-#define QELIPC_COMMAND_MAX (64u * 1024u)
+/** Octets that a command may hold at most, 64 KiB: its words, a NUL behind each, or its line and a NUL. */
+#define QELIPC_COMMAND_MAX 65536u
 
-/** Octets that the answer to a command may hold at most. */
-#define QELIPC_ANSWER_MAX (4u * 1024u * 1024u)
+/** Octets that the answer to a command may hold at most, 4 MiB. */
+#define QELIPC_ANSWER_MAX 4194304u
 
 /** Takes a message (`name` is the sender's endpoint name, as the sender gives it) or an event (`name` is the event's).
  * The `size` octets at `data` are the library's and end with the call. A callback may destroy its own endpoint. */

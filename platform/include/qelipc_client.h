@@ -12,8 +12,8 @@ extern "C" {
 /** A connection to the bus. */
 typedef struct qelipc_client qelipc_client;
 
-/** Connects. Waits for the bus, for five seconds at most. Returns NULL with errno set when there is none, ETIMEDOUT when
- * it does not answer. */
+/** Connects. Waits for the bus, for five seconds at most. Returns NULL with errno set when there is none, ETIMEDOUT
+ * when it does not answer. */
 qelipc_client* qelipc_client_open(void);
 
 /** Disconnects. NULL is ignored. */
@@ -23,8 +23,8 @@ void qelipc_client_close(qelipc_client* client);
  * five seconds at most. Returns their number, or a negative errno. */
 int qelipc_client_list(qelipc_client* client, void (*take)(void* context, const char* name), void* context);
 
-/** Sends a command to an endpoint's shell, its words as they are, and waits for the whole answer. NULL stands behind the
- * last word.
+/** Sends a command to an endpoint's shell, its words as they are, and waits for the whole answer. Behind the last word
+ * stands NULL.
  *
  * Returns 0 when the shell answered: the command's result (see ctlcmd.h) is then in `*result`, and its text in
  * `*answer`, to be freed with free(). Else a negative errno, nothing stored: -ENXIO when there is no such endpoint,

@@ -15,7 +15,7 @@ namespace qel::platform {
 /// much, so is what was not touched for longest. Times are those of now_us().
 class LongAnswers {
  public:
-  static constexpr std::size_t kPiece = 64 * 1024;                    ///< octets in a message at most
+  static constexpr std::size_t kPiece = std::size_t{64} * 1024;       ///< octets in a message at most
   static constexpr std::size_t kKept = std::size_t{8} * 1024 * 1024;  ///< octets of all answers together
   static constexpr std::uint64_t kPatienceUs = 5'000'000;             ///< between two pieces
 

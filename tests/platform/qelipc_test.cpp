@@ -226,6 +226,12 @@ TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
 TEST_F(Ipc, ABusThatDoesNotAnswerHoldsTheLoopUpOnlyOnceAndShortly) {
   bus_.signal(SIGSTOP);
   const auto start = std::chrono::steady_clock::now();
+  const std::string event(QELIPC_DATA_MAX, 'x');
+  int result = 0;
+  for (int i = 0; i < 100 && result == 0; ++i) {
+    result = qelipc_event_send(alice_.get(), "event", event.data(), QELIPC_DATA_MAX);
+  }
+  EXPECT_EQ(result, -ENOBUFS);
   for (int i = 0; i < 20; ++i) {
     EXPECT_LT(tell_bob("x"), 0);
     evsock_select_with_msecs(0);

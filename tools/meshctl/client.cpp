@@ -60,6 +60,7 @@ std::string Client::the_only_one() {
 
 Answer Client::command(const std::string& daemon, const std::vector<std::string>& words) {
   std::vector<const char*> argv;
+  argv.reserve(words.size() + 1);
   for (const std::string& word : words) {
     argv.push_back(word.c_str());
   }

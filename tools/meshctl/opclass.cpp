@@ -105,6 +105,7 @@ std::string table(const OpclassQuery& query, const Lookup& lookup) {
     json.objects("opclasses", lookup.get_all_region_opclasses(), [&](std::uint8_t opclass) {
       const std::vector<std::uint8_t> channels = lookup.get_all_opclass_channels(opclass);
       std::vector<long> frequencies;
+      frequencies.reserve(channels.size());
       for (const std::uint8_t channel : channels) {
         frequencies.push_back(lookup.get_channel_frequency(channel, opclass).value());
       }
@@ -166,6 +167,7 @@ std::string opclasses_of(const OpclassQuery& query, const Lookup& lookup) {
   const ChannelInfo info = channel_info_of(query, lookup);
   const std::vector<unsigned char> opclasses = lookup.get_opclasses_from_channel_info(info);
   std::vector<ClassOfChannel> classes;
+  classes.reserve(opclasses.size());
   for (const unsigned char opclass : opclasses) {
     classes.push_back(class_of_channel(opclass, info, lookup));
   }

@@ -85,11 +85,11 @@ std::chrono::seconds parse_interval(const char* text) {
 void check_components(const std::vector<std::string>& components) {
   for (const std::string& component : components) {
     if (std::ranges::find(COMPONENTS, component) == COMPONENTS.end()) {
-      std::string all;
-      for (const std::string_view known : COMPONENTS) {
-        all.append(all.empty() ? "" : ", ").append(known);
+      std::string text = "--debug: '" + component + "' is no component; there are";
+      for (const std::string_view& known : COMPONENTS) {
+        text.append(&known == COMPONENTS.data() ? " " : ", ").append(known);
       }
-      throw UsageError("--debug: '" + component + "' is no component; there are " + all);
+      throw UsageError(text);
     }
   }
 }
