@@ -1,6 +1,8 @@
 #include "tests/support/enumerations.h"
 
+#include "qel/channel/operating_class_deduction.h"
 #include "qel/core/device_id.h"
+#include "qel/core/serialization/uid.h"
 #include "qel/ieee1905_1/ap_phy_capabilities_tlvs.h"
 #include "qel/ieee1905_1/autoconfiguration_tlvs.h"
 #include "qel/ieee1905_1/backhaul_steering_tlvs.h"
@@ -72,6 +74,8 @@ TEST(Enumerations, OfTheChannelModel) {
 }
 
 TEST(Enumerations, OfElementsAndIdentifiers) {
+  check_enum<OperatingClassDeduction::Region>("0 USA 1 EUROPE 2 JAPAN 3 GLOBAL 4 CHINA", "unknown region value #");
+  check_enum<serialization::UIDType>("0 NODE 1 NODE_INTERFACE 2 NODE_LINK");
   using namespace ieee802_11;
   check_enum<DeviceIDSubtype>(
       "0 RESERVED 1 CHASSIS_COMPONENT 2 INTERFACE_ALIAS 3 PORT_COMPONENT 4 MAC_ADDRESS 5 NETWORK_ADDRESS "
