@@ -5,6 +5,14 @@ include(CMakePackageConfigHelpers)
 set(QEL_CMAKE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/mesh_shared)
 set(QEL_PKG_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
+# The loader looks for libraries in those of /usr by itself. Under any other prefix a program finds ours in the folder of
+# the libraries, and they find each other beside themselves, wherever the installation is moved.
+if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+  set(CMAKE_INSTALL_RPATH $ORIGIN/${libraries})
+  set(QEL_LIBRARY_RPATH $ORIGIN)
+endif()
+
 # qel_install_library(NAME DESCRIPTION COMPONENT NAME [FILE_SETS NAME...])
 #
 # The library, its link and headers, its target mesh_shared::NAME and its NAME.pc. The fake platform has no installation.
@@ -13,6 +21,7 @@ function(qel_install_library name description)
   if(NOT QEL_PLATFORM STREQUAL linux)
     return()
   endif()
+  set_target_properties(${name} PROPERTIES INSTALL_RPATH "${QEL_LIBRARY_RPATH}")
   set(file_sets)
   foreach(file_set IN LISTS arg_FILE_SETS)
     list(APPEND file_sets FILE_SET ${file_set} COMPONENT dev)

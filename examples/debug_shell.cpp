@@ -1,7 +1,7 @@
 // A daemon whose debug shell has a module "greeter". With a message bus running:
 //
 //     example_debug_shell hello &
-//     meshctl exec hello greeter GREET world
+//     meshctl exec hello greeter GREET 'big world'
 //     meshctl exec hello greeter STOP
 
 #include <ctlcmd.h>
@@ -48,10 +48,7 @@ int main(int argc, char** argv) {
     module->add_command("STOP", Greeter::stop, "end the daemon");
     module->start();
     std::cout << "serving as " << loop.get_name() << std::endl;
-    auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT;
-    while (!loop.finished()) {
-      timeout = loop.run(timeout);
-    }
+    loop.run_until_finished();
   } catch (const std::runtime_error& error) {
     std::cerr << error.what() << '\n';
     return 1;

@@ -39,10 +39,7 @@ int main(int argc, char** argv) {
     loop.add_watch(std::make_shared<qel::RawSock>(argv[1], on_frame, nullptr, qel::ieee1905_1::CMDU_ETHERTYPE));
     std::cout << "watching " << argv[1] << std::endl;
 
-    auto timeout = qel::daemon::Mainloop::DEFAULT_RUN_TIMEOUT;
-    while (!loop.finished()) {
-      timeout = loop.run(timeout);
-    }
+    loop.run_until_finished();
   } catch (const std::exception& error) {
     std::cerr << error.what() << '\n';
     return 1;

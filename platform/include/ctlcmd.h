@@ -1,9 +1,12 @@
 /** @file
  * The command shell of a daemon, of the platform's event-loop library: commands by name, served on an IPC endpoint.
  *
+ * A command is words: the name of a command of the served tables, or the name of a module and of one of its commands,
+ * then arguments. What the tables have comes first. Names of commands are compared without regard to case, names of
+ * modules exactly.
+ *
  * A command line is words parted by blanks; a word in double quotes may hold blanks, and a backslash before a double
- * quote or a backslash takes it literally. Names of commands are compared without regard to case, names of modules
- * exactly. */
+ * quote or a backslash takes it literally. */
 #ifndef CTLCMD_H
 #define CTLCMD_H
 
@@ -41,11 +44,13 @@ typedef struct ctlcmd_table {
 /** Results of a command, besides 0 and a handler's own. */
 #define CTLCMD_CLOSED 1        /**< success, and the one who asked is to leave */
 #define CTLCMD_NO_MODULE (-1)  /**< no module of this name */
-#define CTLCMD_NO_COMMAND (-2) /**< no command of this name, or an empty line */
+#define CTLCMD_NO_COMMAND (-2) /**< no command of this name, or none at all */
 #define CTLCMD_BAD_LINE (-3)   /**< a quote is not closed */
 #define CTLCMD_FAILED (-4)     /**< the command failed and said why in its answer */
+#define CTLCMD_TOO_LONG (-5)   /**< over IPC: the command ran, but its answer is longer than QELIPC_ANSWER_MAX */
 
-/** Adds to the answer, by a printf format. Lines of the answer end with a newline. */
+/** Adds to the answer, by a printf format. Lines of the answer end with a newline. Throws std::bad_alloc when out of
+ * memory, so that the command fails. */
 void ctlcmd_printf(ctlcmd_session* session, const char* format, ...) QELLOG_FORMAT(2, 3);
 
 /** Serves the commands of `table` and of all modules on an endpoint, from now until the endpoint is destroyed or
@@ -73,8 +78,8 @@ int ctlcmd_unregister_library(const char* name);
 /** Takes an answer, or a piece of one; `text` is not ended by a NUL. */
 typedef void (*ctlcmd_output)(void* context, const char* text, size_t length);
 
-/** Runs one command line in this process, at once. A `module` of NULL or "" means the commands of the served tables, of
- * the first service that knows the name.
+/** Runs one command line in this process, at once: of the `module`, or, when that is NULL or "", any command. One of
+ * the served tables is that of the first service that knows the name.
  *
  * The answer goes to infomsg(). Returns 0 for success or one of the results above; an error of the shell's own also
  * stands in the answer. */

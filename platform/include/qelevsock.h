@@ -68,8 +68,13 @@ void evsock_remove_fd(evsock* handle);
 /** Puts the descriptor back into blocking mode. Returns 0, or a negative errno. */
 int evsock_fd_blocking(evsock* handle);
 
-/** Asks for one more call of the write handler, in a later turn, as soon as the descriptor is writable. */
+/** Asks for one more call of the write handler, in a later turn, as soon as the descriptor is writable. To be called
+ * after a write(2) or send(2) of one's own that fell short, of which the library knows nothing. */
 void evsock_want_write(evsock* handle);
+
+/** Pauses reading with 0, at once: the read handler is not called until reading is wanted again, while what is there to
+ * read stays in the kernel. The other handlers are called as before. A new registration reads. */
+void evsock_want_read(evsock* handle, int wanted);
 
 /** Octets that the kernel buffers for the descriptor on the way out, at least 1. */
 int evsock_getobufsize(const evsock* handle);

@@ -12,24 +12,31 @@ extern "C" {
 /** A connection to the bus. */
 typedef struct qelipc_client qelipc_client;
 
-/** Connects. Returns NULL with errno set when there is no bus. */
+/** Connects. Waits for the bus, for five seconds at most. Returns NULL with errno set when there is none, ETIMEDOUT
+ * when it does not answer. */
 qelipc_client* qelipc_client_open(void);
 
 /** Disconnects. NULL is ignored. */
 void qelipc_client_close(qelipc_client* client);
 
-/** Calls `take`, which must not throw, with the name of each endpoint on the bus, in no order. Returns their number, or
- * a negative errno. */
+/** Calls `take`, which must not throw, with the name of each endpoint on the bus, in no order. Waits for the bus, for
+ * five seconds at most. Returns their number, or a negative errno. */
 int qelipc_client_list(qelipc_client* client, void (*take)(void* context, const char* name), void* context);
 
-/** Sends a command line to an endpoint's shell and waits for the answer. `module` may be NULL or "".
+/** Sends a command to an endpoint's shell, its words as they are, and waits for the whole answer. Behind the last word
+ * stands NULL.
  *
  * Returns 0 when the shell answered: the command's result (see ctlcmd.h) is then in `*result`, and its text in
  * `*answer`, to be freed with free(). Else a negative errno, nothing stored: -ENXIO when there is no such endpoint,
- * -ETIMEDOUT after `timeout_ms`, -EACCES when the bus's policy forbids it, -EOPNOTSUPP when the endpoint serves no
- * shell, -EINVAL when the text is not UTF-8. */
-int qelipc_client_command(qelipc_client* client, const char* endpoint, const char* module, const char* line,
-                          int timeout_ms, int* result, char** answer);
+ * -ETIMEDOUT when the answer is not complete after `timeout_ms`, -EACCES when the bus's policy forbids it, -EOPNOTSUPP
+ * when the endpoint serves no shell, -EINVAL when a word is not UTF-8, -EMSGSIZE when the command is longer than
+ * QELIPC_COMMAND_MAX, -ENOBUFS when the endpoint has too many answers to give, and this one is lost. */
+int qelipc_client_command(qelipc_client* client, const char* endpoint, const char* const* words, int timeout_ms,
+                          int* result, char** answer);
+
+/** The same with a line, which the shell splits into words. */
+int qelipc_client_command_line(qelipc_client* client, const char* endpoint, const char* line, int timeout_ms,
+                               int* result, char** answer);
 
 /** Takes an event: of which endpoint, its name, its octets (the library's, until the call ends). */
 typedef void (*qelipc_client_event)(void* context, const char* endpoint, const char* event, const void* data,

@@ -19,6 +19,7 @@
 
 #include <stddef.h>
 #include <stdint.h>
+#include <sys/types.h>
 
 #include "qellog.h"
 
@@ -29,15 +30,21 @@ extern "C" {
 /** The writer's end. */
 typedef struct shringbuf shringbuf;
 
-/** Creates the ring of this name, in about `size` octets of memory (at least 4096; the header comes on top, and the
- * slots are rounded down to a power of two). Owner and group may read it.
+/** Octets that a ring may have at most. */
+#define SHRINGBUF_SIZE_MAX (1024u * 1024u)
+
+/** Creates the ring of this name, in about `size` octets of memory (from 4096 to SHRINGBUF_SIZE_MAX; the header comes on
+ * top, and the slots are rounded down to a power of two). Owner and group may read it.
  *
- * What an earlier writer left under the name is replaced. When another writer of the name lives, the new ring is
- * private: it works, but no reader finds it. Returns NULL with errno set on failure. */
+ * What an earlier writer left under the name is replaced. When another writer of the name lives, or the name belongs to
+ * a user whose files we may not remove, the new ring is private: it works, but no reader finds it, which errmsg() tells.
+ * A ring called "app_", digits and "_log" is that of a loop without a name, which gets another number each time: the
+ * caller's own ones whose writers are dead are removed when one more is created. Returns NULL with errno set on
+ * failure. */
 shringbuf* shringbuf_init(const char* name, size_t size);
 
-/** Marks the ring as finished, removes its name and frees the writer's end. Readers that are attached keep what they
- * see. NULL is ignored. */
+/** Marks the ring as finished, removes its name unless that is another ring's by now, and frees the writer's end.
+ * Readers that are attached keep what they see. NULL is ignored. */
 void shringbuf_deinit(shringbuf* ring);
 
 /** Adds one line, by a printf format; newlines in it are kept. A line that would fill more than half of the ring is
@@ -48,15 +55,21 @@ int shringbuf_add(shringbuf* ring, const char* format, ...) QELLOG_FORMAT(2, 3);
 typedef struct shringbuf_reader shringbuf_reader;
 
 /** Opens the ring of this name for reading, at the oldest line that is still there. NULL with errno set when there is
- * none (ENOENT), it may not be read (EACCES) or it is not a ring (EPROTO). */
+ * none (ENOENT), it may not be read (EACCES) or it is not a ring (EPROTO, ELOOP).
+ *
+ * A reader only copies: whatever stands in the memory and whatever becomes of it, each call ends soon. */
 shringbuf_reader* shringbuf_attach(const char* name);
 
 /** Frees a reader's end. NULL is ignored. */
 void shringbuf_detach(shringbuf_reader* reader);
 
+/** Stores who owns the ring: whoever may make shared memory can make one of any name. Returns 0, or a negative errno. */
+int shringbuf_owner(const shringbuf_reader* reader, uid_t* user, gid_t* group);
+
 /** Takes the next line.
  *
- * Returns 1 and the line in `text` (cut at `size` - 1 octets, always ended by a NUL), or 0 when there is none yet.
+ * Returns 1 and the line in `text` (cut at `size` - 1 octets, always ended by a NUL), or 0 when there is none yet, or
+ * the memory makes no sense.
  * `time`, when not NULL, gets the microseconds since 1970-01-01 UTC at which the line was added. `lost`, when not NULL,
  * gets the number of parts that were overwritten before this reader came to them since the last call. */
 int shringbuf_read(shringbuf_reader* reader, char* text, size_t size, int64_t* time, uint32_t* lost);

@@ -1,8 +1,9 @@
 #include "bus.h"
 
 #include <stdlib.h>
+#include <time.h>
 
-#include <cerrno>
+#include <algorithm>
 
 namespace qel::platform {
 namespace {
@@ -59,6 +60,32 @@ int connect_to_bus(Bus& bus, std::uint64_t call_timeout_us) {
   return 0;
 }
 
+std::uint64_t now_us() {
+  timespec now;
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return static_cast<std::uint64_t>(now.tv_sec) * 1'000'000 + static_cast<std::uint64_t>(now.tv_nsec) / 1000;
+}
+
+std::uint64_t time_left_us(std::uint64_t until_us) {
+  const std::uint64_t now = now_us();
+  return until_us > now ? until_us - now : 1;
+}
+
+int wait_for_bus(sd_bus* bus, std::uint64_t until_us) {
+  int result = 0;
+  while (result >= 0 && (result = sd_bus_is_ready(bus)) == 0) {
+    if (now_us() >= until_us) {
+      return -ETIMEDOUT;
+    }
+    result = sd_bus_process(bus, nullptr);
+    if (result == 0) {
+      result = sd_bus_wait(bus, time_left_us(until_us));
+      result = result == -EINTR ? 0 : result;
+    }
+  }
+  return std::min(result, 0);
+}
+
 BusPlace place_of(const char* endpoint) {
   char* encoded = nullptr;
   if (sd_bus_path_encode(kPathPrefix, endpoint, &encoded) < 0) {
@@ -107,16 +134,19 @@ bool is_utf8(std::string_view text) {
   return true;
 }
 
-std::string to_utf8(std::string_view text) {
+std::string to_utf8(std::string text) {
+  if (is_utf8(text)) {
+    return text;
+  }
   std::string clean;
-  while (!text.empty()) {
-    const std::size_t length = sequence_length(text);
+  for (std::string_view rest = text; !rest.empty();) {
+    const std::size_t length = sequence_length(rest);
     if (length == 0) {
       clean += "\xef\xbf\xbd";
     } else {
-      clean += text.substr(0, length);
+      clean += rest.substr(0, length);
     }
-    text.remove_prefix(length == 0 ? 1 : length);
+    rest.remove_prefix(std::max<std::size_t>(length, 1));
   }
   return clean;
 }

@@ -4,13 +4,17 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 
 namespace qel::platform {
 
+/// Every endpoint owns this name or waits for it, before it has its own: the bus's policy counts both as owners.
+constexpr char kCommonBusName[] = "org.qel.ipc";
 constexpr char kBusNamePrefix[] = "org.qel.ipc.";
 constexpr char kPathPrefix[] = "/org/qel/ipc";
 constexpr char kInterface[] = "org.qel.ipc.Endpoint1";
@@ -26,15 +30,38 @@ struct UnrefMessage {
 using BusMessage = std::unique_ptr<sd_bus_message, UnrefMessage>;
 
 struct BusError {
-  sd_bus_error error = SD_BUS_ERROR_NULL;
+  sd_bus_error error{};
   BusError() = default;
   BusError(const BusError&) = delete;
   BusError& operator=(const BusError&) = delete;
   ~BusError() { sd_bus_error_free(&error); }
 };
 
+/// Runs what may be out of memory, which is a negative errno then.
+template <class Call>
+int guarded(Call call) {
+  try {
+    return call();
+  } catch (const std::bad_alloc&) {
+    return -ENOMEM;
+  }
+}
+
+/// How long the bus may take to let us in. sd-bus itself would wait 90 s for a bus that takes the connection and is
+/// silent then.
+constexpr std::uint64_t kConnectTimeoutUs = 5'000'000;
+
+/// Microseconds of the clock that sd-bus goes by.
+std::uint64_t now_us();
+
+/// Microseconds until then, at least one: for sd-bus, no time at all means its own time-out.
+std::uint64_t time_left_us(std::uint64_t until_us);
+
 /// Begins to connect to the bus; the handshake goes on as the connection is processed. Returns 0 or a negative errno.
 int connect_to_bus(Bus& bus, std::uint64_t call_timeout_us);
+
+/// Waits until the connection stands. Returns 0 or a negative errno, -ETIMEDOUT when it does not until then.
+int wait_for_bus(sd_bus* bus, std::uint64_t until_us);
 
 /// An endpoint's place on the bus.
 struct BusPlace {
@@ -54,7 +81,7 @@ int to_errno(const sd_bus_error& error, int result);
 bool is_utf8(std::string_view text);
 
 /// The text with everything that D-Bus cannot carry in a string replaced by U+FFFD.
-std::string to_utf8(std::string_view text);
+std::string to_utf8(std::string text);
 
 }  // namespace qel::platform
 

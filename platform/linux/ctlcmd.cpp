@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <memory>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +20,8 @@
 namespace {
 
 using Commands = std::vector<ctlcmd_command>;
+/// Behind the last one stands a null pointer.
+using Words = std::span<const char* const>;
 
 struct Module {
   const char* name;
@@ -95,17 +98,6 @@ struct ctlcmd_session {
 
 namespace {
 
-int run_words(ctlcmd_session& session, const ctlcmd_command* command, const std::vector<std::string>& words,
-              void* context) {
-  std::vector<const char*> argv;
-  argv.reserve(words.size() + 1);
-  for (const std::string& word : words) {
-    argv.push_back(word.c_str());
-  }
-  argv.push_back(nullptr);
-  return command->handler(&session, static_cast<int>(words.size()), argv.data(), context);
-}
-
 /// The shell on one endpoint.
 class Service final : public qel::platform::CommandServer {
  public:
@@ -118,7 +110,8 @@ class Service final : public qel::platform::CommandServer {
   const std::string& endpoint() const { return endpoint_; }
   const Commands& commands() const { return commands_; }
 
-  int run(const char* module, const char* line, ctlcmd_output output, void* output_context) override;
+  int run(const char* const* words, std::size_t count, ctlcmd_output output, void* output_context) override;
+  int run_line(const char* line, ctlcmd_output output, void* output_context) override;
   void endpoint_gone() override;
 
  private:
@@ -127,68 +120,110 @@ class Service final : public qel::platform::CommandServer {
   Commands commands_;
 };
 
-const ctlcmd_command* find_in_table(const Service& service, const char* name) {
-  return find_command(service.commands().data(), service.commands().size(), name);
-}
-
-// Runs a line for one service, or with `service` null for all of them.
-int run_line(const Service* service, const char* module, const char* line, ctlcmd_output output,
-             void* output_context) noexcept {
-  ctlcmd_session session{output, output_context, service};
-  try {
-    std::vector<std::string> words;
-    if (!split(line, words)) {
-      session.print("a quote is not closed\n");
-      return CTLCMD_BAD_LINE;
-    }
-    const char* const name = words.empty() ? "" : words.front().c_str();
-    if (module != nullptr && *module != '\0') {
-      const auto found = find_module(module);
-      if (found == modules().end()) {
-        session.print("no module \"" + std::string(module) + "\"\n");
-        return CTLCMD_NO_MODULE;
-      }
-      if (const auto* command = find_command(found->commands, found->count, name)) {
-        return run_words(session, command, words, found->context);
-      }
-    } else if (service != nullptr) {
-      if (const auto* command = find_in_table(*service, name)) {
-        // A copy, since the command may end the service.
-        const ctlcmd_command copy = *command;
-        return run_words(session, &copy, words, nullptr);
-      }
-    } else {
-      for (const auto& any : services()) {
-        if (find_in_table(*any, name) != nullptr) {
-          return run_line(any.get(), "", line, output, output_context);
-        }
-      }
-    }
-    session.print("no command \"" + std::string(name) + "\", try HELP\n");
-    return CTLCMD_NO_COMMAND;
-  } catch (const std::bad_alloc&) {
-    session.try_to_print("out of memory\n");
-    return CTLCMD_FAILED;
-  } catch (...) {
-    session.try_to_print("the command failed\n");
-    return CTLCMD_FAILED;
-  }
-}
-
-int Service::run(const char* module, const char* line, ctlcmd_output output, void* output_context) {
-  return run_line(this, module, line, output, output_context);
-}
-
-void Service::endpoint_gone() {
-  std::erase_if(services(), [this](const auto& service) { return service.get() == this; });
-}
-
 void list(const ctlcmd_session& session, const ctlcmd_command* commands, std::size_t count) {
   for (const auto* command = commands; command != commands + count; ++command) {
     std::string line = "  " + std::string(command->name);
     line.resize(std::max<std::size_t>(line.size() + 2, 20), ' ');
     session.print(line.append(command->help != nullptr ? command->help : "").append("\n"));
   }
+}
+
+const ctlcmd_command* find_in_table(const Service& service, const char* name) {
+  return find_command(service.commands().data(), service.commands().size(), name);
+}
+
+/// In the table of the service asked; when none is, in that of the first one that knows the name, which is then asked.
+const ctlcmd_command* find_in_tables(ctlcmd_session& session, const char* name) {
+  if (session.service != nullptr) {
+    return find_in_table(*session.service, name);
+  }
+  for (const auto& service : services()) {
+    if (const auto* command = find_in_table(*service, name)) {
+      session.service = service.get();
+      return command;
+    }
+  }
+  return nullptr;
+}
+
+/// The command may take itself and its table away.
+int call(ctlcmd_session& session, const ctlcmd_command& command, Words words, void* context) {
+  return command.handler(&session, static_cast<int>(words.size()), words.data(), context);
+}
+
+/// A command of the module; without one, a command of the tables or, behind its name, of any module.
+int run_words(ctlcmd_session& session, std::string_view module_name, Words words) {
+  const auto first = [&words]() -> const char* { return words.empty() ? "" : words.front(); };
+  if (module_name.empty()) {
+    if (const auto* command = find_in_tables(session, first())) {
+      return call(session, *command, words, nullptr);
+    }
+    if (find_module(first()) == modules().end()) {
+      session.print(std::string("no command \"") + first() + "\", try HELP\n");
+      return CTLCMD_NO_COMMAND;
+    }
+    module_name = first();
+    words = words.subspan(1);
+  }
+  const auto module = find_module(module_name);
+  const std::string quoted = "module \"" + std::string(module_name) + "\"";
+  if (module == modules().end()) {
+    session.print("no " + quoted + "\n");
+    return CTLCMD_NO_MODULE;
+  }
+  if (const auto* command = find_command(module->commands, module->count, first())) {
+    return call(session, *command, words, module->context);
+  }
+  if (words.empty()) {
+    session.print(quoted + " needs one of its commands:\n");
+    list(session, module->commands, module->count);
+  } else {
+    session.print(quoted + " has no command \"" + first() + "\", try HELP " + module->name + "\n");
+  }
+  return CTLCMD_NO_COMMAND;
+}
+
+/// What `run` gives, also when it fails.
+template <class Run>
+int guarded(const ctlcmd_session& session, Run run) noexcept {
+  try {
+    return run();
+  } catch (const std::bad_alloc&) {
+    session.try_to_print("out of memory\n");
+  } catch (...) {
+    session.try_to_print("the command failed\n");
+  }
+  return CTLCMD_FAILED;
+}
+
+int run_line(ctlcmd_session session, const char* module, std::string_view line) {
+  return guarded(session, [&] {
+    std::vector<std::string> words;
+    if (!split(line, words)) {
+      session.print("a quote is not closed\n");
+      return CTLCMD_BAD_LINE;
+    }
+    std::vector<const char*> argv;
+    argv.reserve(words.size() + 1);
+    for (const std::string& word : words) {
+      argv.push_back(word.c_str());
+    }
+    argv.push_back(nullptr);
+    return run_words(session, module != nullptr ? module : "", {argv.data(), words.size()});
+  });
+}
+
+int Service::run(const char* const* words, std::size_t count, ctlcmd_output output, void* output_context) {
+  ctlcmd_session session{output, output_context, this};
+  return guarded(session, [&] { return run_words(session, {}, {words, count}); });
+}
+
+int Service::run_line(const char* line, ctlcmd_output output, void* output_context) {
+  return ::run_line({output, output_context, this}, nullptr, line);
+}
+
+void Service::endpoint_gone() {
+  std::erase_if(services(), [this](const auto& service) { return service.get() == this; });
 }
 
 }  // namespace
@@ -201,10 +236,11 @@ QEL_EXPORT void ctlcmd_printf(ctlcmd_session* session, const char* format, ...) 
   char* text = nullptr;
   const int length = vasprintf(&text, format, values);
   va_end(values);
-  if (length >= 0) {
-    const std::unique_ptr<char, decltype(&free)> owner(text, free);  // the session's output may throw
-    session->print({text, static_cast<std::size_t>(length)});
+  if (length < 0) {
+    throw std::bad_alloc();  // an answer has no gaps: the command fails
   }
+  const std::unique_ptr<char, decltype(&free)> owner(text, free);  // the session's output may throw
+  session->print({text, static_cast<std::size_t>(length)});
 }
 
 QEL_EXPORT int ctlcmd_listen_start(struct qelipc* ipc, const char* endpoint, const ctlcmd_table* table) {
@@ -264,7 +300,7 @@ QEL_EXPORT int ctlcmd_unregister_library(const char* name) {
 
 QEL_EXPORT int ctlcmd_docommand_to(const char* module, const char* command, ctlcmd_output output,
                                    void* output_context) {
-  return command != nullptr && output != nullptr ? run_line(nullptr, module, command, output, output_context)
+  return command != nullptr && output != nullptr ? run_line({output, output_context, nullptr}, module, command)
                                                  : CTLCMD_NO_COMMAND;
 }
 

@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <new>
+#include <cstring>
+#include <optional>
 #include <utility>
 
 #include "qellog.h"
@@ -13,27 +14,44 @@
 namespace qel::platform {
 namespace {
 
-constexpr std::uint64_t kOpenTimeoutUs = 5'000'000;
 constexpr std::uint64_t kCallTimeoutUs = 1'000'000;
 constexpr int kReconnectMs = 250;
 /// Incoming messages handled in one turn, so that a flood leaves room for the rest of the loop.
 constexpr int kMessagesInTurn = 32;
-constexpr std::size_t kAnswerMax = std::size_t{1024} * 1024;
+/// Octets that may wait until the bus takes them.
+constexpr std::size_t kWaitingMax = std::size_t{8} * 1024 * 1024;
 
-void append_answer(void* answer, const char* text, size_t length) {
-  auto& collected = *static_cast<std::string*>(answer);
-  collected.append(text, std::min(length, kAnswerMax - collected.size()));
-}
+/// What a command prints.
+struct Output {
+  std::string text = {};
+  bool is_too_long = false;  ///< then nothing of it is kept
+
+  static void append(void* output, const char* text, size_t length) {
+    auto& self = *static_cast<Output*>(output);
+    self.is_too_long = self.is_too_long || length > QELIPC_ANSWER_MAX - self.text.size();
+    if (self.is_too_long) {
+      std::string().swap(self.text);
+    } else {
+      self.text.append(text, length);
+    }
+  }
+};
 
 }  // namespace
 
 const sd_bus_vtable Endpoint::kVtable[] = {
     SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD_WITH_ARGS("Message", SD_BUS_ARGS("s", source, "ay", data), SD_BUS_NO_RESULT, on_message,
+    SD_BUS_METHOD_WITH_ARGS("Message", SD_BUS_ARGS("s", source, "ay", data), SD_BUS_NO_RESULT,
+                            on_call<&Endpoint::take_message>,
                             SD_BUS_VTABLE_UNPRIVILEGED | SD_BUS_VTABLE_METHOD_NO_REPLY),
-    SD_BUS_METHOD_WITH_ARGS("Command", SD_BUS_ARGS("s", module, "s", line), SD_BUS_RESULT("i", result, "s", answer),
-                            on_command, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_SIGNAL_WITH_ARGS("Event", SD_BUS_ARGS("s", event, "ay", data), 0), SD_BUS_VTABLE_END};
+    SD_BUS_METHOD_WITH_ARGS("Command", SD_BUS_ARGS("as", words), SD_BUS_RESULT("i", result, "s", answer, "t", more),
+                            on_call<&Endpoint::take_command>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_ARGS("CommandLine", SD_BUS_ARGS("s", line), SD_BUS_RESULT("i", result, "s", answer, "t", more),
+                            on_call<&Endpoint::take_command_line>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD_WITH_ARGS("More", SD_BUS_ARGS("t", more), SD_BUS_RESULT("s", answer, "t", more),
+                            on_call<&Endpoint::take_more>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_SIGNAL_WITH_ARGS("Event", SD_BUS_ARGS("s", event, "ay", data), 0),
+    SD_BUS_VTABLE_END};
 
 Endpoint::~Endpoint() {
   if (server_ != nullptr) {
@@ -56,9 +74,20 @@ int Endpoint::open() {
   if (place_.bus_name.empty()) {
     return -EINVAL;
   }
-  int result = connect(kOpenTimeoutUs);
+  const std::uint64_t until = now_us() + kConnectTimeoutUs;
+  int result = connect(kConnectTimeoutUs);
   if (result >= 0) {
-    result = sd_bus_request_name(bus_.get(), place_.bus_name.c_str(), 0);
+    result = wait_for_bus(bus_.get(), until);
+  }
+  const auto request = [&](const char* name, std::uint64_t flags) {
+    sd_bus_set_method_call_timeout(bus_.get(), time_left_us(until));
+    return sd_bus_request_name(bus_.get(), name, flags);
+  };
+  if (result >= 0) {
+    result = request(kCommonBusName, SD_BUS_NAME_QUEUE);
+  }
+  if (result >= 0) {
+    result = request(place_.bus_name.c_str(), 0);
   }
   if (result >= 0) {
     sd_bus_set_method_call_timeout(bus_.get(), kCallTimeoutUs);
@@ -101,9 +130,14 @@ int Endpoint::listen_for_events() {
 }
 
 void Endpoint::begin_reconnect() {
+  give_up_at_ = now_us() + kConnectTimeoutUs;
   int result = connect(kCallTimeoutUs);
   if (result >= 0) {
     result = watch_connection();
+  }
+  if (result >= 0) {
+    // Without a callback, sd-bus closes the connection when this fails.
+    result = sd_bus_request_name_async(bus_.get(), nullptr, kCommonBusName, SD_BUS_NAME_QUEUE, nullptr, nullptr);
   }
   if (result >= 0) {
     result = sd_bus_request_name_async(bus_.get(), nullptr, place_.bus_name.c_str(), 0, on_name_reply, this);
@@ -133,6 +167,7 @@ int Endpoint::on_name_reply(sd_bus_message* message, void* endpoint, sd_bus_erro
 void Endpoint::drop_connection() {
   named_ = false;
   broken_ = false;
+  long_answers_.clear();
   if (timer_ != nullptr) {
     ctimer_unsetup_internal(&timer_, CTIMER_ONESHOT);
   }
@@ -161,6 +196,8 @@ void Endpoint::process() {
     result = sd_bus_process(bus_.get(), nullptr);
   }
   processing_ = false;
+  broken_ = broken_ || (!named_ && now_us() >= give_up_at_);
+  long_answers_.drop_overdue(now_us());
   const std::exception_ptr thrown = std::exchange(thrown_, nullptr);
   if (destroyed_) {
     delete this;
@@ -192,14 +229,13 @@ void Endpoint::schedule() {
   if ((events & POLLOUT) != 0) {
     evsock_want_write(watch_);
   }
+  until = std::min(until, named_ ? long_answers_.next_overdue() : give_up_at_);
   if (until == UINT64_MAX) {
     set_timer(-1);
     return;
   }
-  ctimer_tval now;
-  ctimer_elapsedtval(&now);
-  const std::uint64_t now_us = static_cast<std::uint64_t>(now.tv_sec) * 1000000 + static_cast<unsigned>(now.tv_usec);
-  const std::uint64_t wait_ms = until > now_us ? (until - now_us + 999) / 1000 : 0;
+  const std::uint64_t now = now_us();
+  const std::uint64_t wait_ms = until > now ? (until - now + 999) / 1000 : 0;
   set_timer(static_cast<int>(std::min<std::uint64_t>(wait_ms, INT_MAX)));
 }
 
@@ -230,10 +266,11 @@ void Endpoint::keep_exception(Function run) noexcept {
   }
 }
 
-int Endpoint::on_message(sd_bus_message* message, void* endpoint, sd_bus_error*) {
+template <int (Endpoint::*take)(sd_bus_message*, sd_bus_error*)>
+int Endpoint::on_call(sd_bus_message* message, void* endpoint, sd_bus_error* error) {
   auto& self = *static_cast<Endpoint*>(endpoint);
   int result = -EIO;
-  self.keep_exception([&] { result = self.take_message(message); });
+  self.keep_exception([&] { result = guarded([&] { return (self.*take)(message, error); }); });
   return result;
 }
 
@@ -244,18 +281,11 @@ int Endpoint::on_event(sd_bus_message* message, void* endpoint, sd_bus_error*) {
   return result;
 }
 
-int Endpoint::on_command(sd_bus_message* message, void* endpoint, sd_bus_error* error) {
-  auto& self = *static_cast<Endpoint*>(endpoint);
-  int result = -EIO;
-  self.keep_exception([&] { result = self.take_command(message, error); });
-  return result;
-}
-
 // Hands the octets that stand next in the message to the callbacks. A callback may remove others.
 void Endpoint::deliver(const char* name, sd_bus_message* message, const std::vector<Notifier>& to) {
   const void* octets = nullptr;
   size_t size = 0;
-  if (sd_bus_message_read_array(message, 'y', &octets, &size) < 0) {
+  if (sd_bus_message_read_array(message, 'y', &octets, &size) < 0 || size > QELIPC_DATA_MAX) {
     return;
   }
   std::vector<unsigned char> data(static_cast<const unsigned char*>(octets),
@@ -271,7 +301,7 @@ void Endpoint::deliver(const char* name, sd_bus_message* message, const std::vec
   }
 }
 
-int Endpoint::take_message(sd_bus_message* message) {
+int Endpoint::take_message(sd_bus_message* message, sd_bus_error*) {
   const char* source = nullptr;
   const int result = sd_bus_message_read(message, "s", &source);
   if (result < 0) {
@@ -298,18 +328,72 @@ int Endpoint::take_event(sd_bus_message* message) {
 }
 
 int Endpoint::take_command(sd_bus_message* message, sd_bus_error* error) {
-  const char* module = nullptr;
-  const char* line = nullptr;
-  int result = sd_bus_message_read(message, "ss", &module, &line);
-  if (result < 0) {
-    return result;
+  std::vector<const char*> words;
+  std::size_t octets = 0;
+  int result = sd_bus_message_enter_container(message, 'a', "s");
+  for (const char* word = nullptr; result >= 0;) {
+    result = sd_bus_message_read_basic(message, 's', &word);
+    if (result <= 0) {
+      break;
+    }
+    octets += strlen(word) + 1;
+    if (octets > QELIPC_COMMAND_MAX) {
+      return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the command is too long");
+    }
+    words.push_back(word);
   }
+  words.push_back(nullptr);
+  return result < 0 ? result : run_command(message, error, [&](Output& output) {
+    return server_->run(words.data(), words.size() - 1, Output::append, &output);
+  });
+}
+
+int Endpoint::take_command_line(sd_bus_message* message, sd_bus_error* error) {
+  const char* line = nullptr;
+  const int result = sd_bus_message_read(message, "s", &line);
+  if (result >= 0 && strlen(line) >= QELIPC_COMMAND_MAX) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the command is too long");
+  }
+  return result < 0 ? result : run_command(message, error, [&](Output& output) {
+    return server_->run_line(line, Output::append, &output);
+  });
+}
+
+template <class Run>
+int Endpoint::run_command(sd_bus_message* message, sd_bus_error* error, Run run) {
   if (server_ == nullptr) {
     return sd_bus_error_set(error, SD_BUS_ERROR_NOT_SUPPORTED, "this endpoint serves no commands");
   }
-  std::string answer;
-  result = server_->run(module, line, append_answer, &answer);
-  return sd_bus_reply_method_return(message, "is", result, to_utf8(answer).c_str());
+  if (!has_room_for(LongAnswers::kPiece)) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "too many answers wait for the bus");
+  }
+  Output output;
+  int result = run(output);
+  std::string answer = to_utf8(std::move(output.text));
+  if (output.is_too_long || answer.size() > QELIPC_ANSWER_MAX) {
+    result = CTLCMD_TOO_LONG;
+    answer = "the answer is longer than " + std::to_string(QELIPC_ANSWER_MAX / 1024 / 1024) + " MiB\n";
+  }
+  if (sd_bus_message_get_expect_reply(message) <= 0) {
+    return 1;
+  }
+  const auto piece = long_answers_.begin(std::move(answer), sd_bus_message_get_sender(message), now_us());
+  return sd_bus_reply_method_return(message, "ist", result, piece.text.c_str(), piece.more);
+}
+
+int Endpoint::take_more(sd_bus_message* message, sd_bus_error* error) {
+  std::uint64_t more = 0;
+  const int result = sd_bus_message_read(message, "t", &more);
+  if (result < 0) {
+    return result;
+  }
+  const auto piece = has_room_for(LongAnswers::kPiece)
+                         ? long_answers_.go_on(more, sd_bus_message_get_sender(message), now_us())
+                         : std::nullopt;
+  if (!piece) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the rest of this answer is not kept any more");
+  }
+  return sd_bus_reply_method_return(message, "st", piece->text.c_str(), piece->more);
 }
 
 // ---- What goes out
@@ -360,7 +444,23 @@ int Endpoint::send_event(const char* event, const void* data, unsigned size) {
   return result < 0 ? result : send(std::move(message), event, data, size);
 }
 
+/// Whether this much more may wait for the bus; if so, it counts from now on.
+bool Endpoint::has_room_for(std::size_t octets) {
+  std::uint64_t messages = 0;
+  if (sd_bus_get_n_queued_write(bus_.get(), &messages) < 0 || messages == 0) {
+    waiting_octets_ = 0;
+  }
+  if (octets > kWaitingMax - waiting_octets_) {
+    return false;
+  }
+  waiting_octets_ += octets;
+  return true;
+}
+
 int Endpoint::send(BusMessage message, const char* first, const void* data, unsigned size) {
+  if (!has_room_for(size)) {
+    return -ENOBUFS;
+  }
   int result = sd_bus_message_append(message.get(), "s", first);
   if (result >= 0) {
     result = sd_bus_message_append_array(message.get(), 'y', data, size);

@@ -10,6 +10,7 @@
 #include "bus.h"
 #include "ctimer.h"
 #include "endpoint_operations.h"
+#include "long_answers.h"
 #include "qelevsock.h"
 #include "qelipc.h"
 
@@ -58,22 +59,26 @@ class Endpoint final : public qelipc {
   int listen_for_events();
   void begin_reconnect();
   void drop_connection();
-  void lost_bus(const char* why);
   void process();
   void schedule();
   void set_timer(int milliseconds);
+  bool has_room_for(std::size_t octets);
   int send(BusMessage message, const char* first, const void* data, unsigned size);
   int look_up_owner(const std::string& bus_name);
   void deliver(const char* name, sd_bus_message* message, const std::vector<Notifier>& to);
 
-  int take_message(sd_bus_message* message);
+  int take_message(sd_bus_message* message, sd_bus_error*);
   int take_event(sd_bus_message* message);
   int take_command(sd_bus_message* message, sd_bus_error* error);
+  int take_command_line(sd_bus_message* message, sd_bus_error* error);
+  template <class Run>
+  int run_command(sd_bus_message* message, sd_bus_error* error, Run run);
+  int take_more(sd_bus_message* message, sd_bus_error* error);
   template <class Function>
   void keep_exception(Function run) noexcept;
 
-  static int on_message(sd_bus_message* message, void* endpoint, sd_bus_error*);
-  static int on_command(sd_bus_message* message, void* endpoint, sd_bus_error*);
+  template <int (Endpoint::*take)(sd_bus_message*, sd_bus_error*)>
+  static int on_call(sd_bus_message* message, void* endpoint, sd_bus_error* error);
   static int on_event(sd_bus_message* message, void* endpoint, sd_bus_error*);
   static int on_name_reply(sd_bus_message* message, void* endpoint, sd_bus_error*);
   static const sd_bus_vtable kVtable[];
@@ -84,6 +89,7 @@ class Endpoint final : public qelipc {
   evsock* watch_ = nullptr;
   ctimerhandle timer_ =
       nullptr;  ///< the next step without input: a time-out of sd-bus, messages left over, reconnecting
+  std::uint64_t give_up_at_ = 0;  ///< of now_us(): when the attempt to come back to the bus has failed
   bool named_ = false;
   bool broken_ = false;  ///< the connection is to be given up as soon as no sd-bus function is running
   bool processing_ = false;
@@ -92,6 +98,8 @@ class Endpoint final : public qelipc {
   Notifier handler_ = {};
   std::vector<Notifier> notifiers_;
   CommandServer* server_ = nullptr;
+  LongAnswers long_answers_;
+  std::size_t waiting_octets_ = 0;  ///< at most so many were sent and wait for the bus
 };
 
 }  // namespace qel::platform

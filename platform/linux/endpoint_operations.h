@@ -3,15 +3,20 @@
 #ifndef QEL_PLATFORM_ENDPOINT_OPERATIONS_H
 #define QEL_PLATFORM_ENDPOINT_OPERATIONS_H
 
+#include <cstddef>
+
 #include "ctlcmd.h"
 
 namespace qel::platform {
 
-/// Runs command lines that come in through an endpoint.
+/// Runs commands that come in through an endpoint.
 class CommandServer {
  public:
-  /// Runs one line and hands its answer to `output`; a result as in ctlcmd.h.
-  virtual int run(const char* module, const char* line, ctlcmd_output output, void* output_context) = 0;
+  /// Runs the command of `count` words, behind which stands a null pointer, and hands its answer to `output`; a result
+  /// as in ctlcmd.h.
+  virtual int run(const char* const* words, std::size_t count, ctlcmd_output output, void* output_context) = 0;
+  /// The same for a line that is to be split into words.
+  virtual int run_line(const char* line, ctlcmd_output output, void* output_context) = 0;
   /// The endpoint is destroyed; it does not use this object any more.
   virtual void endpoint_gone() = 0;
 

@@ -120,6 +120,16 @@ QEL_EXPORT void evsock_want_write(evsock* handle) {
   }
 }
 
+QEL_EXPORT void evsock_want_read(evsock* handle, int wanted) {
+  if (handle != nullptr && handle->live) {
+    handle->read_wanted = wanted != 0;
+    if (!handle->read_wanted) {
+      handle->ready &= ~(1u << evsock::READING);
+    }
+    Loop::peek()->update_interest(handle);
+  }
+}
+
 QEL_EXPORT int evsock_getobufsize(const evsock* handle) {
   if (handle == nullptr) {
     return 1;

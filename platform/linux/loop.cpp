@@ -286,7 +286,7 @@ void Loop::remove(evsock* watch) {
 
 void Loop::update_interest(evsock* watch) {
   int events = 0;
-  if (watch->callbacks[evsock::READING] != nullptr) {
+  if (watch->read_wanted && watch->callbacks[evsock::READING] != nullptr) {
     events |= EV_READ;
   }
   if (watch->write_wanted && watch->callbacks[evsock::WRITING] != nullptr) {

@@ -120,7 +120,8 @@ struct evsock {
   enum Event : unsigned { PRIORITY, READING, WRITING, HANGUP, EVENTS };
 
   int fd = -1;
-  bool live = true;          ///< false once removed, or when the loop went down
+  bool live = true;  ///< false once removed, or when the loop went down
+  bool read_wanted = true;
   bool write_wanted = true;  ///< the write handler is due when the descriptor is writable
   bool unusual = false;      ///< in the set for hang-up and priority data
   unsigned ready = 0;        ///< bit 1 << event

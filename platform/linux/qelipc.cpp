@@ -13,6 +13,7 @@
 namespace {
 
 using qel::platform::Endpoint;
+using qel::platform::guarded;
 
 std::vector<Endpoint*>& endpoints() {
   static auto& all = *new std::vector<Endpoint*>;
@@ -39,16 +40,6 @@ int take_again() {
 }
 
 Endpoint& of(qelipc* ipc) { return *static_cast<Endpoint*>(ipc); }
-
-// Runs what may be out of memory; a negative errno instead of an exception.
-template <class Call>
-int guarded(Call call) noexcept {
-  try {
-    return call();
-  } catch (const std::bad_alloc&) {
-    return -ENOMEM;
-  }
-}
 
 }  // namespace
 

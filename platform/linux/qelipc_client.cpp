@@ -2,13 +2,14 @@
 
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <new>
 
 #include "bus.h"
 #include "export.h"
+#include "qelipc.h"
 
 using namespace qel::platform;
 
@@ -18,8 +19,6 @@ struct qelipc_client {
 };
 
 namespace {
-
-constexpr std::uint64_t kCallTimeoutUs = 5'000'000;
 
 struct Subscription {
   qelipc_client* client;
@@ -43,11 +42,68 @@ int on_event(sd_bus_message* message, void* userdata, sd_bus_error*) {
   return 0;
 }
 
-std::int64_t now_us() {
-  timespec now;
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return std::int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
-}
+/// A command and its answer, piece by piece.
+class Conversation {
+ public:
+  Conversation(qelipc_client* client, const char* endpoint, int timeout_ms)
+      : bus_(client->bus.get()),
+        place_(place_of(endpoint)),
+        until_(now_us() + static_cast<std::uint64_t>(std::max(timeout_ms, 1)) * 1000) {}
+
+  /// As qelipc_client_command(); `append` puts the command into the call of `method`.
+  template <class Append>
+  int run(const char* method, int* result, char** answer, Append append) {
+    if (place_.bus_name.empty()) {
+      return -ENXIO;
+    }
+    int status = call(method, append);
+    std::int32_t code = 0;
+    if (status >= 0) {
+      status = sd_bus_message_read(reply_.get(), "i", &code);
+    }
+    std::string text;
+    std::uint64_t more = 0;
+    while (status >= 0 && (status = take_piece(text, more)) >= 0 && more != 0) {
+      status = call("More", [&more](sd_bus_message* next) { return sd_bus_message_append(next, "t", more); });
+    }
+    char* copy = status >= 0 ? strdup(text.c_str()) : nullptr;
+    if (copy == nullptr) {
+      return status < 0 ? status : -ENOMEM;
+    }
+    *result = code;
+    *answer = copy;
+    return 0;
+  }
+
+ private:
+  template <class Append>
+  int call(const char* method, Append append) {
+    sd_bus_message* created = nullptr;
+    int status = sd_bus_message_new_method_call(bus_, &created, place_.bus_name.c_str(), place_.path.c_str(),
+                                                kInterface, method);
+    const BusMessage call(created);
+    if (status < 0 || (status = sd_bus_message_set_auto_start(created, 0)) < 0 || (status = append(created)) < 0) {
+      return status;
+    }
+    BusError error;
+    sd_bus_message* replied = nullptr;
+    status = sd_bus_call(bus_, created, time_left_us(until_), &error.error, &replied);
+    reply_.reset(replied);
+    return status < 0 ? to_errno(error.error, status) : status;
+  }
+
+  int take_piece(std::string& text, std::uint64_t& more) {
+    const char* piece = nullptr;
+    const int status = sd_bus_message_read(reply_.get(), "st", &piece, &more);
+    text += status >= 0 ? piece : "";
+    return status;
+  }
+
+  sd_bus* bus_;
+  BusPlace place_;
+  std::uint64_t until_;
+  BusMessage reply_;
+};
 
 }  // namespace
 
@@ -55,11 +111,10 @@ extern "C" {
 
 QEL_EXPORT qelipc_client* qelipc_client_open(void) {
   std::unique_ptr<qelipc_client> client(new (std::nothrow) qelipc_client);
-  int result = client != nullptr ? connect_to_bus(client->bus, kCallTimeoutUs) : -ENOMEM;
+  const std::uint64_t until = now_us() + kConnectTimeoutUs;
+  int result = client != nullptr ? connect_to_bus(client->bus, kConnectTimeoutUs) : -ENOMEM;
   if (result >= 0) {
-    // Any call waits until the connection stands.
-    result = sd_bus_call_method(client->bus.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                "org.freedesktop.DBus", "GetId", nullptr, nullptr, "");
+    result = wait_for_bus(client->bus.get(), until);
   }
   if (result < 0) {
     errno = -result;
@@ -89,47 +144,32 @@ QEL_EXPORT int qelipc_client_list(qelipc_client* client, void (*take)(void* cont
   return count;
 }
 
-QEL_EXPORT int qelipc_client_command(qelipc_client* client, const char* endpoint, const char* module, const char* line,
+QEL_EXPORT int qelipc_client_command(qelipc_client* client, const char* endpoint, const char* const* words,
                                      int timeout_ms, int* result, char** answer) {
-  if (module == nullptr) {
-    module = "";
+  std::size_t octets = 0;
+  for (const char* const* word = words; *word != nullptr; ++word) {
+    if (!is_utf8(*word)) {
+      return -EINVAL;
+    }
+    octets += strlen(*word) + 1;
   }
-  if (!is_utf8(module) || !is_utf8(line)) {
+  return octets > QELIPC_COMMAND_MAX ? -EMSGSIZE : guarded([&] {
+    return Conversation(client, endpoint, timeout_ms).run("Command", result, answer, [&](sd_bus_message* call) {
+      return sd_bus_message_append_strv(call, const_cast<char**>(words));
+    });
+  });
+}
+
+QEL_EXPORT int qelipc_client_command_line(qelipc_client* client, const char* endpoint, const char* line, int timeout_ms,
+                                          int* result, char** answer) {
+  if (!is_utf8(line)) {
     return -EINVAL;
   }
-  const BusPlace place = place_of(endpoint);
-  if (place.bus_name.empty()) {
-    return -ENXIO;
-  }
-  sd_bus_message* created = nullptr;
-  int status = sd_bus_message_new_method_call(client->bus.get(), &created, place.bus_name.c_str(), place.path.c_str(),
-                                              kInterface, "Command");
-  const BusMessage call(created);
-  if (status < 0 || (status = sd_bus_message_set_auto_start(created, 0)) < 0 ||
-      (status = sd_bus_message_append(created, "ss", module, line)) < 0) {
-    return status;
-  }
-  BusError error;
-  sd_bus_message* replied = nullptr;
-  status = sd_bus_call(client->bus.get(), created, static_cast<std::uint64_t>(timeout_ms > 0 ? timeout_ms : 1) * 1000,
-                       &error.error, &replied);
-  const BusMessage reply(replied);
-  if (status < 0) {
-    return to_errno(error.error, status);
-  }
-  std::int32_t code = 0;
-  const char* text = nullptr;
-  status = sd_bus_message_read(replied, "is", &code, &text);
-  if (status < 0) {
-    return status;
-  }
-  char* copy = strdup(text);
-  if (copy == nullptr) {
-    return -ENOMEM;
-  }
-  *result = code;
-  *answer = copy;
-  return 0;
+  return strlen(line) >= QELIPC_COMMAND_MAX ? -EMSGSIZE : guarded([&] {
+    return Conversation(client, endpoint, timeout_ms).run("CommandLine", result, answer, [&](sd_bus_message* call) {
+      return sd_bus_message_append(call, "s", line);
+    });
+  });
 }
 
 QEL_EXPORT int qelipc_client_subscribe(qelipc_client* client, const char* endpoint, qelipc_client_event take,
@@ -154,7 +194,8 @@ QEL_EXPORT int qelipc_client_subscribe(qelipc_client* client, const char* endpoi
 }
 
 QEL_EXPORT int qelipc_client_wait(qelipc_client* client, int timeout_ms) {
-  const std::int64_t until = now_us() + std::int64_t{timeout_ms} * 1000;
+  const bool is_limited = timeout_ms >= 0;
+  const std::uint64_t until = is_limited ? now_us() + static_cast<std::uint64_t>(timeout_ms) * 1000 : UINT64_MAX;
   client->delivered = false;
   while (true) {
     int result = sd_bus_process(client->bus.get(), nullptr);
@@ -167,9 +208,8 @@ QEL_EXPORT int qelipc_client_wait(qelipc_client* client, int timeout_ms) {
     if (result > 0) {
       continue;
     }
-    const std::int64_t left = timeout_ms < 0 ? -1 : std::max<std::int64_t>(until - now_us(), 0);
-    result = sd_bus_wait(client->bus.get(), left < 0 ? UINT64_MAX : static_cast<std::uint64_t>(left));
-    if (result == -EINTR || (result == 0 && left >= 0)) {
+    result = sd_bus_wait(client->bus.get(), is_limited ? time_left_us(until) : UINT64_MAX);
+    if (result == -EINTR || (result == 0 && is_limited)) {
       return 0;
     }
     if (result < 0) {

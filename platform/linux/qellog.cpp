@@ -253,7 +253,8 @@ class Messages {
   std::string octets_;
 };
 
-void show_formatted(int priority, std::string_view start, const char* format, va_list values) noexcept {
+[[gnu::format(printf, 3, 0)]] void show_formatted(int priority, std::string_view start, const char* format,
+                                                  va_list values) noexcept {
   Messages& messages = Messages::get();
   char small[1024];
   va_list again;

@@ -1,6 +1,7 @@
 #include "ring_layout.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 
 namespace qel::platform {
 namespace {
@@ -26,6 +27,10 @@ std::string object_name(const char* ring_name) {
     }
   }
   return name;
+}
+
+int open_object(const std::string& name, int flags) {
+  return shm_open(name.c_str(), flags | O_NONBLOCK | O_CLOEXEC, 0);  // which never follows a link
 }
 
 bool has_writer(int fd) {

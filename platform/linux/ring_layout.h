@@ -2,17 +2,17 @@
 #ifndef QEL_PLATFORM_RING_LAYOUT_H
 #define QEL_PLATFORM_RING_LAYOUT_H
 
-#include <sys/stat.h>
-
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 
+#include "shringbuf.h"
+
 namespace qel::platform {
 
 // Everything in shared memory is a 32-bit atomic word: wider ones are not lock-free on every target, and the text is
-// copied word by word so that a reader that overlaps the writer reads old or new words and nothing undefined.
+// written word by word so that a reader that overlaps the writer gets old or new words.
 using Word = std::atomic<std::uint32_t>;
 static_assert(Word::is_always_lock_free && sizeof(Word) == 4);
 
@@ -24,40 +24,45 @@ constexpr std::uint32_t kGoneOn = 0x40000000;
 constexpr std::uint32_t kLengthMask = 0x3fffffff;
 constexpr std::uint32_t kPartMask = 0x7fffffff;
 
-struct RingSlot {
-  Word sequence;
-  Word length;
-  Word time_low;
-  Word time_high;
-  Word text[kTextWords];
+template <class Number>
+struct BasicRingSlot {
+  Number sequence;
+  Number length;
+  Number time_low;
+  Number time_high;
+  Number text[kTextWords];
 };
+using RingSlot = BasicRingSlot<Word>;
 static_assert(sizeof(RingSlot) == 256);
 
-struct RingHeader {
-  Word magic;
-  Word version;
-  Word slot_size;
-  Word slots;
-  Word next_part;
-  Word finished;
-  Word unused[10];
-
-  RingSlot& slot_of(std::uint32_t part) { return slots_begin()[part & (slots.load(std::memory_order_relaxed) - 1)]; }
-  const RingSlot& slot_of(std::uint32_t part, std::uint32_t slot_count) const {
-    return slots_begin()[part & (slot_count - 1)];
-  }
-
- private:
-  RingSlot* slots_begin() { return reinterpret_cast<RingSlot*>(this + 1); }
-  const RingSlot* slots_begin() const { return reinterpret_cast<const RingSlot*>(this + 1); }
+template <class Number>
+struct BasicRingHeader {
+  Number magic;
+  Number version;
+  Number slot_size;
+  Number slots;
+  Number next_part;
+  Number finished;
+  Number unused[10];
 };
+using RingHeader = BasicRingHeader<Word>;
 static_assert(sizeof(RingHeader) == 64);
+
+/// As they are copied out of the shared memory.
+using RingSlotCopy = BasicRingSlot<std::uint32_t>;
+using RingHeaderCopy = BasicRingHeader<std::uint32_t>;
 
 constexpr std::uint32_t kRingMagic = 0x524c4551;  // "QELR" on a little-endian machine
 constexpr std::uint32_t kRingVersion = 1;
+/// A power of two. A reader believes in no more, so that nothing in the memory can keep it busy.
+constexpr std::uint32_t kSlotsMax = SHRINGBUF_SIZE_MAX / sizeof(RingSlot);
 
 /// The name of the shared memory object of a ring.
 std::string object_name(const char* ring_name);
+
+/// Opens a shared memory object, or whatever else has its name: without following a link and without waiting. Returns
+/// the descriptor, or -1 with errno set.
+int open_object(const std::string& name, int flags);
 
 /// Whether a writer holds the ring that `fd` refers to: it keeps a lock on the object that ends with its life.
 bool has_writer(int fd);

@@ -1,8 +1,10 @@
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
 #include <cerrno>
 #include <cstring>
@@ -15,54 +17,65 @@
 using namespace qel::platform;
 
 struct shringbuf_reader {
-  const RingHeader* header;
-  std::size_t size;
-  std::uint32_t slots;  ///< as checked when attached
-  std::uint32_t next_part;
   int fd;
+  std::uint32_t slots;  ///< as checked when attached
+  std::uint32_t next_part = 0;
 };
 
 namespace {
+
+// Mapped memory could be cut off under the reader, which would then die of a SIGBUS; so all is read.
+template <class Value>
+bool read_at(int fd, std::size_t offset, Value& value) {
+  return pread(fd, &value, sizeof value, static_cast<off_t>(offset)) == static_cast<ssize_t>(sizeof value);
+}
+
+std::size_t offset_of(const shringbuf_reader& reader, std::uint32_t part) {
+  return sizeof(RingHeader) + (part & (reader.slots - 1)) * sizeof(RingSlot);
+}
+
+// The sequence of the slot that a part goes to; that of an empty one where the memory is gone.
+std::uint32_t sequence_for(const shringbuf_reader& reader, std::uint32_t part) {
+  std::uint32_t sequence = 0;
+  return read_at(reader.fd, offset_of(reader, part), sequence) ? sequence : 0;
+}
 
 struct Part {
   std::size_t length;
   bool goes_on;
   bool gone_on;
   std::int64_t time;
-  char text[kTextOctets];
+  RingSlotCopy slot;
 };
 
 enum class Copy { DONE, NOT_YET, OVERWRITTEN };
 
 // Copies part `number`. The sequence tells before and after the copy whether the slot held it all the time.
 Copy copy_part(const shringbuf_reader& reader, std::uint32_t number, Part& part) {
-  const RingSlot& slot = reader.header->slot_of(number, reader.slots);
   const std::uint32_t complete = 2 * number + 2;
-  const std::uint32_t before = slot.sequence.load(std::memory_order_acquire);
+  const std::uint32_t before = sequence_for(reader, number);
+  std::atomic_thread_fence(std::memory_order_acquire);
   if (before != complete) {
     return static_cast<std::int32_t>(before - complete) < 0 ? Copy::NOT_YET : Copy::OVERWRITTEN;
   }
-  const std::uint32_t length = slot.length.load(std::memory_order_relaxed);
-  part.goes_on = (length & kGoesOn) != 0;
-  part.gone_on = (length & kGoneOn) != 0;
-  part.length = std::min<std::size_t>(length & kLengthMask, kTextOctets);
-  part.time = static_cast<std::int64_t>(std::uint64_t{slot.time_high.load(std::memory_order_relaxed)} << 32 |
-                                        slot.time_low.load(std::memory_order_relaxed));
-  for (std::size_t done = 0; done < part.length; done += 4) {
-    const std::uint32_t word = slot.text[done / 4].load(std::memory_order_relaxed);
-    std::memcpy(part.text + done, &word, std::min<std::size_t>(4, part.length - done));
+  if (!read_at(reader.fd, offset_of(reader, number), part.slot)) {
+    return Copy::NOT_YET;
   }
   std::atomic_thread_fence(std::memory_order_acquire);
-  return slot.sequence.load(std::memory_order_relaxed) == complete ? Copy::DONE : Copy::OVERWRITTEN;
+  part.goes_on = (part.slot.length & kGoesOn) != 0;
+  part.gone_on = (part.slot.length & kGoneOn) != 0;
+  part.length = std::min<std::size_t>(part.slot.length & kLengthMask, kTextOctets);
+  part.time = static_cast<std::int64_t>(std::uint64_t{part.slot.time_high} << 32 | part.slot.time_low);
+  return sequence_for(reader, number) == complete ? Copy::DONE : Copy::OVERWRITTEN;
 }
 
 std::uint32_t oldest_part(const shringbuf_reader& reader) {
-  const std::uint32_t next = reader.header->next_part.load(std::memory_order_acquire);
+  RingHeaderCopy header = {};
+  read_at(reader.fd, 0, header);
+  std::atomic_thread_fence(std::memory_order_acquire);
   // In the first round, the last slot is still empty.
-  const bool full =
-      next >= reader.slots ||
-      reader.header->slot_of(reader.slots - 1, reader.slots).sequence.load(std::memory_order_acquire) != 0;
-  return full ? (next - reader.slots) & kPartMask : 0;
+  const bool full = header.next_part >= reader.slots || sequence_for(reader, reader.slots - 1) != 0;
+  return full ? (header.next_part - reader.slots) & kPartMask : 0;
 }
 
 // Goes on at the oldest part, but beyond the present one, which is known to be gone. Returns how many were left out.
@@ -75,6 +88,15 @@ std::uint32_t catch_up(shringbuf_reader& reader) {
   return skipped;
 }
 
+// Copies the header of what may be a ring.
+bool is_ring(int fd, RingHeaderCopy& header) {
+  struct stat status;
+  return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && read_at(fd, 0, header) && header.magic == kRingMagic &&
+         header.version == kRingVersion && header.slot_size == sizeof(RingSlot) && std::has_single_bit(header.slots) &&
+         header.slots <= kSlotsMax &&
+         status.st_size >= static_cast<off_t>(sizeof(RingHeader) + header.slots * sizeof(RingSlot));
+}
+
 }  // namespace
 
 extern "C" {
@@ -85,31 +107,21 @@ QEL_EXPORT shringbuf_reader* shringbuf_attach(const char* name) {
     return nullptr;
   }
   try {
-    const int fd = shm_open(object_name(name).c_str(), O_RDONLY | O_CLOEXEC, 0);
+    const int fd = open_object(object_name(name), O_RDONLY);
     if (fd < 0) {
       return nullptr;
     }
-    struct stat status;
-    void* memory = MAP_FAILED;
-    std::size_t size = 0;
-    if (fstat(fd, &status) == 0 && status.st_size >= static_cast<off_t>(sizeof(RingHeader) + sizeof(RingSlot))) {
-      size = static_cast<std::size_t>(status.st_size);
-      memory = mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
-    }
-    if (memory != MAP_FAILED) {
-      const auto* header = static_cast<const RingHeader*>(memory);
-      const std::uint32_t slots = header->slots.load();
-      if (header->magic.load() == kRingMagic && header->version.load() == kRingVersion &&
-          header->slot_size.load() == sizeof(RingSlot) && std::has_single_bit(slots) &&
-          slots <= (size - sizeof(RingHeader)) / sizeof(RingSlot)) {
-        auto* reader = new shringbuf_reader{header, size, slots, 0, fd};
+    int error = EPROTO;
+    if (RingHeaderCopy header; is_ring(fd, header)) {
+      auto* reader = new (std::nothrow) shringbuf_reader{fd, header.slots};
+      if (reader != nullptr) {
         reader->next_part = oldest_part(*reader);
         return reader;
       }
-      munmap(memory, size);
+      error = ENOMEM;
     }
     close(fd);
-    errno = EPROTO;
+    errno = error;
   } catch (const std::bad_alloc&) {
     errno = ENOMEM;
   }
@@ -118,20 +130,34 @@ QEL_EXPORT shringbuf_reader* shringbuf_attach(const char* name) {
 
 QEL_EXPORT void shringbuf_detach(shringbuf_reader* reader) {
   if (reader != nullptr) {
-    munmap(const_cast<RingHeader*>(reader->header), reader->size);
     close(reader->fd);
     delete reader;
   }
 }
 
+QEL_EXPORT int shringbuf_owner(const shringbuf_reader* reader, uid_t* user, gid_t* group) {
+  struct stat status;
+  if (fstat(reader->fd, &status) != 0) {
+    return -errno;
+  }
+  *user = status.st_uid;
+  *group = status.st_gid;
+  return 0;
+}
+
 QEL_EXPORT int shringbuf_read(shringbuf_reader* reader, char* text, size_t size, int64_t* time, uint32_t* lost) {
   std::uint32_t lost_parts = 0;
   int result = -1;
+  // A ring as writers make it takes fewer steps, even when its writer overtakes the reader.
+  std::uint32_t steps = 4 * reader->slots;
+  Part part;
+  const auto copy_next = [&](std::uint32_t number) {
+    return steps-- > 0 ? copy_part(*reader, number, part) : Copy::NOT_YET;
+  };
   while (result < 0) {
-    Part part;
     std::uint32_t number = reader->next_part;
     std::size_t filled = 0;
-    Copy copy = copy_part(*reader, number, part);
+    Copy copy = copy_next(number);
     if (copy == Copy::DONE && part.gone_on) {
       // The beginning of this line was overwritten.
       reader->next_part = (number + 1) & kPartMask;
@@ -140,13 +166,13 @@ QEL_EXPORT int shringbuf_read(shringbuf_reader* reader, char* text, size_t size,
     }
     while (copy == Copy::DONE) {
       const std::size_t taken = std::min(part.length, size > 0 ? size - 1 - filled : 0);
-      std::memcpy(text + filled, part.text, taken);
+      std::memcpy(text + filled, part.slot.text, taken);
       filled += taken;
       number = (number + 1) & kPartMask;
       if (!part.goes_on) {
         break;
       }
-      copy = copy_part(*reader, number, part);
+      copy = copy_next(number);
     }
     if (copy == Copy::OVERWRITTEN) {
       lost_parts += catch_up(*reader);
@@ -170,7 +196,8 @@ QEL_EXPORT int shringbuf_read(shringbuf_reader* reader, char* text, size_t size,
 }
 
 QEL_EXPORT int shringbuf_writer_alive(const shringbuf_reader* reader) {
-  return reader->header->finished.load(std::memory_order_acquire) == 0 && has_writer(reader->fd) ? 1 : 0;
+  RingHeaderCopy header = {};
+  return read_at(reader->fd, 0, header) && header.finished == 0 && has_writer(reader->fd) ? 1 : 0;
 }
 
 QEL_EXPORT int shringbuf_remove(const char* name) {
@@ -179,7 +206,7 @@ QEL_EXPORT int shringbuf_remove(const char* name) {
   }
   try {
     const std::string object = object_name(name);
-    const int fd = shm_open(object.c_str(), O_RDONLY | O_CLOEXEC, 0);
+    const int fd = open_object(object, O_RDONLY);
     if (fd < 0) {
       return -errno;
     }

@@ -1,5 +1,7 @@
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -9,15 +11,19 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string_view>
 #include <utility>
 
 #include "export.h"
+#include "qellog.h"
 #include "ring_layout.h"
 #include "shringbuf.h"
 
 using namespace qel::platform;
+
+constexpr char kFolder[] = "/dev/shm";  // of the C library's shm_open()
 
 struct shringbuf {
   RingHeader* header;
@@ -30,36 +36,55 @@ struct shringbuf {
 
 namespace {
 
-void close_keeping_errno(int fd) {
-  const int error = errno;
+// Frees the name from what a dead writer left there. 0, or why the name cannot be had: EBUSY when its writer lives.
+int clear_name(const std::string& name) {
+  const int fd = open_object(name, O_RDONLY);
+  if (fd < 0 && errno == ENOENT) {
+    return 0;
+  }
+  const bool alive = fd >= 0 && has_writer(fd);
+  if (fd >= 0) {
+    close(fd);
+  }
+  if (alive) {
+    return EBUSY;
+  }
+  return shm_unlink(name.c_str()) == 0 || errno == ENOENT ? 0 : errno;
+}
+
+void tell_why_private(const char* ring_name, const std::string& name, int error) {
+  struct stat status;
+  if (lstat((kFolder + name).c_str(), &status) == 0 && status.st_uid != geteuid()) {
+    errmsg("the log ring \"%s\" can be read by nobody: its name belongs to the user %u", ring_name,
+           unsigned{status.st_uid});
+  } else {
+    errmsg("the log ring \"%s\" can be read by nobody: %s", ring_name,
+           error == EBUSY ? "another process has one of that name" : strerror(error));
+  }
+}
+
+// Removes a new object; `error` is then in errno.
+void give_up(int fd, const std::string& name, int error) {
+  if (!name.empty()) {
+    shm_unlink(name.c_str());
+  }
   close(fd);
   errno = error;
 }
 
-// Frees the name from what a dead writer left there. False when a living writer has it.
-bool clear_name(const std::string& name) {
-  const int fd = shm_open(name.c_str(), O_RDWR | O_CLOEXEC, 0);
-  if (fd < 0) {
-    return errno == ENOENT;
-  }
-  const bool dead = !has_writer(fd);
-  if (dead) {
-    shm_unlink(name.c_str());
-  }
-  close(fd);
-  return dead;
-}
-
-// Creates the object under the name, or without a name when a living writer has it; `name` is then emptied.
-int create_object(std::string& name, std::size_t size) {
+// Creates the object under the name, or without a name when that cannot be had; `name` is then emptied.
+int create_object(const char* ring_name, std::string& name, std::size_t size) {
+  int error = clear_name(name);
   int fd = -1;
-  if (clear_name(name)) {
+  if (error == 0) {
     fd = shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0640);
-    if (fd < 0 && errno != EEXIST) {
+    error = fd < 0 ? errno : 0;
+    if (error != 0 && error != EEXIST) {
       return -1;
     }
   }
   if (fd < 0) {
+    tell_why_private(ring_name, name, error);
     name.clear();
     fd = memfd_create("shringbuf", MFD_CLOEXEC);
   }
@@ -67,24 +92,72 @@ int create_object(std::string& name, std::size_t size) {
     return -1;
   }
   // posix_fallocate: a full /dev/shm is to fail here, and not to kill the writer later.
-  int error = claim(fd) ? 0 : errno;
+  error = claim(fd) ? 0 : errno;
   if (error == 0) {
     error = posix_fallocate(fd, 0, static_cast<off_t>(size));
   }
   if (error != 0) {
-    if (!name.empty()) {
-      shm_unlink(name.c_str());
-    }
-    close(fd);
-    errno = error;
+    give_up(fd, name, error);
     return -1;
   }
   return fd;
 }
 
+// A loop without a name has another number each time, so that nobody would come for the ring that a killed one left.
+bool is_of_nameless_loop(std::string_view file) {
+  constexpr std::string_view kStart = "app_", kEnd = "_log";
+  if (file.size() <= kStart.size() + kEnd.size() || !file.starts_with(kStart) || !file.ends_with(kEnd)) {
+    return false;
+  }
+  file = file.substr(kStart.size(), file.size() - kStart.size() - kEnd.size());
+  return file.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// Whether it was finished when it was made: one without its mark may be in the making.
+bool is_left_ring(int fd) {
+  std::uint32_t magic = 0;
+  struct stat status;
+  return fstat(fd, &status) == 0 && status.st_uid == geteuid() && pread(fd, &magic, sizeof magic, 0) == sizeof magic &&
+         magic == kRingMagic && !has_writer(fd);
+}
+
+void remove_left_by_nameless_loops() {
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(kFolder), closedir);
+  while (const dirent* file = folder != nullptr ? readdir(folder.get()) : nullptr) {
+    if (!is_of_nameless_loop(file->d_name)) {
+      continue;
+    }
+    const std::string name = object_name(file->d_name);
+    const int fd = open_object(name, O_RDONLY);
+    if (fd >= 0) {
+      if (is_left_ring(fd)) {
+        shm_unlink(name.c_str());
+      }
+      close(fd);
+    }
+  }
+}
+
+// Whether the name of the ring still leads to it.
+bool has_name(const shringbuf& ring) {
+  struct stat own, named;
+  const int fd = ring.name.empty() ? -1 : open_object(ring.name, O_RDONLY);
+  if (fd < 0) {
+    return false;
+  }
+  const bool same =
+      fstat(ring.fd, &own) == 0 && fstat(fd, &named) == 0 && own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+  close(fd);
+  return same;
+}
+
+RingSlot& slot_of(const shringbuf& ring, std::uint32_t part) {
+  return reinterpret_cast<RingSlot*>(ring.header + 1)[part & (ring.slots - 1)];
+}
+
 void write_part(shringbuf& ring, std::string_view text, std::uint32_t flags, std::int64_t time) {
   const std::uint32_t part = ring.next_part;
-  RingSlot& slot = ring.header->slot_of(part);
+  RingSlot& slot = slot_of(ring, part);
   slot.sequence.store(2 * part + 1, std::memory_order_relaxed);
   std::atomic_thread_fence(std::memory_order_release);
   slot.length.store(static_cast<std::uint32_t>(text.size()) | flags, std::memory_order_relaxed);
@@ -121,21 +194,24 @@ void write_line(shringbuf& ring, std::string_view line) {
 extern "C" {
 
 QEL_EXPORT shringbuf* shringbuf_init(const char* name, size_t size) {
-  if (name == nullptr || size < 4096 || size > 1u << 30) {
+  if (name == nullptr || size < 4096 || size > SHRINGBUF_SIZE_MAX) {
     errno = EINVAL;
     return nullptr;
   }
   try {
     const auto slots = static_cast<std::uint32_t>(std::bit_floor(size / sizeof(RingSlot)));
     const std::size_t total = sizeof(RingHeader) + slots * sizeof(RingSlot);
+    if (is_of_nameless_loop(name)) {
+      remove_left_by_nameless_loops();
+    }
     std::string object = object_name(name);
-    const int fd = create_object(object, total);
+    const int fd = create_object(name, object, total);
     if (fd < 0) {
       return nullptr;
     }
     void* memory = mmap(nullptr, total, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     if (memory == MAP_FAILED) {
-      close_keeping_errno(fd);
+      give_up(fd, object, errno);
       return nullptr;
     }
     auto* header = new (memory) RingHeader{};
@@ -155,7 +231,7 @@ QEL_EXPORT void shringbuf_deinit(shringbuf* ring) {
     return;
   }
   ring->header->finished.store(1, std::memory_order_release);
-  if (!ring->name.empty()) {
+  if (has_name(*ring)) {
     shm_unlink(ring->name.c_str());
   }
   munmap(ring->header, ring->size);

@@ -15,31 +15,37 @@ using Region = OperatingClassDeduction::Region;
 using Behavior = OperatingClassDeduction::Behavior;
 
 constexpr EnumText REGIONS[] = {
-    {static_cast<std::uint16_t>(Region::USA), "USA"},     {static_cast<std::uint16_t>(Region::EUROPE), "EUROPE"},
-    {static_cast<std::uint16_t>(Region::JAPAN), "JAPAN"}, {static_cast<std::uint16_t>(Region::GLOBAL), "GLOBAL"},
-    {static_cast<std::uint16_t>(Region::CHINA), "CHINA"},
+    {Region::USA, "USA"},       {Region::EUROPE, "EUROPE"}, {Region::JAPAN, "JAPAN"},
+    {Region::GLOBAL, "GLOBAL"}, {Region::CHINA, "CHINA"},
 };
 
 }  // namespace
 
-std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Region region) {
+std::string enum_to_string(OperatingClassDeduction::Region region) {
   const auto value = static_cast<std::uint16_t>(region);
   const char* text = find_enum_text(REGIONS, value);
-  return text != nullptr ? os << text : os << "unknown region value " << Decimal(value);
+  return text != nullptr ? text : "unknown region value " + std::to_string(value);
 }
 
-std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Behavior behavior) {
+std::string enum_to_string(OperatingClassDeduction::Behavior behavior) {
   switch (behavior) {
     case Behavior::EIGHTY_PLUS_BEHAVIOR:
-      return os << "EIGHTY_PLUS_BEHAVIOR";
+      return "EIGHTY_PLUS_BEHAVIOR";
     case Behavior::UNMAPPED_BEHAVIOR:
-      return os << "UNMAPPED_BEHAVIOR";
+      return "UNMAPPED_BEHAVIOR";
     case Behavior::PRIMARY_LOWER_BEHAVIOR:
-      return os << "PRIMARY_LOWER_BEHAVIOR";
+      return "PRIMARY_LOWER_BEHAVIOR";
     case Behavior::PRIMARY_UPPER_BEHAVIOR:
-      return os << "PRIMARY_UPPER_BEHAVIOR";
+      return "PRIMARY_UPPER_BEHAVIOR";
   }
-  return os << Decimal(static_cast<std::uint32_t>(behavior));
+  return std::to_string(static_cast<std::uint32_t>(behavior));
+}
+
+std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Region region) {
+  return os << enum_to_string(region);
+}
+std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Behavior behavior) {
+  return os << enum_to_string(behavior);
 }
 
 const OperatingClassDeduction::OpclassLookup& OperatingClassDeduction::get_lookup(Region region) {

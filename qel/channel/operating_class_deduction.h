@@ -7,6 +7,7 @@
 #include <memory>
 #include <set>
 #include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -60,6 +61,8 @@ class QEL_EXPORT OperatingClassDeduction {
   static const OpclassLookup _channel_opclasses_global;
 };
 
+QEL_EXPORT std::string enum_to_string(OperatingClassDeduction::Region region);
+QEL_EXPORT std::string enum_to_string(OperatingClassDeduction::Behavior behavior);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Region region);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Behavior behavior);
 

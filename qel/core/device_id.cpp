@@ -16,9 +16,15 @@ namespace qel {
 namespace {
 
 constexpr EnumText SUBTYPES[] = {
-    {0, "RESERVED"},       {1, "CHASSIS_COMPONENT"}, {2, "INTERFACE_ALIAS"},
-    {3, "PORT_COMPONENT"}, {4, "MAC_ADDRESS"},       {5, "NETWORK_ADDRESS"},
-    {6, "INTERFACE_NAME"}, {7, "LOCALLY_ASSIGNED"},  {8, "INVALID_MAX"},
+    {DeviceIDSubtype::RESERVED, "RESERVED"},
+    {DeviceIDSubtype::CHASSIS_COMPONENT, "CHASSIS_COMPONENT"},
+    {DeviceIDSubtype::INTERFACE_ALIAS, "INTERFACE_ALIAS"},
+    {DeviceIDSubtype::PORT_COMPONENT, "PORT_COMPONENT"},
+    {DeviceIDSubtype::MAC_ADDRESS, "MAC_ADDRESS"},
+    {DeviceIDSubtype::NETWORK_ADDRESS, "NETWORK_ADDRESS"},
+    {DeviceIDSubtype::INTERFACE_NAME, "INTERFACE_NAME"},
+    {DeviceIDSubtype::LOCALLY_ASSIGNED, "LOCALLY_ASSIGNED"},
+    {DeviceIDSubtype::INVALID_MAX, "INVALID_MAX"},
 };
 
 [[noreturn]] void refuse_length(std::size_t length, const char* why) {

@@ -13,7 +13,14 @@ namespace qel {
 /// One row of an enumeration's table of texts. Every enumeration has one such table, its sentinel a row like any other;
 /// values without a row print as decimal numbers.
 struct EnumText {
-  std::uint16_t value;  ///< of an enumeration of 8 or 16 bits
+  /// By its enumerator, so that each code stands in the enumeration and nowhere else.
+  template <class E>
+  constexpr EnumText(E enumerator, const char* its_text)
+      : value(static_cast<std::uint16_t>(enumerator)), text(its_text) {
+    static_assert(std::is_enum_v<E> && sizeof(E) <= sizeof(value));
+  }
+
+  std::uint16_t value;
   const char* text;
 };
 

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
+#include <ostream>
 
 namespace qel {
 
@@ -27,6 +28,9 @@ GUBuildType read_build_type() {
 }
 
 }  // namespace
+
+std::string enum_to_string(GUBuildType type) { return std::to_string(static_cast<int>(type)); }
+std::ostream& operator<<(std::ostream& os, GUBuildType type) { return os << enum_to_string(type); }
 
 bool is_valid(GUBuildType type) {
   return is_between(type, 1, 3) || is_between(type, 998, 998) || is_between(type, 1000, 1007);

@@ -1,11 +1,20 @@
 #pragma once
 
+#include <iosfwd>
+#include <string>
+
 #include "qel/core/export.h"
 
 namespace qel {
 
 /// The number under which a firmware was built; 0 when it is not known.
 enum class GUBuildType : int {};
+
+///@{
+/// Its decimal number; there are no names.
+QEL_EXPORT std::string enum_to_string(GUBuildType type);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, GUBuildType type);
+///@}
 
 /// 1, 2, 3, 998 and 1000 to 1007.
 QEL_EXPORT bool is_valid(GUBuildType type);

@@ -19,8 +19,8 @@ void CtlcmdModule::add_command(const std::string& name, Handler handler, const s
 }
 
 bool CtlcmdModule::start() {
-  if (started_ || !valid_) {
-    return started_;
+  if (started_) {
+    return true;
   }
   table_.clear();
   for (const Command& command : commands_) {

@@ -11,7 +11,7 @@ struct ctlcmd_session;
 
 namespace qel::daemon {
 
-/// A named set of commands of the debug shell. Ctlcmd makes it, and marks it invalid when it is removed there.
+/// A named set of commands of the debug shell. Ctlcmd keeps modules by their names.
 class QEL_EXPORT CtlcmdModule {
  public:
   /// Gets the words of the command line, the command's own name first, and the module's context; answers with the
@@ -26,13 +26,15 @@ class QEL_EXPORT CtlcmdModule {
 
   const std::string& get_name() const { return name_; }
   bool started() const { return started_; }
+  /// Whether a Ctlcmd keeps the module: it marks its modules valid, and invalid when they are removed.
   bool is_valid() const { return valid_; }
   void set_valid(bool valid) { valid_ = valid; }
 
   /// Throws std::logic_error while the module is started.
   void add_command(const std::string& name, Handler handler, const std::string& help);
 
-  /// Offers the commands. False when the module is invalid or the platform refuses it; it is not started then.
+  /// Offers the commands, whether the module is valid or not. False when the platform refuses it, for one that has the
+  /// name, say; it is not started then.
   bool start();
   /// Does nothing when the module is not started.
   void stop();

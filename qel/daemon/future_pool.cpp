@@ -7,6 +7,8 @@ namespace qel::async {
 
 namespace {
 
+constexpr int POLLS_WHILE_PENDING = 16;
+
 using Wrappers = std::list<std::shared_ptr<FutureWrapperBase>>;
 
 /// Takes what is disconnected out of the list when a walk ends, however it ends.
@@ -36,6 +38,7 @@ FuturePool::~FuturePool() = default;
 
 FutureConnection FuturePool::add(std::shared_ptr<FutureWrapperBase> wrapper) {
   futures_.push_back(std::move(wrapper));
+  changed_ = std::chrono::steady_clock::now();
   return FutureConnection(futures_.back());
 }
 
@@ -45,6 +48,12 @@ void FuturePool::clear_futures() {
   for (const auto& wrapper : dropped) {
     wrapper->disconnect();
   }
+}
+
+std::chrono::milliseconds FuturePool::get_poll_interval(std::chrono::steady_clock::time_point now) const {
+  using std::chrono::milliseconds;
+  const auto pending = std::chrono::duration_cast<milliseconds>(now - changed_);
+  return std::clamp(pending / POLLS_WHILE_PENDING, milliseconds(1), milliseconds(100));
 }
 
 bool FuturePool::process_futures() {
@@ -58,6 +67,7 @@ bool FuturePool::process_futures() {
     for (const auto& wrapper : walk) {
       if (wrapper->connected() && wrapper->is_ready()) {
         wrapper->disconnect();
+        changed_ = std::chrono::steady_clock::now();
         wrapper->deliver();
       }
     }

@@ -53,12 +53,17 @@ class QEL_EXPORT FuturePool {
   /// Handlers that are still to come in a walk under way are not called either.
   void clear_futures();
 
+  /// How long the pool may be left alone: a sixteenth of the time since a future was added or delivered, from 1 to 100
+  /// ms. So a future is delivered late by a part of the time that it took, and one that takes long costs little.
+  std::chrono::milliseconds get_poll_interval(std::chrono::steady_clock::time_point now) const;
+
   /// Walks the list once: drops what is disconnected, delivers what is ready. Futures added by a handler wait for the
   /// next walk. An exception of a handler leaves from here, its future removed. True if futures remain.
   bool process_futures();
 
  private:
   std::list<std::shared_ptr<FutureWrapperBase>> futures_;
+  std::chrono::steady_clock::time_point changed_;
 };
 
 }  // namespace qel::async

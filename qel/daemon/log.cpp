@@ -37,8 +37,9 @@ Settings& settings() {
 /// Collects the text of one line; a flush ends the line.
 class LineBuffer final : public std::stringbuf {
  public:
-  explicit LineBuffer(const std::string& component)
+  LineBuffer(const std::string& component, std::ostream& stream)
       : std::stringbuf(std::ios_base::out),
+        stream_(stream),
         handle_(debug_gethandle(component.c_str())),
         component_(component),
         line_(component + ": "),
@@ -61,6 +62,7 @@ class LineBuffer final : public std::stringbuf {
     }
     str(std::string());
     level_ = LogLevels::DEBUG;
+    restore_format();
     return 0;
   }
 
@@ -82,6 +84,15 @@ class LineBuffer final : public std::stringbuf {
     }
   }
 
+  void restore_format() const {
+    static const std::ios fresh(nullptr);
+    stream_.flags(fresh.flags());
+    stream_.precision(fresh.precision());
+    stream_.width(fresh.width());
+    stream_.fill(fresh.fill());
+  }
+
+  std::ostream& stream_;
   debughandle* handle_;
   LogLevels level_ = LogLevels::DEBUG;
   std::string component_;
@@ -92,7 +103,7 @@ class LineBuffer final : public std::stringbuf {
 
 class LogStream final : public std::ostream {
  public:
-  explicit LogStream(const std::string& component) : std::ostream(nullptr), buffer_(component) {
+  explicit LogStream(const std::string& component) : std::ostream(nullptr), buffer_(component, *this) {
     rdbuf(&buffer_);
     iword(mark_index()) = LOG_STREAM_MARK;
   }

@@ -14,7 +14,8 @@ struct shringbuf;
 ///     qel::debug::stream("topology") << qel::debug::LogLevels::ERROR << "no answer from " << mac << std::endl;
 ///
 /// Each flush ends a line: it goes to the platform's message functions by its level, and as "component: text" into the
-/// ring buffer when one is set. For the one thread of the main loop.
+/// ring buffer when one is set. The next line begins with the level DEBUG and the format of a fresh stream: std::hex
+/// and the like count for one line. For the one thread of the main loop.
 namespace qel::debug {
 
 /// Chooses the message function of a line: debugmsg() for DEBUG, errmsg() for ERROR, infomsg() for the others.

@@ -1,6 +1,7 @@
 #include "qel/daemon/mainloop.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <exception>
 #include <iomanip>
@@ -8,6 +9,7 @@
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 #include <thread>
 
 #include "qel/core/text.h"
@@ -30,20 +32,30 @@ constexpr std::chrono::seconds HOUSEKEEPING_INTERVAL{1};
 
 std::ostream& log_error() { return debug::stream("mainloop") << debug::LogLevels::ERROR; }
 
+/// Beside the exception, whose text is fixed. The platform need not set errno.
+void log_cause(const char* what, const std::string& name, int error) {
+  log_error() << "Failed to create the " << what << ' ' << std::quoted(name) << ": "
+              << (error != 0 ? std::generic_category().message(error) : "no cause given") << std::endl;
+}
+
 void init_log_ring(const std::string& name) {
   const std::size_t size = veloenv_VeloHasLittleRAM() != 0 ? RING_SIZE_LITTLE_RAM : RING_SIZE;
   // A ring of the same name, which the log still holds from an earlier loop, would keep its name from the new one.
   debug::set_shringbuf(nullptr);
+  errno = 0;
   std::unique_ptr<shringbuf, debug::shringbuf_deleter> ring(shringbuf_init(name.c_str(), size));
   if (!ring) {
+    log_cause("log ring", name, errno);
     throw std::runtime_error("Could not initialize shared ring buffer");
   }
   debug::set_shringbuf(std::move(ring));
 }
 
 std::shared_ptr<qelipc> create_qelipc(const std::string& name) {
+  errno = 0;
   qelipc* ipc = qelipc_create(name.c_str());
   if (ipc == nullptr) {
+    log_cause("IPC endpoint", name, errno);
     std::ostringstream text;
     text << "qelipc_create() failed - program with ipc endpoint " << std::quoted(name) << " might already be running";
     throw std::runtime_error(std::move(text).str());
@@ -82,7 +94,8 @@ Mainloop::Mainloop(const std::string& name, bool daemonize)
   ctlcmd_ = std::make_unique<Ctlcmd>(qelipc_, name_);
   if (daemonize) {
     if (const int error = this->daemonize(false, false); error != 0) {
-      log_error() << "Failed to start as a daemon, error " << Decimal(error) << std::endl;
+      log_error() << "Failed to start as a daemon, error " << Decimal(error) << ": "
+                  << std::generic_category().message(std::abs(error)) << std::endl;
     }
   }
   second_timer_.start(HOUSEKEEPING_INTERVAL, [this] { on_second_timer(); });
@@ -133,9 +146,23 @@ std::chrono::milliseconds Mainloop::run(std::chrono::milliseconds timeout) {
   if (finished_) {
     return DEFAULT_RUN_TIMEOUT;
   }
+  const bool told = std::exchange(told_of_futures_, false);
+  if (!told && count_futures() > 0 && !poll_timer_.is_running()) {
+    poll_timer_.start(MIN_RUN_TIMEOUT, [] {});
+  }
   const Turn turn(removed_in_turn_);
   evsock_select_with_msecs(static_cast<int>(timeout.count()));
-  return futures_.process_futures() ? MIN_RUN_TIMEOUT : DEFAULT_RUN_TIMEOUT;
+  told_of_futures_ = futures_.process_futures();
+  return told_of_futures_ ? MIN_RUN_TIMEOUT : DEFAULT_RUN_TIMEOUT;
+}
+
+void Mainloop::run_until_finished() {
+  for (auto timeout = DEFAULT_RUN_TIMEOUT; !finished_;) {
+    timeout = run(timeout);
+    if (told_of_futures_) {
+      timeout = futures_.get_poll_interval(std::chrono::steady_clock::now());
+    }
+  }
 }
 
 void Mainloop::on_second_timer() {
@@ -171,6 +198,7 @@ void Mainloop::remove_watches() {
 void Mainloop::clear() {
   remove_watches();
   clear_futures();
+  poll_timer_.stop();
   second_timer_.stop();
 }
 

@@ -19,13 +19,11 @@ struct qelipc;
 namespace qel::daemon {
 
 /// The event loop of a daemon process, and what the process needs from the platform: log ring, IPC endpoint, debug
-/// shell, daemon start and watchdog. One thread, no locks: whatever happens, happens inside run():
+/// shell, daemon start and watchdog. One thread, no locks: whatever happens, happens inside run(), which is called turn
+/// by turn:
 ///
 ///     Mainloop loop("meshd", false);
-///     auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT;
-///     while (!loop.finished()) {
-///       timeout = loop.run(timeout);
-///     }
+///     loop.run_until_finished();
 class QEL_EXPORT Mainloop {
  public:
   static constexpr const char* DEFAULT_NAME_PREFIX = "app_";
@@ -52,9 +50,13 @@ class QEL_EXPORT Mainloop {
   void finish() { finished_ = true; }
 
   /// One turn: waits at most `timeout` for descriptors and timers, runs their callbacks, then delivers ready futures.
-  /// Returns the timeout of the next turn: 1 ms while futures are pending, else without limit. An exception of a
-  /// future's handler leaves from here.
+  /// Returns the timeout of the next turn: 1 ms while futures are pending, else without limit. The caller may wait
+  /// longer, which delays futures; but those that no turn has reported yet end the wait after 1 ms. An exception of a
+  /// handler leaves from here.
   std::chrono::milliseconds run(std::chrono::milliseconds timeout);
+  /// Turns until finish(). While futures are pending it waits for async::FuturePool::get_poll_interval() at most, so
+  /// that a future that takes long does not wake the process each millisecond.
+  void run_until_finished();
 
   /// Starts as a daemon; 0, or the platform's error. From here the first run() has 15 seconds to come, or the start is
   /// reported as failed and the process exits with status 1. The guard needs a turn of some platform loop to fire.
@@ -111,6 +113,10 @@ class QEL_EXPORT Mainloop {
   std::unique_ptr<Ctlcmd> ctlcmd_;
   /// Null between turns.
   Watches* removed_in_turn_ = nullptr;
+  /// The result of the last turn told of pending futures.
+  bool told_of_futures_ = false;
+  /// Ends a wait that futures have to be polled after.
+  time::Timer poll_timer_;
 };
 
 }  // namespace qel::daemon

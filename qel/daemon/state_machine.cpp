@@ -1,10 +1,17 @@
 #include "qel/daemon/state_machine.h"
 
+#include <exception>
 #include <ostream>
 
 #include "qel/daemon/log.h"
 
 namespace qel::state_machine {
+
+namespace {
+
+std::ostream& log_error() { return debug::stream("state_machine") << debug::LogLevels::ERROR; }
+
+}  // namespace
 
 Event::~Event() = default;
 
@@ -18,22 +25,116 @@ void IState::on_exit() {}
 
 void IState::on_event(const Event&) {}
 
-StateMachine::~StateMachine() { deinit(); }
+/// A call that is under way, of the machine or of a state by the machine. The call may end the machine: the record says
+/// so, and keeps the state alive until the call is over. Records stand on the stack, the innermost one on top. Being
+/// inside an exported class does not make them a part of what the library offers.
+class [[gnu::visibility("hidden")]] StateMachine::Call {
+ public:
+  enum class Of { MACHINE, STATE, ON_EXIT };
+
+  Call(const StateMachine& machine, Of what)
+      : machine_(&machine),
+        state_(what == Of::MACHINE ? nullptr : machine.current_state_.get()),
+        leaves_(what == Of::ON_EXIT),
+        outer_(std::exchange(innermost, this)) {}
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+  ~Call() { innermost = outer_; }
+
+  bool machine_is_there() const { return machine_ != nullptr; }
+
+  static bool is_leaving(const StateMachine& machine) {
+    for (const Call* call = innermost; call != nullptr; call = call->outer_) {
+      if (call->leaves_ && call->machine_ == &machine) {
+        return true;
+      }
+    }
+    return false;
+  }
+
+  static void forget(const StateMachine& machine) {
+    for (Call* call = innermost; call != nullptr; call = call->outer_) {
+      if (call->machine_ == &machine) {
+        call->machine_ = nullptr;
+      }
+    }
+  }
+
+  /// Destroys the state when no call of it is under way any more.
+  static void bury(std::unique_ptr<IState> state) {
+    Call* outermost = nullptr;
+    for (Call* call = innermost; call != nullptr; call = call->outer_) {
+      if (call->state_ == state.get()) {
+        outermost = call;
+      }
+    }
+    if (outermost != nullptr) {
+      outermost->kept_ = std::move(state);
+    }
+  }
+
+ private:
+  static Call* innermost;
+
+  const StateMachine* machine_;  ///< null once it is gone
+  const IState* state_;
+  bool leaves_;
+  Call* outer_;
+  std::unique_ptr<IState> kept_;
+};
+
+StateMachine::Call* StateMachine::Call::innermost = nullptr;
+
+StateMachine::~StateMachine() {
+  try {
+    deinit();
+  } catch (const std::exception& error) {
+    log_error() << "failed to leave the state (" << error.what() << ')' << std::endl;
+  } catch (...) {
+    log_error() << "failed to leave the state" << std::endl;
+  }
+  drop();  // a state whose on_exit destroys the machine
+  Call::forget(*this);
+}
 
 void StateMachine::on_event(const Event& event) {
   if (!current_state_) {
     constexpr const char* MESSAGE = "Dispatching Event on uninitialised State Machine!";
-    debug::stream("state_machine") << debug::LogLevels::ERROR << MESSAGE << std::endl;
+    log_error() << MESSAGE << std::endl;
     throw std::runtime_error(MESSAGE);
   }
-  current_state_->on_event(event);
-  settle();
+  const Call call(*this, Call::Of::MACHINE);
+  {
+    const Call of_state(*this, Call::Of::STATE);
+    current_state_->on_event(event);
+  }
+  if (call.machine_is_there()) {
+    settle(call);
+  }
 }
 
 void StateMachine::deinit() {
-  if (const auto leaving = std::move(current_state_)) {
-    leaving->on_exit();
-    leaving->set_entered(false);
+  if (!current_state_ || Call::is_leaving(*this)) {
+    return;
+  }
+  const Call call(*this, Call::Of::ON_EXIT);
+  try {
+    current_state_->on_exit();
+  } catch (...) {
+    if (call.machine_is_there()) {
+      drop();
+    }
+    throw;
+  }
+  if (call.machine_is_there()) {
+    drop();
+  }
+}
+
+void StateMachine::drop() {
+  if (current_state_) {
+    current_state_->set_entered(false);
+    Call::bury(std::move(current_state_));
   }
 }
 
@@ -41,30 +142,42 @@ void StateMachine::init(std::unique_ptr<IState> first) {
   if (current_state_) {
     throw std::logic_error("the state machine has a current state already");
   }
+  const Call call(*this, Call::Of::MACHINE);
   enter(std::move(first));
-  settle();
+  if (call.machine_is_there()) {
+    settle(call);
+  }
 }
 
 void StateMachine::enter(std::unique_ptr<IState> state) {
   current_state_ = std::move(state);
+  IState* const entering = current_state_.get();
+  const Call call(*this, Call::Of::STATE);
+  const auto is_current = [&] { return call.machine_is_there() && current_state_.get() == entering; };
   try {
-    current_state_->on_entry();
+    entering->on_entry();
   } catch (...) {
-    current_state_.reset();
+    if (is_current()) {
+      Call::bury(std::move(current_state_));
+    }
     throw;
   }
-  current_state_->set_entered(true);
+  if (is_current()) {
+    entering->set_entered(true);
+  }
 }
 
-void StateMachine::settle() {
-  // A state that is still in its on_entry is settled by whoever entered it.
-  while (current_state_ && current_state_->is_entered()) {
+void StateMachine::settle(const Call& call) {
+  // A state that is still in its on_entry is settled by whoever entered it, and one in its on_exit is left already.
+  while (call.machine_is_there() && current_state_ && current_state_->is_entered() && !Call::is_leaving(*this)) {
     auto next = current_state_->take_transition();
     if (!next) {
       return;
     }
     deinit();
-    enter(std::move(next));
+    if (call.machine_is_there()) {
+      enter(std::move(next));
+    }
   }
 }
 

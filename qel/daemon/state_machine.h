@@ -60,7 +60,8 @@ class QEL_EXPORT IState {
 
   /// A state whose on_entry throws is dropped; the machine then has no current state.
   virtual void on_entry();
-  /// Meanwhile the machine has no current state.
+  /// The state is still the current one, and handles events, but cannot ask for a transition any more. When it throws,
+  /// the state is left all the same, and the machine has no current state.
   virtual void on_exit();
   virtual void on_event(const Event& event);
 
@@ -75,12 +76,15 @@ class QEL_EXPORT IState {
   bool entered_ = false;
 };
 
-/// Neither copied nor moved: states refer to it.
+/// Neither copied nor moved: states refer to it. An operation of a state may end its own machine, by deinit() or by
+/// destroying it: the state is left at once, but lives until the operation returns.
 class QEL_EXPORT StateMachine {
  public:
   StateMachine() = default;
   StateMachine(const StateMachine&) = delete;
   StateMachine& operator=(const StateMachine&) = delete;
+  /// deinit(); what on_exit throws is logged. A derived machine whose members the states use calls it earlier, in its
+  /// own destructor.
   virtual ~StateMachine();
 
   /// Enters the first state. Throws std::logic_error when there is a current state: from then on the states themselves
@@ -93,7 +97,8 @@ class QEL_EXPORT StateMachine {
   /// Dispatches to the current state and makes the transition it asks for. Throws std::runtime_error without a state.
   void on_event(const Event& event);
 
-  /// Leaves the current state, if there is one. Not to be called by that state.
+  /// Leaves the current state, if there is one: on_exit, whose exceptions leave from here, then the state's destructor.
+  /// Does nothing in that on_exit.
   void deinit();
 
   IState* get_current_state() { return current_state_.get(); }
@@ -108,9 +113,12 @@ class QEL_EXPORT StateMachine {
   }
 
  private:
+  class Call;
+
   void init(std::unique_ptr<IState> first);
   void enter(std::unique_ptr<IState> state);
-  void settle();
+  void settle(const Call& call);
+  void drop();
 
   std::unique_ptr<IState> current_state_;
 };

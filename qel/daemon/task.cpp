@@ -1,5 +1,6 @@
 #include "qel/daemon/task.h"
 
+#include <algorithm>
 #include <ostream>
 
 #include "qel/daemon/log.h"
@@ -16,7 +17,9 @@ Task& Task::operator=(Task&& other) {  // NOLINT(bugprone-exception-escape)
   return *this;
 }
 
-Task::~Task() {
+Task::~Task() { end_as_deleted(); }
+
+void Task::end_as_deleted() noexcept {
   try {
     set_state(TaskState::DELETED);
   } catch (const std::exception& error) {
@@ -55,7 +58,8 @@ void Task::start() {
   }
   if (timeout_.count() > 0) {
     timeout_timer_.stop();
-    timeout_timer_.start(timeout_, [this] { on_timeout(); });
+    timeout_timer_.start(std::min<std::chrono::milliseconds>(timeout_, time::Timer::MAX_DURATION),
+                         [this] { on_timeout(); });
   }
   set_state(TaskState::RUNNING);
   on_started();
@@ -101,7 +105,7 @@ void Task::done(TaskState state) {
   if (state != TaskState::TIMEOUT) {
     timeout_timer_.stop();
   }
-  on_done(state);  // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall): from the destructor it is the empty one
+  on_done(state);  // NOLINT(clang-analyzer-optin.cplusplus.VirtualCall): from a destructor it is that class's version
   if (const auto continuation = continuation_) {
     (*continuation)(*this);
   }

@@ -25,9 +25,10 @@ class QEL_EXPORT TaskContinuation {
 /// An operation that ends later than it is started: by itself, by a timeout or because it is cancelled. See
 /// value_task.h for the ready-made kind that ends with a value.
 ///
-/// The destructor of a task that is not done reports DELETED: the continuation is invoked, with a task of which only
-/// the members of this class are left; on_done(DELETED) reaches this class's empty version. A derived task that wants
-/// that call sets the state DELETED in its own destructor.
+/// A task that is destroyed before it is done ends as DELETED: on_done(DELETED), then the continuation. The tasks of
+/// value_task.h see to that while they are whole. A destructor reaches nothing of the classes derived from its own, so
+/// a derived class calls end_as_deleted() first in its destructor: when it overrides on_done(), when its continuations
+/// use members of it, and always when it derives from Task itself, of which no pure operation can be called otherwise.
 class QEL_EXPORT Task {
  public:
   Task() = default;
@@ -64,7 +65,8 @@ class QEL_EXPORT Task {
 
   /// 0: none.
   std::chrono::milliseconds get_timeout() const { return timeout_; }
-  /// Counts from the next start. Throws TaskError while the task is running.
+  /// Counts from the next start; one above time::Timer::MAX_DURATION counts as that. Throws TaskError while the task is
+  /// running.
   void set_timeout(std::chrono::milliseconds timeout);
   /// Until the timeout; 0 when there is none. Throws TaskError unless the task is running.
   std::chrono::milliseconds get_remaining_time() const;
@@ -81,6 +83,8 @@ class QEL_EXPORT Task {
  protected:
   /// The way to end a task. Entering a done state calls done(); the task may not exist any more afterwards.
   void set_state(TaskState state);
+  /// What a destructor does: set_state(DELETED), of which a failure is logged, and no continuation from then on.
+  void end_as_deleted() noexcept;
   /// Stops the timeout unless it is what happened, then on_done(), then the continuation.
   void done(TaskState state);
 

@@ -111,6 +111,17 @@ void Timer::swap(Timer& other) noexcept {
   std::swap(cbdata_->timer, other.cbdata_->timer);
 }
 
+void Timer::arm_whole(std::int64_t count, std::int64_t ticks_per_second) {
+  while (count > MAX_DURATION.count() && ticks_per_second > 1) {
+    count = count / 10 + (count % 10 != 0 ? 1 : 0);
+    ticks_per_second /= 10;
+  }
+  if (count != static_cast<std::int32_t>(count)) {
+    throw TimerError(TimerErrc::INVALID_PARAMETER);
+  }
+  arm(count, ticks_per_second);
+}
+
 void Timer::arm(std::int64_t count, std::int64_t ticks_per_second) {
   throw_if(setup_error(ctimer_setup_internal(0, &native(*handle_), CTIMER_ONESHOT, 0, static_cast<int>(count),
                                              static_cast<unsigned>(ticks_per_second), ctimer_callback, cbdata_.get(), 0,

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <ratio>
 #include <system_error>
@@ -60,17 +61,19 @@ class QEL_EXPORT Timer {
 
   void swap(Timer& other) noexcept;
 
+  /// The longest that a timer runs, 68 years.
+  static constexpr std::chrono::seconds MAX_DURATION{std::numeric_limits<std::int32_t>::max()};
+
   /// Runs `function()` once, after at least `duration`; a running timer is stopped first. 0 expires in the next turn.
   /// The duration is counted in seconds, tenths, hundredths or milliseconds, whichever its type is or converts to
-  /// without loss; at most 2^31 - 1 of them. Throws TimerError.
+  /// without loss. Where that gives more than 2^31 - 1 of them, 25 days of milliseconds, it is counted in the next
+  /// coarser unit that suffices, rounded up. Throws TimerError, INVALID_PARAMETER for a negative duration and for one
+  /// above MAX_DURATION.
   template <class Rep, class Period, class F>
-  void start(std::chrono::duration<Rep, Period> duration, F&& function) {
-    stop();
-    start_ctimer(to_platform_duration(duration));
-    callback_ = std::make_shared<TimerCallbackWrapper<std::decay_t<F>>>(std::forward<F>(function));
-  }
+  void start(std::chrono::duration<Rep, Period> duration, F&& function);
 
-  /// Arms the platform's timer without touching the callback. Throws TimerError.
+  /// Arms the platform's timer without touching the callback. Of the count only the low 32 bits are used. Throws
+  /// TimerError.
   void start_ctimer(std::chrono::milliseconds duration);
   void start_ctimer(deciseconds duration);
   void start_ctimer(centiseconds duration);
@@ -90,9 +93,10 @@ class QEL_EXPORT Timer {
   void trigger_callback();
 
  private:
-  template <class Rep, class Period>
-  static constexpr auto to_platform_duration(std::chrono::duration<Rep, Period> duration);
+  template <class Duration, class... Units>
+  struct CoarsestUnit;
 
+  void arm_whole(std::int64_t count, std::int64_t ticks_per_second);
   void arm(std::int64_t count, std::int64_t ticks_per_second);
 
   std::unique_ptr<NativeHandleContainerBase> handle_;
@@ -102,19 +106,29 @@ class QEL_EXPORT Timer {
 
 inline void swap(Timer& left, Timer& right) noexcept { left.swap(right); }
 
-template <class Rep, class Period>
-constexpr auto Timer::to_platform_duration(std::chrono::duration<Rep, Period> duration) {
-  using Given = std::chrono::duration<Rep, Period>;
-  if constexpr (std::is_convertible_v<Given, std::chrono::seconds>) {
-    return std::chrono::seconds(duration);
-  } else if constexpr (std::is_convertible_v<Given, deciseconds>) {
-    return deciseconds(duration);
-  } else if constexpr (std::is_convertible_v<Given, centiseconds>) {
-    return centiseconds(duration);
-  } else {
-    static_assert(std::is_convertible_v<Given, std::chrono::milliseconds>, "round finer durations to milliseconds");
-    return std::chrono::milliseconds(duration);
-  }
+/// The first of the units that the duration converts to without loss.
+template <class Duration, class Unit, class... Finer>
+struct Timer::CoarsestUnit<Duration, Unit, Finer...>
+    : std::conditional_t<std::is_convertible_v<Duration, Unit>, std::type_identity<Unit>,
+                         CoarsestUnit<Duration, Finer...>> {};
+
+template <class Duration>
+struct Timer::CoarsestUnit<Duration> {
+  static_assert(!sizeof(Duration), "round finer durations to milliseconds");
+};
+
+template <class Rep, class Period, class F>
+void Timer::start(std::chrono::duration<Rep, Period> duration, F&& function) {
+  using Unit = typename CoarsestUnit<std::chrono::duration<Rep, Period>, std::chrono::seconds, deciseconds,
+                                     centiseconds, std::chrono::milliseconds>::type;
+  constexpr std::int64_t factor = std::ratio_divide<Period, typename Unit::period>::num;
+  constexpr std::int64_t limit = std::numeric_limits<std::int64_t>::max() / factor;
+  const bool fits = !std::cmp_greater(duration.count(), limit) && !std::cmp_less(duration.count(), -limit);
+  stop();
+  // What does not fit here is above any limit.
+  arm_whole(fits ? static_cast<std::int64_t>(duration.count()) * factor : std::numeric_limits<std::int64_t>::max(),
+            Unit::period::den);
+  callback_ = std::make_shared<TimerCallbackWrapper<std::decay_t<F>>>(std::forward<F>(function));
 }
 
 }  // namespace qel::time

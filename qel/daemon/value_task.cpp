@@ -2,7 +2,7 @@
 
 namespace qel::async {
 
-CompletingTask::~CompletingTask() = default;
+CompletingTask::~CompletingTask() { end_as_deleted(); }
 
 bool CompletingTask::cancel() {
   if (!is_running()) {

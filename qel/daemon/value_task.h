@@ -39,6 +39,12 @@ class QEL_EXPORT CompletingTask : public Task {
 template <class T>
 class ValueTask : public CompletingTask {
  public:
+  ValueTask() = default;
+  ValueTask(ValueTask&&) = default;             // NOLINT(bugprone-exception-escape)
+  ValueTask& operator=(ValueTask&&) = default;  // NOLINT(bugprone-exception-escape)
+  /// The continuation of a running task may still ask everything of it: get() and check() throw NOT_RUNNING.
+  ~ValueTask() override { end_as_deleted(); }
+
   /// False when the task is not running: an answer that comes too late is dropped.
   bool complete(T value) {
     if (!is_running()) {

@@ -1,10 +1,18 @@
 #include "qel/daemon/watches.h"
 
+#include <cerrno>
 #include <ostream>
+#include <system_error>
 #include <utility>
 
 #include "qel/daemon/log.h"
 #include "qelevsock.h"
+
+// A platform's library may do without these.
+extern "C" {
+[[gnu::weak]] void evsock_want_write(evsock*);
+[[gnu::weak]] void evsock_want_read(evsock*, int);
+}
 
 namespace qel::daemon {
 
@@ -25,7 +33,24 @@ evsock* add_blocking(int fd, const std::string& name, evsock_callback readable, 
   return handle;
 }
 
+/// Calls the platform's function for a watch that is registered.
+template <class Function, class... Args>
+void ask(Function* function, evsock* handle, Args... args) {
+  if (function == nullptr) {
+    throw std::system_error(std::make_error_code(std::errc::function_not_supported));
+  }
+  if (handle != nullptr) {
+    function(handle, args...);
+  }
+}
+
 }  // namespace
+
+void IWatchBase::want_write() { ask(evsock_want_write, handle_); }
+
+void IWatchBase::pause_reading() { ask(evsock_want_read, handle_, 0); }
+
+void IWatchBase::resume_reading() { ask(evsock_want_read, handle_, 1); }
 
 IWatchBase::IWatchBase(std::string name) : name_(std::move(name)) {}
 
@@ -43,7 +68,8 @@ void IWatchBase::add_to_evsock() {
   IWatchBase::remove_from_evsock_impl();
   handle_ = add_to_evsock_impl();
   if (handle_ == nullptr) {
-    debug::stream("mainloop") << debug::LogLevels::ERROR << "Failed to watch " << name_ << std::endl;
+    const std::string cause = std::generic_category().message(errno);
+    debug::stream("mainloop") << debug::LogLevels::ERROR << "Failed to watch " << name_ << ": " << cause << std::endl;
   }
 }
 

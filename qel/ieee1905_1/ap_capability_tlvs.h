@@ -129,12 +129,14 @@ class QEL_EXPORT BackhaulSTARadioCapabilitiesTLV final
     return serialization::rows(Field{" Reported Radio MAC: ", &T::reported_radio_mac_},  //
                                Field{&T::flags_});
   }
-  /// The table, then the address when it is included. For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
   bool equals(const BackhaulSTARadioCapabilitiesTLV& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  /// The table, then the address when it is included.
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   static constexpr std::size_t MAC_INCLUDED = 7;
 
   MACAddress reported_radio_mac_;

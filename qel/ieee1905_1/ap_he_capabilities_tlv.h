@@ -82,12 +82,13 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
 
   void dbg_str(std::ostream& os) const override;
 
-  // For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
   bool equals(const APHECapabilitiesTLV& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   /// Bits of the flags; bit 0 is reserved.
   enum Flag : std::size_t {
     HE_80_80_MHZ = 9,

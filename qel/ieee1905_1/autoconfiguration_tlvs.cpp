@@ -8,14 +8,14 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText ROLES[] = {
-    {0, "REGISTRAR"},
-    {255, "INVALID"},
+    {RoleType::REGISTRAR, "REGISTRAR"},
+    {RoleType::INVALID, "INVALID"},
 };
 constexpr EnumText FREQUENCY_BANDS[] = {
-    {0, "IEEE802_11_2_4_GHZ"},
-    {1, "IEEE802_11_5_GHZ"},
-    {2, "IEEE802_11_60_GHZ"},
-    {255, "INVALID"},
+    {FrequencyBand::IEEE802_11_2_4_GHZ, "IEEE802_11_2_4_GHZ"},
+    {FrequencyBand::IEEE802_11_5_GHZ, "IEEE802_11_5_GHZ"},
+    {FrequencyBand::IEEE802_11_60_GHZ, "IEEE802_11_60_GHZ"},
+    {FrequencyBand::INVALID, "INVALID"},
 };
 
 }  // namespace

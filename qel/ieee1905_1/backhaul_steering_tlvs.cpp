@@ -8,9 +8,9 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText RESULT_CODES[] = {
-    {0, "SUCCESS"},
-    {1, "FAILURE"},
-    {255, "INVALID"},
+    {BackhaulSteeringResultCode::SUCCESS, "SUCCESS"},
+    {BackhaulSteeringResultCode::FAILURE, "FAILURE"},
+    {BackhaulSteeringResultCode::INVALID, "INVALID"},
 };
 
 }  // namespace

@@ -35,11 +35,12 @@ class QEL_EXPORT APChannelReportList final : public serialization::Record<APChan
         serialization::list8({.before = " Channels: [", .prefix = " ", .after = " ]"}, &T::channels_, COUNT));
   }
   static constexpr std::size_t MIN_WIRE_SIZE = 3;
-  /// For the codec alone: not exported.
+
+ private:
+  friend serialization::BodyAccess;
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
 
- private:
   static constexpr serialization::CountLimits COUNT{1, 254};
 
   std::uint8_t operating_class_ = 0;
@@ -106,10 +107,11 @@ class QEL_EXPORT BeaconMetricsQueryTLV final : public TableTLV<BeaconMetricsQuer
         list8({.before = "\n\tReports: [", .prefix = "\n\t\t", .after = " ]"}, &T::ap_channel_reports_, REPORTS),
         list8({.before = "\n\tElements: \n\t\t[", .prefix = " ", .after = " ]"}, &T::reporting_element_ids_, ELEMENTS));
   }
-  /// For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
 
  private:
+  friend serialization::BodyAccess;
+  inline void encode_body(serialization::Writer& out) const;
+
   static constexpr serialization::CountLimits REPORTS{0, 255, "Invalid number of reports"};
   static constexpr serialization::CountLimits ELEMENTS{0, 255, "Invalid number of elements"};
 

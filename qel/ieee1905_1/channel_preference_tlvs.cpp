@@ -1,6 +1,7 @@
 #include "qel/ieee1905_1/channel_preference_tlvs.h"
 
 #include <ostream>
+#include <utility>
 
 #include "qel/core/enum_text.h"
 #include "qel/core/serialization/record_impl.h"
@@ -11,24 +12,26 @@ namespace qel::ieee1905_1 {
 
 namespace {
 
+using enum ChannelPreferenceReasonCode;
+
 constexpr EnumText REASON_CODES[] = {
-    {0, "UNSPECIFIED"},
-    {1, "PROXIMATE_NON_80211_INTERFERER"},
-    {2, "INTRA_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT"},
-    {3, "EXTERNAL_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT"},
-    {4, "REDUCED_COVERAGE"},
-    {5, "REDUCED_THROUGHPUT"},
-    {6, "INDEVICE_INTERFERER_WITHIN_AP"},
-    {7, "OPERATION_DISALLOWED_RADAR_DFS_CHANNEL"},
-    {8, "OPERATION_WOULD_PREVENT_BACKHAUL_OPERATION"},
-    {9, "IMMEDIATE_OPERATION_POSSIBLE_ON_DFS_CHANNEL"},
-    {10, "DFS_CHANNEL_STATE_UNKNOWN"},
-    {11, "CONTROLLER_DFS_CHANNEL_CLEAR_INDICATION"},
-    {12, "RESERVED BIT 12"},
-    {13, "RESERVED BIT 13"},
-    {14, "RESERVED BIT 14"},
-    {15, "RESERVED BIT 15"},
-    {16, "INVALID MAX"},
+    {UNSPECIFIED, "UNSPECIFIED"},
+    {PROXIMATE_NON_80211_INTERFERER, "PROXIMATE_NON_80211_INTERFERER"},
+    {INTRA_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT, "INTRA_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT"},
+    {EXTERNAL_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT, "EXTERNAL_NETWORK_80211_OBSS_INTERFERENCE_MANAGEMENT"},
+    {REDUCED_COVERAGE, "REDUCED_COVERAGE"},
+    {REDUCED_THROUGHPUT, "REDUCED_THROUGHPUT"},
+    {INDEVICE_INTERFERER_WITHIN_AP, "INDEVICE_INTERFERER_WITHIN_AP"},
+    {OPERATION_DISALLOWED_RADAR_DFS_CHANNEL, "OPERATION_DISALLOWED_RADAR_DFS_CHANNEL"},
+    {OPERATION_WOULD_PREVENT_BACKHAUL_OPERATION, "OPERATION_WOULD_PREVENT_BACKHAUL_OPERATION"},
+    {IMMEDIATE_OPERATION_POSSIBLE_ON_DFS_CHANNEL, "IMMEDIATE_OPERATION_POSSIBLE_ON_DFS_CHANNEL"},
+    {DFS_CHANNEL_STATE_UNKNOWN, "DFS_CHANNEL_STATE_UNKNOWN"},
+    {CONTROLLER_DFS_CHANNEL_CLEAR_INDICATION, "CONTROLLER_DFS_CHANNEL_CLEAR_INDICATION"},
+    {RESERVED_BIT_12, "RESERVED BIT 12"},
+    {RESERVED_BIT_13, "RESERVED BIT 13"},
+    {RESERVED_BIT_14, "RESERVED BIT 14"},
+    {RESERVED_BIT_15, "RESERVED BIT 15"},
+    {INVALID_MAX, "INVALID MAX"},
 };
 
 }  // namespace
@@ -36,6 +39,12 @@ constexpr EnumText REASON_CODES[] = {
 std::string enum_to_string(ChannelPreferenceReasonCode reason) { return enum_text(REASON_CODES, reason); }
 std::ostream& operator<<(std::ostream& os, ChannelPreferenceReasonCode reason) {
   return print_enum(os, REASON_CODES, reason);
+}
+
+[[gnu::always_inline]] inline void ChannelPreference::decode_body(serialization::Reader& in) {
+  ChannelPreference decoded;
+  serialization::decode_rows(in, decoded, 0);
+  *this = std::move(decoded);
 }
 
 void ChannelPreference::dbg_str(std::ostream& os) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <bitset>
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -38,7 +39,8 @@ enum class ChannelPreferenceReasonCode : std::uint8_t {
 QEL_EXPORT std::string enum_to_string(ChannelPreferenceReasonCode reason);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ChannelPreferenceReasonCode reason);
 
-/// How much a radio prefers some channels of an operating class, and why.
+/// How much a radio prefers some channels of an operating class, and why. Decoding replaces all of it, or nothing when
+/// it fails.
 class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelPreference> {
  public:
   std::uint8_t get_operating_class() const { return operating_class_; }
@@ -66,8 +68,12 @@ class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelP
                                serialization::list8({" Channels: [ ", "", " ", "]"}, &T::channels_, {0, 255}),
                                Field{&T::preference_});
   }
+  static constexpr std::size_t MIN_WIRE_SIZE = 3;
 
  private:
+  friend serialization::BodyAccess;
+  inline void decode_body(serialization::Reader& in);
+
   static constexpr BitField SCORE{4, 4};
   static constexpr BitField REASON{0, 4};
 

@@ -8,9 +8,9 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText CONTROLS[] = {
-    {0, "BLOCK"},
-    {1, "UNBLOCK"},
-    {255, "INVALID"},
+    {ClientAssociationControl::BLOCK, "BLOCK"},
+    {ClientAssociationControl::UNBLOCK, "UNBLOCK"},
+    {ClientAssociationControl::INVALID, "INVALID"},
 };
 
 }  // namespace

@@ -61,8 +61,8 @@ class QEL_EXPORT ClientInfoTLV final : public TableTLV<ClientInfoTLV, TLVType::C
 /// Client Capability Report TLV (type 145): the body of the association request that a station sent last, or that none
 /// is known (Multi-AP Specification, 17.2.19).
 ///
-/// A body follows the result code exactly when that is SUCCESS, and it has to fill the TLV: decoding refuses all else.
-/// Of the other results only FAILURE encodes.
+/// A body follows the result code exactly when that is SUCCESS, and takes the rest of the TLV: decoding refuses all
+/// else, and a body without its fixed fields. Of the other results only FAILURE encodes.
 class QEL_EXPORT ClientCapabilityReportTLV final
     : public TableTLV<ClientCapabilityReportTLV, TLVType::CLIENT_CAPABILITY_REPORT> {
  public:
@@ -84,14 +84,15 @@ class QEL_EXPORT ClientCapabilityReportTLV final
   static constexpr auto table() {
     return serialization::rows(serialization::Field{" ResultCode:", &ClientCapabilityReportTLV::result_code_});
   }
-  /// For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
 
   /// A SUCCESS without a frame is no report, and equals nothing, not even itself. Without SUCCESS frames do not count.
   bool equals(const ClientCapabilityReportTLV& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   ClientCapabilityResultCode result_code_ = ClientCapabilityResultCode::INVALID;
   std::shared_ptr<const AssocRequestFrame> assoc_req_frame_;
 };

@@ -45,14 +45,16 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
                                Field{&T::interface_type_},  //
                                Field{&T::interface_mode_});
   }
-  /// The table, then the media-specific block. For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in);
 
   bool equals(const InterfaceInformation& other) const;
   bool is_less_than(const InterfaceInformation& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  /// The table, then the media-specific block.
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in);
+
   MACAddress mac_;
   InterfaceType interface_type_ = InterfaceType::ETHERNET;
   _InterfaceMode interface_mode_ = 0;

@@ -34,7 +34,8 @@ void DummyTLV::deserialize_impl(std::istream& is, serialization::SerializationCo
 }
 
 bool DummyTLV::operator==(const TLV& other) const {
-  return TLV::operator==(other) && represented_type_ == static_cast<const DummyTLV&>(other).represented_type_;
+  const auto* same_class = dynamic_cast<const DummyTLV*>(&other);
+  return same_class != nullptr && represented_type_ == same_class->represented_type_;
 }
 
 template const serialization::Codec& TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE>::codec();

@@ -12,6 +12,9 @@ namespace qel::ieee1905_1 {
 class QEL_EXPORT EndOfMessageTLV final : public TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE> {
  public:
   static constexpr auto table() { return serialization::rows(); }
+
+ private:
+  friend serialization::BodyAccess;
   void decode_body(serialization::Reader& in, std::uint16_t length);
 };
 

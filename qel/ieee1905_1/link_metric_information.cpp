@@ -10,9 +10,9 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText BRIDGE_FLAGS[] = {
-    {0, "NO_IEEE802_1_BRIDGE"},
-    {1, "INCLUDED_IEEE802_1_BRIDGE"},
-    {255, "INVALID"},
+    {TransmitterLinkMetricBridgeFlags::NO_IEEE802_1_BRIDGE, "NO_IEEE802_1_BRIDGE"},
+    {TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE, "INCLUDED_IEEE802_1_BRIDGE"},
+    {TransmitterLinkMetricBridgeFlags::INVALID, "INVALID"},
 };
 
 }  // namespace

@@ -11,19 +11,19 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText QUERY_NEIGHBORS[] = {
-    {0, "ALL_NEIGHBORS"},
-    {1, "SPECIFIC_NEIGHBOR"},
-    {255, "INVALID"},
+    {LinkMetricQueryNeighbors::ALL_NEIGHBORS, "ALL_NEIGHBORS"},
+    {LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR, "SPECIFIC_NEIGHBOR"},
+    {LinkMetricQueryNeighbors::INVALID, "INVALID"},
 };
 constexpr EnumText QUERIES[] = {
-    {0, "TX_LINK_METRIC_ONLY"},
-    {1, "RX_LINK_METRIC_ONLY"},
-    {2, "TX_RX_LINK_METRY"},
-    {255, "INVALID"},
+    {LinkMetricQuery::TX_LINK_METRIC_ONLY, "TX_LINK_METRIC_ONLY"},
+    {LinkMetricQuery::RX_LINK_METRIC_ONLY, "RX_LINK_METRIC_ONLY"},
+    {LinkMetricQuery::TX_RX_LINK_METRY, "TX_RX_LINK_METRY"},
+    {LinkMetricQuery::INVALID, "INVALID"},
 };
 constexpr EnumText RESULT_CODES[] = {
-    {0, "INVALID_NEIGHBOR"},
-    {255, "INVALID"},
+    {LinkMetricResultCode::INVALID_NEIGHBOR, "INVALID_NEIGHBOR"},
+    {LinkMetricResultCode::INVALID, "INVALID"},
 };
 
 }  // namespace

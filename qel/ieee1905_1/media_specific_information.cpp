@@ -41,13 +41,14 @@ bool TableMediaSpecificInformation<Derived, TYPE>::operator<(const MediaSpecific
   if (other.get_interface_type() != TYPE) {
     return TYPE < other.get_interface_type();
   }
-  return serialization::less_rows(static_cast<const Derived&>(*this), static_cast<const Derived&>(other));
+  const auto* same_class = dynamic_cast<const Derived*>(&other);
+  return same_class != nullptr && serialization::less_rows(static_cast<const Derived&>(*this), *same_class);
 }
 
 template <class Derived, InterfaceType TYPE>
 bool TableMediaSpecificInformation<Derived, TYPE>::operator==(const MediaSpecificInformation& other) const {
-  return other.get_interface_type() == TYPE &&
-         serialization::equal_rows(static_cast<const Derived&>(*this), static_cast<const Derived&>(other));
+  const auto* same_class = dynamic_cast<const Derived*>(&other);
+  return same_class != nullptr && serialization::equal_rows(static_cast<const Derived&>(*this), *same_class);
 }
 
 void NoMediaSpecificInformation::dbg_str(std::ostream& os) const { os << "<no media-specific information>"; }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <variant>
 
@@ -12,6 +13,18 @@ namespace qel::ieee1905_1 {
 template <class Block>
 constexpr std::uint8_t block_length(const Block&) {
   return serialization::WireType<Block>::SIZE;
+}
+
+/// The size of the block that an interface of this type has.
+constexpr std::size_t block_length(InterfaceType type) {
+  switch (type) {
+    case InterfaceType::WLAN:
+      return serialization::WireType<WLANSpecificInformation>::SIZE;
+    case InterfaceType::PLC:
+      return serialization::WireType<PLCSpecificInformation>::SIZE;
+    default:
+      return 0;
+  }
 }
 
 /// Calls `put` with the block as its own class.

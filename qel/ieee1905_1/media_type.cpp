@@ -7,31 +7,45 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText INTERFACE_TYPES[] = {
-    {0, "ETHERNET"}, {1, "WLAN"}, {2, "PLC"}, {3, "CABLE"}, {255, "UNKNOWN"},
+    {InterfaceType::ETHERNET, "ETHERNET"}, {InterfaceType::WLAN, "WLAN"},       {InterfaceType::PLC, "PLC"},
+    {InterfaceType::CABLE, "CABLE"},       {InterfaceType::UNKNOWN, "UNKNOWN"},
 };
 constexpr EnumText ETHERNET_MODES[] = {
-    {0, "FAST_ETHERNET"},
-    {1, "GIGABIT_ETHERNET"},
-    {255, "INVALID"},
+    {EthernetMode1905_1::FAST_ETHERNET, "FAST_ETHERNET"},
+    {EthernetMode1905_1::GIGABIT_ETHERNET, "GIGABIT_ETHERNET"},
+    {EthernetMode1905_1::INVALID, "INVALID"},
 };
 constexpr EnumText WLAN_MODES[] = {
-    {0, "B_2_4_GHZ"}, {1, "G_2_4_GHZ"}, {2, "A_5_GHZ"}, {3, "N_2_4_GHZ"}, {4, "N_5_GHZ"},
-    {5, "AC_5_GHZ"},  {6, "AD_60_GHZ"}, {7, "AF"},      {8, "AX"},        {255, "INVALID"},
+    {WLANMode1905_1::B_2_4_GHZ, "B_2_4_GHZ"},
+    {WLANMode1905_1::G_2_4_GHZ, "G_2_4_GHZ"},
+    {WLANMode1905_1::A_5_GHZ, "A_5_GHZ"},
+    {WLANMode1905_1::N_2_4_GHZ, "N_2_4_GHZ"},
+    {WLANMode1905_1::N_5_GHZ, "N_5_GHZ"},
+    {WLANMode1905_1::AC_5_GHZ, "AC_5_GHZ"},
+    {WLANMode1905_1::AD_60_GHZ, "AD_60_GHZ"},
+    {WLANMode1905_1::AF, "AF"},
+    {WLANMode1905_1::AX, "AX"},
+    {WLANMode1905_1::INVALID, "INVALID"},
 };
 constexpr EnumText PLC_MODES[] = {
-    {0, "WAVELET"},
-    {1, "FFT"},
-    {255, "INVALID"},
+    {PLCMode1905_1::WAVELET, "WAVELET"},
+    {PLCMode1905_1::FFT, "FFT"},
+    {PLCMode1905_1::INVALID, "INVALID"},
 };
 constexpr EnumText CABLE_MODES[] = {
-    {0, "MoCA_1_1"},
-    {255, "INVALID"},
+    {CableMode1905_1::MoCA_1_1, "MoCA_1_1"},
+    {CableMode1905_1::INVALID, "INVALID"},
 };
 constexpr EnumText DUMMY_MODES[] = {
-    {255, "dummy (INVALID)"},
+    {DummyMode1905_1::INVALID, "dummy (INVALID)"},
 };
 constexpr EnumText WLAN_ROLES[] = {
-    {0x00, "AP"}, {0x40, "STA"}, {0x80, "P2PClient"}, {0x90, "P2PGroupOwner"}, {0xA0, "adPCP"}, {0xFF, "INVALID"},
+    {WLANInterfaceRole1905_1::AP, "AP"},
+    {WLANInterfaceRole1905_1::STA, "STA"},
+    {WLANInterfaceRole1905_1::P2PClient, "P2PClient"},
+    {WLANInterfaceRole1905_1::P2PGroupOwner, "P2PGroupOwner"},
+    {WLANInterfaceRole1905_1::adPCP, "adPCP"},
+    {WLANInterfaceRole1905_1::INVALID, "INVALID"},
 };
 
 std::span<const EnumText> modes_of(InterfaceType type) {

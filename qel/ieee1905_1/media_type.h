@@ -10,7 +10,7 @@ namespace qel::ieee1905_1 {
 
 /// The first octet of a media type (IEEE 1905.1-2013, 6.4.7): it tells which
 /// enumeration the second octet, the mode, belongs to.
-enum class InterfaceType : std::uint8_t { ETHERNET = 0, WLAN = 1, PLC = 2, CABLE = 3, UNKNOWN = 255 };
+enum class QEL_EXPORT InterfaceType : std::uint8_t { ETHERNET = 0, WLAN = 1, PLC = 2, CABLE = 3, UNKNOWN = 255 };
 
 /// The mode octet of a media type, kept as it is read.
 // The underscore is part of the system's own name for it.

@@ -11,8 +11,8 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText MESSAGE_VERSIONS[] = {
-    {0, "IEEE1905_1"},
-    {255, "INVALID"},
+    {MessageVersion::IEEE1905_1, "IEEE1905_1"},
+    {MessageVersion::INVALID, "INVALID"},
 };
 
 }  // namespace

@@ -84,14 +84,16 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
                                Field{&T::include_bits_},  //
                                Field{&T::information_ac_be_});
   }
-  /// The table, then what is included. For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
 
   /// Parameters that are not included do not count.
   bool equals(const APMetricsTLV& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  /// The table, then what is included.
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   enum IncludeBit : std::size_t { AC_VI = 4, AC_VO = 5, AC_BK = 6, AC_BE = 7 };
 
   MACAddress bssid_;

@@ -12,11 +12,11 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText RESPONSE_CODES[] = {
-    {0, "ACCEPT"},
-    {1, "DECLINE_VIOLATES_CHANGED_PREFERED"},
-    {2, "DECLINE_VIOLATES_REPORTED_PREFERED"},
-    {3, "DECLINE_BREAKS_BACKHAUL_LINK"},
-    {255, "INVALID"},
+    {ChannelSelectionResponseCode::ACCEPT, "ACCEPT"},
+    {ChannelSelectionResponseCode::DECLINE_VIOLATES_CHANGED_PREFERED, "DECLINE_VIOLATES_CHANGED_PREFERED"},
+    {ChannelSelectionResponseCode::DECLINE_VIOLATES_REPORTED_PREFERED, "DECLINE_VIOLATES_REPORTED_PREFERED"},
+    {ChannelSelectionResponseCode::DECLINE_BREAKS_BACKHAUL_LINK, "DECLINE_BREAKS_BACKHAUL_LINK"},
+    {ChannelSelectionResponseCode::INVALID, "INVALID"},
 };
 
 }  // namespace

@@ -10,13 +10,13 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText SERVICES[] = {
-    {0, "MULTI_AP_CONTROLLER"},
-    {1, "MULTI_AP_AGENT"},
+    {ServiceType::MULTI_AP_CONTROLLER, "MULTI_AP_CONTROLLER"},
+    {ServiceType::MULTI_AP_AGENT, "MULTI_AP_AGENT"},
 };
 constexpr EnumText PROTOCOLS[] = {
-    {0, "RESERVED"},
-    {1, "TR181_TRANSPORT_PROTOCOL"},
-    {255, "INVALID"},
+    {HigherLayerProtocol::RESERVED, "RESERVED"},
+    {HigherLayerProtocol::TR181_TRANSPORT_PROTOCOL, "TR181_TRANSPORT_PROTOCOL"},
+    {HigherLayerProtocol::INVALID, "INVALID"},
 };
 
 }  // namespace

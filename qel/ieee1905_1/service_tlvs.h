@@ -66,10 +66,12 @@ class QEL_EXPORT HigherLayerDataTLV final : public TableTLV<HigherLayerDataTLV, 
         serialization::Field{" Higher Layer Protocol: ", &T::protocol_},
         serialization::rest_list({}, &T::payload_, "Invalid length, must fit at least protocol byte"));
   }
-  /// The table, unless the payload is too long. For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
 
  private:
+  friend serialization::BodyAccess;
+  /// The table, unless the payload is too long.
+  inline void encode_body(serialization::Writer& out) const;
+
   HigherLayerProtocol protocol_ = HigherLayerProtocol::INVALID;
   std::vector<std::uint8_t> payload_;
 };

@@ -99,10 +99,11 @@ class QEL_EXPORT SteeringRequestTLV final : public TableTLV<SteeringRequestTLV, 
         list8({.before = "\n\tSTA List: [", .prefix = "\n\t\t", .after = " ]"}, &T::steering_sta_macs_, COUNT),
         list8({.before = "\n\tTarget BSSID List: [", .prefix = "\n\t\t", .after = " ]"}, &T::target_bssids_, COUNT));
   }
-  /// For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
 
  private:
+  friend serialization::BodyAccess;
+  inline void encode_body(serialization::Writer& out) const;
+
   static constexpr serialization::CountLimits COUNT{0, 255};
   static constexpr std::size_t STEERING_MANDATED = 7;
   static constexpr std::size_t BTM_DISASSOCIATION_IMMINENT = 6;
@@ -146,12 +147,14 @@ class QEL_EXPORT SteeringBTMReportTLV final : public TableTLV<SteeringBTMReportT
                                Field{" STAMAC: ", &T::sta_mac_address_},  //
                                Field{" BTM Status Code: ", &T::btm_status_code_});
   }
-  /// The table, then the target if there is one. For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
   bool equals(const SteeringBTMReportTLV& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  /// The table, then the target if there is one.
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   MACAddress bssid_;
   MACAddress sta_mac_address_;
   std::uint8_t btm_status_code_ = 0;

@@ -10,7 +10,7 @@ namespace qel::ieee1905_1 {
 
 /// The type octet of a TLV (IEEE 1905.1-2013, 6.4; Multi-AP Specification, 17.2). The names are those that logs show,
 /// three of them spelt in this system's own way.
-enum class TLVType : std::uint8_t {
+enum class QEL_EXPORT TLVType : std::uint8_t {
   END_OF_MESSAGE = 0,
   AL_MAC_ADDRESS = 1,
   MAC_ADDRESS = 2,

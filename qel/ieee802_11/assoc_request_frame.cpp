@@ -1,7 +1,7 @@
 #include "qel/ieee802_11/assoc_request_frame.h"
 
 #include <algorithm>
-#include <optional>
+#include <limits>
 #include <ostream>
 #include <string>
 
@@ -31,6 +31,38 @@ std::optional<IEEE802_11_RSNElement> as_rsn_element(const AssocRequestFrame::Ele
   }
 }
 
+/// How many octets the whole elements at the beginning take.
+std::size_t whole_elements(std::span<const std::uint8_t> octets) {
+  std::size_t end = 0;
+  while (octets.size() - end >= ELEMENT_HEADER_SIZE &&
+         octets.size() - end >= ELEMENT_HEADER_SIZE + std::size_t{octets[end + 1]}) {
+    end += ELEMENT_HEADER_SIZE + octets[end + 1];
+  }
+  return end;
+}
+
+constexpr std::size_t ADDRESS_SIZE = serialization::WireType<MACAddress>::SIZE;
+constexpr int BEGINS_WITH_SSID = 2;
+
+/// What speaks for elements that begin here: the SSID weighs most, then that they end with the body.
+int weight_as_elements(std::span<const std::uint8_t> octets) {
+  constexpr std::uint8_t SSID = 0;
+  constexpr std::uint8_t LONGEST_SSID = 32;
+  const std::size_t whole = whole_elements(octets);
+  return (whole != 0 && octets[0] == SSID && octets[1] <= LONGEST_SSID ? BEGINS_WITH_SSID : 0) +
+         (whole == octets.size() ? 1 : 0);
+}
+
+/// An address may look like an SSID that begins with it, but nothing in an association request like one six octets on.
+bool begins_with_address(std::span<const std::uint8_t> variable_part) {
+  if (variable_part.size() < ADDRESS_SIZE) {
+    return false;
+  }
+  const int association = weight_as_elements(variable_part);
+  const int reassociation = weight_as_elements(variable_part.subspan(ADDRESS_SIZE));
+  return reassociation > association || (reassociation == association && reassociation >= BEGINS_WITH_SSID);
+}
+
 }  // namespace
 
 void AssocRequestFrame::serialize_impl(std::ostream& os, serialization::SerializationContext& context) const {
@@ -52,43 +84,78 @@ void AssocRequestFrame::deserialize_impl(std::istream& is, serialization::Serial
 
 void AssocRequestFrame::encode_body(serialization::Writer& out) const {
   out.put(capability_information_, listen_interval_);
-  out.put_list(elements_);
+  out.put_list(variable_part_);
 }
 
 void AssocRequestFrame::decode_body(serialization::Reader& in) {
-  in.get(capability_information_, listen_interval_);
-  elements_.clear();
-  elements_.reserve(std::min(octets_to_take_, in.present(1)));
-  while (get_length() < octets_to_take_) {
-    std::uint8_t id = 0;
-    std::uint8_t length = 0;
-    in.get(id, length);
-    const std::span<const std::uint8_t> body = in.get_octets(length);
-    elements_.push_back(id);
-    elements_.push_back(length);
-    elements_.insert(elements_.end(), body.begin(), body.end());
+  if (!octets_to_take_) {
+    serialization::fail("Invalid length: the size of the association request is not known");
   }
+  in.get(capability_information_, listen_interval_);
+  variable_part_.clear();
+  in.get_list(variable_part_, *octets_to_take_ - std::min(*octets_to_take_, MIN_WIRE_SIZE));
+  is_reassociation_ = begins_with_address(variable_part_);
+}
+
+std::optional<MACAddress> AssocRequestFrame::get_current_ap_address() const {
+  if (!is_reassociation_ || variable_part_.size() < ADDRESS_SIZE) {
+    return std::nullopt;
+  }
+  MACAddress::Octets octets;
+  std::copy_n(variable_part_.begin(), octets.size(), octets.begin());
+  return MACAddress(octets);
+}
+
+void AssocRequestFrame::set_current_ap_address(const MACAddress& address) {
+  if (!get_current_ap_address()) {
+    variable_part_.insert(variable_part_.begin(), ADDRESS_SIZE, 0);
+  }
+  std::ranges::copy(address.octets(), variable_part_.begin());
+  is_reassociation_ = true;
+}
+
+std::span<const std::uint8_t> AssocRequestFrame::behind_address() const {
+  return std::span(variable_part_).subspan(get_current_ap_address() ? ADDRESS_SIZE : 0);
 }
 
 std::vector<AssocRequestFrame::Element> AssocRequestFrame::get_elements() const {
   std::vector<Element> elements;
-  for (std::span<const std::uint8_t> rest = elements_; !rest.empty();) {
-    elements.push_back({rest[0], rest.subspan(ELEMENT_HEADER_SIZE, rest[1])});
-    rest = rest.subspan(ELEMENT_HEADER_SIZE + rest[1]);
+  const std::span<const std::uint8_t> octets = behind_address();
+  for (auto left = octets.first(whole_elements(octets)); !left.empty();) {
+    elements.push_back({left[0], left.subspan(ELEMENT_HEADER_SIZE, left[1])});
+    left = left.subspan(ELEMENT_HEADER_SIZE + left[1]);
   }
   return elements;
+}
+
+std::span<const std::uint8_t> AssocRequestFrame::get_rest() const {
+  const std::span<const std::uint8_t> octets = behind_address();
+  return octets.subspan(whole_elements(octets));
+}
+
+void AssocRequestFrame::add_element(std::uint8_t id, std::span<const std::uint8_t> body) {
+  if (body.size() > std::numeric_limits<std::uint8_t>::max()) {
+    serialization::fail("Invalid size");
+  }
+  variable_part_.push_back(id);
+  variable_part_.push_back(static_cast<std::uint8_t>(body.size()));
+  variable_part_.insert(variable_part_.end(), body.begin(), body.end());
 }
 
 void AssocRequestFrame::add_element(const IEEE802_11_Element_Base& element) {
   serialization::MemoryOStream encoded;
   serialization::SerializationContext context;
   element.serialize_impl(encoded, context);
-  elements_.insert(elements_.end(), encoded.octets().begin(), encoded.octets().end());
+  variable_part_.insert(variable_part_.end(), encoded.octets().begin(), encoded.octets().end());
 }
 
 void AssocRequestFrame::dbg_str(std::ostream& os) const {
   os << "Capability Information: 0x" << hex_text(capability_information_)
-     << " Listen Interval: " << Decimal(listen_interval_.value) << " Elements: [";
+     << " Listen Interval: " << Decimal(listen_interval_.value);
+  if (const auto address = get_current_ap_address(); address) {
+    os << " Current AP: " << *address;
+  }
+  os << " Elements: [";
   for (const Element& element : get_elements()) {
     os << "\n\t\t";
     if (const auto rsn = as_rsn_element(element); rsn) {
@@ -96,6 +163,9 @@ void AssocRequestFrame::dbg_str(std::ostream& os) const {
     } else {
       os << "Element ID: " << Decimal(element.id) << " Length: " << std::to_string(element.body.size());
     }
+  }
+  if (const std::size_t rest = get_rest().size(); rest != 0) {
+    os << "\n\t\trest: " << std::to_string(rest) << " Bytes";
   }
   os << " ]";
 }

@@ -4,18 +4,21 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <optional>
 #include <span>
 #include <vector>
 
 #include "qel/core/export.h"
+#include "qel/core/mac_address.h"
 #include "qel/core/serialization/binary_serializable.h"
 #include "qel/ieee802_11/element.h"
 #include "qel/ieee802_11/little_endian.h"
 
 namespace qel::ieee802_11 {
 
-/// The body of an association request frame (IEEE 802.11-2020, 9.3.3.5): two fixed fields, then elements, which are
-/// kept as they came, in their order, unknown and repeated ones included.
+/// The body of an association request frame (IEEE 802.11-2020, 9.3.3.5) or of a reassociation request frame (9.3.3.7):
+/// two fixed fields, in a reassociation request the address of the current AP, then elements. All octets are kept as
+/// they came, also those that are no elements.
 class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializable {
  public:
   static constexpr std::size_t MIN_WIRE_SIZE = 4;
@@ -26,42 +29,61 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
     std::span<const std::uint8_t> body;
   };
 
-  /// To be decoded from a frame of `octets`, since nothing in it tells its end. The fixed fields are read in any case,
-  /// then whole elements while fewer octets were read; so an element that overruns the end, or an end inside the fixed
-  /// fields, shows by a get_length() of more than `octets`.
-  explicit AssocRequestFrame(std::size_t octets = MIN_WIRE_SIZE) : octets_to_take_(octets) {}
+  /// An association request without elements. It does not decode: nothing in a body tells its end.
+  AssocRequestFrame() = default;
+  /// To be decoded from a body of `octets`. The fixed fields are read in any case, so that fewer octets than theirs
+  /// show by a get_length() of more than `octets`. Which request it is shows by the place of the SSID, the first
+  /// element of either; where there is none, by elements that end with the body; else it is an association request.
+  explicit AssocRequestFrame(std::size_t octets) : octets_to_take_(octets) {}
 
   void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override;
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   void encode_body(serialization::Writer& out) const;
   void decode_body(serialization::Reader& in);
 
-  /// Octets of the whole body: four and, for each element, two and those of its own body.
-  std::size_t get_length() const { return MIN_WIRE_SIZE + elements_.size(); }
+  /// Octets of the whole body.
+  std::size_t get_length() const { return MIN_WIRE_SIZE + variable_part_.size(); }
+
+  bool is_reassociation() const { return is_reassociation_; }
+  /// Has the octets that are there read as one request or the other, for who knows better than the decoder.
+  void set_reassociation(bool is_reassociation) { is_reassociation_ = is_reassociation; }
 
   const std::bitset<16>& get_capability_information() const { return capability_information_; }
   void set_capability_information(const std::bitset<16>& capabilities) { capability_information_ = capabilities; }
   /// In beacon intervals.
   std::uint16_t get_listen_interval() const { return listen_interval_.value; }
   void set_listen_interval(std::uint16_t interval) { listen_interval_.value = interval; }
+  /// Empty for an association request, and where there is no room for the address.
+  std::optional<MACAddress> get_current_ap_address() const;
+  /// Makes it a reassociation request.
+  void set_current_ap_address(const MACAddress& address);
+  /// The whole elements, in their order, unknown and repeated ones included.
   std::vector<Element> get_elements() const;
+  /// What follows the last whole element, borrowed; empty in a sound body.
+  std::span<const std::uint8_t> get_rest() const;
 
-  /// Appends an element; throws SerializationException where it cannot be encoded.
+  ///@{
+  /// Appends an element to all octets that are there. Throws SerializationException for one over 255 octets.
+  void add_element(std::uint8_t id, std::span<const std::uint8_t> body);
   void add_element(const IEEE802_11_Element_Base& element);
+  ///@}
 
   /// By the octets of the wire form.
   friend bool operator==(const AssocRequestFrame& left, const AssocRequestFrame& right) {
     return left.capability_information_ == right.capability_information_ &&
-           left.listen_interval_ == right.listen_interval_ && left.elements_ == right.elements_;
+           left.listen_interval_ == right.listen_interval_ && left.variable_part_ == right.variable_part_;
   }
 
   void dbg_str(std::ostream& os) const;
 
  private:
+  std::span<const std::uint8_t> behind_address() const;
+
   std::bitset<16> capability_information_;
   LittleEndian<std::uint16_t> listen_interval_;
-  std::vector<std::uint8_t> elements_;  ///< each with its ID and length
-  std::size_t octets_to_take_;
+  std::vector<std::uint8_t> variable_part_;  ///< what follows these fields
+  bool is_reassociation_ = false;
+  std::optional<std::size_t> octets_to_take_;
 };
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const AssocRequestFrame& frame);

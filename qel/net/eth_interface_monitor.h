@@ -33,8 +33,8 @@ class QEL_EXPORT EthInterfaceMonitor {
 
   /// Unset or 0 for unknown. Compared with the measured rates as a plain number, whatever their unit.
   const MaxDataRate& get_max_data_rate() const { return max_data_rate_; }
-  /// Takes a later one.
-  void set_max_data_rate(const MaxDataRate& max_data_rate) { max_data_rate_.update(max_data_rate); }
+  /// Whatever its time, also one that is unset.
+  void set_max_data_rate(const MaxDataRate& max_data_rate) { max_data_rate_ = max_data_rate; }
 
   /// Measures since the last update. Throws what EthTool throws, and changes nothing then.
   void update();

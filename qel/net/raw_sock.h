@@ -25,6 +25,8 @@ class QEL_EXPORT RawSock : public daemon::ISimpleFDWatch {
   /// fact 4294967295, tells that reading failed (as it does once when the interface goes down) and that there are none.
   /// It may remove the socket from the loop but neither destroy it nor throw.
   using DataCallback = std::function<void(const unsigned char*, unsigned int)>;
+  /// Called once after each registration, and once for each want_write(): after a send that the socket had no room for,
+  /// say.
   using WritableCallback = std::function<void(RawSock&)>;
 
   /// An Ethernet frame without its check sequence. Of a longer one only this much is received.

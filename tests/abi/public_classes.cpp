@@ -10,6 +10,9 @@
 #include "qel/daemon/task.h"
 #include "qel/daemon/timer.h"
 #include "qel/daemon/watches.h"
+#include "qel/ieee1905_1/autoconfiguration_tlvs.h"
+#include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/service_tlvs.h"
 
 namespace {
 
@@ -50,3 +53,14 @@ struct ConcreteState : qel::state_machine::IState {
 }  // namespace
 
 template class qel::signals::Slot<>;
+
+// Instances that the headers only give names to, or none.
+template <class... T>
+constexpr bool are_complete = (sizeof(T) + ...) != 0;
+namespace named = qel::ieee1905_1;
+using named::MACAddressTLVCommon, named::TLVType;
+static_assert(
+    are_complete<MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>, MACAddressTLVCommon<TLVType::MAC_ADDRESS>,
+                 MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>, MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>,
+                 named::SearchedRoleTLV, named::SupportedRoleTLV, named::AutoconfigFrequencyBandTLV,
+                 named::SupportedFrequencyBandTLV, named::SupportedServiceTLV, named::SearchedServiceTLV>);

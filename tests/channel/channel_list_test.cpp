@@ -6,6 +6,7 @@
 
 #include "qel/core/text.h"
 #include "tests/channel/channels.h"
+#include "tests/support/fields.h"
 
 namespace qel {
 namespace {
@@ -50,7 +51,15 @@ TEST(ChannelEntry, HasADebugTextAndThePropertiesOfItsFrequencyAndFlags) {
   EXPECT_EQ(os.str(), "36 | 5180000 kHz | 000000101 | 00001 | 10 | 20 dBm | 23.5 dBm | 7 | 55");
   EXPECT_EQ(to_string(at(1, 2412000)), "1 | 2412000 kHz | 000000000 | --- | --- | --- | --- | --- | ---");
 
+  const Fields from;
+  test::fields_from([&] { return ChannelEntry(36, kHz(5180000), std::bitset<9>(from.capabilities)); }, from.entry(),
+                    FIELD(state_flags), from.state, FIELD(config_flags), from.config, FIELD(max_power), from.power,
+                    FIELD(max_regulatory_power), from.regulatory, FIELD(ANPI), from.anpi, FIELD(channel_utilization),
+                    from.utilization);
   const ChannelEntry entry = Fields{.capabilities = "001001010"}.entry();
+  EXPECT_TRUE(entry.get_channel_number() == 36 && entry.get_frequency() == kHz(5180000) &&
+              entry.get_capability_flags() == 0x4AU && entry.get_max_supported_channel_width() == W8080 &&
+              entry.get_all_supported_channel_width() == (std::set{W40, W160, W8080}));
   EXPECT_EQ(entry.get_frequency_band(), FrequencyBand::BAND_5_GHZ);
   EXPECT_EQ(entry.get_detailed_frequency_band(), DetailedFrequencyBand::BAND_5_GHZ_LOWER);
   EXPECT_EQ(entry.get_min_supported_channel_width(), W40);

@@ -111,5 +111,23 @@ TEST(Phymode, GivesAPhyType) {
   }
 }
 
+TEST(Units, ConvertOnRequestAndStopAtTheirBorders) {
+  EXPECT_EQ(unit_cast<kHz>(MHz(-25)), kHz(-25000));
+  EXPECT_EQ(unit_cast<MHz>(kHz(5180999)), MHz(5180));
+  EXPECT_EQ(unit_cast<MHz>(kHz(-1999)), MHz(-1));
+  EXPECT_EQ(unit_cast<kHz>(MHz(MOST / 2)), kHz(MOST));
+  EXPECT_EQ(unit_cast<kHz>(MHz(LEAST)), kHz(LEAST));
+  EXPECT_EQ(kHz(7) + kHz(-30), kHz(-23));
+  EXPECT_EQ(kHz(7) - kHz(-30), kHz(37));
+  EXPECT_EQ(kHz(MOST) + kHz(1), kHz(MOST));
+  EXPECT_EQ(kHz(LEAST) + kHz(-1), kHz(LEAST));
+  EXPECT_EQ(kHz(1) - kHz(LEAST), kHz(MOST));
+  EXPECT_EQ(kHz(-2) - kHz(MOST), kHz(LEAST));
+
+  std::ostringstream os;
+  os << std::hex << std::showpos << kHz(2412000) << ", " << MHz(-20);
+  EXPECT_EQ(os.str(), "2412000 kHz, -20 MHz");
+}
+
 }  // namespace
 }  // namespace qel

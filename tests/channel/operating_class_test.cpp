@@ -276,10 +276,7 @@ Channel Width: 40 MHz
 }
 
 TEST(OperatingClass, IsKnownForTwoRegions) {
-  const char* const NAMES[] = {"USA", "EUROPE", "JAPAN", "GLOBAL", "CHINA", "unknown region value 5"};
-  for (int code = 0; code < 6; ++code) {
-    EXPECT_EQ(to_string(static_cast<Deduction::Region>(code)), NAMES[code]);
-  }
+  EXPECT_EQ(enum_to_string(static_cast<Deduction::Behavior>(65537)), "65537");
   for (const int code : {0, 2, 4, 5, 7}) {
     EXPECT_EQ(outcome_of([&] { return Deduction::get_channel_frequency(1, 4, static_cast<Deduction::Region>(code)); }),
               code < 5 ? "invalid: Not implemented yet." : "invalid: Unknown region.");

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "qel/core/text.h"
+#include "tests/support/fields.h"
 
 namespace qel {
 namespace {
@@ -48,6 +49,10 @@ TEST(NSSTable, HoldsACountForEachWidth) {
     EXPECT_EQ(text.str(), expected);
   }
   EXPECT_TRUE(left < right && !(right < left) && !(left < left) && left != right);
+  NSSTable one = left;
+  NSSTable other = right;
+  swap(one, other);
+  EXPECT_TRUE(one == right && other == left);
   EXPECT_THROW(NSSTable(INVALID, 2), std::out_of_range);
   EXPECT_THROW(updated(static_cast<ChannelWidth>(255), 2, true, true), std::out_of_range);
 
@@ -102,6 +107,15 @@ TEST(WLANRadio, TakesWhatIsNew) {
 
   const WLANRadio later(radio_id(0xEF, 6), rx, tx, 40, channels());
   EXPECT_TRUE(radio != later && radio.equivalent_to(later) && !(radio < later));
+}
+
+TEST(WLANRadio, HasFields) {
+  const NSSTable rx(WIDTH_80_MHZ, 2);
+  const NSSTable tx(WIDTH_40_MHZ, 3);
+  const WLANRadio radio = test::fields_from(
+      [] { return WLANRadio(radio_id(0xEF)); }, WLANRadio(radio_id(0xEF), rx, tx, 40, channels()), FIELD(rx_nss_table),
+      rx, FIELD(tx_nss_table), tx, FIELD(supported_phymodes), 40U, FIELD(channel_list), channels());
+  EXPECT_EQ(radio.get_radio_id(), radio_id(0xEF));
 }
 
 TEST(WLANRadio, HasADebugText) {

@@ -13,6 +13,7 @@
 #include "qel/core/text.h"
 #include "qel/core/validity.h"
 #include "qel/core/vendor_oui.h"
+#include "tests/support/fields.h"
 #include "tests/support/golden.h"
 
 namespace qel {
@@ -65,6 +66,7 @@ TEST(MACAddress, ReadsOneWord) {
   EXPECT_EQ(address, mac("AABBCCDDEE01"));
   EXPECT_FALSE(is >> address);
   EXPECT_EQ(is.rdstate() & std::ios_base::failbit, std::ios_base::failbit);
+  EXPECT_EQ(address, mac("AABBCCDDEE01"));
 }
 
 TEST(MACAddress, OrdersByOctets) {
@@ -113,6 +115,7 @@ TEST(BasicVersion, ParsesTwoNumbersWithADot) {
     EXPECT_EQ(parsed(text), "3.7 refused") << text;
   }
   EXPECT_EQ((std::ostringstream() << std::hex << BasicVersion(258, 772)).str(), "258.772");
+  test::fields(BasicVersion(258, 772), FIELD(major), 258, FIELD(minor), 772);
 }
 
 TEST(FixedByteBuffer, HoldsUpToItsCapacity) {
@@ -120,12 +123,31 @@ TEST(FixedByteBuffer, HoldsUpToItsCapacity) {
   const std::span octets(given);
   const FixedByteBuffer<3> full(octets.first(3));
   EXPECT_EQ(test::hex({full.data(), full.size()}), "070809");
+  EXPECT_TRUE(full.capacity() == 3 && !full.empty() && FixedByteBuffer<3>().empty());
   EXPECT_THROW(FixedByteBuffer<3>{octets}, std::invalid_argument);
   test::expect_unequal(full, FixedByteBuffer<3>(octets.first(2)));
   test::expect_unequal(full, FixedByteBuffer<3>(octets.last(3)));
 }
 
-TEST(ID, OrdersByValue) { EXPECT_LT(ID(1), ID(0x80000000U)); }
+TEST(ID, OrdersByValue) {
+  EXPECT_LT(ID(1), ID(0x80000000U));
+  EXPECT_EQ(ID(0x80000000U).get_value(), 0x80000000U);
+}
+
+template <class T>
+void check_swaps(const T& first, const T& second) {
+  T left = first;
+  T right = second;
+  swap(left, right);
+  EXPECT_TRUE(left == second && right == first);
+  left.swap(right);
+  EXPECT_TRUE(left == first && right == second);
+}
+
+TEST(ValueTypes, Swap) {
+  check_swaps(mac("001A2B3C4D5E"), mac("06F1E2D3C4B5"));
+  check_swaps(ID(1), ID(2));
+}
 
 TEST(Text, UpperCase) { EXPECT_EQ(to_upper("fe80::a9z-\xE4\xFF"), "FE80::A9Z-\xE4\xFF"); }
 

@@ -22,7 +22,7 @@ TEST(BuildTypeDeathTest, IsReadOnceFromTheEnvironment) {
         {
           text == nullptr ? unsetenv("CONFIG_BUILDTYPE") : setenv("CONFIG_BUILDTYPE", text, 1);
           for (int reading = 0; reading < 2; ++reading) {
-            if (get_build_type() != GUBuildType(type) || is_production_release() != is_production) {
+            if (enum_to_string(get_build_type()) != std::to_string(type) || is_production_release() != is_production) {
               std::exit(1);
             }
             setenv("CONFIG_BUILDTYPE", type == 2 ? "3" : "2", 1);

@@ -60,8 +60,13 @@ TEST_F(CtlcmdTest, AModuleStopsWhenItIsReplacedOrRemoved) {
   EXPECT_FALSE(ctlcmd.remove_module("mesh"));
   EXPECT_THAT(take_calls(), ElementsAre("ctlcmd_unregister_library(mesh)"));
   EXPECT_EQ(ctlcmd.get_module("mesh"), nullptr);
-  EXPECT_FALSE(second->start());
-  EXPECT_THAT(take_calls(), IsEmpty());
+}
+
+TEST_F(CtlcmdTest, AModuleNeedsNoShellToStart) {
+  CtlcmdModule alone("alone", nullptr);
+  EXPECT_TRUE(alone.start());
+  EXPECT_FALSE(alone.is_valid());
+  EXPECT_THAT(take_calls(), ElementsAre("ctlcmd_register_library(alone, 0)", "ctlcmd_module_set_ctx(alone)"));
 }
 
 }  // namespace

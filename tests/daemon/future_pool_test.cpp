@@ -2,8 +2,10 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 namespace qel::async {
 namespace {
@@ -47,6 +49,28 @@ TEST_F(FuturePoolTest, DeliversWhatIsReadyAndKeepsTheRest) {
   EXPECT_THAT(log, ElementsAre("5", "1", "lost"));
   EXPECT_FALSE(connection.connected());
   EXPECT_THROW(pool.add(std::future<int>(), push()), std::future_error);
+}
+
+TEST_F(FuturePoolTest, ThePollIntervalGrowsUntilAFutureComesOrIsDelivered) {
+  std::promise<int> never;
+  std::promise<int> soon;
+  const std::function<void()> changes[] = {[&] { pool.add(never.get_future(), push()); },
+                                           [&] { pool.add(soon.get_future(), push()); },
+                                           [&] {
+                                             soon.set_value(1);
+                                             pool.process_futures();
+                                           }};
+  const auto later = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+  for (const auto& change : changes) {
+    const auto before = pool.get_poll_interval(later);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    change();
+    EXPECT_LT(pool.get_poll_interval(later), before);
+    pool.process_futures();
+    EXPECT_GE(pool.get_poll_interval(later).count(), 50) << "a sixteenth of the second, but for a slow machine";
+  }
+  EXPECT_EQ(pool.get_poll_interval(later + std::chrono::hours(1)).count(), 100);
+  EXPECT_EQ(pool.get_poll_interval(std::chrono::steady_clock::now() - std::chrono::hours(1)).count(), 1);
 }
 
 TEST_F(FuturePoolTest, DisconnectedFuturesAreDroppedUnheard) {

@@ -2,6 +2,7 @@
 
 #include <shringbuf.h>
 
+#include <iomanip>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
@@ -45,6 +46,14 @@ TEST_F(LogTest, CutsOneNewlineDropsEveryNulAndPassesLongLines) {
   EXPECT_THAT(take_calls(),
               ElementsAre("debugmsg(log-b, %s, two\n)", "debugmsg(log-b, %s, ab)", "debugmsg(log-b, %s, )",
                           "debugmsg(log-b, %s, " + text + ")", "debugmsg(log-b, %s, short)"));
+}
+
+TEST_F(LogTest, EachLineBeginsWithTheFormatOfAFreshStream) {
+  std::ostream& kept = stream("log-c");
+  kept << std::hex << std::showbase << std::boolalpha << std::setprecision(2) << std::setfill('*') << 255 << ' '
+       << std::setw(4) << true << ' ' << 3.14159 << std::setw(9) << std::endl;
+  kept << 255 << ' ' << true << ' ' << 3.14159 << std::setw(3) << 1 << std::endl;
+  EXPECT_THAT(take_calls(), ElementsAre("debugmsg(log-c, %s, 0xff true 3.1)", "debugmsg(log-c, %s, 255 1 3.14159  1)"));
 }
 
 TEST_F(LogTest, AStreamIsMadeOnceAndRecoversFromFailure) {

@@ -12,6 +12,7 @@ namespace qel::daemon {
 namespace {
 
 using testing::Contains;
+using testing::HasSubstr;
 using testing::IsSupersetOf;
 
 constexpr const char* LISTEN =
@@ -104,6 +105,32 @@ TEST_F(MainloopTest, HouseKeepingComesEverySecondUntilTheLoopIsCleared) {
   EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)"));
 }
 
+TEST_F(MainloopTest, FuturesThatNoTurnHasSeenEndAWaitSoon) {
+  constexpr const char* ARM_POLL = "ctimer_setup_internal(0, 2, 0, 1, 1000, 0, 0)";
+  start();
+  const auto calls_of = [&](std::chrono::milliseconds timeout) {
+    take_calls();
+    EXPECT_EQ(loop->run(timeout), 1ms);
+    return take_calls();
+  };
+  std::promise<int> late;
+  loop->add_future(late.get_future(), [](std::future<int>) {});
+  EXPECT_THAT(calls_of(-1ms), ElementsAre(ARM_POLL, "evsock_select_with_msecs(-1)"));
+  EXPECT_THAT(calls_of(1ms), ElementsAre("evsock_select_with_msecs(1)"));
+  EXPECT_THAT(calls_of(250ms), ElementsAre("evsock_select_with_msecs(250)")) << "the caller knows of it";
+  advance_microseconds(1'000);
+
+  // A turn that ends by an exception tells nobody.
+  std::promise<int> ready;
+  ready.set_value(1);
+  loop->add_future(ready.get_future(), [](std::future<int>) { throw std::runtime_error("handler"); });
+  EXPECT_THROW(loop->run(-1ms), std::runtime_error);
+  EXPECT_THAT(calls_of(-1ms), ElementsAre(ARM_POLL, "evsock_select_with_msecs(-1)"));
+  loop->clear();
+  EXPECT_EQ(loop->count_futures(), 0u);
+  EXPECT_EQ(loop->run(0ms), -1ms);
+}
+
 TEST_F(MainloopTest, WatchesComeAndGo) {
   start();
   const auto first = std::make_shared<ProbeWatch>(5, log);
@@ -125,7 +152,8 @@ TEST_F(MainloopTest, WatchesComeAndGo) {
 TEST_F(MainloopTest, LogsWhatFailed) {
   set_result("daemon_start", -5);
   start("node", true);
-  EXPECT_THAT(take_calls(), Contains("errmsg(%s: %s, mainloop: Failed to start as a daemon, error -5)"));
+  EXPECT_THAT(take_calls(),
+              Contains(HasSubstr("mainloop: Failed to start as a daemon, error -5: Input/output error)")));
   EXPECT_TRUE(loop->send_qelipc_event("link", "up", 2));
   EXPECT_THAT(take_calls(), ElementsAre("qelipc_event_send(link, up)"));
   set_result("qelipc_msg_send", -6);

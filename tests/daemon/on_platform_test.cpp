@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -112,6 +113,60 @@ TEST_F(OnPlatform, FuturesShortenTheNextWait) {
   loop.add_future(std::promise<int>().get_future(), add);
   loop.clear_futures();
   EXPECT_EQ(loop.count_futures(), 0u);
+}
+
+TEST_F(OnPlatform, ANestedRunDoesNotEndTheTurnForWatches) {
+  const Pair pair = Pair::sockets("x");
+  auto watch = std::make_shared<ProbeWatch>(pair[0], log);
+  watch->when_readable = [&] {
+    std::promise<void> ready;
+    ready.set_value();
+    loop.add_future(ready.get_future(), [&](std::future<void>) { loop.remove_watches(); });
+    loop.run(0ms);
+  };
+  loop.add_watch(watch);
+  watch.reset();
+  loop.run(1s);
+  EXPECT_THAT(log, ElementsAre("readable", "still alive", "dies"));
+}
+
+TEST_F(OnPlatform, AWatchPausesAsksToWriteAndCanBeAddedAgain) {
+  const Pair pair = Pair::sockets("x");
+  const auto watch = std::make_shared<ProbeWatch>(pair[0], log);
+  loop.add_watch(watch);
+  const auto turn = [&] {
+    loop.run(20s);
+    return std::exchange(log, {});
+  };
+  EXPECT_THAT(turn(), ElementsAre("readable", "writable"));
+  watch->pause_reading();
+  watch->want_write();
+  EXPECT_THAT(turn(), ElementsAre("writable"));
+  watch->resume_reading();
+  EXPECT_THAT(turn(), ElementsAre("readable"));
+  loop.remove_watch(watch);
+  for (const auto ask : {&ProbeWatch::want_write, &ProbeWatch::pause_reading, &ProbeWatch::resume_reading}) {
+    ((*watch).*ask)();
+  }
+  watch->set_fd(pair[0]);
+  loop.add_watch(watch);
+  EXPECT_THAT(turn(), ElementsAre("readable", "writable"));
+}
+
+TEST_F(OnPlatform, RunUntilFinishedPollsALongPendingFutureRarely) {
+  const auto sleeps = [] {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_nvcsw;
+  };
+  std::promise<void> promise;
+  loop.add_future(promise.get_future(), [&](std::future<void>) { loop.finish(); });
+  time::Timer timer;
+  timer.start(500ms, [&] { promise.set_value(); });
+  const auto before = sleeps();
+  loop.run_until_finished();
+  EXPECT_EQ(loop.count_futures(), 0u);
+  EXPECT_LT(sleeps() - before, 200) << "one each millisecond would be 500";
 }
 
 TEST_F(OnPlatform, CommandsMessagesAndEventsArrive) {

@@ -86,9 +86,11 @@ TEST_F(SignalTest, ScopedConnectionsDisconnect) {
     EXPECT_TRUE(first.is_connected());
     moved = second;
     EXPECT_FALSE(first.is_connected());
-    ScopedConnection other;
+    Connection third = signal->connect(push("c"));
+    ScopedConnection other = third;
     other = std::move(moved);
     EXPECT_TRUE(second.is_connected());
+    EXPECT_FALSE(third.is_connected());
   }
   EXPECT_FALSE(second.is_connected());
 }

@@ -1,5 +1,9 @@
 #include "qel/daemon/state_machine.h"
 
+#include <functional>
+#include <map>
+#include <optional>
+
 #include "tests/daemon/fixture.h"
 
 namespace qel::state_machine {
@@ -114,6 +118,87 @@ TEST_F(StateMachineTest, AStateIsNotLeftBeforeItIsEnteredAndTheDestructorLeaves)
   }
   EXPECT_THAT(trace, ElementsAre("Hasty still entering", "Hasty out entered", "Hasty dies", "Last in",
                                  "Last out entered", "Last dies"));
+}
+
+/// Does what the test wants where the test wants it, and shows that it is still alive afterwards.
+struct Scripted final : TracedState<Scripted, Go, Number> {
+  static constexpr const char* NAME = "Scripted";
+  static inline std::map<std::string, std::function<void()>> script;
+  using TracedState::TracedState;
+  void on_entry() override { act("in"); }
+  void on_exit() override {
+    EXPECT_EQ(get_state_machine().get_current_state(), this);
+    act("out");
+  }
+  void on(const Go&) { act("on"); }
+  void on(const Number& event) { go_to<Last>(event.value); }
+  void act(const char* where) const {
+    note(where);
+    if (const auto action = std::exchange(script[where], nullptr)) {
+      action();
+      note("lives");
+    }
+  }
+};
+
+TEST_F(StateMachineTest, AStateMayEndItsMachineWhereverItIsAndIsLeftOnce) {
+  std::optional<StateMachine> own;
+  const auto destroy = [&] { own.reset(); };
+  const auto deinit = [&] { own->deinit(); };
+  const std::tuple<const char*, std::function<void()>, std::vector<std::string>> rows[] = {
+      {"in", destroy, {"in", "out", "lives", "dies"}},
+      {"in", deinit, {"in", "out", "lives", "dies"}},
+      {"on", destroy, {"in", "on entered", "out entered", "lives", "dies"}},
+      {"on", deinit, {"in", "on entered", "out entered", "lives", "dies"}},
+      {"out", destroy, {"in", "on entered", "out entered", "lives", "dies"}},
+      {"out", deinit, {"in", "on entered", "out entered", "lives entered", "dies"}},
+      {"out",
+       [&] { own->on_event(Go()); },
+       {"in", "on entered", "out entered", "on entered", "lives entered", "dies"}}};
+  for (const auto& [where, action, expected] : rows) {
+    trace.clear();
+    own.emplace();
+    Scripted::script[where] = action;
+    own->init<Scripted>();
+    if (own && own->get_current_state() != nullptr) {
+      own->on_event(Go());
+    }
+    if (own) {
+      own->deinit();
+      EXPECT_EQ(own->get_current_state(), nullptr);
+    }
+    std::vector<std::string> named;
+    for (const auto& step : expected) {
+      named.push_back("Scripted " + step);
+    }
+    EXPECT_EQ(trace, named);
+  }
+}
+
+TEST_F(StateMachineTest, AStateThatIsBeingLeftCannotAskForAnotherOne) {
+  machine.init<Scripted>();
+  Scripted::script["out"] = [&] { machine.on_event(Number(1)); };
+  machine.deinit();
+  EXPECT_EQ(machine.get_current_state(), nullptr);
+  EXPECT_THAT(trace, testing::Not(testing::Contains("Last in")));
+}
+
+TEST_F(StateMachineTest, AnOnExitThatThrowsLeavesNoStateAndIsLoggedByTheDestructor) {
+  const auto refuse = [] { throw std::runtime_error("no way out"); };
+  const std::function<void()> ends[] = {[&] { machine.deinit(); }, [&] { machine.on_event(Number(1)); }};
+  for (const auto& end : ends) {
+    machine.init<Scripted>();
+    Scripted::script["out"] = refuse;
+    EXPECT_THAT(end, ThrowsMessage<std::runtime_error>("no way out"));
+    EXPECT_EQ(machine.get_current_state(), nullptr);
+  }
+  take_calls();
+  {
+    StateMachine local;
+    local.init<Scripted>();
+    Scripted::script["out"] = refuse;
+  }
+  EXPECT_THAT(take_calls(), ElementsAre("errmsg(%s: %s, state_machine: failed to leave the state (no way out))"));
 }
 
 struct Broken final : TracedState<Broken> {

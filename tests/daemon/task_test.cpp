@@ -94,6 +94,34 @@ TEST_F(TaskTest, TimesOutAlsoWhenItWasMovedBefore) {
   EXPECT_THAT([&] { taken.get(); }, ThrowsMessage<TaskError>("Task has no value!: Task timed out"));
 }
 
+TEST_F(TaskTest, MovingLeavesNoTimerBehindThatAStateSetByHandLeftArmed) {
+  Probe other(log);
+  for (Probe* armed : {&*task, &other}) {
+    armed->set_timeout(20ms);
+    armed->start();
+    armed->set_state(TaskState::NEVER_STARTED);
+    other = std::move(*task);
+    take_calls();
+    log.clear();
+    advance_microseconds(1'000'000);
+    EXPECT_THAT(log, IsEmpty());
+  }
+}
+
+TEST_F(TaskTest, KeepsLongTimeouts) {
+  const std::pair<std::chrono::milliseconds, const char*> rows[] = {
+      {1200h, "ctimer_setup_internal(0, 2, 0, 432000000, 100, 0, 0)"},
+      {std::chrono::milliseconds::max(), "ctimer_setup_internal(0, 2, 0, 2147483647, 1, 0, 0)"}};
+  for (const auto& [timeout, call] : rows) {
+    task->reset();
+    take_calls();
+    task->set_timeout(timeout);
+    task->start();
+    EXPECT_THAT(take_calls(), ElementsAre(call));
+    EXPECT_EQ(task->get_timeout(), timeout);
+  }
+}
+
 TEST_F(TaskTest, AnEndInTimeStopsTheTimer) {
   const std::function<void()> ends[] = {[&] { task->complete(1); }, [&] { task->reset(); }, [&] { task.reset(); }};
   for (const auto& end : ends) {
@@ -149,6 +177,25 @@ TEST_F(TaskTest, DeletionReachesTheContinuation) {
   set_result("ctimer_unsetup_internal", -4);
   task.reset();
   EXPECT_THAT(take_calls(), testing::Contains("errmsg(%s: %s, Task: failed to end task (Changed handle))"));
+}
+
+TEST_F(TaskTest, ADestroyedTaskAnswersItsContinuationAndIsNotRevivedByIt) {
+  std::optional<ValueTask<int>> value{std::in_place};
+  value->then([this](Task& ended) {
+    auto& whole = static_cast<ValueTask<int>&>(ended);
+    EXPECT_THAT([&] { ended.check(); }, ThrowsMessage<TaskError>("Task has no value!: Task not running"));
+    EXPECT_THAT([&] { whole.get(); }, ThrowsMessage<TaskError>("Task has no value!: Task not running"));
+    EXPECT_EQ(ended.get_exception(), nullptr);
+    EXPECT_FALSE(whole.complete(1) || ended.cancel() || ended.fail(std::make_exception_ptr(1)));
+    log.push_back(task_state_to_string(ended.get_state()));
+    ended.reset();
+    ended.start();
+  });
+  value->set_timeout(1s);
+  value->start();
+  value.reset();
+  EXPECT_THAT(log, ElementsAre("DELETED"));
+  advance_microseconds(2'000'000);
 }
 
 TEST_F(TaskTest, AContinuationMayDestroyItsTask) {

@@ -1,5 +1,7 @@
 #include "qel/daemon/timer.h"
 
+#include <limits>
+
 #include "tests/daemon/fixture.h"
 
 namespace qel::time {
@@ -7,16 +9,34 @@ namespace {
 
 class TimerTest : public FakePlatformTest {};
 
-TEST_F(TimerTest, CountsInTheUnitOfTheDuration) {
+TEST_F(TimerTest, CountsInTheUnitOfTheDurationOrWhatItTakesToKeepALongOne) {
   Timer timer;
   const auto armed_with = [&](auto duration) {
-    timer.start(duration, [] {});
+    try {
+      timer.start(duration, [] {});
+    } catch (const TimerError& error) {
+      return std::string(error.what());
+    }
     return take_calls().back();
   };
   EXPECT_EQ(armed_with(1500ms), "ctimer_setup_internal(0, 2, 0, 1500, 1000, 0, 0)");
   EXPECT_EQ(armed_with(deciseconds(7)), "ctimer_setup_internal(0, 2, 0, 7, 10, 0, 0)");
   EXPECT_EQ(armed_with(centiseconds(8)), "ctimer_setup_internal(0, 2, 0, 8, 100, 0, 0)");
   EXPECT_EQ(armed_with(2min), "ctimer_setup_internal(0, 2, 0, 120, 1, 0, 0)");
+
+  constexpr std::int64_t max = std::numeric_limits<std::int32_t>::max();
+  constexpr std::chrono::milliseconds days50 = 1200h;
+  EXPECT_EQ(armed_with(std::chrono::milliseconds(max)), "ctimer_setup_internal(0, 2, 0, 2147483647, 1000, 0, 0)");
+  EXPECT_EQ(armed_with(days50), "ctimer_setup_internal(0, 2, 0, 432000000, 100, 0, 0)");
+  EXPECT_EQ(armed_with(days50 + 1ms), "ctimer_setup_internal(0, 2, 0, 432000001, 100, 0, 0)") << "never early";
+  EXPECT_EQ(armed_with(centiseconds(max + 1)), "ctimer_setup_internal(0, 2, 0, 214748365, 10, 0, 0)");
+  EXPECT_EQ(armed_with(1ms + Timer::MAX_DURATION - 1s), "ctimer_setup_internal(0, 2, 0, 2147483647, 1, 0, 0)");
+  EXPECT_EQ(armed_with(1ms + Timer::MAX_DURATION), "Invalid parameter");
+  EXPECT_EQ(armed_with(std::chrono::seconds(-max * 2 - 2)), "Invalid parameter") << "whose low half is 0";
+  EXPECT_EQ(armed_with(std::chrono::hours::max()), "Invalid parameter");
+  EXPECT_EQ(armed_with(std::chrono::hours::min()), "Invalid parameter");
+  timer.start_ctimer(std::chrono::milliseconds(2 * max + 7));
+  EXPECT_EQ(take_calls().back(), "ctimer_setup_internal(0, 2, 0, 5, 1000, 0, 0)") << "is cut to 32 bits";
 }
 
 TEST_F(TimerTest, MapsTheResultsOfThePlatformAndDropsTheCallbackAnyway) {

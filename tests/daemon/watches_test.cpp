@@ -58,7 +58,7 @@ TEST_F(WatchesTest, AddingAgainDropsTheLiveHandleAndARefusalIsLogged) {
   watch.add_to_evsock();
   EXPECT_EQ(watch.get_handle(), nullptr);
   EXPECT_THAT(take_calls(), ElementsAre("evsock_remove_fd(5)", "evsock_add_fd(5, probe, xx--, null)",
-                                        "errmsg(%s: %s, mainloop: Failed to watch probe)"));
+                                        "errmsg(%s: %s, mainloop: Failed to watch probe: Bad file descriptor)"));
 }
 
 }  // namespace

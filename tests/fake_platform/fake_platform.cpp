@@ -11,6 +11,7 @@
 #include <velolib.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <list>
@@ -67,7 +68,7 @@ int record(const std::string& function, const Args&... args) {
   return result == state().results.end() ? 0 : result->second;
 }
 
-std::string format_text(const char* format, va_list values) {
+[[gnu::format(printf, 1, 0)]] std::string format_text(const char* format, va_list values) {
   char text[4096];
   std::vsnprintf(text, sizeof text, format, values);
   return text;
@@ -126,6 +127,7 @@ evsock* evsock_add_fd(int fd, const char* name, evsock_callback readable, evsock
     callbacks += callback == nullptr ? '-' : 'x';
   }
   if (record("evsock_add_fd", fd, name, callbacks, reserved == nullptr ? "null" : "reserved") != 0) {
+    errno = EBADF;
     return nullptr;
   }
   return &state().watches.emplace_back(evsock{fd, {readable, writable, hangup, priority}, context});
@@ -137,6 +139,8 @@ void evsock_remove_fd(evsock* handle) {
 }
 
 int evsock_fd_blocking(evsock* handle) { return record("evsock_fd_blocking", handle->fd); }
+void evsock_want_write(evsock* handle) { record("evsock_want_write", handle->fd); }
+void evsock_want_read(evsock* handle, int wanted) { record("evsock_want_read", handle->fd, wanted); }
 int evsock_getobufsize(const evsock*) { return record("evsock_getobufsize"); }
 
 int evsock_bwrite(evsock*, const void* data, size_t length) {

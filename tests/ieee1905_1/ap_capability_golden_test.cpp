@@ -18,9 +18,6 @@ OperatingClassInformation operating_class(std::uint8_t number, int power,
   std::ranges::for_each(channels, [&](std::uint8_t channel) { information.add_non_operable_channel(channel); });
   return information;
 }
-const auto BASIC =
-    with(APRadioBasicCapabilitiesTLV(A, 8), &APRadioBasicCapabilitiesTLV::add_operation_class_information,
-         {operating_class(115, 20, {}), operating_class(128, -1, {42, 58, 106})});
 
 /// For what HaveEachFlagInItsBit and KeepStreamCountsLessOne set; here the text shows what was read.
 template <class T>
@@ -29,100 +26,94 @@ T flags_from(const char* wire) {
 }
 
 const auto AP_VHT =
-    filled(VHT(A), &VHT::set_vht_tx_mcs, 0xFFC6U, &VHT::set_vht_rx_mcs, 0x0A5BU, &VHT::set_number_tx_spatial_streams, 3,
-           &VHT::set_number_rx_spatial_streams, 2, &VHT::set_short_gi_80_mhz_supported, true,
-           &VHT::set_vht_80_80_supported, true, &VHT::set_su_beamformer_capable, true);
+    filled(VHT(A), FIELD(vht_tx_mcs), 0xFFC6U, FIELD(vht_rx_mcs), 0x0A5BU, FIELD(number_tx_spatial_streams), 3,
+           FIELD(number_rx_spatial_streams), 2, FIELD(short_gi_80_mhz_supported), true, FIELD(vht_80_80_supported),
+           true, FIELD(su_beamformer_capable), true);
 
 const auto AP_HE =
-    filled(HE(A), &HE::set_he_tx_mcs_80, 0xFFF2U, &HE::set_he_rx_mcs_80, 0x0ABCU, &HE::set_he_tx_mcs_160, 0x3C4DU,
-           &HE::set_he_rx_mcs_160, 0x1A2BU, &HE::set_he_tx_mcs_8080, 0x7081U, &HE::set_he_rx_mcs_8080, 0x5E6FU,
-           &HE::set_number_tx_spatial_streams, 5, &HE::set_number_rx_spatial_streams, 2, &HE::set_he_160_mhz_support,
-           true, &HE::set_he_80_80_mhz_support, true, &HE::set_su_beamformer_capable, true, &HE::set_ul_mumimo_capable,
-           true, &HE::set_ul_ofdma_capable, true);
+    filled(HE(A), FIELD(he_tx_mcs_80), 0xFFF2U, FIELD(he_rx_mcs_80), 0x0ABCU, FIELD(he_tx_mcs_160), 0x3C4DU,
+           FIELD(he_rx_mcs_160), 0x1A2BU, FIELD(he_tx_mcs_8080), 0x7081U, FIELD(he_rx_mcs_8080), 0x5E6FU,
+           FIELD(number_tx_spatial_streams), 5, FIELD(number_rx_spatial_streams), 2, FIELD(he_160_mhz_support), true,
+           FIELD(he_80_80_mhz_support), true, FIELD(su_beamformer_capable), true, FIELD(ul_mumimo_capable), true,
+           FIELD(ul_ofdma_capable), true);
 
 TEST(APCapabilityTLVs, Golden) {
+  using Class = OperatingClassInformation;
+  using Backhaul = BackhaulSTARadioCapabilitiesTLV;
+  const Class information =
+      fields(Class(128, 0xFF), FIELD(operating_class), 128, FIELD(transmit_power), -1,
+             FIELD_OF(add_non_operable_channel, get_non_operable_channel_vector), octets("2A3A6A"));
+  const APRadioBasicCapabilitiesTLV basic =
+      fields(APRadioBasicCapabilitiesTLV(A, 8), FIELD(radio_identifier), A, FIELD(max_bss_supported), 8,
+             FIELD_OF(add_operation_class_information, get_operation_class_information_vector),
+             std::vector{operating_class(115, 20, {}), information});
   check_rows({
       G(flags_from<APCapabilityTLV>("A1 0001 A0"), "A1 0001 A0",
         "type: AP_CAPABILITY\n\tLinkMetricSupportOperatedChannel:true\n\tLinkMetricSupportUnOperatedChannel:false"
         "\n\tAgendInitiatedRCPIBasedSteering:true"),
-      G(BASIC, "85 0011 021A2B3C4D5E 08 02 # radio, BSSs, operating classes\n 73 14 00\n 80 FF 03 2A3A6A",
+      G(basic, "85 0011 021A2B3C4D5E 08 02 # radio, BSSs, operating classes\n 73 14 00\n 80 FF 03 2A3A6A",
         "type: AP_RADIO_BASIC_CAPABILITIES RadioIdentifier: 02:1A:2B:3C:4D:5E Max BSS suported: 8"
         "\n\tOperating Class: 115 Max tranmis power: 20 Non_Operable Channels: [ ]"
         "\n\tOperating Class: 128 Max tranmis power: -1 Non_Operable Channels: [ 42 58 106 ]"),
-      G(flags_from<HT>("86 0007 021A2B3C4D5E 9A"), "86 0007 021A2B3C4D5E 9A",
+      G(fields(flags_from<HT>("86 0007 021A2B3C4D5E 9A"), FIELD(radio_identifier), A), "86 0007 021A2B3C4D5E 9A",
         "type: AP_HT_CAPABILITIES Radio Unique Identifier: 02:1A:2B:3C:4D:5E TX spatial streams:3 RX spatial streams:2"
         "\n\tShortGI20MhzSupport:true ShortGI40MhzSupport:false HT40MhzSupport:true"),
-      G(AP_VHT, "87 000C 021A2B3C4D5E C6FF 5B0A A046 # radio, TX map, RX map, flags",
+      G(fields(AP_VHT, FIELD(radio_identifier), A),
+        "87 000C 021A2B3C4D5E C6FF 5B0A A046 # radio, TX map, RX map, flags",
         "type: AP_VHT_CAPABILITIES RadioIdentifier:02:1A:2B:3C:4D:5E VHT_TX_MCS:0xffc6 VHT_RX_MCS:0xa5b"
         " TX spatial streams:3 RX spatial streams:2\n\tShortGI80MhzSupport:true ShortGI160&80+80MhzSupport:false"
         " VHT80+80MhzSupport:true VHT160MhzSupport:false SUBeamforming:true MUBeamforming:false"),
-      G(AP_HE, "88 0015 021A2B3C4D5E 0C BC0A F2FF 2B1A 4D3C 6F5E 8170 A487 # radio, length, RX and TX maps, flags",
+      G(fields(AP_HE, FIELD(radio_identifier), A),
+        "88 0015 021A2B3C4D5E 0C BC0A F2FF 2B1A 4D3C 6F5E 8170 A487 # radio, length, RX and TX maps, flags",
         "type: AP_HE_CAPABILITIES RadioIdentifier:02:1A:2B:3C:4D:5E HE_TX_MCS_80:0xfff2 HE_RX_MCS_80:0xabc"
         " HE_TX_MCS_160:0x3c4d HE_RX_MCS_160:0x1a2b HE_TX_MCS_8080:0x7081 HE_RX_MCS_8080:0x5e6f"
         " TXSpatialStreams:5 RXSpatialStreams:2\n\tHE80+80:true HE160:true SUBeamforming:true MUBeamforming:false"
         " UL_MU-MIMO:true\n\tUL_MUMIMO_OFDMA:false DL_MUMIMO_OFDMA:false UL_OFDMA:true DL_OFDMA:false"),
       // Reserved bits of the flags are not compared here.
-      G(BackhaulSTARadioCapabilitiesTLV(A), "CB 0007 021A2B3C4D5E 00",
+      G(Backhaul(A), "CB 0007 021A2B3C4D5E 00",
         "type: BACKHAUL_STA_RADIO_CAPABILITIES Reported Radio MAC: 02:1A:2B:3C:4D:5E", {0, 1, 2}, {9}),
-      G(BackhaulSTARadioCapabilitiesTLV(A, B), "CB 000D 021A2B3C4D5E 80 06F1E2D3C4B5",
+      G(fields(Backhaul(A, B), FIELD(reported_radio_mac), A, FIELD(backhaul_sta_mac), B),
+        "CB 000D 021A2B3C4D5E 80 06F1E2D3C4B5",
         "type: BACKHAUL_STA_RADIO_CAPABILITIES Reported Radio MAC: 02:1A:2B:3C:4D:5E, Backhaul STA MAC: "
         "06:F1:E2:D3:C4:B5",
         {0, 1, 2}, {9}),
   });
 }
 
-template <class T>
-struct Flag {
-  void (T::*set)(bool);
-  bool (T::*get)() const;
-};
-
 /// Each flag alone, from bit `top` of the last octets downwards; the text has them in the same order.
 template <class T>
-void check_flags(int top, const std::vector<Flag<T>>& flags) {
+void check_flags(int top,
+                 const std::vector<std::pair<std::function<void(T&, bool)>, std::function<bool(const T&)>>>& flags) {
   for (std::size_t i = 0; i < flags.size(); ++i) {
     SCOPED_TRACE(top - static_cast<int>(i));
     T tlv;
-    (tlv.*flags[i].set)(true);
+    flags[i].first(tlv, true);
     const test::Octets wire = octets(test::encode<TLV>(tlv).octets);
     const int word = top < 8 ? wire.back() : wire.back() << 8 | wire[wire.size() - 2];
     EXPECT_EQ(word, 1 << (top - static_cast<int>(i)));
     string text = qel::to_string(tlv);
     for (std::size_t k = 0; k < flags.size(); ++k) {
-      EXPECT_EQ((tlv.*flags[k].get)(), k == i);
+      EXPECT_EQ(flags[k].second(tlv), k == i);
       text.erase(0, std::min(text.find(":true"), text.find(":false")));
       EXPECT_EQ(text.substr(0, 5) == ":true", k == i);
       text.erase(0, 1);
     }
-    (tlv.*flags[i].set)(false);
+    flags[i].first(tlv, false);
     EXPECT_TRUE(tlv == T());
   }
 }
 
 TEST(APCapabilityTLVs, HaveEachFlagInItsBit) {
-  using Agent = APCapabilityTLV;
-  check_flags<Agent>(
-      7, {{&Agent::set_link_metrics_support_operated_channel, &Agent::get_link_metrics_support_operated_channel},
-          {&Agent::set_link_metrics_support_unoperated_channel, &Agent::get_link_metrics_support_unoperated_channel},
-          {&Agent::set_agent_initiated_rcpi_based_steering, &Agent::get_agent_initiated_rcpi_based_steering}});
-  check_flags<HT>(3, {{&HT::set_short_GI_20_mhz, &HT::get_short_GI_20_mhz},
-                      {&HT::set_short_GI_40_mhz, &HT::get_short_GI_40_mhz},
-                      {&HT::set_HT_40_mhz, &HT::get_HT_40_mhz}});
-  check_flags<VHT>(9, {{&VHT::set_short_gi_80_mhz_supported, &VHT::get_short_gi_80_mhz_supported},
-                       {&VHT::set_short_gi_160_80_80_mhz_supported, &VHT::get_short_gi_160_80_80_mhz_supported},
-                       {&VHT::set_vht_80_80_supported, &VHT::get_vht_80_80_supported},
-                       {&VHT::set_vht_160_supported, &VHT::get_vht_160_supported},
-                       {&VHT::set_su_beamformer_capable, &VHT::get_su_beamformer_capable},
-                       {&VHT::set_mu_beamformer_capable, &VHT::get_mu_beamformer_capable}});
-  check_flags<HE>(9, {{&HE::set_he_80_80_mhz_support, &HE::get_he_80_80_mhz_support},
-                      {&HE::set_he_160_mhz_support, &HE::get_he_160_mhz_support},
-                      {&HE::set_su_beamformer_capable, &HE::get_su_beamformer_capable},
-                      {&HE::set_mu_beamformer_capable, &HE::get_mu_beamformer_capable},
-                      {&HE::set_ul_mumimo_capable, &HE::get_ul_mumimo_capable},
-                      {&HE::set_ul_mumimo_ofdma_capable, &HE::get_ul_mumimo_ofdma_capable},
-                      {&HE::set_dl_mumimo_ofdma_capable, &HE::get_dl_mumimo_ofdma_capable},
-                      {&HE::set_ul_ofdma_capable, &HE::get_ul_ofdma_capable},
-                      {&HE::set_dl_ofdma_capable, &HE::get_dl_ofdma_capable}});
+  check_flags<APCapabilityTLV>(
+      7, {FIELD(link_metrics_support_operated_channel), FIELD(link_metrics_support_unoperated_channel),
+          FIELD(agent_initiated_rcpi_based_steering)});
+  check_flags<HT>(3, {FIELD(short_GI_20_mhz), FIELD(short_GI_40_mhz), FIELD(HT_40_mhz)});
+  check_flags<VHT>(
+      9, {FIELD(short_gi_80_mhz_supported), FIELD(short_gi_160_80_80_mhz_supported), FIELD(vht_80_80_supported),
+          FIELD(vht_160_supported), FIELD(su_beamformer_capable), FIELD(mu_beamformer_capable)});
+  check_flags<HE>(9, {FIELD(he_80_80_mhz_support), FIELD(he_160_mhz_support), FIELD(su_beamformer_capable),
+                      FIELD(mu_beamformer_capable), FIELD(ul_mumimo_capable), FIELD(ul_mumimo_ofdma_capable),
+                      FIELD(dl_mumimo_ofdma_capable), FIELD(ul_ofdma_capable), FIELD(dl_ofdma_capable)});
 }
 
 /// Counts from 1 to `max`; 0 wraps to `max` and what is above it begins anew, and neither touches the other count.
@@ -227,6 +218,7 @@ TEST(BackhaulSTARadioCapabilitiesTLV, KeepsReservedBitsButDoesNotCompareThem) {
   decoded->set_backhaul_sta_mac(B);
   EXPECT_EQ(test::encode<TLV>(*decoded).octets, "CB000D021A2B3C4D5EFF06F1E2D3C4B5");
   EXPECT_TRUE(*decoded == BackhaulSTARadioCapabilitiesTLV(A, B));
+  EXPECT_TRUE(decoded->get_is_mac_included() && !BackhaulSTARadioCapabilitiesTLV(A).get_is_mac_included());
 }
 
 TEST(OperatingClassInformation, IsOrderedByClassPowerAndChannels) {
@@ -234,13 +226,6 @@ TEST(OperatingClassInformation, IsOrderedByClassPowerAndChannels) {
                                           operating_class(81, 1, {3}),  operating_class(81, 1, {3, 1}),
                                           operating_class(81, 1, {4}),  operating_class(82, -128, {})};
   test::expect_ascending<OperatingClassInformation>({&in[0], &in[1], &in[2], &in[3], &in[4], &in[5]});
-}
-
-TEST(APCapabilityTLVs, GiveBackTheirFields) {
-  const BackhaulSTARadioCapabilitiesTLV backhaul(A, B);
-  const OperatingClassInformation& information = BASIC.get_operation_class_information_vector()[1];
-  EXPECT_EQ(std::pair(backhaul.get_reported_radio_mac(), backhaul.get_backhaul_sta_mac()), std::pair(A, B));
-  EXPECT_EQ(std::pair(+information.get_operating_class(), +information.get_transmit_power()), std::pair(128, -1));
 }
 
 }  // namespace

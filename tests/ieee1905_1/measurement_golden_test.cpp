@@ -9,27 +9,33 @@ namespace {
 using G = Row<TLV>;
 
 UnassociatedSTAChannel channel(std::uint8_t number, const std::vector<MACAddress>& stations) {
-  return with(UnassociatedSTAChannel(number), &UnassociatedSTAChannel::add_sta_mac, stations);
+  return fields(UnassociatedSTAChannel(number), FIELD(channel_number), number,
+                FIELD_OF(add_sta_mac, get_sta_mac_vector), stations);
 }
 
-const UnassociatedSTAReport HEARD(D, 36, 16909060, 200);
+UnassociatedSTAReport heard() {
+  return fields(UnassociatedSTAReport(D, 36, 16909060, 200), FIELD(sta_mac_address), D, FIELD(channel_number), 36,
+                FIELD(time_delta), 16909060, FIELD(uplink_rcpi), 200);
+}
 
-APChannelReportList channels(std::uint8_t operating_class, const std::vector<std::uint8_t>& numbers) {
-  APChannelReportList list(operating_class);
-  for (const std::uint8_t number : numbers) {
-    list.add_channel(number);
-  }
-  return list;
+APChannelReportList channels(std::uint8_t operating_class, const test::Octets& numbers) {
+  return fields(APChannelReportList(operating_class), FIELD(operating_class), operating_class,
+                FIELD_OF(add_channel, get_channel_vector), numbers);
 }
 
 BeaconMetricsQueryTLV full_query() {
   const test::Octets ssid = octets("48 61 00 6C 6C");
-  return {A, 83, 255, D, 1, FixedByteBuffer<32>(ssid), {channels(81, {1, 6, 11}), channels(115, {36})}, {0, 48, 221}};
+  const std::vector reports = {channels(81, {1, 6, 11}), channels(115, {36})};
+  return fields(BeaconMetricsQueryTLV(A, 83, 255, D, 1, FixedByteBuffer<32>(ssid), reports, {0, 48, 221}),
+                FIELD(sta_mac_address), A, FIELD(operating_class), 83, FIELD(channel_number), 255, FIELD(bssid), D,
+                FIELD(reporting_detail), 1, FIELD(ssid), test::characters_of(ssid),
+                FIELD_OF(add_ap_channel_reports, get_ap_channel_reports), reports, FIELD(reporting_element_ids),
+                octets("0030DD"));
 }
 BeaconMetricsQueryTLV plain_query() {
   using T = BeaconMetricsQueryTLV;
-  return filled(T(), &T::set_sta_mac_address, B, &T::set_operating_class, 81, &T::set_channel_number, 6, &T::set_bssid,
-                C, &T::set_reporting_detail, 2);
+  return filled(T(), FIELD(sta_mac_address), B, FIELD(operating_class), 81, FIELD(channel_number), 6, FIELD(bssid), C,
+                FIELD(reporting_detail), 2);
 }
 
 using Report = BeaconMetricsResponseTLV::Report;
@@ -37,20 +43,22 @@ const Report LCI(7, {}, ieee802_11::MeasurementType::LCI, octets("AABB"));
 const Report REFUSED(9, 4, ieee802_11::MeasurementType::BEACON, octets(""));
 
 TEST(MeasurementTLVs, Golden) {
+  using Answer = UnassociatedSTALinkMetricsResponseTLV;
+  using Response = BeaconMetricsResponseTLV;
   check_rows({
-      G(with(UnassociatedSTALinkMetricsQueryTLV(81), &UnassociatedSTALinkMetricsQueryTLV::add_channel,
-             {channel(1, {A, B}), channel(6, {C})}),
+      G(fields(UnassociatedSTALinkMetricsQueryTLV(81), FIELD(operating_class), 81,
+               FIELD_OF(add_channel, get_channel_vector), std::vector{channel(1, {A, B}), channel(6, {C})}),
         "97 0018 51 02 # class, channels\n 01 02 021A2B3C4D5E 06F1E2D3C4B5\n 06 01 0A0918273645",
         "type: UNASSOCIATED_STA_LINK_METRICS Operating Class: 81 Channel List: [ "
         "\n\tChannel Number: 1 STA MACs: [\n\t\t02:1A:2B:3C:4D:5E\n\t\t06:F1:E2:D3:C4:B5]"
         "\n\tChannel Number: 6 STA MACs: [\n\t\t0A:09:18:27:36:45]]"),
-      G(with(UnassociatedSTALinkMetricsResponseTLV(115), &UnassociatedSTALinkMetricsResponseTLV::add_report,
-             {HEARD, UnassociatedSTAReport(B, 40, 168496141, 90)}),
+      G(fields(Answer(115), FIELD(operating_class), 115, FIELD_OF(add_report, get_report_vector),
+               std::vector{heard(), UnassociatedSTAReport(B, 40, 168496141, 90)}),
         "98 001A 73 02 # class, reports\n 0E7D6C5B4A39 24 01020304 C8\n 06F1E2D3C4B5 28 0A0B0C0D 5A",
         "type: UNASSOCIATED_STA_LINK_METRICS_RESPONSE Operating Class: 115 STA Reports: ["
         "\n\tMAC: 0E:7D:6C:5B:4A:39 Channel: 36 TimeDelta: 16909060 RCPI: 200"
         "\n\tMAC: 06:F1:E2:D3:C4:B5 Channel: 40 TimeDelta: 168496141 RCPI: 90]"),
-      G(UnassociatedSTALinkMetricsResponseTLV(125), "98 0002 7D 00",
+      G(Answer(125), "98 0002 7D 00",
         "type: UNASSOCIATED_STA_LINK_METRICS_RESPONSE Operating Class: 125 STA Reports: []"),
       G(full_query(),
         "99 0022 021A2B3C4D5E 53 FF 0E7D6C5B4A39 01 # station, class, channel, BSSID, detail\n 05 486100 6C6C # SSID\n"
@@ -63,7 +71,8 @@ TEST(MeasurementTLVs, Golden) {
       G(plain_query(), "99 0012 06F1E2D3C4B5 51 06 0A0918273645 02 00 00 00",
         "type: BEACON_METRICS_QUERY STA MAC: 06:F1:E2:D3:C4:B5 Operating Class: 81 Channel Number. 6 "
         "BSSID: 0A:09:18:27:36:45 Reporting Detail: 2\n\tSSID: \n\tReports: [ ]\n\tElements: \n\t\t[ ]"),
-      G(BeaconMetricsResponseTLV(A, {LCI, REFUSED}),
+      G(fields(Response(A, {LCI, REFUSED}), FIELD(sta_mac_address), A, FIELD_OF(add_report, get_reports),
+               std::vector{LCI, REFUSED}),
         "9A 0014 021A2B3C4D5E 00 02 # station, reserved, reports\n 27 05 07 00 08 AABB  27 03 09 04 05",
         "type: BEACON_METRICS_RESOPNSE STA MAC: 02:1A:2B:3C:4D:5E Reports: [\n\t" + to_string(LCI) + "\n\t" +
             to_string(REFUSED) + " ]",
@@ -87,8 +96,8 @@ TEST(MeasurementTLVs, ABeaconQueryRefusesWhatWouldMeanNothing) {
   for (const auto& row : rows) {
     using T = BeaconMetricsQueryTLV;
     const T query =
-        filled(plain_query(), &T::set_channel_number, row.channel, &T::set_reporting_detail, row.detail, &T::set_ssid,
-               string(row.ssid, 's'), &T::set_reporting_element_ids, test::Octets(row.elements, 48));
+        filled(plain_query(), FIELD(channel_number), row.channel, FIELD(reporting_detail), row.detail, FIELD(ssid),
+               string(row.ssid, 's'), FIELD(reporting_element_ids), test::Octets(row.elements, 48));
     check_limit(list(&T::add_ap_channel_reports, row.reports, channels(81, {1, 6}), query), row.refused);
   }
   check_decodes_only("99 0015 06F1E2D3C4B5 51 06 0A0918273645 02 00 01 02 73 24 00", REPORTS);
@@ -96,7 +105,7 @@ TEST(MeasurementTLVs, ABeaconQueryRefusesWhatWouldMeanNothing) {
   check_decodes_only("99 0033 06F1E2D3C4B5 51 FF 0A0918273645 02 21" + test::hex(test::Octets(33, 's')) + "00 00",
                      SSID);
   BeaconMetricsQueryTLV tlv = full_query();
-  tlv.add_ap_channel_reports(channels(81, {}));
+  tlv.add_ap_channel_reports(APChannelReportList(81));
   check_limit(tlv, "Invalid size");
   tlv.set_ssid(string(33, 's'));
   check_limit(tlv, SSID);

@@ -22,15 +22,16 @@ static_assert(!std::is_copy_constructible_v<Message> && std::is_move_constructib
 const MessageHead DISCOVERY(IEEE1905_1, TOPOLOGY_DISCOVERY_MESSAGE, 0x0102, 0, true, false);
 
 MessageHead odd_head() {
-  return filled(MessageHead(), &MessageHead::set_message_version, 7, &MessageHead::set_message_type, 0x1234,
-                &MessageHead::set_message_id, 1, &MessageHead::set_fragment_id, 255, &MessageHead::set_relay_indicator,
-                true);
+  return fields(MessageHead(), FIELD(message_version), MessageVersion(7), FIELD(message_type), MessageType(0x1234),
+                FIELD(message_id), 1, FIELD(fragment_id), 255, FIELD(relay_indicator), true);
 }
 
 TEST(MessageHead, Golden) {
   const std::vector<std::size_t> reserved = {1};
   test::check_golden_of(
-      MessageHead(IEEE1905_1, BEACON_METRICS_RESPONSE_MESSAGE, 0x3456, 2, true, true), "00 00 8012 3456 02 C0",
+      fields(MessageHead(IEEE1905_1, BEACON_METRICS_RESPONSE_MESSAGE, 0x3456, 2, true, true),
+             FIELD(last_fragment_indicator), true),
+      "00 00 8012 3456 02 C0",
       "Type: BEACON_METRICS_RESPONSE_MESSAGE version: IEEE1905_1 MID: 13398 FID: 2 LastFragment: true Relay: true",
       reserved);
   test::check_golden_of(odd_head(), "07 00 1234 0001 FF 40",
@@ -40,10 +41,8 @@ TEST(MessageHead, Golden) {
 TEST(MessageHead, IsThatOfAFragmentUnlessItIsFirstAndLast) {
   for (const auto& [last, fragment, fragmented] :
        {std::tuple(true, 0, false), {true, 2, true}, {false, 0, true}, {false, 2, true}}) {
-    EXPECT_EQ(
-        filled(DISCOVERY, &MessageHead::set_last_fragment_indicator, last, &MessageHead::set_fragment_id, fragment)
-            .is_fragmented(),
-        fragmented);
+    EXPECT_EQ(filled(DISCOVERY, FIELD(last_fragment_indicator), last, FIELD(fragment_id), fragment).is_fragmented(),
+              fragmented);
   }
 }
 

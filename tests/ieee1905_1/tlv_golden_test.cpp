@@ -17,7 +17,7 @@ const string WLAN_OCTETS = "0A 0E7D6C5B4A39 40 02 9B 2A # length, BSSID, role, b
 const string WLAN_TEXT = "WLAN bssid: 0E:7D:6C:5B:4A:39 role STA band 2 ctrFreqIdx1 155 ctrFreqIdx2 42";
 
 PLCSpecificInformation plc_information() {
-  return filled(PLCSpecificInformation(), &PLCSpecificInformation::set_network_id,
+  return fields(PLCSpecificInformation(), FIELD(network_id),
                 plc::NID(plc::NID::Octets{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD}));
 }
 const string PLC_OCTETS = "07 0123456789ABCD # length, network identifier\n";
@@ -25,17 +25,20 @@ const string PLC_TEXT = "PLC networkID: 01:23:45:67:89:ab:cd";
 
 const string NO_TEXT = "<no media-specific information>";
 
-const InterfaceInformation WLAN(C, InterfaceType::WLAN, 5, wlan_information(D));
+InterfaceInformation wlan_interface() {
+  return fields(InterfaceInformation(C, InterfaceType::WLAN, 5, wlan_information(D)), FIELD(mac), C,
+                FIELD(interface_type), InterfaceType::WLAN, FIELD(interface_mode), 5, FIELD(media_specific_information),
+                wlan_information(D));
+}
 const string WLAN_INTERFACE = "0A0918273645 01 05" + WLAN_OCTETS;
 const string WLAN_INTERFACE_TEXT =
     "\tInterfaceInformation: mac: 0A:09:18:27:36:45 type: WLAN mode: AC_5_GHZ media-specific: " + WLAN_TEXT;
 
 TransmitterLinkMetricInformation tx_information() {
-  using T = TransmitterLinkMetricInformation;
-  return filled(T(), &T::set_interface_type, InterfaceType::WLAN, &T::set_interface_mode, 4, &T::set_bridge_flag,
-                TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE, &T::set_packet_errors, 16909060,
-                &T::set_transmitted_packets, 168496141, &T::set_mac_throughput_capacity, 4386,
-                &T::set_link_availability, 13124, &T::set_phy_rate, 21862);
+  return fields(TransmitterLinkMetricInformation(), FIELD(interface_type), InterfaceType::WLAN, FIELD(interface_mode),
+                4, FIELD(bridge_flag), TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE,
+                FIELD_OF(set_packet_errors, get_packet_erros), 16909060, FIELD(transmitted_packets), 168496141,
+                FIELD(mac_throughput_capacity), 4386, FIELD(link_availability), 13124, FIELD(phy_rate), 21862);
 }
 const string TX_OCTETS = "01 04 01 # type, mode, bridge\n 01020304 0A0B0C0D 1122 3344 5566";
 const string TX_TEXT =
@@ -43,43 +46,42 @@ const string TX_TEXT =
     "16909060 transmittedPackets: 168496141 macThroughputCapacity: 4386 linkAvailability: 13124 phyRate: 21862";
 
 ReceiverLinkMetricInformation rx_information() {
-  using T = ReceiverLinkMetricInformation;
-  return filled(T(), &T::set_interface_type, InterfaceType::ETHERNET, &T::set_interface_mode, 1, &T::set_packet_errors,
-                286397204, &T::set_packets_received, 555885348, &T::set_RCPI, 200);
+  return fields(ReceiverLinkMetricInformation(), FIELD(interface_type), InterfaceType::PLC, FIELD(interface_mode), 1,
+                FIELD_OF(set_packet_errors, get_packet_erros), 286397204, FIELD(packets_received), 555885348,
+                FIELD(RCPI), 200);
 }
-const string RX_OCTETS = "00 01 # type, mode\n 11121314 21222324 C8";
+const string RX_OCTETS = "02 01 # type, mode\n 11121314 21222324 C8";
 const string RX_TEXT =
-    "RX LinkMetricInformation intfType: ETHERNET GIGABIT_ETHERNET packetErrors: 286397204 packetsReceived: 555885348 "
-    "rcpi: 200";
+    "RX LinkMetricInformation intfType: PLC FFT packetErrors: 286397204 packetsReceived: 555885348 rcpi: 200";
 
 template <class Metric, class Information>
 Metric metric(const MACAddress& receiving, const MACAddress& neighbor, const Information& information) {
-  Metric metric =
-      filled(Metric(), &Metric::set_receiving_interface_MAC, receiving, &Metric::set_neighbor_interface_MAC, neighbor);
-  metric.set_link_metric_information(information);
-  return metric;
+  return fields(Metric(), FIELD(receiving_interface_MAC), receiving, FIELD(neighbor_interface_MAC), neighbor,
+                FIELD(link_metric_information), information);
 }
-const auto TX_METRIC = metric<TransmitterLinkMetric>(B, D, tx_information());
+TransmitterLinkMetric tx_metric() { return metric<TransmitterLinkMetric>(B, D, tx_information()); }
 const string TX_METRIC_OCTETS = "06F1E2D3C4B5 0E7D6C5B4A39" + TX_OCTETS;
 const string TX_METRIC_TEXT =
     "TransmitterLinkMetric receiving_al_mac: 06:F1:E2:D3:C4:B5 neighbor_al_mac: 0E:7D:6C:5B:4A:39 {" + TX_TEXT + "}";
-const auto RX_METRIC = metric<ReceiverLinkMetric>(C, B, rx_information());
+ReceiverLinkMetric rx_metric() { return metric<ReceiverLinkMetric>(C, B, rx_information()); }
 const string RX_METRIC_OCTETS = "0A0918273645 06F1E2D3C4B5" + RX_OCTETS;
 const string RX_METRIC_TEXT =
     "ReceiverLinkMetric receiving_al_mac: 0A:09:18:27:36:45 neighbor_al_mac: 06:F1:E2:D3:C4:B5 {" + RX_TEXT + "}";
+
+constexpr auto BRIDGE = IEEE802_1_Bridge::IEEE802_1_BRIDGE;
 
 TEST(Records, Golden) {
   const std::vector<std::size_t> length_of_block = {0};
   test::check_golden_of(NoMediaSpecificInformation(), "00 # length", NO_TEXT, length_of_block);
   test::check_golden_of(wlan_information(D), WLAN_OCTETS, WLAN_TEXT, length_of_block);
   test::check_golden_of(plc_information(), PLC_OCTETS, PLC_TEXT, length_of_block);
-  test::check_golden_of(WLAN, WLAN_INTERFACE, WLAN_INTERFACE_TEXT, std::vector<std::size_t>{8});
+  test::check_golden_of(wlan_interface(), WLAN_INTERFACE, WLAN_INTERFACE_TEXT, std::vector<std::size_t>{8});
   test::check_golden_of(tx_information(), TX_OCTETS, TX_TEXT);
   test::check_golden_of(rx_information(), RX_OCTETS, RX_TEXT);
-  test::check_golden_of(TX_METRIC, TX_METRIC_OCTETS, TX_METRIC_TEXT);
-  test::check_golden_of(RX_METRIC, RX_METRIC_OCTETS, RX_METRIC_TEXT);
-  test::check_golden_of(ALMAC19051Neighbor(A, IEEE802_1_Bridge::IEEE802_1_BRIDGE), "021A2B3C4D5E 80",
-                        "AL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE");
+  test::check_golden_of(tx_metric(), TX_METRIC_OCTETS, TX_METRIC_TEXT);
+  test::check_golden_of(rx_metric(), RX_METRIC_OCTETS, RX_METRIC_TEXT);
+  test::check_golden_of(fields(ALMAC19051Neighbor(A, BRIDGE), FIELD(AL_MAC), A, FIELD(IEEE802_1_bridge), BRIDGE),
+                        "021A2B3C4D5E 80", "AL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE");
 }
 
 TEST(Records, MediaSpecificInformationIsOrderedByTypeFirst) {
@@ -93,64 +95,56 @@ TEST(Records, MediaSpecificInformationIsOrderedByTypeFirst) {
   EXPECT_EQ(none.get_interface_type(), InterfaceType::UNKNOWN);
 }
 
-const auto DEVICE_INFORMATION = with(DeviceInformationTLV(A), &DeviceInformationTLV::add_interface_information,
-                                     {InterfaceInformation(B, InterfaceType::ETHERNET, 0), WLAN,
-                                      InterfaceInformation(D, InterfaceType::PLC, 1, plc_information()),
-                                      InterfaceInformation(C, InterfaceType(7), 255)});
-
-DeviceBridgingTuple tuple(std::initializer_list<MACAddress> addresses) {
-  return with(DeviceBridgingTuple(), &DeviceBridgingTuple::add_mac_address, addresses);
+DeviceInformationTLV device_information() {
+  const std::vector interfaces = {InterfaceInformation(B, InterfaceType::ETHERNET, 0), wlan_interface(),
+                                  InterfaceInformation(D, InterfaceType::PLC, 1, plc_information()),
+                                  InterfaceInformation(C, InterfaceType(7), 255)};
+  return fields(DeviceInformationTLV(A), FIELD(AL_MAC), A,
+                FIELD_OF(add_interface_information, get_interface_information_vector), interfaces);
 }
-const auto BRIDGING_CAPABILITY = with(DeviceBridgingCapabilityTLV(), &DeviceBridgingCapabilityTLV::add_bridging_tuple,
-                                      {tuple({A, C}), {}, tuple({B})});
 
-const auto NON_1905_NEIGHBORS =
-    with(NonIEEE1905NeighborDeviceListTLV(B), &NonIEEE1905NeighborDeviceListTLV::add_mac_address, {D, C});
-
-const auto NEIGHBORS =
-    with(IEEE1905NeighborDeviceTLV(B), &IEEE1905NeighborDeviceTLV::add_AL_MAC_neighbor,
-         {{A, IEEE802_1_Bridge::IEEE802_1_BRIDGE}, {D, IEEE802_1_Bridge(0x81)}, {C, IEEE802_1_Bridge::INVALID}});
+DeviceBridgingTuple tuple(const std::vector<MACAddress>& addresses) {
+  return fields(DeviceBridgingTuple(), FIELD_OF(add_mac_address, get_mac_address_vector), addresses);
+}
 
 LinkMetricQueryTLV query(LinkMetricQueryNeighbors neighbors, LinkMetricQuery metric) {
-  using T = LinkMetricQueryTLV;
-  return filled(T(C), &T::set_query_neighbor, neighbors, &T::set_link_metric, metric);
+  return fields(LinkMetricQueryTLV(C), FIELD(AL_MAC_neighbor), C, FIELD(query_neighbor), neighbors, FIELD(link_metric),
+                metric);
 }
-const auto QUERY_FOR_ONE = query(LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR, LinkMetricQuery::TX_RX_LINK_METRY);
 
-const auto TRANSMITTER = [] {
-  TransmitterLinkMetricInformation other;
-  other.set_interface_type(InterfaceType(7));
-  other.set_bridge_flag(TransmitterLinkMetricBridgeFlags::INVALID);
-  other.set_phy_rate(1);
-  return with(TransmitterLinkMetricTLV(A, C), &TransmitterLinkMetricTLV::add_transmitter_link_metric,
-              {TX_METRIC, metric<TransmitterLinkMetric>(C, A, other)});
-}();
+TransmitterLinkMetricTLV transmitter() {
+  const auto other = filled(TransmitterLinkMetricInformation(), FIELD(interface_type), InterfaceType(7),
+                            FIELD(bridge_flag), TransmitterLinkMetricBridgeFlags::INVALID, FIELD(phy_rate), 1);
+  return fields(TransmitterLinkMetricTLV(A, C), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), C,
+                FIELD_OF(add_transmitter_link_metric, get_transmitter_link_metric_vector),
+                std::vector{tx_metric(), metric<TransmitterLinkMetric>(C, A, other)});
+}
 
-const auto RECEIVER = [] {
-  ReceiverLinkMetricInformation other;
-  other.set_interface_type(InterfaceType(7));
-  other.set_interface_mode(255);
-  return with(ReceiverLinkMetricTLV(A, D), &ReceiverLinkMetricTLV::add_receiver_link_metric,
-              {metric<ReceiverLinkMetric>(D, A, other), RX_METRIC});
-}();
+ReceiverLinkMetricTLV receiver() {
+  const auto other =
+      filled(ReceiverLinkMetricInformation(), FIELD(interface_type), InterfaceType(7), FIELD(interface_mode), 255);
+  return fields(ReceiverLinkMetricTLV(A, D), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), D,
+                FIELD_OF(add_receiver_link_metric, get_receiver_link_metric_vector),
+                std::vector{metric<ReceiverLinkMetric>(D, A, other), rx_metric()});
+}
 
 DeviceIdentificationTypeTLV identification() {
-  DeviceIdentificationTypeTLV::Name full;
+  using T = DeviceIdentificationTypeTLV;
+  T::Name full;
   full.fill('m');
-  DeviceIdentificationTypeTLV tlv;
-  tlv.set_friendly_name({'H', 'a', 'l', 'l', '\0', 'x'});
-  tlv.set_manufacturer_name(full);
-  tlv.set_manufacturer_model({'7', 0xB0});
-  return tlv;
+  return fields(T(), FIELD(friendly_name), T::Name{'H', 'a', 'l', 'l', '\0', 'x'}, FIELD(manufacturer_name), full,
+                FIELD(manufacturer_model), T::Name{'7', 0xB0});
 }
 
 string repeated(const char* octet, int count) { return count == 0 ? "" : octet + repeated(octet, count - 1); }
 
 TEST(TLVs, Golden) {
+  constexpr auto NONE = LinkMetricResultCode::INVALID_NEIGHBOR;
+  constexpr auto AT_60_GHZ = FrequencyBand::IEEE802_11_60_GHZ;
   // The type octet is not compared with anything; nor is the length, unless the list of the TLV depends on it.
   check_rows({
       G(EndOfMessageTLV(), "00 0000", "type: END_OF_MESSAGE", {0}),
-      G(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A), "01 0006 021A2B3C4D5E",
+      G(fields(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A), FIELD(MAC), A), "01 0006 021A2B3C4D5E",
         "type: AL_MAC_ADDRESS mac: 02:1A:2B:3C:4D:5E"),
       G(MACAddressTLVCommon<TLVType::MAC_ADDRESS>(B), "02 0006 06F1E2D3C4B5",
         "type: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5"),
@@ -158,7 +152,7 @@ TEST(TLVs, Golden) {
         "type: AP_RADIO_IDENTIFIER mac: 0A:09:18:27:36:45"),
       G(MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>(D), "95 0006 0E7D6C5B4A39",
         "type: STA_MAC_ADDRESS mac: 0E:7D:6C:5B:4A:39"),
-      G(DEVICE_INFORMATION,
+      G(device_information(),
         "03 003C 021A2B3C4D5E 04 # type, length, AL MAC, interfaces\n"
         "06F1E2D3C4B5 00 00 00 # MAC, Ethernet, mode, no media-specific information\n" +
             WLAN_INTERFACE + "0E7D6C5B4A39 02 01 " + PLC_OCTETS + "0A0918273645 07 FF 00",
@@ -168,28 +162,37 @@ TEST(TLVs, Golden) {
             "\n\tInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 type: PLC mode: FFT media-specific: " + PLC_TEXT +
             "\n\tInterfaceInformation: mac: 0A:09:18:27:36:45 type: 7 mode: dummy (INVALID) media-specific: " + NO_TEXT,
         {0, 1, 2, 18, 27, 46, 62}, {16}),
-      G(BRIDGING_CAPABILITY, "04 0016 03 # type, length, tuples\n 02 021A2B3C4D5E 0A0918273645\n 00\n 01 06F1E2D3C4B5",
+      G(fields(DeviceBridgingCapabilityTLV(), FIELD_OF(add_bridging_tuple, get_bridging_tuple_vector),
+               std::vector{tuple({A, C}), {}, tuple({B})}),
+        "04 0016 03 # type, length, tuples\n 02 021A2B3C4D5E 0A0918273645\n 00\n 01 06F1E2D3C4B5",
         "type: DEVICE_BRIDGING_CAPABILITY\n\t{02:1A:2B:3C:4D:5E 0A:09:18:27:36:45}\n\t{}\n\t{06:F1:E2:D3:C4:B5}"),
-      G(NON_1905_NEIGHBORS, "06 0012 06F1E2D3C4B5 0E7D6C5B4A39 0A0918273645",
+      G(fields(NonIEEE1905NeighborDeviceListTLV(B), FIELD(local_MAC), B,
+               FIELD_OF(add_mac_address, get_MAC_address_vector), std::vector{D, C}),
+        "06 0012 06F1E2D3C4B5 0E7D6C5B4A39 0A0918273645",
         "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: "
         "06:F1:E2:D3:C4:B5\t{0E:7D:6C:5B:4A:39}\t{0A:09:18:27:36:45}",
         {0}),
       G(NonIEEE1905NeighborDeviceListTLV(A), "06 0006 021A2B3C4D5E",
         "type: NON_IEEE1905_NEIGHBOR_DEVICE_LIST LOCAL MAC: 02:1A:2B:3C:4D:5E", {0}),
-      G(NEIGHBORS, "07 001B 06F1E2D3C4B5 021A2B3C4D5E 80 0E7D6C5B4A39 81 0A0918273645 FF",
+      G(fields(
+            IEEE1905NeighborDeviceTLV(B), FIELD(local_MAC), B,
+            FIELD_OF(add_AL_MAC_neighbor, get_AL_MAC_neighbor_vector),
+            std::vector<ALMAC19051Neighbor>{{A, BRIDGE}, {D, IEEE802_1_Bridge(0x81)}, {C, IEEE802_1_Bridge::INVALID}}),
+        "07 001B 06F1E2D3C4B5 021A2B3C4D5E 80 0E7D6C5B4A39 81 0A0918273645 FF",
         "type: IEEE1905_NEIGHBOR_DEVICE LOCAL MAC: 06:F1:E2:D3:C4:B5"
         "\tAL_MAC: 02:1A:2B:3C:4D:5E IEEE802_1_bridge: IEEE802_1_BRIDGE"
         "\tAL_MAC: 0E:7D:6C:5B:4A:39 IEEE802_1_bridge: NO_IEEE802_1_BRIDGE"
         "\tAL_MAC: 0A:09:18:27:36:45 IEEE802_1_bridge: INVALID",
         {0}),
-      G(QUERY_FOR_ONE, "08 0008 01 0A0918273645 02",
+      G(query(LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR, LinkMetricQuery::TX_RX_LINK_METRY),
+        "08 0008 01 0A0918273645 02",
         "type: LINK_METRIC_QUERY neighbors: SPECIFIC_NEIGHBOR MAC address: 0A:09:18:27:36:45 metric requested: "
         "TX_RX_LINK_METRY"),
       G(query(LinkMetricQueryNeighbors::ALL_NEIGHBORS, LinkMetricQuery(7)), "08 0008 00 0A0918273645 07",
         "type: LINK_METRIC_QUERY neighbors: ALL_NEIGHBORS metric requested: 7"),
       G(LinkMetricQueryTLV(), "08 0008 FF 000000000000 FF",
         "type: LINK_METRIC_QUERY neighbors: INVALID metric requested: INVALID"),
-      G(TRANSMITTER,
+      G(transmitter(),
         "09 0046 021A2B3C4D5E 0A0918273645" + TX_METRIC_OCTETS +
             "0A0918273645 021A2B3C4D5E 07 00 FF 00000000 00000000 0000 0000 0001",
         "type: TRANSMITTER_LINK_METRIC local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0A:09:18:27:36:45\n\t" +
@@ -200,7 +203,7 @@ TEST(TLVs, Golden) {
         {0}),
       G(TransmitterLinkMetricTLV(B), "09 000C 06F1E2D3C4B5 000000000000",
         "type: TRANSMITTER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", {0}),
-      G(RECEIVER,
+      G(receiver(),
         "0A 003A 021A2B3C4D5E 0E7D6C5B4A39 0E7D6C5B4A39 021A2B3C4D5E 07 FF 00000000 00000000 00" + RX_METRIC_OCTETS,
         "type: RECEIVER_LINK_METRIC local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0E:7D:6C:5B:4A:39"
         "\n\tReceiverLinkMetric receiving_al_mac: 0E:7D:6C:5B:4A:39 neighbor_al_mac: 02:1A:2B:3C:4D:5E {RX "
@@ -209,13 +212,13 @@ TEST(TLVs, Golden) {
         {0}),
       G(ReceiverLinkMetricTLV(B), "0A 000C 06F1E2D3C4B5 000000000000",
         "type: RECEIVER_LINK_METRIC local AL_MAC: 06:F1:E2:D3:C4:B5 neighbor AL_MAC: 00:00:00:00:00:00", {0}),
-      G(LinkMetricResultCodeTLV(LinkMetricResultCode::INVALID_NEIGHBOR), "0C 0001 00",
+      G(fields(LinkMetricResultCodeTLV(NONE), FIELD(result_code), NONE), "0C 0001 00",
         "type: LINK_METRIC_RESULT_CODE result_code: INVALID_NEIGHBOR"),
       G(LinkMetricResultCodeTLV(), "0C 0001 FF", "type: LINK_METRIC_RESULT_CODE result_code: INVALID"),
       G(SearchedRoleTLV(RoleType::REGISTRAR), "0D 0001 00", "type: SEARCHED_ROLE role: REGISTRAR"),
-      G(AutoconfigFrequencyBandTLV(FrequencyBand::IEEE802_11_60_GHZ), "0E 0001 02",
+      G(fields(AutoconfigFrequencyBandTLV(AT_60_GHZ), FIELD(frequency_band), AT_60_GHZ), "0E 0001 02",
         "type: AUTOCONFIG_FREQUENCY_BAND frequency: IEEE802_11_60_GHZ"),
-      G(SupportedRoleTLV(RoleType(9)), "0F 0001 09", "type: SUPPORTED_ROLE role: 9"),
+      G(fields(SupportedRoleTLV(RoleType(9)), FIELD(role), RoleType(9)), "0F 0001 09", "type: SUPPORTED_ROLE role: 9"),
       G(SupportedFrequencyBandTLV(FrequencyBand::IEEE802_11_5_GHZ), "10 0001 01",
         "type: SUPPORTED_FREQUENCY_BAND frequency: IEEE802_11_5_GHZ"),
       G(identification(),
@@ -229,21 +232,6 @@ TEST(TLVs, OfDifferentTypesAreUnequalEvenWithEqualFields) {
   test::expect_unequal<TLV>(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A),
                             MACAddressTLVCommon<TLVType::MAC_ADDRESS>(A));
   test::expect_unequal<TLV>(SearchedRoleTLV(RoleType::REGISTRAR), SupportedRoleTLV(RoleType::REGISTRAR));
-}
-
-TEST(TLVs, GiveBackTheirFields) {
-  const auto& tx = TX_METRIC.get_link_metric_information();
-  const auto& rx = RX_METRIC.get_link_metric_information();
-  EXPECT_EQ(std::tuple(tx.get_packet_erros(), tx.get_transmitted_packets(), tx.get_mac_throughput_capacity(),
-                       tx.get_link_availability(), tx.get_phy_rate()),
-            std::tuple(16909060U, 168496141U, 4386, 13124, 21862));
-  EXPECT_EQ(std::tuple(rx.get_packet_erros(), rx.get_packets_received(), rx.get_RCPI()),
-            std::tuple(286397204U, 555885348U, 200));
-  EXPECT_EQ(std::tuple(TX_METRIC.get_receiving_interface_MAC(), TX_METRIC.get_neighbor_interface_MAC()),
-            std::tuple(B, D));
-  EXPECT_EQ(std::tuple(TRANSMITTER.get_local_AL_MAC(), TRANSMITTER.get_neighbor_AL_MAC()), std::tuple(A, C));
-  EXPECT_EQ(std::tuple(RECEIVER.get_local_AL_MAC(), RECEIVER.get_neighbor_AL_MAC()), std::tuple(A, D));
-  EXPECT_TRUE(WLAN.get_media_specific_information() == wlan_information(D));
 }
 
 }  // namespace

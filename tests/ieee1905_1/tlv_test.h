@@ -9,14 +9,16 @@
 #include "qel/ieee1905_1/media_specific_information.h"
 #include "qel/ieee1905_1/tlv_factory.h"
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
+#include "tests/support/fields.h"
 #include "tests/support/golden.h"
 
 // What the tests of TLVs and of vendor payloads share.
 namespace qel::ieee1905_1 {
 
 using std::string;
+using test::fields;
+using test::filled;
 using test::octets;
-using test::with;
 using test::Written;
 
 inline const MACAddress A = test::mac("021A2B3C4D5E");
@@ -27,22 +29,9 @@ inline const MACAddress D = test::mac("0E7D6C5B4A39");
 inline const char* const INVALID_SIZE = "Invalid size";
 inline const char* const INVALID_LENGTH = "Invalid length";
 
-/// The object after each setter was called with the value behind it.
-template <class T, class Class, class Parameter, class Value, class... More>
-T filled(T object, void (Class::*set)(Parameter), const Value& value, const More&... more) {
-  (object.*set)(static_cast<std::remove_cvref_t<Parameter>>(value));
-  if constexpr (sizeof...(more) > 0) {
-    object = filled(std::move(object), more...);
-  }
-  return object;
-}
-
 inline WLANSpecificInformation wlan_information(const MACAddress& bssid) {
-  using T = WLANSpecificInformation;
-  WLANSpecificInformation information = filled(T(), &T::set_role, WLANInterfaceRole1905_1::STA, &T::set_band, 2,
-                                               &T::set_center_freq_1, 155, &T::set_center_freq_2, 42);
-  information.set_bssid(bssid);
-  return information;
+  return fields(WLANSpecificInformation(), FIELD(bssid), bssid, FIELD(role), WLANInterfaceRole1905_1::STA, FIELD(band),
+                2, FIELD(center_freq_1), 155, FIELD(center_freq_2), 42);
 }
 
 /// The object with so many equal elements added.

@@ -54,22 +54,66 @@ TEST(AssocRequestFrame, IsPutTogetherFromElements) {
   Frame frame;
   frame.set_capability_information(0x0411);
   frame.set_listen_interval(258);
+  frame.add_element(0, octets("6162"));
   frame.add_element(*create_rsn_element_from_security(WLANSecurity::WPA2PSK));
-  EXPECT_EQ(test::encode(frame).octets, test::hex(octets("1104 0201 30 12 0100 000FAC04 0100 000FAC04 0100 000FAC02")));
+  const std::string rsn = test::hex(octets("30 12 0100 000FAC04 0100 000FAC04 0100 000FAC02"));
+  EXPECT_EQ(test::encode(frame).octets,
+            "11040201"
+            "00026162" +
+                rsn);
+  for (const char* address : {"021A2B3C4D5E", "06F1E2D3C4B5"}) {
+    MACAddress ap;
+    std::ranges::copy(octets(address), ap.octets().begin());
+    frame.set_current_ap_address(ap);
+    EXPECT_EQ(test::encode(frame).octets, "11040201" + std::string(address) + "00026162" + rsn);
+  }
   const IEEE802_11_MeasurementReport too_long(1, 0, MeasurementType::LCI, Octets(253));
   EXPECT_NE(test::refusal([&] { frame.add_element(too_long); }), "");
-  EXPECT_EQ(frame.get_length(), 24U);
+  EXPECT_EQ(test::refusal([&] { frame.add_element(1, Octets(256)); }), "Invalid size");
+  EXPECT_EQ(frame.get_length(), 34U);
 }
 
-// What the owner of the frame learns about an end that is none of an element.
-TEST(AssocRequestFrame, TakesWholeElementsAcrossTheEnd) {
-  const Octets input = octets("3114 0A00 00 03 616263 FA 02 1234 EEEE");
-  for (const auto& [size, length] : {std::pair(0U, 4U), {4, 4}, {5, 9}, {9, 9}, {10, 13}, {13, 13}}) {
-    const auto [outcome, frame] = decode(input, blank(size));
-    EXPECT_EQ(outcome, (test::ReadOutcome{"", std::ios_base::goodbit, length})) << size;
-    EXPECT_EQ(frame->get_length(), length) << size;
+/// Both requests, whole and damaged: how they are read, and that all of it is kept.
+TEST(AssocRequestFrame, TellsReassociationsApart) {
+  const std::pair<std::string, const char*> rows[] = {
+      // what follows the fixed fields; the address, the elements and the octets behind them
+      {"", "none, 0"},
+      {"00 03 616263 01 02 8284", "none 0 1, 0"},
+      {"30 02 0100", "none 48, 0"},
+      {"00 03 616263 01 02 82", "none 0, 3"},
+      {"FF", "none, 1"},
+      {"021A2B3C4D5E FF", "none, 7"},
+      {"021A2B3C4D5E 00 03 616263 01 02 8284", "02:1A:2B:3C:4D:5E 0 1, 0"},
+      {"021A2B3C4D5E 00 03 616263 01 02 82", "02:1A:2B:3C:4D:5E 0, 3"},
+      {"021A2B3C4D5E 30 02 0100", "02:1A:2B:3C:4D:5E 48, 0"},
+      {"00062B3C4D5E 00 04 FA024142 01 01 82", "00:06:2B:3C:4D:5E 0 1, 0"},  // whole elements from the address on
+      {"00212B3C4D5E 00 00", "00:21:2B:3C:4D:5E 0, 0"},
+  };
+  for (const auto& [body, reading] : rows) {
+    const Octets input = octets("3114 0A00" + body);
+    const auto [outcome, frame] = decode(octets("3114 0A00" + body + "EEEE"), blank(input.size()));
+    EXPECT_EQ(outcome, (test::ReadOutcome{"", std::ios_base::goodbit, input.size()})) << body;
+    EXPECT_EQ(test::encode(*frame), (test::Written{test::hex(input), ""})) << body;
+    std::string found = frame->get_current_ap_address() ? frame->get_current_ap_address()->to_string() : "none";
+    for (const Frame::Element& element : frame->get_elements()) {
+      found += " " + std::to_string(element.id);
+    }
+    EXPECT_EQ(found + ", " + std::to_string(frame->get_rest().size()), reading) << body;
   }
-  EXPECT_NE(decode(input, blank(65534)).outcome.refused, "");
+}
+
+TEST(AssocRequestFrame, IsReadAsItsOwnerSays) {
+  const Octets input = octets("3114 0A00 021A2B3C4D5E FA 01 11 22");
+  const auto frame = decode(input, blank(input.size())).object;
+  frame->set_reassociation(true);
+  EXPECT_EQ((std::ostringstream() << *frame).str(),
+            "Capability Information: 0x1431 Listen Interval: 10 Current AP: 02:1A:2B:3C:4D:5E Elements: ["
+            "\n\t\tElement ID: 250 Length: 1\n\t\trest: 1 Bytes ]");
+  frame->set_reassociation(false);
+  EXPECT_EQ(frame->get_rest().size(), 10U);
+  EXPECT_EQ(test::encode(*frame).octets, test::hex(input));
+  EXPECT_NE(decode<Frame>(input).outcome.refused, "");  // its size is not known
+  EXPECT_EQ(decode(input, blank(3)).object->get_length(), 4U);
 }
 
 }  // namespace

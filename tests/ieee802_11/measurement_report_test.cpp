@@ -1,5 +1,6 @@
 #include "qel/ieee802_11/measurement_report.h"
 
+#include "tests/support/fields.h"
 #include "tests/support/golden.h"
 
 namespace qel::ieee802_11 {
@@ -13,23 +14,17 @@ using Report = IEEE802_11_MeasurementReport;
 
 /// A measurement pilot of a VHT PHY on class 115, channel 36, and a subelement of five octets.
 BeaconReport beacon_report() {
-  BeaconReport report;
-  report.set_operating_class(115);
-  report.set_channel_number(36);
-  report.set_measurement_start_time(0x162738495A6B7C8D);
-  report.set_measurement_duration(50);
-  report.set_reported_frame_information(0x89);
-  report.set_rcpi(110);
-  report.set_rsni(47);
-  report.set_bssid(test::mac("021A2B3C4D5E"));
-  report.set_antenna_id(1);
-  report.set_parent_tsf(0xA1B2C3D4);
-  report.set_optional_subelements(octets("0105AA1B2C3D4E"));
-  return report;
+  return test::fields(BeaconReport(), FIELD(operating_class), 115, FIELD(channel_number), 36,
+                      FIELD(measurement_start_time), 0x162738495A6B7C8D, FIELD(measurement_duration), 50, FIELD(rcpi),
+                      110, FIELD(rsni), 47, FIELD(bssid), test::mac("021A2B3C4D5E"), FIELD(antenna_id), 1,
+                      FIELD(parent_tsf), 0xA1B2C3D4, FIELD(optional_subelements), octets("0105AA1B2C3D4E"),
+                      FIELD(reported_frame_information), 0x89);
 }
 
 TEST(MeasurementReport, Golden) {
-  test::check_golden_of(Report(3, 4, beacon_report()), R"(
+  const Report report =
+      test::fields(Report(3, 4, beacon_report()), FIELD(measurement_token), 3, FIELD(measurement_report_mode), 4U);
+  test::check_golden_of(report, R"(
 27 24               # ID, length
 03 04 05            # token, mode, type
 73 24               # operating class, channel
@@ -59,6 +54,9 @@ TEST(MeasurementReport, TypeBeaconTooShortForAReportIsKept) {
       *decode<Report>(octets("27 1D 07 04 05 7324 8D7C6B5A49382716 3200 89 6E 2F 021A2B3C4D5E 01 D4C3B2A1")).object;
   ASSERT_NE(whole.get_beacon_report(), nullptr);
   EXPECT_EQ(whole.get_beacon_report()->get_phy_type(), PHYType::VHT);
+  EXPECT_EQ(whole.get_beacon_report()->get_frame_type(), BeaconReportFrameType::MEASUREMENT_PILOT);
+  EXPECT_TRUE(whole.get_measurement_type() == MeasurementType::BEACON && whole.get_opaque_body() == nullptr);
+  EXPECT_EQ(*decoded->get_opaque_body(), Octets(input.begin() + 5, input.end()));
 }
 
 TEST(MeasurementReport, Refusals) {

@@ -1,5 +1,6 @@
 #include "qel/ieee802_11/rsn_element.h"
 
+#include "tests/support/fields.h"
 #include "tests/support/golden.h"
 
 namespace qel::ieee802_11 {
@@ -12,9 +13,7 @@ using Suite = IEEE802_11_CipherSuite;
 using Rsn = IEEE802_11_RSNElement;
 
 Suite vendor_suite(unsigned char type) {
-  Suite suite(type);
-  suite.set_oui({0x50, 0x6F, 0x9A});
-  return suite;
+  return test::fields(Suite(type), FIELD(oui), Suite::OUI{0x50, 0x6F, 0x9A}, FIELD(type), type);
 }
 
 Rsn::PMKID pmkid(const std::string& digits) {
@@ -26,7 +25,6 @@ Rsn::PMKID pmkid(const std::string& digits) {
 TEST(CipherSuite, HasAnOUIAndAType) {
   EXPECT_EQ(encode(vendor_suite(2)).octets, "506F9A02");
   EXPECT_EQ(*decode<Suite>(octets("506F9A02")).object, vendor_suite(2));
-  EXPECT_EQ(vendor_suite(2).get_oui(), (Suite::OUI{0x50, 0x6F, 0x9A}));
   EXPECT_EQ(Suite(4).get_oui(), Suite::IEEE802_11_OUI);
 }
 
@@ -35,25 +33,35 @@ TEST(RSNElement, GoldenOfEachDepth) {
   Rsn rsn;
   std::string body = "0100 ";
   std::string text = "RSN";
+  std::ptrdiff_t depth = 0;
   const auto check = [&](const std::string& length, const std::string& more_octets, const std::string& more_text) {
     body += more_octets;
     text += more_text;
+    const std::array has{rsn.has_group_data(),       rsn.has_pairwise_cipher_list(), rsn.has_akm_suite_list(),
+                         rsn.has_rsn_capabilities(), rsn.has_pmkid_list(),           rsn.has_group_management_cipher()};
+    EXPECT_TRUE(std::ranges::is_sorted(has, std::greater()));
+    EXPECT_EQ(std::ranges::count(has, true), depth++);
     test::check_golden_of(rsn, "30 " + length + body, text, std::vector<std::size_t>{2, 3});
   };
   check("02", "", "");
   rsn.set_group_data(Suite(2));
   check("06", "000FAC02 ", " Group Data Cipher: 00-0F-AC:2");
-  rsn.set_pairwise_cipher_list({Suite(4), vendor_suite(7)});
+  const Rsn::CipherSuites pairwise{Suite(4), vendor_suite(7)};
+  rsn.set_pairwise_cipher_list(pairwise);
   check("10", "0200 000FAC04 506F9A07 ", " Pairwise Ciphers: [ 00-0F-AC:4 50-6F-9A:7 ]");
   rsn.set_akm_suite_list({Suite(8)});
   check("16", "0100 000FAC08 ", " AKM Suites: [ 00-0F-AC:8 ]");
   rsn.set_rsn_capabilities(0x12C8);
   check("18", "C812 ", " RSN Capabilities: 0x12C8");
-  rsn.set_pmkid_list({pmkid("0123456789ABCDEF1032547698BADCFE"), pmkid("00112233445566778899AABBCCDDEEFF")});
+  const std::vector pmkids{pmkid("0123456789ABCDEF1032547698BADCFE"), pmkid("00112233445566778899AABBCCDDEEFF")};
+  rsn.set_pmkid_list(pmkids);
   check("3A", "0200 0123456789ABCDEF1032547698BADCFE 00112233445566778899AABBCCDDEEFF ",
         " PMKIDs: [ 0123456789ABCDEF1032547698BADCFE 00112233445566778899AABBCCDDEEFF ]");
   rsn.set_group_management_cipher(Suite(6));
   check("3E", "000FAC06", " Group Management Cipher: 00-0F-AC:6");
+  EXPECT_TRUE(rsn.get_group_data() == Suite(2) && rsn.get_pairwise_cipher_list() == pairwise &&
+              rsn.get_akm_suite_list() == Rsn::CipherSuites{Suite(8)} && rsn.get_rsn_capabilities() == 0x12C8U &&
+              rsn.get_pmkid_list() == pmkids && rsn.get_group_management_cipher() == Suite(6));
 }
 
 TEST(RSNElement, WritesWhatIsAbsentBeforeAPresentField) {

@@ -17,8 +17,6 @@ die() {
 
 # run_examples DIRECTORY: those that end by themselves and need no message bus.
 run_examples() {
-  LD_LIBRARY_PATH=$(dirname "$(find "$stage" -name libmesh_shared.so.0)")
-  export LD_LIBRARY_PATH
   for example in message neighbors answer_query operating_classes signals state_machine event_bus; do
     "$1/example_$example" >"$1/$example.out" <"$vectors/topology_response.hex" || die "example_$example failed"
     [ -s "$1/$example.out" ] || die "example_$example printed nothing"
@@ -38,6 +36,9 @@ case $task in
     cmake=$1 build=$2 stage=$3
     rm -rf "$stage" "$stage.parts"
     "$cmake" --install "$build" --prefix "$stage"
+    for program in bin/meshctl bin/meshdump sbin/meshd; do
+      "$stage/$program" --version >/dev/null || die "$program does not start where it is installed"
+    done
     # The components make up the whole.
     for component in runtime platform dev tools; do
       "$cmake" --install "$build" --prefix "$stage.parts" --component "$component"
@@ -69,6 +70,9 @@ case $task in
     PKG_CONFIG_PATH=$(dirname "$(find "$stage" -name mesh_shared.pc)")
     export PKG_CONFIG_PATH
     make -C "$examples" OUT="$out" CXX="$cxx" CXXFLAGS=-O0
+    # Nobody told the programs where the library is.
+    LD_LIBRARY_PATH=$(dirname "$(find "$stage" -name libmesh_shared.so.0)")
+    export LD_LIBRARY_PATH
     run_examples "$out"
     ;;
 esac

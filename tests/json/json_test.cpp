@@ -233,24 +233,21 @@ TEST(Uid, IsWrittenAndReadWithThePrefixOfItsType) {
   EXPECT_EQ(uid_to_string(UIDType(1), 7), "ni-7");
   EXPECT_EQ(uid_to_string(UIDType(2), 0), "nl-0");
   EXPECT_EQ(uid_to_string(UIDType(5), 7), "INVALID");
-  const struct {
-    std::uint8_t type;
-    const char* text;
-    unsigned int uid;  // of one that was 99
-    std::string refused;
-  } rows[] = {
-      {0, "n-12x", 12, ""},
-      {1, "ni-4294967295", 4294967295, ""},
-      {2, "nl-42", 42, ""},
-      {0, "ni-42", 99, "Could not convert string to uid, failed scan of string: \"ni-42\""},
-      {2, "nl-", 99, "Could not convert string to uid, failed scan of string: \"nl-\""},
-      {255, "n-1", 99, "Could not convert string to uid, wrong type: 255"},
+  unsigned int uid = 99;
+  const auto refused = [&](int type, const std::string& text) {
+    return test::refusal([&] { string_to_uid(UIDType(type), text, uid); });
   };
-  for (const auto& row : rows) {
-    unsigned int uid = 99;
-    EXPECT_EQ(test::refusal([&] { string_to_uid(UIDType(row.type), row.text, uid); }), row.refused);
-    EXPECT_EQ(uid, row.uid) << row.text;
+  for (const auto& [type, text, number] :
+       {std::tuple(0, "n-12x", 12U), {1, "ni-4294967295", 4294967295}, {2, "nl-007", 7}}) {
+    EXPECT_EQ(refused(type, text), "");
+    EXPECT_EQ(std::exchange(uid, 99), number);
   }
+  for (const char* const text :
+       {"ni-42", "n-", "n-x1", "n--1", "n-+1", "n- 1", "n-4294967296", "n--18446744073709551609"}) {
+    EXPECT_EQ(refused(0, text), std::string("Could not convert string to uid, failed scan of string: \"") + text + '"');
+  }
+  EXPECT_EQ(refused(255, "n-1"), "Could not convert string to uid, wrong type: 255");
+  EXPECT_EQ(uid, 99U);
 }
 
 }  // namespace

@@ -197,9 +197,9 @@ TEST_F(EthInterfaceMonitorOn, ComparesRatesWithTheMaximum) {
     EXPECT_EQ(monitor_.get_availabilities().second.percentage, percentage) << maximum;
     EXPECT_GE(monitor_.get_availabilities().second.time, before);
   }
-  for (const auto& none : {MaxDataRate(), MaxDataRate(BitsPerSecond(0))}) {
-    monitor_ = EthInterfaceMonitor(driver_.tool(), none);
-    update();
+  for (const auto& none : {MaxDataRate(), MaxDataRate(BitsPerSecond(0), 1)}) {  // from long before the one it replaces
+    monitor_.set_max_data_rate(none);
+    EXPECT_EQ(monitor_.get_max_data_rate(), none);
     update();
     EXPECT_GT(sent(), 0U);
     expect_unavailable();

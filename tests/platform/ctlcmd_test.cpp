@@ -75,7 +75,7 @@ TEST_F(Ctlcmd, LinesAreSplitIntoWordsAndAnswered) {
       {R"(echo "a b" c"d e"f "")", "7 [echo][a b][cd ef][]-"},
       {R"(echo \"x\\ "y\"z" \n)", R"(7 [echo]["x\][y"z][\n]-)"},
       {R"(echo "open)", result(CTLCMD_BAD_LINE) + "a quote is not closed\n"},
-      {" ", result(CTLCMD_NO_COMMAND) + "no command \"\", try HELP\n"},
+      {"what", result(CTLCMD_NO_COMMAND) + "module \"mod\" has no command \"what\", try HELP mod\n"},
       {"help Mod", result(CTLCMD_NO_MODULE) + "no module \"Mod\"\n"},
       {"quit", result(CTLCMD_CLOSED)},
       {"fail", result(CTLCMD_FAILED) + "so far\nthe command failed\n"},
@@ -84,6 +84,11 @@ TEST_F(Ctlcmd, LinesAreSplitIntoWordsAndAnswered) {
     EXPECT_EQ(run(line), answer);
   }
   EXPECT_EQ(run("echo", ""), result(CTLCMD_NO_COMMAND) + "no command \"echo\", try HELP\n") << "no shell is served";
+  EXPECT_EQ(run(" ", ""), result(CTLCMD_NO_COMMAND) + "no command \"\", try HELP\n");
+  EXPECT_EQ(run("mod echo \"a b\"", ""), "7 [echo][a b]-");
+  EXPECT_THAT(run("mod", ""),
+              StartsWith(result(CTLCMD_NO_COMMAND) +
+                         "module \"mod\" needs one of its commands:\n  ECHO              say it again\n"));
   const ctlcmd_output deaf = [](void*, const char*, size_t) { throw std::runtime_error("deaf"); };
   EXPECT_EQ(ctlcmd_docommand_to("mod", "fail", deaf, nullptr), CTLCMD_FAILED);
 }

@@ -31,7 +31,7 @@ class BootEnvironment : public testing::Test {
 
 TEST_F(BootEnvironment, ComesFromATextFileWithoutABootLoader) {
   EXPECT_EQ(kelvar_getenv("maca"), nullptr);
-  write("env.txt", "# comment\nmacaroni=1\n\nmaca=00:11:22:33:44:55\r\nmaca=second\nempty=\n#x=1\n");
+  write("env.txt", "# comment\nmacaroni=1\nmice=three\n\nmaca=00:11:22:33:44:55\r\nmaca=second\nempty=\n#x=1\n");
   EXPECT_STREQ(kelvar_getenv("maca"), "00:11:22:33:44:55");
   EXPECT_STREQ(kelvar_getenv("empty"), "");
   for (const char* unknown : {"mac", "#x", "", static_cast<const char*>(nullptr)}) {

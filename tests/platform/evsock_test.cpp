@@ -118,6 +118,28 @@ TEST_F(Evsock, TheWriteHandlerIsCalledOnceAndThenOnlyWhenThereIsAReason) {
   EXPECT_EQ(writes_after_turns(), 3);
 }
 
+TEST_F(Evsock, APausedWatchIsNotReadFromAtOnceAndStillHearsTheRest) {
+  Pair pair = Pair::sockets("x");
+  const Pair other = Pair::sockets("x");
+  Watch watch{log("read"), log("write"), log("hangup")};
+  Watch pauser{[&] {
+    evsock_want_read(watch.handle, 0);
+    calls.push_back("pause");
+  }};
+  pauser.add(other[0]);
+  watch.add(pair[0]);
+  evsock_select_with_msecs(1000);
+  pauser.remove();
+  pair.close_end(1);
+  ASSERT_TRUE(turn_until([&] { return calls.size() == 3; }));
+  const auto start = std::chrono::steady_clock::now();
+  EXPECT_EQ(evsock_select_with_msecs(20), 0);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(20)) << "what is there ends no wait";
+  evsock_want_read(watch.handle, 1);
+  evsock_select_with_msecs(1000);
+  EXPECT_THAT(calls, ElementsAre("pause", "write", "hangup", "read"));
+}
+
 TEST_F(Evsock, AnIdleLoopWithWriteHandlersAndAHangUpUsesNoProcessorTime) {
   const Pair writer = Pair::sockets();
   Pair dead = Pair::sockets();
@@ -191,6 +213,33 @@ TEST_F(Evsock, AnExceptionEndsTheTurnAndLeavesTheRestToTheNext) {
   watches[0].readable = log("read 1");
   EXPECT_EQ(evsock_select_with_msecs(1000), 3);
   EXPECT_THAT(calls, ElementsAre("read 1", "hangup 1", "hangup 2"));
+}
+
+TEST_F(Evsock, ChangesOfStateThatAnExceptionLeftAreServedAtOnce) {
+  const std::pair<int, int> pairs[] = {tcp_pair(), tcp_pair()};
+  Watch thrower{{}, {}, {}, [] { throw std::runtime_error("priority"); }};
+  Watch next{{}, {}, log("hangup"), log("priority")};
+  for (const auto& [peer, fd] : pairs) {
+    ASSERT_EQ(send(peer, "!", 1, MSG_OOB), 1);
+    ASSERT_EQ(shutdown(peer, SHUT_WR), 0);
+    for (const int event : {POLLRDHUP, POLLPRI}) {
+      pollfd wait = {fd, static_cast<short>(event), 0};
+      ASSERT_EQ(poll(&wait, 1, 20000), 1);
+    }
+  }
+  thrower.add(pairs[0].second);
+  next.add(pairs[1].second);
+  EXPECT_THROW(evsock_select_with_msecs(1000), std::runtime_error);
+  const auto start = std::chrono::steady_clock::now();
+  evsock_select_with_msecs(20'000);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
+  EXPECT_THAT(calls, ElementsAre("priority", "hangup"));
+  thrower.remove();
+  next.remove();
+  for (const auto& [peer, fd] : pairs) {
+    close(peer);
+    close(fd);
+  }
 }
 
 TEST_F(Evsock, RefusesWhatItCannotWatch) {

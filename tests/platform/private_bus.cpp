@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -58,4 +60,17 @@ void PrivateBus::stop() {
     waitpid(daemon_, nullptr, 0);
     daemon_ = -1;
   }
+}
+
+int PrivateBus::be_silent() {
+  stop();
+  std::filesystem::remove(folder_ + "/bus");
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
+  sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
+  (folder_ + "/bus").copy(address.sun_path, sizeof(address.sun_path) - 1);
+  if (bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 || listen(listener, 16) != 0) {
+    close(listener);
+    return -1;
+  }
+  return listener;
 }

@@ -18,6 +18,8 @@ class PrivateBus {
   /// Starts the daemon, at the same address each time, and waits until it listens. False when it does not start.
   bool start();
   void stop();
+  /// Has a socket of the test listen at the daemon's address instead, which nobody serves.
+  int be_silent();
   /// Sends the daemon a signal.
   void signal(int number) { kill(daemon_, number); }
 

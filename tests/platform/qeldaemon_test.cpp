@@ -7,8 +7,10 @@
 #include <filesystem>
 #include <string>
 
+#include "platform/include/qelipc.h"
 #include "platform/include/qellog.h"
 #include "tests/platform/children.h"
+#include "tests/platform/private_bus.h"
 #include "tests/platform/turns.h"
 
 namespace {
@@ -40,6 +42,10 @@ class DatagramServer {
     char text[4096];
     const ssize_t count = recv(fd_, text, sizeof text, 0);
     return {text, count > 0 ? static_cast<std::size_t>(count) : 0};
+  }
+  bool has_one() const {
+    char octet;
+    return recv(fd_, &octet, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
   }
 
  private:
@@ -148,6 +154,41 @@ TEST(DaemonStart, UnderAServiceManagerNothingIsForkedAndLifeIsReportedWhileTheLo
   }
   say(stop[0], 's');
   EXPECT_EQ(end_of(child), 0);
+}
+
+TEST(DaemonStart, LifeIsReportedTwiceInTheInterval) {
+  DatagramServer manager("watchdog");
+  EXPECT_EQ(end_of(start_child([&] {
+              setenv("NOTIFY_SOCKET", manager.path(), 1);
+              setenv("WATCHDOG_USEC", "200000", 1);
+              evsock_init();
+              // Timers fire by the time of their expiry, however late the turn is: the report after 100 ms lies
+              // between.
+              Timer early{[&] { EXPECT_FALSE(manager.has_one()); }};
+              bool reported = false;
+              Timer late{[&] { reported = manager.has_one(); }};
+              early.start(60, 1000);
+              EXPECT_EQ(watchdog_evsock_init("loop"), 0);
+              EXPECT_THAT(manager.receive(), HasSubstr("watched"));
+              late.start(190, 1000);
+              turn_until([&] { return late.handle == nullptr; });
+              return reported ? 0 : 1;
+            })),
+            0);
+}
+
+TEST(DaemonStart, ALostBusIsAnError) {
+  PrivateBus bus;
+  Pair reports = Pair::sockets();
+  const pid_t command = start_child([&] {
+    evsock_init();
+    EXPECT_NE(qelipc_create("daemon"), nullptr);
+    bus.stop();
+    say(reports[1], daemon_start(1, 1) < 0 ? 'L' : 'F');
+    return 0;
+  });
+  EXPECT_EQ(next_octet(reports[0]), 'L');
+  end_of(command);
 }
 
 TEST(SystemLog, ADaemonLogsWithoutWaitingForTheLog) {

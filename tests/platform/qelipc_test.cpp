@@ -1,11 +1,10 @@
 #include "platform/include/qelipc.h"
 
 #include <gmock/gmock.h>
-#include <grp.h>
+#include <poll.h>
+#include <sys/socket.h>
 
 #include <cerrno>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -13,6 +12,7 @@
 
 #include "platform/include/ctlcmd.h"
 #include "platform/include/qelipc_client.h"
+#include "platform/linux/long_answers.h"
 #include "tests/platform/children.h"
 #include "tests/platform/private_bus.h"
 #include "tests/platform/turns.h"
@@ -64,7 +64,9 @@ class Ipc : public LoopTest {
   /// A round trip after a subscription makes sure that the bus knows it.
   static void settle(const Endpoint& subscriber) { EXPECT_EQ(send(subscriber, "nobody", ""), -ENXIO); }
 
-  PrivateBus bus_;
+  PrivateBus bus_{PrivateBus::kAllowAll +
+                  "<policy context=\"default\"><deny receive_interface=\"org.qel.ipc.Endpoint1\" "
+                  "receive_type=\"signal\"/><allow receive_sender=\"org.qel.ipc\"/></policy>"};
   Endpoint alice_, bob_;
   Inbox inbox_;  ///< Bob's messages
 };
@@ -131,6 +133,36 @@ TEST_F(Ipc, EventsReachEveryoneWhoAskedForThem) {
   EXPECT_EQ(qelipc_event_unregister_notifier(bob_.get(), event.c_str(), Inbox::take, &at_bob_too), 0);
 }
 
+TEST_F(Ipc, ANotifierMayTakeALaterOneAway) {
+  Inbox removed;
+  ASSERT_EQ(qelipc_event_register_notifier(
+                bob_.get(), "event",
+                [](qelipc* ipc, const char* event, void*, unsigned, void* inbox) {
+                  EXPECT_EQ(qelipc_event_unregister_notifier(ipc, event, Inbox::take, inbox), 1);
+                },
+                &removed),
+            0);
+  for (Inbox* inbox : {&removed, &inbox_}) {
+    ASSERT_EQ(qelipc_event_register_notifier(bob_.get(), "event", Inbox::take, inbox), 0);
+  }
+  settle(bob_);
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "event", "e", 1), 0);
+  ASSERT_TRUE(inbox_.wait_for(1));
+  EXPECT_TRUE(removed.got.empty());
+}
+
+TEST_F(Ipc, AFloodLeavesRoomForTheRestOfTheLoop) {
+  constexpr std::size_t count = 200;
+  for (std::size_t i = 0; i < count; ++i) {
+    ASSERT_EQ(tell_bob("x"), 0);
+  }
+  settle(alice_);
+  settle(bob_);  // all of them have come
+  evsock_select_with_msecs(0);
+  EXPECT_LE(inbox_.got.size(), 64u);
+  EXPECT_TRUE(inbox_.wait_for(count));
+}
+
 TEST_F(Ipc, CallbacksMayThrowAndDestroyTheirOwnEndpoint) {
   const qelipc_callback fail = [](qelipc*, const char*, void*, unsigned, void*) { throw std::runtime_error("fail"); };
   const auto turn_until_thrown = [] { EXPECT_THROW(turn_until([] { return false; }), std::runtime_error); };
@@ -172,6 +204,7 @@ TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
   };
   for (int round = 0; round < 2; ++round) {
     bus_.stop();
+    EXPECT_LT(qelipc_event_send(alice_.get(), "event", "x", 1), 0) << "before the loss is noticed";
     ASSERT_TRUE(connected(0));
     EXPECT_EQ(tell_bob("x"), -ENOTCONN);
     EXPECT_EQ(qelipc_event_send(alice_.get(), "event", "x", 1), -ENOTCONN);
@@ -193,6 +226,12 @@ TEST_F(Ipc, ComesBackAfterTheBusWasRestarted) {
 TEST_F(Ipc, ABusThatDoesNotAnswerHoldsTheLoopUpOnlyOnceAndShortly) {
   bus_.signal(SIGSTOP);
   const auto start = std::chrono::steady_clock::now();
+  const std::string event(QELIPC_DATA_MAX, 'x');
+  int result = 0;
+  for (int i = 0; i < 100 && result == 0; ++i) {
+    result = qelipc_event_send(alice_.get(), "event", event.data(), QELIPC_DATA_MAX);
+  }
+  EXPECT_EQ(result, -ENOBUFS);
   for (int i = 0; i < 20; ++i) {
     EXPECT_LT(tell_bob("x"), 0);
     evsock_select_with_msecs(0);
@@ -202,11 +241,53 @@ TEST_F(Ipc, ABusThatDoesNotAnswerHoldsTheLoopUpOnlyOnceAndShortly) {
   EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice_.get()) == 1; }));
 }
 
-/// What a tool gets for a line: the result, a space and the answer; the error alone when there is no answer.
-std::string ask(const Client& client, const char* module, const char* line, const char* endpoint = "alice") {
+TEST(IpcAlone, WaitsForABusThatDoesNotAnswerNoLongerThanPromised) {
+  PrivateBus bus;
+  const int listener = bus.be_silent();
+  ASSERT_GE(listener, 0);
+  const auto times_out = [](auto open) {
+    return start_child([open] {
+      const auto start = std::chrono::steady_clock::now();
+      EXPECT_FALSE(open());
+      EXPECT_EQ(errno, ETIMEDOUT);
+      EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(8));  // 5 on an idle machine
+      return 0;
+    });
+  };
+  std::vector<pid_t> children;
+  for (const bool authenticates : {false, true}) {
+    children.push_back(times_out([] { return Endpoint(qelipc_create("name")) != nullptr; }));
+    children.push_back(times_out([] { return Client(qelipc_client_open()) != nullptr; }));
+    for (int count = 0; count < 2; ++count) {
+      pollfd connecting{listener, POLLIN, 0};
+      ASSERT_EQ(poll(&connecting, 1, 20000), 1);
+      const int connection = accept(listener, nullptr, nullptr);  // kept until the test ends
+      const std::string welcome = "DATA\r\nOK 00112233445566778899aabbccddeeff\r\nAGREE_UNIX_FD\r\n";
+      ASSERT_TRUE(!authenticates || write(connection, welcome.data(), welcome.size()) > 0);
+    }
+  }
+  for (const pid_t child : children) {
+    EXPECT_EQ(end_of(child), 0);
+  }
+  close(listener);
+}
+
+TEST_F(Ipc, GivesASilentBusUpForOneThatAnswers) {
+  const int listener = bus_.be_silent();
+  int taken = -1;
+  ASSERT_TRUE(turn_until([&] { return (taken = accept(listener, nullptr, nullptr)) >= 0; }));
+  ASSERT_TRUE(bus_.start());
+  EXPECT_TRUE(turn_until([&] { return qelipc_is_connected(alice_.get()) && qelipc_is_connected(bob_.get()); }));
+  close(taken);
+  close(listener);
+}
+
+/// What a tool gets for a command: the result, a space and the answer; the error alone when there is no answer.
+std::string ask(const Client& client, std::vector<const char*> words, const char* endpoint = "alice") {
   int result = 0;
   char* answer = nullptr;
-  const int status = qelipc_client_command(client.get(), endpoint, module, line, 20000, &result, &answer);
+  words.push_back(nullptr);
+  const int status = qelipc_client_command(client.get(), endpoint, words.data(), 20000, &result, &answer);
   const std::unique_ptr<char, decltype(&free)> owner(answer, free);
   return status < 0 ? std::to_string(status) : std::to_string(result) + " " + answer;
 }
@@ -217,11 +298,26 @@ int use_shell() {
   const auto add = [](void* list, const char* name) { static_cast<std::vector<std::string>*>(list)->push_back(name); };
   EXPECT_EQ(qelipc_client_list(client.get(), add, &got), 2);
   EXPECT_THAT(std::exchange(got, {}), testing::UnorderedElementsAre("alice", "Bob's box_2"));
-  EXPECT_THAT(ask(client, "", "help"), StartsWith("0 commands of alice:\n  HELP              show help\n"));
-  EXPECT_EQ(ask(client, nullptr, "quit"), std::to_string(CTLCMD_CLOSED) + " ");
-  EXPECT_EQ(ask(client, "test", "raw"), std::to_string(CTLCMD_FAILED) + " caf\xef\xbf\xbd \xc3\xa9\n");
-  EXPECT_EQ(ask(client, "", "help", "nobody"), std::to_string(-ENXIO));
-  EXPECT_EQ(ask(client, "", "bad \xff"), std::to_string(-EINVAL));
+  EXPECT_THAT(ask(client, {"help"}), StartsWith("0 commands of alice:\n  HELP              show help\n"));
+  EXPECT_EQ(ask(client, {"quit"}), std::to_string(CTLCMD_CLOSED) + " ");
+  EXPECT_EQ(ask(client, {"test", "raw"}), std::to_string(CTLCMD_FAILED) + " caf\xef\xbf\xbd \xc3\xa9\n");
+  EXPECT_EQ(ask(client, {"help"}, "nobody"), std::to_string(-ENXIO));
+  EXPECT_EQ(ask(client, {"help", "bad \xff"}), std::to_string(-EINVAL));
+  EXPECT_EQ(ask(client, {"test", "say", "big world", "a\"b", "", "\\"}), "0 [big world][a\"b][][\\]");
+  const std::string longest(QELIPC_COMMAND_MAX - 10, 'x');  // with "test" and "say" and the NULs
+  EXPECT_EQ(ask(client, {"test", "say", longest.c_str()}), "0 [" + longest + "]");
+  EXPECT_EQ(ask(client, {"test", "say", (longest + "x").c_str()}), std::to_string(-EMSGSIZE));
+  std::string euros;  // 4095 octets: pieces end within characters
+  for (int count = 0; count < 1365; ++count) {
+    euros += "\xe2\x82\xac";
+  }
+  std::string expected = "0 ";
+  for (int count = 0; count < 1024; ++count) {
+    expected += euros;
+  }
+  EXPECT_TRUE(ask(client, {"test", "many", euros.c_str(), "1024"}) == expected);
+  EXPECT_EQ(ask(client, {"test", "many", euros.c_str(), "1025"}),
+            std::to_string(CTLCMD_TOO_LONG) + " the answer is longer than 4 MiB\n");
 
   const qelipc_client_event take = [](void* list, const char* endpoint, const char* event, const void* data,
                                       unsigned size) {
@@ -229,12 +325,12 @@ int use_shell() {
   };
   EXPECT_EQ(qelipc_client_subscribe(client.get(), "alice", take, &got), 0);
   EXPECT_EQ(qelipc_client_wait(client.get(), 0), 0);
-  EXPECT_EQ(ask(client, "test", "event up"), "0 ");
+  EXPECT_EQ(ask(client, {"test", "event", "up"}), "0 ");
   while (got.empty() && qelipc_client_wait(client.get(), 20000) == 1) {
   }
   EXPECT_THAT(got, ElementsAre("alice", "up", "data"));
-  EXPECT_EQ(ask(client, "test", "deaf"), "0 ");
-  EXPECT_EQ(ask(client, "test", "help"), std::to_string(-EOPNOTSUPP));
+  EXPECT_EQ(ask(client, {"test", "deaf"}), "0 ");
+  EXPECT_EQ(ask(client, {"test", "help"}), std::to_string(-EOPNOTSUPP));
   return 0;
 }
 
@@ -255,8 +351,21 @@ TEST_F(Ipc, AShellAnswersToolsUntilItIsClosed) {
     ctlcmd_listen_stop(static_cast<qelipc*>(ipc));
     return 0;
   };
-  const ctlcmd_command commands[] = {{"raw", raw, ""}, {"event", event, ""}, {"deaf", deaf, ""}};
-  EXPECT_EQ(ctlcmd_register_library("test", commands, 3), 0);
+  const ctlcmd_handler say = [](ctlcmd_session* session, int, const char* const* words, void*) {
+    while (*++words != nullptr) {
+      ctlcmd_printf(session, "[%s]", *words);
+    }
+    return 0;
+  };
+  const ctlcmd_handler many = [](ctlcmd_session* session, int, const char* const* words, void*) {
+    for (int count = std::stoi(words[2]); count > 0; --count) {
+      ctlcmd_printf(session, "%s", words[1]);
+    }
+    return 0;
+  };
+  const ctlcmd_command commands[] = {
+      {"raw", raw, ""}, {"event", event, ""}, {"deaf", deaf, ""}, {"say", say, ""}, {"many", many, ""}};
+  EXPECT_EQ(ctlcmd_register_library("test", commands, std::size(commands)), 0);
   EXPECT_EQ(ctlcmd_module_set_ctx("test", alice_.get()), 0);
   const pid_t tool = start_child(use_shell);
   int status = -1;
@@ -268,53 +377,34 @@ TEST_F(Ipc, AShellAnswersToolsUntilItIsClosed) {
   EXPECT_EQ(ctlcmd_docommand("", "help"), CTLCMD_NO_COMMAND) << "the shell ended with its endpoint";
 }
 
-TEST(IpcPolicy, LetsInRootAndTheGroupOnly) {
-  if (getuid() != 0) {
-    GTEST_SKIP() << "needs root, to become others";
+TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
+  using qel::platform::LongAnswers;
+  LongAnswers answers;
+  std::string text;
+  while (text.size() < 3 * LongAnswers::kPiece) {
+    text += "\xe2\x82\xac";  // 64 KiB are no multiple of three
   }
-  // The policy as shipped, on top of what a system bus allows by default, with a group that every machine has.
-  std::ifstream file(QEL_BUS_POLICY);
-  std::string policy{std::istreambuf_iterator<char>(file), {}};
-  policy = policy.substr(policy.find("<busconfig>") + 11);
-  policy = policy.substr(0, policy.find("</busconfig>"));
-  const std::size_t group = policy.find("group=\"mesh\"");
-  ASSERT_NE(group, std::string::npos);
-  policy.replace(group, 12, "group=\"daemon\"");
-  const PrivateBus bus(
-      "<policy context=\"default\"><allow user=\"*\"/><deny own=\"*\"/><deny send_type=\"method_call\"/>"
-      "<allow send_type=\"signal\"/><allow send_requested_reply=\"true\" send_type=\"method_return\"/>"
-      "<allow send_requested_reply=\"true\" send_type=\"error\"/><allow receive_type=\"method_call\"/>"
-      "<allow receive_type=\"method_return\"/><allow receive_type=\"error\"/><allow receive_type=\"signal\"/>"
-      "<allow send_destination=\"org.freedesktop.DBus\"/></policy>" +
-      policy);
-  evsock_init();
-  const Endpoint root(qelipc_create("root"));
-  ASSERT_TRUE(root);
-  Inbox inbox;
-  qelipc_msg_register(root.get(), Inbox::take, &inbox);
-  const struct group* members = getgrnam("daemon");
-  ASSERT_NE(members, nullptr);
-  const auto as_nobody = [&](gid_t gid, int expected_error) {
-    return end_of(start_child([&] {
-      if (setgroups(0, nullptr) != 0 || setgid(gid) != 0 || setuid(65534) != 0) {
-        return 2;
-      }
-      const Endpoint own(qelipc_create("other"));
-      EXPECT_EQ(own ? 0 : errno, expected_error);
-      const Client client(qelipc_client_open());
-      int result;
-      char* answer = nullptr;
-      // The root endpoint has no shell and does not turn: who gets through waits in vain.
-      EXPECT_EQ(qelipc_client_command(client.get(), "root", "", "help", 200, &result, &answer),
-                expected_error != 0 ? -expected_error : -ETIMEDOUT);
-      return own ? -send(own, "root", "hello") : 0;
-    }));
-  };
-  EXPECT_EQ(as_nobody(65534, EACCES), 0);
-  EXPECT_EQ(as_nobody(members->gr_gid, 0), 0);
-  ASSERT_TRUE(inbox.wait_for(1));
-  EXPECT_THAT(inbox.got, ElementsAre("other|hello"));
-  evsock_exit();
+  LongAnswers::Piece piece = answers.begin(text, "a", 100);
+  EXPECT_EQ(answers.go_on(piece.more, "b", 100), std::nullopt);
+  std::string got = piece.text;
+  while (piece.more != 0) {
+    EXPECT_EQ(piece.text.size() % 3, 0u) << "cut within a character";
+    EXPECT_LE(piece.text.size(), LongAnswers::kPiece);
+    piece = answers.go_on(piece.more, "a", 200).value();
+    got += piece.text;
+  }
+  EXPECT_EQ(got, text);
+  EXPECT_EQ(answers.next_overdue(), UINT64_MAX) << "nothing is left";
+
+  const std::string half(LongAnswers::kKept / 2, 'x');
+  const auto first = answers.begin(half, "a", 0), second = answers.begin(half, "a", 1);
+  EXPECT_NE(answers.go_on(first.more, "a", 2), std::nullopt);
+  const auto third = answers.begin(half, "a", 3);  // no room for three: the second one waited longest
+  EXPECT_EQ(answers.go_on(second.more, "a", 3), std::nullopt);
+  EXPECT_EQ(answers.next_overdue(), 2 + LongAnswers::kPatienceUs);
+  answers.drop_overdue(2 + LongAnswers::kPatienceUs);
+  EXPECT_EQ(answers.go_on(first.more, "a", 3), std::nullopt);
+  EXPECT_NE(answers.go_on(third.more, "a", 3), std::nullopt);
 }
 
 }  // namespace

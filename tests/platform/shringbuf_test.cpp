@@ -3,9 +3,13 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <time.h>
 
 #include <cerrno>
+#include <chrono>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -157,22 +161,155 @@ TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
   EXPECT_EQ(shringbuf_remove(name.c_str()), -ENOENT);
 }
 
+/// A file in the folder of shared memory, removed with the object.
+struct Object {
+  std::string name;
+  std::string path = "/dev/shm/" + name;
+
+  int open_it() const { return open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644); }
+  ~Object() { std::filesystem::remove(path); }
+};
+
 TEST(ShringbufTest, RefusesWhatIsNoRing) {
   EXPECT_EQ(shringbuf_init("small", 100), nullptr);
-  const std::string name = unique_name("garbage");
-  const int fd = shm_open(("/" + name).c_str(), O_RDWR | O_CREAT, 0600);
-  ASSERT_GE(fd, 0);
-  for (const off_t size : {off_t{0}, off_t{10}, off_t{100000}}) {
+  EXPECT_EQ(shringbuf_init("large", (1 << 20) + 1), nullptr);
+  const Object object{unique_name("garbage")};
+  const int fd = object.open_it();
+  for (const off_t size : {off_t{0}, off_t{10}, off_t{100000}, off_t{1} << 40}) {
     ASSERT_EQ(ftruncate(fd, size), 0);
-    EXPECT_EQ(shringbuf_attach(name.c_str()), nullptr);
+    EXPECT_EQ(shringbuf_attach(object.name.c_str()), nullptr);
     EXPECT_EQ(errno, EPROTO);
+    // Headers that promise more slots than there are, or than a ring may have.
+    for (const std::uint32_t slots : {1u << 20, 1u << 31, 3u, 0u}) {
+      const std::uint32_t header[] = {0x524c4551, 1, 256, slots, 5};
+      ASSERT_EQ(pwrite(fd, header, sizeof header, 0), static_cast<ssize_t>(sizeof header));
+      EXPECT_EQ(shringbuf_attach(object.name.c_str()), nullptr) << size << ' ' << slots;
+    }
+    ASSERT_EQ(ftruncate(fd, 0), 0);
   }
-  // A header that promises more slots than there are.
-  const std::uint32_t header[] = {0x524c4551, 1, 256, 1u << 20, 5};
-  ASSERT_EQ(pwrite(fd, header, sizeof header, 0), static_cast<ssize_t>(sizeof header));
-  EXPECT_EQ(shringbuf_attach(name.c_str()), nullptr);
   close(fd);
-  shm_unlink(("/" + name).c_str());
+}
+
+TEST(ShringbufTest, WhateverBecomesOfTheMemoryReadingEndsSoon) {
+  struct Damage {
+    const char* what;
+    off_t size;
+    std::uint32_t sequence;  ///< of all slots; 0 leaves them
+  };
+  constexpr off_t kSize = (1 << 20) + 64;
+  for (const auto& [what, size, sequence] :
+       {Damage{"nothing is left", 0, 0}, Damage{"half a slot is left", 64 + 100, 0},
+        Damage{"far ahead", kSize, 1 << 30}, Damage{"just ahead", kSize, 4}, Damage{"behind", kSize, 0x90000000}}) {
+    const Object object{unique_name("damaged")};
+    const Ring ring(shringbuf_init(object.name.c_str(), 1 << 20));
+    ASSERT_TRUE(ring);
+    shringbuf_add(ring.get(), "%s", std::string(1000, 'x').c_str());
+    const Reader reader = attach(object.name);
+    const int fd = object.open_it();
+    for (off_t slot = 64; sequence != 0 && slot < size; slot += 256) {
+      ASSERT_EQ(pwrite(fd, &sequence, sizeof sequence, slot), static_cast<ssize_t>(sizeof sequence));
+    }
+    // A copy of the ring is cut, since the writer, too, maps it.
+    std::vector<char> copy(kSize);
+    ASSERT_EQ(pread(fd, copy.data(), copy.size(), 0), kSize);
+    close(fd);
+    const Object cut{unique_name("cut")};
+    const int cut_fd = cut.open_it();
+    ASSERT_EQ(write(cut_fd, copy.data(), copy.size()), kSize);
+    const Reader cut_reader = attach(cut.name);
+    ASSERT_EQ(ftruncate(cut_fd, size), 0);
+    close(cut_fd);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_LE(read_all(cut_reader).size(), 1u) << what;
+    EXPECT_LE(read_all(reader).size(), 1u) << what;
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << what;
+    EXPECT_EQ(shringbuf_writer_alive(cut_reader.get()), 0);
+  }
+}
+
+TEST(ShringbufTest, RemovesItsOwnRingOnly) {
+  const std::string name = unique_name("second");
+  Ring first(shringbuf_init(name.c_str(), 4096));
+  ASSERT_EQ(shm_unlink(("/" + name).c_str()), 0);
+  const Ring second(shringbuf_init(name.c_str(), 4096));
+  shringbuf_add(second.get(), "second");
+  first.reset();
+  EXPECT_THAT(read_all(attach(name)), ElementsAre("second"));
+}
+
+TEST(ShringbufTest, TheRingsOfKilledLoopsWithoutANameDoNotPileUp) {
+  const auto start_and_kill = [](const std::string& name) {
+    Pair written = Pair::pipe();
+    const pid_t child = start_child([&] {
+      say(written[1], shringbuf_init(name.c_str(), 4096) != nullptr ? 'w' : 'f');
+      pause();
+      return 2;
+    });
+    EXPECT_EQ(next_octet(written[0]), 'w');
+    kill(child, SIGKILL);
+    EXPECT_EQ(end_of(child), -SIGKILL);
+  };
+  const Object named{unique_name("app_x") + "_log"};
+  start_and_kill(named.name);
+  const auto nameless = [](int i) { return unique_name("app_") + std::to_string(i) + "_log"; };
+  const Ring living(shringbuf_init(nameless(0).c_str(), 4096));
+  for (int i = 1; i < 4; ++i) {
+    start_and_kill(nameless(i));
+  }
+  const Ring last(shringbuf_init(nameless(4).c_str(), 4096));
+  EXPECT_TRUE(attach(named.name)) << "somebody may come for it";
+  EXPECT_TRUE(attach(nameless(0)));
+  EXPECT_TRUE(attach(nameless(4)));
+  for (int i = 1; i < 4; ++i) {
+    EXPECT_EQ(shringbuf_attach(nameless(i).c_str()), nullptr) << i;
+  }
+}
+
+TEST(ShringbufTest, WhereAnotherUserHasTheNameTheRingIsPrivateAndSaysSo) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "needs root, to become others";
+  }
+  const auto as_user = [](uid_t user, const std::function<int()>& act) {
+    return end_of(start_child([&] { return setuid(user) == 0 ? act() : 2; }));
+  };
+  const struct {
+    const char* what;
+    std::function<int(const char*)> squat;
+    int attach_error;
+  } squatters[] = {{"a ring", [](const char* path) { return shringbuf_init(path + 9, 4096) == nullptr; }, 0},
+                   {"a pipe", [](const char* path) { return mkfifo(path, 0644); }, EPROTO},
+                   {"a folder", [](const char* path) { return mkdir(path, 0755); }, EPROTO},
+                   {"a secret", [](const char* path) { return open(path, O_CREAT | O_WRONLY, 0000) < 0; }, EPROTO},
+                   {"a link", [](const char* path) { return symlink("/etc/passwd", path); }, ELOOP}};
+  for (const auto& squatter : squatters) {
+    const char* const what = squatter.what;
+    const Object object{unique_name("squatted")};
+    ASSERT_EQ(as_user(65534, [&] { return squatter.squat(object.path.c_str()); }), 0) << what;
+    const Reader reader(shringbuf_attach(object.name.c_str()));
+    EXPECT_EQ(reader ? 0 : errno, squatter.attach_error) << what;
+    uid_t user = 0;
+    gid_t group = 0;
+    if (reader) {
+      EXPECT_EQ(shringbuf_owner(reader.get(), &user, &group), 0);
+      EXPECT_EQ(user, 65534u);
+      EXPECT_EQ(group, getgid());
+    }
+    const Pair messages = Pair::sockets();
+    EXPECT_EQ(as_user(1,
+                      [&] {
+                        dup2(messages[1], STDERR_FILENO);
+                        const Ring ring(shringbuf_init(object.name.c_str(), 4096));
+                        return ring && shringbuf_add(ring.get(), "works") == 0 ? 0 : 3;
+                      }),
+              0)
+        << what;
+    char said[256] = "";
+    EXPECT_GT(recv(messages[0], said, sizeof said - 1, MSG_DONTWAIT), 0) << what;
+    EXPECT_EQ(said,
+              "ERROR: the log ring \"" + object.name + "\" can be read by nobody: its name belongs to the user 65534\n")
+        << what;
+    EXPECT_TRUE(std::filesystem::exists(std::filesystem::symlink_status(object.path))) << what;
+  }
 }
 
 }  // namespace

@@ -2,32 +2,31 @@
 ///
 ///   whole   well-formed frames of every kind, as fast as they go
 ///   mixed   those and damaged ones (truncated, mutated, random), as fast as they go
-///   paced   the same mixture as fast as it goes without loss: after some frames it waits for the daemon at the other
-///           end of the link to answer a query. Also tells how many of them that daemon, whose AL MAC is given, should
-///           reject, and how many one behind it that gets what is relayed, by what an entity here makes of the frames.
+///   paced   the same mixture as fast as it goes without loss: after some frames it waits until the daemon at the other
+///           end of the link, whose process and AL MAC are given, has read them. Also tells how many of them that
+///           daemon should reject, and how many one behind it that gets what is relayed, by what an entity here makes
+///           of the frames.
 ///
 /// Ends after some seconds or with SIGTERM. The identifiers of the messages begin behind the given one, which is the
 /// last one of the traffic before: no frame is a duplicate of one that the daemon remembers.
-#include <poll.h>
-#include <sys/socket.h>
-
 #include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <fstream>
 #include <iterator>
 #include <random>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 
 #include "qel/net/raw_sock.h"
 #include "tests/soak/seeds.h"
 #include "tools/meshd/entity.h"
-#include "tools/meshd/messages.h"
 
 namespace soak {
 
@@ -38,13 +37,16 @@ using meshd::ETHER_HEADER_SIZE;
 using qel::MACAddress;
 
 constexpr MACAddress OURS({0x02, 0x19, 0x05, 0xDD, 0x00, 0xFA});
-constexpr MACAddress ASKER({0x02, 0x19, 0x05, 0xDD, 0x00, 0xFB});  ///< sends the queries that are waited for
 constexpr std::size_t TYPE = ETHER_HEADER_SIZE + 2;
 constexpr std::size_t IDENTIFIER = ETHER_HEADER_SIZE + 4;
 constexpr std::size_t FLAGS = ETHER_HEADER_SIZE + 7;
 constexpr std::uint8_t RELAY = 0x40;
 constexpr std::size_t LONGEST = 1514;
-constexpr int FRAMES_BETWEEN_QUERIES = 40;  // a packet socket holds some 90 of the longest
+constexpr int FRAMES_AT_ONCE = 40;  // a packet socket holds some 90 of the longest
+// At least, in paced traffic: else identifiers would come again while the daemon remembers them, and from one
+// originator there would be more to relay than it has room to remember.
+constexpr auto TIME_BETWEEN_FRAMES = std::chrono::microseconds(50);
+constexpr unsigned long long FRAMES_FOR_A_RELAYED_ONE = 300;
 constexpr auto PATIENCE = std::chrono::seconds(10);
 
 volatile std::sig_atomic_t is_ended = 0;
@@ -86,20 +88,28 @@ class Oracle final : private meshd::Ports {
 class Traffic {
  public:
   Traffic(const std::string& interface, const std::string& test_data, const MACAddress& al_mac,
-          std::uint16_t identifier)
+          const std::string& process, std::uint16_t identifier)
       : socket_(interface, qel::RawSock::DataCallback(), qel::RawSock::WritableCallback(), meshd::ETHERTYPE_IEEE1905),
         seeds_(read_seeds(test_data, Octets(OURS.octets().begin(), OURS.octets().end()))),
+        sockets_("/proc/" + process + "/net/packet"),
         oracle_(al_mac),
         identifier_(identifier) {}
 
   void run(const std::string& mode, std::chrono::milliseconds duration) {
     const bool is_paced = mode == "paced";
     const bool is_damaged = is_paced || mode == "mixed";
+    if (is_paced) {
+      std::this_thread::sleep_for(meshd::DuplicateFilter::MEMORY);  // the traffic before is forgotten
+    }
     const auto begin = Clock::now();
     while (Clock::now() - begin < duration && is_ended == 0) {
-      for (int count = 0; count < FRAMES_BETWEEN_QUERIES; ++count) {
+      for (int count = 0; count < FRAMES_AT_ONCE; ++count) {
         const bool is_whole = !is_damaged || random_() % 2 == 0;
-        const Octets frame = is_whole ? make_whole() : make_damaged();
+        Octets frame = is_whole ? make_whole() : make_damaged();
+        if (is_paced && frame.size() > FLAGS) {
+          const bool is_relayed = (whole_ + damaged_) % FRAMES_FOR_A_RELAYED_ONE == 0;
+          frame[FLAGS] = static_cast<std::uint8_t>((frame[FLAGS] & ~RELAY) | (is_relayed ? RELAY : 0));
+        }
         send(frame);
         ++(is_whole ? whole_ : damaged_);
         if (is_paced) {
@@ -107,7 +117,8 @@ class Traffic {
         }
       }
       if (is_paced) {
-        wait_for_answer();
+        wait_until_read();
+        std::this_thread::sleep_until(begin + (whole_ + damaged_) * TIME_BETWEEN_FRAMES);
       }
     }
     seconds_ = std::chrono::duration<double>(Clock::now() - begin).count();
@@ -203,33 +214,26 @@ class Traffic {
     }
   }
 
-  /// When the answer to the query is here, all before it was read.
-  void wait_for_answer() {
-    meshd::Codec codec;
-    const qel::ieee1905_1::Message query = meshd::topology_query();
-    const auto octets = codec.encode(meshd::MULTICAST_ADDRESS, ASKER, query);
-    Octets frame(octets.begin(), octets.end());
-    stamp(frame);
-    const std::uint16_t identifier = identifier_;
-    send(frame);
-    oracle_.take(frame);
-    Octets answer(meshd::MAX_FRAME_SIZE);
+  /// Until nothing waits in the daemon's packet sockets, as the kernel shows them (proc_pid_net(5)).
+  void wait_until_read() const {
     for (const auto limit = Clock::now() + PATIENCE; Clock::now() < limit;) {
-      pollfd ready{socket_.get_sock_fd(), POLLIN, 0};
-      if (::poll(&ready, 1, 1000) != 1) {
-        continue;
+      std::ifstream file(sockets_);
+      unsigned long unread = 0;
+      for (std::string line; std::getline(file, line);) {
+        unsigned long octets = 0;
+        std::sscanf(line.c_str(), "%*s %*s %*s %*s %*s %*s %lu", &octets);
+        unread += octets;
       }
-      const ssize_t size = ::recv(socket_.get_sock_fd(), answer.data(), answer.size(), 0);
-      const auto parsed = codec.parse({answer.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))});
-      if (parsed && parsed->destination == ASKER && parsed->head.get_message_id() == identifier) {
+      if (unread == 0) {
         return;
       }
     }
-    throw std::runtime_error("a query got no answer");
+    throw std::runtime_error("the daemon does not read");
   }
 
   qel::RawSock socket_;
   const Seeds seeds_;
+  const std::string sockets_;
   Oracle oracle_;
   std::mt19937 random_{std::random_device()()};
   std::size_t next_ = 0;
@@ -244,15 +248,15 @@ class Traffic {
 }  // namespace soak
 
 int main(int argc, char** argv) {
-  const std::string mode = argc == 6 ? argv[2] : "";
+  const std::string mode = argc == 7 ? argv[2] : "";
   if (mode != "whole" && mode != "mixed" && mode != "paced") {
-    std::fprintf(stderr, "usage: soak_traffic INTERFACE whole|mixed|paced SECONDS AL_MAC IDENTIFIER\n");
+    std::fprintf(stderr, "usage: soak_traffic INTERFACE whole|mixed|paced SECONDS AL_MAC PROCESS IDENTIFIER\n");
     return 2;
   }
   std::signal(SIGTERM, [](int) { soak::is_ended = 1; });
   try {
-    soak::Traffic traffic(argv[1], QEL_TEST_DATA, qel::MACAddress(argv[4]),
-                          static_cast<std::uint16_t>(std::atoi(argv[5])));
+    soak::Traffic traffic(argv[1], QEL_TEST_DATA, qel::MACAddress(argv[4]), argv[5],
+                          static_cast<std::uint16_t>(std::atoi(argv[6])));
     traffic.run(mode, std::chrono::seconds(std::atoi(argv[3])));
     traffic.print();
   } catch (const std::exception& error) {

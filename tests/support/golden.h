@@ -37,15 +37,6 @@ struct Habits {
   bool appends = false;              ///< decoding adds to what the object holds already
 };
 
-/// The object after `add` was called with each of the elements.
-template <class T, class Element, class Elements = std::initializer_list<Element>>
-T with(T object, void (T::*add)(const Element&), const Elements& elements) {
-  for (const Element& element : elements) {
-    (object.*add)(element);
-  }
-  return object;
-}
-
 template <class T>
 Written encode(const T& object, const std::string& before = "") {
   serialization::SerializationContext context;

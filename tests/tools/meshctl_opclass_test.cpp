@@ -11,6 +11,7 @@ namespace {
 using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 struct Outcome {
@@ -32,16 +33,36 @@ Outcome opclass(const std::string& arguments) {
 }
 
 TEST(MeshctlOpclass, NamesTheClassesOfAChannel) {
-  EXPECT_EQ(opclass("of --freq 2484").text, "82\n");
-  EXPECT_EQ(opclass("of --freq 05180 --region europe").text, "1\n");
-  EXPECT_EQ(opclass("of --freq 5200 --width 40 --center 5190 --region global").text, "117\n");
+  EXPECT_EQ(opclass("of --freq 2484").text,
+            "operating class: 82\nband: 2.4 GHz\nwidth: 20 MHz\nchannel: 14 (2484 MHz)\nchannels of the class: 14\n");
+  EXPECT_EQ(opclass("of --freq 5180 --width 80").text,
+            "operating class: 128\nband: 5 GHz\nwidth: 80 MHz\nchannel: 42 (5210 MHz)\n"
+            "channels of the class: 42 58 106 122 138 155 171\n");
+  const std::pair<const char*, const char*> rows[] = {
+      {"--freq 05180 --region europe", "operating class: 1\nband: 5 GHz\nwidth: 20 MHz\nchannel: 36 (5180 MHz)\n"},
+      {"--freq 5200 --width 40 --center 5190 --region global", "class: 117\nband: 5 GHz\nwidth: 40 MHz\nchannel: 40 ("},
+      {"--freq 5200 --width 40", "class: 117\nband: 5 GHz\nwidth: 40 MHz\nchannel: 40 (5200 MHz)\n"},
+      {"--freq 5640 --width 160", "class: 129\nband: 5 GHz\nwidth: 160 MHz\nchannel: 114 (5570 MHz)\n"},
+      {"--freq 2437 --width 40 --center 2427", "class: 84\nband: 2.4 GHz\nwidth: 40 MHz\nchannel: 6 (2437 MHz)\n"},
+      {"--freq 2412 --width 40", "class: 83\nband: 2.4 GHz\nwidth: 40 MHz\nchannel: 1 (2412 MHz)\n"},
+      {"--freq 5975 --width 40", "class: 132\nband: 6 GHz\nwidth: 40 MHz\nchannel: 3 (5965 MHz)\n"},
+      {"--freq 5935 --width 20", "class: 136\nband: 6 GHz\nwidth: 20 MHz\nchannel: 2 (5935 MHz)\n"},
+  };
+  for (const auto& [arguments, text] : rows) {
+    EXPECT_THAT(opclass(std::string("of ") + arguments).text, HasSubstr(text)) << arguments;
+  }
   const std::string two_segments = "of --freq 5180 --width 80+80 --center 5210 --secondary 5530";
   const Outcome outcome = opclass(two_segments);
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_EQ(outcome.text, "128\n130\n");
+  EXPECT_THAT(outcome.text, MatchesRegex("operating class: 128\n.*width: 80 MHz\nchannel: 42 .*\n\n"
+                                         "operating class: 130\n.*width: 80\\+80 MHz\nchannel: 106 .*171\n"));
+  EXPECT_EQ(opclass("of --freq 5180 --width 80+80 --secondary 5530").text, outcome.text);
   EXPECT_EQ(opclass(two_segments + " --json").text,
             R"({"region":"GLOBAL","channel_info":{"primary_freq":5180000,"primary_center":5210000,)"
-            R"("channel_width":"80+80 MHz","secondary_center":5530000,"max_power":null},"opclasses":[128,130]})"
+            R"("channel_width":"80+80 MHz","secondary_center":5530000,"max_power":null},"opclasses":[128,130],)"
+            R"("classes":[{"opclass":128,"band":"5 GHz","channel_width":"80 MHz","channel":42,)"
+            R"("channels":[42,58,106,122,138,155,171]},{"opclass":130,"band":"5 GHz","channel_width":"80+80 MHz",)"
+            R"("channel":106,"channels":[42,58,106,122,138,155,171]}]})"
             "\n");
 }
 
@@ -69,14 +90,16 @@ TEST(MeshctlOpclass, PrintsTheTable) {
 
 TEST(MeshctlOpclass, RefusesWhatMakesNoSenseInOneLine) {
   const std::pair<const char*, const char*> rows[] = {
-      {"", "subcommand"},
+      {"", "a command is required"},
+      {"bogus", "'bogus' is no command"},
       {"table --region 'ja\npan'", "--region: ja\\x0apan not in"},
       {"of", "--freq is required"},
       {"of --freq 0", "--freq: Value 0 is no whole number from 1 to 100000"},
       {"of --freq 5180.5", "--freq: Value 5180.5"},
       {"of --freq 5000", "No mapping available for primary segment of channel info primary frequency: 5000000 kHz"},
       {"of --freq 5180 --width 30 --center 5190", "--width: 30 not in {20,40,80,160,80+80}"},
-      {"of --freq 5180 --width 40", "--width requires --center"},
+      {"of --freq 2437 --width 40", "the center may be 2427 or 2447 MHz: give one with --center"},
+      {"of --freq 2437 --width 80", "no operating class has a channel of 80 MHz around 2437 MHz"},
       {"of --freq 5180 --center 5190", "--center requires --width"},
       {"of --freq 5180 --width 40 --center 5290", "not within primary segment"},
       {"of --freq 5180 --width 80 --center 5210 --secondary 5530", "--secondary requires --width 80+80"},

@@ -9,7 +9,7 @@
 #include "tools/meshdump/filter.h"
 #include "tools/meshdump/hex_text.h"
 #include "tools/meshdump/link_frame.h"
-#include "tools/meshdump/safe_text.h"
+#include "tools/safe_text.h"
 
 namespace meshdump {
 namespace {
@@ -68,16 +68,16 @@ TEST(SafeText, ReplacesWhatIsNoUtf8) {
     for (const char character : shown) {
       utf8 += character == '?' ? "\xEF\xBF\xBD" : std::string(1, character);
     }
-    EXPECT_EQ(to_utf8(octets), utf8);
-    EXPECT_EQ(for_terminal(octets), utf8);
+    EXPECT_EQ(tools::to_utf8(octets), utf8);
+    EXPECT_EQ(tools::for_terminal(octets), utf8);
   }
 }
 
 TEST(SafeText, ShowsControlCharacters) {
   const std::string text = std::string("a\x1B[2J\n\t\r\x7F", 9) + '\0' + "\xC2\x85\xC2\xA0.";
-  EXPECT_EQ(for_terminal(text), "a\\x1b[2J\n\t\\x0d\\x7f\\x00\\x85\xC2\xA0.");
-  EXPECT_EQ(for_terminal_line(text), "a\\x1b[2J\\x0a\\x09\\x0d\\x7f\\x00\\x85\xC2\xA0.");
-  EXPECT_EQ(to_utf8(text), text);
+  EXPECT_EQ(tools::for_terminal(text), "a\\x1b[2J\n\t\\x0d\\x7f\\x00\\x85\xC2\xA0.");
+  EXPECT_EQ(tools::for_terminal_line(text), "a\\x1b[2J\\x0a\\x09\\x0d\\x7f\\x00\\x85\xC2\xA0.");
+  EXPECT_EQ(tools::to_utf8(text), text);
 }
 
 TEST(HexText, ParsesLines) {

@@ -16,30 +16,44 @@ MessageHead head(std::uint16_t id, std::uint8_t fragment = 0,
   return {MessageVersion::IEEE1905_1, type, id, fragment, true, true};
 }
 
-TEST(DuplicateFilter, TellsMessagesApartByEachOfTheirNumbers) {
-  DuplicateFilter filter;
+using Verdict = DuplicateFilter::Verdict;
+constexpr auto MOMENT = std::chrono::milliseconds(1);
+
+TEST(DuplicateFilter, TellsMessagesApartByEachOfTheirNumbersForSomeTime) {
+  DuplicateFilter filter(2);
   const TimePoint now{};
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(7), now));
-  EXPECT_FALSE(filter.is_new(device_mac(1), head(7), now));
-  EXPECT_TRUE(filter.is_new(device_mac(2), head(7), now));
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(8), now));
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(7, 1), now));
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(7, 0, MessageType::TOPOLOGY_DISCOVERY_MESSAGE), now));
-  EXPECT_FALSE(filter.is_new(device_mac(1), head(7), now + DuplicateFilter::MEMORY - std::chrono::milliseconds(1)));
+  for (const Verdict verdict : {Verdict::NEW, Verdict::DUPLICATE}) {
+    EXPECT_EQ(filter.take(0, device_mac(1), head(7), now), verdict);
+    EXPECT_EQ(filter.take(0, device_mac(2), head(7), now), verdict);
+    EXPECT_EQ(filter.take(0, device_mac(1), head(8), now), verdict);
+    EXPECT_EQ(filter.take(0, device_mac(1), head(7, 1), now), verdict);
+    EXPECT_EQ(filter.take(0, device_mac(1), head(7, 0, MessageType::TOPOLOGY_DISCOVERY_MESSAGE), now), verdict);
+  }
+  EXPECT_EQ(filter.take(1, device_mac(1), head(7), now + DuplicateFilter::MEMORY - MOMENT), Verdict::DUPLICATE);
+  EXPECT_EQ(filter.take(1, device_mac(1), head(7), now + DuplicateFilter::MEMORY), Verdict::NEW);
 }
 
-TEST(DuplicateFilter, ForgetsWithTimeAndTheOldestOfTooMany) {
-  DuplicateFilter filter;
+TEST(DuplicateFilter, HasRoomForOthersWhenOneFloodsAndForgetsNothingBeforeItsTime) {
+  DuplicateFilter filter(2);
   const TimePoint start{};
-  const TimePoint later = start + DuplicateFilter::MEMORY;
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(7), start));
-  EXPECT_TRUE(filter.is_new(device_mac(1), head(7), later));
-  EXPECT_FALSE(filter.is_new(device_mac(1), head(7), later + std::chrono::seconds(1)));
-  for (std::size_t id = 0; id <= DuplicateFilter::CAPACITY; ++id) {
-    EXPECT_TRUE(filter.is_new(device_mac(2), head(static_cast<std::uint16_t>(id)), later));
+  const auto flood = [&](std::size_t interface, std::uint8_t originator, TimePoint at) {
+    std::size_t count = 0;
+    for (std::uint16_t id = 0; id < 3 * DuplicateFilter::ROOM; ++id) {
+      count += filter.take(interface, device_mac(originator), head(id), at) == Verdict::NEW ? 1U : 0U;
+    }
+    return count;
+  };
+  EXPECT_EQ(flood(0, 1, start), DuplicateFilter::ROOM_OF_ORIGINATOR);
+  for (std::uint8_t originator = 2; originator < 20; ++originator) {
+    flood(0, originator, start + MOMENT);
   }
-  EXPECT_FALSE(filter.is_new(device_mac(2), head(1), later));
-  EXPECT_TRUE(filter.is_new(device_mac(2), head(0), later));
+  EXPECT_EQ(filter.size(), DuplicateFilter::ROOM);
+  EXPECT_EQ(flood(1, 20, start + MOMENT), DuplicateFilter::ROOM_OF_ORIGINATOR) << "another interface has its own room";
+  const TimePoint late = start + DuplicateFilter::MEMORY;
+  EXPECT_EQ(filter.take(0, device_mac(30), head(0), late - MOMENT), Verdict::NO_ROOM);
+  EXPECT_EQ(filter.take(1, device_mac(1), head(0), late - MOMENT), Verdict::DUPLICATE);
+  EXPECT_EQ(flood(0, 1, late), DuplicateFilter::ROOM_OF_ORIGINATOR) << "the first have been forgotten";
+  EXPECT_EQ(filter.take(0, device_mac(2), head(0), late), Verdict::DUPLICATE) << "the others have not";
 }
 
 }  // namespace

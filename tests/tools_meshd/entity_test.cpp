@@ -191,6 +191,14 @@ TEST(Entity, RelaysOnceUnchangedToTheOtherInterfaces) {
   EXPECT_THAT(answers(device, other_relay, 2), IsEmpty());
   EXPECT_EQ(device.entity.counts().duplicates, 2U);
   EXPECT_EQ(device.entity.counts().relayed, 1U);
+
+  answers(device, discovery(9), 1);
+  for (std::size_t count = 0; count < DuplicateFilter::ROOM_OF_ORIGINATOR; ++count) {
+    answers(device, frame_of(topology_notification(device_mac(9)), device_mac(9)), 1);
+  }
+  EXPECT_EQ(device.entity.counts().relayed, DuplicateFilter::ROOM_OF_ORIGINATOR);
+  EXPECT_EQ(device.entity.counts().unrelayed, 1U);
+  EXPECT_EQ(device.entity.counts().processed, DuplicateFilter::ROOM_OF_ORIGINATOR + 1) << "relayed or not";
 }
 
 TEST(Entity, RelaysWhatItCannotDecodeButNotWhatIsNotToBeRelayed) {
@@ -243,25 +251,97 @@ TEST(Entity, AnswersNothingThatIsNotForItOrMeansNothingToIt) {
   EXPECT_THAT(answers(device, frame_of(topology_query(), device_mac(2), interface_mac(0x11))), SizeIs(1));
 }
 
-TEST(Entity, BelievesOnlyNeighborsAndOnlyAboutThemselves) {
+TEST(Entity, BelievesOnlyWhomItAskedAndOnlyAboutThemselves) {
+  const struct {
+    const char* answer;
+    int id;  // counted from the question's
+    qel::MACAddress source;
+    std::uint8_t about;
+    bool is_believed;
+  } rows[] = {{"of the one asked", 0, device_mac(2), 2, true},
+              {"from its interface, which another claims to have", 0, interface_mac(0x21), 2, true},
+              {"to no question", -100, device_mac(2), 2, false},
+              {"about another", 0, device_mac(2), 3, false},
+              {"of another neighbor", 0, device_mac(3), 2, false},
+              {"of a stranger", 0, device_mac(9), 2, false}};
+  for (const auto& row : rows) {
+    Device asked(2);
+    answers(asked, discovery(1));
+    Device device(1);
+    answers(device, frame_of(topology_discovery(device_mac(4), interface_mac(0x21)), device_mac(4)));
+    const std::vector<SentFrame> sent = answers(device, discovery(2));
+    answers(device, discovery(3));
+    ASSERT_THAT(sent, SizeIs(5));
+    const auto id = [&](std::size_t place) { return static_cast<std::uint16_t>(sent[place].id() + row.id); };
+    const std::vector<LocalInterface>& interfaces = asked.entity.config().interfaces;
+    LinkMetricQueryTLV query;
+    query.set_query_neighbor(LinkMetricQueryNeighbors::ALL_NEIGHBORS);
+    const Message given[] = {
+        topology_response(id(1), device_mac(row.about), interfaces, {{}}, {}),
+        link_metric_response(id(2), device_mac(row.about), query, interfaces, {{}}, asked.entity.neighbors())};
+    for (const Message& answer : given) {
+      answers(device, frame_of(answer, row.source, device_mac(1)), 0, START + std::chrono::seconds(1));
+    }
+    for (const Neighbor& neighbor : device.entity.neighbors().all()) {
+      const bool is_it = row.is_believed && neighbor.al_mac == device_mac(2);
+      EXPECT_EQ(neighbor.device.has_value(), is_it) << row.answer << ' ' << neighbor.al_mac;
+      EXPECT_EQ(neighbor.transmitter_metrics.size(), is_it ? 1U : 0U) << row.answer << ' ' << neighbor.al_mac;
+    }
+    device.entity.tend(START + std::chrono::seconds(181));
+    EXPECT_EQ(device.entity.neighbors().find(device_mac(2)) != nullptr, row.is_believed || row.source == device_mac(2))
+        << "alive? " << row.answer;
+  }
+}
+
+TEST(Entity, LetsNobodyLiveAtTheAddressOfAnother) {
   Device device(1);
-  Device other(2);
-  const auto answer_of_other = [&](const qel::MACAddress& sender) {
-    other.entity.receive(0, frame_of(topology_query(), device_mac(1), device_mac(2)), START);
-    device.entity.receive(0, frame_of(other.ports.take().at(0).message(), sender, device_mac(1)), START);
+  const auto claim = [&](std::uint8_t al_mac, const qel::MACAddress& mac) {
+    answers(device, frame_of(topology_discovery(device_mac(al_mac), mac), device_mac(al_mac)));
+    return std::exchange(device.ports.events, {});
   };
-  answer_of_other(device_mac(2));
-  Message relayed = topology_discovery(device_mac(2), interface_mac(0x21));
+  const std::string found = "found " + device_mac(2).to_string() + " on 0";
+  const std::string lost = "lost " + device_mac(3).to_string();
+  claim(3, device_mac(2));
+  EXPECT_THAT(claim(2, interface_mac(0x21)), ElementsAre(lost, found)) << "the claim ends when the device is known";
+  EXPECT_THAT(claim(3, device_mac(2)), IsEmpty());
+  EXPECT_THAT(claim(3, device_mac(1)), IsEmpty()) << "ours";
+  Device other(2);
+  carry({{device, 0, other, 0}}, START);
+  device.entity.announce();
+  carry({{device, 0, other, 0}}, START);
+  ASSERT_TRUE(device.entity.neighbors().find(device_mac(2))->device);
+  answers(device, frame_of(topology_discovery(interface_mac(0x21), interface_mac(0x31)), device_mac(3)));
+  Message relayed = topology_discovery(device_mac(5), interface_mac(0x51));
   relayed.get_head().set_relay_indicator(true);
-  answers(device, frame_of(relayed, device_mac(2)));
-  EXPECT_THAT(device.entity.neighbors().all(), IsEmpty());
+  answers(device, frame_of(relayed, device_mac(5)));
+  EXPECT_THAT(device.entity.neighbors().all(), SizeIs(1)) << "it told that it lives there; who is far is no neighbor";
+}
+
+TEST(Entity, AnswersOnlyWhatItAloneIsAskedAndNobodyWithoutEnd) {
+  Device device(1, Entity::MAX_INTERFACES);
   answers(device, discovery(2));
-  answers(device, discovery(3));
-  answer_of_other(device_mac(3));
-  EXPECT_FALSE(device.entity.neighbors().find(device_mac(2))->device);
-  EXPECT_FALSE(device.entity.neighbors().find(device_mac(3))->device);
-  answer_of_other(interface_mac(0x21));
-  EXPECT_TRUE(device.entity.neighbors().find(device_mac(2))->device);
+  const auto ask = [&](std::size_t interface, std::uint8_t source, TimePoint at) {
+    std::size_t count = 0;
+    for (std::uint8_t i = 0; i < 20; ++i) {
+      const Message query = i % 2 == 0 ? topology_query() : link_metric_query();
+      const qel::MACAddress asker = device_mac(source == 0 ? 100 + i : source);
+      count += answers(device, frame_of(query, asker, device_mac(1)), interface, at).size();
+      EXPECT_THAT(answers(device, frame_of(query, asker), interface, at), IsEmpty()) << "to all";
+    }
+    return count;
+  };
+  const auto some = static_cast<std::size_t>(NeighborLink::ANSWERS_AT_ONCE);
+  EXPECT_EQ(ask(0, 2, START), some);
+  EXPECT_EQ(ask(0, 0, START), some) << "strangers, together";
+  EXPECT_EQ(ask(1, 2, START), some) << "not where that neighbor lives";
+  EXPECT_EQ(device.entity.counts().unanswered, 3 * (20 - some));
+  const TimePoint later = START + std::chrono::seconds(1);
+  EXPECT_EQ(ask(0, 2, later), static_cast<std::size_t>(NeighborLink::ANSWERS_A_SECOND));
+  std::size_t all = 0;
+  for (std::size_t interface = 0; interface < Entity::MAX_INTERFACES; ++interface) {
+    all += ask(interface, 0, later + std::chrono::hours(1));
+  }
+  EXPECT_EQ(all + ask(0, 2, later + std::chrono::hours(1)), static_cast<std::size_t>(Entity::ANSWERS_AT_ONCE));
 }
 
 TEST(Entity, AFloodOfDiscoveriesKeepsOutNobodyOnOtherInterfaces) {

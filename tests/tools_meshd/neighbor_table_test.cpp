@@ -26,6 +26,8 @@ TEST(NeighborTable, KnowsNeighborsByDeviceAndLinksByBothInterfaces) {
   EXPECT_EQ(table.find_sender(device_mac(2)), table.find(device_mac(2)));
   EXPECT_EQ(table.find(interface_mac(0x12)), nullptr);
   EXPECT_EQ(table.find_sender(device_mac(3)), nullptr);
+  table.discover(device_mac(2), 0, interface_mac(0x12), at(4));
+  EXPECT_EQ(table.find_sender(interface_mac(0x12)), nullptr) << "who of the two?";
 }
 
 TEST(NeighborTable, DropsLinksAndThenNeighborsThatAreNotHeardOf) {
@@ -33,9 +35,9 @@ TEST(NeighborTable, DropsLinksAndThenNeighborsThatAreNotHeardOf) {
   table.discover(device_mac(1), 0, interface_mac(0x11), at(0));
   table.discover(device_mac(1), 1, interface_mac(0x12), at(0));
   table.discover(device_mac(2), 0, interface_mac(0x21), at(0));
-  table.hear(device_mac(1), 1, at(10));        // by the device: the link over that interface
-  table.hear(interface_mac(0x21), 0, at(10));  // by the interface
-  table.hear(interface_mac(0x11), 1, at(10));  // not the way it is known to come
+  table.hear(device_mac(1), 1, at(10));  // the link over that interface
+  table.hear(device_mac(2), 0, at(10));
+  table.hear(interface_mac(0x11), 0, at(10));  // which anybody may claim to have
   EXPECT_THAT(table.expire(at(0)), IsEmpty()) << "heard of at the limit is not too old";
   EXPECT_THAT(table.expire(at(10)), ElementsAre(device_mac(1)));
   ASSERT_NE(table.find(device_mac(1)), nullptr);
@@ -43,6 +45,18 @@ TEST(NeighborTable, DropsLinksAndThenNeighborsThatAreNotHeardOf) {
   EXPECT_EQ(table.find(device_mac(1))->links[0].interface, 1U);
   EXPECT_THAT(table.expire(at(11)), ElementsAre(device_mac(1), device_mac(2)));
   EXPECT_THAT(table.all(), IsEmpty());
+}
+
+TEST(NeighborTable, WaitsForAnswersToTheLastQuestionsOnce) {
+  Questions questions;
+  for (std::uint16_t id = 1; id <= Questions::MOST + 1; ++id) {
+    questions.ask(id);
+  }
+  EXPECT_FALSE(questions.answer(1)) << "given up";
+  EXPECT_TRUE(questions.answer(4));
+  EXPECT_FALSE(questions.answer(4));
+  EXPECT_FALSE(questions.answer(3)) << "older news";
+  EXPECT_TRUE(questions.answer(5));
 }
 
 TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {

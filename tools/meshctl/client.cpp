@@ -5,9 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <exception>
-#include <stdexcept>
 
-#include "ctlcmd.h"
+#include "qelipc.h"
 #include "qelipc_client.h"
 
 namespace meshctl {
@@ -44,28 +43,56 @@ std::vector<std::string> Client::list() {
   return names;
 }
 
-Answer Client::command(const std::string& daemon, const std::string& line) {
-  constexpr const char* BLANKS = " \t";
-  Answer answer = command_of(daemon, "", line);
-  const std::size_t word = line.find_first_not_of(BLANKS);
-  const std::size_t word_end = line.find_first_of(BLANKS, word);
-  const std::size_t rest = line.find_first_not_of(BLANKS, word_end);
-  if (answer.result != CTLCMD_NO_COMMAND || rest == std::string::npos) {
-    return answer;
+std::string Client::the_only_one() {
+  const std::vector<std::string> names = list();
+  if (names.empty()) {
+    throw std::runtime_error("no daemon runs");
   }
-  Answer of_module = command_of(daemon, line.substr(word, word_end - word), line.substr(rest));
-  return of_module.result == CTLCMD_NO_MODULE ? answer : of_module;
+  if (names.size() > 1) {
+    std::string all;
+    for (const std::string& name : names) {
+      all += (all.empty() ? "" : ", ") + name;
+    }
+    throw AmbiguousName("several daemons run: " + all + "; which one?");
+  }
+  return names.front();
 }
 
-Answer Client::command_of(const std::string& daemon, const std::string& module, const std::string& line) {
+Answer Client::command(const std::string& daemon, const std::vector<std::string>& words) {
+  std::vector<const char*> argv;
+  argv.reserve(words.size() + 1);
+  for (const std::string& word : words) {
+    argv.push_back(word.c_str());
+  }
+  argv.push_back(nullptr);
+  return ask(daemon, [&](int& result, char*& text) {
+    return qelipc_client_command(client_.get(), daemon.c_str(), argv.data(), ANSWER_TIMEOUT, &result, &text);
+  });
+}
+
+Answer Client::command_line(const std::string& daemon, const std::string& line) {
+  return ask(daemon, [&](int& result, char*& text) {
+    return qelipc_client_command_line(client_.get(), daemon.c_str(), line.c_str(), ANSWER_TIMEOUT, &result, &text);
+  });
+}
+
+template <class Call>
+Answer Client::ask(const std::string& daemon, Call call) {
   Answer answer{};
   char* text = nullptr;
-  const int status = qelipc_client_command(client_.get(), daemon.c_str(), module.c_str(), line.c_str(), ANSWER_TIMEOUT,
-                                           &answer.result, &text);
-  if (status == -ENXIO) {
-    throw std::runtime_error("there is no daemon of the name '" + daemon + "'");
+  const int status = call(answer.result, text);
+  switch (-status) {
+    case ENXIO:
+      throw std::runtime_error("there is no daemon of the name '" + daemon + "'");
+    case EINVAL:
+      throw std::runtime_error("the command is not in UTF-8");
+    case EMSGSIZE:
+      throw std::runtime_error("the command is longer than " + std::to_string(QELIPC_COMMAND_MAX / 1024) + " KiB");
+    case ENOBUFS:
+      throw std::runtime_error("'" + daemon + "' has too many long answers to give, try again");
+    default:
+      check(status, "no answer from '" + daemon + "'");
   }
-  check(status, "no answer from '" + daemon + "'");
   const std::unique_ptr<char, void (*)(void*)> owner(text, std::free);
   answer.text = text;
   return answer;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,6 +17,11 @@ struct Answer {
   std::string text;
 };
 
+class AmbiguousName : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
 /// The daemons on the bus. All operations throw std::runtime_error when the bus or the daemon fails them.
 class Client {
  public:
@@ -26,9 +32,14 @@ class Client {
   /// Sorted.
   std::vector<std::string> list();
 
-  /// Runs a command line. A line that begins with no command of the shell itself is tried as one of the module that its
-  /// first word names.
-  Answer command(const std::string& daemon, const std::string& line);
+  /// The name of the daemon that runs. Throws AmbiguousName when there are several.
+  std::string the_only_one();
+
+  /// Runs a command: the words go to the shell as they are.
+  Answer command(const std::string& daemon, const std::vector<std::string>& words);
+
+  /// Runs a command line, which the shell splits into words.
+  Answer command_line(const std::string& daemon, const std::string& line);
 
   /// Calls `take` for each event of the daemon, which need not run yet; returns only by throwing.
   void watch_events(const std::string& daemon, const EventHandler& take);
@@ -38,7 +49,8 @@ class Client {
     void operator()(qelipc_client* client) const;
   };
 
-  Answer command_of(const std::string& daemon, const std::string& module, const std::string& line);
+  template <class Call>
+  Answer ask(const std::string& daemon, Call call);
 
   std::unique_ptr<qelipc_client, Closer> client_;
 };

@@ -1,5 +1,9 @@
 #include "tools/meshctl/log_reader.h"
 
+#include <grp.h>
+#include <pwd.h>
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -13,7 +17,24 @@ namespace meshctl {
 
 namespace {
 
-constexpr std::size_t LONGEST_LINE = 65536;  // no ring is larger
+constexpr std::size_t LONGEST_LINE = 65536;  // no main loop's ring is larger
+
+/// Whoever may make shared memory can make a ring of any name. Those who may have the name on the message bus are
+/// believed, and the caller himself.
+constexpr const char* TRUSTED_GROUP = "mesh";
+
+bool is_trusted(uid_t owner, gid_t group) {
+  if (owner == 0 || owner == geteuid()) {
+    return true;
+  }
+  const ::group* trusted = getgrnam(TRUSTED_GROUP);
+  return trusted != nullptr && group == trusted->gr_gid;
+}
+
+std::string name_of(uid_t user) {
+  const passwd* entry = getpwuid(user);
+  return entry != nullptr ? entry->pw_name : std::to_string(user);
+}
 
 }  // namespace
 
@@ -24,6 +45,12 @@ LogReader::LogReader(const std::string& daemon)
   if (reader_ == nullptr) {
     throw std::runtime_error(errno == ENOENT ? "there is no log of a daemon of the name '" + daemon + "'"
                                              : "cannot read the log of '" + daemon + "': " + std::strerror(errno));
+  }
+  uid_t owner = 0;
+  gid_t group = 0;
+  if (shringbuf_owner(reader_.get(), &owner, &group) < 0 || !is_trusted(owner, group)) {
+    throw std::runtime_error("the log of '" + daemon + "' belongs to " + name_of(owner) +
+                             ", who is neither root nor you, and not to the group " + TRUSTED_GROUP);
   }
 }
 
@@ -40,13 +67,14 @@ bool LogReader::is_written() const { return shringbuf_writer_alive(reader_.get()
 
 std::string time_text(std::int64_t time) {
   constexpr std::int64_t SECOND = 1'000'000;
-  const auto seconds = static_cast<std::time_t>(time / SECOND);
+  const std::int64_t fraction = (time % SECOND + SECOND) % SECOND;
+  const auto seconds = static_cast<std::time_t>((time - fraction) / SECOND);
   std::tm parts{};
   gmtime_r(&seconds, &parts);
   std::array<char, 32> date{};
   std::strftime(date.data(), date.size(), "%Y-%m-%dT%H:%M:%S", &parts);
   std::array<char, 48> text{};
-  std::snprintf(text.data(), text.size(), "%s.%06dZ", date.data(), static_cast<int>(time % SECOND));
+  std::snprintf(text.data(), text.size(), "%s.%06dZ", date.data(), static_cast<int>(fraction));
   return text.data();
 }
 

@@ -18,7 +18,8 @@ struct LogLine {
 /// Reads a daemon's log ring, also one that a daemon left behind when it was killed.
 class LogReader {
  public:
-  /// Throws std::runtime_error when the daemon has no ring or it may not be read.
+  /// Throws std::runtime_error when the daemon has no ring, it may not be read, or it is the ring of somebody who is
+  /// not to be believed.
   explicit LogReader(const std::string& daemon);
 
   /// Nothing when there is none yet.

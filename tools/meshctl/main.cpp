@@ -13,10 +13,11 @@
 
 #include "ctlcmd.h"
 #include "tools/meshctl/client.h"
+#include "tools/meshctl/json_line.h"
 #include "tools/meshctl/log_reader.h"
 #include "tools/meshctl/opclass.h"
 #include "tools/meshctl/options.h"
-#include "tools/meshctl/printable.h"
+#include "tools/safe_text.h"
 
 namespace meshctl {
 
@@ -27,7 +28,9 @@ enum ExitStatus : int { SUCCESS = 0, FAILURE = 1, WRONG_USAGE = 2 };
 constexpr std::chrono::milliseconds LOG_POLL_INTERVAL{100};
 
 /// In one line, whatever arguments it quotes.
-void complain(const std::string& text) { std::fprintf(stderr, "meshctl: %s\n", printable(text).c_str()); }
+void complain(const std::string& text) {
+  std::fprintf(stderr, "meshctl: %s\n", tools::for_terminal_line(text).c_str());
+}
 
 /// At once: somebody may be waiting for it. Throws when nobody takes it.
 void write(const std::string& text) {
@@ -38,32 +41,38 @@ void write(const std::string& text) {
 
 ExitStatus list() {
   for (const std::string& name : Client().list()) {
-    write(printable(name) + '\n');
+    write(tools::for_terminal_line(name) + '\n');
   }
   return SUCCESS;
 }
 
+/// What a command answers that fails is no output to go on with.
 ExitStatus show(const Answer& answer) {
-  write(printable(answer.text, true));
-  return answer.result == 0 || answer.result == CTLCMD_CLOSED ? SUCCESS : FAILURE;
+  const std::string text = tools::for_terminal(answer.text);
+  if (answer.result == 0 || answer.result == CTLCMD_CLOSED) {
+    write(text);
+    return SUCCESS;
+  }
+  std::fputs(text.c_str(), stderr);
+  return FAILURE;
 }
 
-ExitStatus execute(const Options& options) {
-  std::string line;
-  for (const std::string& word : options.words) {
-    line += (line.empty() ? "" : " ") + word;
-  }
-  return show(Client().command(options.name, line));
+std::string choose(const Options& options, Client& client) {
+  return options.name.empty() ? client.the_only_one() : options.name;
 }
+
+ExitStatus execute(const Options& options) { return show(Client().command(options.name, options.words)); }
 
 ExitStatus shell(const Options& options) {
   Client client;
-  const std::string prompt = isatty(STDIN_FILENO) != 0 ? options.name + "> " : "";
+  const std::string name = choose(options, client);
+  client.command_line(name, "");  // throws when nobody is there to answer
+  const std::string prompt = isatty(STDIN_FILENO) != 0 ? name + "> " : "";
   for (std::string line; write(prompt), std::getline(std::cin, line);) {
     if (line.find_first_not_of(" \t") == std::string::npos) {
       continue;
     }
-    const Answer answer = client.command(options.name, line);
+    const Answer answer = client.command_line(name, line);
     show(answer);
     if (answer.result == CTLCMD_CLOSED) {
       return SUCCESS;
@@ -73,14 +82,14 @@ ExitStatus shell(const Options& options) {
 }
 
 ExitStatus log(const Options& options) {
-  LogReader reader(options.name);
+  LogReader reader(options.name.empty() ? Client().the_only_one() : options.name);
   for (;;) {
     const bool is_written = reader.is_written();  // asked first: what was written before the end is still printed
     while (const std::optional<LogLine> line = reader.next()) {
       if (line->lost != 0) {
         complain(std::to_string(line->lost) + " parts of lines were overwritten before they could be read");
       }
-      write(time_text(line->time) + ' ' + printable(line->text) + '\n');
+      write(time_text(line->time) + ' ' + tools::for_terminal_line(line->text) + '\n');
     }
     if (!options.follow || !is_written) {
       return SUCCESS;
@@ -90,14 +99,30 @@ ExitStatus log(const Options& options) {
 }
 
 ExitStatus events(const Options& options) {
-  Client().watch_events(options.name, [](std::string_view event, std::string_view data) {
-    write(printable(event) + ' ' + printable(data) + '\n');
+  Client client;
+  const std::string name = choose(options, client);
+  client.watch_events(name, [&](std::string_view event, std::string_view data) {
+    using std::chrono::system_clock;
+    const auto now = std::chrono::duration_cast<std::chrono::microseconds>(system_clock::now().time_since_epoch());
+    const std::string time = time_text(now.count());
+    if (!options.json) {
+      write(time + ' ' + tools::for_terminal_line(event) + ' ' + tools::for_terminal_line(data) + '\n');
+      return;
+    }
+    JsonLine json;
+    write(json.write([&] {
+      json.member("time", time);
+      json.member("name", tools::to_utf8(name));
+      json.member("event", tools::to_utf8(event));
+      json.member("data", tools::to_utf8(data));
+    }));
   });
   return SUCCESS;
 }
 
 ExitStatus topology(const Options& options) {
-  return show(Client().command(options.name, "mesh TOPOLOGY " + options.format));
+  Client client;
+  return show(client.command(choose(options, client), {"mesh", "TOPOLOGY", options.format}));
 }
 
 /// Asks no daemon: what has no answer was wrong to ask.
@@ -145,6 +170,9 @@ int main(int argc, char** argv) {
     return meshctl::run(options);
   } catch (const meshctl::UsageError& error) {
     meshctl::complain(std::string(error.what()) + " (see 'meshctl --help')");
+    return meshctl::WRONG_USAGE;
+  } catch (const meshctl::AmbiguousName& error) {
+    meshctl::complain(error.what());
     return meshctl::WRONG_USAGE;
   } catch (const std::exception& error) {
     meshctl::complain(error.what());

@@ -5,65 +5,24 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
 
 #include "qel/channel/frequency.h"
-#include "qel/core/serialization/json_serializable_type.h"
-#include "qel/core/serialization/yajl_wrappers.h"
 #include "qel/core/text.h"
+#include "tools/meshctl/json_line.h"
 
 namespace meshctl {
 
 namespace {
 
 using qel::ChannelInfo;
+using qel::ChannelWidth;
 using qel::kHz;
 using qel::MHz;
 using Lookup = qel::OperatingClassDeduction::OpclassLookup;
-
-/// One object in one line.
-class JsonLine {
- public:
-  template <class Members>
-  std::string write(Members members) {
-    qel::serialization::wrap_in_yajl_object(stream_, members);
-    return text_.str() + '\n';
-  }
-
-  template <class T>
-  void member(const char* key, const T& value) {
-    put(std::string(key));
-    put(value);
-  }
-
-  /// Null for nothing.
-  template <class T>
-  void member(const char* key, const std::optional<T>& value) {
-    value ? member(key, *value) : member(key, nullptr);
-  }
-
-  /// An array of objects, `members` writing those of one element.
-  template <class List, class Members>
-  void objects(const char* key, const List& list, Members members) {
-    qel::serialization::wrap_in_yajl_array(stream_, key, [&] {
-      for (const auto& element : list) {
-        qel::serialization::wrap_in_yajl_object(stream_, [&] { members(element); });
-      }
-    });
-  }
-
- private:
-  template <class T>
-  void put(const T& value) {
-    qel::serialization::JSONSerializableType<T>::serialize(stream_, context_, value);
-  }
-
-  std::ostringstream text_;
-  qel::serialization::SerializationContext context_;
-  qel::serialization::YAJLStream stream_{text_, qel::serialization::YAJLIndentation::COMPACT};
-};
 
 /// "5857.5 MHz"; the tables know steps of 500 kHz.
 std::string in_mhz(const kHz& frequency) {
@@ -80,11 +39,55 @@ std::string names_of(const std::bitset<9>& capabilities) {
   return names.empty() ? "none" : names;
 }
 
-ChannelInfo channel_info_of(const OpclassQuery& query) {
-  const auto from_mhz = [](long frequency) { return qel::unit_cast<kHz>(MHz(frequency)); };
+kHz from_mhz(long frequency) { return qel::unit_cast<kHz>(MHz(frequency)); }
+
+/// As wide as a channel of the class is.
+ChannelWidth width_of(std::uint8_t opclass, const Lookup& lookup) {
+  return qel::capability_bits_max_channel_width(lookup.get_channel_capabilities(opclass));
+}
+
+/// Where the center of a channel with this primary channel can be, of the first segment when it has two.
+std::set<kHz> centers_around(const kHz& primary, ChannelWidth width, const Lookup& lookup) {
+  const ChannelWidth segment = width == ChannelWidth::WIDTH_80_80_MHZ ? ChannelWidth::WIDTH_80_MHZ : width;
+  const long half = qel::unit_cast<kHz>(qel::channel_width_to_frequency(segment)).value() / 2;
+  std::set<kHz> centers;
+  for (const std::uint8_t opclass : lookup.get_all_region_opclasses()) {
+    if (width_of(opclass, lookup) != segment) {
+      continue;
+    }
+    for (const std::uint8_t channel : lookup.get_all_opclass_channels(opclass)) {
+      const kHz own = lookup.get_channel_frequency(channel, opclass);
+      const kHz center = lookup.get_segment_center_frequency(channel, opclass);
+      // The channels of a class are its primary ones, or the centers.
+      if (own == primary || (own == center && std::abs(primary.value() - center.value()) < half)) {
+        centers.insert(center);
+      }
+    }
+  }
+  return centers;
+}
+
+kHz center_of(const OpclassQuery& query, const Lookup& lookup) {
+  const kHz primary = from_mhz(query.frequency);
+  if (query.center || *query.width == ChannelWidth::WIDTH_20_MHZ) {
+    return query.center ? from_mhz(*query.center) : primary;
+  }
+  const std::set<kHz> centers = centers_around(primary, *query.width, lookup);
+  if (centers.empty()) {
+    throw std::logic_error("no operating class has a channel of " + enum_to_string(*query.width) + " around " +
+                           in_mhz(primary));
+  }
+  if (centers.size() > 1) {
+    throw std::logic_error("the center may be " + std::to_string(centers.begin()->value() / 1000) + " or " +
+                           in_mhz(*centers.rbegin()) + ": give one with --center");
+  }
+  return *centers.begin();
+}
+
+ChannelInfo channel_info_of(const OpclassQuery& query, const Lookup& lookup) {
   ChannelInfo info(qel::LastChanged<kHz>(from_mhz(query.frequency)), {});
   if (query.width) {
-    const ChannelInfo::Segment segment(from_mhz(query.center.value_or(0)), *query.width);
+    const ChannelInfo::Segment segment(center_of(query, lookup), *query.width);
     info.set_segment(qel::LastChanged<ChannelInfo::Segment>(segment), from_mhz(query.secondary_center.value_or(0)));
   }
   return info;
@@ -102,6 +105,7 @@ std::string table(const OpclassQuery& query, const Lookup& lookup) {
     json.objects("opclasses", lookup.get_all_region_opclasses(), [&](std::uint8_t opclass) {
       const std::vector<std::uint8_t> channels = lookup.get_all_opclass_channels(opclass);
       std::vector<long> frequencies;
+      frequencies.reserve(channels.size());
       for (const std::uint8_t channel : channels) {
         frequencies.push_back(lookup.get_channel_frequency(channel, opclass).value());
       }
@@ -114,13 +118,63 @@ std::string table(const OpclassQuery& query, const Lookup& lookup) {
   });
 }
 
+/// A class, and what a channel is in it.
+struct ClassOfChannel {
+  std::uint8_t opclass;
+  std::string band;
+  std::string width;
+  std::optional<std::uint8_t> channel;  ///< its number
+  std::vector<std::uint8_t> channels;   ///< of the class
+};
+
+ClassOfChannel class_of_channel(std::uint8_t opclass, const ChannelInfo& info, const Lookup& lookup) {
+  ClassOfChannel result{opclass, {}, {}, {}, lookup.get_all_opclass_channels(opclass)};
+  result.width = enum_to_string(width_of(opclass, lookup));
+  const auto frequency = [&](std::uint8_t channel) { return lookup.get_channel_frequency(channel, opclass); };
+  result.band = enum_to_string(qel::frequency_to_band(frequency(result.channels.front())));
+  // The channels of a class are its primary ones, or the centers.
+  std::vector<kHz> own{info.get_secondary_center_frequency()};
+  if (!lookup.is_secondary_segment(opclass)) {
+    own = {info.get_primary_frequency().get()};
+    if (info.get_primary_segment().is_set()) {
+      own.push_back(info.get_primary_segment().get().first);
+    }
+  }
+  for (const kHz& candidate : own) {
+    const auto place = std::ranges::find(result.channels, candidate, frequency);
+    if (place != result.channels.end()) {
+      result.channel = *place;
+      break;
+    }
+  }
+  return result;
+}
+
+std::string to_text(const ClassOfChannel& one, const Lookup& lookup) {
+  std::string text = "operating class: " + std::to_string(one.opclass) + "\nband: " + one.band +
+                     "\nwidth: " + one.width + "\nchannel: ";
+  text += one.channel ? std::to_string(*one.channel) + " (" +
+                            in_mhz(lookup.get_channel_frequency(*one.channel, one.opclass)) + ")"
+                      : "none";
+  text += "\nchannels of the class:";
+  for (const std::uint8_t channel : one.channels) {
+    text += ' ' + std::to_string(channel);
+  }
+  return text + '\n';
+}
+
 std::string opclasses_of(const OpclassQuery& query, const Lookup& lookup) {
-  const ChannelInfo info = channel_info_of(query);
+  const ChannelInfo info = channel_info_of(query, lookup);
   const std::vector<unsigned char> opclasses = lookup.get_opclasses_from_channel_info(info);
+  std::vector<ClassOfChannel> classes;
+  classes.reserve(opclasses.size());
+  for (const unsigned char opclass : opclasses) {
+    classes.push_back(class_of_channel(opclass, info, lookup));
+  }
   if (!query.json) {
     std::string text;
-    for (const unsigned char opclass : opclasses) {
-      text += std::to_string(opclass) + '\n';
+    for (const ClassOfChannel& one : classes) {
+      text += (text.empty() ? "" : "\n") + to_text(one, lookup);
     }
     return text;
   }
@@ -129,6 +183,13 @@ std::string opclasses_of(const OpclassQuery& query, const Lookup& lookup) {
     json.member("region", to_string(query.region));
     json.member("channel_info", info);
     json.member("opclasses", opclasses);
+    json.objects("classes", classes, [&](const ClassOfChannel& one) {
+      json.member("opclass", one.opclass);
+      json.member("band", one.band);
+      json.member("channel_width", one.width);
+      json.member("channel", one.channel);
+      json.member("channels", one.channels);
+    });
   });
 }
 

@@ -15,10 +15,10 @@ struct OpclassQuery {
   qel::OperatingClassDeduction::Region region = qel::OperatingClassDeduction::Region::GLOBAL;
   bool json = false;
   // OF, in MHz:
-  long frequency = 0;                      ///< of the primary channel
-  std::optional<qel::ChannelWidth> width;  ///< with the centre, or neither
-  std::optional<long> center;              ///< of the segment, the first one of 80+80 MHz
-  std::optional<long> secondary_center;    ///< 80+80 MHz only
+  long frequency = 0;  ///< of the primary channel
+  std::optional<qel::ChannelWidth> width;
+  std::optional<long> center;            ///< of the segment, the first one of 80+80 MHz; with the width only
+  std::optional<long> secondary_center;  ///< 80+80 MHz only
   // FREQ:
   unsigned char opclass = 0;
   unsigned char channel = 0;

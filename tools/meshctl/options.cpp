@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <string_view>
 #include <utility>
 
 #include "qel/core/text.h"
@@ -12,16 +13,18 @@ namespace meshctl {
 namespace {
 
 constexpr const char* DESCRIPTION = "Talks to the daemons on this machine's message bus.";
+constexpr const char* COMMANDS = "Commands";  // what the parser calls subcommands
 constexpr const char* FOOTER = "Exit status: 0 for success, 1 for failure, 2 for wrong usage.";
 
 CLI::App* add_verb(CLI::App& app, Options& options, Verb verb, const std::string& name,
                    const std::string& description) {
-  CLI::App* subcommand = app.add_subcommand(name, description);
+  CLI::App* subcommand = app.add_subcommand(name, description)->group(COMMANDS);
   subcommand->callback([&options, verb] { options.verb = verb; });
   if (verb != Verb::LIST) {
-    subcommand->add_option("NAME", options.name, "The daemon's name, as \"meshctl list\" shows it")
+    const std::string hint = verb == Verb::EXEC ? "" : "; not needed where only one runs";
+    subcommand->add_option("NAME", options.name, "The daemon's name, as \"meshctl list\" shows it" + hint)
         ->type_name("")
-        ->required();
+        ->required(verb == Verb::EXEC);
   }
   return subcommand;
 }
@@ -61,7 +64,7 @@ CLI::App* add_opclass_verb(CLI::App& opclass, Options& options, OpclassVerb verb
   using Region = qel::OperatingClassDeduction::Region;
   const Choices<Region> regions = {{"global", Region::GLOBAL}, {"europe", Region::EUROPE}};
   OpclassQuery& query = options.opclass;
-  CLI::App* subcommand = opclass.add_subcommand(name, description);
+  CLI::App* subcommand = opclass.add_subcommand(name, description)->group(COMMANDS);
   subcommand->callback([&options, verb] {
     options.verb = Verb::OPCLASS;
     options.opclass.verb = verb;
@@ -80,7 +83,7 @@ void add_opclass(CLI::App& app, Options& options) {
                                         {"80+80", ChannelWidth::WIDTH_80_80_MHZ}};
   constexpr long HIGHEST = 100'000;  // MHz; no class is above
   OpclassQuery& query = options.opclass;
-  CLI::App* opclass = app.add_subcommand("opclass", "Look operating classes up; no daemon is asked");
+  CLI::App* opclass = app.add_subcommand("opclass", "Look operating classes up; no daemon is asked")->group(COMMANDS);
   opclass->require_subcommand(1);
   add_opclass_verb(*opclass, options, OpclassVerb::TABLE, "table", "Print the classes of a region");
 
@@ -90,9 +93,9 @@ void add_opclass(CLI::App& app, Options& options) {
   };
   add_frequency("--freq", query.frequency, "Center of the primary 20 MHz channel")->required();
   CLI::Option* width = add_choice(*of, "--width", query.width, widths, "Of the channel: 20, 40, 80, 160 or 80+80");
-  CLI::Option* center = add_frequency("--center", query.center, "Center of the channel, or of its first segment");
-  width->needs(center);
-  center->needs(width);
+  add_frequency("--center", query.center,
+                "Center of the channel, or of its first segment; not needed where there is only one")
+      ->needs(width);
   add_frequency("--secondary", query.secondary_center, "Center of the second segment of an 80+80 MHz channel")
       ->needs(width);
 
@@ -119,14 +122,40 @@ void check(const OpclassQuery& query) {
   }
 }
 
+/// Where the words of a command begin in `exec NAME COMMAND ARGUMENT...`, all of which are the daemon's; 0 when this is
+/// something else. The parser knows options and lists in them.
+int find_words(int argc, const char* const* argv) {
+  const auto is_option = [&](int place) { return place >= argc || argv[place][0] == '-'; };
+  if (argc < 4 || std::string_view(argv[1]) != "exec" || is_option(2)) {
+    return 0;
+  }
+  const int first = std::string_view(argv[3]) == "--" ? 4 : 3;
+  return first < argc && (first == 4 || !is_option(3)) ? first : 0;
+}
+
+/// What the parser says is true of its own notions; the user knows commands.
+std::string explain(const CLI::App& app, const CLI::ParseError& error) {
+  const CLI::App* inner = &app;
+  while (!inner->get_subcommands().empty()) {
+    inner = inner->get_subcommands().front();
+  }
+  const std::vector<std::string> rest = inner->remaining();
+  if (inner->get_require_subcommand_min() == 0) {
+    return error.what();
+  }
+  return rest.empty() ? "a command is required"
+                      : "'" + rest.front() + "' is no " + (rest.front().starts_with('-') ? "option" : "command");
+}
+
 }  // namespace
 
 Options parse_options(int argc, const char* const* argv) {
   Options options;
-  bool json = false;
+  bool topology_json = false;
   bool dot = false;
   CLI::App app(DESCRIPTION, "meshctl");
   app.footer(FOOTER);
+  app.get_formatter()->label("SUBCOMMAND", "COMMAND");
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_version_flag("--version", "meshctl " MESHCTL_VERSION, "Print the version and exit");
   app.require_subcommand(1);
@@ -138,22 +167,27 @@ Options parse_options(int argc, const char* const* argv) {
   add_verb(app, options, Verb::SHELL, "shell", "Run commands line by line; QUIT leaves");
   add_verb(app, options, Verb::LOG, "log", "Print a daemon's last log lines")
       ->add_flag("-f,--follow", options.follow, "Go on with those to come until the daemon ends");
-  add_verb(app, options, Verb::EVENTS, "events", "Print a daemon's events as they come");
+  add_verb(app, options, Verb::EVENTS, "events", "Print a daemon's events as they come, with their times")
+      ->add_flag("--json", options.json, "As JSON, an object in each line");
   CLI::App* topology = add_verb(app, options, Verb::TOPOLOGY, "topology", "Print what a daemon knows of the mesh");
-  CLI::Option* json_flag = topology->add_flag("--json", json, "As JSON");
+  CLI::Option* json_flag = topology->add_flag("--json", topology_json, "As JSON");
   topology->add_flag("--dot", dot, "As a graph for Graphviz")->excludes(json_flag);
   add_opclass(app, options);
+  const int words = find_words(argc, argv);
   try {
-    app.parse(argc, argv);
+    app.parse(words > 0 ? words + 1 : argc, argv);
   } catch (const CLI::CallForHelp&) {
     options.notice = app.help();
   } catch (const CLI::CallForVersion& version) {
     options.notice = std::string(version.what()) + '\n';
   } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
+    throw UsageError(explain(app, error));
+  }
+  if (words > 0) {
+    options.words.assign(argv + words, argv + argc);
   }
   check(options.opclass);
-  if (json) {
+  if (topology_json) {
     options.format = "JSON";
   } else if (dot) {
     options.format = "DOT";

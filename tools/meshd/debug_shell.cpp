@@ -131,7 +131,8 @@ std::string DebugShell::counters() const {
   const FrameCounts& counts = entity_.counts();
   std::ostringstream os;
   os << "processed " << counts.processed << "\nignored " << counts.ignored << "\nown " << counts.own << "\nduplicates "
-     << counts.duplicates << "\nrejected " << counts.rejected << "\nrelayed " << counts.relayed << '\n';
+     << counts.duplicates << "\nrejected " << counts.rejected << "\nrelayed " << counts.relayed << "\nunrelayed "
+     << counts.unrelayed << "\nunanswered " << counts.unanswered << '\n';
   return os.str();
 }
 

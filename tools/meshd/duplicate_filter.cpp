@@ -1,24 +1,72 @@
 #include "tools/meshd/duplicate_filter.h"
 
-#include <algorithm>
-
 namespace meshd {
 
-bool DuplicateFilter::is_new(const qel::MACAddress& originator, const qel::ieee1905_1::MessageHead& head,
-                             TimePoint now) {
-  const auto is_equal = [&](const Entry& entry) {
-    return entry.head.get_message_id() == head.get_message_id() && entry.originator == originator &&
-           entry.head.get_message_type() == head.get_message_type() &&
-           entry.head.get_fragment_id() == head.get_fragment_id() && now - entry.time < MEMORY;
-  };
-  const auto end = entries_.begin() + static_cast<std::ptrdiff_t>(count_);
-  if (std::find_if(entries_.begin(), end, is_equal) != end) {
-    return false;
+using qel::MACAddress;
+using qel::ieee1905_1::MessageHead;
+
+bool DuplicateFilter::Entry::operator==(const Entry& other) const {
+  return message_id == other.message_id && originator == other.originator && message_type == other.message_type &&
+         fragment_id == other.fragment_id;
+}
+
+/// Fibonacci hashing: the upper bits depend on all.
+std::uint64_t DuplicateFilter::Entry::hash() const {
+  std::uint64_t key = 0;
+  for (const std::uint8_t octet : originator.octets()) {
+    key = key << 8U | octet;
   }
-  entries_[next_] = {originator, head, now};
-  next_ = (next_ + 1) % CAPACITY;
-  count_ = std::min(count_ + 1, CAPACITY);
-  return true;
+  key = key << 16U ^ message_id ^ static_cast<std::uint64_t>(message_type) << 24U ^
+        static_cast<std::uint64_t>(fragment_id) << 40U;
+  return key * 0x9E37'79B9'7F4A'7C15U;
+}
+
+std::uint16_t& DuplicateFilter::Share::of(const MACAddress& originator) {
+  std::uint8_t sum = 0;
+  for (const std::uint8_t octet : originator.octets()) {
+    sum = static_cast<std::uint8_t>(sum * 31U + octet);
+  }
+  return by_originator[sum];
+}
+
+DuplicateFilter::DuplicateFilter(std::size_t interfaces) : shares_(interfaces) {}
+
+DuplicateFilter::Verdict DuplicateFilter::take(std::size_t interface, const MACAddress& originator,
+                                               const MessageHead& head, TimePoint now) {
+  forget(now);
+  Entry entry{originator,
+              head.get_message_id(),
+              head.get_message_type(),
+              head.get_fragment_id(),
+              static_cast<std::uint8_t>(interface),
+              0,
+              now};
+  std::uint64_t& newest = newest_[entry.hash() >> 54U];
+  for (entry.next = newest; entry.next >= first_; entry.next = at(entry.next).next) {
+    if (at(entry.next) == entry) {
+      return Verdict::DUPLICATE;
+    }
+  }
+  Share& share = shares_[interface];
+  if (share.count == ROOM || share.of(originator) == ROOM_OF_ORIGINATOR) {
+    return Verdict::NO_ROOM;
+  }
+  ++share.count;
+  ++share.of(originator);
+  entry.next = newest;
+  newest = first_ + entries_.size();
+  entries_.push_back(entry);
+  return Verdict::NEW;
+}
+
+void DuplicateFilter::forget(TimePoint now) {
+  while (!entries_.empty() && now - entries_.front().time >= MEMORY) {
+    Share& share = shares_[entries_.front().interface];
+    --share.count;
+    --share.of(entries_.front().originator);
+    entries_.pop_front();
+    ++first_;
+  }
 }
 
 }  // namespace meshd

@@ -98,7 +98,12 @@ struct Entity::Received {
   const Frame& frame;
 };
 
-Entity::Entity(Config config, Ports& ports) : config_(std::move(config)), ports_(ports) {
+Entity::Entity(Config config, Ports& ports)
+    : config_(std::move(config)),
+      ports_(ports),
+      duplicates_(config_.interfaces.size()),
+      stranger_answers_(config_.interfaces.size(),
+                        TokenBucket(NeighborLink::ANSWERS_A_SECOND, NeighborLink::ANSWERS_AT_ONCE)) {
   if (config_.interfaces.empty() || config_.interfaces.size() > MAX_INTERFACES) {
     throw std::invalid_argument("the number of interfaces must lie between 1 and " + std::to_string(MAX_INTERFACES));
   }
@@ -150,12 +155,17 @@ void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets
   }
   if (!is_for_us(received)) {
     ++counts_.ignored;
-  } else if (!duplicates_.is_new(origin, frame->head, now)) {
-    ++counts_.duplicates;
-  } else {
-    relay(received);
-    process(received);
+    return;
   }
+  if (is_to_be_relayed(received)) {
+    const DuplicateFilter::Verdict verdict = duplicates_.take(interface, origin, frame->head, now);
+    if (verdict == DuplicateFilter::Verdict::DUPLICATE) {
+      ++counts_.duplicates;
+      return;
+    }
+    relay(received, verdict == DuplicateFilter::Verdict::NEW);
+  }
+  process(received);
 }
 
 void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
@@ -203,19 +213,37 @@ bool Entity::is_for_us(const Received& received) const {
          destination == config_.interfaces[received.interface].mac;
 }
 
+bool Entity::is_to_be_relayed(const Received& received) const {
+  return received.frame.head.get_relay_indicator() && received.frame.destination == MULTICAST_ADDRESS;
+}
+
 /// Unchanged, and whether or not it is understood (IEEE 1905.1-2013, 7.2).
-void Entity::relay(const Received& received) {
-  if (!received.frame.head.get_relay_indicator() || received.frame.destination != MULTICAST_ADDRESS) {
-    return;
-  }
-  bool is_relayed = false;
+void Entity::relay(const Received& received, bool has_room) {
+  bool has_way = false;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
     if (interface != received.interface && !blocked_[interface]) {
-      ports_.send(interface, received.frame.octets);
-      is_relayed = true;
+      has_way = true;
+      if (has_room) {
+        ports_.send(interface, received.frame.octets);
+      }
     }
   }
-  counts_.relayed += is_relayed ? 1 : 0;
+  (has_room ? counts_.relayed : counts_.unrelayed) += has_way ? 1 : 0;
+}
+
+/// A question to all would have all of the mesh answer to an address that anybody can forge: only one that is put to us
+/// alone is answered, as the standard has it, and not more often than a neighbour needs.
+bool Entity::may_answer(const Received& received) {
+  if (received.frame.destination == MULTICAST_ADDRESS) {
+    return false;
+  }
+  NeighborLink* link = neighbors_.find_link(received.frame.source, received.interface);
+  TokenBucket& bucket = link != nullptr ? link->answers : stranger_answers_[received.interface];
+  if (bucket.take(received.time) && answers_.take(received.time)) {
+    return true;
+  }
+  ++counts_.unanswered;
+  return false;
 }
 
 void Entity::process(const Received& received) {
@@ -265,6 +293,10 @@ bool Entity::on_topology_discovery(const Received& received, const Message& mess
   if (message.get_head().get_relay_indicator()) {  // whoever sent it is no neighbour: discoveries are not relayed
     return false;
   }
+  if (mac == config_.al_mac || neighbors_.contradicts(al_mac, mac)) {
+    return false;
+  }
+  on_links_lost(neighbors_.drop_claims_to(al_mac));
   NeighborTable::Discovery discovery = neighbors_.discover(al_mac, received.interface, mac, received.time);
   if (discovery == NeighborTable::Discovery::TABLE_FULL) {
     const std::vector<MACAddress> lost = neighbors_.make_room(received.interface);
@@ -298,6 +330,9 @@ bool Entity::on_topology_notification(const Message& message) {
 }
 
 bool Entity::on_topology_query(const Received& received) {
+  if (!may_answer(received)) {
+    return false;
+  }
   send(received.interface, received.frame.source,
        topology_response(received.frame.head.get_message_id(), config_.al_mac, config_.interfaces, read_states(),
                          neighbors_));
@@ -305,7 +340,7 @@ bool Entity::on_topology_query(const Received& received) {
 }
 
 bool Entity::on_topology_response(const Received& received, const Message& message) {
-  Neighbor* neighbor = neighbors_.find_sender(received.frame.source);
+  Neighbor* neighbor = take_answer(received, &Neighbor::topology_questions);
   const auto* device = find<DeviceInformationTLV>(message, TLVType::DEVICE_INFORMATION);
   if (neighbor == nullptr || device == nullptr || device->get_AL_MAC() != neighbor->al_mac) {
     return false;
@@ -317,7 +352,7 @@ bool Entity::on_topology_response(const Received& received, const Message& messa
 
 bool Entity::on_link_metric_query(const Received& received, const Message& message) {
   const auto* query = find<LinkMetricQueryTLV>(message, TLVType::LINK_METRIC_QUERY);
-  if (query == nullptr || !is_valid(*query)) {
+  if (query == nullptr || !is_valid(*query) || !may_answer(received)) {
     return false;
   }
   send(received.interface, received.frame.source,
@@ -327,12 +362,15 @@ bool Entity::on_link_metric_query(const Received& received, const Message& messa
 }
 
 bool Entity::on_link_metric_response(const Received& received, const Message& message) {
-  Neighbor* neighbor = neighbors_.find_sender(received.frame.source);
+  Neighbor* neighbor = take_answer(received, &Neighbor::link_metric_questions);
   if (neighbor == nullptr) {
     return false;
   }
   neighbor->transmitter_metrics = collect<TransmitterLinkMetricTLV>(message, TLVType::TRANSMITTER_LINK_METRIC);
   neighbor->receiver_metrics = collect<ReceiverLinkMetricTLV>(message, TLVType::RECEIVER_LINK_METRIC);
+  const auto is_about_another = [neighbor](const auto& tlv) { return tlv.get_local_AL_MAC() != neighbor->al_mac; };
+  std::erase_if(neighbor->transmitter_metrics, is_about_another);
+  std::erase_if(neighbor->receiver_metrics, is_about_another);
   return true;
 }
 
@@ -371,10 +409,23 @@ void Entity::announce_on(std::size_t interface) {
 void Entity::ask(Neighbor& neighbor) {
   neighbor.is_stale = false;
   const std::size_t interface = best_link(neighbor).interface;
-  send(interface, neighbor.al_mac, topology_query());
-  send(interface, neighbor.al_mac, link_metric_query());
+  const Message topology = topology_query();
+  neighbor.topology_questions.ask(topology.get_head().get_message_id());
+  send(interface, neighbor.al_mac, topology);
+  const Message metrics = link_metric_query();
+  neighbor.link_metric_questions.ask(metrics.get_head().get_message_id());
+  send(interface, neighbor.al_mac, metrics);
   send(interface, neighbor.al_mac, meshd_version(config_.version));
   tell_blocked_interfaces(neighbor);
+}
+
+/// The neighbour whose answer this is: it is alive.
+Neighbor* Entity::take_answer(const Received& received, Questions Neighbor::*questions) {
+  Neighbor* neighbor = neighbors_.take_answer(received.frame.source, questions, received.frame.head.get_message_id());
+  if (neighbor != nullptr) {
+    neighbors_.hear(neighbor->al_mac, received.interface, received.time);
+  }
+  return neighbor;
 }
 
 /// Also that there are none: a message that was lost is made good by the next.

@@ -15,6 +15,7 @@
 #include "tools/meshd/frame.h"
 #include "tools/meshd/local_interface.h"
 #include "tools/meshd/neighbor_table.h"
+#include "tools/meshd/token_bucket.h"
 
 namespace meshd {
 
@@ -33,7 +34,7 @@ class Ports {
   virtual void on_rejected(const Frame& frame, const std::string& reason) = 0;
 };
 
-/// What became of the frames received. Each is counted once, except that a relayed one may be processed as well.
+/// What became of the frames received. Each is counted once, but the last three are counted beside.
 struct FrameCounts {
   std::uint64_t processed = 0;
   std::uint64_t ignored = 0;     ///< nothing that we answer or keep, or not for us
@@ -41,6 +42,8 @@ struct FrameCounts {
   std::uint64_t duplicates = 0;  ///< came before
   std::uint64_t rejected = 0;    ///< not to be decoded
   std::uint64_t relayed = 0;
+  std::uint64_t unrelayed = 0;   ///< to be relayed, but dropped: there were too many to remember
+  std::uint64_t unanswered = 0;  ///< questions above the limits; they are among those ignored
 };
 
 /// A 1905.1 abstraction layer entity: discovers its neighbours, asks and answers questions about topology and links,
@@ -51,6 +54,12 @@ class Entity {
 
   /// An answer about this many interfaces fits a frame.
   static constexpr std::size_t MAX_INTERFACES = 16;
+
+  /// Who forges a question has the answer, which is many times as long, sent to somebody else: so each link to a
+  /// neighbour has its own limit, all others that ask on one interface have one of the same size together, and these
+  /// are the limits in all.
+  static constexpr int ANSWERS_A_SECOND = 64;
+  static constexpr int ANSWERS_AT_ONCE = 128;
 
   struct Config {
     qel::MACAddress al_mac;
@@ -94,7 +103,7 @@ class Entity {
  private:
   struct Received;
 
-  void relay(const Received& received);
+  void relay(const Received& received, bool has_room);
   void process(const Received& received);
   /// False for a message that means nothing to us; the handlers below likewise.
   bool dispatch(const Received& received, const qel::ieee1905_1::Message& message);
@@ -108,8 +117,11 @@ class Entity {
   bool on_vendor_specific(const Received& received, const qel::ieee1905_1::Message& message);
 
   bool is_for_us(const Received& received) const;
+  bool is_to_be_relayed(const Received& received) const;
+  bool may_answer(const Received& received);
   void announce_on(std::size_t interface);
   void ask(Neighbor& neighbor);
+  Neighbor* take_answer(const Received& received, Questions Neighbor::*questions);
   void tell_blocked_interfaces(const Neighbor& neighbor);
   void on_links_lost(const std::vector<qel::MACAddress>& al_macs);
   void send(std::size_t interface, const qel::MACAddress& destination, const qel::ieee1905_1::Message& message);
@@ -121,7 +133,9 @@ class Entity {
   NeighborTable neighbors_;
   FrameCounts counts_;
   std::bitset<MAX_INTERFACES> blocked_;
-  bool has_changed_ = false;  // our links, since the mesh was told
+  TokenBucket answers_{ANSWERS_A_SECOND, ANSWERS_AT_ONCE};
+  std::vector<TokenBucket> stranger_answers_;  // one for each interface
+  bool has_changed_ = false;                   // our links, since the mesh was told
 };
 
 }  // namespace meshd

@@ -1,5 +1,6 @@
 #include "tools/meshd/kernel_interfaces.h"
 
+#include <arpa/inet.h>
 #include <ifaddrs.h>
 #include <linux/ethtool.h>
 #include <linux/if_link.h>
@@ -88,6 +89,20 @@ LocalInterface read_interface(const std::string& name) {
   std::memcpy(interface.mac.octets().data(), static_cast<const char*>(request.ifr_hwaddr.sa_data),
               interface.mac.octets().size());
   return interface;
+}
+
+FileDescriptor open_packet_socket(const std::string& interface, unsigned short ethertype) {
+  // Until it has an ethertype it receives nothing, so nothing of other interfaces either.
+  FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  sockaddr_ll address{};
+  address.sll_family = AF_PACKET;
+  address.sll_protocol = htons(ethertype);
+  address.sll_ifindex = static_cast<int>(if_nametoindex(interface.c_str()));
+  if (socket.get() < 0 || address.sll_ifindex == 0 ||
+      bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    throw failure(interface);
+  }
+  return socket;
 }
 
 void accept_address(const qel::RawSock& socket, const MACAddress& address) {

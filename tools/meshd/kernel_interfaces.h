@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "qel/net/file_descriptor.h"
 #include "qel/net/raw_sock.h"
 #include "tools/meshd/local_interface.h"
 
@@ -12,6 +13,11 @@ namespace meshd {
 /// What the kernel tells of an interface. Throws std::system_error when there is none of this name, and
 /// std::runtime_error when it is not an Ethernet.
 LocalInterface read_interface(const std::string& name);
+
+/// A packet socket for the frames of one ethertype (host order) that an interface receives. Unlike RawSock::init it
+/// leaves the interface's flags alone, which would take CAP_NET_ADMIN: every Ethernet has them. Throws
+/// std::system_error.
+qel::FileDescriptor open_packet_socket(const std::string& interface, unsigned short ethertype);
 
 /// Has the interface let frames to `address` through, a device's or a group's, for as long as the socket is open.
 /// Throws std::system_error.

@@ -1,3 +1,5 @@
+#include <linux/capability.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -6,13 +8,16 @@
 #include <ostream>
 #include <random>
 #include <stdexcept>
+#include <vector>
 
 #include "qel/daemon/log.h"
 #include "qel/daemon/mainloop.h"
 #include "qel/ieee1905_1/message.h"
+#include "qel/process/signal_watch.h"
+#include "tools/capabilities.h"
+#include "tools/meshd/memory_limit.h"
 #include "tools/meshd/node.h"
 #include "tools/meshd/options.h"
-#include "tools/meshd/signal_watch.h"
 
 namespace meshd {
 
@@ -28,7 +33,9 @@ void scatter_message_ids() {
 }
 
 void run(const Options& options) {
-  block_signals({SIGTERM, SIGINT});
+  limit_memory();
+  const std::vector<int> ending{SIGTERM, SIGINT};
+  const qel::daemon::BlockedSignals blocked(ending);  // to the end of the loop
   for (const std::string& component : options.debug_components) {
     qel::debug::enable(component, true);
   }
@@ -37,14 +44,16 @@ void run(const Options& options) {
   if (options.daemonize && !loop.daemonized()) {
     throw std::runtime_error("cannot start as a daemon");
   }
-  loop.add_watch(std::make_shared<SignalWatch>(std::initializer_list<int>{SIGTERM, SIGINT}, [&loop](int) {
+  if (const std::error_code error = tools::keep_capabilities({CAP_NET_RAW})) {
+    qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot give up capabilities: " << error.message()
+                                << std::endl;
+  }
+  loop.add_watch(std::make_shared<qel::daemon::SignalWatch>(ending, [&loop](int) {
     qel::debug::stream("meshd") << qel::debug::LogLevels::LOG << "ends" << std::endl;
     loop.finish();
   }));
   const Node node(options, loop);
-  for (auto timeout = Mainloop::DEFAULT_RUN_TIMEOUT; !loop.finished();) {
-    timeout = loop.run(timeout);
-  }
+  loop.run_until_finished();
 }
 
 }  // namespace

@@ -9,21 +9,58 @@ namespace {
 
 using qel::MACAddress;
 
-bool sends_from(const Neighbor& neighbor, const MACAddress& source) {
-  return neighbor.al_mac == source || std::any_of(neighbor.links.begin(), neighbor.links.end(),
-                                                  [&](const NeighborLink& link) { return link.mac == source; });
-}
-
-bool is_claim(const Neighbor& neighbor, const NeighborLink& link) {
+/// Whether it told of an interface with this address.
+bool has_told_of(const Neighbor& neighbor, const MACAddress& mac) {
   if (!neighbor.device) {
-    return true;
+    return false;
   }
   const auto& interfaces = neighbor.device->get_interface_information_vector();
-  return std::none_of(interfaces.begin(), interfaces.end(),
-                      [&](const qel::ieee1905_1::InterfaceInformation& told) { return told.get_mac() == link.mac; });
+  return std::any_of(interfaces.begin(), interfaces.end(),
+                     [&](const qel::ieee1905_1::InterfaceInformation& told) { return told.get_mac() == mac; });
 }
 
+bool has_link_to(const Neighbor& neighbor, const MACAddress& mac) {
+  return std::any_of(neighbor.links.begin(), neighbor.links.end(),
+                     [&](const NeighborLink& link) { return link.mac == mac; });
+}
+
+/// For an address that is nobody's AL MAC.
+bool may_send_from(const Neighbor& neighbor, const MACAddress& source) {
+  return has_link_to(neighbor, source) || has_told_of(neighbor, source);
+}
+
+bool is_claim(const Neighbor& neighbor, const NeighborLink& link) { return !has_told_of(neighbor, link.mac); }
+
 }  // namespace
+
+void Questions::ask(std::uint16_t message_id) {
+  if (message_ids_.size() == MOST) {
+    message_ids_.erase(message_ids_.begin());
+  }
+  message_ids_.push_back(message_id);
+}
+
+bool Questions::answer(std::uint16_t message_id) {
+  const auto place = std::find(message_ids_.begin(), message_ids_.end(), message_id);
+  if (place == message_ids_.end()) {
+    return false;
+  }
+  message_ids_.erase(message_ids_.begin(), place + 1);
+  return true;
+}
+
+bool NeighborTable::contradicts(const MACAddress& al_mac, const MACAddress& mac) const {
+  return std::any_of(neighbors_.begin(), neighbors_.end(), [&](const Neighbor& neighbor) {
+    return neighbor.al_mac != al_mac &&
+           (neighbor.al_mac == mac || (has_link_to(neighbor, al_mac) && has_told_of(neighbor, al_mac)));
+  });
+}
+
+std::vector<MACAddress> NeighborTable::drop_claims_to(const MACAddress& al_mac) {
+  return drop([&](const Neighbor& neighbor, const NeighborLink& link) {
+    return link.mac == al_mac && neighbor.al_mac != al_mac;
+  });
+}
 
 NeighborTable::Discovery NeighborTable::discover(const MACAddress& al_mac, std::size_t interface, const MACAddress& mac,
                                                  TimePoint now) {
@@ -78,10 +115,10 @@ std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
   return {al_mac};
 }
 
-void NeighborTable::hear(const MACAddress& source, std::size_t interface, TimePoint now) {
-  if (Neighbor* neighbor = find_sender(source)) {
+void NeighborTable::hear(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
+  if (Neighbor* neighbor = find(al_mac)) {
     for (NeighborLink& link : neighbor->links) {
-      if (link.interface == interface && (neighbor->al_mac == source || link.mac == source)) {
+      if (link.interface == interface) {
         link.last_heard = now;
       }
     }
@@ -89,18 +126,18 @@ void NeighborTable::hear(const MACAddress& source, std::size_t interface, TimePo
 }
 
 std::vector<MACAddress> NeighborTable::expire(TimePoint limit) {
-  return drop([limit](const NeighborLink& link) { return link.last_heard < limit; });
+  return drop([limit](const Neighbor&, const NeighborLink& link) { return link.last_heard < limit; });
 }
 
 std::vector<MACAddress> NeighborTable::disconnect(std::size_t interface) {
-  return drop([interface](const NeighborLink& link) { return link.interface == interface; });
+  return drop([interface](const Neighbor&, const NeighborLink& link) { return link.interface == interface; });
 }
 
 template <class Predicate>
 std::vector<MACAddress> NeighborTable::drop(Predicate is_gone) {
   std::vector<MACAddress> shrunk;
   for (Neighbor& neighbor : neighbors_) {
-    if (std::erase_if(neighbor.links, is_gone) != 0) {
+    if (std::erase_if(neighbor.links, [&](const NeighborLink& link) { return is_gone(neighbor, link); }) != 0) {
       shrunk.push_back(neighbor.al_mac);
     }
   }
@@ -119,9 +156,42 @@ const Neighbor* NeighborTable::find(const MACAddress& al_mac) const {
 }
 
 Neighbor* NeighborTable::find_sender(const MACAddress& source) {
-  const auto place = std::find_if(neighbors_.begin(), neighbors_.end(),
-                                  [&](const Neighbor& neighbor) { return sends_from(neighbor, source); });
-  return place == neighbors_.end() ? nullptr : &*place;
+  if (Neighbor* exact = find(source)) {
+    return exact;
+  }
+  Neighbor* sender = nullptr;
+  for (Neighbor& neighbor : neighbors_) {
+    if (may_send_from(neighbor, source)) {
+      if (sender != nullptr) {
+        return nullptr;
+      }
+      sender = &neighbor;
+    }
+  }
+  return sender;
+}
+
+NeighborLink* NeighborTable::find_link(const MACAddress& source, std::size_t interface) {
+  if (Neighbor* sender = find_sender(source)) {
+    for (NeighborLink& link : sender->links) {
+      if (link.interface == interface) {
+        return &link;
+      }
+    }
+  }
+  return nullptr;
+}
+
+Neighbor* NeighborTable::take_answer(const MACAddress& source, Questions Neighbor::*questions,
+                                     std::uint16_t message_id) {
+  Neighbor* exact = find(source);
+  for (Neighbor& neighbor : neighbors_) {
+    if ((exact != nullptr ? exact == &neighbor : may_send_from(neighbor, source)) &&
+        (neighbor.*questions).answer(message_id)) {
+      return &neighbor;
+    }
+  }
+  return nullptr;
 }
 
 std::size_t NeighborTable::count_links() const {

@@ -73,7 +73,8 @@ Node::Socket Node::open_socket(std::size_t interface) {
   };
   const std::string& name = entity_.config().interfaces[interface].name;
   const unsigned int index = if_nametoindex(name.c_str());
-  auto socket = std::make_shared<qel::RawSock>(name, take, qel::RawSock::WritableCallback(), ETHERTYPE_IEEE1905);
+  auto socket = std::make_shared<qel::RawSock>(open_packet_socket(name, ETHERTYPE_IEEE1905), name, take,
+                                               qel::RawSock::WritableCallback());
   accept_address(*socket, MULTICAST_ADDRESS);
   accept_address(*socket, entity_.config().al_mac);
   loop_.add_watch(socket);

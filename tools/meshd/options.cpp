@@ -3,9 +3,11 @@
 #include <getopt.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstring>
 #include <set>
+#include <string_view>
 
 #include "tools/meshd/entity.h"
 
@@ -14,6 +16,11 @@ namespace meshd {
 namespace {
 
 constexpr int LONGEST_INTERVAL = 3600;  // seconds
+
+/// All that log something, here and in the library.
+constexpr std::array<std::string_view, 8> COMPONENTS = {
+    "meshd", "mainloop",      "QELAssociatedSTAIdleStateTLV", "QELBTMQueryTLV", "state_machine", "Task",
+    "Timer", "type_validator"};
 
 constexpr const char* HELP = R"(A node of an IEEE 1905.1 mesh: one abstraction layer entity on some interfaces.
 Usage: meshd --interface IF... [OPTION]...
@@ -73,6 +80,18 @@ std::chrono::seconds parse_interval(const char* text) {
     throw UsageError(std::string("--discovery-interval: '") + text + "' is no number from 1 to 3600");
   }
   return std::chrono::seconds(seconds);
+}
+
+void check_components(const std::vector<std::string>& components) {
+  for (const std::string& component : components) {
+    if (std::ranges::find(COMPONENTS, component) == COMPONENTS.end()) {
+      std::string text = "--debug: '" + component + "' is no component; there are";
+      for (const std::string_view& known : COMPONENTS) {
+        text.append(&known == COMPONENTS.data() ? " " : ", ").append(known);
+      }
+      throw UsageError(text);
+    }
+  }
 }
 
 void check_interfaces(std::vector<std::string> interfaces) {
@@ -148,6 +167,7 @@ Options parse_options(int argc, char* const* argv) {
     throw UsageError(std::string("'") + argv[optind] + "' is no option");
   }
   check_interfaces(options.interfaces);
+  check_components(options.debug_components);
   return options;
 }
 

@@ -16,7 +16,7 @@
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
-#include "tools/meshdump/safe_text.h"
+#include "tools/safe_text.h"
 
 namespace meshdump {
 
@@ -58,7 +58,7 @@ void check(yajl_gen_status status) {
 }
 
 void put(yajl_gen generator, std::string_view text) {
-  const std::string utf8 = to_utf8(text);
+  const std::string utf8 = tools::to_utf8(text);
   check(yajl_gen_string(generator, reinterpret_cast<const unsigned char*>(utf8.data()), utf8.size()));
 }
 

@@ -8,10 +8,13 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <system_error>
+#include <vector>
 
 #include "qel/ieee1905_1/cmdu.h"
 #include "qel/ieee1905_1/reassembly.h"
 #include "qel/ieee1905_1/tlv_walk.h"
+#include "tools/capabilities.h"
 #include "tools/meshdump/capture_file.h"
 #include "tools/meshdump/cmdu.h"
 #include "tools/meshdump/decoder.h"
@@ -22,10 +25,10 @@
 #include "tools/meshdump/live_capture.h"
 #include "tools/meshdump/options.h"
 #include "tools/meshdump/pcapng_writer.h"
-#include "tools/meshdump/safe_text.h"
 #include "tools/meshdump/summary.h"
 #include "tools/meshdump/tally.h"
 #include "tools/meshdump/text_output.h"
+#include "tools/safe_text.h"
 
 namespace meshdump {
 
@@ -64,7 +67,7 @@ std::string comment_of(const Cmdu& cmdu, const Decoding& decoding) {
     text += separator + enum_to_string(tlv->type);
     separator = ", ";
   }
-  return decoding.message ? text : text + "; rejected " + decoding.place + ": " + to_utf8(decoding.error);
+  return decoding.message ? text : text + "; rejected " + decoding.place + ": " + tools::to_utf8(decoding.error);
 }
 
 /// One run over all inputs.
@@ -90,12 +93,15 @@ class Dump {
 
   ExitStatus run() {
     if (!options_.interfaces.empty()) {
-      guard([&] { dump_frames(LiveCapture(options_.interfaces, options_.capture_filter)); });
+      guard([&] {
+        LiveCapture capture(options_.interfaces, options_.capture_filter);
+        begin();
+        dump_frames(capture);
+      });
     } else if (!options_.hex.empty()) {
       guard([&] { dump_hex(); });
-    }
-    for (const std::string& capture : options_.captures) {
-      guard([&] { dump_frames(CaptureFile(capture, options_.capture_filter)); });
+    } else {
+      dump_captures();
     }
     if (options_.summary) {
       write(json_ ? json_->summary(tally_) : tally_.text());
@@ -128,9 +134,29 @@ class Dump {
 
   bool is_enough() const { return options_.most != 0 && shown_ >= options_.most; }
 
-  template <class Capture>
-  void dump_frames(Capture&& capture) {
+  /// All input is open; what it holds may be anybody's.
+  void begin() {
     opened_ = true;
+    if (const std::error_code error = tools::keep_capabilities({})) {
+      complain("cannot give up capabilities: " + error.message());
+    }
+  }
+
+  void dump_captures() {
+    std::vector<CaptureFile> captures;
+    for (const std::string& path : options_.captures) {
+      guard([&] { captures.emplace_back(path, options_.capture_filter); });
+    }
+    if (!captures.empty()) {
+      begin();
+    }
+    for (CaptureFile& capture : captures) {
+      guard([&] { dump_frames(capture); });
+    }
+  }
+
+  template <class Capture>
+  void dump_frames(Capture& capture) {
     while (!is_enough()) {
       const std::optional<CapturedFrame> captured = capture.next();
       if (!captured) {
@@ -147,7 +173,7 @@ class Dump {
 
   void dump_hex() {
     HexFile file(options_.hex);
-    opened_ = true;
+    begin();
     while (!is_enough()) {
       const std::optional<HexLine> line = file.next();
       if (!line) {

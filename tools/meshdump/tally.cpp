@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/meshdump/safe_text.h"
+#include "tools/safe_text.h"
 
 namespace meshdump {
 
@@ -23,7 +23,7 @@ std::string table(const std::string& title, const Tally::Counts& counts) {
   for (const auto& [name, count] : rows) {
     char number[24];
     std::snprintf(number, sizeof(number), "%8" PRIu64 "  ", count);
-    text += number + for_terminal_line(name) + '\n';
+    text += number + tools::for_terminal_line(name) + '\n';
   }
   return text;
 }

@@ -8,7 +8,7 @@
 
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
-#include "tools/meshdump/safe_text.h"
+#include "tools/safe_text.h"
 
 namespace meshdump {
 
@@ -49,7 +49,7 @@ constexpr const char* PLAIN = "\x1b[0m";
 
 std::string rejection_text(const Decoding& decoding) {
   return "Rejected after " + octets_text(decoding.consumed) + ", " + decoding.place + ": " +
-         for_terminal_line(decoding.error);
+         tools::for_terminal_line(decoding.error);
 }
 
 /// What the debug text of a message has for each TLV; and the octets of those that were not decoded.
@@ -57,7 +57,7 @@ void add_leniently(std::span<const std::uint8_t> cmdu, const LenientMessage& len
                    std::string& out) {
   for (const LenientMessage::Entry& entry : lenient.entries) {
     if (entry.tlv != nullptr) {
-      out += "\n\t" + for_terminal(debug_text(stream, *entry.tlv));
+      out += "\n\t" + tools::for_terminal(debug_text(stream, *entry.tlv));
       if (entry.unread != 0) {
         out += " rest: " + to_hex(entry.raw.body.last(entry.unread));
       }
@@ -66,7 +66,7 @@ void add_leniently(std::span<const std::uint8_t> cmdu, const LenientMessage& len
     out += "\n\ttype: " + enum_to_string(entry.raw.type) + " offset: " + std::to_string(entry.raw.offset) +
            " octets: " + to_hex(entry.raw.body);
     if (!entry.error.empty()) {
-      out += " refused: " + for_terminal_line(entry.error);
+      out += " refused: " + tools::for_terminal_line(entry.error);
     }
   }
   if (lenient.end == TLVWalkEnd::CUT_HEADER || lenient.end == TLVWalkEnd::CUT_BODY) {
@@ -89,7 +89,7 @@ std::string difference_text(std::span<const std::uint8_t> received, std::span<co
 
 std::string reencoding_text(std::span<const std::uint8_t> received, const Reencoding& reencoding) {
   if (reencoding.error) {
-    return "Not encodable: " + for_terminal_line(*reencoding.error);
+    return "Not encodable: " + tools::for_terminal_line(*reencoding.error);
   }
   if (reencoding.reproduces(received)) {
     return "Re-encoded: the same " + octets_text(received.size());
@@ -110,7 +110,7 @@ void TextOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
   add(BOLD, head_line(cmdu));
   first_ = false;
   if (decoding.message) {
-    out += for_terminal(debug_text(text_, *decoding.message)) + '\n';
+    out += tools::for_terminal(debug_text(text_, *decoding.message)) + '\n';
   } else {
     add(RED, rejection_text(decoding));
     if (decoding.lenient) {
@@ -133,7 +133,7 @@ std::string TextOutput::head_line(const Cmdu& cmdu) {
   const FrameInfo& frame = *cmdu.frame;
   std::string text = "frame " + std::to_string(cmdu.number);
   if (style_.origin) {
-    text += "  " + for_terminal_line(frame.captured.origin);
+    text += "  " + tools::for_terminal_line(frame.captured.origin);
   }
   text += "  " + time_text(frame.captured.time) + "  " + frame.source.to_string();
   if (frame.destination) {

@@ -13,7 +13,11 @@ class ReadSource;
 class SerializationContext;
 struct PrimitiveEnd;
 
-/// The operations that follow from the wire table of one class. The objects are of this class.
+/// Calls the private `encode_body` and `decode_body` of a class that befriends it (table_codec.h).
+struct BodyAccess;
+
+/// The operations that follow from the wire table of one class. The objects are of this class, except that the right
+/// one of `equal` may be of another in a TLV's or a vendor payload's.
 ///
 /// All classes with a table share the functions that are reached through it, so that the table is all that each adds to
 /// the library, and its name all that each adds to the library's symbols.

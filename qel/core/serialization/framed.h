@@ -49,10 +49,17 @@ void decode_framed(ReadSource& source, BinarySerializable& object) {
   std::uint16_t length = 0;
   if constexpr (DecodesItself<T>) {
     in.get(type, length);
-    derived.decode_body(in, length);
+    BodyAccess::decode(derived, in, length);
   } else {
     decode_rows(in, derived, length, type, length);
   }
+}
+
+/// Also looks at the class of the right object: a user's own class may have a type of ours.
+template <class T>
+bool equal_framed(const BinarySerializable& left, const BinarySerializable& right) {
+  const auto* same_class = dynamic_cast<const T*>(&right);
+  return same_class != nullptr && equal_bodies(static_cast<const T&>(left), *same_class);
 }
 
 /// The codec of a class with this header. What is printed is the body.
@@ -61,7 +68,7 @@ inline constexpr Codec FRAMED_CODEC{
     .encode = encode_framed<T, TYPE>,
     .decode = decode_framed<T>,
     .print = print_object<T>,
-    .equal = equal_objects<T>,
+    .equal = equal_framed<T>,
     .less = nullptr,
     .primitives = FRAME_PRIMITIVES,
 };

@@ -28,15 +28,31 @@ concept HasTable = requires {
   R::table();
 };
 
+/// Reaches what the classes keep for their codecs alone, since it is inlined there and exists nowhere else.
+struct BodyAccess {
+  template <class R>
+  static constexpr bool encodes() {
+    return requires { &R::encode_body; };
+  }
+  template <class R>
+  static constexpr bool decodes() {
+    return requires { &R::decode_body; };
+  }
+  template <class R>
+  [[gnu::always_inline]] static void encode(const R& record, Writer& out) {
+    record.encode_body(out);
+  }
+  template <class R, class... Length>
+  [[gnu::always_inline]] static void decode(R& record, Reader& in, Length... length) {
+    record.decode_body(in, length...);
+  }
+};
+
 /// A class that encodes or decodes its body itself.
 template <class R>
-concept EncodesItself = requires {
-  &R::encode_body;
-};
+concept EncodesItself = BodyAccess::encodes<R>();
 template <class R>
-concept DecodesItself = requires {
-  &R::decode_body;
-};
+concept DecodesItself = BodyAccess::decodes<R>();
 
 namespace detail {
 
@@ -131,7 +147,7 @@ template <class R, class... Lead>
 [[gnu::always_inline]] inline void encode_body_of(Writer& out, const R& record, const Lead&... lead) {
   if constexpr (EncodesItself<R>) {
     out.put(lead...);
-    record.encode_body(out);
+    BodyAccess::encode(record, out);
   } else {
     encode_rows(out, record, lead...);
   }
@@ -141,7 +157,7 @@ template <class R, class... Lead>
 template <class R>
 [[gnu::always_inline]] inline void decode_record(Reader& in, R& record) {
   if constexpr (DecodesItself<R>) {
-    record.decode_body(in);
+    BodyAccess::decode(record, in);
   } else {
     decode_rows(in, record, 0);
   }

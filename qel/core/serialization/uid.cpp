@@ -1,49 +1,57 @@
 #include "qel/core/serialization/uid.h"
 
-#include <cstdio>
-#include <limits>
+#include <charconv>
+#include <string_view>
+#include <system_error>
 
+#include "qel/core/enum_text.h"
 #include "qel/core/serialization/serialization_exception.h"
 
 namespace qel::serialization {
 
-std::string uid_to_string(UIDType type, unsigned int uid) {
-  char text[18];
+namespace {
+
+constexpr EnumText TYPES[] = {
+    {UIDType::NODE, "NODE"},
+    {UIDType::NODE_INTERFACE, "NODE_INTERFACE"},
+    {UIDType::NODE_LINK, "NODE_LINK"},
+};
+
+/// What stands before the number; empty for another type.
+std::string_view prefix_of(UIDType type) {
   switch (type) {
     case UIDType::NODE:
-      std::snprintf(text, sizeof(text), "n-%u", uid);
-      return text;
+      return "n-";
     case UIDType::NODE_INTERFACE:
-      std::snprintf(text, sizeof(text), "ni-%u", uid);
-      return text;
+      return "ni-";
     case UIDType::NODE_LINK:
-      std::snprintf(text, sizeof(text), "nl-%u", uid);
-      return text;
+      return "nl-";
   }
-  return "INVALID";
+  return {};
+}
+
+}  // namespace
+
+std::string enum_to_string(UIDType type) { return enum_text(TYPES, type); }
+std::ostream& operator<<(std::ostream& os, UIDType type) { return print_enum(os, TYPES, type); }
+
+std::string uid_to_string(UIDType type, unsigned int uid) {
+  const std::string_view prefix = prefix_of(type);
+  return prefix.empty() ? "INVALID" : std::string(prefix) + std::to_string(uid);
 }
 
 void string_to_uid(UIDType type, const std::string& text, unsigned int& uid) {
-  unsigned long long number = 0;
-  int converted = 0;
-  switch (type) {
-    case UIDType::NODE:
-      converted = std::sscanf(text.c_str(), "n-%llu", &number);
-      break;
-    case UIDType::NODE_INTERFACE:
-      converted = std::sscanf(text.c_str(), "ni-%llu", &number);
-      break;
-    case UIDType::NODE_LINK:
-      converted = std::sscanf(text.c_str(), "nl-%llu", &number);
-      break;
-    default:
-      throw SerializationException("Could not convert string to uid, wrong type: " +
-                                   std::to_string(static_cast<unsigned int>(type)));
+  const std::string_view prefix = prefix_of(type);
+  if (prefix.empty()) {
+    throw SerializationException("Could not convert string to uid, wrong type: " +
+                                 std::to_string(static_cast<unsigned int>(type)));
   }
-  if (converted != 1 || number > std::numeric_limits<unsigned int>::max()) {
+  unsigned int number = 0;
+  if (!text.starts_with(prefix) ||
+      std::from_chars(text.data() + prefix.size(), text.data() + text.size(), number).ec != std::errc()) {
     throw SerializationException("Could not convert string to uid, failed scan of string: \"" + text + '"');
   }
-  uid = static_cast<unsigned int>(number);
+  uid = number;
 }
 
 }  // namespace qel::serialization

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iosfwd>
 #include <string>
 
 #include "qel/core/export.h"
@@ -14,12 +15,15 @@ enum class UIDType : std::uint8_t {
   NODE_LINK = 2,       ///< "nl-7"
 };
 
+QEL_EXPORT std::string enum_to_string(UIDType type);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, UIDType type);
+
 /// "INVALID" for another type.
 QEL_EXPORT std::string uid_to_string(UIDType type, unsigned int uid);
 
-/// Takes what scanf's "%u" takes behind the prefix; characters after the number are ignored. Throws
-/// SerializationException, and leaves `uid` alone, for another type and when there is no number behind this type's
-/// prefix.
+/// Takes the decimal digits right behind the prefix, neither sign nor blank before them; what follows the digits is
+/// ignored. Throws SerializationException, and leaves `uid` alone, for another type, where no digit stands behind this
+/// type's prefix, and for a number too large for an unsigned int.
 QEL_EXPORT void string_to_uid(UIDType type, const std::string& text, unsigned int& uid);
 
 }  // namespace qel::serialization

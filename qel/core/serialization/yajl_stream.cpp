@@ -21,6 +21,20 @@ void print_to_stream(void* stream, const char* text, std::size_t length) {
 
 }  // namespace
 
+std::string enum_to_string(YAJLIndentation indentation) {
+  switch (indentation) {
+    case YAJLIndentation::COMPACT:
+      return "COMPACT";
+    case YAJLIndentation::TABS:
+      return "TABS";
+    case YAJLIndentation::DEFAULT:
+      return "DEFAULT";
+  }
+  return std::to_string(static_cast<int>(indentation));
+}
+
+std::ostream& operator<<(std::ostream& os, YAJLIndentation indentation) { return os << enum_to_string(indentation); }
+
 void YAJLStream::FreeGenerator::operator()(yajl_gen_t* generator) const noexcept { yajl_gen_free(generator); }
 
 YAJLStream::YAJLStream(std::ostream& os, YAJLIndentation indentation) : os_(os), generator_(yajl_gen_alloc(nullptr)) {

@@ -18,6 +18,9 @@ enum class YAJLIndentation {
   DEFAULT = 2,  ///< YAJL's own indentation, four blanks per level
 };
 
+QEL_EXPORT std::string enum_to_string(YAJLIndentation indentation);
+QEL_EXPORT std::ostream& operator<<(std::ostream& os, YAJLIndentation indentation);
+
 /// Writes one JSON value, piece by piece, to a stream, which must outlive this object. The pieces must come in the
 /// order of JSON's grammar: inside an object a key, which is a string, before each value.
 ///

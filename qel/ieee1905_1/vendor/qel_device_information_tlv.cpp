@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "qel/core/serialization/record_impl.h"
+#include "qel/core/text.h"
 #include "qel/ieee1905_1/media_specific_information_codec.h"
 #include "qel/ieee1905_1/vendor/vendor_payload_impl.h"
 
@@ -14,32 +15,44 @@ const MediaSpecificInformation& QELInterfaceInformation::get_media_specific_info
 
 [[gnu::always_inline]] inline void QELInterfaceInformation::encode_body(serialization::Writer& out) const {
   serialization::encode_rows(out, *this);
-  put_block(media_specific_information_, [&](const auto& block) { out.put(block_length(block), block); });
+  put_block(media_specific_information_, [&](const auto& block) {
+    out.put(static_cast<std::uint8_t>(block_length(block) + media_specific_rest_.size()), block);
+  });
+  out.put_list(media_specific_rest_);
 }
 
 [[gnu::always_inline]] inline void QELInterfaceInformation::decode_body(serialization::Reader& in) {
-  std::uint8_t unchecked_length = 0;
   serialization::decode_rows(in, *this, 0);
-  in.get(unchecked_length);
-  get_block(in, interface_type_, media_specific_information_);
+  const std::size_t length = in.get<std::uint8_t>();
+  const bool is_whole = length >= block_length(interface_type_);
+  get_block(in, is_whole ? interface_type_ : InterfaceType::UNKNOWN, media_specific_information_);
+  media_specific_rest_.clear();
+  in.get_list(media_specific_rest_, length - (is_whole ? block_length(interface_type_) : 0));
 }
 
 void QELInterfaceInformation::dbg_str(std::ostream& os) const {
   os << "QELInterfaceInformation: mac: " << mac_ << " (" << name_ << ") type: " << interface_type_
      << " mode: " << interface_mode_to_string(interface_type_, interface_mode_)
      << " media-specific: " << get_media_specific_information();
+  if (!media_specific_rest_.empty()) {
+    os << " rest: " << Decimal(static_cast<std::int64_t>(media_specific_rest_.size())) << " Bytes";
+  }
 }
 
 bool QELInterfaceInformation::equals(const QELInterfaceInformation& other) const {
   return serialization::equal_rows(*this, other) &&
-         get_media_specific_information() == other.get_media_specific_information();
+         get_media_specific_information() == other.get_media_specific_information() &&
+         media_specific_rest_ == other.media_specific_rest_;
 }
 
 bool QELInterfaceInformation::is_less_than(const QELInterfaceInformation& other) const {
   if (!serialization::equal_rows(*this, other)) {
     return serialization::less_rows(*this, other);
   }
-  return get_media_specific_information() < other.get_media_specific_information();
+  if (get_media_specific_information() != other.get_media_specific_information()) {
+    return get_media_specific_information() < other.get_media_specific_information();
+  }
+  return media_specific_rest_ < other.media_specific_rest_;
 }
 
 template const serialization::Codec&

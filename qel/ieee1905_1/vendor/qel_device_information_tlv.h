@@ -38,11 +38,15 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
   void set_interface_mode(_InterfaceMode mode) { interface_mode_ = mode; }
 
   /// Is not kept in step with the interface type: a reader of the encoding expects WLAN information for a WLAN
-  /// interface, PLC information for a PLC interface and none for any other.
+  /// interface, PLC information for a PLC interface and none for any other, and takes any other block as a rest.
   const MediaSpecificInformation& get_media_specific_information() const;
+  /// Also drops the rest of the block.
   void set_media_specific_information(const AnyMediaSpecificInformation& information) {
     media_specific_information_ = information;
+    media_specific_rest_.clear();
   }
+  /// What the block holds behind these fields; all of it where it is too short for those of the interface type.
+  const std::vector<std::uint8_t>& get_media_specific_rest() const { return media_specific_rest_; }
 
   void dbg_str(std::ostream& os) const;
 
@@ -55,19 +59,22 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
                                Field{&T::interface_type_},                            //
                                Field{&T::interface_mode_});
   }
-  /// The table, then the media-specific block. For the codec alone: not exported.
-  inline void encode_body(serialization::Writer& out) const;
-  inline void decode_body(serialization::Reader& in);
 
   bool equals(const QELInterfaceInformation& other) const;
   bool is_less_than(const QELInterfaceInformation& other) const;
 
  private:
+  friend serialization::BodyAccess;
+  /// The table, then the media-specific block.
+  inline void encode_body(serialization::Writer& out) const;
+  inline void decode_body(serialization::Reader& in);
+
   MACAddress mac_;
   std::string name_;
   InterfaceType interface_type_ = InterfaceType::ETHERNET;
   _InterfaceMode interface_mode_ = 0;
   AnyMediaSpecificInformation media_specific_information_;
+  std::vector<std::uint8_t> media_specific_rest_;  ///< with the information at most 255 octets
 };
 
 /// A device and its local interfaces by name (subtype 1). As in the device information TLV, a device without interfaces

@@ -12,8 +12,8 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText LINK_STATES[] = {
-    {0, "DOWN"},
-    {1, "UP"},
+    {QELLinkState::DOWN, "DOWN"},
+    {QELLinkState::UP, "UP"},
 };
 
 }  // namespace

@@ -33,9 +33,6 @@ class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
                                serialization::rest_list<Derived, Neighbor>(Derived::NEIGHBORS_TEXT, &T::neighbors_,
                                                                            Derived::TOO_SHORT, Derived::UNEVEN));
   }
-  /// For the codec alone: not exported. What was read before a failure is kept, but for the neighbours, which are
-  /// replaced as a whole.
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
 
  protected:
   QELNeighborList() = default;
@@ -46,6 +43,11 @@ class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
   void add(const Neighbor& neighbor) { neighbors_.push_back(neighbor); }
 
  private:
+  friend Derived;
+  friend serialization::BodyAccess;
+  /// What was read before a failure is kept, but for the neighbours, which are replaced as a whole.
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   MACAddress local_MAC_;
   std::string local_interface_name_;
   std::vector<Neighbor> neighbors_;
@@ -108,10 +110,11 @@ class QEL_EXPORT QELPSQ19NonIEEE1905NeighborDeviceListTLV final
     return std::tuple_cat(QELNeighborList::table(),
                           serialization::rows(RestRow{&QELPSQ19NonIEEE1905NeighborDeviceListTLV::rest_}));
   }
-  /// For the codec alone: not exported.
-  inline void decode_body(serialization::Reader& in, std::uint16_t length);
 
  private:
+  friend serialization::BodyAccess;
+  inline void decode_body(serialization::Reader& in, std::uint16_t length);
+
   BodyRest rest_;
 };
 

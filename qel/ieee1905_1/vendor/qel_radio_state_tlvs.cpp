@@ -13,9 +13,9 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText IDLE_STATES[] = {
-    {0, "NOT_IDLE"},
-    {1, "IDLE"},
-    {2, "INVALID_MAX"},
+    {QELSpecificIdleState::NOT_IDLE, "NOT_IDLE"},
+    {QELSpecificIdleState::IDLE, "IDLE"},
+    {QELSpecificIdleState::INVALID_MAX, "INVALID_MAX"},
 };
 
 }  // namespace

@@ -54,7 +54,8 @@ void QELTLVType::deserialize_impl(std::istream& is, SerializationContext& contex
 }
 
 bool QELTLVType::operator==(const VendorSpecific& other) const {
-  return VendorSpecific::operator==(other) && *tlv_ == *static_cast<const QELTLVType&>(other).tlv_;
+  const auto* same_class = dynamic_cast<const QELTLVType*>(&other);
+  return same_class != nullptr && *tlv_ == *same_class->tlv_;
 }
 
 void QELTLVType::dbg_str(std::ostream& os) const {

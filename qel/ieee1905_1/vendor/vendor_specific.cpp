@@ -31,7 +31,8 @@ void VendorSpecificUnknown::deserialize_impl(std::istream& is, serialization::Se
 }
 
 bool VendorSpecificUnknown::operator==(const VendorSpecific& other) const {
-  return VendorSpecific::operator==(other) && length_ == static_cast<const VendorSpecificUnknown&>(other).length_;
+  const auto* same_class = dynamic_cast<const VendorSpecificUnknown*>(&other);
+  return same_class != nullptr && length_ == same_class->length_;
 }
 
 void VendorSpecificUnknown::dbg_str(std::ostream& os) const {

@@ -11,7 +11,7 @@
 namespace qel::ieee1905_1 {
 
 /// The first octet of this system's vendor payloads.
-enum class QELVendorTLVType : std::uint8_t {
+enum class QEL_EXPORT QELVendorTLVType : std::uint8_t {
   QEL_TLV_TYPE = 0,
   QEL_DEVICE_INFORMATION_TLV = 1,
   QEL_IEEE1905_NEIGHBOR_DEVICE_TLV = 2,

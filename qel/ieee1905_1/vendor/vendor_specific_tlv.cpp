@@ -104,11 +104,9 @@ void VendorSpecificTLV::dbg_str(std::ostream& os) const {
 }
 
 bool VendorSpecificTLV::operator==(const TLV& other) const {
-  if (!TLV::operator==(other)) {
-    return false;
-  }
-  const auto& right = static_cast<const VendorSpecificTLV&>(other);
-  return vendor_specific_oui_ == right.vendor_specific_oui_ && *vendor_specific_ == *right.vendor_specific_;
+  const auto* same_class = dynamic_cast<const VendorSpecificTLV*>(&other);
+  return same_class != nullptr && vendor_specific_oui_ == same_class->vendor_specific_oui_ &&
+         *vendor_specific_ == *same_class->vendor_specific_;
 }
 
 }  // namespace qel::ieee1905_1

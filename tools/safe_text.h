@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-namespace meshdump {
+namespace tools {
 
 /// The text with U+FFFD in place of each maximal run of octets that begins no valid UTF-8 character (The Unicode
 /// Standard, 3.9).
@@ -16,4 +16,4 @@ std::string for_terminal(std::string_view octets);
 /// The same, with line feeds and tabs shown as \xNN too.
 std::string for_terminal_line(std::string_view octets);
 
-}  // namespace meshdump
+}  // namespace tools

@@ -1,9 +1,9 @@
-#include "tools/meshdump/safe_text.h"
+#include "tools/safe_text.h"
 
 #include <cstddef>
 #include <cstdint>
 
-namespace meshdump {
+namespace tools {
 
 namespace {
 
@@ -85,4 +85,4 @@ std::string for_terminal(std::string_view octets) {
 
 std::string for_terminal_line(std::string_view octets) { return clean(octets, is_control); }
 
-}  // namespace meshdump
+}  // namespace tools

@@ -1,0 +1,77 @@
+#include "qel/daemon/periodic_timer.h"
+
+#include <optional>
+#include <stdexcept>
+
+#include "tests/daemon/fixture.h"
+
+namespace qel::time {
+namespace {
+
+class PeriodicTimerTest : public FakePlatformTest {
+ protected:
+  /// The time of the next call from now, in milliseconds, as the platform is asked for it.
+  static int armed_for() {
+    const std::string call = take_calls().back();
+    int milliseconds = -1;
+    std::sscanf(call.c_str(), "ctimer_setup_internal(0, 2, 0, %d, 1000,", &milliseconds);
+    return milliseconds;
+  }
+  std::optional<PeriodicTimer> timer{std::in_place};
+  int calls = 0;
+};
+
+TEST_F(PeriodicTimerTest, KeepsItsRhythmHoweverLateACallIsAndLeavesOutWhatIsOverdue) {
+  timer->start(100ms, [&] { ++calls; });
+  EXPECT_EQ(armed_for(), 100);
+  advance_microseconds(130'000);
+  EXPECT_EQ(armed_for(), 70) << "30 ms late";
+  advance_microseconds(70'400);
+  EXPECT_EQ(armed_for(), 100) << "99.6, rounded up";
+  EXPECT_EQ(calls, 2);
+  advance_microseconds(350'000);
+  EXPECT_EQ(calls, 3) << "due at 300, 400 and 500 ms";
+  EXPECT_EQ(timer->count_missed(), 2u);
+  EXPECT_EQ(armed_for(), 50) << "at 600 ms";
+
+  PeriodicTimer moved = std::move(*timer);
+  timer.reset();
+  advance_microseconds(50'000);
+  EXPECT_EQ(calls, 4);
+  moved.stop();
+  EXPECT_FALSE(moved.is_running());
+  advance_microseconds(1'000'000);
+  EXPECT_EQ(calls, 4);
+}
+
+TEST_F(PeriodicTimerTest, TheFunctionMayThrowRestartAndDestroyItsTimer) {
+  timer->start(10ms, [&, held = std::make_shared<int>(10)] {
+    if (++calls == 1) {
+      throw std::runtime_error("first");
+    }
+    timer->start(20ms, [&] {
+      timer.reset();
+      ++calls;
+    });
+    calls += *held;
+  });
+  EXPECT_THROW(advance_microseconds(10'000), std::runtime_error);
+  advance_microseconds(10'000);
+  EXPECT_EQ(calls, 12);
+  advance_microseconds(19'999);
+  EXPECT_EQ(calls, 12);
+  advance_microseconds(1);
+  EXPECT_EQ(calls, 13);
+  advance_microseconds(1'000'000);
+  EXPECT_EQ(calls, 13);
+}
+
+TEST_F(PeriodicTimerTest, RefusesPeriodsThatCannotBe) {
+  for (const std::chrono::milliseconds period : {0ms, -1ms, 1ms + Timer::MAX_DURATION}) {
+    EXPECT_THROW(timer->start(period, [] {}), TimerError) << period.count();
+  }
+  EXPECT_FALSE(timer->is_running());
+}
+
+}  // namespace
+}  // namespace qel::time

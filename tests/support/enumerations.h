@@ -1,0 +1,78 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace qel::test {
+
+/// The enumerator of this value as the compiler spells it, without its enumeration; empty when there is none.
+template <auto VALUE>
+std::string_view enumerator() {
+  const std::string_view function = __PRETTY_FUNCTION__;
+  const std::size_t begin = function.find("VALUE = ") + 8;
+  const std::string_view value = function.substr(begin, function.find_first_of(";]", begin) - begin);
+  return value.front() == '(' ? "" : value.substr(value.rfind(':') + 1);
+}
+
+/// The enumerators of the 256 values from FIRST on.
+template <class E, std::uint32_t FIRST = 0>
+constexpr auto enumerators() {
+  return []<std::uint32_t... I>(std::integer_sequence<std::uint32_t, I...>) {
+    return std::array{&enumerator<static_cast<E>(FIRST + I)>...};
+  }
+  (std::make_integer_sequence<std::uint32_t, 256>());
+}
+
+/// Checks for every value of an enumeration its enumerator, its text and whether it is valid, where there are such.
+/// The rows of the table are CODE ENUMERATOR, or CODE ENUMERATOR=TEXT where the text is another one, with `~` for a
+/// blank. All other values have the text `unknown`, where `#` stands for the decimal number.
+template <class E>
+void check_enum(const std::string& table, const std::string& unknown = "#") {
+  constexpr std::uint32_t MAX = std::numeric_limits<std::underlying_type_t<E>>::max();
+  std::map<std::uint32_t, std::pair<std::string, std::string>> rows;
+  std::istringstream words(table);
+  words.unsetf(std::ios_base::basefield);
+  std::uint32_t sentinel = MAX + 1;
+  std::uint32_t code = 0;
+  for (std::string word; words >> code >> word;) {
+    auto& [name, text] = rows[code];
+    name = word.substr(0, word.find('='));
+    text = word.substr(word.find('=') + 1);
+    std::ranges::replace(text, '~', ' ');
+    sentinel = name.starts_with("INVALID") ? code : sentinel;
+  }
+  ASSERT_TRUE(words.eof()) << "not a number in the table";
+
+  std::map page_of{std::pair(0U, enumerators<E>())};
+  if constexpr (MAX > 255) {
+    page_of.insert({{0x80U, enumerators<E, 0x8000>()}, {0xFFU, enumerators<E, 0xFF00>()}});
+  }
+  for (std::uint32_t number = 0; number <= MAX; ++number) {
+    const auto row = rows.find(number);
+    const auto page = page_of.find(number >> 8U);
+    auto [name, text] = row != rows.end() ? row->second : std::pair(std::string(), unknown);
+    ASSERT_EQ(page != page_of.end() ? page->second[number & 0xFFU]() : "", name) << number;
+    const auto value = static_cast<E>(number);
+    if constexpr (requires { enum_to_string(value); }) {
+      if (const std::size_t mark = text.find('#'); mark != std::string::npos) {
+        text.replace(mark, 1, std::to_string(number));
+      }
+      ASSERT_EQ(enum_to_string(value), text);
+      ASSERT_EQ((std::ostringstream() << value).str(), text);
+    }
+    if constexpr (requires { is_valid(value); }) {
+      ASSERT_EQ(is_valid(value), number < sentinel) << text;
+    }
+  }
+}
+
+}  // namespace qel::test

@@ -1,0 +1,35 @@
+#include "tools/meshd/memory_limit.h"
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <fstream>
+
+namespace meshd {
+
+namespace {
+
+constexpr rlim_t MOST_DATA = rlim_t{32} * 1024 * 1024;
+
+/// What this process has now; see proc(5).
+rlim_t data_size() {
+  std::ifstream file("/proc/self/statm");
+  rlim_t pages = 0;
+  for (int column = 1; column <= 6; ++column) {
+    file >> pages;
+  }
+  return pages * static_cast<rlim_t>(sysconf(_SC_PAGESIZE));
+}
+
+}  // namespace
+
+void limit_memory() {
+  rlimit limit{};
+  if (getrlimit(RLIMIT_DATA, &limit) != 0 || limit.rlim_cur <= MOST_DATA || data_size() > MOST_DATA / 2) {
+    return;  // a sanitizer has more from the start
+  }
+  limit.rlim_cur = MOST_DATA;
+  setrlimit(RLIMIT_DATA, &limit);
+}
+
+}  // namespace meshd
