@@ -81,7 +81,9 @@ std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
 void NeighborTable::hear(const MACAddress& source, std::size_t interface, TimePoint now) {
   if (Neighbor* neighbor = find_sender(source)) {
     for (NeighborLink& link : neighbor->links) {
-      if (link.interface == interface && (neighbor->al_mac == source || link.mac == source)) {
+      // An interface that a device does not tell of lives by its own word: it may have another address by now.
+      const bool is_withdrawn = neighbor->device && is_claim(*neighbor, link);
+      if (link.interface == interface && (link.mac == source || (neighbor->al_mac == source && !is_withdrawn))) {
         link.last_heard = now;
       }
     }
