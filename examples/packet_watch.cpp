@@ -1,14 +1,18 @@
-// Prints the header of each IEEE 1905.1 frame on an interface, and ends after so many of them. As root:
+// Prints the header of each untagged IEEE 1905.1 frame that comes in on an interface, and ends after so many of them.
+// As root:
 //
 //     example_packet_watch eth0 10
 //
 // The loop takes part in the IPC, so a message bus has to be running.
+
+#include <net/if.h>
 
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "qel/daemon/mainloop.h"
 #include "qel/ieee1905_1/cmdu.h"
@@ -16,6 +20,7 @@
 #include "qel/net/raw_sock.h"
 
 int main(int argc, char** argv) {
+  using qel::ieee1905_1::CMDU_ETHERTYPE, qel::ieee1905_1::CMDU_MULTICAST_ADDRESS;
   if (argc != 3) {
     std::cerr << "usage: example_packet_watch INTERFACE COUNT\n";
     return 2;
@@ -36,7 +41,13 @@ int main(int argc, char** argv) {
       }
     };
     // Without a second callback nothing is done when the socket can send again.
-    loop.add_watch(std::make_shared<qel::RawSock>(argv[1], on_frame, nullptr, qel::ieee1905_1::CMDU_ETHERTYPE));
+    const auto socket = std::make_shared<qel::RawSock>(
+        qel::RawSock::open_untagged(if_nametoindex(argv[1]), CMDU_ETHERTYPE), argv[1], on_frame, nullptr);
+    // Where discoveries go; an interface lets through only what somebody asks for.
+    if (const std::error_code error = socket->accept_address(CMDU_MULTICAST_ADDRESS)) {
+      throw std::system_error(error, argv[1]);
+    }
+    loop.add_watch(socket);
     std::cout << "watching " << argv[1] << std::endl;
 
     loop.run_until_finished();

@@ -44,10 +44,10 @@ using Octets = std::vector<std::uint8_t>;
 using std::chrono::milliseconds;
 
 constexpr std::size_t INTERFACES = 3;
-constexpr std::size_t MOST_FRAMES = 2000;         // in one input
-constexpr std::size_t MOST_MEMORY = 1024 * 1024;  // of an entity
-constexpr std::size_t MOST_WORDS = 5;             // upon a discovery: another one, two questions and two tellings
-constexpr std::size_t MOST_GROWTH = 8;            // of these, in octets, to the discovery
+constexpr std::size_t MOST_FRAMES = 2000;        // in one input
+constexpr std::size_t MOST_MEMORY = 512 * 1024;  // of an entity
+constexpr std::size_t MOST_WORDS = 5;            // upon a discovery: another one, two questions and two tellings
+constexpr std::size_t MOST_GROWTH = 8;           // of these, in octets, to the discovery
 constexpr std::size_t ROUND = INTERFACES + 4 * meshd::NeighborTable::MAX_LINKS;  // frames at regular intervals
 constexpr std::size_t MESSAGE_ID = meshd::ETHER_HEADER_SIZE + 4;
 
@@ -130,8 +130,8 @@ class World final : public meshd::Ports {
         break;
       }
       case 3: {
-        const unsigned int number = input.number(1) % INTERFACES;
-        own([&] { entity_->replace_interface(number, {"new", address(input.number(1)), ""}); }, 1);
+        const std::size_t interface = input.number(1) % INTERFACES;
+        own([&] { entity_->replace_interface(interface, {"new", address(input.number(1)), ""}); }, 1);
         break;
       }
       case 4: {

@@ -31,15 +31,15 @@ extern "C" {
 typedef struct shringbuf shringbuf;
 
 /** Octets that a ring may have at most. */
-#define SHRINGBUF_SIZE_MAX (1024u * 1024u)
+#define SHRINGBUF_SIZE_MAX (1u << 20)
 
-/** Creates the ring of this name, in about `size` octets of memory (from 4096 to SHRINGBUF_SIZE_MAX; the header comes on
- * top, and the slots are rounded down to a power of two). Owner and group may read it.
+/** Creates the ring of this name, in about `size` octets of memory (from 4096 to SHRINGBUF_SIZE_MAX; the header comes
+ * on top, and the slots are rounded down to a power of two). Owner and group may read it.
  *
  * What an earlier writer left under the name is replaced. When another writer of the name lives, or the name belongs to
- * a user whose files we may not remove, the new ring is private: it works, but no reader finds it, which errmsg() tells.
- * A ring called "app_", digits and "_log" is that of a loop without a name, which gets another number each time: the
- * caller's own ones whose writers are dead are removed when one more is created. Returns NULL with errno set on
+ * a user whose files we may not remove, the new ring is private: it works, but no reader finds it, which errmsg()
+ * tells. A ring called "app_", digits and "_log" is that of a loop without a name, which gets another number each time:
+ * the caller's own ones whose writers are dead are removed when one more is created. Returns NULL with errno set on
  * failure. */
 shringbuf* shringbuf_init(const char* name, size_t size);
 
@@ -63,7 +63,8 @@ shringbuf_reader* shringbuf_attach(const char* name);
 /** Frees a reader's end. NULL is ignored. */
 void shringbuf_detach(shringbuf_reader* reader);
 
-/** Stores who owns the ring: whoever may make shared memory can make one of any name. Returns 0, or a negative errno. */
+/** Stores who owns the ring: whoever may make shared memory can make one of any name. Returns 0, or a negative errno.
+ */
 int shringbuf_owner(const shringbuf_reader* reader, uid_t* user, gid_t* group);
 
 /** Takes the next line.

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 #include <stdexcept>
+#include <string_view>
 
 namespace qel {
 
@@ -17,10 +18,15 @@ class FixedByteBuffer {
 
   /// Throws std::invalid_argument for more than N octets.
   constexpr explicit FixedByteBuffer(std::span<const std::uint8_t> octets) : size_(octets.size()) {
-    if (octets.size() > N) {
-      throw std::invalid_argument("FixedByteBuffer: too many octets");
-    }
+    require_room();
     std::copy(octets.begin(), octets.end(), octets_.begin());
+  }
+
+  /// The octets of a text, without a final NUL. Throws std::invalid_argument for more than N.
+  constexpr explicit FixedByteBuffer(std::string_view text) : size_(text.size()) {
+    require_room();
+    std::transform(text.begin(), text.end(), octets_.begin(),
+                   [](char character) { return static_cast<std::uint8_t>(character); });
   }
 
   static constexpr std::size_t capacity() { return N; }
@@ -35,6 +41,12 @@ class FixedByteBuffer {
   }
 
  private:
+  constexpr void require_room() const {
+    if (size_ > N) {
+      throw std::invalid_argument("FixedByteBuffer: too many octets");
+    }
+  }
+
   std::array<std::uint8_t, N> octets_{};
   std::size_t size_ = 0;
 };

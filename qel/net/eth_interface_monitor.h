@@ -13,7 +13,7 @@
 
 namespace qel {
 
-/// Data rates as a driver gives them.
+/// The type of a maximum data rate. Its unit is not to be relied on: EthInterfaceMonitor compares plain numbers.
 using BitsPerSecond = TypeWithRatio<unsigned int, std::ratio<1, 1>>;
 
 /// How much of the maximum data rate is not in use.
@@ -23,6 +23,12 @@ struct Availability {
 };
 
 /// Measures how busy an Ethernet interface is, for the link metrics of the mesh. Pairs are of receiving, then sending.
+///
+/// The number of the maximum data rate stands beside those of the measured rates, which are octets in a second. So for
+/// a link of 1 Gb/s, where 25 million octets in a second leave 80 % available, it is 125 million:
+///
+///     const EthInterfaceMonitor::MaxDataRate maximum(BitsPerSecond(125000000));
+///     EthInterfaceMonitor monitor(EthTool::InterfaceName("lan1"), maximum);
 class QEL_EXPORT EthInterfaceMonitor {
  public:
   using MaxDataRate = LastUpdated<BitsPerSecond>;
@@ -31,9 +37,9 @@ class QEL_EXPORT EthInterfaceMonitor {
   EthInterfaceMonitor(const EthTool::InterfaceName& ifname, const MaxDataRate& max_data_rate);
   EthInterfaceMonitor(EthTool eth_tool, const MaxDataRate& max_data_rate);
 
-  /// Unset or 0 for unknown. Compared with the measured rates as a plain number, whatever their unit.
+  /// Unset or 0 for unknown.
   const MaxDataRate& get_max_data_rate() const { return max_data_rate_; }
-  /// Whatever its time, also one that is unset.
+  /// Whatever the time of either.
   void set_max_data_rate(const MaxDataRate& max_data_rate) { max_data_rate_ = max_data_rate; }
 
   /// Measures since the last update. Throws what EthTool throws, and changes nothing then.

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <linux/filter.h>
+#include <linux/if_ether.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
 #include <net/if_arp.h>
@@ -10,8 +11,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <cstddef>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
@@ -27,6 +30,24 @@ void require(bool succeeded) {
   }
 }
 
+void bind_to(int socket, int interface, std::uint16_t protocol) {
+  sockaddr_ll address{};
+  address.sll_family = AF_PACKET;
+  address.sll_protocol = protocol;
+  address.sll_ifindex = interface;
+  address.sll_hatype = ARPHRD_ETHER;
+  address.sll_pkttype = PACKET_OTHERHOST;
+  require(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0);
+}
+
+/// What the kernel knows of a frame besides its octets, as a place that a filter can load from.
+constexpr std::uint32_t known(int property) { return static_cast<std::uint32_t>(SKF_AD_OFF + property); }
+
+std::error_code attach_filter(int socket, const sock_fprog* program) {
+  return ::setsockopt(socket, SOL_SOCKET, SO_ATTACH_FILTER, program, sizeof(sock_fprog)) == 0 ? std::error_code()
+                                                                                              : last_error();
+}
+
 }  // namespace
 
 RawSock::RawSock(FileDescriptor&& socket, const std::string& ifname, const DataCallback& on_data,
@@ -35,7 +56,6 @@ RawSock::RawSock(FileDescriptor&& socket, const std::string& ifname, const DataC
       ifname_(ifname),
       data_callback_(on_data),
       writable_callback_(on_writable),
-      ethertype_(0),
       socket_(std::move(socket)) {}
 
 RawSock::RawSock(const std::string& ifname, const DataCallback& on_data, const WritableCallback& on_writable,
@@ -53,8 +73,42 @@ RawSock::~RawSock() {
   RawSock::remove_from_evsock();
 }
 
+FileDescriptor RawSock::open_untagged(unsigned int interface, unsigned short ethertype) {
+  constexpr std::uint32_t VLAN_ID = 0x0FFF;
+  sock_filter code[] = {
+      BPF_STMT(BPF_LD | BPF_H | BPF_ABS, offsetof(ethhdr, h_proto)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ethertype, 0, 7),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_PKTTYPE)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, PACKET_OUTGOING, 5, 0),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_VLAN_TAG_PRESENT)),
+      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0, 2, 0),
+      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_VLAN_TAG)),
+      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, VLAN_ID, 1, 0),
+      BPF_STMT(BPF_RET | BPF_K, 0xFFFFFFFF),
+      BPF_STMT(BPF_RET | BPF_K, 0),
+  };
+  const sock_fprog program{static_cast<unsigned short>(std::size(code)), code};
+  // Without a protocol it receives nothing before it is bound.
+  FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
+  require(socket.get() >= 0);
+  require(!attach_filter(socket.get(), &program));
+  // Spares the kernel a copy of each frame sent. Older ones do not know it, and the filter does not need it.
+  const int one = 1;
+  ::setsockopt(socket.get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &one, sizeof(one));
+  if (interface == 0) {  // would mean all of them
+    throw std::system_error(ENODEV, std::generic_category());
+  }
+  // Of all protocols: to a socket of one the kernel gives frames whose VLAN it has forgotten, and none that a bridge
+  // takes.
+  bind_to(socket.get(), static_cast<int>(interface), htons(ETH_P_ALL));
+  return socket;
+}
+
 void RawSock::init() {
-  FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW, ethertype_));
+  if (!ethertype_) {
+    return;
+  }
+  FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW, *ethertype_));
   require(socket.get() >= 0);
   require(::fcntl(socket.get(), F_SETFD, FD_CLOEXEC) == 0);
 
@@ -62,14 +116,7 @@ void RawSock::init() {
   ifname_.copy(request.ifr_name, IFNAMSIZ - 1);
   require(::ioctl(socket.get(), SIOCGIFINDEX, &request) == 0);
 
-  sockaddr_ll address{};
-  address.sll_family = AF_PACKET;
-  address.sll_protocol = ethertype_;
-  address.sll_ifindex = request.ifr_ifindex;
-  address.sll_hatype = ARPHRD_ETHER;
-  address.sll_pkttype = PACKET_OTHERHOST;
-  require(::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0);
-
+  bind_to(socket.get(), request.ifr_ifindex, *ethertype_);
   require(::ioctl(socket.get(), SIOCGIFFLAGS, &request) == 0);
   request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_BROADCAST | IFF_MULTICAST);
   require(::ioctl(socket.get(), SIOCSIFFLAGS, &request) == 0);
@@ -77,6 +124,9 @@ void RawSock::init() {
   RawSock::remove_from_evsock();
   socket_ = std::move(socket);
   set_fd(socket_.get());
+  if (is_nonblocking_) {
+    set_nonblocking();
+  }
 }
 
 std::error_code RawSock::send_data(const unsigned char* buf, unsigned int len) {
@@ -90,13 +140,36 @@ std::error_code RawSock::send_data(const unsigned char* buf, unsigned int len) {
   return last_error();
 }
 
+unsigned int RawSock::get_interface() const {
+  sockaddr_ll address{};
+  socklen_t size = sizeof(address);
+  const bool is_bound = ::getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size) == 0 &&
+                        address.sll_family == AF_PACKET && address.sll_ifindex > 0;
+  return is_bound ? static_cast<unsigned int>(address.sll_ifindex) : 0;
+}
+
+void RawSock::set_nonblocking() {
+  is_nonblocking_ = true;
+  ::fcntl(socket_.get(), F_SETFL, ::fcntl(socket_.get(), F_GETFL) | O_NONBLOCK);
+}
+
+std::error_code RawSock::accept_address(const MACAddress& address) {
+  packet_mreq membership{};
+  membership.mr_ifindex = static_cast<int>(get_interface());
+  membership.mr_type = (address.octets()[0] & 1U) != 0 ? PACKET_MR_MULTICAST : PACKET_MR_UNICAST;
+  membership.mr_alen = static_cast<unsigned short>(address.octets().size());
+  std::copy(address.octets().begin(), address.octets().end(), std::begin(membership.mr_address));
+  return ::setsockopt(socket_.get(), SOL_PACKET, PACKET_ADD_MEMBERSHIP, &membership, sizeof(membership)) == 0
+             ? std::error_code()
+             : last_error();
+}
+
 std::error_code RawSock::apply_filter(const sock_fprog* program) {
-  if (::setsockopt(socket_.get(), SOL_SOCKET, SO_ATTACH_FILTER, program, sizeof(sock_fprog)) == 0) {
-    return {};
+  const std::error_code error = attach_filter(socket_.get(), program);
+  if (error) {
+    remove_from_evsock();
+    socket_.reset();
   }
-  const std::error_code error = last_error();
-  remove_from_evsock();
-  socket_.reset();
   return error;
 }
 
@@ -115,7 +188,11 @@ void RawSock::on_writable() {
 
 evsock* RawSock::add_to_evsock_impl() {
   set_fd(socket_.get());
-  return ISimpleFDWatch::add_to_evsock_impl();
+  evsock* handle = ISimpleFDWatch::add_to_evsock_impl();
+  if (is_nonblocking_) {  // the base class has made it wait
+    set_nonblocking();
+  }
+  return handle;
 }
 
 }  // namespace qel

@@ -125,6 +125,8 @@ TEST(FixedByteBuffer, HoldsUpToItsCapacity) {
   EXPECT_EQ(test::hex({full.data(), full.size()}), "070809");
   EXPECT_TRUE(full.capacity() == 3 && !full.empty() && FixedByteBuffer<3>().empty());
   EXPECT_THROW(FixedByteBuffer<3>{octets}, std::invalid_argument);
+  EXPECT_EQ(FixedByteBuffer<3>("a\xFF"), FixedByteBuffer<3>(std::array<std::uint8_t, 2>{'a', 0xFF}));
+  EXPECT_THROW(FixedByteBuffer<3>("abcd"), std::invalid_argument);
   test::expect_unequal(full, FixedByteBuffer<3>(octets.first(2)));
   test::expect_unequal(full, FixedByteBuffer<3>(octets.last(3)));
 }

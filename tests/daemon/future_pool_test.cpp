@@ -52,25 +52,21 @@ TEST_F(FuturePoolTest, DeliversWhatIsReadyAndKeepsTheRest) {
 }
 
 TEST_F(FuturePoolTest, ThePollIntervalGrowsUntilAFutureComesOrIsDelivered) {
-  std::promise<int> never;
-  std::promise<int> soon;
-  const std::function<void()> changes[] = {[&] { pool.add(never.get_future(), push()); },
-                                           [&] { pool.add(soon.get_future(), push()); },
-                                           [&] {
-                                             soon.set_value(1);
-                                             pool.process_futures();
-                                           }};
-  const auto later = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+  using namespace std::chrono_literals;
+  std::promise<int> promise;
+  const std::function<void()> changes[] = {[&] { pool.add(promise.get_future(), push()); },
+                                           [&] { promise.set_value(1); }};
+  const auto later = std::chrono::steady_clock::now() + 1s;
   for (const auto& change : changes) {
     const auto before = pool.get_poll_interval(later);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    std::this_thread::sleep_for(20ms);  // time has to pass
     change();
-    EXPECT_LT(pool.get_poll_interval(later), before);
     pool.process_futures();
-    EXPECT_GE(pool.get_poll_interval(later).count(), 50) << "a sixteenth of the second, but for a slow machine";
+    EXPECT_LT(pool.get_poll_interval(later), before);
+    EXPECT_GE(pool.get_poll_interval(later), 50ms) << "a sixteenth of the second, but for a slow machine";
   }
-  EXPECT_EQ(pool.get_poll_interval(later + std::chrono::hours(1)).count(), 100);
-  EXPECT_EQ(pool.get_poll_interval(std::chrono::steady_clock::now() - std::chrono::hours(1)).count(), 1);
+  EXPECT_EQ(pool.get_poll_interval(later + 1h), 100ms);
+  EXPECT_EQ(pool.get_poll_interval(later - 1h), 1ms);
 }
 
 TEST_F(FuturePoolTest, DisconnectedFuturesAreDroppedUnheard) {

@@ -9,7 +9,6 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
-#include <string_view>
 #include <thread>
 
 #include "qel/net/eth_interface_monitor.h"
@@ -20,10 +19,6 @@ namespace qel {
 namespace {
 
 using testing::ThrowsMessage;
-
-EthTool::InterfaceName interface_name(std::string_view name) {
-  return EthTool::InterfaceName({reinterpret_cast<const std::uint8_t*>(name.data()), name.size()});
-}
 
 /// Answers ethtool requests as the kernel does: with as many elements as the driver has, whatever room there is.
 struct FakeDriver {
@@ -36,7 +31,8 @@ struct FakeDriver {
 
   /// It uses this driver.
   EthTool tool() {
-    return {interface_name("fifteen-letters"), [this](int socket, ifreq& request) { return answer(socket, request); }};
+    return {EthTool::InterfaceName("fifteen-letters"),
+            [this](int socket, ifreq& request) { return answer(socket, request); }};
   }
 
  private:
@@ -129,7 +125,7 @@ TEST(EthTool, AsksTheKernelAndLeavesNothingOpen) {
   }
   const int before = test::next_descriptor();
   test::add_veth_pair("ethtool-of-15-c", "ethtool-peer");
-  const EthTool tool(interface_name("ethtool-of-15-c"));
+  const EthTool tool(EthTool::InterfaceName("ethtool-of-15-c"));
   EXPECT_TRUE(tool.is_link_up());
   EXPECT_FALSE(tool.get_stringset().empty());
   EXPECT_FALSE(tool.get_byte_counters().receive.is_set());
@@ -140,7 +136,7 @@ TEST(EthTool, AsksTheKernelAndLeavesNothingOpen) {
   EXPECT_THAT([&] { tool.issue_eth_ioctl(&request); },
               ThrowsMessage<std::runtime_error>(
                   "ioctl for ethtool-of-15-c failed: Operation not supported (command 0xfedcba98)"));
-  EXPECT_THAT([] { EthTool(interface_name("nowhere")); },
+  EXPECT_THAT([] { EthTool(EthTool::InterfaceName("nowhere")); },
               ThrowsMessage<std::runtime_error>("ioctl for nowhere failed: No such device (command 0x37)"));
   EXPECT_EQ(test::next_descriptor(), before);
   rlimit unlimited;
@@ -165,8 +161,8 @@ class EthInterfaceMonitorOn : public testing::Test {
   /// With three times as many octets received as sent.
   void update() {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    driver_.values[0] += 10000;
-    driver_.values[2] += 30000;
+    driver_.values[0] += sends_;
+    driver_.values[2] += 3 * sends_;
     monitor_.update();
   }
   std::uint32_t received() const { return monitor_.get_data_rates().first.get().value(); }
@@ -178,6 +174,7 @@ class EthInterfaceMonitorOn : public testing::Test {
     }
   }
 
+  std::uint64_t sends_ = 10000;  ///< octets between two updates
   FakeDriver driver_;
   EthInterfaceMonitor monitor_{driver_.tool(), MaxDataRate(BitsPerSecond(1000000000))};
 };
@@ -197,8 +194,14 @@ TEST_F(EthInterfaceMonitorOn, ComparesRatesWithTheMaximum) {
     EXPECT_EQ(monitor_.get_availabilities().second.percentage, percentage) << maximum;
     EXPECT_GE(monitor_.get_availabilities().second.time, before);
   }
-  for (const auto& none : {MaxDataRate(), MaxDataRate(BitsPerSecond(0), 1)}) {  // from long before the one it replaces
-    monitor_.set_max_data_rate(none);
+  sends_ = 0;
+  update();
+  EXPECT_TRUE(monitor_.get_data_rates().second.is_set());
+  EXPECT_EQ(sent(), 0U);
+  expect_unavailable();
+  sends_ = 10000;
+  for (const auto& none : {MaxDataRate(), MaxDataRate(BitsPerSecond(0), 1)}) {
+    monitor_.set_max_data_rate(none);  // though it is no later one
     EXPECT_EQ(monitor_.get_max_data_rate(), none);
     update();
     EXPECT_GT(sent(), 0U);

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <sstream>
 
@@ -28,6 +29,13 @@ TEST(EtherHeader, LiesOverAFrame) {
   EXPECT_EQ(header.get_src_addr(), SOURCE);
   EXPECT_EQ(header.get_ethertype(), htons(0x893A));
   EXPECT_EQ(header, make_header(htons(0x893A)));
+  for (const std::size_t different : {0U, 5U, 6U, 11U, 12U, 13U}) {
+    unsigned char other[sizeof(frame)];
+    std::copy(std::begin(frame), std::end(frame), other);
+    ++other[different];
+    std::memcpy(&header, other, sizeof(other));
+    EXPECT_NE(header, make_header(htons(0x893A))) << different;
+  }
 }
 
 TEST(EtherHeader, PrintsAndLeavesNumbersHexadecimal) {

@@ -1,21 +1,38 @@
 #include "qel/net/raw_sock.h"
 
 #include <arpa/inet.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <linux/capability.h>
 #include <linux/filter.h>
 #include <net/if.h>
 #include <poll.h>
 #include <qelevsock.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <vector>
 
 #include "tests/net/private_network.h"
+
+namespace {
+bool bind_fails = false;
+}
+
+/// Stands in for the system's.
+extern "C" __attribute__((visibility("default"))) int bind(int socket, const sockaddr* address,
+                                                           socklen_t size) noexcept {
+  static const auto next = reinterpret_cast<decltype(&::bind)>(::dlsym(RTLD_NEXT, "bind"));
+  errno = ENOTUNIQ;
+  return bind_fails ? -1 : next(socket, address, size);
+}
 
 namespace qel {
 namespace {
@@ -24,6 +41,7 @@ using testing::ElementsAre;
 using Octets = std::vector<unsigned char>;
 
 constexpr unsigned short ETHERTYPE = 0x893A;
+const MACAddress MULTICAST({0x01, 0x80, 0xC2, 0x00, 0x00, 0x13});
 constexpr unsigned int FAILED = 4294967295;
 constexpr int PATIENCE_MS = 5000;
 const std::error_code SUCCESS(0, std::system_category());
@@ -58,6 +76,15 @@ void send(const FileDescriptor& socket, const Octets& frame) {
   ASSERT_EQ(::write(socket.get(), frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
 }
 
+/// Takes all effective capabilities but these away from this process, or gives them back.
+void set_capabilities(std::uint32_t kept) {
+  __user_cap_header_struct head{_LINUX_CAPABILITY_VERSION_3, 0};
+  __user_cap_data_struct sets[2];
+  ASSERT_EQ(::syscall(SYS_capget, &head, sets), 0);
+  sets[0].effective = sets[0].permitted & kept;
+  ASSERT_EQ(::syscall(SYS_capset, &head, sets), 0);
+}
+
 bool is_open(int fd) { return ::fcntl(fd, F_GETFD) != -1; }
 
 /// Keeps what a socket hands on.
@@ -88,6 +115,10 @@ TEST(RawSock, HandsOnWhatReadingGaveAndSendsUpToTheLargestFrame) {
   EXPECT_EQ(sock.send_data(frame.data(), 1515), generic(EMSGSIZE));
   EXPECT_EQ(sock.send_data(frame.data(), 1514), SUCCESS);
   EXPECT_EQ(receive(peer), make_frame(1514, 1));
+  EXPECT_EQ(sock.get_interface(), 0U);
+  EXPECT_TRUE(sock.accept_address(MULTICAST));
+  sock.init();
+  EXPECT_EQ(sock.get_sock_fd(), ends[0]) << "it was made on this descriptor";
   peer.reset();
   sock.on_readable();
   EXPECT_THAT(receiver.lengths, ElementsAre(60, 1514));
@@ -95,6 +126,19 @@ TEST(RawSock, HandsOnWhatReadingGaveAndSendsUpToTheLargestFrame) {
   RawSock unreadable(FileDescriptor(::open("/dev/null", O_WRONLY | O_CLOEXEC)), "eth0", receiver.callback(), nullptr);
   unreadable.on_readable();
   EXPECT_THAT(receiver.lengths, ElementsAre(60, 1514, FAILED));
+}
+
+TEST(RawSock, DoesNotWaitWhenItIsNotTo) {
+  int ends[2];
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
+  const FileDescriptor peer(ends[1]);
+  RawSock sock(FileDescriptor{ends[0]}, "eth0", nullptr, nullptr);
+  sock.set_nonblocking();
+  std::error_code error;
+  while (!error) {
+    error = sock.send_data(make_frame(60, 1).data(), 60);
+  }
+  EXPECT_EQ(error, generic(EAGAIN));
 }
 
 TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
@@ -159,14 +203,73 @@ TEST_F(RawSockOnCable, ReadsEvenWhenNobodyTakesTheFrame) {
   EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
 }
 
-TEST_F(RawSockOnCable, LeavesNothingOpenWithoutAnInterface) {
+TEST_F(RawSockOnCable, LeavesNothingOpenWhenItFails) {
+  const auto open_nowhere = [] { RawSock("nowhere", nullptr, nullptr, ETHERTYPE); };
+  const auto open_near = [this] { open(); };
+  const auto open_untagged = [](unsigned int interface) {
+    return [interface] { RawSock::open_untagged(interface, ETHERTYPE); };
+  };
+  const struct {
+    std::function<void()> open;
+    std::uint32_t lacks;  ///< capabilities
+    bool bind_fails;
+    int error;
+  } rows[] = {{open_nowhere, 0, false, ENODEV},
+              {open_near, 1U << CAP_NET_RAW, false, EPERM},
+              {open_near, 1U << CAP_NET_ADMIN, false, EPERM},  // when it sets the flags
+              {open_near, 0, true, ENOTUNIQ},
+              {open_untagged(0), 0, false, ENODEV},
+              {open_untagged(::if_nametoindex(NEAR)), 1U << CAP_NET_RAW, false, EPERM},
+              {open_untagged(::if_nametoindex(NEAR)), 0, true, ENOTUNIQ},
+              {open_untagged(::if_nametoindex(NEAR)), 1U << CAP_NET_ADMIN, false, 0}};
   const int before = test::next_descriptor();
-  EXPECT_THAT([] { RawSock("nowhere", nullptr, nullptr, ETHERTYPE); },
-              testing::Throws<std::system_error>(testing::Property(&std::system_error::code, generic(ENODEV))));
-  EXPECT_EQ(test::next_descriptor(), before);
+  for (const auto& row : rows) {
+    int error = 0;
+    set_capabilities(~row.lacks);
+    bind_fails = row.bind_fails;
+    try {
+      row.open();
+    } catch (const std::system_error& failure) {
+      error = failure.code() == generic(failure.code().value()) ? failure.code().value() : -1;
+    }
+    bind_fails = false;
+    set_capabilities(~0U);
+    EXPECT_EQ(error, row.error) << &row - rows;
+    EXPECT_EQ(test::next_descriptor(), before) << &row - rows;
+  }
 }
 
-TEST_F(RawSockOnCable, MakesTheInterfaceTakeMulticastAndHandsOnThatItWentDown) {
+TEST_F(RawSockOnCable, TakesUntaggedFramesOfOthersOnlyAlsoOnAPortOfABridge) {
+  test::ip("link add bridge type bridge");
+  test::ip("link set bridge up");
+  test::ip("link set " + std::string(NEAR) + " master bridge");
+  const unsigned int interface = ::if_nametoindex(NEAR);
+  RawSock sock(RawSock::open_untagged(interface, ETHERTYPE), NEAR, receiver_.callback(), nullptr);
+  EXPECT_EQ(sock.get_interface(), interface);
+  send(test::open_packet_socket(NEAR, ETHERTYPE), make_frame(60, 1));
+  send(*far_, make_frame(60, 2, 0x88CC));
+  for (const Octets& tag : {Octets{0x81, 0, 0, 100}, {0x88, 0xA8, 0, 100}, {0x81, 0, 0xA0, 0}}) {
+    Octets frame = make_frame(60, tag[2]);
+    frame.insert(frame.begin() + 12, tag.begin(), tag.end());
+    send(*far_, frame);
+  }
+  EXPECT_EQ(taken_by(sock), make_frame(60, 0xA0));
+  test::remove_interface("bridge");
+}
+
+TEST_F(RawSockOnCable, HasTheInterfaceLetAnAddressThroughAsLongAsThereIsOne) {
+  const std::string is_let_through = "maddress show dev passing | grep -q 01:80:c2:00:00:13";
+  test::add_veth_pair("passing", "peer");
+  RawSock sock(RawSock::open_untagged(::if_nametoindex("passing"), ETHERTYPE), "passing", nullptr, nullptr);
+  EXPECT_THROW(test::ip(is_let_through), std::runtime_error);
+  EXPECT_EQ(sock.accept_address(MULTICAST), SUCCESS);
+  EXPECT_NO_THROW(test::ip(is_let_through));
+  test::remove_interface("passing");
+  EXPECT_EQ(sock.get_interface(), 0U);
+  EXPECT_EQ(sock.accept_address(MULTICAST), generic(ENODEV));
+}
+
+TEST_F(RawSockOnCable, SetsTheFlagsOfTheInterfaceAndHandsOnThatItWentDown) {
   const std::string link = "link set " + std::string(NEAR);
   test::ip(link + " multicast off");
   const auto sock = open();
@@ -237,7 +340,9 @@ TEST_F(RawSockOnCable, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterward
   EXPECT_EQ(sock->send_data(make_frame(60, 4).data(), 60), SUCCESS);
   EXPECT_EQ(receive(*far_), make_frame(60, 4));
   removes_itself = false;
+  sock->set_nonblocking();
   sock->add_to_evsock();
+  EXPECT_NE(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
   turn_until_received(4);
   EXPECT_THAT(receiver_.lengths, ElementsAre(60, 61, 62, 63));
 

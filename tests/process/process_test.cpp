@@ -48,42 +48,38 @@ TEST_F(Process, ChildrenEndInATurn) {
   ChildWatch watch;
   watch.add_to_evsock();
   std::vector<int> ends;
-  const auto push = [&](int status) { ends.push_back(WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status)); };
-  const auto ends_of_turns = [&](std::size_t count) {
-    EXPECT_TRUE(turn_until([&] { return ends.size() >= count; }));
-    return std::exchange(ends, {});
+  const auto push = [&](int status) { ends.push_back(status); };
+  const auto next_end = [&] {
+    EXPECT_TRUE(turn_until([&] { return !ends.empty(); }));
+    return std::exchange(ends, {}).at(0);
   };
-  const auto wait_without_reaping = [](pid_t child) {
-    siginfo_t info;
-    EXPECT_EQ(waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0);
-  };
-
   watch.add(start_child([] { return 3; }), push);
-  EXPECT_THAT(ends_of_turns(1), ElementsAre(3));
+  EXPECT_EQ(WEXITSTATUS(next_end()), 3);
   const pid_t sleeper = start_child([] { return pause(); });
   watch.add(sleeper, push);
   evsock_select_with_msecs(0);
   kill(sleeper, SIGTERM);
-  EXPECT_THAT(ends_of_turns(1), ElementsAre(-SIGTERM));
+  EXPECT_EQ(WTERMSIG(next_end()), SIGTERM);
 
   // Ended before they are added, and the signal taken: both are told, also when the first handler throws.
-  const pid_t first = start_child([] { return 1; });
-  const pid_t second = start_child([] { return 2; });
-  wait_without_reaping(first);
-  wait_without_reaping(second);
+  const pid_t early[] = {start_child([] { return 1; }), start_child([] { return 2; })};
+  for (const pid_t child : early) {
+    siginfo_t info;
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(child), &info, WEXITED | WNOWAIT), 0);
+  }
   evsock_select_with_msecs(1000);
-  watch.add(first, [](int) { throw std::runtime_error("handler"); });
-  watch.add(second, push);
-  EXPECT_THROW(turn_until([&] { return !ends.empty(); }), std::runtime_error);
-  EXPECT_THAT(ends_of_turns(1), ElementsAre(2));
+  watch.add(early[0], [](int) { throw std::runtime_error("handler"); });
+  watch.add(early[1], push);
+  EXPECT_THROW(next_end(), std::runtime_error);
+  EXPECT_EQ(WEXITSTATUS(next_end()), 2);
 
   const pid_t removed = start_child([] { return 4; });
   watch.add(removed, push);
   EXPECT_TRUE(watch.remove(removed));
   EXPECT_FALSE(watch.remove(removed));
   EXPECT_EQ(end_of(removed), 4);
-  watch.add(removed, [&](int status) { ends.push_back(status); });
-  EXPECT_THAT(ends_of_turns(1), ElementsAre(-1)) << "somebody else has waited";
+  watch.add(removed, push);
+  EXPECT_EQ(next_end(), -1) << "somebody else has waited";
 }
 
 }  // namespace

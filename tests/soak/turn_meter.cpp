@@ -13,7 +13,6 @@
 /// turns there were, and in ns the longest one as counted, and the longest one on the clock. They outlive a SIGKILL.
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <ifaddrs.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -91,9 +90,9 @@ std::uint64_t blocked_by_network = 0;
 
 /// Makes one of the calls in which the kernel waits for others.
 template <class Function, class... Arguments>
-int call_network(Function* function, Arguments... arguments) {
+auto call_network(Function* function, Arguments... arguments) {
   const Moment begin = Moment::now();
-  const int result = function(arguments...);
+  const auto result = function(arguments...);
   const int error = errno;
   const Moment end = Moment::now();
   const std::uint64_t other = end.processor - begin.processor + end.waiting - begin.waiting;
@@ -136,11 +135,6 @@ int close(int file) {
   return call_network(function, file);
 }
 
-int getifaddrs(ifaddrs** list) noexcept {
-  static auto* const function = next(&::getifaddrs, "getifaddrs");
-  return call_network(function, list);
-}
-
 int ioctl(int file, unsigned long request, ...) noexcept {
   static auto* const function = next(&::ioctl, "ioctl");
   std::va_list list;
@@ -148,6 +142,16 @@ int ioctl(int file, unsigned long request, ...) noexcept {
   void* const argument = va_arg(list, void*);
   va_end(list);
   return call_network(function, file, request, argument);
+}
+
+ssize_t recvfrom(int socket, void* data, std::size_t room, int flags, sockaddr* sender, socklen_t* size) {
+  static auto* const function = next(&::recvfrom, "recvfrom");
+  return call_network(function, socket, data, room, flags, sender, size);
+}
+
+ssize_t send(int socket, const void* data, std::size_t size, int flags) {
+  static auto* const function = next(&::send, "send");
+  return call_network(function, socket, data, size, flags);
 }
 
 int setsockopt(int socket, int level, int option, const void* value, socklen_t size) noexcept {

@@ -95,6 +95,31 @@ TEST(Entity, TwoMeetAndTellEachOtherAll) {
   EXPECT_THAT(text.str(), HasSubstr("packetErrors: 1 packetsReceived: 1000 rcpi: 255"));
 }
 
+TEST(Entity, TellsOfANewAddressAndForgetsTheOldOneOfANeighbor) {
+  Device left(1);
+  Device right(2);
+  const std::vector<Cable> cable{{left, 0, right, 0}};
+  left.entity.announce();
+  carry(cable, START);
+  right.entity.tend(START);
+  right.ports.take();
+  right.entity.replace_interface(0, {"eth0", interface_mac(0x77), ""});
+  right.entity.tend(START);
+  EXPECT_THAT(types_of(right.ports.sent), ElementsAre(TOPOLOGY_DISCOVERY_MESSAGE, TOPOLOGY_NOTIFICATION_MESSAGE));
+  carry(cable, START);
+  left.entity.tend(START);  // asks for what is new
+  carry(cable, START);
+  const auto later = START + std::chrono::seconds(200);
+  right.entity.announce();
+  carry(cable, later);
+  left.entity.tend(later);
+  const auto& links = left.entity.neighbors().find(device_mac(2))->links;
+  ASSERT_THAT(links, SizeIs(1));
+  EXPECT_EQ(links[0].mac, interface_mac(0x77));
+  left.entity.disconnect(0);
+  EXPECT_THAT(left.entity.neighbors().all(), IsEmpty());
+}
+
 TEST(Entity, AnswersATopologyQueryWithItsIdentifierToItsSender) {
   Entity::Config config = Device::config(1, 3, std::chrono::seconds(1));
   config.interfaces[0].bridge = config.interfaces[2].bridge = "br0";

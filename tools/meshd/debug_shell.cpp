@@ -118,7 +118,8 @@ std::string DebugShell::interfaces() const {
     const InterfaceState& state = states[index];
     os << interface.name << ' ' << interface.mac << (state.up ? " up, " : " down, ") << state.speed
        << " Mb/s, received " << state.received_packets << " packets with " << state.receive_errors << " errors, sent "
-       << state.sent_packets << " packets with " << state.send_errors << " errors";
+       << state.sent_packets << " packets with " << state.send_errors << " errors, dropped " << state.dropped
+       << " frames";
     if (!interface.bridge.empty()) {
       os << ", in bridge " << interface.bridge;
     }

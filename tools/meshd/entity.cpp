@@ -169,9 +169,13 @@ void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets
 }
 
 void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
-  config_.interfaces.at(interface) = std::move(renewed);
+  LocalInterface& ours = config_.interfaces.at(interface);
+  has_changed_ = has_changed_ || renewed.mac != ours.mac;
+  ours = std::move(renewed);
   announce_on(interface);
 }
+
+void Entity::disconnect(std::size_t interface) { on_links_lost(neighbors_.disconnect(interface)); }
 
 void Entity::set_blocked(std::size_t interface, bool blocked) {
   if (blocked_[interface] == blocked) {
@@ -182,7 +186,7 @@ void Entity::set_blocked(std::size_t interface, bool blocked) {
     tell_blocked_interfaces(neighbor);
   }
   if (blocked) {
-    on_links_lost(neighbors_.disconnect(interface));
+    disconnect(interface);
   } else {
     announce_on(interface);
   }

@@ -87,9 +87,12 @@ class Entity {
   const NeighborTable& neighbors() const { return neighbors_; }
   const FrameCounts& counts() const { return counts_; }
 
-  /// The interface of this name was made anew, and may have another address now: announces us there. Links that it had
-  /// stay until they grow too old. Throws std::out_of_range.
+  /// The interface has come to work, or has another name, address or bridge now: announces us there, and tells the mesh
+  /// of another address. Throws std::out_of_range.
   void replace_interface(std::size_t interface, LocalInterface renewed);
+
+  /// The interface has lost its carrier, or is gone: its links are gone.
+  void disconnect(std::size_t interface);
 
   /// Nothing is sent on a blocked interface, and what it receives is ignored: its links are gone. The neighbours are
   /// told before, so that those behind it know as well. None is blocked at first.

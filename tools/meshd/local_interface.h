@@ -12,6 +12,8 @@ struct LocalInterface {
   std::string name;
   qel::MACAddress mac;
   std::string bridge;  ///< the bridge it is a port of, empty when of none
+
+  friend bool operator==(const LocalInterface&, const LocalInterface&) = default;
 };
 
 /// What an interface has counted since it came up; the counters wrap at 32 bits, as those in the messages do.
@@ -20,8 +22,9 @@ struct InterfaceState {
   std::uint32_t receive_errors = 0;
   std::uint32_t sent_packets = 0;
   std::uint32_t send_errors = 0;
-  std::uint16_t speed = 0;  ///< Mb/s; 0 when the driver tells none
-  bool up = true;           ///< there is a carrier
+  std::uint16_t speed = 0;    ///< Mb/s; 0 when the driver tells none
+  bool up = true;             ///< there is a carrier
+  std::uint64_t dropped = 0;  ///< frames of ours that could not be sent, since we began
 };
 
 }  // namespace meshd

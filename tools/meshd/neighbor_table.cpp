@@ -118,7 +118,9 @@ std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
 void NeighborTable::hear(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
   if (Neighbor* neighbor = find(al_mac)) {
     for (NeighborLink& link : neighbor->links) {
-      if (link.interface == interface) {
+      // An interface that a device does not tell of lives by its own word: it may have another address by now.
+      const bool is_withdrawn = neighbor->device && is_claim(*neighbor, link);
+      if (link.interface == interface && !is_withdrawn) {
         link.last_heard = now;
       }
     }

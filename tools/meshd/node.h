@@ -11,8 +11,10 @@
 #include "qel/net/raw_sock.h"
 #include "tools/meshd/debug_shell.h"
 #include "tools/meshd/entity.h"
-#include "tools/meshd/kernel_interfaces.h"
+#include "tools/meshd/link_table.h"
 #include "tools/meshd/options.h"
+#include "tools/meshd/state_reader.h"
+#include "tools/meshd/trouble_log.h"
 
 namespace meshd {
 
@@ -33,28 +35,43 @@ class Node final : private Ports {
   void on_neighbor_lost(const qel::MACAddress& al_mac) override;
   void on_rejected(const Frame& frame, const std::string& reason) override;
 
-  struct Socket {
-    unsigned int index;  ///< the kernel's number of the interface that it was opened on
-    std::shared_ptr<qel::RawSock> watch;
+  /// One of our interfaces. It is found by its name at the start, and again when it is gone; in between it is followed
+  /// by its number, whatever its name becomes.
+  struct Port {
+    std::string name;                      ///< as we were given it
+    std::shared_ptr<qel::RawSock> socket;  ///< null while there is no such interface
+    unsigned int index = 0;                ///< the kernel's number of it, 0 when there is none
+    unsigned int refused = 0;              ///< the number of one of the name that is no Ethernet
+    bool is_up = false;                    ///< it has a carrier
+    std::uint64_t dropped = 0;             ///< frames that could not be sent
   };
 
-  Socket open_socket(std::size_t interface);
-  /// An interface that was removed and made anew has another number, and the old socket is deaf. To open a socket and
-  /// to close one takes the kernel some ten milliseconds each: one of both a call, so that no turn gets long.
-  void renew_socket();
+  bool is_ours(const Link& link) const;
+  /// Throws std::system_error.
+  void open(std::size_t interface, const Link& link);
+  void close(std::size_t interface);
+  /// Takes up an interface of the name when ours is gone. False when there is none. Throws what open() throws.
+  bool reopen(std::size_t interface);
+  /// Brings what we know of an interface in line with what the kernel tells.
+  void update(std::size_t interface, const Link& link);
+  /// Brings all in line. To open a socket and to close one takes the kernel some ten milliseconds each: one of both a
+  /// call, and the next in another turn, so that none gets long.
+  void follow_links();
   void announce_and_repeat();
   void tend_and_repeat();
 
   qel::daemon::Mainloop& loop_;
   const std::chrono::seconds interval_;
+  const std::shared_ptr<LinkTable> links_;
   StateReader states_;
   Entity entity_;
   DebugShell shell_;
-  std::vector<Socket> sockets_;             // one for each interface, in their order
-  std::shared_ptr<qel::RawSock> replaced_;  // still to be closed
-  std::chrono::steady_clock::time_point rejection_logged_at_;
+  std::vector<Port> ports_;  // in the order of the entity's interfaces
+  TroubleLog troubles_;
+  OnceASecond rejections_;
   qel::time::Timer announce_timer_;
   qel::time::Timer tend_timer_;
+  qel::time::Timer follow_timer_;
 };
 
 }  // namespace meshd

@@ -1,0 +1,33 @@
+// A heartbeat in a fixed rhythm, and a timer that fires once. Like all programs here that have a loop, it needs a
+// message bus to be running.
+
+#include <chrono>
+#include <exception>
+#include <iostream>
+
+#include "qel/daemon/mainloop.h"
+#include "qel/daemon/periodic_timer.h"
+#include "qel/daemon/timer.h"
+
+int main() {
+  using namespace std::chrono_literals;
+  try {
+    qel::daemon::Mainloop loop("example_timers", false);
+    qel::time::PeriodicTimer heartbeat;
+    qel::time::Timer end;
+    int beats = 0;
+
+    heartbeat.start(50ms, [&] {
+      std::cout << "beat " << ++beats << '\n';
+      if (beats == 3) {
+        heartbeat.stop();
+        end.start(100ms, [&] { loop.finish(); });
+      }
+    });
+    loop.run_until_finished();
+    std::cout << "ended after " << beats << " beats\n";
+  } catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
+  }
+}

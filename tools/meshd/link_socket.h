@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "qel/core/mac_address.h"
+#include "qel/net/file_descriptor.h"
+#include "tools/meshd/local_interface.h"
+
+struct nlmsghdr;
+
+namespace meshd {
+
+/// A network interface as the kernel tells of it.
+struct Link {
+  unsigned int index = 0;  ///< the kernel's number of it, never 0; another may get it when this one is gone
+  std::string name;
+  std::optional<qel::MACAddress> mac;  ///< nothing for what is no Ethernet
+  unsigned int bridge = 0;             ///< the number of the bridge that it is a port of; 0 when of none
+  InterfaceState state;                ///< without speed
+};
+
+/// Asks the kernel for the interfaces of this network namespace and hears of their changes (rtnetlink(7)).
+class LinkSocket {
+ public:
+  enum class Event {
+    LINK,         ///< how one is now: the answer to a question, or a change
+    LINK_GONE,    ///< of its fields the number counts
+    ALL_TOLD,     ///< the answer to ask_all() is complete
+    INTERRUPTED,  ///< it has ended, and may lack some
+  };
+  using Handler = std::function<void(Event event, const Link& link)>;
+
+  enum class Result {
+    RECEIVED,  ///< something
+    NOTHING,   ///< there is nothing to receive
+    OVERRUN,   ///< changes were lost
+  };
+
+  /// Throws std::system_error, as all functions do.
+  explicit LinkSocket(bool with_changes);
+
+  int get_fd() const { return socket_.get(); }
+
+  void ask(unsigned int index);
+  /// Only after the answer to the last question is complete.
+  void ask_all();
+
+  /// Receives some messages, after waiting for them if it `waits`. The refusal of an answer is thrown as well, such as
+  /// ENODEV for an interface that is gone.
+  Result receive(bool waits, const Handler& handle);
+
+ private:
+  void take(const nlmsghdr& header, std::span<const std::byte> message, const Handler& handle);
+  void send_request(unsigned int index, unsigned short flags);
+
+  qel::FileDescriptor socket_;
+  bool is_interrupted_ = false;
+};
+
+}  // namespace meshd
