@@ -21,6 +21,7 @@ message|29 octets
 message|.* mac: 02:19:05:AA:01:02
 message|dropped: .*
 operating_classes|.*
+channel_preferences|best: channel 60 at 40 MHz
 signals|0 listeners are left
 state_machine|leaving the gateway
 event_bus|.*
