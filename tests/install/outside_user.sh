@@ -22,6 +22,7 @@ message|.* mac: 02:19:05:AA:01:02
 message|dropped: .*
 operating_classes|.*
 channel_preferences|best: channel 60 at 40 MHz
+operating_channel|.*primary center: 2422000 kHz (channel 3), channel width: 40 MHz.*
 signals|0 listeners are left
 state_machine|leaving the gateway
 event_bus|.*
