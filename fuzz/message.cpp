@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "fuzz/conversions.h"
 #include "fuzz/round_trip.h"
 #include "qel/ieee1905_1/ap_he_capabilities_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
@@ -38,6 +39,9 @@ void print(std::ostream& os, const Message& message) { os << message << get_qel_
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  qel::fuzz::round_trip<Message>({data, size}, print, exception);
+  const auto message = qel::fuzz::round_trip<Message>({data, size}, print, exception);
+  if (message != nullptr) {
+    qel::fuzz::convert(*message);
+  }
   return 0;
 }

@@ -18,6 +18,8 @@ struct SegmentRange {
   /// The 20 MHz around the frequency lie inside.
   bool holds_channel(const kHz& frequency) const;
 
+  bool holds(const SegmentRange& other) const { return low <= other.low && high >= other.high; }
+
   /// They have a frequency in common, a border included.
   bool touches(const SegmentRange& other) const { return low <= other.high && high >= other.low; }
 };

@@ -24,6 +24,8 @@ message|dropped: .* in MAC_ADDRESS at offset 17
 neighbors|02:19:05:00:00:01 -> 02:19:05:00:00:B3
 answer_query|a frame of 46 octets behind its Ethernet header
 operating_classes|.*
+channel_preferences|best: channel 60 at 40 MHz
+operating_channel|.*primary center: 2422000 kHz (channel 3), channel width: 40 MHz.*
 signals|0 listeners are left
 state_machine|leaving the gateway
 event_bus|.*
