@@ -10,10 +10,10 @@ namespace qel::ieee1905_1 {
 namespace {
 
 constexpr EnumText ENDS[] = {
-    {0, "END_OF_MESSAGE"},
-    {1, "MISSING_END"},
-    {2, "CUT_HEADER"},
-    {3, "CUT_BODY"},
+    {TLVWalkEnd::END_OF_MESSAGE, "END_OF_MESSAGE"},
+    {TLVWalkEnd::MISSING_END, "MISSING_END"},
+    {TLVWalkEnd::CUT_HEADER, "CUT_HEADER"},
+    {TLVWalkEnd::CUT_BODY, "CUT_BODY"},
 };
 
 }  // namespace

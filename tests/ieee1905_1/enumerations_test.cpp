@@ -16,6 +16,7 @@
 #include "qel/ieee1905_1/service_tlvs.h"
 #include "qel/ieee1905_1/steering_policy_tlvs.h"
 #include "qel/ieee1905_1/tlv_factory.h"
+#include "qel/ieee1905_1/tlv_walk.h"
 #include "qel/ieee1905_1/vendor/qel_link_state_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_radio_state_tlvs.h"
@@ -111,6 +112,7 @@ namespace ieee1905_1 {
 namespace {
 
 TEST(Enumerations, OfTLVsAndMessages) {
+  check_enum<TLVWalkEnd>("0 END_OF_MESSAGE 1 MISSING_END 2 CUT_HEADER 3 CUT_BODY");
   check_enum<TLVType>(R"(
 0 END_OF_MESSAGE 1 AL_MAC_ADDRESS 2 MAC_ADDRESS 3 DEVICE_INFORMATION 4 DEVICE_BRIDGING_CAPABILITY
 6 NON_IEEE1905_NEIGHBOR_DEVICE_LIST 7 IEEE1905_NEIGHBOR_DEVICE 8 LINK_METRIC_QUERY 9 TRANSMITTER_LINK_METRIC
