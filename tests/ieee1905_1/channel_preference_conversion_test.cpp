@@ -72,12 +72,12 @@ struct Known {
 };
 
 TEST(ChannelPreferenceConversion, SaysOfAListAsLittleAsItCan) {
-  constexpr unsigned long CLEAR = 1, RADAR = 2, RUNNING = 4, TODO = 8, INTERFERENCE = 16;
+  constexpr unsigned long CLEAR = 1, RADAR = 2, RUNNING = 4, DUE = 8, INTERFERENCE = 16;
   constexpr unsigned long DISTURBER = 1, OPTIMIZED = 2, DFS = 16;
   const std::tuple<APRadioBasicCapabilitiesTLV, std::vector<Known>, std::vector<Record>> rows[] = {
       // clang-format off
       {LOWER_5_GHZ, {}, {}},
-      {LOWER_5_GHZ, {{{52, 56, 60, 64}, TODO}},
+      {LOWER_5_GHZ, {{{52, 56, 60, 64}, DUE}},
        {{118, {}, 8, 10}, {119, {}, 8, 10}, {120, {}, 8, 10}, {128, {58}, 8, 10}, {129, {}, 8, 10}}},
       {LOWER_5_GHZ, {{{36}, 0, DISTURBER}, {{52, 56, 64}, CLEAR}, {{60}, RUNNING}},
        {{115, {36}, 4, 3}, {116, {36}, 4, 3}, {117, {40}, 4, 3}, {118, {60}, 9, 10}, {118, {52, 56, 64}, 12, 9},
@@ -86,7 +86,7 @@ TEST(ChannelPreferenceConversion, SaysOfAListAsLittleAsItCan) {
       {radio({{121}}), {{{100}, RADAR}, {{104}, INTERFERENCE, 0, DFS}, {{108}, 0, 0, 0, {80, TIME}, {100, TIME}},
                      {{112}, 0, 0, 0, {79, TIME}, {75, TIME}}, {{116}, 0, 0, 0, {255, TIME}, {101, TIME}},
                      {{120}, 0, 0, 0, {0, TIME}, {74, TIME}}, {{124}, 0, OPTIMIZED}, {{128}, RADAR, OPTIMIZED},
-                     {{132}, TODO, 0, DFS}, {{136}, 0, 0, DFS}, {{140}, RUNNING, 0, DFS}, {{144}, CLEAR, 0, DFS}},
+                     {{132}, DUE, 0, DFS}, {{136}, 0, 0, DFS}, {{140}, RUNNING, 0, DFS}, {{144}, CLEAR, 0, DFS}},
        {{121, {100, 128}, 0, 7}, {121, {104}, 2, 1}, {121, {108}, 3, 1}, {121, {112}, 5, 5}, {121, {124}, 6, 2},
         {121, {132, 136}, 8, 10}, {121, {140}, 9, 10}, {121, {144}, 12, 9}}},
       // clang-format on
