@@ -52,16 +52,17 @@ Character first_character(std::string_view octets) {
 
 bool is_control(char32_t code_point) { return code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0); }
 
-/// The text as UTF-8, with the characters that `is_escaped` selects shown as \xNN; they must lie below U+0100.
+/// The text as UTF-8, with the characters that `is_escaped` selects shown as `prefix` and NN; they must lie below
+/// U+0100.
 template <class Predicate>
-std::string clean(std::string_view octets, Predicate is_escaped) {
+std::string clean(std::string_view octets, Predicate is_escaped, std::string_view prefix = "\\x") {
   constexpr std::string_view DIGITS = "0123456789abcdef";
   std::string text;
   text.reserve(octets.size());
   while (!octets.empty()) {
     const Character character = first_character(octets);
     if (is_escaped(character.code_point)) {
-      text += "\\x";
+      text += prefix;
       text += DIGITS[character.code_point >> 4U];
       text += DIGITS[character.code_point & 0xFU];
     } else {
@@ -84,5 +85,10 @@ std::string for_terminal(std::string_view octets) {
 }
 
 std::string for_terminal_line(std::string_view octets) { return clean(octets, is_control); }
+
+std::string json_for_terminal(std::string_view json) {
+  return clean(
+      json, [](char32_t code_point) { return is_control(code_point) && code_point >= 0x7F; }, "\\u00");
+}
 
 }  // namespace tools

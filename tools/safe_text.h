@@ -16,4 +16,7 @@ std::string for_terminal(std::string_view octets);
 /// The same, with line feeds and tabs shown as \xNN too.
 std::string for_terminal_line(std::string_view octets);
 
+/// JSON with the control characters that it may hold as they are, DEL and C1, escaped in its own way.
+std::string json_for_terminal(std::string_view json);
+
 }  // namespace tools

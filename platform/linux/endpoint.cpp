@@ -331,11 +331,7 @@ int Endpoint::take_command(sd_bus_message* message, sd_bus_error* error) {
   std::vector<const char*> words;
   std::size_t octets = 0;
   int result = sd_bus_message_enter_container(message, 'a', "s");
-  for (const char* word = nullptr; result >= 0;) {
-    result = sd_bus_message_read_basic(message, 's', &word);
-    if (result <= 0) {
-      break;
-    }
+  for (const char* word = nullptr; result >= 0 && (result = sd_bus_message_read_basic(message, 's', &word)) > 0;) {
     octets += strlen(word) + 1;
     if (octets > QELIPC_COMMAND_MAX) {
       return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the command is too long");

@@ -78,6 +78,7 @@ TEST(SafeText, ShowsControlCharacters) {
   EXPECT_EQ(tools::for_terminal(text), "a\\x1b[2J\n\t\\x0d\\x7f\\x00\\x85\xC2\xA0.");
   EXPECT_EQ(tools::for_terminal_line(text), "a\\x1b[2J\\x0a\\x09\\x0d\\x7f\\x00\\x85\xC2\xA0.");
   EXPECT_EQ(tools::to_utf8(text), text);
+  EXPECT_EQ(tools::json_for_terminal("\"\\n\x7F\xC2\x85\"\n"), "\"\\n\\u007f\\u0085\"\n");
 }
 
 TEST(HexText, ParsesLines) {

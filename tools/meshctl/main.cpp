@@ -47,13 +47,12 @@ ExitStatus list() {
 }
 
 /// What a command answers that fails is no output to go on with.
-ExitStatus show(const Answer& answer) {
-  const std::string text = tools::for_terminal(answer.text);
+ExitStatus show(const Answer& answer, bool is_json = false) {
   if (answer.result == 0 || answer.result == CTLCMD_CLOSED) {
-    write(text);
+    write(is_json ? tools::json_for_terminal(answer.text) : tools::for_terminal(answer.text));
     return SUCCESS;
   }
-  std::fputs(text.c_str(), stderr);
+  std::fputs(tools::for_terminal(answer.text).c_str(), stderr);
   return FAILURE;
 }
 
@@ -67,7 +66,7 @@ ExitStatus shell(const Options& options) {
   Client client;
   const std::string name = choose(options, client);
   client.command_line(name, "");  // throws when nobody is there to answer
-  const std::string prompt = isatty(STDIN_FILENO) != 0 ? name + "> " : "";
+  const std::string prompt = isatty(STDIN_FILENO) != 0 ? tools::for_terminal_line(name) + "> " : "";
   for (std::string line; write(prompt), std::getline(std::cin, line);) {
     if (line.find_first_not_of(" \t") == std::string::npos) {
       continue;
@@ -110,19 +109,19 @@ ExitStatus events(const Options& options) {
       return;
     }
     JsonLine json;
-    write(json.write([&] {
+    write(tools::json_for_terminal(json.write([&] {
       json.member("time", time);
       json.member("name", tools::to_utf8(name));
       json.member("event", tools::to_utf8(event));
       json.member("data", tools::to_utf8(data));
-    }));
+    })));
   });
   return SUCCESS;
 }
 
 ExitStatus topology(const Options& options) {
   Client client;
-  return show(client.command(choose(options, client), {"mesh", "TOPOLOGY", options.format}));
+  return show(client.command(choose(options, client), {"mesh", "TOPOLOGY", options.format}), options.format == "JSON");
 }
 
 /// Asks no daemon: what has no answer was wrong to ask.
