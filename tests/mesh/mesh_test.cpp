@@ -444,7 +444,7 @@ TEST_F(MeshTest, ASlowPortKeepsNothingElseWaiting) {
   if (std::system("tc qdisc add dev t0 root tbf rate 1kbit burst 1600 limit 9000000") != 0) {
     GTEST_SKIP() << "no traffic shaping to be had";
   }
-  start_meshd("s", {"--interface", "s0", "t0", "u0"});
+  start_meshd("s", {"--discovery-interval", "600", "--interface", "s0", "t0", "u0"});
   ASSERT_TRUE(listens("s"));
   Plug near("s1");
   Plug far("u1");
@@ -556,11 +556,18 @@ TEST_F(MeshTest, FollowsItsInterface) {
   qel::test::ip("link set lo name m0");
   EXPECT_TRUE(eventually([&] { return contains(daemons_[0].err(), "meshd: cannot use m0: not an Ethernet\n"); }));
   qel::test::ip("link set m0 name lo");
-  // By the name that it was given, and by chance with the number of the old one.
-  qel::test::ip("link add m0 up index " + index + " address " + device_mac(8).to_string() + " type veth peer name m1");
-  plug.emplace("m1");
-  qel::test::ip("link set m1 up");
+  const auto make_anew = [&](const MACAddress& address) {  // by chance with the number of the old one
+    qel::test::ip("link add m0 up index " + index + " address " + address.to_string() + " type veth peer name m1");
+    plug.emplace("m1");
+    qel::test::ip("link set m1 up");
+  };
+  make_anew(device_mac(8));
   announces("made anew", device_mac(8));
+  daemons_[0].signal(SIGSTOP);
+  qel::test::remove_interface("m0");
+  make_anew(device_mac(9));
+  daemons_[0].signal(SIGCONT);
+  announces("made anew meanwhile", device_mac(9));
   EXPECT_TRUE(has_neighbor("m0")) << interfaces("m");
 }
 
