@@ -37,7 +37,7 @@ std::string octets_text(std::size_t count) { return std::to_string(count) + (cou
 /// Seconds with six decimals.
 std::string seconds_text(std::chrono::microseconds duration) {
   const std::lldiv_t parts = std::lldiv(duration.count(), 1'000'000);
-  std::array<char, 32> text{};
+  std::array<char, 64> text{};
   std::snprintf(text.data(), text.size(), "%c%lld.%06lld", duration.count() < 0 ? '-' : '+', std::llabs(parts.quot),
                 std::llabs(parts.rem));
   return text.data();
