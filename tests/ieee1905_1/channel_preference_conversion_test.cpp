@@ -191,6 +191,7 @@ TEST(ChannelPreferenceConversion, ThereAndBackIsTheSame) {
       classes.push_back({opclass});
     }
     const ChannelPreferenceConversion conversion(radio(classes), region);
+    const ChannelList whole = conversion.to_channel_list({});
     for (int round = 0; round < 20; ++round) {
       ChannelScores scores = conversion.to_scores(preferences({}));
       std::set<std::tuple<int, int, ChannelPreferenceReasonCode>> groups;
@@ -205,7 +206,7 @@ TEST(ChannelPreferenceConversion, ThereAndBackIsTheSame) {
       EXPECT_EQ(conversion.to_scores(records), scores);
 
       std::vector<ChannelEntry> entries;  // each with one bit of state or config or none, and some are missing
-      for (ChannelEntry entry : conversion.to_channel_list({}).get_channels()) {
+      for (ChannelEntry entry : whole.get_channels()) {
         const unsigned bit = below(8);
         Known{{}, bit < 5 ? 1UL << bit : 0, bit == 5 || bit == 6 ? 1UL << (bit - 5) : 0}.set(entry);
         entries.insert(entries.end(), below(64) > 0, entry);
