@@ -3,33 +3,36 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <limits>
 #include <map>
 #include <sstream>
 #include <string>
-#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace qel::test {
 
-/// The enumerator of this value as the compiler spells it, without its enumeration; empty when there is none.
-template <auto VALUE>
-std::string_view enumerator() {
-  const std::string_view function = __PRETTY_FUNCTION__;
-  const std::size_t begin = function.find("VALUE = ") + 8;
-  const std::string_view value = function.substr(begin, function.find_first_of(";]", begin) - begin);
-  return value.front() == '(' ? "" : value.substr(value.rfind(':') + 1);
+template <auto... VALUES>
+std::string spelling() {
+  return __PRETTY_FUNCTION__;
 }
 
-/// The enumerators of the 256 values from FIRST on.
+/// The enumerators of the 256 values from FIRST on as the compiler spells them, empty where there is none.
 template <class E, std::uint32_t FIRST = 0>
-constexpr auto enumerators() {
-  return []<std::uint32_t... I>(std::integer_sequence<std::uint32_t, I...>) {
-    return std::array{&enumerator<static_cast<E>(FIRST + I)>...};
+std::vector<std::string> enumerators() {
+  std::string text = []<std::uint32_t... I>(std::integer_sequence<std::uint32_t, I...>) {
+    return spelling<static_cast<E>(FIRST + I)...>();
   }
   (std::make_integer_sequence<std::uint32_t, 256>());
+  std::istringstream list(text.substr(text.find("VALUES = ") + 10));
+  std::vector<std::string> names(256);
+  for (std::string& name : names) {
+    std::getline(list >> std::ws, name, ',');
+    name.erase(std::min(name.find_first_of("}>"), name.size()));
+    name.erase(0, name.front() == '(' ? name.size() : name.rfind(':') + 1);
+  }
+  return names;
 }
 
 /// Checks for every value of an enumeration its enumerator, its text and whether it is valid, where there are such.
@@ -60,7 +63,7 @@ void check_enum(const std::string& table, const std::string& unknown = "#") {
     const auto row = rows.find(number);
     const auto page = page_of.find(number >> 8U);
     auto [name, text] = row != rows.end() ? row->second : std::pair(std::string(), unknown);
-    ASSERT_EQ(page != page_of.end() ? page->second[number & 0xFFU]() : "", name) << number;
+    ASSERT_EQ(page != page_of.end() ? page->second[number & 0xFFU] : "", name) << number;
     const auto value = static_cast<E>(number);
     if constexpr (requires { enum_to_string(value); }) {
       if (const std::size_t mark = text.find('#'); mark != std::string::npos) {
