@@ -54,6 +54,8 @@ void PeriodicTimer::start_calling(std::shared_ptr<TimerCallbackWrapperBase> call
 
 void PeriodicTimer::stop() noexcept { state_.reset(); }
 
+bool PeriodicTimer::is_running() const { return state_ != nullptr && state_->timer.is_running(); }
+
 std::uint64_t PeriodicTimer::count_missed() const { return state_ ? state_->missed : 0; }
 
 }  // namespace qel::time

@@ -31,7 +31,7 @@ class QEL_EXPORT PeriodicTimer {
     start_calling(std::make_shared<TimerCallbackWrapper<std::decay_t<F>>>(std::forward<F>(function)), period);
   }
   void stop() noexcept;
-  bool is_running() const { return state_ != nullptr; }
+  bool is_running() const;
 
   /// Calls that were due since the start and were left out; 0 when idle.
   std::uint64_t count_missed() const;

@@ -25,6 +25,8 @@
 ///     StateMachine machine;
 ///     machine.init<Waiting>();
 ///     machine.on_event(LinkUp(2));
+///
+/// All machines of a process belong to the one thread of its main loop.
 namespace qel::state_machine {
 
 class StateMachine;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <stdexcept>
 #include <utility>
 
 #include "qel/core/serialization/memory_stream.h"
@@ -67,6 +68,12 @@ class Joiner {
 };
 
 }  // namespace
+
+Reassembly::Reassembly(const Limits& limits) : limits_(limits) {
+  if (limits.messages == 0 || limits.messages_of_a_sender == 0) {
+    throw std::invalid_argument("reassembly needs room for a message");
+  }
+}
 
 std::optional<std::vector<std::uint8_t>> Reassembly::add(const MACAddress& sender, std::span<const std::uint8_t> cmdu,
                                                          TimePoint now) {

@@ -40,7 +40,8 @@ class QEL_EXPORT Reassembly {
   };
 
   Reassembly() : Reassembly(Limits{}) {}
-  explicit Reassembly(const Limits& limits) : limits_(limits) {}
+  /// Throws std::invalid_argument for a limit of 0 messages.
+  explicit Reassembly(const Limits& limits);
 
   /// Takes a CMDU from `sender`; padding may follow its TLVs. The octets are copied. Returns the octets of the whole
   /// message once they are complete: the head of its first fragment, as that of an unfragmented message, and all TLVs.

@@ -20,8 +20,14 @@ std::optional<int> status_of(pid_t child) {
 /// The kernel says nothing about children of a process that ignores the signal.
 void heed_sigchld() {
   struct sigaction action {};
-  if (::sigaction(SIGCHLD, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) {
+  if (::sigaction(SIGCHLD, nullptr, &action) != 0) {
+    return;
+  }
+  if (action.sa_handler == SIG_IGN) {
     ::signal(SIGCHLD, SIG_DFL);
+  } else if ((action.sa_flags & SA_NOCLDWAIT) != 0) {
+    action.sa_flags &= ~SA_NOCLDWAIT;
+    ::sigaction(SIGCHLD, &action, nullptr);
   }
 }
 

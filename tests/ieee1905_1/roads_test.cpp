@@ -76,8 +76,7 @@ TEST(Roads, ErrorsTellThePlace) {
     std::size_t offset;
   } rows[] = {
       {"00 00 00", "Deserialization of type std::uint16_t failed.", "in the head", 3},
-      {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E", "Cannot peek TLV type!",
-       "in AL_MAC_ADDRESS at offset 8", 17},
+      {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E", "Cannot peek TLV type!", "in AL_MAC_ADDRESS at offset 8", 17},
       {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E 02 0006 06F1", "Deserialization of type std::uint8_t failed.",
        "in MAC_ADDRESS at offset 17", 22},
       {"00 00 0003 1234 00 80 B3 0001 01 00 0000", "Unknown TLV type!MULTI_AP_PROFILE",
@@ -309,6 +308,8 @@ TEST(Roads, ReassemblyIsBounded) {
   EXPECT_FALSE(completes(other, 5, START + milliseconds(501)));
   EXPECT_EQ(reassembly.counts().expired, 1U);
 
+  EXPECT_THROW(Reassembly({.messages = 0}), std::invalid_argument);
+  EXPECT_THROW(Reassembly({.messages_of_a_sender = 0}), std::invalid_argument);
   const string large = "01 003D " + string(2 * 61, '7');
   const auto later = START + seconds(10);
   EXPECT_FALSE(reassembly.add(A, fragment(0, false, large, 6), later));

@@ -14,7 +14,7 @@ namespace meshd {
 
 namespace {
 
-/// Runs one command of the shell given as context; nothing may be thrown into the platform's C code.
+/// Runs one command of the shell given as context, and answers why it fails.
 template <class Answer>
 int answer(ctlcmd_session* session, int argc, int most_arguments, void* context, Answer&& make_answer) {
   try {

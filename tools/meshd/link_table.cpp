@@ -1,6 +1,11 @@
 #include "tools/meshd/link_table.h"
 
+#include <chrono>
+#include <ostream>
+#include <system_error>
 #include <utility>
+
+#include "qel/daemon/log.h"
 
 namespace meshd {
 
@@ -8,6 +13,9 @@ namespace {
 
 /// Datagrams in a turn. More changes than these come in the next one.
 constexpr int MOST_IN_A_TURN = 64;
+
+/// After the kernel refused an answer.
+constexpr std::chrono::seconds NEXT_TRY{1};
 
 }  // namespace
 
@@ -28,13 +36,23 @@ const Link* LinkTable::find(unsigned int index) const {
 }
 
 void LinkTable::on_readable() {
-  auto result = LinkSocket::Result::RECEIVED;
-  for (int count = 0; count < MOST_IN_A_TURN && result != LinkSocket::Result::NOTHING; ++count) {
-    result = receive(false);
-  }
-  // After an overrun the kernel tells nothing new before all is read: what changes until then would be missed.
-  if (result == LinkSocket::Result::NOTHING) {
-    ask_if_needed();
+  try {
+    auto result = LinkSocket::Result::RECEIVED;
+    for (int count = 0; count < MOST_IN_A_TURN && result != LinkSocket::Result::NOTHING; ++count) {
+      result = receive(false);
+    }
+    // After an overrun the kernel tells nothing new before all is read: what changes until then would be missed.
+    if (result == LinkSocket::Result::NOTHING && !retry_timer_.is_running()) {
+      ask_if_needed();
+    }
+  } catch (const std::system_error& error) {  // the kernel is short of memory, for example
+    is_asked_ = false;
+    must_ask_ = true;
+    if (!retry_timer_.is_running()) {
+      qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot follow the interfaces: " << error.what()
+                                  << std::endl;
+      retry_timer_.start(NEXT_TRY, [this] { on_readable(); });
+    }
   }
   on_change_();
 }

@@ -4,6 +4,7 @@
 #include <map>
 #include <set>
 
+#include "qel/daemon/timer.h"
 #include "qel/daemon/watches.h"
 #include "tools/meshd/link_socket.h"
 
@@ -35,6 +36,7 @@ class LinkTable final : public qel::daemon::ISimpleFDWatch {
   std::set<unsigned int> told_;  // since all were asked for
   bool is_asked_ = false;        // for all
   bool must_ask_ = true;
+  qel::time::Timer retry_timer_;
 };
 
 }  // namespace meshd

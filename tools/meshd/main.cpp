@@ -33,7 +33,7 @@ void scatter_message_ids() {
 }
 
 void run(const Options& options) {
-  limit_memory();
+  const std::error_code unlimited = limit_memory();
   const std::vector<int> ending{SIGTERM, SIGINT};
   const qel::daemon::BlockedSignals blocked(ending);  // to the end of the loop
   for (const std::string& component : options.debug_components) {
@@ -43,6 +43,10 @@ void run(const Options& options) {
   Mainloop loop(options.name, options.daemonize);
   if (options.daemonize && !loop.daemonized()) {
     throw std::runtime_error("cannot start as a daemon");
+  }
+  if (unlimited) {
+    qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot limit the memory: " << unlimited.message()
+                                << std::endl;
   }
   if (const std::error_code error = tools::keep_capabilities({CAP_NET_RAW})) {
     qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot give up capabilities: " << error.message()

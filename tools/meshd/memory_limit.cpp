@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <fstream>
 
 namespace meshd {
@@ -23,13 +24,13 @@ rlim_t data_size() {
 
 }  // namespace
 
-void limit_memory() {
+std::error_code limit_memory() {
   rlimit limit{};
   if (getrlimit(RLIMIT_DATA, &limit) != 0 || limit.rlim_cur <= MOST_DATA || data_size() > MOST_DATA / 2) {
-    return;  // a sanitizer has more from the start
+    return {};  // a sanitizer has more from the start
   }
   limit.rlim_cur = MOST_DATA;
-  setrlimit(RLIMIT_DATA, &limit);
+  return setrlimit(RLIMIT_DATA, &limit) == 0 ? std::error_code() : std::error_code(errno, std::generic_category());
 }
 
 }  // namespace meshd

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <exception>
+#include <new>
 #include <ostream>
 #include <stdexcept>
 #include <system_error>
@@ -107,8 +108,14 @@ bool Node::is_ours(const Link& link) const {
 
 void Node::open(std::size_t interface, const Link& link) {
   const auto take = [this, interface](const unsigned char* octets, unsigned int length) {
-    if (length <= qel::RawSock::MAX_FRAME_SIZE) {  // else reading failed, as it does when the interface goes down
+    if (length > qel::RawSock::MAX_FRAME_SIZE) {
+      return;  // reading failed, as it does when the interface goes down
+    }
+    try {
       entity_.receive(interface, {octets, length}, Clock::now());
+    } catch (const std::bad_alloc&) {
+      // A message on the bus may have taken what the limit of our data allows. The frame is lost, as on a busy link.
+      ++lost_frames_;
     }
   };
   auto socket = std::make_shared<qel::RawSock>(qel::RawSock::open_untagged(link.index, ETHERTYPE_IEEE1905), link.name,
@@ -206,6 +213,9 @@ void Node::announce_and_repeat() {
 
 void Node::tend_and_repeat() {
   tend_timer_.start(TEND_INTERVAL, [this] { tend_and_repeat(); });
+  if (const std::uint64_t lost = std::exchange(lost_frames_, 0); lost != 0) {
+    log() << LogLevels::ERROR << "no memory for " << lost << " received frames" << std::endl;
+  }
   troubles_.flush(Clock::now());
   entity_.tend(Clock::now());
 }

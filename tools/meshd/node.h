@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -68,6 +69,7 @@ class Node final : private Ports {
   DebugShell shell_;
   std::vector<Port> ports_;  // in the order of the entity's interfaces
   TroubleLog troubles_;
+  std::uint64_t lost_frames_ = 0;  // received without memory to handle them, since the last turn of tending
   OnceASecond rejections_;
   qel::time::Timer announce_timer_;
   qel::time::Timer tend_timer_;
