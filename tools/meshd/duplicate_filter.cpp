@@ -41,7 +41,7 @@ DuplicateFilter::Verdict DuplicateFilter::take(std::size_t interface, const MACA
               static_cast<std::uint8_t>(interface),
               0,
               now};
-  std::uint64_t& newest = newest_[entry.hash() >> 54U];
+  std::uint64_t& newest = newest_[static_cast<std::size_t>(entry.hash() >> 54U)];
   for (entry.next = newest; entry.next >= first_; entry.next = at(entry.next).next) {
     if (at(entry.next) == entry) {
       return Verdict::DUPLICATE;
