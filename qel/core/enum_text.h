@@ -20,7 +20,7 @@ struct EnumText {
     static_assert(std::is_enum_v<E> && sizeof(E) <= sizeof(value));
   }
 
-  std::uint16_t value;
+  std::uint16_t value;  ///< the code of the enumerator
   const char* text;
 };
 

@@ -16,6 +16,7 @@ namespace qel::ieee1905_1 {
 /// A message that was read TLV by TLV, so that one TLV that is new or damaged does not cost the others. Message itself
 /// rejects such a message whole.
 struct QEL_EXPORT LenientMessage {
+  /// One TLV, understood or not.
   struct Entry {
     RawTLV raw;          ///< borrowed from the octets that were decoded
     const TLV* tlv;      ///< in `message`; null for a type without a class and for a body that was refused

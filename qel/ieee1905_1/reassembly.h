@@ -23,6 +23,7 @@ class QEL_EXPORT Reassembly {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
+  /// What may be kept.
   struct Limits {
     std::size_t messages = 32;             ///< begun at a time; a new one takes the place of the oldest
     std::size_t messages_of_a_sender = 4;  ///< the same for each sender

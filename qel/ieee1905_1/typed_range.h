@@ -21,6 +21,7 @@ class TypedRange {
  public:
   using List = std::list<std::unique_ptr<TLV>>;
 
+  /// Passes over TLVs of other types.
   class iterator {
    public:
     using iterator_category = std::forward_iterator_tag;

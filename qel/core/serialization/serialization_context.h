@@ -57,7 +57,7 @@ class QEL_EXPORT SerializationContext {
   /// The TLV of a message that is being decoded.
   struct Place {
     std::size_t offset;  ///< of its type octet, from where the memory stream begins
-    std::uint8_t type;
+    std::uint8_t type;   ///< that octet
   };
 
   /// The TLV that the last decode came to; after a failed one, that in which it failed. Empty before the first TLV, and
