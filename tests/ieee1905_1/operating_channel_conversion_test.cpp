@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <limits>
-#include <regex>
+#include <sstream>
 
 #include "qel/core/text.h"
 #include "tests/ieee1905_1/tlv_test.h"
@@ -112,8 +112,15 @@ TEST(OperatingChannelConversion, NamesTheEntriesThatContradictAndSkipsTheUnknown
       // clang-format on
   };
   for (const auto& row : rows) {
-    const std::regex entry("(\\d+)/(\\d+)");
-    const std::string failure = std::regex_replace(row.second, entry, "OperatingClass: $1 on Channel: $2");
+    std::string failure;
+    std::istringstream words(row.second);
+    for (std::string word; words >> word;) {  // an entry is written 115/36 here
+      const auto slash = word.find('/');
+      failure += (failure.empty() ? "" : " ") +
+                 (slash == std::string::npos
+                      ? word
+                      : "OperatingClass: " + word.substr(0, slash) + " on Channel: " + word.substr(slash + 1));
+    }
     EXPECT_THAT([&] { OperatingChannelConversion().to_channel_info(report(row.first)); },
                 ThrowsMessage<std::invalid_argument>(failure));
   }
