@@ -20,6 +20,7 @@
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
 #include "qel/daemon/mainloop.h"
+#include "qel/ieee1905_1/cmdu.h"
 #include "qel/ieee1905_1/device_information_tlv.h"
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/message.h"
@@ -45,7 +46,6 @@ using namespace qel::ieee1905_1;
 
 constexpr const char* NEAR = "road0";
 constexpr const char* FAR = "road1";
-constexpr unsigned short ETHERTYPE = 0x893A;
 
 constexpr int PAIRS_OF_TURNS = 9;
 constexpr auto TURN = std::chrono::milliseconds(300);
@@ -108,7 +108,7 @@ class Sender {
     if (process_ == 0) {
       ::prctl(PR_SET_PDEATHSIG, SIGKILL);
       ::alarm(SENDER_LIFE_S);
-      const qel::FileDescriptor socket = qel::test::open_packet_socket(FAR, ETHERTYPE);
+      const qel::FileDescriptor socket = qel::test::open_packet_socket(FAR, qel::ieee1905_1::CMDU_ETHERTYPE);
       // A full queue is nothing to wait for.
       while (::write(socket.get(), frame.data(), frame.size()) >= 0 || errno == ENOBUFS) {
       }
@@ -156,7 +156,7 @@ Rate run_turn(Receive receive) {
 }
 
 Rate read_bare() {
-  const qel::FileDescriptor socket = qel::test::open_packet_socket(NEAR, ETHERTYPE);
+  const qel::FileDescriptor socket = qel::test::open_packet_socket(NEAR, qel::ieee1905_1::CMDU_ETHERTYPE);
   const timeval patience{1, 0};
   ::setsockopt(socket.get(), SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
   Octets buffer(RawSock::MAX_FRAME_SIZE);
@@ -177,7 +177,7 @@ Rate take_the_road(Mainloop& loop, std::size_t tlvs_of_a_message) {
         tlvs += message.get_list().get_TLV_list().size();
         ++frames;
       },
-      nullptr, ETHERTYPE);
+      nullptr, qel::ieee1905_1::CMDU_ETHERTYPE);
   loop.add_watch(sock);
   const Rate rate = run_turn([&] {
     const unsigned long before = frames;

@@ -1,4 +1,4 @@
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "fuzz/round_trip.h"
-#include "tools/meshd/topology_view.h"
+#include "tools/meshd/view/topology_view.h"
 
 /// Any sequence of frames, time and commands as what an entity meets. It answers no more than its limits allow, says
 /// nothing of its own but upon a question or a discovery, relays nothing twice while it is remembered, lets no device
@@ -52,7 +52,7 @@ constexpr std::size_t ROUND = INTERFACES + 4 * meshd::NeighborTable::MAX_LINKS; 
 constexpr std::size_t MESSAGE_ID = meshd::ETHER_HEADER_SIZE + 4;
 
 MACAddress address(unsigned int number) {
-  return number == 0 ? meshd::MULTICAST_ADDRESS
+  return number == 0 ? qel::ieee1905_1::CMDU_MULTICAST_ADDRESS
                      : MACAddress({2, 0x19, 5, static_cast<std::uint8_t>(number < 0x80 ? 0xA0 : 0x10), 0,
                                    static_cast<std::uint8_t>(number & 0x7FU)});
 }
@@ -204,7 +204,8 @@ class World final : public meshd::Ports {
     require(words_ <= (is_discovery ? MOST_WORDS : 0), "it speaks when it is spoken to");
     require(word_octets_ <= MOST_GROWTH * received.size(), "a discovery is not amplified");
     require(answers_ - answers <= 1, "a question has one answer");
-    require(answers_ == answers || parsed->destination != meshd::MULTICAST_ADDRESS, "a question to all has none");
+    require(answers_ == answers || parsed->destination != qel::ieee1905_1::CMDU_MULTICAST_ADDRESS,
+            "a question to all has none");
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now_.time_since_epoch()).count() + 1;
     require(answers_ <=
                 static_cast<std::size_t>(meshd::Entity::ANSWERS_AT_ONCE + meshd::Entity::ANSWERS_A_SECOND * seconds),

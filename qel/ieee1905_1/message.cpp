@@ -7,6 +7,7 @@
 
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
+#include "qel/ieee1905_1/cmdu.h"
 #include "qel/ieee1905_1/tlv_factory.h"
 
 namespace qel::ieee1905_1 {
@@ -101,7 +102,10 @@ std::ostream& operator<<(std::ostream& os, const Message& message) {
 DecodeException::~DecodeException() = default;
 
 std::string DecodeException::place() const {
-  return tlv_ ? "in " + enum_to_string(tlv_->type) + " at offset " + std::to_string(tlv_->offset) : "in the head";
+  if (tlv_) {
+    return "in " + enum_to_string(tlv_->type) + " at offset " + std::to_string(tlv_->offset);
+  }
+  return offset_ < MESSAGE_HEAD_SIZE ? "in the head" : "at offset " + std::to_string(offset_);
 }
 
 Message decode(std::span<const std::uint8_t> cmdu, SerializationContext& context, std::size_t* size) {

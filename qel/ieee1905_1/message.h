@@ -154,10 +154,11 @@ class QEL_EXPORT DecodeException final : public serialization::SerializationExce
   /// How many octets were read.
   std::size_t get_offset() const { return offset_; }
 
-  /// The TLV that was being decoded, empty when it was the head.
+  /// The TLV that was being decoded, empty when it was none.
   const std::optional<Place>& get_tlv() const { return tlv_; }
 
-  /// The place for a log, such as "in DEVICE_INFORMATION at offset 17", or "in the head".
+  /// The place for a log, such as "in DEVICE_INFORMATION at offset 17", "in the head", or "at offset 8" where
+  /// a TLV is missing.
   std::string place() const;
 
  private:

@@ -29,8 +29,8 @@
 #include "tests/net/private_network.h"
 #include "tests/platform/private_bus.h"
 #include "tests/support/emulator.h"
-#include "tools/meshd/frame.h"
-#include "tools/meshd/messages.h"
+#include "tools/meshd/entity/frame.h"
+#include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {
 namespace {
@@ -81,13 +81,13 @@ Octets captured_frame(const std::string& path, std::size_t place) {
 /// The test's end of a cable.
 class Plug {
  public:
-  explicit Plug(const std::string& interface) : socket_(qel::test::open_packet_socket(interface, ETHERTYPE_IEEE1905)) {}
+  explicit Plug(const std::string& interface) : socket_(qel::test::open_packet_socket(interface, CMDU_ETHERTYPE)) {}
 
   void send(const Octets& frame) {
     ASSERT_EQ(::send(socket_.get(), frame.data(), frame.size(), 0), static_cast<ssize_t>(frame.size()));
   }
 
-  void send(const Message& message, const MACAddress& source, const MACAddress& destination = MULTICAST_ADDRESS,
+  void send(const Message& message, const MACAddress& source, const MACAddress& destination = CMDU_MULTICAST_ADDRESS,
             const Octets& tags = {}, std::size_t least_size = 0) {
     Codec codec;
     const auto octets = codec.encode(destination, source, message);
@@ -390,7 +390,7 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
       frame[14 + random() % (frame.size() - 14)] = static_cast<std::uint8_t>(random());
     }
     frame.resize(14 + random() % (frame.size() - 13));
-    std::copy(MULTICAST_ADDRESS.octets().begin(), MULTICAST_ADDRESS.octets().end(), frame.begin());
+    std::copy(CMDU_MULTICAST_ADDRESS.octets().begin(), CMDU_MULTICAST_ADDRESS.octets().end(), frame.begin());
     near.send(frame);
     ASSERT_TRUE(count % 50 != 0 || catch_up()) << "after " << count << " frames";
   }
@@ -449,7 +449,8 @@ TEST_F(MeshTest, ASlowPortKeepsNothingElseWaiting) {
   Plug near("s1");
   Plug far("u1");
   for (std::uint8_t device = 1; device <= 150; ++device) {
-    near.send(topology_notification(device_mac(device)), device_mac(device), MULTICAST_ADDRESS, {}, MAX_FRAME_SIZE);
+    near.send(topology_notification(device_mac(device)), device_mac(device), CMDU_MULTICAST_ADDRESS, {},
+              MAX_FRAME_SIZE);
     ASSERT_TRUE(far.receive([&](const Frame& frame) { return originator(frame) == device_mac(device); })) << +device;
   }
   EXPECT_THAT(interfaces("s"),
@@ -483,7 +484,7 @@ TEST_F(MeshTest, OnlyUntaggedFramesAreItsOwn) {
   for (const auto& [tags, taken] : rows) {
     const MACAddress sender = device_mac(++device);
     near.send(topology_query(), sender, device_mac(99), tags);
-    near.send(topology_notification(sender), sender, MULTICAST_ADDRESS, tags);
+    near.send(topology_notification(sender), sender, CMDU_MULTICAST_ADDRESS, tags);
     if (taken) {
       expected.insert(sender);
     }

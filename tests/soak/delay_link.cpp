@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tests/net/private_network.h"
-#include "tools/meshd/frame.h"
+#include "tools/meshd/entity/frame.h"
 
 namespace {
 
@@ -49,8 +49,8 @@ struct Held {
 /// Takes the names of both interfaces and the delay in ms.
 int main(int argc, char** argv) {
   if (argc == 4) {
-    const qel::FileDescriptor left = qel::test::open_packet_socket(argv[1], meshd::ETHERTYPE_IEEE1905);
-    const qel::FileDescriptor right = qel::test::open_packet_socket(argv[2], meshd::ETHERTYPE_IEEE1905);
+    const qel::FileDescriptor left = qel::test::open_packet_socket(argv[1], qel::ieee1905_1::CMDU_ETHERTYPE);
+    const qel::FileDescriptor right = qel::test::open_packet_socket(argv[2], qel::ieee1905_1::CMDU_ETHERTYPE);
     carry({left.get(), right.get()}, std::chrono::milliseconds(std::atoi(argv[3])));
   }
   return 2;

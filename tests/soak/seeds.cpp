@@ -13,7 +13,7 @@
 #include "qel/ieee1905_1/tlv_factory.h"
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
-#include "tools/meshd/frame.h"
+#include "tools/meshd/entity/frame.h"
 
 namespace soak {
 
@@ -113,11 +113,11 @@ Seeds read_seeds(const std::string& test_data, const Octets& source) {
   Seeds seeds;
   seeds.message_types = known_message_types();
   const std::filesystem::path folder(test_data);
-  const auto& group = meshd::MULTICAST_ADDRESS.octets();
+  const auto& group = qel::ieee1905_1::CMDU_MULTICAST_ADDRESS.octets();
   for (const auto& entry : std::filesystem::directory_iterator(folder / "corpus" / "message")) {
     Octets frame(group.begin(), group.end());
     frame.insert(frame.end(), source.begin(), source.end());
-    frame.insert(frame.end(), {meshd::ETHERTYPE_IEEE1905 >> 8U, meshd::ETHERTYPE_IEEE1905 & 0xFFU});
+    frame.insert(frame.end(), {qel::ieee1905_1::CMDU_ETHERTYPE >> 8U, qel::ieee1905_1::CMDU_ETHERTYPE & 0xFFU});
     const Octets message = read_file(entry.path());
     frame.insert(frame.end(), message.begin(), message.end());
     const std::string fault = add(seeds, std::move(frame));

@@ -26,7 +26,7 @@
 
 #include "qel/net/raw_sock.h"
 #include "tests/soak/seeds.h"
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 namespace soak {
 
@@ -78,7 +78,8 @@ class Oracle final : private meshd::Ports {
   void on_neighbor_found(const meshd::Neighbor&, std::size_t) override {}
   void on_neighbor_lost(const MACAddress&) override {}
   void on_rejected(const meshd::Frame& frame, const std::string&) override {
-    rejected_behind_ += frame.head.get_relay_indicator() && frame.destination == meshd::MULTICAST_ADDRESS ? 1U : 0U;
+    rejected_behind_ +=
+        frame.head.get_relay_indicator() && frame.destination == qel::ieee1905_1::CMDU_MULTICAST_ADDRESS ? 1U : 0U;
   }
 
   meshd::Entity entity_;
@@ -89,7 +90,8 @@ class Traffic {
  public:
   Traffic(const std::string& interface, const std::string& test_data, const MACAddress& al_mac,
           const std::string& process, std::uint16_t identifier)
-      : socket_(interface, qel::RawSock::DataCallback(), qel::RawSock::WritableCallback(), meshd::ETHERTYPE_IEEE1905),
+      : socket_(interface, qel::RawSock::DataCallback(), qel::RawSock::WritableCallback(),
+                qel::ieee1905_1::CMDU_ETHERTYPE),
         seeds_(read_seeds(test_data, Octets(OURS.octets().begin(), OURS.octets().end()))),
         sockets_("/proc/" + process + "/net/packet"),
         oracle_(al_mac),

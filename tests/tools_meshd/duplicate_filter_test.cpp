@@ -1,4 +1,4 @@
-#include "tools/meshd/duplicate_filter.h"
+#include "tools/meshd/entity/duplicate_filter.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 #include <gmock/gmock.h>
 
@@ -7,7 +7,7 @@
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "tests/tools_meshd/wire.h"
-#include "tools/meshd/messages.h"
+#include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {
 namespace {
@@ -22,7 +22,7 @@ using testing::SizeIs;
 const TimePoint START{};
 
 Octets frame_of(const Message& message, const qel::MACAddress& source,
-                const qel::MACAddress& destination = MULTICAST_ADDRESS) {
+                const qel::MACAddress& destination = CMDU_MULTICAST_ADDRESS) {
   Codec codec;
   const auto octets = codec.encode(destination, source, message);
   return {octets.begin(), octets.end()};
@@ -232,7 +232,7 @@ TEST(Entity, RelaysWhatItCannotDecodeButNotWhatIsNotToBeRelayed) {
   Octets unknown_tlv = frame_of(bare(TOPOLOGY_NOTIFICATION_MESSAGE, 5, true), device_mac(9));
   unknown_tlv[22] = 17;  // the type of the first TLV: one without a class
   EXPECT_THAT(answers(device, unknown_tlv), SizeIs(1));
-  EXPECT_THAT(device.ports.events, ElementsAre("rejected: Unknown TLV type!WSC"));
+  EXPECT_THAT(device.ports.events, ElementsAre("rejected: Unknown TLV type!WSC in WSC at offset 8"));
   EXPECT_THAT(answers(device, frame_of(bare(SEARCH, 6, true), device_mac(9))), SizeIs(1));
   EXPECT_THAT(answers(device, frame_of(bare(SEARCH, 7), device_mac(9))), IsEmpty());
   EXPECT_THAT(answers(device, frame_of(bare(SEARCH, 8, true), device_mac(9), device_mac(1))), IsEmpty());
@@ -264,14 +264,14 @@ TEST(Entity, AnswersNothingThatIsNotForItOrMeansNothingToIt) {
       frame_of(bare(MessageType(0x1234), 71), device_mac(2), device_mac(1)),
       frame_of(fragment, device_mac(2), device_mac(1)),
       frame_of(topology_discovery(qel::MACAddress(), interface_mac(0x21)), device_mac(2)),
-      frame_of(topology_discovery(device_mac(2), MULTICAST_ADDRESS), device_mac(2)),
+      frame_of(topology_discovery(device_mac(2), CMDU_MULTICAST_ADDRESS), device_mac(2)),
   };
   for (const Octets& octets : silent) {
     EXPECT_THAT(answers(device, octets), IsEmpty()) << &octets - silent;
   }
   EXPECT_THAT(device.entity.neighbors().all(), IsEmpty());
   EXPECT_THAT(device.ports.events,
-              ElementsAre("rejected: Cannot peek TLV type!", "rejected: Fragments are not put together"));
+              ElementsAre("rejected: Cannot peek TLV type! at offset 8", "rejected: Fragments are not put together"));
 
   EXPECT_THAT(answers(device, frame_of(topology_query(), device_mac(2), interface_mac(0x11))), SizeIs(1));
 }
@@ -453,7 +453,7 @@ TEST(Entity, TellsTheNeighborsThatItBlocksAnInterfaceAndLeavesItAlone) {
   const auto interfaces_used = [&] {
     std::vector<std::size_t> used;
     for (const SentFrame& frame : device.ports.take()) {
-      if (frame.destination() == MULTICAST_ADDRESS) {
+      if (frame.destination() == CMDU_MULTICAST_ADDRESS) {
         used.push_back(frame.interface);
       }
     }
@@ -497,7 +497,7 @@ TEST(Entity, RefusesToBeBuiltWithoutAnInterfaceOrAnAddress) {
   EXPECT_THROW(Entity(Device::config(1, Entity::MAX_INTERFACES + 1, std::chrono::seconds(1)), ports),
                std::invalid_argument);
   Entity::Config config = Device::config(1, 1, std::chrono::seconds(1));
-  config.al_mac = MULTICAST_ADDRESS;
+  config.al_mac = CMDU_MULTICAST_ADDRESS;
   EXPECT_THROW(Entity(config, ports), std::invalid_argument);
 }
 

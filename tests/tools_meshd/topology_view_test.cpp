@@ -1,9 +1,9 @@
-#include "tools/meshd/topology_view.h"
+#include "tools/meshd/view/topology_view.h"
 
 #include <gmock/gmock.h>
 
 #include "tests/tools_meshd/wire.h"
-#include "tools/meshd/messages.h"
+#include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {
 namespace {

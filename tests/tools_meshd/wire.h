@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 namespace meshd::test {
 

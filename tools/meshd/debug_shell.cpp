@@ -8,7 +8,7 @@
 
 #include "ctlcmd.h"
 #include "qel/core/text.h"
-#include "tools/meshd/topology_view.h"
+#include "tools/meshd/view/topology_view.h"
 
 namespace meshd {
 

@@ -5,7 +5,7 @@
 
 #include "qel/daemon/ctlcmd_module.h"
 #include "qel/daemon/mainloop.h"
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 namespace meshd {
 

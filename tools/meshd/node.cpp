@@ -20,6 +20,8 @@ namespace {
 
 using qel::MACAddress;
 using qel::debug::LogLevels;
+using qel::ieee1905_1::CMDU_ETHERTYPE;
+using qel::ieee1905_1::CMDU_MULTICAST_ADDRESS;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds TEND_INTERVAL{1};
@@ -118,10 +120,10 @@ void Node::open(std::size_t interface, const Link& link) {
       ++lost_frames_;
     }
   };
-  auto socket = std::make_shared<qel::RawSock>(qel::RawSock::open_untagged(link.index, ETHERTYPE_IEEE1905), link.name,
-                                               take, qel::RawSock::WritableCallback());
+  auto socket = std::make_shared<qel::RawSock>(qel::RawSock::open_untagged(link.index, CMDU_ETHERTYPE), link.name, take,
+                                               qel::RawSock::WritableCallback());
   socket->set_nonblocking();
-  for (const MACAddress& address : {MULTICAST_ADDRESS, entity_.config().al_mac}) {
+  for (const MACAddress& address : {CMDU_MULTICAST_ADDRESS, entity_.config().al_mac}) {
     if (const std::error_code error = socket->accept_address(address)) {
       throw std::system_error(error);
     }

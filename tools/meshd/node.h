@@ -11,10 +11,10 @@
 #include "qel/daemon/timer.h"
 #include "qel/net/raw_sock.h"
 #include "tools/meshd/debug_shell.h"
-#include "tools/meshd/entity.h"
-#include "tools/meshd/link_table.h"
+#include "tools/meshd/entity/entity.h"
 #include "tools/meshd/options.h"
-#include "tools/meshd/state_reader.h"
+#include "tools/meshd/ports/link_table.h"
+#include "tools/meshd/ports/state_reader.h"
 #include "tools/meshd/trouble_log.h"
 
 namespace meshd {

@@ -9,7 +9,7 @@
 #include <set>
 #include <string_view>
 
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 namespace meshd {
 

@@ -1,4 +1,4 @@
-#include "tools/meshd/state_reader.h"
+#include "tools/meshd/ports/state_reader.h"
 
 #include <linux/ethtool.h>
 #include <linux/sockios.h>

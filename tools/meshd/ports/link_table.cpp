@@ -1,4 +1,4 @@
-#include "tools/meshd/link_table.h"
+#include "tools/meshd/ports/link_table.h"
 
 #include <chrono>
 #include <ostream>

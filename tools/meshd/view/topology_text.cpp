@@ -3,7 +3,7 @@
 #include <sstream>
 #include <utility>
 
-#include "tools/meshd/topology_view.h"
+#include "tools/meshd/view/topology_view.h"
 
 namespace meshd {
 

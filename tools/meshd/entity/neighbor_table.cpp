@@ -1,4 +1,4 @@
-#include "tools/meshd/neighbor_table.h"
+#include "tools/meshd/entity/neighbor_table.h"
 
 #include <algorithm>
 #include <map>

@@ -1,9 +1,9 @@
-#include "tools/meshd/topology_view.h"
+#include "tools/meshd/view/topology_view.h"
 
 #include <algorithm>
 #include <utility>
 
-#include "tools/meshd/messages.h"
+#include "tools/meshd/entity/messages.h"
 
 namespace meshd {
 

@@ -6,7 +6,7 @@
 
 #include "qel/daemon/timer.h"
 #include "qel/daemon/watches.h"
-#include "tools/meshd/link_socket.h"
+#include "tools/meshd/ports/link_socket.h"
 
 namespace meshd {
 

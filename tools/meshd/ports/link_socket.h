@@ -8,7 +8,7 @@
 
 #include "qel/core/mac_address.h"
 #include "qel/net/file_descriptor.h"
-#include "tools/meshd/local_interface.h"
+#include "tools/meshd/entity/local_interface.h"
 
 struct nlmsghdr;
 

@@ -12,7 +12,7 @@
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/neighbor_tlvs.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
-#include "tools/meshd/token_bucket.h"
+#include "tools/meshd/entity/token_bucket.h"
 
 namespace meshd {
 

@@ -10,7 +10,7 @@
 #include "qel/ieee1905_1/link_metric_information.h"
 #include "qel/ieee1905_1/media_type.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 namespace meshd {
 

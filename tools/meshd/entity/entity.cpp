@@ -1,4 +1,4 @@
-#include "tools/meshd/entity.h"
+#include "tools/meshd/entity/entity.h"
 
 #include <algorithm>
 #include <stdexcept>
@@ -10,7 +10,7 @@
 #include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
-#include "tools/meshd/messages.h"
+#include "tools/meshd/entity/messages.h"
 
 namespace meshd {
 
@@ -18,43 +18,6 @@ namespace {
 
 using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
 using qel::MACAddress;
-
-/// The first TLV of this type, null when there is none. A decoded TLV is of the class that belongs to its type.
-template <class T>
-const T* find(const Message& message, TLVType type) {
-  for (const auto& tlv : message.get_list().get_TLV_list()) {
-    if (tlv->get_type() == type) {
-      return static_cast<const T*>(tlv.get());
-    }
-  }
-  return nullptr;
-}
-
-/// All TLVs of this type.
-template <class T>
-std::vector<T> collect(const Message& message, TLVType type) {
-  std::vector<T> found;
-  for (const auto& tlv : message.get_list().get_TLV_list()) {
-    if (tlv->get_type() == type) {
-      found.push_back(static_cast<const T&>(*tlv));
-    }
-  }
-  return found;
-}
-
-/// The first of this system's payloads of this type, null when there is none.
-template <class T>
-const T* find_vendor(const Message& message, QELVendorTLVType type) {
-  for (const auto& tlv : message.get_list().get_TLV_list()) {
-    if (tlv->get_type() == TLVType::VENDOR_SPECIFIC) {
-      const VendorSpecific& payload = *static_cast<const VendorSpecificTLV&>(*tlv).get_vendor_specific();
-      if (payload.get_type() == type) {
-        return static_cast<const T*>(&payload);
-      }
-    }
-  }
-  return nullptr;
-}
 
 /// The link that was heard of last.
 const NeighborLink& best_link(const Neighbor& neighbor) {
@@ -64,10 +27,17 @@ const NeighborLink& best_link(const Neighbor& neighbor) {
 }
 
 /// The address that the message names, zero when it names none.
-template <TLVType TYPE>
+template <class T>
 MACAddress named_address(const Message& message) {
-  const auto* tlv = find<MACAddressTLVCommon<TYPE>>(message, TYPE);
+  const T* tlv = message.find<T>();
   return tlv == nullptr ? MACAddress() : tlv->get_MAC();
+}
+
+/// Copies of all TLVs of the class.
+template <class T>
+std::vector<T> collect(const Message& message) {
+  const auto range = message.all<T>();
+  return {range.begin(), range.end()};
 }
 
 bool is_understood(MessageType type) {
@@ -127,7 +97,7 @@ void Entity::tend(TimePoint now) {
     const Message notification = topology_notification(config_.al_mac);
     for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
       if (!blocked_[interface]) {
-        send(interface, MULTICAST_ADDRESS, notification);
+        send(interface, CMDU_MULTICAST_ADDRESS, notification);
       }
     }
   }
@@ -213,12 +183,12 @@ std::vector<InterfaceState> Entity::read_states() const {
 
 bool Entity::is_for_us(const Received& received) const {
   const MACAddress& destination = received.frame.destination;
-  return destination == MULTICAST_ADDRESS || destination == config_.al_mac ||
+  return destination == CMDU_MULTICAST_ADDRESS || destination == config_.al_mac ||
          destination == config_.interfaces[received.interface].mac;
 }
 
 bool Entity::is_to_be_relayed(const Received& received) const {
-  return received.frame.head.get_relay_indicator() && received.frame.destination == MULTICAST_ADDRESS;
+  return received.frame.head.get_relay_indicator() && received.frame.destination == CMDU_MULTICAST_ADDRESS;
 }
 
 /// Unchanged, and whether or not it is understood (IEEE 1905.1-2013, 7.2).
@@ -238,7 +208,7 @@ void Entity::relay(const Received& received, bool has_room) {
 /// A question to all would have all of the mesh answer to an address that anybody can forge: only one that is put to us
 /// alone is answered, as the standard has it, and not more often than a neighbour needs.
 bool Entity::may_answer(const Received& received) {
-  if (received.frame.destination == MULTICAST_ADDRESS) {
+  if (received.frame.destination == CMDU_MULTICAST_ADDRESS) {
     return false;
   }
   NeighborLink* link = neighbors_.find_link(received.frame.source, received.interface);
@@ -261,6 +231,9 @@ void Entity::process(const Received& received) {
     }
     const Message message = codec_.decode(received.frame);
     ++(dispatch(received, message) ? counts_.processed : counts_.ignored);
+  } catch (const DecodeException& exception) {
+    ++counts_.rejected;
+    ports_.on_rejected(received.frame, std::string(exception.what()) + ' ' + exception.place());
   } catch (const qel::serialization::SerializationException& exception) {
     ++counts_.rejected;
     ports_.on_rejected(received.frame, exception.what());
@@ -289,8 +262,8 @@ bool Entity::dispatch(const Received& received, const Message& message) {
 }
 
 bool Entity::on_topology_discovery(const Received& received, const Message& message) {
-  const MACAddress al_mac = named_address<TLVType::AL_MAC_ADDRESS>(message);
-  const MACAddress mac = named_address<TLVType::MAC_ADDRESS>(message);
+  const MACAddress al_mac = named_address<ALMACAddressTLV>(message);
+  const MACAddress mac = named_address<InterfaceMACAddressTLV>(message);
   if (!is_valid_individual_mac_address(al_mac) || !is_non_zero_individual_mac_address(mac)) {
     return false;
   }
@@ -325,7 +298,7 @@ bool Entity::on_topology_discovery(const Received& received, const Message& mess
 
 /// It is asked later: whoever sends many notifications gets few questions.
 bool Entity::on_topology_notification(const Message& message) {
-  Neighbor* neighbor = neighbors_.find(named_address<TLVType::AL_MAC_ADDRESS>(message));
+  Neighbor* neighbor = neighbors_.find(named_address<ALMACAddressTLV>(message));
   if (neighbor == nullptr) {
     return false;
   }
@@ -345,17 +318,17 @@ bool Entity::on_topology_query(const Received& received) {
 
 bool Entity::on_topology_response(const Received& received, const Message& message) {
   Neighbor* neighbor = take_answer(received, &Neighbor::topology_questions);
-  const auto* device = find<DeviceInformationTLV>(message, TLVType::DEVICE_INFORMATION);
+  const auto* device = message.find<DeviceInformationTLV>();
   if (neighbor == nullptr || device == nullptr || device->get_AL_MAC() != neighbor->al_mac) {
     return false;
   }
   neighbor->device = *device;
-  neighbor->neighbors = collect<IEEE1905NeighborDeviceTLV>(message, TLVType::IEEE1905_NEIGHBOR_DEVICE);
+  neighbor->neighbors = collect<IEEE1905NeighborDeviceTLV>(message);
   return true;
 }
 
 bool Entity::on_link_metric_query(const Received& received, const Message& message) {
-  const auto* query = find<LinkMetricQueryTLV>(message, TLVType::LINK_METRIC_QUERY);
+  const auto* query = message.find<LinkMetricQueryTLV>();
   if (query == nullptr || !is_valid(*query) || !may_answer(received)) {
     return false;
   }
@@ -370,8 +343,8 @@ bool Entity::on_link_metric_response(const Received& received, const Message& me
   if (neighbor == nullptr) {
     return false;
   }
-  neighbor->transmitter_metrics = collect<TransmitterLinkMetricTLV>(message, TLVType::TRANSMITTER_LINK_METRIC);
-  neighbor->receiver_metrics = collect<ReceiverLinkMetricTLV>(message, TLVType::RECEIVER_LINK_METRIC);
+  neighbor->transmitter_metrics = collect<TransmitterLinkMetricTLV>(message);
+  neighbor->receiver_metrics = collect<ReceiverLinkMetricTLV>(message);
   const auto is_about_another = [neighbor](const auto& tlv) { return tlv.get_local_AL_MAC() != neighbor->al_mac; };
   std::erase_if(neighbor->transmitter_metrics, is_about_another);
   std::erase_if(neighbor->receiver_metrics, is_about_another);
@@ -385,7 +358,7 @@ bool Entity::on_vendor_specific(const Received& received, const Message& message
   }
   switch (get_qel_message_type(message)) {
     case QELMessageType::QEL_MESHD_VERSION_MESSAGE: {
-      const auto* version = find_vendor<QELMeshdVersionTLV>(message, QELVendorTLVType::QEL_MESHD_VERSION_TLV);
+      const auto* version = message.find_vendor<QELMeshdVersionTLV>();
       if (version == nullptr) {
         return false;
       }
@@ -393,8 +366,7 @@ bool Entity::on_vendor_specific(const Received& received, const Message& message
       return true;
     }
     case QELMessageType::QEL_BLOCKED_INTERFACE_LIST_MESSAGE: {
-      const auto* list =
-          find_vendor<QELBlockedInterfaceListTLV>(message, QELVendorTLVType::QEL_BLOCKED_INTERFACE_LIST_TLV);
+      const auto* list = message.find_vendor<QELBlockedInterfaceListTLV>();
       neighbor->blocked_interfaces =
           list == nullptr ? std::vector<QELBlockedInterface>() : list->get_blocked_interfaces();
       return true;
@@ -406,7 +378,7 @@ bool Entity::on_vendor_specific(const Received& received, const Message& message
 
 void Entity::announce_on(std::size_t interface) {
   if (!blocked_[interface]) {
-    send(interface, MULTICAST_ADDRESS, topology_discovery(config_.al_mac, config_.interfaces[interface].mac));
+    send(interface, CMDU_MULTICAST_ADDRESS, topology_discovery(config_.al_mac, config_.interfaces[interface].mac));
   }
 }
 

@@ -3,8 +3,8 @@
 #include <chrono>
 #include <map>
 
-#include "tools/meshd/link_socket.h"
-#include "tools/meshd/local_interface.h"
+#include "tools/meshd/entity/local_interface.h"
+#include "tools/meshd/ports/link_socket.h"
 
 namespace meshd {
 

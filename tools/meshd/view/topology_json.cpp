@@ -2,7 +2,7 @@
 
 #include "qel/core/serialization/json_serializable_type.h"
 #include "qel/core/serialization/yajl_wrappers.h"
-#include "tools/meshd/topology_view.h"
+#include "tools/meshd/view/topology_view.h"
 
 namespace meshd {
 

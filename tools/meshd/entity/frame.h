@@ -9,18 +9,15 @@
 #include "qel/core/mac_address.h"
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
+#include "qel/ieee1905_1/cmdu.h"
 #include "qel/ieee1905_1/message.h"
 #include "qel/net/ether_header.h"
 #include "qel/net/raw_sock.h"
 
 namespace meshd {
 
-inline constexpr std::uint16_t ETHERTYPE_IEEE1905 = 0x893A;
 inline constexpr std::size_t ETHER_HEADER_SIZE = sizeof(qel::EtherHeader);
 inline constexpr std::size_t MAX_FRAME_SIZE = qel::RawSock::MAX_FRAME_SIZE;
-
-/// Where discovery and everything to be relayed goes (IEEE 1905.1-2013, 6.1).
-inline constexpr qel::MACAddress MULTICAST_ADDRESS({0x01, 0x80, 0xC2, 0x00, 0x00, 0x13});
 
 /// A received frame, read as far as its TLVs need not be understood.
 struct Frame {
@@ -28,6 +25,8 @@ struct Frame {
   qel::MACAddress source;
   qel::ieee1905_1::MessageHead head;
   std::span<const std::uint8_t> octets;  ///< all of it; borrowed
+
+  std::span<const std::uint8_t> cmdu() const { return octets.subspan(ETHER_HEADER_SIZE); }
 };
 
 /// Encodes and decodes messages, and keeps the memory for it.

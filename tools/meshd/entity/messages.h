@@ -9,8 +9,8 @@
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/message.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
-#include "tools/meshd/local_interface.h"
-#include "tools/meshd/neighbor_table.h"
+#include "tools/meshd/entity/local_interface.h"
+#include "tools/meshd/entity/neighbor_table.h"
 
 // The messages that the entity sends. Requests take a new message identifier, answers that of the request; each is one
 // fragment and ends with the End-of-message TLV.

@@ -1,15 +1,13 @@
-#include "tools/meshd/messages.h"
+#include "tools/meshd/entity/messages.h"
 
 #include <map>
-#include <memory>
 #include <string>
 #include <utility>
 
-#include "qel/core/vendor_oui.h"
 #include "qel/ieee1905_1/framework_tlvs.h"
+#include "qel/ieee1905_1/message_builder.h"
 #include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
-#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 
 namespace meshd {
 
@@ -19,30 +17,13 @@ using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all o
 using qel::BasicVersion;
 using qel::MACAddress;
 
-using ALMACAddressTLV = MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>;
-using InterfaceMACAddressTLV = MACAddressTLVCommon<TLVType::MAC_ADDRESS>;
-
 constexpr std::uint16_t GIGABIT = 1000;     // Mb/s
 constexpr std::uint8_t RCPI_UNKNOWN = 255;  // a wire has none
 
-template <class T, class... Arguments>
-void add(Message& message, Arguments&&... arguments) {
-  message.get_list().add_TLV(std::make_unique<T>(std::forward<Arguments>(arguments)...));
-}
-
-Message begin(MessageType type, std::uint16_t message_id, bool relay = false) {
-  return Message(MessageHead(MessageVersion::IEEE1905_1, type, message_id, 0, true, relay));
-}
-
 /// One of this system's own messages.
-Message begin(QELMessageType type) {
-  Message message = begin(MessageType::VENDOR_SPECIFIC_MESSAGE, make_IEEE1905_1_msg_id());
-  add<VendorSpecificTLV>(message, qel::VENDOR_OUI, std::make_unique<QELMessageTypeTLV>(type));
-  return message;
-}
-
-Message end(Message message) {
-  add<EndOfMessageTLV>(message);
+MessageBuilder begin(QELMessageType type) {
+  MessageBuilder message(MessageType::VENDOR_SPECIFIC_MESSAGE);
+  message.add(QELMessageTypeTLV(type));
   return message;
 }
 
@@ -86,90 +67,81 @@ IEEE1905NeighborDeviceTLV neighbors_on(std::size_t index, const MACAddress& mac,
 }  // namespace
 
 Message topology_discovery(const MACAddress& al_mac, const MACAddress& interface) {
-  Message message = begin(MessageType::TOPOLOGY_DISCOVERY_MESSAGE, make_IEEE1905_1_msg_id());
-  add<ALMACAddressTLV>(message, al_mac);
-  add<InterfaceMACAddressTLV>(message, interface);
-  return end(std::move(message));
+  return make_message(MessageType::TOPOLOGY_DISCOVERY_MESSAGE, make_IEEE1905_1_msg_id(), ALMACAddressTLV(al_mac),
+                      InterfaceMACAddressTLV(interface));
 }
 
 Message topology_notification(const MACAddress& al_mac) {
-  Message message = begin(MessageType::TOPOLOGY_NOTIFICATION_MESSAGE, make_IEEE1905_1_msg_id(), true);
-  add<ALMACAddressTLV>(message, al_mac);
-  return end(std::move(message));
+  return MessageBuilder(MessageType::TOPOLOGY_NOTIFICATION_MESSAGE).relay().add(ALMACAddressTLV(al_mac)).build();
 }
 
-Message topology_query() { return end(begin(MessageType::TOPOLOGY_QUERY_MESSAGE, make_IEEE1905_1_msg_id())); }
+Message topology_query() { return make_message(MessageType::TOPOLOGY_QUERY_MESSAGE, make_IEEE1905_1_msg_id()); }
 
 Message topology_response(std::uint16_t message_id, const MACAddress& al_mac,
                           const std::vector<LocalInterface>& interfaces, const std::vector<InterfaceState>& states,
                           const NeighborTable& neighbors) {
-  Message message = begin(MessageType::TOPOLOGY_RESPONSE_MESSAGE, message_id);
+  MessageBuilder message(MessageType::TOPOLOGY_RESPONSE_MESSAGE, message_id);
   DeviceInformationTLV device(al_mac);
   for (std::size_t index = 0; index < interfaces.size(); ++index) {
     device.add_interface_information(interface_information(interfaces[index], states[index]));
   }
-  add<DeviceInformationTLV>(message, device);
-  DeviceBridgingCapabilityTLV bridging = bridging_capability(interfaces);
-  if (!bridging.get_bridging_tuple_vector().empty()) {
-    add<DeviceBridgingCapabilityTLV>(message, std::move(bridging));
+  message.add(std::move(device));
+  if (DeviceBridgingCapabilityTLV bridging = bridging_capability(interfaces);
+      !bridging.get_bridging_tuple_vector().empty()) {
+    message.add(std::move(bridging));
   }
   for (std::size_t index = 0; index < interfaces.size(); ++index) {
-    IEEE1905NeighborDeviceTLV tlv = neighbors_on(index, interfaces[index].mac, neighbors);
-    if (!tlv.get_AL_MAC_neighbor_vector().empty()) {
-      add<IEEE1905NeighborDeviceTLV>(message, std::move(tlv));
+    if (IEEE1905NeighborDeviceTLV tlv = neighbors_on(index, interfaces[index].mac, neighbors);
+        !tlv.get_AL_MAC_neighbor_vector().empty()) {
+      message.add(std::move(tlv));
     }
   }
-  return end(std::move(message));
+  return message.build();
 }
 
 Message link_metric_query() {
-  Message message = begin(MessageType::LINK_METRIC_QUERY_MESSAGE, make_IEEE1905_1_msg_id());
   LinkMetricQueryTLV query;
   query.set_query_neighbor(LinkMetricQueryNeighbors::ALL_NEIGHBORS);
   query.set_link_metric(LinkMetricQuery::TX_RX_LINK_METRY);
-  add<LinkMetricQueryTLV>(message, query);
-  return end(std::move(message));
+  return make_message(MessageType::LINK_METRIC_QUERY_MESSAGE, make_IEEE1905_1_msg_id(), query);
 }
 
 Message link_metric_response(std::uint16_t message_id, const MACAddress& al_mac, const LinkMetricQueryTLV& query,
                              const std::vector<LocalInterface>& interfaces, const std::vector<InterfaceState>& states,
                              const NeighborTable& neighbors) {
-  Message message = begin(MessageType::LINK_METRIC_RESPONSE_MESSAGE, message_id);
+  MessageBuilder message(MessageType::LINK_METRIC_RESPONSE_MESSAGE, message_id);
   const bool is_specific = query.get_query_neighbor() == LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR;
   if (is_specific && neighbors.find(query.get_AL_MAC_neighbor()) == nullptr) {
-    add<LinkMetricResultCodeTLV>(message, LinkMetricResultCode::INVALID_NEIGHBOR);
-    return end(std::move(message));
+    return message.add(LinkMetricResultCodeTLV(LinkMetricResultCode::INVALID_NEIGHBOR)).build();
   }
   for (const Neighbor& neighbor : neighbors.all()) {
     if (is_specific && neighbor.al_mac != query.get_AL_MAC_neighbor()) {
       continue;
     }
     if (query.get_link_metric() != LinkMetricQuery::RX_LINK_METRIC_ONLY) {
-      add<TransmitterLinkMetricTLV>(message, transmitter_metrics(al_mac, neighbor, interfaces, states));
+      message.add(transmitter_metrics(al_mac, neighbor, interfaces, states));
     }
     if (query.get_link_metric() != LinkMetricQuery::TX_LINK_METRIC_ONLY) {
-      add<ReceiverLinkMetricTLV>(message, receiver_metrics(al_mac, neighbor, interfaces, states));
+      message.add(receiver_metrics(al_mac, neighbor, interfaces, states));
     }
   }
-  return end(std::move(message));
+  return message.build();
 }
 
 Message meshd_version(const BasicVersion& version) {
-  Message message = begin(QELMessageType::QEL_MESHD_VERSION_MESSAGE);
-  add<VendorSpecificTLV>(message, qel::VENDOR_OUI, std::make_unique<QELMeshdVersionTLV>(version));
-  return end(std::move(message));
+  return begin(QELMessageType::QEL_MESHD_VERSION_MESSAGE).add(QELMeshdVersionTLV(version)).build();
 }
 
 Message blocked_interface_list(const std::vector<QELBlockedInterface>& blocked) {
-  Message message = begin(QELMessageType::QEL_BLOCKED_INTERFACE_LIST_MESSAGE);
+  MessageBuilder message = begin(QELMessageType::QEL_BLOCKED_INTERFACE_LIST_MESSAGE);
   if (!blocked.empty()) {
-    auto list = std::make_unique<QELBlockedInterfaceListTLV>();
+    QELBlockedInterfaceListTLV list;
     for (const QELBlockedInterface& interface : blocked) {
-      list->add_blocked_interface(interface);
+      list.add_blocked_interface(interface);
     }
-    add<VendorSpecificTLV>(message, qel::VENDOR_OUI, std::move(list));
+    message.add(std::move(list));
   }
-  return end(std::move(message));
+  return message.build();
 }
 
 TransmitterLinkMetricTLV transmitter_metrics(const MACAddress& al_mac, const Neighbor& neighbor,

@@ -1,4 +1,4 @@
-#include "tools/meshd/link_socket.h"
+#include "tools/meshd/ports/link_socket.h"
 
 #include <linux/if.h>
 #include <linux/if_arp.h>

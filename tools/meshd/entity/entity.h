@@ -11,11 +11,11 @@
 #include "qel/core/basic_version.h"
 #include "qel/core/mac_address.h"
 #include "qel/ieee1905_1/message.h"
-#include "tools/meshd/duplicate_filter.h"
-#include "tools/meshd/frame.h"
-#include "tools/meshd/local_interface.h"
-#include "tools/meshd/neighbor_table.h"
-#include "tools/meshd/token_bucket.h"
+#include "tools/meshd/entity/duplicate_filter.h"
+#include "tools/meshd/entity/frame.h"
+#include "tools/meshd/entity/local_interface.h"
+#include "tools/meshd/entity/neighbor_table.h"
+#include "tools/meshd/entity/token_bucket.h"
 
 namespace meshd {
 

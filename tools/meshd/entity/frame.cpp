@@ -1,0 +1,69 @@
+#include "tools/meshd/entity/frame.h"
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "qel/core/serialization/serialization_exception.h"
+#include "qel/ieee1905_1/tlv_walk.h"
+#include "qel/net/ether_header.h"
+
+namespace meshd {
+
+namespace {
+
+using qel::EtherHeader;
+using qel::MACAddress;
+using qel::ieee1905_1::CMDU_ETHERTYPE;
+using qel::ieee1905_1::Message;
+using qel::ieee1905_1::MESSAGE_HEAD_SIZE;
+using qel::serialization::SerializationException;
+
+}  // namespace
+
+std::optional<Frame> Codec::parse(std::span<const std::uint8_t> octets) {
+  if (octets.size() < ETHER_HEADER_SIZE + MESSAGE_HEAD_SIZE || octets.size() > MAX_FRAME_SIZE) {
+    return std::nullopt;
+  }
+  EtherHeader header;
+  std::memcpy(&header, octets.data(), sizeof(header));
+  if (header.get_ethertype() != htons(CMDU_ETHERTYPE) || !is_non_zero_individual_mac_address(header.get_src_addr())) {
+    return std::nullopt;
+  }
+  Frame frame{header.get_dest_addr(), header.get_src_addr(), {}, octets};
+  in_.reset(frame.cmdu());
+  frame.head.deserialize_impl(in_, context_);
+  return frame;
+}
+
+Message Codec::decode(const Frame& frame) { return qel::ieee1905_1::decode(frame.cmdu(), context_); }
+
+std::span<const std::uint8_t> Codec::encode(const MACAddress& destination, const MACAddress& source,
+                                            const Message& message) {
+  EtherHeader header;
+  header.set_dest_addr(destination);
+  header.set_src_addr(source);
+  header.set_ethertype(htons(CMDU_ETHERTYPE));
+  out_.reset();
+  out_.write(reinterpret_cast<const char*>(&header), sizeof(header));
+  message.serialize_impl(out_, context_);
+  if (out_.octets().size() > MAX_FRAME_SIZE) {
+    throw SerializationException("The message does not fit a frame");
+  }
+  return out_.octets();
+}
+
+MACAddress originator(const Frame& frame) {
+  qel::ieee1905_1::TLVWalk walk(frame.cmdu());
+  while (const std::optional<qel::ieee1905_1::RawTLV> tlv = walk.next()) {
+    MACAddress al_mac;
+    if (tlv->type == qel::ieee1905_1::TLVType::AL_MAC_ADDRESS && tlv->body.size() == al_mac.octets().size()) {
+      std::copy(tlv->body.begin(), tlv->body.end(), al_mac.octets().begin());
+      return al_mac;
+    }
+  }
+  return frame.source;
+}
+
+}  // namespace meshd
