@@ -48,7 +48,7 @@ constexpr std::size_t MOST_FRAMES = 2000;        // in one input
 constexpr std::size_t MOST_MEMORY = 512 * 1024;  // of an entity
 constexpr std::size_t MOST_WORDS = 5;            // upon a discovery: another one, two questions and two tellings
 constexpr std::size_t MOST_GROWTH = 8;           // of these, in octets, to the discovery
-constexpr std::size_t ROUND = INTERFACES + 4 * meshd::NeighborTable::MAX_LINKS;  // frames at regular intervals
+const std::size_t ROUND = INTERFACES + 4 * meshd::Limits().links;  // frames at regular intervals
 constexpr std::size_t MESSAGE_ID = meshd::ETHER_HEADER_SIZE + 4;
 
 MACAddress address(unsigned int number) {
@@ -120,7 +120,7 @@ class World final : public meshd::Ports {
         own([this] { entity_->tend(now_); }, ROUND);
         break;
       case 1:
-        own([this] { entity_->announce(); }, ROUND);
+        own([this] { entity_->announce(now_); }, ROUND);
         break;
       case 2: {
         const unsigned int number = input.number(1);
@@ -249,7 +249,7 @@ class World final : public meshd::Ports {
         require(owner == nullptr || owner == &neighbor, "no link leads to another device");
       }
     }
-    require(links <= meshd::NeighborTable::MAX_LINKS, "links are limited");
+    require(links <= meshd::Limits().links, "links are limited");
   }
 
   void check_memory() {
@@ -263,8 +263,11 @@ class World final : public meshd::Ports {
   meshd::InterfaceState read_state(std::size_t interface) override {
     return {1, 2, 3, 4, static_cast<std::uint16_t>(100 * interface), true};
   }
+  std::vector<MACAddress> read_hosts(std::size_t) override { return {}; }
   void on_neighbor_found(const meshd::Neighbor&, std::size_t) override {}
   void on_neighbor_lost(const MACAddress&) override {}
+  void on_device_found(const MACAddress&) override {}
+  void on_device_lost(const MACAddress&) override {}
   void on_rejected(const meshd::Frame&, const std::string&) override {}
 
   meshd::Entity::TimePoint now_;

@@ -70,13 +70,18 @@ class Oracle final : private meshd::Ports {
     meshd::Entity::Config config;
     config.al_mac = al_mac;
     config.hold_time = std::chrono::seconds(3);
-    config.interfaces.resize(3);
+    for (const char* name : {"one", "two", "three"}) {
+      config.interfaces.push_back({name, {}, ""});
+    }
     return config;
   }
   void send(std::size_t, std::span<const std::uint8_t>) override {}
   meshd::InterfaceState read_state(std::size_t) override { return {}; }
+  std::vector<MACAddress> read_hosts(std::size_t) override { return {}; }
   void on_neighbor_found(const meshd::Neighbor&, std::size_t) override {}
   void on_neighbor_lost(const MACAddress&) override {}
+  void on_device_found(const MACAddress&) override {}
+  void on_device_lost(const MACAddress&) override {}
   void on_rejected(const meshd::Frame& frame, const std::string&) override {
     rejected_behind_ +=
         frame.head.get_relay_indicator() && frame.destination == qel::ieee1905_1::CMDU_MULTICAST_ADDRESS ? 1U : 0U;

@@ -20,7 +20,7 @@ using Verdict = DuplicateFilter::Verdict;
 constexpr auto MOMENT = std::chrono::milliseconds(1);
 
 TEST(DuplicateFilter, TellsMessagesApartByEachOfTheirNumbersForSomeTime) {
-  DuplicateFilter filter(2);
+  DuplicateFilter filter;
   const TimePoint now{};
   for (const Verdict verdict : {Verdict::NEW, Verdict::DUPLICATE}) {
     EXPECT_EQ(filter.take(0, device_mac(1), head(7), now), verdict);
@@ -34,7 +34,7 @@ TEST(DuplicateFilter, TellsMessagesApartByEachOfTheirNumbersForSomeTime) {
 }
 
 TEST(DuplicateFilter, HasRoomForOthersWhenOneFloodsAndForgetsNothingBeforeItsTime) {
-  DuplicateFilter filter(2);
+  DuplicateFilter filter;
   const TimePoint start{};
   const auto flood = [&](std::size_t interface, std::uint8_t originator, TimePoint at) {
     std::size_t count = 0;

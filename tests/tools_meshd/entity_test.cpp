@@ -65,7 +65,7 @@ TEST(Entity, TwoMeetAndTellEachOtherAll) {
   Device left(1, 2);
   Device right(2);
   right.ports.states[0] = {1000, 1, 2000, 2, 2500, true};
-  left.entity.announce();
+  left.entity.announce(START);
   const std::vector<SentFrame>& announced = left.ports.sent;
   ASSERT_THAT(announced, SizeIs(2));
   EXPECT_NE(announced[0].id(), announced[1].id()) << "else one who sees both takes the second for a duplicate";
@@ -99,7 +99,7 @@ TEST(Entity, TellsOfANewAddressAndForgetsTheOldOneOfANeighbor) {
   Device left(1);
   Device right(2);
   const std::vector<Cable> cable{{left, 0, right, 0}};
-  left.entity.announce();
+  left.entity.announce(START);
   carry(cable, START);
   right.entity.tend(START);
   right.ports.take();
@@ -110,7 +110,7 @@ TEST(Entity, TellsOfANewAddressAndForgetsTheOldOneOfANeighbor) {
   left.entity.tend(START);  // asks for what is new
   carry(cable, START);
   const auto later = START + std::chrono::seconds(200);
-  right.entity.announce();
+  right.entity.announce(later);
   carry(cable, later);
   left.entity.tend(later);
   const auto& links = left.entity.neighbors().find(device_mac(2))->links;
@@ -190,7 +190,7 @@ TEST(Entity, AnswersAboutAsMuchAsItEverHasFitAFrame) {
   }
   RecordingPorts ports;
   Entity entity(config, ports);
-  for (std::uint8_t i = 0; i < NeighborTable::MAX_LINKS; ++i) {
+  for (std::uint8_t i = 0; i < Limits().links; ++i) {
     entity.receive(i, frame_of(topology_discovery(device_mac(i + 2), interface_mac(i)), device_mac(i + 2)), START);
   }
   ports.take();
@@ -302,7 +302,7 @@ TEST(Entity, BelievesOnlyWhomItAskedAndOnlyAboutThemselves) {
     LinkMetricQueryTLV query;
     query.set_query_neighbor(LinkMetricQueryNeighbors::ALL_NEIGHBORS);
     const Message given[] = {
-        topology_response(id(1), device_mac(row.about), interfaces, {{}}, {}),
+        topology_response(id(1), device_mac(row.about), interfaces, {{}}, NeighborTable()),
         link_metric_response(id(2), device_mac(row.about), query, interfaces, {{}}, asked.entity.neighbors())};
     for (const Message& answer : given) {
       answers(device, frame_of(answer, row.source, device_mac(1)), 0, START + std::chrono::seconds(1));
@@ -332,7 +332,7 @@ TEST(Entity, LetsNobodyLiveAtTheAddressOfAnother) {
   EXPECT_THAT(claim(3, device_mac(1)), IsEmpty()) << "ours";
   Device other(2);
   carry({{device, 0, other, 0}}, START);
-  device.entity.announce();
+  device.entity.announce(START);
   carry({{device, 0, other, 0}}, START);
   ASSERT_TRUE(device.entity.neighbors().find(device_mac(2))->device);
   answers(device, frame_of(topology_discovery(interface_mac(0x21), interface_mac(0x31)), device_mac(3)));
@@ -372,7 +372,7 @@ TEST(Entity, AnswersOnlyWhatItAloneIsAskedAndNobodyWithoutEnd) {
 TEST(Entity, AFloodOfDiscoveriesKeepsOutNobodyOnOtherInterfaces) {
   Device device(1, 2);
   Device known(2);
-  known.entity.announce();
+  known.entity.announce(START);
   carry({{device, 0, known, 0}}, START);
   device.ports.events.clear();
   const auto claim = [&](std::uint8_t number) {
@@ -382,7 +382,7 @@ TEST(Entity, AFloodOfDiscoveriesKeepsOutNobodyOnOtherInterfaces) {
   for (std::uint8_t number = 100; number < 120; ++number) {
     claim(number);
   }
-  EXPECT_THAT(device.ports.events, SizeIs(NeighborTable::MAX_LINKS - 1)) << "found as many as there was room for";
+  EXPECT_THAT(device.ports.events, SizeIs(Limits().links - 1)) << "found as many as there was room for";
   device.ports.events.clear();
   answers(device, discovery(3));
   claim(120);
@@ -459,7 +459,7 @@ TEST(Entity, TellsTheNeighborsThatItBlocksAnInterfaceAndLeavesItAlone) {
     }
     return used;
   };
-  device.entity.announce();
+  device.entity.announce(START);
   EXPECT_THAT(interfaces_used(), ElementsAre(1, 2));
   device.entity.tend(START);
   EXPECT_THAT(interfaces_used(), ElementsAre(1, 2)) << "its links changed";
@@ -491,9 +491,35 @@ TEST(Entity, KeepsWhatItsNeighborsBlock) {
   EXPECT_THAT(tell({}, 2), IsEmpty());
 }
 
-TEST(Entity, RefusesToBeBuiltWithoutAnInterfaceOrAnAddress) {
+TEST(Entity, TakesUpInterfacesAndGivesThemBack) {
   RecordingPorts ports;
-  EXPECT_THROW(Entity(Device::config(1, 0, std::chrono::seconds(1)), ports), std::invalid_argument);
+  Entity entity(Device::config(1, 0, std::chrono::seconds(1)), ports);
+  entity.receive(0, discovery(2), START);
+  entity.announce(START);
+  EXPECT_THAT(ports.take(), IsEmpty());
+  for (std::size_t number = 0; number < 3; ++number) {
+    EXPECT_EQ(entity.add_interface(
+                  {"eth" + std::to_string(number), interface_mac(static_cast<std::uint8_t>(0x11 + number)), ""}),
+              number);
+    EXPECT_THAT(types_of(ports.take()), ElementsAre(TOPOLOGY_DISCOVERY_MESSAGE));
+  }
+  entity.receive(1, discovery(2), START);
+  entity.set_blocked(1, true);
+  entity.remove_interface(1);
+  ports.take();
+  EXPECT_THAT(ports.events,
+              ElementsAre("found " + device_mac(2).to_string() + " on 1", "lost " + device_mac(2).to_string()));
+  entity.announce(START);
+  EXPECT_THAT(ports.take(), SizeIs(2));
+  entity.receive(0, frame_of(bare(TOPOLOGY_QUERY_MESSAGE, 1), device_mac(9), device_mac(1)), START);
+  EXPECT_THAT(text_of(ports.take().at(0).message()), testing::Not(HasSubstr("02:19:05:10:00:12")));
+  EXPECT_EQ(entity.add_interface({"new", interface_mac(0x22), ""}), 1U);
+  EXPECT_FALSE(entity.is_blocked(1));
+  EXPECT_THROW(entity.add_interface({}), std::invalid_argument);
+}
+
+TEST(Entity, RefusesToBeBuiltWithTooManyInterfacesOrWithoutAnAddress) {
+  RecordingPorts ports;
   EXPECT_THROW(Entity(Device::config(1, Entity::MAX_INTERFACES + 1, std::chrono::seconds(1)), ports),
                std::invalid_argument);
   Entity::Config config = Device::config(1, 1, std::chrono::seconds(1));

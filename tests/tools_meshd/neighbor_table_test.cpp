@@ -61,7 +61,7 @@ TEST(NeighborTable, WaitsForAnswersToTheLastQuestionsOnce) {
 
 TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {
   NeighborTable table;
-  for (std::size_t i = 0; i < NeighborTable::MAX_LINKS; ++i) {
+  for (std::size_t i = 0; i < Limits().links; ++i) {
     EXPECT_NE(table.discover(device_mac(1), 0, interface_mac(static_cast<std::uint8_t>(i)), at(0)),
               Discovery::TABLE_FULL);
   }

@@ -17,7 +17,7 @@ class TopologyViewTest : public testing::Test {
     middle.ports.states[0] = {400, 3, 500, 4, 1000, true};
     for (int round = 0; round < 2; ++round) {
       for (Device* device : {&left, &middle, &right}) {
-        device->entity.announce();
+        device->entity.announce(TimePoint{});
         carry(cables, TimePoint{});
       }
     }

@@ -44,16 +44,20 @@ class RecordingPorts final : public Ports {
     sent.push_back({interface, {frame.begin(), frame.end()}});
   }
   InterfaceState read_state(std::size_t interface) override { return states[interface]; }
+  std::vector<qel::MACAddress> read_hosts(std::size_t interface) override { return hosts[interface]; }
   void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) override {
     events.push_back("found " + neighbor.al_mac.to_string() + " on " + std::to_string(interface));
   }
   void on_neighbor_lost(const qel::MACAddress& al_mac) override { events.push_back("lost " + al_mac.to_string()); }
+  void on_device_found(const qel::MACAddress& al_mac) override { events.push_back("found " + al_mac.to_string()); }
+  void on_device_lost(const qel::MACAddress& al_mac) override { events.push_back("lost " + al_mac.to_string()); }
   void on_rejected(const Frame&, const std::string& reason) override { events.push_back("rejected: " + reason); }
 
   std::vector<SentFrame> take() { return std::exchange(sent, {}); }
 
   std::vector<SentFrame> sent;
   std::map<std::size_t, InterfaceState> states;
+  std::map<std::size_t, std::vector<qel::MACAddress>> hosts;
   std::vector<std::string> events;
 };
 

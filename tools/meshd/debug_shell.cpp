@@ -116,6 +116,9 @@ std::string DebugShell::interfaces() const {
   for (std::size_t index = 0; index < states.size(); ++index) {
     const LocalInterface& interface = entity_.config().interfaces[index];
     const InterfaceState& state = states[index];
+    if (!interface.is_there()) {
+      continue;
+    }
     os << interface.name << ' ' << interface.mac << (state.up ? " up, " : " down, ") << state.speed
        << " Mb/s, received " << state.received_packets << " packets with " << state.receive_errors << " errors, sent "
        << state.sent_packets << " packets with " << state.send_errors << " errors, dropped " << state.dropped
@@ -139,8 +142,9 @@ std::string DebugShell::counters() const {
 
 std::string DebugShell::set_blocked(const std::string& name, bool blocked) {
   const std::vector<LocalInterface>& interfaces = entity_.config().interfaces;
-  const auto place = std::find_if(interfaces.begin(), interfaces.end(),
-                                  [&](const LocalInterface& interface) { return interface.name == name; });
+  const auto place = std::find_if(interfaces.begin(), interfaces.end(), [&](const LocalInterface& interface) {
+    return interface.is_there() && interface.name == name;
+  });
   if (place == interfaces.end()) {
     throw std::invalid_argument("'" + name + "' is none of our interfaces");
   }

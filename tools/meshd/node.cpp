@@ -210,7 +210,7 @@ void Node::follow_links() {
 
 void Node::announce_and_repeat() {
   announce_timer_.start(interval_, [this] { announce_and_repeat(); });
-  entity_.announce();
+  entity_.announce(Clock::now());
 }
 
 void Node::tend_and_repeat() {
@@ -243,6 +243,8 @@ InterfaceState Node::read_state(std::size_t interface) {
   return state;
 }
 
+std::vector<MACAddress> Node::read_hosts(std::size_t) { return {}; }
+
 void Node::on_neighbor_found(const Neighbor& neighbor, std::size_t interface) {
   const std::string& name = entity_.config().interfaces[interface].name;
   log() << LogLevels::LOG << "found neighbor " << neighbor.al_mac << " on " << name << std::endl;
@@ -254,6 +256,18 @@ void Node::on_neighbor_lost(const MACAddress& al_mac) {
   log() << LogLevels::LOG << "lost neighbor " << al_mac << std::endl;
   const std::string data = al_mac.to_string();
   loop_.send_qelipc_event("NEIGHBOR_LOST", data.data(), static_cast<unsigned int>(data.size()));
+}
+
+void Node::on_device_found(const MACAddress& al_mac) {
+  log() << LogLevels::LOG << "found device " << al_mac << std::endl;
+  const std::string data = al_mac.to_string();
+  loop_.send_qelipc_event("DEVICE_FOUND", data.data(), static_cast<unsigned int>(data.size()));
+}
+
+void Node::on_device_lost(const MACAddress& al_mac) {
+  log() << LogLevels::LOG << "lost device " << al_mac << std::endl;
+  const std::string data = al_mac.to_string();
+  loop_.send_qelipc_event("DEVICE_LOST", data.data(), static_cast<unsigned int>(data.size()));
 }
 
 /// Once a second at most: whoever sends rubbish must not push everything else out of the log ring.

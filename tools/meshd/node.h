@@ -32,8 +32,11 @@ class Node final : private Ports {
  private:
   void send(std::size_t interface, std::span<const std::uint8_t> frame) override;
   InterfaceState read_state(std::size_t interface) override;
+  std::vector<qel::MACAddress> read_hosts(std::size_t interface) override;
   void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) override;
   void on_neighbor_lost(const qel::MACAddress& al_mac) override;
+  void on_device_found(const qel::MACAddress& al_mac) override;
+  void on_device_lost(const qel::MACAddress& al_mac) override;
   void on_rejected(const Frame& frame, const std::string& reason) override;
 
   /// One of our interfaces. It is found by its name at the start, and again when it is gone; in between it is followed

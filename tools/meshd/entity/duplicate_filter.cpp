@@ -1,5 +1,7 @@
 #include "tools/meshd/entity/duplicate_filter.h"
 
+#include <algorithm>
+
 namespace meshd {
 
 using qel::MACAddress;
@@ -29,8 +31,6 @@ std::uint16_t& DuplicateFilter::Share::of(const MACAddress& originator) {
   return by_originator[sum];
 }
 
-DuplicateFilter::DuplicateFilter(std::size_t interfaces) : shares_(interfaces) {}
-
 DuplicateFilter::Verdict DuplicateFilter::take(std::size_t interface, const MACAddress& originator,
                                                const MessageHead& head, TimePoint now) {
   forget(now);
@@ -47,6 +47,7 @@ DuplicateFilter::Verdict DuplicateFilter::take(std::size_t interface, const MACA
       return Verdict::DUPLICATE;
     }
   }
+  shares_.resize(std::max(shares_.size(), interface + 1));
   Share& share = shares_[interface];
   if (share.count == ROOM || share.of(originator) == ROOM_OF_ORIGINATOR) {
     return Verdict::NO_ROOM;

@@ -28,8 +28,6 @@ class DuplicateFilter {
 
   enum class Verdict { NEW, DUPLICATE, NO_ROOM };
 
-  explicit DuplicateFilter(std::size_t interfaces);
-
   /// Messages are equal in originator, message type and identifier, and fragment, on whichever interface they came. A
   /// new one is remembered if there is room. `now` never goes back.
   Verdict take(std::size_t interface, const qel::MACAddress& originator, const qel::ieee1905_1::MessageHead& head,
@@ -67,7 +65,7 @@ class DuplicateFilter {
   std::deque<Entry> entries_;                 // the oldest first
   std::uint64_t first_ = 1;                   // the number of the first entry
   std::array<std::uint64_t, 1024> newest_{};  // by hash: numbers of entries that may be forgotten
-  std::vector<Share> shares_;                 // one for each interface
+  std::vector<Share> shares_;                 // by the numbers of the interfaces, as far as one of them was used
 };
 
 }  // namespace meshd

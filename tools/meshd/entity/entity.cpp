@@ -69,20 +69,19 @@ struct Entity::Received {
 };
 
 Entity::Entity(Config config, Ports& ports)
-    : config_(std::move(config)),
-      ports_(ports),
-      duplicates_(config_.interfaces.size()),
-      stranger_answers_(config_.interfaces.size(),
-                        TokenBucket(NeighborLink::ANSWERS_A_SECOND, NeighborLink::ANSWERS_AT_ONCE)) {
-  if (config_.interfaces.empty() || config_.interfaces.size() > MAX_INTERFACES) {
-    throw std::invalid_argument("the number of interfaces must lie between 1 and " + std::to_string(MAX_INTERFACES));
+    : config_(std::move(config)), ports_(ports), neighbors_(config_.limits.links), slots_(config_.interfaces.size()) {
+  if (config_.interfaces.size() > MAX_INTERFACES) {
+    throw std::invalid_argument("more than " + std::to_string(MAX_INTERFACES) + " interfaces");
+  }
+  if (!std::ranges::all_of(config_.interfaces, &LocalInterface::is_there)) {
+    throw std::invalid_argument("an interface has no name");
   }
   if (!is_valid_individual_mac_address(config_.al_mac)) {
     throw std::invalid_argument(config_.al_mac.to_string() + " is no individual MAC address");
   }
 }
 
-void Entity::announce() {
+void Entity::announce(TimePoint) {
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
     announce_on(interface);
   }
@@ -96,7 +95,7 @@ void Entity::tend(TimePoint now) {
   if (std::exchange(has_changed_, false)) {
     const Message notification = topology_notification(config_.al_mac);
     for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
-      if (!blocked_[interface]) {
+      if (is_usable(interface)) {
         send(interface, CMDU_MULTICAST_ADDRESS, notification);
       }
     }
@@ -110,7 +109,7 @@ void Entity::tend(TimePoint now) {
 
 void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now) {
   const std::optional<Frame> frame = codec_.parse(octets);
-  if (!frame || blocked_[interface]) {
+  if (!frame || !is_usable(interface)) {
     ++counts_.ignored;
     return;
   }
@@ -138,6 +137,30 @@ void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets
   process(received);
 }
 
+std::size_t Entity::add_interface(LocalInterface added) {
+  if (!added.is_there()) {
+    throw std::invalid_argument("an interface has no name");
+  }
+  const auto free = std::ranges::find_if_not(config_.interfaces, &LocalInterface::is_there);
+  const auto interface = static_cast<std::size_t>(free - config_.interfaces.begin());
+  if (interface == MAX_INTERFACES) {
+    throw std::invalid_argument("more than " + std::to_string(MAX_INTERFACES) + " interfaces");
+  }
+  config_.interfaces.resize(std::max(config_.interfaces.size(), interface + 1));
+  slots_.resize(config_.interfaces.size());
+  config_.interfaces[interface] = std::move(added);
+  has_changed_ = true;
+  announce_on(interface);
+  return interface;
+}
+
+void Entity::remove_interface(std::size_t interface) {
+  disconnect(interface);
+  has_changed_ = true;
+  config_.interfaces.at(interface) = {};
+  slots_[interface] = {};
+}
+
 void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
   LocalInterface& ours = config_.interfaces.at(interface);
   has_changed_ = has_changed_ || renewed.mac != ours.mac;
@@ -148,10 +171,10 @@ void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
 void Entity::disconnect(std::size_t interface) { on_links_lost(neighbors_.disconnect(interface)); }
 
 void Entity::set_blocked(std::size_t interface, bool blocked) {
-  if (blocked_[interface] == blocked) {
+  if (slots_[interface].is_blocked == blocked) {
     return;
   }
-  blocked_[interface] = blocked;
+  slots_[interface].is_blocked = blocked;
   for (const Neighbor& neighbor : neighbors_.all()) {
     tell_blocked_interfaces(neighbor);
   }
@@ -165,7 +188,7 @@ void Entity::set_blocked(std::size_t interface, bool blocked) {
 std::vector<QELBlockedInterface> Entity::blocked_interfaces() const {
   std::vector<QELBlockedInterface> blocked;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
-    if (blocked_[interface]) {
+    if (is_blocked(interface)) {
       blocked.emplace_back(InterfaceType::ETHERNET, config_.interfaces[interface].mac,
                            config_.interfaces[interface].name, BLOCKED_BOTH_WAYS);
     }
@@ -176,9 +199,13 @@ std::vector<QELBlockedInterface> Entity::blocked_interfaces() const {
 std::vector<InterfaceState> Entity::read_states() const {
   std::vector<InterfaceState> states;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
-    states.push_back(ports_.read_state(interface));
+    states.push_back(config_.interfaces[interface].is_there() ? ports_.read_state(interface) : InterfaceState());
   }
   return states;
+}
+
+bool Entity::is_usable(std::size_t interface) const {
+  return interface < slots_.size() && config_.interfaces[interface].is_there() && !is_blocked(interface);
 }
 
 bool Entity::is_for_us(const Received& received) const {
@@ -195,7 +222,7 @@ bool Entity::is_to_be_relayed(const Received& received) const {
 void Entity::relay(const Received& received, bool has_room) {
   bool has_way = false;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
-    if (interface != received.interface && !blocked_[interface]) {
+    if (interface != received.interface && is_usable(interface)) {
       has_way = true;
       if (has_room) {
         ports_.send(interface, received.frame.octets);
@@ -212,7 +239,7 @@ bool Entity::may_answer(const Received& received) {
     return false;
   }
   NeighborLink* link = neighbors_.find_link(received.frame.source, received.interface);
-  TokenBucket& bucket = link != nullptr ? link->answers : stranger_answers_[received.interface];
+  TokenBucket& bucket = link != nullptr ? link->answers : slots_[received.interface].stranger_answers;
   if (bucket.take(received.time) && answers_.take(received.time)) {
     return true;
   }
@@ -377,7 +404,7 @@ bool Entity::on_vendor_specific(const Received& received, const Message& message
 }
 
 void Entity::announce_on(std::size_t interface) {
-  if (!blocked_[interface]) {
+  if (is_usable(interface)) {
     send(interface, CMDU_MULTICAST_ADDRESS, topology_discovery(config_.al_mac, config_.interfaces[interface].mac));
   }
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <bitset>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -13,26 +12,13 @@
 #include "qel/ieee1905_1/message.h"
 #include "tools/meshd/entity/duplicate_filter.h"
 #include "tools/meshd/entity/frame.h"
+#include "tools/meshd/entity/limits.h"
 #include "tools/meshd/entity/local_interface.h"
 #include "tools/meshd/entity/neighbor_table.h"
+#include "tools/meshd/entity/ports.h"
 #include "tools/meshd/entity/token_bucket.h"
 
 namespace meshd {
-
-/// What the entity needs of the world around it.
-class Ports {
- public:
-  virtual ~Ports() = default;
-
-  /// Sends a whole frame; the octets are borrowed. A frame that cannot be sent is lost.
-  virtual void send(std::size_t interface, std::span<const std::uint8_t> frame) = 0;
-  virtual InterfaceState read_state(std::size_t interface) = 0;
-
-  virtual void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) = 0;
-  virtual void on_neighbor_lost(const qel::MACAddress& al_mac) = 0;
-  /// A message for us that was not understood, and why.
-  virtual void on_rejected(const Frame& frame, const std::string& reason) = 0;
-};
 
 /// What became of the frames received. Each is counted once, but the last three are counted beside.
 struct FrameCounts {
@@ -64,48 +50,64 @@ class Entity {
   struct Config {
     qel::MACAddress al_mac;
     qel::BasicVersion version;
-    std::vector<LocalInterface> interfaces;  ///< 1 to MAX_INTERFACES
+    std::vector<LocalInterface> interfaces;  ///< MAX_INTERFACES at most; none without a name at the start
     std::chrono::milliseconds hold_time;     ///< a link not heard of for so long is gone
+    Limits limits = {};
   };
 
-  /// Throws std::invalid_argument for a number of interfaces out of range or an AL MAC that is no individual address.
-  /// The ports are borrowed.
+  /// Throws std::invalid_argument for too many interfaces, one without a name, or an AL MAC that is no individual
+  /// address. The ports are borrowed.
   Entity(Config config, Ports& ports);
 
   /// To be called at start and then at regular intervals: announces us on all interfaces and asks all neighbours again,
   /// so that what we know of them does not grow old and that those alive are heard of.
-  void announce();
+  void announce(TimePoint now);
 
   /// To be called once a second or so: drops links that have grown too old, tells the mesh when our links have changed,
   /// and asks the neighbours that said the same.
   void tend(TimePoint now);
 
-  /// Takes a frame that was received on an interface.
+  /// Takes a frame that was received on an interface: of the ethertype of 1905.1 or of LLDP, others are ignored.
   void receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now);
 
   const Config& config() const { return config_; }
   const NeighborTable& neighbors() const { return neighbors_; }
   const FrameCounts& counts() const { return counts_; }
 
+  /// Takes up an interface at the lowest number that is free, and announces us there. Throws std::invalid_argument for
+  /// one without a name or one too many.
+  std::size_t add_interface(LocalInterface added);
+
+  /// The interface is no longer ours: its links are gone, and its number is free.
+  void remove_interface(std::size_t interface);
+
   /// The interface has come to work, or has another name, address or bridge now: announces us there, and tells the mesh
   /// of another address. Throws std::out_of_range.
   void replace_interface(std::size_t interface, LocalInterface renewed);
 
-  /// The interface has lost its carrier, or is gone: its links are gone.
+  /// The interface has lost its carrier: its links are gone.
   void disconnect(std::size_t interface);
 
   /// Nothing is sent on a blocked interface, and what it receives is ignored: its links are gone. The neighbours are
   /// told before, so that those behind it know as well. None is blocked at first.
   void set_blocked(std::size_t interface, bool blocked);
-  bool is_blocked(std::size_t interface) const { return blocked_[interface]; }
+  bool is_blocked(std::size_t interface) const { return slots_[interface].is_blocked; }
   std::vector<qel::ieee1905_1::QELBlockedInterface> blocked_interfaces() const;
 
-  /// Of all interfaces, in their order.
+  /// Of all interfaces, by their numbers.
   std::vector<InterfaceState> read_states() const;
 
  private:
   struct Received;
 
+  /// What belongs to the number of an interface.
+  struct Slot {
+    bool is_blocked = false;
+    TokenBucket stranger_answers{NeighborLink::ANSWERS_A_SECOND, NeighborLink::ANSWERS_AT_ONCE};
+  };
+
+  /// There is such an interface, and we do not block it.
+  bool is_usable(std::size_t interface) const;
   void relay(const Received& received, bool has_room);
   void process(const Received& received);
   /// False for a message that means nothing to us; the handlers below likewise.
@@ -135,10 +137,9 @@ class Entity {
   DuplicateFilter duplicates_;
   NeighborTable neighbors_;
   FrameCounts counts_;
-  std::bitset<MAX_INTERFACES> blocked_;
+  std::vector<Slot> slots_;  // one for each number of an interface
   TokenBucket answers_{ANSWERS_A_SECOND, ANSWERS_AT_ONCE};
-  std::vector<TokenBucket> stranger_answers_;  // one for each interface
-  bool has_changed_ = false;                   // our links, since the mesh was told
+  bool has_changed_ = false;  // our links, since the mesh was told
 };
 
 }  // namespace meshd

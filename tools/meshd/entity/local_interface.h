@@ -9,9 +9,11 @@ namespace meshd {
 
 /// An interface that the entity works on. All are taken for Ethernet.
 struct LocalInterface {
-  std::string name;
+  std::string name;  ///< empty where there is none: interfaces keep their numbers while others come and go
   qel::MACAddress mac;
   std::string bridge;  ///< the bridge it is a port of, empty when of none
+
+  bool is_there() const { return !name.empty(); }
 
   friend bool operator==(const LocalInterface&, const LocalInterface&) = default;
 };

@@ -83,7 +83,9 @@ Message topology_response(std::uint16_t message_id, const MACAddress& al_mac,
   MessageBuilder message(MessageType::TOPOLOGY_RESPONSE_MESSAGE, message_id);
   DeviceInformationTLV device(al_mac);
   for (std::size_t index = 0; index < interfaces.size(); ++index) {
-    device.add_interface_information(interface_information(interfaces[index], states[index]));
+    if (interfaces[index].is_there()) {
+      device.add_interface_information(interface_information(interfaces[index], states[index]));
+    }
   }
   message.add(std::move(device));
   if (DeviceBridgingCapabilityTLV bridging = bridging_capability(interfaces);

@@ -24,7 +24,7 @@ qel::ieee1905_1::Message topology_notification(const qel::MACAddress& al_mac);
 
 qel::ieee1905_1::Message topology_query();
 
-/// `interfaces` must not be empty (6.3.4).
+/// One of the interfaces must be there at least (6.3.4).
 qel::ieee1905_1::Message topology_response(std::uint16_t message_id, const qel::MACAddress& al_mac,
                                            const std::vector<LocalInterface>& interfaces,
                                            const std::vector<InterfaceState>& states, const NeighborTable& neighbors);

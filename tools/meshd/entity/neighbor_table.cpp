@@ -73,7 +73,7 @@ NeighborTable::Discovery NeighborTable::discover(const MACAddress& al_mac, std::
       }
     }
   }
-  if (count_links() >= MAX_LINKS) {
+  if (count_links() >= most_links_) {
     return Discovery::TABLE_FULL;
   }
   const bool is_known = neighbor != nullptr;

@@ -12,6 +12,7 @@
 #include "qel/ieee1905_1/link_metric_tlvs.h"
 #include "qel/ieee1905_1/neighbor_tlvs.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
+#include "tools/meshd/entity/limits.h"
 #include "tools/meshd/entity/token_bucket.h"
 
 namespace meshd {
@@ -66,8 +67,8 @@ class NeighborTable {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// More are not taken in, whoever may send: an answer about this many links fits a frame.
-  static constexpr std::size_t MAX_LINKS = 16;
+  /// More links are not taken in, whoever may send.
+  explicit NeighborTable(std::size_t most_links = Limits().links) : most_links_(most_links) {}
 
   enum class Discovery { REFRESHED, NEW_LINK, NEW_NEIGHBOR, TABLE_FULL };
 
@@ -119,6 +120,7 @@ class NeighborTable {
   template <class Predicate>
   std::vector<qel::MACAddress> drop(Predicate is_gone);
 
+  std::size_t most_links_;
   std::vector<Neighbor> neighbors_;
 };
 

@@ -76,6 +76,9 @@ void add_self(TopologyView& view, const Entity& entity) {
   self.has_answered = true;
   self.meshd_version = config.version;
   for (std::size_t index = 0; index < config.interfaces.size(); ++index) {
+    if (!config.interfaces[index].is_there()) {
+      continue;
+    }
     const InterfaceInformation information = interface_information(config.interfaces[index], states[index]);
     self.interfaces.push_back({information.get_mac(), config.interfaces[index].name, information.get_interface_type(),
                                information.get_interface_mode()});

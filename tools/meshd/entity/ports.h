@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "qel/core/mac_address.h"
+#include "tools/meshd/entity/frame.h"
+#include "tools/meshd/entity/local_interface.h"
+#include "tools/meshd/entity/neighbor_table.h"
+
+namespace meshd {
+
+/// What the entity needs of the world around it.
+class Ports {
+ public:
+  virtual ~Ports() = default;
+
+  /// Sends a whole frame; the octets are borrowed. A frame that cannot be sent is lost.
+  virtual void send(std::size_t interface, std::span<const std::uint8_t> frame) = 0;
+  virtual InterfaceState read_state(std::size_t interface) = 0;
+  /// What the bridge has learned to live behind this port of it, and not forgotten since: no address of our own. Empty
+  /// for an interface in no bridge.
+  virtual std::vector<qel::MACAddress> read_hosts(std::size_t interface) = 0;
+
+  virtual void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) = 0;
+  virtual void on_neighbor_lost(const qel::MACAddress& al_mac) = 0;
+  /// Of devices beyond the neighbours, once they have told about themselves.
+  virtual void on_device_found(const qel::MACAddress& al_mac) = 0;
+  virtual void on_device_lost(const qel::MACAddress& al_mac) = 0;
+  /// A message for us that was not understood, and why.
+  virtual void on_rejected(const Frame& frame, const std::string& reason) = 0;
+};
+
+}  // namespace meshd
