@@ -8,7 +8,7 @@
 
 namespace qel {
 
-/// Two numbers, printed as "3.7".
+/// A major and a minor number, printed as "3.7".
 class QEL_EXPORT BasicVersion {
  public:
   constexpr BasicVersion() = default;
@@ -21,8 +21,8 @@ class QEL_EXPORT BasicVersion {
 
   std::string to_string() const;
 
-  /// Two numbers below 65536 with a dot between them, read as a stream reads numbers, and nothing behind them.
-  /// Otherwise false, and the version stays as it was.
+  /// Parses two numbers below 65536 separated by a dot, as a stream reads numbers, with nothing after them. For any
+  /// other text, returns false and leaves the version unchanged.
   bool parse_string(const std::string& text);
 
   friend constexpr bool operator==(const BasicVersion&, const BasicVersion&) = default;

@@ -9,7 +9,7 @@
 
 namespace qel {
 
-/// The kind of a chassis identifier (IEEE 802.1AB-2016, 8.5.2.2).
+/// Subtype of a chassis identifier (IEEE 802.1AB-2016, 8.5.2.2).
 enum class DeviceIDSubtype : std::uint8_t {
   RESERVED = 0,
   CHASSIS_COMPONENT = 1,
@@ -27,17 +27,17 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, DeviceIDSubtype subtype);
 
 /// Identifies a device as an LLDP chassis ID does.
 ///
-/// The octets that it is made from depend on the subtype: six for a MAC address; for a network address the IANA address
-/// family (1 or 2) and the 4 or 16 octets of the address; any number for the others.
+/// The octets to construct it from depend on the subtype: six for a MAC address; the IANA address family (1 or 2) and
+/// the 4 or 16 octets of the address for a network address; any number for the others.
 class QEL_EXPORT DeviceID {
  public:
-  /// Throws std::invalid_argument for a subtype from INVALID_MAX on, and for octets that the subtype does not allow.
+  /// Throws std::invalid_argument if the subtype is INVALID_MAX or above, or does not allow these octets.
   DeviceID(DeviceIDSubtype subtype, const char* data, unsigned int length);
   DeviceID(DeviceIDSubtype subtype, const std::string& octets);
 
   DeviceIDSubtype get_subtype() const { return subtype_; }
 
-  /// The text of a MAC or network address in upper case; for the other subtypes the octets themselves.
+  /// A MAC or network address as upper-case text; for other subtypes, the octets themselves.
   const std::string& get_value() const { return value_; }
 
   friend bool operator==(const DeviceID&, const DeviceID&) = default;
@@ -47,10 +47,10 @@ class QEL_EXPORT DeviceID {
   std::string value_;
 };
 
-/// ["MAC_ADDRESS", "00:11:22:33:44:55"]
+/// Prints as ["MAC_ADDRESS", "00:11:22:33:44:55"].
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const DeviceID& id);
 
-/// A copy, or null for null.
+/// Copies `id`; null remains null.
 QEL_EXPORT std::unique_ptr<DeviceID> clone_optional_device_id(const std::unique_ptr<DeviceID>& id);
 
 }  // namespace qel

@@ -10,25 +10,25 @@
 
 namespace qel {
 
-/// One row of an enumeration's table of texts. Every enumeration has one such table, its sentinel a row like any other;
-/// values without a row print as decimal numbers.
+/// A row in the text table of an enumeration. Each enumeration has one such table, in which its sentinel is a row like
+/// any other. Values without a row print as decimal numbers.
 struct EnumText {
-  /// By its enumerator, so that each code stands in the enumeration and nowhere else.
+  /// Takes the enumerator, so that its code is written only in the enumeration.
   template <class E>
   constexpr EnumText(E enumerator, const char* its_text)
       : value(static_cast<std::uint16_t>(enumerator)), text(its_text) {
     static_assert(std::is_enum_v<E> && sizeof(E) <= sizeof(value));
   }
 
-  std::uint16_t value;  ///< the code of the enumerator
+  std::uint16_t value;  ///< code of the enumerator
   const char* text;
 };
 
-/// The text in the row of `value`, null when it has none.
+/// Returns the text of `value`, or null if it has no row.
 QEL_EXPORT const char* find_enum_text(std::span<const EnumText> table, std::uint16_t value);
 
 ///@{
-/// The text of `value`, its decimal number when it has none.
+/// Returns the text of `value`, or its decimal number if it has no row.
 QEL_EXPORT std::string enum_text(std::span<const EnumText> table, std::uint16_t value);
 QEL_EXPORT std::ostream& print_enum(std::ostream& os, std::span<const EnumText> table, std::uint16_t value);
 

@@ -1,5 +1,5 @@
 #pragma once
 
-/// Marks what the shared library offers; everything else stays hidden. It also marks the enumerations by which
-/// templates are distinguished: to clang an instance is hidden when the type of an argument is.
+/// Marks the symbols that the shared library exports; all others are hidden. Enumerations used as template arguments
+/// need it too: clang hides an instantiation if the type of an argument is hidden.
 #define QEL_EXPORT [[gnu::visibility("default")]]

@@ -10,7 +10,7 @@
 
 namespace qel {
 
-/// Up to N octets, held in place.
+/// Up to N octets, stored inline.
 template <std::size_t N>
 class FixedByteBuffer {
  public:
@@ -22,7 +22,7 @@ class FixedByteBuffer {
     std::copy(octets.begin(), octets.end(), octets_.begin());
   }
 
-  /// The octets of a text, without a final NUL. Throws std::invalid_argument for more than N.
+  /// Stores the octets of a text, without a terminating NUL. Throws std::invalid_argument for more than N.
   constexpr explicit FixedByteBuffer(std::string_view text) : size_(text.size()) {
     require_room();
     std::transform(text.begin(), text.end(), octets_.begin(),
@@ -51,7 +51,7 @@ class FixedByteBuffer {
   std::size_t size_ = 0;
 };
 
-/// Not empty.
+/// True unless the buffer is empty.
 template <std::size_t N>
 constexpr bool is_valid(const FixedByteBuffer<N>& buffer) {
   return !buffer.empty();

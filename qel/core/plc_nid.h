@@ -27,7 +27,7 @@ class QEL_EXPORT NID {
   Octets octets_{};
 };
 
-/// Seven pairs of lower-case hexadecimal digits, separated by colons.
+/// Prints seven colon-separated pairs of lower-case hexadecimal digits.
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const NID& nid);
 
 }  // namespace qel::plc

@@ -10,10 +10,10 @@
 
 namespace qel {
 
-/// Every character passed through std::toupper.
+/// Converts every character with std::toupper.
 QEL_EXPORT std::string to_upper(std::string text);
 
-/// What operator<< prints. Numbers have std::to_string.
+/// Returns what operator<< prints. For numbers, use std::to_string.
 template <class T>
 requires(!std::is_arithmetic_v<T>) std::string to_string(const T& value) {
   std::ostringstream text;
@@ -21,7 +21,7 @@ requires(!std::is_arithmetic_v<T>) std::string to_string(const T& value) {
   return std::move(text).str();
 }
 
-/// Prints a number in decimal digits, whatever base, sign or grouping the stream is set to.
+/// Prints a number in decimal, regardless of the stream's base, sign and grouping.
 class Decimal {
  public:
   constexpr explicit Decimal(std::int64_t value) : value_(value) {}
@@ -34,7 +34,7 @@ class Decimal {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, Decimal number);
 
-/// Prints a number in lower-case hexadecimal digits, as few as it takes, whatever the stream is set to.
+/// Prints a number in lower-case hexadecimal without leading zeros, regardless of the stream's settings.
 class Hexadecimal {
  public:
   constexpr explicit Hexadecimal(std::uint64_t value) : value_(value) {}
@@ -47,7 +47,7 @@ class Hexadecimal {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, Hexadecimal number);
 
-/// How debug texts show a flag.
+/// The text of a flag in debug texts.
 constexpr const char* true_or_false(bool value) { return value ? "true" : "false"; }
 
 }  // namespace qel

@@ -8,10 +8,10 @@ namespace qel::serialization {
 
 class SerializationContext;
 
-/// A class with a binary wire form of its own: a message, a TLV, a record inside a TLV, an element.
+/// A class with its own binary wire format: a message, a TLV, a record inside a TLV, an element.
 ///
-/// Both operations throw SerializationException. A failed decode leaves the object partly filled and the stream where
-/// it failed; the caller discards the object.
+/// Both operations throw SerializationException. After a failed decode the object is partly filled and the stream is at
+/// the point of failure; the caller discards the object.
 class QEL_EXPORT BinarySerializable {
  public:
   virtual ~BinarySerializable() = default;

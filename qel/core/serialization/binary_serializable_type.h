@@ -15,13 +15,13 @@
 
 namespace qel::serialization {
 
-/// The codec of T: `serialize(std::ostream&, SerializationContext&, const T&)` and
-/// `deserialize(std::istream&, SerializationContext&, T&)`. Both throw SerializationException; a target that could not
-/// be read whole is left as it was.
+/// The codec of T: `serialize(std::ostream&, SerializationContext&, const T&)` and `deserialize(std::istream&,
+/// SerializationContext&, T&)`. Both throw SerializationException; a target that cannot be read completely is left
+/// unchanged.
 template <class T>
 struct BinarySerializableType;
 
-/// Integers, `bool`, `char`, enumerations, octet values, bit sets and records of fixed size: one call on the stream.
+/// Integers, `bool`, `char`, enumerations, octet values, bit sets and fixed-size records: one call on the stream.
 template <FixedWire T>
 requires(!std::derived_from<T, BinarySerializable>) struct BinarySerializableType<T> {
   static void serialize(std::ostream& os, SerializationContext&, const T& value) {
@@ -45,14 +45,14 @@ struct BinarySerializableType<T> {
   }
 };
 
-/// The characters alone, without length or terminator, so that there is nothing to read them back by.
+/// The characters alone, without length or terminator; they can therefore not be read back.
 template <>
 struct QEL_EXPORT BinarySerializableType<std::string> {
   static void serialize(std::ostream& os, SerializationContext& context, const std::string& value);
   [[noreturn]] static void deserialize(std::istream& is, SerializationContext& context, std::string& value);
 };
 
-/// The whole content of the stream's buffer. An empty one sets failbit and throws, as copying a stream buffer does.
+/// The whole contents of the stream's buffer. An empty buffer sets failbit and throws, as copying a stream buffer does.
 template <>
 struct QEL_EXPORT BinarySerializableType<std::stringstream> {
   static void serialize(std::ostream& os, SerializationContext& context, const std::stringstream& value);

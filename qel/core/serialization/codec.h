@@ -13,31 +13,31 @@ class ReadSource;
 class SerializationContext;
 struct PrimitiveEnd;
 
-/// Calls the private `encode_body` and `decode_body` of a class that befriends it (table_codec.h).
+/// Calls the private `encode_body` and `decode_body` of a class that declares it a friend (table_codec.h).
 struct BodyAccess;
 
-/// The operations that follow from the wire table of one class. The objects are of this class, except that the right
-/// one of `equal` may be of another in a TLV's or a vendor payload's.
+/// The operations derived from the wire table of one class. All objects passed in are of this class; only the right
+/// operand of `equal` may be of another class, if they are TLVs or vendor payloads.
 ///
-/// All classes with a table share the functions that are reached through it, so that the table is all that each adds to
-/// the library, and its name all that each adds to the library's symbols.
+/// All classes with a table share the functions that call these, so each class adds to the library only its `Codec`,
+/// and only one symbol.
 struct Codec {
-  /// Puts all octets of the object, or none when it throws.
+  /// Writes all octets of the object, or none if it throws.
   void (*encode)(MemoryWriteBuffer& memory, const BinarySerializable& object);
   void (*decode)(ReadSource& source, BinarySerializable& object);
   void (*print)(std::ostream& os, const BinarySerializable& object);
   bool (*equal)(const BinarySerializable& left, const BinarySerializable& right);
-  /// Null for a class without an order.
+  /// Null for a class without an ordering.
   bool (*less)(const BinarySerializable& left, const BinarySerializable& right);
-  /// What a stream that does not take all octets failed to write.
+  /// The primitives of the encoding, for the exception if a stream does not take all octets.
   std::span<const PrimitiveEnd> primitives;
 };
 
-/// `serialize_impl` of such a class.
+/// Implements `serialize_impl` for a class with a codec.
 QEL_EXPORT void encode(std::ostream& os, SerializationContext& context, const BinarySerializable& object,
                        const Codec& codec);
 
-/// `deserialize_impl` of such a class.
+/// Implements `deserialize_impl` for a class with a codec.
 QEL_EXPORT void decode(std::istream& is, BinarySerializable& object, const Codec& codec);
 
 }  // namespace qel::serialization

@@ -9,17 +9,17 @@
 
 namespace qel::serialization {
 
-/// One octet of type, 16 bits of length: the header of a TLV, and of a vendor payload inside one.
+/// A one-octet type and a 16-bit length: the header of a TLV, and of a vendor payload inside one.
 inline constexpr std::size_t FRAME_HEADER_SIZE = 3;
 
-/// What a frame consists of for a stream that fails: type, length, and a body written as one piece.
+/// The primitives of a frame, for a stream that fails: type, length, and the body as a single piece.
 inline constexpr PrimitiveEnd FRAME_PRIMITIVES[] = {
     {1, &detail::INTEGER_TEXTS<1, false>},
     {FRAME_HEADER_SIZE, &detail::INTEGER_TEXTS<2, false>},
     {FRAME_HEADER_SIZE + 1, &detail::STRINGSTREAM_TEXTS},
 };
 
-/// Fills in the length of the frame that begins at offset `begin` and ends with what was put last. Throws `too_long`
+/// Writes the length of the frame that begins at offset `begin` and ends with the last octet written. Throws `too_long`
 /// for a body over 65535 octets.
 inline void finish_frame(Writer& out, std::size_t begin, const char* too_long) {
   const std::size_t length = out.offset() - begin - FRAME_HEADER_SIZE;
@@ -29,7 +29,7 @@ inline void finish_frame(Writer& out, std::size_t begin, const char* too_long) {
   out.put_at(begin + 1, static_cast<std::uint16_t>(length));
 }
 
-/// Puts type, length and the body of `object`.
+/// Writes type, length and the body of `object`.
 template <class T, auto TYPE>
 void encode_framed(MemoryWriteBuffer& memory, const BinarySerializable& object) {
   static_assert(WireType<decltype(TYPE)>::SIZE == 1);
@@ -40,7 +40,7 @@ void encode_framed(MemoryWriteBuffer& memory, const BinarySerializable& object) 
   out.commit();
 }
 
-/// Takes type and length, which are not compared with anything, and the body of `object`.
+/// Reads type and length, neither of which is checked, and the body of `object`.
 template <class T>
 void decode_framed(ReadSource& source, BinarySerializable& object) {
   auto& derived = static_cast<T&>(object);
@@ -55,14 +55,14 @@ void decode_framed(ReadSource& source, BinarySerializable& object) {
   }
 }
 
-/// Also looks at the class of the right object: a user's own class may have a type of ours.
+/// Also compares the classes of the objects: a user's own class may have one of our types.
 template <class T>
 bool equal_framed(const BinarySerializable& left, const BinarySerializable& right) {
   const auto* same_class = dynamic_cast<const T*>(&right);
   return same_class != nullptr && equal_bodies(static_cast<const T&>(left), *same_class);
 }
 
-/// The codec of a class with this header. What is printed is the body.
+/// The codec of a class with this header. It prints only the body.
 template <class T, auto TYPE>
 inline constexpr Codec FRAMED_CODEC{
     .encode = encode_framed<T, TYPE>,

@@ -7,7 +7,7 @@ namespace qel::serialization {
 class SerializationContext;
 class YAJLStream;
 
-/// A class with a JSON form of its own.
+/// A class with its own JSON format.
 class QEL_EXPORT JSONSerializable {
  public:
   virtual ~JSONSerializable() = default;

@@ -18,8 +18,8 @@
 
 namespace qel::serialization {
 
-/// The JSON form of T: `serialize(YAJLStream&, SerializationContext&, const T&)` writes one value and throws
-/// SerializationException when the generator refuses it. JSON is only ever written.
+/// The JSON encoding of T: `serialize(YAJLStream&, SerializationContext&, const T&)` writes one value and throws
+/// SerializationException if the generator refuses it. There is no decoding.
 template <class T>
 struct JSONSerializableType;
 
@@ -40,19 +40,19 @@ constexpr const char* json_integer_failure(std::size_t octets, bool is_signed) {
 
 }  // namespace detail
 
-/// null.
+/// Writes null.
 template <>
 struct QEL_EXPORT JSONSerializableType<std::nullptr_t> {
   static void serialize(YAJLStream& stream, SerializationContext& context, std::nullptr_t);
 };
 
-/// true or false.
+/// Writes true or false.
 template <>
 struct QEL_EXPORT JSONSerializableType<bool> {
   static void serialize(YAJLStream& stream, SerializationContext& context, bool value);
 };
 
-/// Integers by width, whatever the platform calls them; characters are none.
+/// Integers of any type name, distinguished by width; character types are excluded.
 template <std::integral T>
 requires(!detail::Character<T>) struct JSONSerializableType<T> {
   static void serialize(YAJLStream& stream, SerializationContext&, T value) {
@@ -62,13 +62,13 @@ requires(!detail::Character<T>) struct JSONSerializableType<T> {
   }
 };
 
-/// A string, which must be UTF-8.
+/// Writes a string, which must be UTF-8.
 template <>
 struct QEL_EXPORT JSONSerializableType<std::string> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const std::string& value);
 };
 
-/// The characters before the first NUL, all of them when there is none.
+/// Writes the characters before the first NUL, or all of them if there is none.
 template <std::size_t N>
 struct JSONSerializableType<char[N]> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const char (&value)[N]) {
@@ -78,19 +78,19 @@ struct JSONSerializableType<char[N]> {
   }
 };
 
-/// A string, in upper case.
+/// Writes a string in upper case.
 template <>
 struct QEL_EXPORT JSONSerializableType<MACAddress> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const MACAddress& value);
 };
 
-/// A string, in lower case.
+/// Writes a string in lower case.
 template <>
 struct QEL_EXPORT JSONSerializableType<plc::NID> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const plc::NID& value);
 };
 
-/// An array.
+/// Writes an array.
 template <class T>
 struct JSONSerializableType<std::vector<T>> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const std::vector<T>& value) {
@@ -109,7 +109,7 @@ struct JSONSerializableType<std::vector<T>> {
 template <std::derived_from<JSONSerializable> T>
 struct JSONSerializableType<T> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const T& value) {
-    // By the base: a class may have a binary form under the same name.
+    // Called through the base, because a class may have a binary serialize_impl as well.
     static_cast<const JSONSerializable&>(value).serialize_impl(stream, context);
   }
 };

@@ -17,8 +17,8 @@ namespace detail {
 
 QEL_EXPORT bool is_same_type(const std::type_info& left, const std::type_info& right);
 
-/// Nearly always the addresses tell; names have to be compared for other streams, and where a type's information exists
-/// twice in a process.
+/// Comparing addresses almost always decides; names are compared only for other streams, and where a type's information
+/// exists twice in a process.
 template <class T>
 bool is_exactly(const std::streambuf* buffer) {
   return buffer != nullptr && (&typeid(*buffer) == &typeid(T) || is_same_type(typeid(*buffer), typeid(T)));
@@ -26,34 +26,34 @@ bool is_exactly(const std::streambuf* buffer) {
 
 }  // namespace detail
 
-/// Reads a span of octets where it lies. The octets are borrowed: they must outlive the buffer's use.
+/// Reads a span of octets in place. The octets are borrowed and must outlive the use of the buffer.
 class QEL_EXPORT MemoryReadBuffer final : public std::streambuf {
  public:
   MemoryReadBuffer() = default;
   explicit MemoryReadBuffer(std::span<const std::uint8_t> octets) { reset(octets); }
   ~MemoryReadBuffer() override;
 
-  /// Starts over on other octets.
+  /// Starts over with other octets.
   void reset(std::span<const std::uint8_t> octets) {
-    // A get area is declared as char*, though it is only ever read.
+    // setg takes char*, although a get area is only read.
     char* begin = const_cast<char*>(reinterpret_cast<const char*>(octets.data()));
     setg(begin, begin, begin + octets.size());
   }
 
-  /// How many octets were read so far.
+  /// Number of octets read so far.
   std::size_t consumed() const { return static_cast<std::size_t>(gptr() - eback()); }
 
-  /// The octets not read yet.
+  /// The octets that have not been read yet.
   std::span<const std::uint8_t> unread() const {
     return {reinterpret_cast<const std::uint8_t*>(gptr()), static_cast<std::size_t>(egptr() - gptr())};
   }
 
-  /// Goes on at `position`, which lies in the span or at its end.
+  /// Continues at `position`, which must lie within the span or at its end.
   void read_up_to(const std::uint8_t* position) {
     setg(eback(), const_cast<char*>(reinterpret_cast<const char*>(position)), egptr());
   }
 
-  /// The buffer behind a stream, null when the stream reads something else.
+  /// Returns the buffer behind a stream, or null if the stream uses another kind of buffer.
   static MemoryReadBuffer* of(const std::istream& is) {
     return detail::is_exactly<MemoryReadBuffer>(is.rdbuf()) ? static_cast<MemoryReadBuffer*>(is.rdbuf()) : nullptr;
   }
@@ -63,10 +63,10 @@ class QEL_EXPORT MemoryReadBuffer final : public std::streambuf {
   pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
 };
 
-/// Collects what is written in memory that grows as needed and is kept for reuse.
+/// Collects output in memory that grows as needed and is kept for reuse.
 class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
  public:
-  /// The free room that follows the octets written so far.
+  /// The free space after the octets written so far.
   struct Room {
     std::uint8_t* position;
     std::uint8_t* end;
@@ -80,7 +80,7 @@ class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
   /// All octets written; valid until the next write.
   std::span<const std::uint8_t> octets() const { return {memory_.get(), size()}; }
 
-  /// Forgets what follows the first `size` octets; the memory is kept.
+  /// Removes everything after the first `size` octets; the memory is kept.
   void truncate(std::size_t size) {
     if (size < this->size()) {
       set_position(size);
@@ -90,21 +90,22 @@ class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
 
   Room room() { return {reinterpret_cast<std::uint8_t*>(pptr()), reinterpret_cast<std::uint8_t*>(epptr())}; }
 
-  /// Makes room for at least `count` octets after `position`; octets stored up to there are kept but not yet written.
+  /// Makes room for at least `count` octets after `position`. Octets stored before `position` are kept, but do not
+  /// count as written yet.
   Room grow(const std::uint8_t* position, std::size_t count);
 
-  /// Takes the octets stored before `room`, which came from here, as written.
+  /// Marks the octets stored before `room.position` as written; `room` must come from this buffer.
   void written_up_to(const Room& room) {
     setp(reinterpret_cast<char*>(room.position), reinterpret_cast<char*>(room.end));
   }
 
-  /// The octet at `offset`; valid until the memory grows.
+  /// Returns the octet at `offset`; valid until the memory grows.
   std::uint8_t* at(std::size_t offset) { return memory_.get() + offset; }
   std::size_t offset_of(const std::uint8_t* position) const {
     return static_cast<std::size_t>(position - memory_.get());
   }
 
-  /// The buffer behind a stream, null when the stream writes to something else.
+  /// Returns the buffer behind a stream, or null if the stream uses another kind of buffer.
   static MemoryWriteBuffer* of(const std::ostream& os) {
     return detail::is_exactly<MemoryWriteBuffer>(os.rdbuf()) ? static_cast<MemoryWriteBuffer*>(os.rdbuf()) : nullptr;
   }
@@ -115,7 +116,7 @@ class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {
   pos_type seekoff(off_type offset, std::ios_base::seekdir direction, std::ios_base::openmode which) override;
 
  private:
-  /// The put area begins at the position itself: its own offsets are int and would not carry large contents.
+  /// The put area begins at the position itself, because its own offsets are int and too small for large contents.
   void set_position(std::size_t offset) {
     setp(reinterpret_cast<char*>(memory_.get() + offset), reinterpret_cast<char*>(memory_.get() + capacity_));
   }
@@ -131,7 +132,7 @@ class QEL_EXPORT MemoryIStream final : public std::istream {
   explicit MemoryIStream(std::span<const std::uint8_t> octets) : MemoryIStream() { buffer_.reset(octets); }
   ~MemoryIStream() override;
 
-  /// Starts over on other octets with a good state; costs far less than a new stream.
+  /// Starts over with other octets and a good state; much cheaper than a new stream.
   void reset(std::span<const std::uint8_t> octets) {
     buffer_.reset(octets);
     if (!good()) {
@@ -144,13 +145,13 @@ class QEL_EXPORT MemoryIStream final : public std::istream {
   MemoryReadBuffer buffer_;
 };
 
-/// An output stream that collects octets in memory of its own.
+/// An output stream that collects octets in its own memory.
 class QEL_EXPORT MemoryOStream final : public std::ostream {
  public:
   MemoryOStream() : std::ostream(nullptr) { rdbuf(&buffer_); }
   ~MemoryOStream() override;
 
-  /// Starts over, empty and with a good state; the memory is kept.
+  /// Starts over empty and with a good state; the memory is kept.
   void reset() {
     buffer_.clear();
     if (!good()) {

@@ -16,14 +16,14 @@
 
 namespace qel::serialization {
 
-/// Octets that can be taken at once.
+/// Octets that can be read without a call on the stream.
 struct ReadWindow {
   const std::uint8_t* position;
   const std::uint8_t* end;
 };
 
-/// Where a Reader's octets come from: the memory behind a MemoryReadBuffer, all of it at once, or any other stream,
-/// just as many octets as a step needs.
+/// The source of a Reader's octets: the memory behind a MemoryReadBuffer, all at once; or any other stream, from which
+/// only the octets of one step are read at a time.
 class QEL_EXPORT ReadSource {
  public:
   static constexpr std::size_t LARGEST_STEP = 256;
@@ -40,11 +40,11 @@ class QEL_EXPORT ReadSource {
     return {octets.data(), octets.data() + octets.size()};
   }
 
-  /// Reads the octets of the given primitives, at most LARGEST_STEP. When they are not there, the stream is left as
-  /// `read` leaves it, and the exception is that of the first primitive that lacks an octet.
+  /// Reads the octets of the given primitives, at most LARGEST_STEP. If the stream ends first, it is left in the state
+  /// that `read` leaves, and the exception is that of the first primitive that lacks an octet.
   ReadWindow refill(const std::uint8_t* position, std::span<const PrimitiveEnd> primitives);
 
-  /// How many octets lie before `position`, which is in the window opened or refilled last.
+  /// Number of octets before `position`, which must lie in the window last opened or refilled.
   std::size_t taken(const std::uint8_t* position) const {
     return memory_ != nullptr ? static_cast<std::size_t>(position - memory_->unread().data()) : refilled_;
   }
@@ -62,10 +62,10 @@ class QEL_EXPORT ReadSource {
   std::uint8_t scratch_[LARGEST_STEP];
 };
 
-/// Takes fields of fixed size from a stream, several in one step. Nothing else may read the stream until the Reader is
-/// gone; then the stream stands behind the last octet taken.
+/// Reads fixed-size fields from a stream, several in one step. Nothing else may read the stream while the Reader
+/// exists; afterwards the stream is positioned after the last octet read.
 ///
-/// It is a pair of pointers that never leaves the function that uses it, so that they stay in registers.
+/// A Reader is a pair of pointers that never leaves the function that uses it, so that they stay in registers.
 class Reader {
  public:
   explicit Reader(ReadSource& source) : source_(source), window_(source.open()) {}
@@ -73,8 +73,8 @@ class Reader {
   Reader& operator=(const Reader&) = delete;
   ~Reader() { source_.close(window_.position); }
 
-  /// The fields in order. Throws SerializationException with the text of the field that is cut short; then none is
-  /// changed.
+  /// Reads the fields in order. Throws SerializationException with the text of the field that is cut short, and then
+  /// changes none of them.
   template <FixedWire... T>
   void get(T&... fields) {
     [[maybe_unused]] const std::uint8_t* octets = take<T...>();
@@ -88,7 +88,7 @@ class Reader {
     return value;
   }
 
-  /// Appends `count` values. The vector grows with the octets that are there, never with the count alone.
+  /// Appends `count` values. The vector grows as octets are read, never by the count alone.
   template <FixedWire T>
   void get_list(std::vector<T>& values, std::size_t count) {
     constexpr std::size_t SIZE = WireType<T>::SIZE;
@@ -96,7 +96,7 @@ class Reader {
       const std::size_t chunk = next_chunk<T>(count);
       const std::uint8_t* octets = take_chunk<T>(chunk);
       if constexpr (std::is_same_v<T, std::uint8_t>) {
-        values.insert(values.end(), octets, octets + chunk);  // without zeroing them first
+        values.insert(values.end(), octets, octets + chunk);  // avoids zeroing them first
       } else if constexpr (WireType<T>::OCTETS) {
         values.resize(values.size() + chunk);
         std::memcpy(values.data() + values.size() - chunk, octets, chunk * SIZE);
@@ -111,12 +111,12 @@ class Reader {
     }
   }
 
-  /// The next `count` octets, at most LARGEST_STEP, where they lie; valid until something else is taken.
+  /// Returns the next `count` octets in place, at most LARGEST_STEP; valid until the next read.
   std::span<const std::uint8_t> get_octets(std::size_t count) {
     return count == 0 ? std::span<const std::uint8_t>() : std::span(take_chunk<std::uint8_t>(count), count);
   }
 
-  /// Appends `count` characters, each of them a `char` primitive.
+  /// Appends `count` characters, each a `char` primitive.
   void get_characters(std::string& text, std::size_t count) {
     while (count != 0) {
       const std::size_t chunk = next_chunk<char>(count);
@@ -125,10 +125,10 @@ class Reader {
     }
   }
 
-  /// How many octets were taken so far.
+  /// Number of octets read so far.
   std::size_t taken() const { return source_.taken(window_.position); }
 
-  /// How many whole values of `size` octets the memory still holds; a hint to reserve by, 0 for other streams.
+  /// Number of complete values of `size` octets left in memory, as a hint for reserve(); 0 for other streams.
   std::size_t present(std::size_t size) const {
     return static_cast<std::size_t>(window_.end - window_.position) / size;
   }
@@ -149,7 +149,8 @@ class Reader {
     return octets;
   }
 
-  /// As many values of a list as are there; where none is, as many as one step may fetch or fail for.
+  /// Number of list values that can be read at once; if none is in memory, the number that one step may fetch or fail
+  /// on.
   template <FixedWire T>
   std::size_t next_chunk(std::size_t count) const {
     static_assert(WireType<T>::SIZE <= ReadSource::LARGEST_STEP);

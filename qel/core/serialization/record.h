@@ -8,10 +8,10 @@
 
 namespace qel::serialization {
 
-/// A record inside a message or TLV, given by the wire table of Derived.
+/// A record inside a message or TLV, defined by the wire table of Derived.
 ///
-/// Derived may encode and decode its body itself (`encode_body(Writer&) const`, `decode_body(Reader&)`, MIN_WIRE_SIZE)
-/// and print itself (`dbg_str`). The source file of Derived holds `template const Codec& Record<Derived>::codec();`.
+/// Derived may encode and decode its own body (`encode_body(Writer&) const`, `decode_body(Reader&)`, MIN_WIRE_SIZE) and
+/// print itself (`dbg_str`). The source file of Derived must contain `template const Codec& Record<Derived>::codec();`.
 template <class Derived>
 class QEL_EXPORT Record : public BinarySerializable {
  public:
@@ -24,7 +24,7 @@ class QEL_EXPORT Record : public BinarySerializable {
 
   friend bool operator==(const Derived& left, const Derived& right) { return codec().equal(left, right); }
 
-  /// By the fields in wire order.
+  /// Compares the fields in wire order.
   friend bool operator<(const Derived& left, const Derived& right) { return codec().less(left, right); }
 
   friend std::ostream& operator<<(std::ostream& os, const Derived& record) {

@@ -6,7 +6,7 @@
 #include "qel/core/serialization/record.h"
 #include "qel/core/serialization/table_values.h"
 
-/// The codec of Record, for the source files that instantiate it.
+/// The codec of Record, for sources that instantiate it.
 namespace qel::serialization {
 
 template <class R>
@@ -22,7 +22,7 @@ void decode_record(ReadSource& source, BinarySerializable& record) {
   decode_record(in, static_cast<R&>(record));
 }
 
-/// The primitives that a record begins with.
+/// The primitives at the beginning of a record.
 template <class R>
 inline constexpr std::span<const PrimitiveEnd> LEADING_PRIMITIVES = PRIMITIVE_ENDS<std::uint8_t>;
 template <FixedWire R>

@@ -12,13 +12,13 @@
 
 namespace qel::serialization {
 
-/// Accompanies one encode or decode from the message down to its last field, and may be used again for the next: it
-/// keeps the memory that it lends, and the place that a decode has come to. It carries no options; codecs hand it on
+/// Accompanies one encode or decode from the message down to its last field. It can be reused for the next one, and
+/// keeps the memory that it lends and the place that a decode has reached. It carries no options; codecs pass it on
 /// unchanged.
 class QEL_EXPORT SerializationContext {
  public:
-  /// How deep TLVs may stand inside vendor TLVs, when encoding and when decoding. A frame of 1514 octets has no room
-  /// for more; what a hostile sender could nest in more octets would exhaust the stack.
+  /// Maximum depth of TLVs nested in vendor TLVs, for encoding and decoding. A frame of 1514 octets has no room for
+  /// more; a hostile sender with more octets could otherwise exhaust the stack.
   static constexpr unsigned int MAX_NESTING = 214;
 
   SerializationContext();
@@ -26,7 +26,7 @@ class QEL_EXPORT SerializationContext {
   SerializationContext& operator=(const SerializationContext&) = delete;
   ~SerializationContext();
 
-  /// A stream over memory, lent until this object ends.
+  /// A stream over memory, borrowed until this object is destroyed.
   class QEL_EXPORT Loan {
    public:
     explicit Loan(SerializationContext& context);
@@ -40,7 +40,7 @@ class QEL_EXPORT SerializationContext {
     MemoryOStream& stream_;
   };
 
-  /// A stream that reads borrowed octets, lent until this object ends.
+  /// A stream that reads borrowed octets; itself borrowed until this object is destroyed.
   class QEL_EXPORT InputLoan {
    public:
     InputLoan(SerializationContext& context, std::span<const std::uint8_t> octets);
@@ -54,18 +54,18 @@ class QEL_EXPORT SerializationContext {
     MemoryIStream& stream_;
   };
 
-  /// The TLV of a message that is being decoded.
+  /// The position of a TLV in the message being decoded.
   struct Place {
-    std::size_t offset;  ///< of its type octet, from where the memory stream begins
-    std::uint8_t type;   ///< that octet
+    std::size_t offset;  ///< of its type octet, from the beginning of the memory stream
+    std::uint8_t type;   ///< value of the type octet
   };
 
-  /// The TLV that the last decode came to; after a failed one, that in which it failed. Empty before the first TLV, and
-  /// for a stream that is not memory.
+  /// The TLV that the last decode reached; after a failed decode, the TLV in which it failed. Empty before the first
+  /// TLV, and if the stream is not in memory.
   const std::optional<Place>& get_place() const { return place_; }
   void set_place(const std::optional<Place>& place) { place_ = place; }
 
-  /// One level of TLVs inside TLVs; throws SerializationException beyond MAX_NESTING.
+  /// Counts one level of nested TLVs while it exists. Throws SerializationException beyond MAX_NESTING.
   class QEL_EXPORT Nesting {
    public:
     explicit Nesting(SerializationContext& context);

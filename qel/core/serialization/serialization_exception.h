@@ -7,7 +7,7 @@
 
 namespace qel::serialization {
 
-/// The one exception of bad data and failed streams.
+/// The only exception for invalid data and failed streams.
 class QEL_EXPORT SerializationException : public std::exception {
  public:
   explicit SerializationException(const char* message);
@@ -22,7 +22,7 @@ class QEL_EXPORT SerializationException : public std::exception {
   std::string message_;
 };
 
-/// Throws; out of line, to keep the throwing code out of every decoder.
+/// Throws SerializationException. It is out of line to keep the throwing code out of every decoder.
 [[noreturn]] QEL_EXPORT void fail(const char* message);
 
 }  // namespace qel::serialization

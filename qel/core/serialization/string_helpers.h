@@ -9,16 +9,16 @@
 
 namespace qel::serialization {
 
-/// Lets a string field of known length encode and decode itself. It refers to the string, which must outlive it.
+/// Makes a string of known length encodable and decodable. It refers to the string, which must outlive it.
 class QEL_EXPORT DeSerializeStringHelper final : public BinarySerializable {
  public:
   /// `length` is the number of characters to read.
   DeSerializeStringHelper(std::string& target, std::uint16_t length) : target_(target), length_(length) {}
 
-  /// Writes all characters of the string, whatever the length says.
+  /// Writes all characters of the string, regardless of the length.
   void serialize_impl(std::ostream& os, SerializationContext& context) const override;
 
-  /// Leaves the string empty when the characters are not all there.
+  /// If characters are missing, leaves the string empty.
   void deserialize_impl(std::istream& is, SerializationContext& context) override;
 
  private:
@@ -26,13 +26,13 @@ class QEL_EXPORT DeSerializeStringHelper final : public BinarySerializable {
   std::uint16_t length_;
 };
 
-/// One octet of size, then the characters. A size outside [min, max] throws; the text shows the size in decimal, and
-/// the limits as the characters of these codes.
+/// Writes one octet of size, then the characters. Throws if the size is outside [min, max]; the text shows the size in
+/// decimal, but the limits as characters with these codes.
 QEL_EXPORT void serialize_string_with_uint8_size(std::ostream& os, SerializationContext& context,
                                                  const std::string& text, std::uint8_t min, std::uint8_t max);
 
-/// Reads what serialize_string_with_uint8_size writes; on failure `text` keeps its value. In the text of a refused size
-/// all three numbers are shown as the characters of these codes.
+/// Reads what serialize_string_with_uint8_size writes; on failure `text` is unchanged. If the size is refused, the
+/// exception text shows all three numbers as characters with these codes.
 QEL_EXPORT void deserialize_string_with_uint8_size(std::istream& is, SerializationContext& context, std::string& text,
                                                    std::uint8_t min, std::uint8_t max);
 

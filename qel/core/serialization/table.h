@@ -8,7 +8,7 @@
 
 #include "qel/core/serialization/wire_type.h"
 
-/// The vocabulary of wire tables. A record or TLV has one table, `static constexpr auto table()`, with a row for each
+/// The rows of wire tables. Each record or TLV has one table, `static constexpr auto table()`, with a row for each
 /// field in wire order; encoding, decoding, comparison and debug text all follow it (table_codec.h).
 ///
 ///     static constexpr auto table() {
@@ -21,7 +21,7 @@ namespace qel::serialization {
 class Reader;
 class Writer;
 
-/// A field of fixed size.
+/// A fixed-size field.
 template <class C, class T>
 struct UnlabelledField {
   static constexpr bool FIXED = true;
@@ -32,14 +32,13 @@ struct UnlabelledField {
   T C::*member;
 };
 
-/// The same with what the debug text puts before its value.
+/// A fixed-size field with the text that precedes its value in the debug text.
 template <class C, class T>
 struct LabelledField : UnlabelledField<C, T> {
   const char* label;
 };
 
-/// `Field{label, &C::member}`; without the label, for tables of classes that print themselves, the field is not
-/// printed.
+/// `Field{label, &C::member}`. A field without a label is not printed; classes that print themselves use it.
 template <class Base>
 struct Field : Base {
   template <class C, class T>
@@ -52,15 +51,15 @@ Field(const char*, T C::*) -> Field<LabelledField<C, T>>;
 template <class C, class T>
 Field(T C::*) -> Field<UnlabelledField<C, T>>;
 
-/// The wire type of an octet that is written as 0 and ignored on reading.
+/// The type of an octet that is written as 0 and ignored when read.
 struct ReservedOctet {
   friend constexpr bool operator==(const ReservedOctet&, const ReservedOctet&) = default;
   friend constexpr bool operator<(const ReservedOctet&, const ReservedOctet&) { return false; }
 };
-/// Stands for such an octet wherever one is read or written.
+/// Used wherever such an octet is read or written.
 inline ReservedOctet RESERVED_OCTET;
 
-/// See ReservedOctet.
+/// Writes 0 and ignores the octet read.
 template <>
 struct WireType<ReservedOctet> {
   static constexpr std::size_t SIZE = 1;
@@ -70,7 +69,7 @@ struct WireType<ReservedOctet> {
   static void load(const std::uint8_t*, ReservedOctet&) {}
 };
 
-/// The row of such an octet. It belongs to no member.
+/// The row of a reserved octet. It has no member.
 struct Reserved {
   static constexpr bool FIXED = true;
   static constexpr std::size_t MIN_SIZE = 1;
@@ -80,8 +79,8 @@ struct Reserved {
   }
 };
 
-/// How the debug text shows a list: `before`, then each element between `prefix` and `suffix`, then `after`.
-/// A list without `before` is not printed.
+/// How the debug text shows a list: `before`, then each element between `prefix` and `suffix`, then `after`. A list
+/// without `before` is not printed.
 struct ListText {
   const char* before = nullptr;
   const char* prefix = "";
@@ -89,8 +88,8 @@ struct ListText {
   const char* after = "";
 };
 
-/// How many elements a list may have when it is encoded, and what is thrown otherwise. Decoding takes any count, unless
-/// there is a `decode_error` to throw for one above the maximum.
+/// Limits on the number of elements when encoding, and the text thrown outside them. Decoding accepts any count, unless
+/// `decode_error` is set; it is thrown for a count above the maximum.
 struct CountLimits {
   std::size_t min;
   std::size_t max;
@@ -98,10 +97,10 @@ struct CountLimits {
   const char* decode_error = nullptr;
 };
 
-/// What a list that is short by design says to a count from the wire above its limit.
+/// The `decode_error` of lists that are short by design.
 inline constexpr const char* SECURE_LIMIT_ERROR = "Invalid size! Vector exceeds secure limit!";
 
-/// A list behind its count, an unsigned integer of type N.
+/// A list after its count, an unsigned integer of type N.
 template <class N, class C, class E>
 struct CountedList {
   static constexpr bool FIXED = false;
@@ -114,19 +113,19 @@ struct CountedList {
   CountLimits limits;
 };
 
-/// A list behind one octet of count.
+/// A list after a one-octet count.
 template <class C, class E>
 constexpr CountedList<std::uint8_t, C, E> list8(ListText text, std::vector<E> C::*member, CountLimits limits) {
   return {text, member, limits};
 }
 
-/// A list behind two octets of count.
+/// A list after a two-octet count.
 template <class C, class E>
 constexpr CountedList<std::uint16_t, C, E> list16(ListText text, std::vector<E> C::*member, CountLimits limits) {
   return {text, member, limits};
 }
 
-/// A string behind an octet of its size; no terminator, any octets. Decoding takes any size.
+/// A string after a one-octet size, without terminator; it may contain any octets. Decoding accepts any size.
 template <class C>
 struct String8 {
   static constexpr bool FIXED = false;
@@ -139,15 +138,15 @@ struct String8 {
   CountLimits limits;
 };
 
-/// See String8.
+/// A string after a one-octet size, with its label in the debug text.
 template <class C>
 constexpr String8<C> string8(const char* label, std::string C::*member, CountLimits limits) {
   return {label, member, limits};
 }
 
-/// A list of elements of fixed size up to the end of the body, directly behind fields of fixed size. A length that does
-/// not even cover those throws `too_short`; a rest that the elements do not fill throws `uneven`, which single octets
-/// have no need of.
+/// A list of fixed-size elements up to the end of the body, directly after fixed-size fields. Throws `too_short` if the
+/// length does not cover those fields, and `uneven` if the rest is not a whole number of elements; a list of single
+/// octets needs no `uneven`.
 template <class C, class E>
 struct RestList {
   static constexpr bool FIXED = false;
@@ -161,14 +160,14 @@ struct RestList {
   const char* uneven;
 };
 
-/// See RestList.
+/// A list up to the end of the body, with the texts thrown for a wrong length.
 template <class C, class E>
 constexpr RestList<C, E> rest_list(ListText text, std::vector<E> C::*member, const char* too_short,
                                    const char* uneven = nullptr) {
   return {text, member, too_short, uneven};
 }
 
-/// The table of these rows.
+/// Makes a table from its rows.
 template <class... Rows>
 constexpr std::tuple<Rows...> rows(Rows... list) {
   return {list...};

@@ -11,7 +11,7 @@
 #include "qel/core/serialization/table.h"
 #include "qel/core/serialization/writer.h"
 
-/// The octets that follow from a wire table. Neighbouring fields of fixed size move in one step.
+/// Encoding and decoding derived from a wire table. Adjacent fixed-size fields are handled in one step.
 namespace qel::serialization {
 
 template <class R>
@@ -28,7 +28,7 @@ concept HasTable = requires {
   R::table();
 };
 
-/// Reaches what the classes keep for their codecs alone, since it is inlined there and exists nowhere else.
+/// Gives the codec access to the private body functions of a class. Always inlined.
 struct BodyAccess {
   template <class R>
   static constexpr bool encodes() {
@@ -48,7 +48,7 @@ struct BodyAccess {
   }
 };
 
-/// A class that encodes or decodes its body itself.
+/// A class that encodes, or decodes, its own body.
 template <class R>
 concept EncodesItself = BodyAccess::encodes<R>();
 template <class R>
@@ -56,7 +56,7 @@ concept DecodesItself = BodyAccess::decodes<R>();
 
 namespace detail {
 
-/// The first row from I on that is not of fixed size.
+/// Index of the first row at or after `from` that is not of fixed size.
 template <class R>
 constexpr std::size_t end_of_fixed_run(std::size_t from) {
   return [&]<std::size_t... K>(std::index_sequence<K...>) {
@@ -69,7 +69,7 @@ constexpr std::size_t end_of_fixed_run(std::size_t from) {
   (std::make_index_sequence<ROWS<R>>{});
 }
 
-/// The least octets that the rows before `end` take.
+/// Minimum number of octets in the rows before `end`.
 template <class R>
 constexpr std::size_t min_size(std::size_t end) {
   return [&]<std::size_t... K>(std::index_sequence<K...>) {
@@ -88,7 +88,7 @@ constexpr decltype(auto) with_rows(F&& function) {
 
 }  // namespace detail
 
-/// The least octets that an R takes on the wire.
+/// Minimum number of octets of an R on the wire.
 template <class R>
 constexpr std::size_t min_wire_size() {
   if constexpr (FixedWire<R>) {
@@ -100,7 +100,7 @@ constexpr std::size_t min_wire_size() {
   }
 }
 
-/// A record whose rows are all of fixed size is itself a field of fixed size.
+/// A record whose rows are all of fixed size is itself a fixed-size field.
 template <class R>
 requires detail::FixedTable<R>
 struct WireType<R> {
@@ -125,7 +125,7 @@ struct WireType<R> {
   }
 };
 
-/// The rows of a table of fixed size and whatever follows them, in one step.
+/// Writes the rows of a fixed-size table and whatever follows them in one step.
 template <class R, class... More>
 [[gnu::always_inline]] inline void put_rows_and(Writer& out, const R& record, const More&... more) {
   detail::with_rows<R>([&](const auto&... row) { out.put(row.of(record)..., more...); });
@@ -142,7 +142,7 @@ template <class R, std::size_t FIRST = 0, class... Lead>
 template <class R, std::size_t FIRST = 0, class... Lead>
 [[gnu::always_inline]] inline void decode_rows(Reader& in, R& record, const std::uint16_t& length, Lead&... lead);
 
-/// The fields `lead`, then a record or the body of a TLV.
+/// Writes the fields `lead`, then a record or the body of a TLV.
 template <class R, class... Lead>
 [[gnu::always_inline]] inline void encode_body_of(Writer& out, const R& record, const Lead&... lead) {
   if constexpr (EncodesItself<R>) {
@@ -153,7 +153,7 @@ template <class R, class... Lead>
   }
 }
 
-/// A record inside another one.
+/// Reads a record inside another one.
 template <class R>
 [[gnu::always_inline]] inline void decode_record(Reader& in, R& record) {
   if constexpr (DecodesItself<R>) {
@@ -246,7 +246,7 @@ template <class C, class E>
   row.of(record) = decode_elements<E>(in, (length - head) / WireType<E>::SIZE);
 }
 
-/// The fields `lead` and the rows from FIRST on.
+/// Writes the fields `lead` and the rows from FIRST on.
 template <class R, std::size_t FIRST, class... Lead>
 [[gnu::always_inline]] inline void encode_rows(Writer& out, const R& record, const Lead&... lead) {
   constexpr std::size_t END = detail::end_of_fixed_run<R>(FIRST);
@@ -258,8 +258,8 @@ template <class R, std::size_t FIRST, class... Lead>
   }
 }
 
-/// The fields `lead` and the rows from FIRST on; `length`, which may be one of `lead`, is that of the whole body, for
-/// the lists that reach up to its end.
+/// Reads the fields `lead` and the rows from FIRST on. `length`, which may be one of `lead`, is the length of the whole
+/// body, for lists that extend to its end.
 template <class R, std::size_t FIRST, class... Lead>
 [[gnu::always_inline]] inline void decode_rows(Reader& in, R& record, const std::uint16_t& length, Lead&... lead) {
   constexpr std::size_t END = detail::end_of_fixed_run<R>(FIRST);

@@ -10,10 +10,10 @@
 #include "qel/core/serialization/table_codec.h"
 #include "qel/core/text.h"
 
-/// What else follows from a wire table: the debug text, equality and order.
+/// Debug text, equality and ordering, derived from a wire table.
 namespace qel::serialization {
 
-/// As its operator<< prints it; octets as numbers.
+/// Prints with operator<<, but octets as numbers.
 template <class T>
 void print_value(std::ostream& os, const T& value) {
   if constexpr (std::is_integral_v<T>) {
@@ -35,7 +35,7 @@ void print_list(std::ostream& os, const ListText& text, const std::vector<E>& el
   os << text.after;
 }
 
-/// The labelled rows in table order.
+/// Prints the rows that have a label, in table order.
 template <class R>
 void print_rows(std::ostream& os, const R& record) {
   const auto print = [&](const auto& row) {
@@ -53,13 +53,13 @@ void print_rows(std::ostream& os, const R& record) {
   detail::with_rows<R>([&](const auto&... row) { (print(row), ...); });
 }
 
-/// Row by row; what has no row does not count.
+/// Compares row by row; members without a row are ignored.
 template <class R>
 bool equal_rows(const R& left, const R& right) {
   return detail::with_rows<R>([&](const auto&... row) { return ((row.of(left) == row.of(right)) && ...); });
 }
 
-/// By `equals` of R where it has one.
+/// Uses `equals` of R if it has one.
 template <class R>
 bool equal_bodies(const R& left, const R& right) {
   if constexpr (requires { left.equals(right); }) {
@@ -69,13 +69,13 @@ bool equal_bodies(const R& left, const R& right) {
   }
 }
 
-/// The order of one row.
+/// Orders two values of one row.
 template <class T>
 bool less_field(const T& left, const T& right) {
   return left < right;
 }
 
-/// Bit sets compare as numbers.
+/// Orders bit sets as numbers.
 template <std::size_t N>
 bool less_field(const std::bitset<N>& left, const std::bitset<N>& right) {
   for (std::size_t bit = N; bit-- > 0;) {
@@ -86,7 +86,7 @@ bool less_field(const std::bitset<N>& left, const std::bitset<N>& right) {
   return false;
 }
 
-/// Lexicographic, in table order.
+/// Orders lexicographically, in table order.
 template <class R>
 bool less_rows(const R& left, const R& right) {
   bool less = false;
@@ -98,7 +98,7 @@ bool less_rows(const R& left, const R& right) {
   return less;
 }
 
-/// By `is_less_than` of R where it has one.
+/// Uses `is_less_than` of R if it has one.
 template <class R>
 bool less_bodies(const R& left, const R& right) {
   if constexpr (requires { left.is_less_than(right); }) {
@@ -108,7 +108,7 @@ bool less_bodies(const R& left, const R& right) {
   }
 }
 
-/// The functions of a `Codec` that need no more than the table.
+/// Implements `Codec::print`.
 template <class R>
 void print_object(std::ostream& os, const BinarySerializable& object) {
   if constexpr (HasTable<R>) {
@@ -116,13 +116,13 @@ void print_object(std::ostream& os, const BinarySerializable& object) {
   }
 }
 
-/// See print_object.
+/// Implements `Codec::equal`.
 template <class R>
 bool equal_objects(const BinarySerializable& left, const BinarySerializable& right) {
   return equal_bodies(static_cast<const R&>(left), static_cast<const R&>(right));
 }
 
-/// See print_object.
+/// Implements `Codec::less`.
 template <class R>
 bool less_objects(const BinarySerializable& left, const BinarySerializable& right) {
   return less_bodies(static_cast<const R&>(left), static_cast<const R&>(right));

@@ -13,15 +13,15 @@
 
 namespace qel::serialization {
 
-/// What the failure of a primitive says in either direction.
+/// The texts thrown when a primitive fails, for each direction.
 struct FailureTexts {
   const char* serialize;
   const char* deserialize;
 };
 
-/// The wire form of a type of fixed size: SIZE octets, written by store and read by load, with the texts of the
-/// primitives that they are made of (`fields()`). OCTETS tells that memory holds the very octets of the wire, so that a
-/// whole array moves at once.
+/// The wire format of a fixed-size type: SIZE octets, written by `store` and read by `load`, with the failure texts of
+/// its primitives (`fields()`). OCTETS means that the type's memory equals its wire format, so that a whole array can
+/// be copied at once.
 template <class T>
 struct WireType;
 
@@ -30,7 +30,7 @@ concept FixedWire = requires {
   WireType<T>::SIZE;
 };
 
-/// One primitive inside a run of octets: where it ends, and its texts.
+/// One primitive in a run of octets: the offset of its end, and its failure texts.
 struct PrimitiveEnd {
   std::size_t end;
   const FailureTexts* texts;
@@ -70,7 +70,7 @@ template <>
 inline constexpr FailureTexts INTEGER_TEXTS<8, false>{"Serialization of type std::uint64_t failed.",
                                                       "Deserialization of type std::uint64_t failed."};
 
-/// Host order to network order and back.
+/// Converts between host and network order.
 template <std::unsigned_integral T>
 constexpr T network_order(T value) {
   if constexpr (std::endian::native == std::endian::big || sizeof(T) == 1) {
@@ -88,13 +88,13 @@ template <class T>
 concept Character = std::same_as<T, char> || std::same_as<T, wchar_t> || std::same_as<T, char8_t> ||
     std::same_as<T, char16_t> || std::same_as<T, char32_t>;
 
-/// A value type that is nothing but its octets, such as a MAC address.
+/// A value type that consists only of its octets, such as a MAC address.
 template <class T>
 concept OctetValue = requires(T value) {
   { std::tuple_size<std::remove_cvref_t<decltype(value.octets())>>::value } -> std::convertible_to<std::size_t>;
 };
 
-/// Octets that go out and come in as they are, each a primitive of its own with the texts TEXTS.
+/// Octets sent and received unchanged, each a primitive of its own with the texts TEXTS.
 template <class T, std::size_t COUNT, const FailureTexts& TEXTS>
 struct OctetsWireType {
   static_assert(sizeof(T) == COUNT);
@@ -107,7 +107,7 @@ struct OctetsWireType {
 
 }  // namespace detail
 
-/// Integers by width, most significant octet first.
+/// Integers are encoded by width, most significant octet first.
 template <std::integral T>
 requires(!detail::Character<T>) struct WireType<T> {
   static constexpr std::size_t SIZE = sizeof(T);
@@ -126,7 +126,7 @@ requires(!detail::Character<T>) struct WireType<T> {
   }
 };
 
-/// 1 and 0 on the wire; any octet but 0 reads as true.
+/// Written as 1 or 0; any nonzero octet reads as true.
 template <>
 struct WireType<bool> {
   static constexpr std::size_t SIZE = 1;
@@ -139,7 +139,7 @@ struct WireType<bool> {
 template <>
 struct WireType<char> : detail::OctetsWireType<char, 1, detail::CHAR_TEXTS> {};
 
-/// An enumeration travels as its underlying integer; values without a name are kept.
+/// An enumeration is encoded as its underlying integer; values without a name are kept.
 template <class T>
 requires std::is_enum_v<T>
 struct WireType<T> {
@@ -164,7 +164,7 @@ struct WireType<T>
     : detail::OctetsWireType<T, std::tuple_size_v<std::remove_cvref_t<decltype(std::declval<T&>().octets())>>,
                              detail::INTEGER_TEXTS<1, false>> {};
 
-/// Lowest octet first, unlike the integers: octet k carries the bits 8k to 8k+7, bit i of the octet being bit 8k+i.
+/// Lowest octet first, unlike integers: octet k carries bits 8k to 8k+7; bit i of that octet is bit 8k+i.
 template <std::size_t N>
 requires(N % 8 == 0) struct WireType<std::bitset<N>> {
   static constexpr std::size_t SIZE = N / 8;
@@ -226,7 +226,7 @@ constexpr auto primitive_ends() {
 template <FixedWire... T>
 inline constexpr auto PRIMITIVE_ENDS = detail::primitive_ends<T...>();
 
-/// The octets of a run of fields.
+/// Number of octets in a run of fields.
 template <FixedWire... T>
 inline constexpr std::size_t WIRE_SIZE = (WireType<T>::SIZE + ... + 0);
 

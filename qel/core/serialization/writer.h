@@ -16,23 +16,23 @@
 
 namespace qel::serialization {
 
-/// Writes all octets with one call; a stream that takes fewer is set bad, and the exception is that of the first
-/// primitive that was not taken whole. The last primitive stands for all octets that follow it.
+/// Writes all octets with one call. If the stream takes fewer, sets badbit and throws the exception of the first
+/// primitive that was not written completely; the last primitive covers all octets after it.
 QEL_EXPORT void write_octets(std::ostream& os, std::span<const std::uint8_t> octets,
                              std::span<const PrimitiveEnd> primitives);
 
-/// The memory that the stream writes to, null for streams that write to something else or are not good.
+/// Returns the memory that the stream writes to, or null if the stream is not in memory or not good.
 inline MemoryWriteBuffer* memory_of(std::ostream& os) { return os.good() ? MemoryWriteBuffer::of(os) : nullptr; }
 
-/// Throws when something that wrote to the stream by itself left it failed.
+/// Throws if the stream has failed, after something wrote to it directly.
 QEL_EXPORT void check_written(const std::ostream& os);
 
-/// Lets `object` encode itself into memory lent by the context, then writes what came out with write_octets. For the
-/// streams that memory_of gives nothing for.
+/// Encodes `object` into memory borrowed from the context, then writes the octets with write_octets. For streams for
+/// which memory_of returns null.
 QEL_EXPORT void serialize_through_memory(std::ostream& os, SerializationContext& context,
                                          const BinarySerializable& object, std::span<const PrimitiveEnd> primitives);
 
-/// Takes back what was written to the memory since, unless `keep` was called.
+/// On destruction, removes what was written to the memory since construction, unless `keep` was called.
 class Rollback {
  public:
   explicit Rollback(MemoryWriteBuffer& memory) : memory_(memory), size_(memory.size()) {}
@@ -47,9 +47,9 @@ class Rollback {
   std::size_t size_;
 };
 
-/// Puts fields into memory, those of fixed size several in one step. What was put is lost unless `commit` follows.
+/// Writes fields to memory, several fixed-size fields in one step. They are discarded unless `commit` follows.
 ///
-/// Like the Reader a pair of pointers that never leaves the function that uses it.
+/// Like the Reader, it is a pair of pointers that never leaves the function that uses it.
 class Writer {
  public:
   explicit Writer(MemoryWriteBuffer& memory) : memory_(memory), room_(memory.room()) {}
@@ -83,10 +83,10 @@ class Writer {
     }
   }
 
-  /// The offset in the memory of the next octet.
+  /// Offset of the next octet in the memory.
   std::size_t offset() const { return memory_.offset_of(room_.position); }
 
-  /// Overwrites a field put before at `offset`.
+  /// Overwrites a field written earlier at `offset`.
   template <FixedWire T>
   void put_at(std::size_t offset, const T& field) {
     WireType<T>::store(memory_.at(offset), field);

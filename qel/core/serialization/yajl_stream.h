@@ -11,7 +11,7 @@ struct yajl_gen_t;
 
 namespace qel::serialization {
 
-/// How the value is laid out.
+/// Layout of the output.
 enum class YAJLIndentation {
   COMPACT = 0,
   TABS = 1,     ///< a tab per level
@@ -21,15 +21,16 @@ enum class YAJLIndentation {
 QEL_EXPORT std::string enum_to_string(YAJLIndentation indentation);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, YAJLIndentation indentation);
 
-/// Writes one JSON value, piece by piece, to a stream, which must outlive this object. The pieces must come in the
-/// order of JSON's grammar: inside an object a key, which is a string, before each value.
+/// Writes one JSON value, piece by piece, to a stream, which must outlive this object. The pieces must follow the
+/// grammar of JSON: inside an object, a key (a string) precedes each value.
 ///
-/// Each operation returns false when the generator refuses the piece: at the wrong place (a key that is no string,
-/// anything behind the complete value), a string that is not UTF-8, a nesting of 128 levels. What was written before
-/// stays written. A failed stream refuses nothing: its own state tells.
+/// Each operation returns false if the generator refuses the piece: it is in the wrong place (a key that is not a
+/// string, anything after the complete value), it is a string that is not UTF-8, or the nesting reaches 128 levels.
+/// Output written before remains. A failed output stream does not make an operation return false; check the state of
+/// the stream.
 class QEL_EXPORT YAJLStream {
  public:
-  /// Throws SerializationException when there is no memory for the generator.
+  /// Throws SerializationException if there is no memory for the generator.
   YAJLStream(std::ostream& os, YAJLIndentation indentation);
   YAJLStream(const YAJLStream&) = delete;
   YAJLStream& operator=(const YAJLStream&) = delete;
@@ -41,7 +42,7 @@ class QEL_EXPORT YAJLStream {
   bool close_array() noexcept;
   bool write_bool(bool value) noexcept;
   bool write_null() noexcept;
-  /// UTF-8; a NUL is a character like any other.
+  /// The text must be UTF-8; NUL is a character like any other.
   bool write_string(const std::string& text) noexcept;
   bool write_integer(unsigned int value) noexcept;
   bool write_integer(int value) noexcept;
@@ -50,7 +51,7 @@ class QEL_EXPORT YAJLStream {
   bool write_integer(unsigned long long value) noexcept;
   bool write_integer(long long value) noexcept;
 
-  /// Where the generator's text comes out.
+  /// Receives the generator's output.
   void yajl_print(const void* text, std::size_t length) noexcept;
 
  private:

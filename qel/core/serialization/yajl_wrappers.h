@@ -9,17 +9,17 @@ namespace qel::serialization {
 
 class YAJLStream;
 
-/// An object around what `content` writes: keys and values by turns. Throws SerializationException when a brace or the
-/// name is refused; what `content` throws passes through and leaves the object open.
+/// Writes an object around what `content` writes, which must alternate keys and values. Throws SerializationException
+/// if a brace or the name is refused; an exception from `content` passes through and leaves the object open.
 QEL_EXPORT void wrap_in_yajl_object(YAJLStream& stream, const std::function<void()>& content);
 
-/// The same as a member, with `name` as its key.
+/// Writes an object as a member, with `name` as its key.
 QEL_EXPORT void wrap_in_yajl_object(YAJLStream& stream, const std::string& name, const std::function<void()>& content);
 
-/// An array around the values that `content` writes; failures as those of an object.
+/// Writes an array around the values that `content` writes; it fails as wrap_in_yajl_object does.
 QEL_EXPORT void wrap_in_yajl_array(YAJLStream& stream, const std::function<void()>& content);
 
-/// The same as a member, with `name` as its key.
+/// Writes an array as a member, with `name` as its key.
 QEL_EXPORT void wrap_in_yajl_array(YAJLStream& stream, const std::string& name, const std::function<void()>& content);
 
 }  // namespace qel::serialization
