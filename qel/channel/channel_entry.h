@@ -16,7 +16,7 @@ namespace qel {
 /// One 20 MHz channel of a radio's channel list.
 class QEL_EXPORT ChannelEntry final : public serialization::JSONSerializable {
  public:
-  /// Takes everything as it is; `is_valid(const ChannelEntry&)` tells what is wrong with it.
+  /// Takes all values unchecked; `is_valid(const ChannelEntry&)` reports errors.
   ChannelEntry(unsigned char channel_number, const kHz& frequency, const std::bitset<9>& capability_flags,
                const LastChanged<std::bitset<5>>& state_flags = {},
                const LastChanged<std::bitset<2>>& config_flags = {}, const LastChanged<float>& max_power = {},
@@ -34,18 +34,18 @@ class QEL_EXPORT ChannelEntry final : public serialization::JSONSerializable {
 
   unsigned char get_channel_number() const { return channel_number_; }
   const kHz& get_frequency() const { return frequency_; }
-  /// `ChannelCapabilityBit`s, fixed by the hardware.
+  /// `ChannelCapabilityBit`s, determined by the hardware.
   const std::bitset<9>& get_capability_flags() const { return capability_flags_; }
 
   FrequencyBand get_frequency_band() const;
   DetailedFrequencyBand get_detailed_frequency_band() const;
 
-  /// By the capability flags; INVALID when they hold no width.
+  /// Derived from the capability flags; INVALID if they include no width.
   ChannelWidth get_min_supported_channel_width() const;
   ChannelWidth get_max_supported_channel_width() const;
   std::set<ChannelWidth> get_all_supported_channel_width() const;
 
-  /// `ChannelStateBit`s. This setter and those below take a later value by the strategy of the field.
+  /// `ChannelStateBit`s. This setter and those below accept a later value according to the field's strategy.
   const LastChanged<std::bitset<5>>& get_state_flags() const { return state_flags_; }
   void set_state_flags(const LastChanged<std::bitset<5>>& flags) { state_flags_.update(flags); }
   void reset_state_flags() { state_flags_.reset(); }
@@ -55,8 +55,8 @@ class QEL_EXPORT ChannelEntry final : public serialization::JSONSerializable {
   void set_config_flags(const LastChanged<std::bitset<2>>& flags) { config_flags_.update(flags); }
   void reset_config_flags() { config_flags_.reset(); }
 
-  /// One bit of the config flags; false when they are unset. Setting a bit to what it is not gives the flags the time
-  /// of now, unset ones start from none.
+  /// One bit of the config flags; false if they are unset. Changing a bit gives the flags the current time; unset flags
+  /// start from none.
   bool get_remote_disturber() const { return get_config_flag(ChannelConfigBit::REMOTE_DISTURBER); }
   void set_remote_disturber(bool value) { set_config_flag(ChannelConfigBit::REMOTE_DISTURBER, value); }
   bool get_performance_opt() const { return get_config_flag(ChannelConfigBit::PERFORMANCE_OPTIMIZATION); }
@@ -70,7 +70,7 @@ class QEL_EXPORT ChannelEntry final : public serialization::JSONSerializable {
   const LastChanged<float>& get_max_regulatory_power() const { return max_regulatory_power_; }
   void set_max_regulatory_power(const LastChanged<float>& power) { max_regulatory_power_.update(power); }
 
-  /// Average noise power indicator, see `is_valid_anpi`.
+  /// Average noise power indicator; see `is_valid_anpi`.
   const LastUpdated<unsigned char>& get_ANPI() const { return ANPI_; }
   void set_ANPI(const LastUpdated<unsigned char>& ANPI) { ANPI_.update(ANPI); }
 
@@ -83,17 +83,17 @@ class QEL_EXPORT ChannelEntry final : public serialization::JSONSerializable {
   /// True if `update(other)` would change something.
   bool can_update_from(const ChannelEntry& other) const;
 
-  /// Takes channel number and frequency, adds the other's capabilities, and takes each of the other's values that is
-  /// later, by the strategy of its field.
+  /// Takes over channel number and frequency, adds the other's capabilities, and takes each later value according to
+  /// its field's strategy.
   void update(const ChannelEntry& other);
 
-  /// Equal values, whenever they are from. NaN is unequal to itself, here and in `==`.
+  /// True if the values are equal, whatever their timestamps. NaN differs from itself, here and in `==`.
   bool equivalent_to(const ChannelEntry& other) const;
 
-  /// Values and timestamps.
+  /// Compares values and timestamps.
   bool operator==(const ChannelEntry& other) const;
 
-  /// By frequency alone.
+  /// Orders by frequency alone.
   friend bool operator<(const ChannelEntry& left, const ChannelEntry& right) {
     return left.frequency_ < right.frequency_;
   }

@@ -14,13 +14,13 @@ namespace qel {
 /// The operating channel of a radio.
 class QEL_EXPORT ChannelInfo final : public serialization::JSONSerializable {
  public:
-  /// Centre frequency and width; of an 80+80 MHz channel the first of its two segments.
+  /// Centre frequency and width; for an 80+80 MHz channel, of its first segment.
   using Segment = std::pair<kHz, ChannelWidth>;
 
-  /// All unset.
+  /// Everything unset.
   ChannelInfo() = default;
 
-  /// Takes everything as it is; `is_valid(const ChannelInfo&)` tells what is wrong with it.
+  /// Takes all values unchecked; `is_valid(const ChannelInfo&)` reports errors.
   ChannelInfo(const LastChanged<kHz>& primary_frequency, const LastChanged<Segment>& primary_segment,
               const kHz& secondary_center_frequency, const LastChanged<float>& max_power)
       : primary_frequency_(primary_frequency),
@@ -33,18 +33,17 @@ class QEL_EXPORT ChannelInfo final : public serialization::JSONSerializable {
 
   /// Centre of the primary 20 MHz channel.
   const LastChanged<kHz>& get_primary_frequency() const { return primary_frequency_; }
-  /// Takes a later and different one. Does not look at the segment.
+  /// Accepts a value that is later and different. Does not check it against the segment.
   void set_primary_frequency(const LastChanged<kHz>& frequency) { primary_frequency_.update(frequency); }
 
   const LastChanged<Segment>& get_primary_segment() const { return primary_segment_; }
 
-  /// Takes a later and different segment with its secondary centre. The secondary centre has no time of its own: with
-  /// the segment that is stored already, a different one is taken whenever it is from. A segment other than 80+80 MHz
-  /// has none, and sets it to 0. An unset segment changes nothing.
+  /// Accepts a later and different segment together with its secondary centre. The secondary centre has no timestamp of
+  /// its own: with the segment already stored, a different centre is always accepted. A segment other than 80+80 MHz
+  /// sets the secondary centre to 0. An unset segment changes nothing.
   ///
-  /// Throws std::invalid_argument, and changes nothing, for a segment to be taken that has centre 0 or an invalid
-  /// width, whose two halves touch, that lacks the second one, or that does not hold the primary channel if that is
-  /// set.
+  /// Throws std::invalid_argument, and changes nothing, if an acceptable segment has centre 0 or an invalid width,
+  /// lacks its second half or has halves that touch, or does not contain the primary channel (if set).
   void set_segment(const LastChanged<Segment>& segment, const kHz& secondary_center_frequency);
 
   /// Centre of the second 80 MHz segment; 0 unless the width is 80+80 MHz.
@@ -52,21 +51,21 @@ class QEL_EXPORT ChannelInfo final : public serialization::JSONSerializable {
 
   /// Transmit power in dBm.
   const LastChanged<float>& get_max_power() const { return max_power_; }
-  /// Takes a later and different one; NaN differs from everything.
+  /// Accepts a value that is later and different; NaN differs from everything.
   void set_max_power(const LastChanged<float>& power) { max_power_.update(power); }
 
   void reset() { *this = ChannelInfo(); }
 
-  /// True if `update(other)` would change something, or throw.
+  /// True if `update(other)` would change something or throw.
   bool can_update_from(const ChannelInfo& other) const;
 
-  /// The setters, by order of the fields. Throws what `set_segment` throws, and changes nothing then.
+  /// Calls the setters in the order of the fields. Throws as `set_segment` does, and then changes nothing.
   void update(const ChannelInfo& other);
 
-  /// Equal values, whenever they are from. NaN is unequal to itself, here and in `==`.
+  /// True if the values are equal, whatever their timestamps. NaN differs from itself, here and in `==`.
   bool equivalent_to(const ChannelInfo& other) const;
 
-  /// Values and timestamps.
+  /// Compares values and timestamps.
   bool operator==(const ChannelInfo& other) const;
 
   void dbg_str(std::ostream& os) const;
@@ -84,11 +83,11 @@ class QEL_EXPORT ChannelInfo final : public serialization::JSONSerializable {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const ChannelInfo& info);
 
-/// The centre of that part of the segment, `desired` wide, that holds the primary channel. The segment's own centre if
-/// the width is its own, and if 160 MHz are desired of an 80+80 MHz channel, which ranks as the wider one.
+/// Returns the centre of the `desired`-wide part of the segment that contains the primary channel. If the width is the
+/// segment's own, this is the segment's centre; likewise for 160 MHz of an 80+80 MHz channel, which ranks as wider.
 ///
-/// Throws std::invalid_argument when the primary frequency or the segment is not set, and for a width that is 80+80
-/// MHz, invalid or wider than the segment's.
+/// Throws std::invalid_argument if the primary frequency or the segment is not set, or if the width is 80+80 MHz,
+/// invalid or wider than the segment.
 QEL_EXPORT kHz get_center_frequency_of_subsegment(const ChannelInfo& info, ChannelWidth desired);
 
 }  // namespace qel

@@ -12,8 +12,8 @@
 
 namespace qel {
 
-/// The channels of a radio, in the order given. An entry is known by its frequency; of two with the same one the first
-/// is meant.
+/// The channels of a radio, in the given order. An entry is identified by its frequency; if two entries share one, the
+/// first is used.
 class QEL_EXPORT ChannelList final : public serialization::JSONSerializable {
  public:
   ChannelList() = default;
@@ -21,48 +21,49 @@ class QEL_EXPORT ChannelList final : public serialization::JSONSerializable {
 
   const std::vector<ChannelEntry>& get_channels() const { return channels_; }
 
-  /// Null when there is none. Valid until the list is updated, assigned to or gone.
+  /// Returns null if there is no such channel. The pointer is valid until the list is updated, assigned to or
+  /// destroyed.
   const ChannelEntry* get_channel_entry(const kHz& frequency) const;
   ChannelEntry* get_channel_entry(const kHz& frequency);
 
-  /// Some frequency is in both lists.
+  /// True if a frequency is in both lists.
   bool has_common_channel_with(const ChannelList& other) const;
 
-  /// The same frequencies in the same order, each with equal config flags, whenever those are from.
+  /// True if both have the same frequencies in the same order with equal config flags, whatever their timestamps.
   bool channel_configuration_equivalent_to(const ChannelList& other) const;
 
-  /// Of the channels numbered from `first` to `last`, both included.
+  /// Sets the flag of the channels numbered `first` to `last`, inclusive.
   void set_performance_opt_flag(unsigned char first, unsigned char last, bool value);
 
-  /// Makes the config flags unset, the state flags, or both.
+  /// Makes the config flags, or the state flags, unset.
   void reset_configuration_flags();
   void reset_state_flags();
   void reset_state_and_config_flags();
 
-  /// Gives each channel whose config flags are unset the empty set of them, as of now.
+  /// Gives each channel whose config flags are unset an empty set of flags with the current time.
   void set_unset_configuration_flags_to_not_penalized();
 
-  /// The same for the state flags: nothing is known against the channel.
+  /// Does the same for the state flags: nothing is known against the channel.
   void set_unset_state_flags_to_default_state();
 
-  /// The band that all channels lie in, the invalid one for an empty list. Throws std::logic_error when there are
-  /// several, the invalid one counted; a list with both 5 GHz sub-bands has two detailed bands.
+  /// Returns the band that contains all channels, or the invalid band for an empty list. Throws std::logic_error if
+  /// there are several, counting the invalid band; a list with both 5 GHz sub-bands has two detailed bands.
   FrequencyBand get_frequency_band() const;
   DetailedFrequencyBand get_detailed_frequency_band() const;
 
   /// True if `update(other)` would change something.
   bool can_update_from(const ChannelList& other) const;
 
-  /// Updates the entries that `other` has too, and appends those that only it has, in its order.
+  /// Updates the entries that `other` also has, and appends the others in the order of `other`.
   void update(const ChannelList& other);
 
-  /// The same frequencies in the same order, with equal values, whenever those are from.
+  /// True if both have the same frequencies in the same order with equal values, whatever their timestamps.
   bool equivalent_to(const ChannelList& other) const;
 
-  /// Values and timestamps, in order.
+  /// Compares values, timestamps and order.
   bool operator==(const ChannelList& other) const { return channels_ == other.channels_; }
 
-  /// A line for each entry.
+  /// Prints one line per entry.
   void dbg_str(std::ostream& os) const;
 
   void serialize_impl(serialization::YAJLStream& stream, serialization::SerializationContext& context) const override;

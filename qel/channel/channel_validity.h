@@ -10,23 +10,23 @@
 
 namespace qel {
 
-/// Channel number and frequency agree, there are capabilities, the state does not contradict itself, utilization and
-/// ANPI are in range if set, and some global operating class has the channel. The first thing that is wrong is logged
-/// as an error of "type_validator".
+/// True if channel number and frequency agree, there are capabilities, the state is consistent, utilization and ANPI
+/// are in range (if set), and some global operating class has the channel. The first error is logged as an error of
+/// "type_validator".
 QEL_EXPORT bool is_valid(const ChannelEntry& entry);
 
-/// Every entry is valid, and all lie in one band; what is wrong is logged as with an entry.
+/// True if every entry is valid and all are in one band; errors are logged as for an entry.
 QEL_EXPORT bool is_valid(const ChannelList& list);
 
-/// What is set makes sense: the primary frequency and the centres lie in a band, the width is valid, the primary
-/// channel lies in the segment, and a second segment exists apart from the first one for 80+80 MHz, none for other
-/// widths. What is wrong is logged as with an entry.
+/// True if all values that are set are consistent: the primary frequency and the centres are in a band, the width is
+/// valid, the primary channel is in the segment, and there is a separate second segment for 80+80 MHz and none for
+/// other widths. Errors are logged as for an entry.
 QEL_EXPORT bool is_valid(const ChannelInfo& info);
 
-/// `WLANPhymode`s: at least one.
+/// `WLANPhymode`s: at least one must be set.
 inline bool is_valid(const std::bitset<6>& modes) { return modes.any(); }
 
-/// `WLANCapability` bits: the unassigned one is clear.
+/// `WLANCapability` bits: the unassigned bit must be clear.
 constexpr bool is_valid(const std::bitset<32>& capabilities) { return !capabilities[28]; }
 
 }  // namespace qel

@@ -10,38 +10,38 @@
 
 namespace qel {
 
-/// Octets that an interface has sent or received in all, as of the timestamp.
+/// Total number of octets that an interface has sent or received, with the time of the reading.
 using ByteCounter = LastUpdated<unsigned long long>;
 
-/// In octets; the ratio is that to bits per second.
+/// Octets per second; the ratio converts them to bits per second.
 using BytesPerSecond = TypeWithRatio<std::uint32_t, std::ratio<8, 1>>;
 
-/// As of the time of its computation; unset when unknown.
+/// A rate with the time at which it was computed; unset if unknown.
 using DataRate = LastUpdated<BytesPerSecond>;
 
-/// Any pair is; for code that validates whatever it gets.
+/// Every pair is valid; for generic code that validates all values.
 constexpr bool is_valid(const std::pair<DataRate, DataRate>&) { return true; }
 
-/// The rate between the last two readings of a byte counter.
+/// Computes the rate between the last two readings of a byte counter.
 class QEL_EXPORT DataRateCalculator {
  public:
-  /// Takes the next reading. One that is unset makes the rate unknown until two more have come; one that is not later
-  /// than the last counts as the last once more.
+  /// Takes the next reading. An unset reading makes the rate unknown until two more have arrived. A reading that is not
+  /// later than the previous one counts as a repetition of it.
   void update(const ByteCounter& counter);
 
-  /// Saturates at the largest 32-bit value; 0 when less than a millisecond lies between the readings.
+  /// Saturates at the largest 32-bit value; 0 if the readings are less than a millisecond apart.
   const DataRate& get_data_rate() const { return data_rate_; }
 
-  /// As made anew.
+  /// Returns to the initial state.
   void reset() { *this = DataRateCalculator(); }
 
-  /// How far a counter went from `previous` to `current`.
+  /// The increase of a counter from `previous` to `current`.
   static constexpr std::uint64_t get_byte_delta(std::uint64_t current, std::uint64_t previous) {
-    // A counter that went backwards has wrapped, and skipped the value of all ones, which stands for no reading.
+    // A counter that decreased has wrapped, and skipped the value with all bits set, which means no reading.
     return current >= previous ? current - previous : current - previous - 1;
   }
 
-  /// Computes the rate anew from the readings that `update` took.
+  /// Recomputes the rate from the readings that `update` took.
   void calculate_data_rate();
 
  private:

@@ -7,9 +7,9 @@
 
 namespace qel {
 
-/// Whether a later value replaces an earlier one that is set.
+/// A strategy decides whether a later value replaces an earlier one that is set.
 ///
-/// Only when it differs: the timestamp tells of the last change.
+/// This one: only if it differs, so the timestamp is that of the last change.
 struct LastChangedStrategy {
   template <class T>
   static constexpr bool replaces(const T& stored, const T& offered) {
@@ -17,7 +17,7 @@ struct LastChangedStrategy {
   }
 };
 
-/// Always: the timestamp tells of the last report.
+/// Always, so the timestamp is that of the last report.
 struct LastUpdatedStrategy {
   template <class T>
   static constexpr bool replaces(const T&, const T&) {
@@ -25,7 +25,7 @@ struct LastUpdatedStrategy {
   }
 };
 
-/// Never: the first value stays.
+/// Never; the first value stays.
 struct SetOnceStrategy {
   template <class T>
   static constexpr bool replaces(const T&, const T&) {
@@ -33,7 +33,7 @@ struct SetOnceStrategy {
   }
 };
 
-/// A value that may be unset, with the time it is from, and the rule by which it takes over a later one.
+/// A value that may be unset, with its timestamp and a strategy for accepting a later value.
 template <class T, class Strategy>
 class DynamicValue {
  public:
@@ -43,7 +43,7 @@ class DynamicValue {
   /// Unset.
   constexpr DynamicValue() = default;
 
-  /// Set now.
+  /// Set, with the current time.
   explicit DynamicValue(T value) : DynamicValue(std::move(value), now()) {}
 
   /// Unset if the timestamp is 0.
@@ -52,7 +52,7 @@ class DynamicValue {
 
   constexpr bool is_set() const { return timestamp_ != 0; }
 
-  /// Throws std::logic_error when unset.
+  /// Throws std::logic_error if unset.
   constexpr const T& get() const {
     if (!is_set()) {
       throw std::logic_error("DynamicValue: not set");
@@ -64,13 +64,13 @@ class DynamicValue {
 
   constexpr void reset() { *this = DynamicValue(); }
 
-  /// True if `update(other)` would change this value: `other` is set and later, and this one is unset or the strategy
-  /// has it replaced.
+  /// True if `update(other)` would change this value: `other` is set and later, and this value is unset or the strategy
+  /// replaces it.
   constexpr bool can_update_from(const DynamicValue& other) const {
     return other.is_set() && other.timestamp_ > timestamp_ && (!is_set() || Strategy::replaces(value_, other.value_));
   }
 
-  /// Takes the other's value and timestamp if `can_update_from(other)`, and returns that.
+  /// Takes the other's value and timestamp if `can_update_from(other)`, and returns whether it did.
   constexpr bool update(const DynamicValue& other) {
     const bool takes = can_update_from(other);
     if (takes) {
@@ -79,12 +79,12 @@ class DynamicValue {
     return takes;
   }
 
-  /// Both unset, or both set to equal values, whenever that was.
+  /// True if both are unset, or both are set to equal values, whatever their timestamps.
   constexpr bool equivalent_to(const DynamicValue& other) const {
     return is_set() == other.is_set() && (!is_set() || value_ == other.value_);
   }
 
-  /// Values and timestamps; NaN is unequal to itself.
+  /// Compares values and timestamps; NaN differs from itself.
   friend constexpr bool operator==(const DynamicValue& left, const DynamicValue& right) {
     return left.timestamp_ == right.timestamp_ && (!left.is_set() || left.value_ == right.value_);
   }
@@ -99,11 +99,11 @@ class DynamicValue {
   Timestamp timestamp_ = 0;
 };
 
-/// With the time when the value last became another one.
+/// A value with the time of its last change.
 template <class T>
 using LastChanged = DynamicValue<T, LastChangedStrategy>;
 
-/// With the time when the value was last set, whether or not it changed.
+/// A value with the time at which it was last set, changed or not.
 template <class T>
 using LastUpdated = DynamicValue<T, LastUpdatedStrategy>;
 

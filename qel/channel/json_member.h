@@ -7,7 +7,7 @@
 
 namespace qel {
 
-/// A key of a JSON object and its value.
+/// Writes a key of a JSON object and its value.
 template <class T>
 void write_member(serialization::YAJLStream& stream, serialization::SerializationContext& context,
                   const std::string& key, const T& value) {
@@ -15,8 +15,8 @@ void write_member(serialization::YAJLStream& stream, serialization::Serializatio
   serialization::JSONSerializableType<T>::serialize(stream, context, value);
 }
 
-/// The same with null for no value; when that cannot be written, the key stands between the two parts of the text of
-/// the SerializationException.
+/// Writes a key and its value, or null if there is no value. If that fails, the text of the SerializationException has
+/// the key between its two parts.
 template <class T>
 void write_member_or_null(serialization::YAJLStream& stream, serialization::SerializationContext& context,
                           const std::string& key, const std::optional<T>& value, const char* failure_before,

@@ -11,39 +11,40 @@
 
 namespace qel {
 
-/// How many spatial streams (NSS) a radio can use with each channel width; 0 means that it cannot use the width. Every
-/// radio has at least one stream at 20 MHz. No operation takes ChannelWidth::INVALID or above: std::out_of_range.
+/// The number of spatial streams (NSS) that a radio supports at each channel width; 0 means that it cannot use the
+/// width. Every radio has at least one stream at 20 MHz. All operations throw std::out_of_range for
+/// ChannelWidth::INVALID and above.
 class QEL_EXPORT NSSTable {
  public:
   /// One stream at 20 MHz.
   constexpr NSSTable() = default;
 
-  /// `streams` at `width` and at all that are narrower.
+  /// `streams` at `width` and all narrower widths.
   NSSTable(ChannelWidth width, unsigned char streams);
 
   std::uint8_t get_num_streams(ChannelWidth width) const;
 
-  /// Raises the count of `width`, with `fill_narrower` those of all narrower widths too; a smaller count replaces a
+  /// Raises the count of `width`, and with `fill_narrower` also of all narrower widths. A smaller count replaces a
   /// larger one only with `force`. 80+80 MHz counts as the widest.
   void update_num_streams(ChannelWidth width, unsigned char streams, bool fill_narrower, bool force);
 
   void clear() { *this = NSSTable(); }
   void swap(NSSTable& other) noexcept { num_streams_.swap(other.num_streams_); }
 
-  /// For each width the smaller count, what both can do.
+  /// Takes the smaller count for each width: what both support.
   NSSTable intersect(const NSSTable& other) const;
 
-  /// For each width the larger count, what either can do.
+  /// Takes the larger count for each width: what either supports.
   NSSTable merge(const NSSTable& other) const;
 
-  /// The widest one with streams; 80+80 MHz ranks above 160 MHz.
+  /// Returns the widest width that has streams; 80+80 MHz ranks above 160 MHz.
   ChannelWidth get_max_channel_width() const;
 
   std::uint8_t get_max_streams() const;
 
   friend constexpr bool operator==(const NSSTable&, const NSSTable&) = default;
 
-  /// Lexicographic, from 20 MHz to 80+80 MHz.
+  /// Orders lexicographically, from 20 MHz to 80+80 MHz.
   friend bool operator<(const NSSTable& left, const NSSTable& right) { return left.num_streams_ < right.num_streams_; }
 
  private:
@@ -54,13 +55,13 @@ class QEL_EXPORT NSSTable {
 
 inline void swap(NSSTable& left, NSSTable& right) noexcept { left.swap(right); }
 
-/// "20 MHz: 2, 40 MHz: 2, 80 MHz: 0, 160 MHz: 0, 80+80 MHz: 0"
+/// Prints as "20 MHz: 2, 40 MHz: 2, 80 MHz: 0, 160 MHz: 0, 80+80 MHz: 0".
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const NSSTable& table);
 
-/// At least one stream at 20 MHz.
+/// True if there is at least one stream at 20 MHz.
 inline bool is_valid(const NSSTable& table) { return table.get_num_streams(ChannelWidth::WIDTH_20_MHZ) >= 1; }
 
-/// An object with the text of each width as a key.
+/// Writes an object whose keys are the texts of the widths.
 template <>
 struct QEL_EXPORT serialization::JSONSerializableType<NSSTable> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const NSSTable& table);

@@ -13,33 +13,33 @@
 
 namespace qel {
 
-/// What becomes of an operating class that the table of the region lacks, and of a channel that its class lacks.
+/// How to treat an operating class that the region's table lacks, or a channel that its class lacks.
 enum class UnknownChannels : std::uint8_t {
-  REFUSE,  ///< std::invalid_argument, with the class and the channel in its text
-  SKIP     ///< it counts as not said
+  REFUSE,  ///< throw std::invalid_argument, with class and channel in the text
+  SKIP     ///< ignore it
 };
 
-/// Those of the channels that the class has, in their order.
+/// Returns the channels that the class has, in the given order.
 QEL_EXPORT std::vector<std::uint8_t> get_known_channels(std::span<const std::uint8_t> channels, std::uint8_t opclass,
                                                         OperatingClassDeduction::Region region,
                                                         UnknownChannels unknown);
 
-/// What a channel of an operating class is on the air.
+/// The frequencies of one channel of an operating class.
 struct OpclassSegment {
   ChannelWidth width = ChannelWidth::INVALID;  ///< INVALID in classes of 5, 10 and 2160 MHz; 80+80 MHz for one half
   kHz center;                                  ///< of the segment
-  std::optional<kHz> primary;                  ///< unset where the class is defined by its segments alone
-  /// The `ChannelCapabilityBit`s that its primary channel needs beside those of narrower channels.
+  std::optional<kHz> primary;                  ///< unset if the class is defined only by its segments
+  /// The `ChannelCapabilityBit`s that its primary channel needs in addition to those of narrower channels.
   std::bitset<9> capabilities;
 
-  /// The centres of the 20 MHz channels that it consists of, ascending; none when the width is invalid.
+  /// The centres of the 20 MHz channels it consists of, in ascending order; none if the width is invalid.
   QEL_EXPORT std::vector<kHz> get_20_mhz_channels() const;
 
-  /// Those of them that may be its primary channel.
+  /// The 20 MHz channels that may be its primary channel.
   QEL_EXPORT std::vector<kHz> get_primaries() const;
 };
 
-/// The channel must be one of the class, see `get_known_channels`. Throws std::invalid_argument for an unknown class.
+/// The channel must be in the class; see `get_known_channels`. Throws std::invalid_argument for an unknown class.
 QEL_EXPORT OpclassSegment get_opclass_segment(std::uint8_t channel, std::uint8_t opclass,
                                               OperatingClassDeduction::Region region);
 

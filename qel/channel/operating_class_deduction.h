@@ -20,31 +20,31 @@
 
 namespace qel {
 
-/// From operating classes and channels to frequencies, and back (IEEE 802.11-2020, Annex E).
+/// Converts operating classes and channels to frequencies, and back (IEEE 802.11-2020, Annex E).
 ///
-/// The static functions ask the table of a region. Regions without a table throw std::invalid_argument, as do unknown
-/// ones. The tables do not change, so any thread may ask.
+/// The static functions use the table of a region. They throw std::invalid_argument for a region that is unknown or has
+/// no table. The tables are constant and can be used from any thread.
 class QEL_EXPORT OperatingClassDeduction {
  public:
-  /// Whose table. GLOBAL is Table E-4.
+  /// The region of a table. GLOBAL is Table E-4.
   enum class Region : std::uint8_t { USA = 0, EUROPE = 1, JAPAN = 2, GLOBAL = 3, CHINA = 4 };
 
-  /// What a channel must be, beside its frequency, to belong to a class.
+  /// What, besides its frequency, a channel must satisfy to belong to a class.
   enum class Behavior : std::uint32_t {
     EIGHTY_PLUS_BEHAVIOR = 0,    ///< may be the second segment of an 80+80 MHz channel
-    UNMAPPED_BEHAVIOR = 1,       ///< a regulatory behaviour that no channel capability stands for
-    PRIMARY_LOWER_BEHAVIOR = 2,  ///< the primary is the lower half of a 40 MHz channel
-    PRIMARY_UPPER_BEHAVIOR = 3   ///< the upper half
+    UNMAPPED_BEHAVIOR = 1,       ///< a regulatory behaviour that no channel capability expresses
+    PRIMARY_LOWER_BEHAVIOR = 2,  ///< the primary channel is the lower half of a 40 MHz channel
+    PRIMARY_UPPER_BEHAVIOR = 3   ///< the primary channel is the upper half
   };
 
   struct OpclassDefinition;
   struct OpclassRow;
   class OpclassLookup;
 
-  /// Throws for a region without a table.
+  /// Throws std::invalid_argument for a region without a table.
   static const OpclassLookup& get_lookup(Region region);
 
-  /// See `OpclassLookup` for all of these.
+  /// These functions call those of `OpclassLookup` for the region.
   static std::vector<unsigned char> get_opclasses(const ChannelList& list, Region region);
   static std::vector<unsigned char> get_opclasses_from_channel_info(const ChannelInfo& info, Region region);
   static bool opclass_deducible_from_channel(const ChannelEntry& entry, Region region);
@@ -56,7 +56,7 @@ class QEL_EXPORT OperatingClassDeduction {
   static std::set<std::uint8_t> get_all_region_opclasses(Region region);
   static std::vector<kHz> get_primary_frequencies_with_capabilities(const std::bitset<9>& capabilities, Region region);
 
-  /// Constants, there before any static object is built.
+  /// Constant-initialised, so usable during static initialisation.
   static const OpclassLookup _channel_opclasses_europe;
   static const OpclassLookup _channel_opclasses_global;
 };
@@ -66,7 +66,7 @@ QEL_EXPORT std::string enum_to_string(OperatingClassDeduction::Behavior behavior
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Region region);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, OperatingClassDeduction::Behavior behavior);
 
-/// One row of a table. The class has either primary channels or the centres of segments.
+/// One row of a table. The class lists either primary channels or the centres of segments.
 struct QEL_EXPORT OperatingClassDeduction::OpclassDefinition {
   OpclassDefinition(unsigned char opclass, const kHz& start, const MHz& spacing, std::vector<unsigned char> primaries,
                     std::vector<unsigned char> centers, std::vector<Behavior> required)
@@ -79,13 +79,13 @@ struct QEL_EXPORT OperatingClassDeduction::OpclassDefinition {
 
   unsigned char number;
   kHz starting_frequency;  ///< of channel 0
-  MHz channel_spacing;     ///< the width of the channels; their numbers count in steps of 5 MHz, at 60 GHz of 2160 MHz
+  MHz channel_spacing;     ///< width of the channels; their numbers count in steps of 5 MHz, or 2160 MHz at 60 GHz
   std::vector<unsigned char> primary_channels;
   std::vector<unsigned char> center_channels;
   std::vector<Behavior> behaviors;
 };
 
-/// The same row as a view, so that a table can be a constant.
+/// The same row as a view, so that a table can be constant.
 struct OperatingClassDeduction::OpclassRow {
   unsigned char number;
   kHz starting_frequency;
@@ -95,68 +95,69 @@ struct OperatingClassDeduction::OpclassRow {
   std::span<const Behavior> behaviors;
 };
 
-/// The table of a region. Of several classes that fit, the first one of its spacing wins.
+/// The table of a region. If several classes fit, the first one with its spacing is used.
 ///
-/// Functions that take the number of a class throw std::invalid_argument when the table has none of this number, if
-/// nothing else is said.
+/// Unless stated otherwise, functions that take a class number throw std::invalid_argument if the table has no such
+/// class.
 class QEL_EXPORT OperatingClassDeduction::OpclassLookup {
  public:
   OpclassLookup(std::initializer_list<OpclassDefinition> definitions);
 
-  /// Of rows that outlive it, in ascending order of their spacing.
+  /// The rows must outlive this object and be in ascending order of spacing.
   constexpr explicit OpclassLookup(std::span<const OpclassRow> rows) : rows_(rows) {}
 
   OpclassLookup(const OpclassLookup&) = delete;
   OpclassLookup& operator=(const OpclassLookup&) = delete;
   ~OpclassLookup() = default;
 
-  /// The class of a channel of this width with this primary frequency that has these behaviours; 0 when there is none.
-  /// For 80+80 MHz the class of the second segment, the frequency being any inside it. Does not allocate.
+  /// Returns the class of a channel with this width, primary frequency and behaviours; 0 if there is none. For 80+80
+  /// MHz, returns the class of the second segment; the frequency may be any inside it. Does not allocate.
   unsigned char get_opclass(ChannelWidth width, const kHz& frequency, const std::set<Behavior>& behaviors) const;
 
-  /// One class; for 80+80 MHz two, that of the first segment and that of the second. Only the primary frequency and
-  /// the secondary centre are looked up. Throws std::logic_error when the primary frequency is not set or there is no
+  /// Returns one class, or for 80+80 MHz two: those of the first and of the second segment. Only the primary frequency
+  /// and the secondary centre are looked up. Throws std::logic_error if the primary frequency is not set or there is no
   /// class.
   std::vector<unsigned char> get_opclasses_from_channel_info(const ChannelInfo& info) const;
 
-  /// The classes, in ascending order, of all channels, each with all its widths and behaviours.
+  /// Returns the classes of all channels with all their widths and behaviours, in ascending order.
   std::vector<unsigned char> get_supported_operating_classes(const ChannelList& list) const;
 
-  /// The channel has at least one of them.
+  /// True if the channel has at least one class.
   bool opclass_deducible_from_channel(const ChannelEntry& entry) const;
 
-  /// On the grid of the class, whether or not the class has such a channel.
+  /// Returns the frequency on the grid of the class, whether or not the class has this channel.
   kHz get_channel_frequency(unsigned char channel, unsigned char opclass) const;
 
-  /// The centre of the segment that the channel lies in; of a class up to 25 MHz wide the channel's own frequency.
-  /// Throws std::invalid_argument also when the channel lies in no segment of the class, std::logic_error when the
-  /// behaviours of the class do not tell where in it the primary channel is.
+  /// Returns the centre of the segment that contains the channel; for classes up to 25 MHz wide, the channel's own
+  /// frequency. Also throws std::invalid_argument if no segment of the class contains the channel, and std::logic_error
+  /// if the behaviours of the class do not determine the position of the primary channel.
   kHz get_segment_center_frequency(unsigned char channel, unsigned char opclass) const;
 
-  /// `ChannelCapabilityBit`s that a channel of this class needs.
+  /// The `ChannelCapabilityBit`s that a channel of this class needs.
   std::bitset<9> get_channel_capabilities(unsigned char opclass) const;
 
-  /// The class is that of the second segment of an 80+80 MHz channel; false for an unknown class.
+  /// True if the class is that of the second segment of an 80+80 MHz channel; false for an unknown class.
   bool is_secondary_segment(unsigned char opclass) const;
 
-  /// In the order of the table; the centres where a class is defined by them.
+  /// Returns the channels in table order; the centres if the class is defined by them.
   std::vector<std::uint8_t> get_all_opclass_channels(unsigned char opclass) const;
 
   std::set<std::uint8_t> get_all_region_opclasses() const;
 
-  /// Of the classes that need no other capabilities and have one of our widths; ascending, each once.
+  /// Returns the frequencies of all classes that need no other capabilities and whose width is included, in ascending
+  /// order without duplicates.
   std::vector<kHz> get_primary_frequencies_with_capabilities(const std::bitset<9>& capabilities) const;
 
-  /// Several lines, the last one ended too.
+  /// Prints several lines, each ending with a newline.
   void print_lookup_table(std::ostream& os) const;
 
-  /// Null gives none.
+  /// A null pointer gives no capabilities.
   static std::bitset<9> behaviors_to_channel_capabilities(const std::unique_ptr<std::vector<Behavior>>& behaviors);
 
   static std::set<Behavior> behaviors_from_channel_capabilities(const std::bitset<9>& capabilities);
 
  private:
-  /// Those of one spacing.
+  /// The rows with this spacing.
   std::span<const OpclassRow> rows_of(const MHz& spacing) const;
   const OpclassRow& row_of(unsigned char opclass) const;
 
@@ -166,15 +167,15 @@ class QEL_EXPORT OperatingClassDeduction::OpclassLookup {
   template <class IsRequested>
   unsigned char search(ChannelWidth width, const kHz& frequency, const IsRequested& is_requested) const;
 
-  std::vector<OpclassDefinition> definitions_;  ///< what own_rows_ view
+  std::vector<OpclassDefinition> definitions_;  ///< the rows that own_rows_ refers to
   std::vector<OpclassRow> own_rows_;
-  std::span<const OpclassRow> rows_;  ///< ascending by spacing; those of one spacing in the order of the table
+  std::span<const OpclassRow> rows_;  ///< in ascending order of spacing; rows of equal spacing in table order
 };
 
-/// The global table has a class of this number.
+/// True if the global table has this class.
 QEL_EXPORT bool is_valid_global_operating_class(std::uint8_t opclass);
 
-/// The same, and the class has all these channels, or centres where it is defined by them.
+/// True if the global table has this class, and the class has all these channels, or centres if it is defined by them.
 QEL_EXPORT bool is_valid_global_operating_class_channelset(const std::uint8_t& opclass,
                                                            const std::vector<std::uint8_t>& channels);
 

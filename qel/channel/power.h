@@ -7,10 +7,10 @@
 
 namespace qel {
 
-/// "17.5 dBm" with at most six digits, "---" when unset.
+/// Prints as "17.5 dBm" with at most six digits, or as "---" if unset.
 std::ostream& print_power(std::ostream& os, const LastChanged<float>& power);
 
-/// Whole dBm, truncated toward zero; none when unset, not a number or beyond the range.
+/// Returns whole dBm, truncated toward zero; nothing if unset, NaN or out of range.
 std::optional<long long> whole_power(const LastChanged<float>& power);
 
 }  // namespace qel

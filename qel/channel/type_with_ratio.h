@@ -12,7 +12,7 @@ namespace qel {
 
 namespace detail {
 
-/// `exact`, or the border of its type that a result too large or too small for it lies beyond.
+/// Returns `exact`, or on overflow the limit of its type in that direction.
 template <std::integral V>
 constexpr V saturated(bool overflowed, V exact, bool negative) {
   return !overflowed ? exact : negative ? std::numeric_limits<V>::min() : std::numeric_limits<V>::max();
@@ -20,9 +20,8 @@ constexpr V saturated(bool overflowed, V exact, bool negative) {
 
 }  // namespace detail
 
-/// An integer of type V whose unit, Ratio in terms of the base unit, is part of its type. Different units neither
-/// convert into each other nor compare; `unit_cast` converts on request. What leaves the range of V stops at its
-/// border.
+/// An integer of type V whose unit is part of its type; Ratio relates it to the base unit. Different units neither
+/// convert implicitly nor compare; `unit_cast` converts explicitly. Results saturate at the limits of V.
 template <std::integral V, class Ratio>
 class TypeWithRatio {
  public:
@@ -54,10 +53,10 @@ class TypeWithRatio {
 /// Frequencies.
 using kHz = TypeWithRatio<long, std::ratio<1000, 1>>;
 
-/// Widths and spacings of channels.
+/// Channel widths and spacings.
 using MHz = TypeWithRatio<long, std::ratio<1000000, 1>>;
 
-/// The same quantity in the unit of `To`; truncates toward zero.
+/// Converts a quantity to the unit of `To`, truncating toward zero.
 template <class To, std::integral V, class Ratio>
 constexpr To unit_cast(const TypeWithRatio<V, Ratio>& from) {
   using Factor = std::ratio_divide<Ratio, typename To::ratio>;
@@ -68,10 +67,10 @@ constexpr To unit_cast(const TypeWithRatio<V, Ratio>& from) {
   return To(detail::saturated(overflowed, number, from.value() < 0));
 }
 
-/// The number in decimal and its unit: "2412000 kHz".
+/// Prints the decimal number and its unit: "2412000 kHz".
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const kHz& frequency);
 
-/// The number in decimal and its unit: "20 MHz".
+/// Prints the decimal number and its unit: "20 MHz".
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const MHz& width);
 
 }  // namespace qel

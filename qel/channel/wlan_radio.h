@@ -16,7 +16,7 @@ namespace qel {
 /// One radio of a mesh node.
 class QEL_EXPORT WLANRadio final : public serialization::JSONSerializable {
  public:
-  /// Like a MAC address, and often one.
+  /// Formatted like a MAC address, and often one.
   using RadioID = DynamicValue<std::array<unsigned char, 6>, SetOnceStrategy>;
 
   explicit WLANRadio(const RadioID& radio_id) : radio_id_(radio_id) {}
@@ -53,13 +53,13 @@ class QEL_EXPORT WLANRadio final : public serialization::JSONSerializable {
   /// Takes the identifier only if none is set, adds the other's streams and PHY modes, and updates the channel list.
   void update(const WLANRadio& other);
 
-  /// Equal values, whenever they are from.
+  /// True if the values are equal, whatever their timestamps.
   bool equivalent_to(const WLANRadio& other) const;
 
-  /// Values and timestamps.
+  /// Compares values and timestamps.
   bool operator==(const WLANRadio& other) const;
 
-  /// By identifier alone, without one first.
+  /// Orders by identifier alone; a radio without one comes first.
   bool operator<(const WLANRadio& other) const;
 
   void dbg_str(std::ostream& os) const;
@@ -76,7 +76,7 @@ class QEL_EXPORT WLANRadio final : public serialization::JSONSerializable {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const WLANRadio& radio);
 
-/// As a MACAddress.
+/// Prints like a MACAddress.
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const std::array<unsigned char, 6>& octets);
 
 }  // namespace qel

@@ -10,10 +10,10 @@
 
 namespace qel {
 
-/// The bands that have channels in this model. 60 GHz is none of them.
+/// The bands that this model covers; 60 GHz is not among them.
 enum class FrequencyBand : std::uint8_t { BAND_2_4_GHZ = 0, BAND_5_GHZ = 1, BAND_6_GHZ = 2, INVALID_BAND_MAX = 3 };
 
-/// The 5 GHz band split into what one radio usually covers. The order is that of the frequencies.
+/// The 5 GHz band is split into the parts that one radio usually covers. The values are in order of frequency.
 enum class DetailedFrequencyBand : std::uint8_t {
   BAND_2_4_GHZ = 0,
   BAND_5_GHZ_LOWER = 1,  ///< 5180 to 5320 MHz
@@ -23,7 +23,7 @@ enum class DetailedFrequencyBand : std::uint8_t {
   INVALID = 5
 };
 
-/// From narrow to wide, so that smaller values are narrower, but for 80+80 MHz.
+/// In ascending order of width, except for 80+80 MHz.
 enum class ChannelWidth : std::uint8_t {
   WIDTH_20_MHZ = 0,
   WIDTH_40_MHZ = 1,
@@ -36,7 +36,7 @@ enum class ChannelWidth : std::uint8_t {
 /// A generation of IEEE 802.11; also the index of its bit in a set of supported modes, std::bitset<6>.
 enum class WLANPhymode : std::uint8_t { A = 0, B = 1, G = 2, N = 3, AC = 4, AX = 5, INVALID_MAX = 6 };
 
-/// IEEE 802.11-2020, dot11PHYType.
+/// dot11PHYType of IEEE 802.11-2020.
 enum class PHYType : std::uint8_t {
   DSSS = 2,
   OFDM = 4,
@@ -53,7 +53,7 @@ enum class PHYType : std::uint8_t {
   INVALID_PHYTYPE_MAX = 15
 };
 
-/// What a WLAN interface is for. 4 has no name.
+/// The purpose of a WLAN interface. 4 has no name.
 enum class WLANOpmode : std::uint8_t {
   AP = 0,
   AP_GUEST = 1,
@@ -69,7 +69,7 @@ enum class WLANOpmode : std::uint8_t {
   INVALID = 12
 };
 
-/// How a BSS is protected, as one setting. What an RSN element stands for is in ieee802_11/security_mapping.h.
+/// The protection of a BSS as a single setting. ieee802_11/security_mapping.h maps RSN elements to it.
 enum class WLANSecurity : std::uint8_t {
   UNDEFINED = 0,
   NONE = 1,
@@ -121,7 +121,7 @@ enum class WLANCapability : std::uint8_t {
   QEL = 31
 };
 
-/// The state of a WLAN interface, from its configuration to the air.
+/// The state of a WLAN interface, from unconfigured to operating.
 enum class WLANIfaceState : std::uint8_t {
   UNCONFIGURED = 0,
   CONFIGURING = 1,
@@ -164,10 +164,10 @@ enum class ChannelCapabilityBit : std::uint8_t {
   INVALID_MAX = 9
 };
 
-/// Index of a bit in the properties of a channel, std::bitset<2>.
+/// Index of a bit in the configuration of a channel, std::bitset<2>.
 enum class ChannelConfigBit : std::uint8_t { REMOTE_DISTURBER = 0, PERFORMANCE_OPTIMIZATION = 1, INVALID_MAX = 2 };
 
-/// The place of a bit in its set.
+/// Index of a bit in its set.
 template <class Bit>
 requires std::is_enum_v<Bit>
 constexpr std::size_t bit_index(Bit bit) { return static_cast<std::size_t>(bit); }
@@ -197,7 +197,7 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, ChannelCapabilityBit bit);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ChannelConfigBit bit);
 
 ///@{
-/// Below the sentinel, values without a name included.
+/// True below the sentinel, even for values without a name.
 constexpr bool is_valid(FrequencyBand band) { return band < FrequencyBand::INVALID_BAND_MAX; }
 constexpr bool is_valid(ChannelWidth width) { return width < ChannelWidth::INVALID; }
 constexpr bool is_valid(WLANPhymode mode) { return mode < WLANPhymode::INVALID_MAX; }

@@ -7,7 +7,7 @@
 
 namespace qel::signals {
 
-/// One function connected to a signal, as its connections see it.
+/// A function connected to a signal, as seen by its connections.
 class QEL_EXPORT SlotBase {
  public:
   SlotBase() = default;
@@ -15,9 +15,9 @@ class QEL_EXPORT SlotBase {
   SlotBase& operator=(const SlotBase&) = delete;
   virtual ~SlotBase();
 
-  /// Whether an emission calls the function: connected and not blocked.
+  /// True if an emission calls the function: it is connected and not blocked.
   virtual bool is_callable() const = 0;
-  /// The signal is gone: disconnects without telling it.
+  /// Called when the signal is gone; disconnects without notifying it.
   virtual void release() = 0;
 
   virtual bool is_connected() const = 0;
@@ -26,7 +26,7 @@ class QEL_EXPORT SlotBase {
   virtual void block(bool blocked) = 0;
 };
 
-/// A handle to a slot, which it does not keep. Without a live slot it is neither connected nor blocked, and disconnect
+/// A non-owning handle to a slot. If the slot is gone, the connection is neither connected nor blocked, and disconnect
 /// and block do nothing.
 class QEL_EXPORT Connection {
  public:
@@ -42,14 +42,15 @@ class QEL_EXPORT Connection {
   bool is_connected() const;
   void disconnect();
   bool is_blocked() const;
-  /// A blocked slot stays connected, but emissions pass it by.
+  /// A blocked slot stays connected, but emissions skip it.
   void block(bool blocked);
 
   void swap(Connection& other) noexcept { slot_.swap(other.slot_); }
 
-  /// Whether both have the same live slot, or neither has one.
+  /// True if both refer to the same live slot, or neither has a live slot.
   bool operator==(const Connection& other) const { return slot_.lock() == other.slot_.lock(); }
-  /// By slot, also after its death: connections that are equal because their slots died are still ordered.
+  /// Orders by slot, even after the slot is gone: connections that compare equal because their slots are gone are still
+  /// ordered.
   bool operator<(const Connection& other) const { return slot_.owner_before(other.slot_); }
 
  private:
@@ -58,7 +59,7 @@ class QEL_EXPORT Connection {
 
 inline void swap(Connection& left, Connection& right) noexcept { left.swap(right); }
 
-/// Disconnects when it dies or takes another connection.
+/// Disconnects when it is destroyed or assigned another connection.
 class QEL_EXPORT ScopedConnection : public Connection {
  public:
   ScopedConnection() = default;

@@ -11,27 +11,27 @@ struct qelipc;
 
 namespace qel::daemon {
 
-/// The process's debug shell on its IPC endpoint: the commands HELP, SLABDUMP, SLABSHOW and QUIT, and those of the
+/// The debug shell of the process on its IPC endpoint: the commands HELP, SLABDUMP, SLABSHOW and QUIT, and those of the
 /// modules.
 class QEL_EXPORT Ctlcmd {
  public:
-  /// Throws std::invalid_argument for a null endpoint, std::runtime_error when the platform does not listen.
+  /// Throws std::invalid_argument if the endpoint is null, std::runtime_error if the platform cannot listen.
   Ctlcmd(std::shared_ptr<qelipc> ipc_endpoint, std::string name);
   Ctlcmd(const Ctlcmd&) = delete;
   Ctlcmd& operator=(const Ctlcmd&) = delete;
-  /// Modules that others still hold are stopped and marked invalid.
+  /// Stops the modules that others still hold, and marks them invalid.
   ~Ctlcmd();
 
-  /// A new module, valid but not started; `context` is handed to its commands. A module that has the name already is
-  /// stopped, marked invalid and replaced.
+  /// Creates a module that is valid but not started; `context` is passed to its commands. An existing module of the
+  /// same name is stopped, marked invalid and replaced.
   std::shared_ptr<CtlcmdModule> create_module(const std::string& name, void* context);
-  /// Null when there is none.
+  /// Returns null if there is no such module.
   std::shared_ptr<CtlcmdModule> get_module(const std::string& name) const;
-  /// Stops the module and marks it invalid; false when there is none.
+  /// Stops the module and marks it invalid. Returns false if there is no such module.
   bool remove_module(const std::string& name);
 
-  /// Runs a command line as if it had been typed; its output goes where the platform sends the output of such commands.
-  /// False when the shell does not know the command or the command fails.
+  /// Runs a command line as if it had been typed; the platform decides where the output goes. Returns false if the
+  /// shell does not know the command or the command fails.
   bool send_command(const std::string& module, const std::string& command);
 
  private:

@@ -12,7 +12,7 @@
 
 namespace qel {
 
-/// A part of the daemon that others find on the event bus by its identifier; what it offers are typically signals:
+/// A part of the daemon that others find on the event bus by its identifier. It typically offers signals:
 ///
 ///     struct LinkEvents final : IEventModule {
 ///       static constexpr ID MODULE_ID{7};
@@ -24,7 +24,7 @@ namespace qel {
 ///     EventBus::get().find_module<LinkEvents>()->link_changed.connect(...);
 class QEL_EXPORT IEventModule {
  public:
-  /// Only the event bus makes modules.
+  /// Only the event bus can create modules.
   class CreateToken {
     friend class EventBus;
     CreateToken() = default;
@@ -41,16 +41,16 @@ concept EventModule = std::derived_from<M, IEventModule> && requires {
   { M::MODULE_ID } -> std::convertible_to<ID>;
 };
 
-/// The registry of the process's event modules, which it owns.
+/// The registry of the event modules of the process, which it owns.
 class QEL_EXPORT EventBus {
  public:
-  /// Made by the first call; destroyed at process exit, with every module.
+  /// Created by the first call; destroyed at process exit, together with all modules.
   static EventBus& get();
 
   EventBus(const EventBus&) = delete;
   EventBus& operator=(const EventBus&) = delete;
 
-  /// Makes M(token, args...). Throws std::logic_error when the identifier is taken.
+  /// Creates M(token, args...). Throws std::logic_error if the identifier is taken.
   template <EventModule M, class... Args>
   M& create_module(Args&&... args) {
     auto module = std::make_unique<M>(IEventModule::CreateToken(), std::forward<Args>(args)...);
@@ -59,14 +59,14 @@ class QEL_EXPORT EventBus {
     return made;
   }
 
-  /// Null when there is none.
+  /// Returns null if there is no such module.
   template <EventModule M>
   M* find_module() const {
     return dynamic_cast<M*>(find_module(M::MODULE_ID));
   }
   IEventModule* find_module(ID id) const;
 
-  /// Destroys the module; false when there is none.
+  /// Destroys the module. Returns false if there is no such module.
   bool remove_module(ID id);
 
   std::size_t count_modules() const { return modules_.size(); }

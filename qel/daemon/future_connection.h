@@ -7,7 +7,7 @@
 
 namespace qel::async {
 
-/// One pending future and its handler.
+/// A pending future and its handler.
 class QEL_EXPORT FutureWrapperBase {
  public:
   FutureWrapperBase() = default;
@@ -15,9 +15,9 @@ class QEL_EXPORT FutureWrapperBase {
   FutureWrapperBase& operator=(const FutureWrapperBase&) = delete;
   virtual ~FutureWrapperBase();
 
-  /// Never waits.
+  /// Never blocks.
   virtual bool is_ready() const = 0;
-  /// Hands the ready future to the handler.
+  /// Passes the ready future to the handler.
   virtual void deliver() = 0;
 
   bool connected() const { return connected_; }
@@ -27,14 +27,14 @@ class QEL_EXPORT FutureWrapperBase {
   bool connected_ = true;
 };
 
-/// Tells whether a future's handler is still to be called, and can prevent it. Does not keep the future.
+/// Tells whether the handler of a future is still to be called, and can prevent the call. Does not own the future.
 class QEL_EXPORT FutureConnection {
  public:
   FutureConnection() = default;
   explicit FutureConnection(std::weak_ptr<FutureWrapperBase> wrapper) : wrapper_(std::move(wrapper)) {}
 
   bool connected() const;
-  /// False when the future was delivered or dropped before.
+  /// Returns false if the future has already been delivered or dropped.
   bool disconnect();
   void swap(FutureConnection& other) noexcept { wrapper_.swap(other.wrapper_); }
 
@@ -44,7 +44,7 @@ class QEL_EXPORT FutureConnection {
 
 inline void swap(FutureConnection& left, FutureConnection& right) noexcept { left.swap(right); }
 
-/// Disconnects when it dies or takes another connection.
+/// Disconnects when it is destroyed or assigned another connection.
 class QEL_EXPORT ScopedFutureConnection {
  public:
   ScopedFutureConnection() = default;

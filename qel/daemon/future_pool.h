@@ -13,13 +13,13 @@
 
 namespace qel::async {
 
-/// A future of any type with the handler that takes it.
+/// A future of any type with the handler that receives it.
 template <class T, class Handler>
 class FutureWrapper final : public FutureWrapperBase {
  public:
   FutureWrapper(std::future<T> future, Handler handler) : future_(std::move(future)), handler_(std::move(handler)) {}
 
-  /// A deferred future counts as ready: it is run by the handler's get().
+  /// A deferred future counts as ready: the handler's get() runs it.
   bool is_ready() const override { return future_.wait_for(std::chrono::seconds(0)) != std::future_status::timeout; }
   void deliver() override { handler_(std::move(future_)); }
 
@@ -28,7 +28,7 @@ class FutureWrapper final : public FutureWrapperBase {
   Handler handler_;
 };
 
-/// Futures that are polled after every turn of the main loop, without ever waiting for one.
+/// Futures that are polled after every turn of the main loop; the pool never blocks on one.
 class QEL_EXPORT FuturePool {
  public:
   FuturePool() = default;
@@ -36,8 +36,8 @@ class QEL_EXPORT FuturePool {
   FuturePool& operator=(const FuturePool&) = delete;
   ~FuturePool();
 
-  /// Calls `handler(std::future<T>)` once, with the ready future: its get() gives the value or throws. Throws
-  /// std::future_error for a future without a state.
+  /// Calls `handler(std::future<T>)` once, with the ready future, whose get() returns the value or throws. Throws
+  /// std::future_error if the future has no shared state.
   template <class T, class Handler>
   FutureConnection add(std::future<T> future, Handler&& handler) {
     static_assert(std::is_invocable_v<std::decay_t<Handler>&, std::future<T>>, "the handler takes a std::future<T>");
@@ -50,15 +50,16 @@ class QEL_EXPORT FuturePool {
   FutureConnection add(std::shared_ptr<FutureWrapperBase> wrapper);
 
   std::size_t count_futures() const { return futures_.size(); }
-  /// Handlers that are still to come in a walk under way are not called either.
+  /// Drops all futures. If process_futures() is running, their handlers are not called either.
   void clear_futures();
 
-  /// How long the pool may be left alone: a sixteenth of the time since a future was added or delivered, from 1 to 100
-  /// ms. So a future is delivered late by a part of the time that it took, and one that takes long costs little.
+  /// Returns how long to wait before the next poll: a sixteenth of the time since a future was last added or delivered,
+  /// from 1 to 100 ms. A future is thus delivered late by at most a fraction of the time it took, and long-running
+  /// futures cost little.
   std::chrono::milliseconds get_poll_interval(std::chrono::steady_clock::time_point now) const;
 
-  /// Walks the list once: drops what is disconnected, delivers what is ready. Futures added by a handler wait for the
-  /// next walk. An exception of a handler leaves from here, its future removed. True if futures remain.
+  /// Walks the list once: drops disconnected futures and delivers ready ones. Futures added by a handler wait for the
+  /// next walk. An exception from a handler propagates; its future has been removed. Returns true if futures remain.
   bool process_futures();
 
  private:

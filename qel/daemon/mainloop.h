@@ -18,9 +18,9 @@ struct qelipc;
 
 namespace qel::daemon {
 
-/// The event loop of a daemon process, and what the process needs from the platform: log ring, IPC endpoint, debug
-/// shell, daemon start and watchdog. One thread, no locks: whatever happens, happens inside run(), which is called turn
-/// by turn:
+/// The event loop of a daemon process, and the platform services that the process needs: log ring, IPC endpoint, debug
+/// shell, daemon start and watchdog. It uses one thread and no locks: everything happens inside run(), which runs one
+/// turn:
 ///
 ///     Mainloop loop("meshd", false);
 ///     loop.run_until_finished();
@@ -28,53 +28,55 @@ class QEL_EXPORT Mainloop {
  public:
   static constexpr const char* DEFAULT_NAME_PREFIX = "app_";
   static constexpr std::chrono::milliseconds MIN_RUN_TIMEOUT{1};
-  /// Without limit.
+  /// No time limit.
   static constexpr std::chrono::milliseconds DEFAULT_RUN_TIMEOUT{-1};
 
-  /// Called for an event: endpoint, event name, data and its size in octets, and the context given at registration.
+  /// Called for an event with the endpoint, the event name, the data and its size in octets, and the context given at
+  /// registration.
   using EventNotifier = void (*)(qelipc*, const char*, void*, unsigned, void*);
 
-  /// An empty name becomes "app_" and the thread id. Throws std::runtime_error when there is no log ring to be had, or
-  /// the name is in use on the IPC; std::system_error from the timer.
+  /// An empty name becomes "app_" and the thread id. Throws std::runtime_error if no log ring is available or the name
+  /// is in use on the IPC, and std::system_error from the timer.
   Mainloop(const std::string& name, bool daemonize);
   Mainloop(const Mainloop&) = delete;
   Mainloop& operator=(const Mainloop&) = delete;
   ~Mainloop();
 
-  /// The process's loop: made by the first call, destroyed at exit; later arguments are ignored.
+  /// Returns the loop of the process: created by the first call, destroyed at exit. The arguments of later calls are
+  /// ignored.
   static Mainloop& get(const std::string& name, bool daemonize);
 
   const std::string& get_name() const { return name_; }
   bool finished() const { return finished_; }
-  /// From now on run() returns at once.
+  /// Makes run() return at once from now on.
   void finish() { finished_ = true; }
 
-  /// One turn: waits at most `timeout` for descriptors and timers, runs their callbacks, then delivers ready futures.
-  /// Returns the timeout of the next turn: 1 ms while futures are pending, else without limit. The caller may wait
-  /// longer, which delays futures; but those that no turn has reported yet end the wait after 1 ms. An exception of a
-  /// handler leaves from here.
+  /// Runs one turn: waits at most `timeout` for descriptors and timers, runs their callbacks, then delivers ready
+  /// futures. Returns the timeout for the next turn: 1 ms while futures are pending, otherwise no limit. The caller may
+  /// wait longer, which delays futures; but while there are futures that no turn has reported yet, the wait ends after
+  /// 1 ms. An exception from a handler propagates.
   std::chrono::milliseconds run(std::chrono::milliseconds timeout);
-  /// Turns until finish(). While futures are pending it waits for async::FuturePool::get_poll_interval() at most, so
-  /// that a future that takes long does not wake the process each millisecond.
+  /// Runs turns until finish() is called. While futures are pending, it waits at most
+  /// async::FuturePool::get_poll_interval(), so that a long-running future does not wake the process every millisecond.
   void run_until_finished();
 
-  /// Starts as a daemon; 0, or the platform's error. From here the first run() has 15 seconds to come, or the start is
-  /// reported as failed and the process exits with status 1. The guard needs a turn of some platform loop to fire.
-  /// The arguments are handed to the platform's daemon_start.
+  /// Starts the process as a daemon. Returns 0 or the platform's error. If run() is not called within 15 seconds, the
+  /// start is reported as failed and the process exits with status 1; this guard fires only in a turn of the platform's
+  /// loop. The arguments are passed to the platform's daemon_start.
   int daemonize(bool no_chdir, bool no_close);
   bool daemonized() const { return daemonized_; }
   void trigger_watchdog();
 
-  /// Registers the watch and keeps it. A watch added twice is kept twice.
+  /// Registers the watch and keeps it. A watch that is added twice is kept twice.
   bool add_watch(const std::shared_ptr<IWatchBase>& watch);
-  /// Unregisters the watch and drops its first entry; false when there is none.
+  /// Unregisters the watch and drops its first entry. Returns false if there is none.
   bool remove_watch(const std::shared_ptr<IWatchBase>& watch);
   void remove_watches();
   std::size_t count_watches() const { return watches_.size(); }
-  /// Drops watches and futures and ends the housekeeping.
+  /// Drops watches and futures, and stops the housekeeping.
   void clear();
 
-  /// See async::FuturePool::add.
+  /// Adds a future to the loop's pool; see async::FuturePool::add for the handler.
   template <class T, class Handler>
   async::FutureConnection add_future(std::future<T> future, Handler&& handler) {
     return futures_.add(std::move(future), std::forward<Handler>(handler));
@@ -82,17 +84,17 @@ class QEL_EXPORT Mainloop {
   std::size_t count_futures() const { return futures_.count_futures(); }
   void clear_futures() { futures_.clear_futures(); }
 
-  /// See Ctlcmd.
+  /// The commands of the debug shell; these functions call those of Ctlcmd.
   std::shared_ptr<CtlcmdModule> create_ctlcmd_module(const std::string& name, void* context);
   std::shared_ptr<CtlcmdModule> get_ctlcmd_module(const std::string& name) const;
   bool remove_ctlcmd_module(const std::string& name);
   bool send_command(const std::string& module, const std::string& command);
 
   qelipc* get_qelipc() const { return qelipc_.get(); }
-  /// False, and an error in the log, when the message could not be sent.
+  /// Returns false and logs an error if the message cannot be sent.
   bool send_qelipc_message(const char* destination, const std::string& message);
   bool send_qelipc_event(const std::string& event, const void* data, unsigned size);
-  /// The platform's result.
+  /// Returns the platform's result.
   int register_qelipc_event_notifier(const char* event, EventNotifier notifier, void* context);
 
  private:
@@ -113,9 +115,9 @@ class QEL_EXPORT Mainloop {
   std::unique_ptr<Ctlcmd> ctlcmd_;
   /// Null between turns.
   Watches* removed_in_turn_ = nullptr;
-  /// The result of the last turn told of pending futures.
+  /// The result of the last turn reported pending futures.
   bool told_of_futures_ = false;
-  /// Ends a wait that futures have to be polled after.
+  /// Ends a wait after which futures must be polled.
   time::Timer poll_timer_;
 };
 

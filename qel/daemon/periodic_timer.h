@@ -11,12 +11,12 @@
 
 namespace qel::time {
 
-/// Calls a function time after time, without drift: each call is due one period after the last one was due, however
-/// late that one came. When several are due at once, because a turn of the loop took long, the function is called once
-/// for all of them, and goes on in the same rhythm.
+/// Calls a function at regular intervals, without drift: each call is due one period after the previous one was due,
+/// however late that one ran. If several calls are due at once because a turn of the loop took long, the function is
+/// called once for all of them and then continues at the same intervals.
 ///
-/// The function may stop the timer, start it anew and destroy it; what it throws ends the turn, and the timer goes on.
-/// A running timer can be moved.
+/// The function may stop, restart or destroy the timer. An exception from it ends the turn; the timer keeps running. A
+/// running timer can be moved.
 class QEL_EXPORT PeriodicTimer {
  public:
   PeriodicTimer();
@@ -24,8 +24,8 @@ class QEL_EXPORT PeriodicTimer {
   PeriodicTimer& operator=(PeriodicTimer&& other) noexcept;
   ~PeriodicTimer();
 
-  /// The first call is due after one period. A running timer is started anew. Throws TimerError, INVALID_PARAMETER for
-  /// a period that is not above 0 or is above Timer::MAX_DURATION.
+  /// The first call is due after one period. A running timer is restarted. Throws TimerError with INVALID_PARAMETER if
+  /// the period is not positive or exceeds Timer::MAX_DURATION.
   template <class F>
   void start(std::chrono::milliseconds period, F&& function) {
     start_calling(std::make_shared<TimerCallbackWrapper<std::decay_t<F>>>(std::forward<F>(function)), period);
@@ -33,7 +33,7 @@ class QEL_EXPORT PeriodicTimer {
   void stop() noexcept;
   bool is_running() const;
 
-  /// Calls that were due since the start and were left out; 0 when idle.
+  /// Returns the number of calls skipped since the start; 0 when idle.
   std::uint64_t count_missed() const;
 
  private:

@@ -22,19 +22,20 @@ class Slot final : public SlotBase {
  public:
   using Function = std::function<void(Args...)>;
 
-  /// The slots of one signal, in the order of connecting. Outlives the signal while an emission is under way.
+  /// The slots of one signal, in the order in which they were connected. It outlives the signal during an emission.
   struct List {
     std::vector<std::shared_ptr<Slot>> slots;
     std::size_t emissions = 0;
 
-    /// Slots stay until the outermost emission is over, so that a function is not destroyed while it runs.
+    /// Removes disconnected slots, but only after the outermost emission, so that no function is destroyed while it
+    /// runs.
     void sweep() {
       if (emissions != 0) {
         return;
       }
       const auto first_dead =
           std::stable_partition(slots.begin(), slots.end(), [](const auto& slot) { return slot->is_connected(); });
-      // Destroyed last: what a function holds may disconnect others in turn.
+      // Destroyed last: destroying a function may disconnect other slots.
       const std::vector<std::shared_ptr<Slot>> dead(std::make_move_iterator(first_dead),
                                                     std::make_move_iterator(slots.end()));
       slots.erase(first_dead, slots.end());
@@ -64,15 +65,15 @@ class Slot final : public SlotBase {
   bool blocked_ = false;
 };
 
-/// Calls every connected function, in the order of connecting:
+/// Calls every connected function, in the order in which they were connected:
 ///
 ///     Signal<const MACAddress&, bool> neighbour_changed;
 ///     ScopedConnection connection = neighbour_changed.connect([](const MACAddress& mac, bool present) { ... });
 ///     neighbour_changed(mac, true);
 ///
-/// A function may connect others, which wait for the next emission; disconnect any, which are not called any more;
-/// emit again; and destroy the signal, which ends the emission. What a function throws leaves the emission, and the
-/// functions behind it are not called.
+/// A function may connect others, which are first called in the next emission; disconnect any, which are then no longer
+/// called; emit again; and destroy the signal, which ends the emission. An exception from a function propagates from
+/// the emission, and the remaining functions are not called.
 template <class... Args>
 class Signal {
   static_assert(!(std::is_rvalue_reference_v<Args> || ...),
@@ -94,7 +95,7 @@ class Signal {
   void operator()(Args... args) const {
     const Emission emission{list_};
     const auto& slots = emission.list->slots;
-    // By index: the functions may add to the list.
+    // By index, because the functions may add to the list.
     for (std::size_t i = 0, count = slots.size(); i < count; ++i) {
       if (const Slot<Args...>& slot = *slots[i]; slot.is_callable()) {
         slot(args...);

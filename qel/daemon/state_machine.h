@@ -8,7 +8,7 @@
 
 #include "qel/core/export.h"
 
-/// A state machine with one current state. States are classes that name the events they handle:
+/// A state machine with one current state. Each state is a class that names the events it handles:
 ///
 ///     struct LinkUp final : Event {
 ///       explicit LinkUp(int index) : interface(index) {}
@@ -26,12 +26,12 @@
 ///     machine.init<Waiting>();
 ///     machine.on_event(LinkUp(2));
 ///
-/// All machines of a process belong to the one thread of its main loop.
+/// All machines of a process run on the main loop's thread.
 namespace qel::state_machine {
 
 class StateMachine;
 
-/// The base of what is dispatched to states; events are told apart by their exact class.
+/// Base class of events. Events are distinguished by their exact class.
 class QEL_EXPORT Event {
  public:
   virtual ~Event();
@@ -42,10 +42,10 @@ class QEL_EXPORT Event {
   Event& operator=(const Event&) = default;
 };
 
-/// A state, alive from the transition into it to the transition out of it.
+/// A state. The object exists from the transition into it until the transition out of it.
 class QEL_EXPORT IState {
  public:
-  /// Only the state machine makes states.
+  /// Only the state machine can create states.
   class CreateToken {
     friend class StateMachine;
     CreateToken() = default;
@@ -57,17 +57,17 @@ class QEL_EXPORT IState {
   virtual ~IState();
 
   virtual const char* get_name() const = 0;
-  /// The state that this one wants to give way to, once; null when it wants to stay.
+  /// Returns, once, the state to change to; null if this state stays current.
   virtual std::unique_ptr<IState> take_transition() = 0;
 
-  /// A state whose on_entry throws is dropped; the machine then has no current state.
+  /// If on_entry throws, the state is dropped and the machine has no current state.
   virtual void on_entry();
-  /// The state is still the current one, and handles events, but cannot ask for a transition any more. When it throws,
-  /// the state is left all the same, and the machine has no current state.
+  /// The state is still current and handles events, but can no longer request a transition. If on_exit throws, the
+  /// state is left all the same, and the machine has no current state.
   virtual void on_exit();
   virtual void on_event(const Event& event);
 
-  /// From the end of on_entry() to the end of on_exit().
+  /// True from the end of on_entry() to the end of on_exit().
   bool is_entered() const { return entered_; }
   void set_entered(bool entered) { entered_ = entered; }
   StateMachine& get_state_machine() { return machine_; }
@@ -78,36 +78,37 @@ class QEL_EXPORT IState {
   bool entered_ = false;
 };
 
-/// Neither copied nor moved: states refer to it. An operation of a state may end its own machine, by deinit() or by
-/// destroying it: the state is left at once, but lives until the operation returns.
+/// The machine can be neither copied nor moved, because states refer to it. A member function of a state may end its
+/// own machine, with deinit() or by destroying it: the state is left at once, but exists until the function returns.
 class QEL_EXPORT StateMachine {
  public:
   StateMachine() = default;
   StateMachine(const StateMachine&) = delete;
   StateMachine& operator=(const StateMachine&) = delete;
-  /// deinit(); what on_exit throws is logged. A derived machine whose members the states use calls it earlier, in its
-  /// own destructor.
+  /// Calls deinit(); an exception from on_exit is logged. If states use members of a derived machine, its destructor
+  /// must call deinit() itself.
   virtual ~StateMachine();
 
-  /// Enters the first state. Throws std::logic_error when there is a current state: from then on the states themselves
-  /// say where to go.
+  /// Enters the first state; afterwards the states themselves choose the next one. Throws std::logic_error if there is
+  /// already a current state.
   template <class First, class... Args>
   void init(Args&&... args) {
     init(create<First>(*this, std::forward<Args>(args)...));
   }
 
-  /// Dispatches to the current state and makes the transition it asks for. Throws std::runtime_error without a state.
+  /// Passes the event to the current state and makes the transition that it requests. Throws std::runtime_error if
+  /// there is no state.
   void on_event(const Event& event);
 
-  /// Leaves the current state, if there is one: on_exit, whose exceptions leave from here, then the state's destructor.
-  /// Does nothing in that on_exit.
+  /// Leaves the current state, if any: calls on_exit, whose exceptions propagate, then the state's destructor. Does
+  /// nothing when called from that on_exit.
   void deinit();
 
   IState* get_current_state() { return current_state_.get(); }
-  /// Null before init() and after deinit().
+  /// Returns null before init() and after deinit().
   const IState* get_current_state() const { return current_state_.get(); }
 
-  /// Makes a state without entering it: State(machine, token, args...).
+  /// Creates a state without entering it: State(machine, token, args...).
   template <class S, class... Args>
   static std::unique_ptr<S> create(StateMachine& machine, Args&&... args) {
     static_assert(std::is_base_of_v<IState, S>);
@@ -125,8 +126,8 @@ class QEL_EXPORT StateMachine {
   std::unique_ptr<IState> current_state_;
 };
 
-/// The base of a state that handles the given events, each with a public member function on(const E&); it passes by
-/// the others.
+/// Base class of a state that handles the given events, each with a public member function on(const E&). It ignores
+/// other events.
 template <class Concrete, class... Events>
 class State : public IState {
   static_assert((std::is_base_of_v<Event, Events> && ...));
@@ -142,15 +143,16 @@ class State : public IState {
   std::unique_ptr<IState> take_transition() final { return dispatches_ == 0 ? std::move(next_) : nullptr; }
 
  protected:
-  /// Asks for a transition once the handler, or on_entry, is over. The next state is made here and now; the last
-  /// request counts.
+  /// Requests a transition for when the handler, or on_entry, returns. The next state is constructed immediately; the
+  /// last request counts.
   template <class Next, class... Args>
   void go_to(Args&&... args) {
     next_ = StateMachine::create<Next>(get_state_machine(), std::forward<Args>(args)...);
   }
 
  private:
-  /// A handler may dispatch further events; the transition waits for the outermost one.
+  /// Counts nested events: a handler may dispatch further ones, and the transition waits until the outermost is
+  /// handled.
   class Dispatch {
    public:
     explicit Dispatch(unsigned& count) : count_(count) { ++count_; }

@@ -18,12 +18,12 @@ enum class TaskErrc : int {
   COMPOSITION_INVALID = 8,
 };
 
-/// The category "Task".
+/// The category named "Task".
 QEL_EXPORT const std::error_category& task_error_category();
 QEL_EXPORT std::error_code make_error_code(TaskErrc code);
 QEL_EXPORT std::error_condition make_error_condition(TaskErrc code);
 
-/// Misuse of a task, or how it ended; what() reads "context: message".
+/// Misuse of a task, or the way it ended. what() is "context: message".
 class QEL_EXPORT TaskError : public std::system_error {
  public:
   TaskError(std::error_code code, const std::string& context);

@@ -21,7 +21,7 @@ constexpr bool task_state_is_done(TaskState state) {
   return state >= TaskState::CANCELLED && state <= TaskState::DELETED;
 }
 
-/// "INVALID" for a value without a name.
+/// Returns "INVALID" for a value without a name.
 QEL_EXPORT std::string task_state_to_string(TaskState state);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, TaskState state);
 

@@ -25,19 +25,19 @@ class QEL_EXPORT NativeHandleContainerBase {
   virtual ~NativeHandleContainerBase();
 };
 
-/// What the platform is given to find the timer by: the pointer follows the handle when timers are swapped.
+/// The platform's reference to the timer; the pointer follows the handle when timers are swapped.
 struct TimerCbdataWrapper {
   Timer* timer = nullptr;
 };
 
-/// A callback of any type.
+/// Type-erased callback.
 class QEL_EXPORT TimerCallbackWrapperBase {
  public:
   virtual ~TimerCallbackWrapperBase();
   virtual void operator()() = 0;
 };
 
-/// The callback of type F.
+/// A callback of type F.
 template <class F>
 class TimerCallbackWrapper final : public TimerCallbackWrapperBase {
  public:
@@ -48,48 +48,48 @@ class TimerCallbackWrapper final : public TimerCallbackWrapperBase {
   F function_;
 };
 
-/// A one-shot timer of the main loop. It expires inside Mainloop::run; when its callback runs it is idle again, so that
-/// the callback may start it anew, stop it, swap it or destroy it. It can be moved, also while it runs; the timer moved
-/// from takes what the other one had.
+/// A one-shot timer of the main loop. It expires inside Mainloop::run. When its callback runs, the timer is idle again,
+/// so the callback may restart, stop, swap or destroy it. A timer can be moved even while it runs; the two timers
+/// exchange their contents.
 class QEL_EXPORT Timer {
  public:
   Timer();
   Timer(Timer&& other);
   Timer& operator=(Timer&& other) noexcept;
-  /// Stops; never throws, but logs what failed.
+  /// Stops the timer. Never throws; failures are logged.
   ~Timer();
 
   void swap(Timer& other) noexcept;
 
-  /// The longest that a timer runs, 68 years.
+  /// The longest duration of a timer, 68 years.
   static constexpr std::chrono::seconds MAX_DURATION{std::numeric_limits<std::int32_t>::max()};
 
-  /// Runs `function()` once, after at least `duration`; a running timer is stopped first. 0 expires in the next turn.
-  /// The duration is counted in seconds, tenths, hundredths or milliseconds, whichever its type is or converts to
-  /// without loss. Where that gives more than 2^31 - 1 of them, 25 days of milliseconds, it is counted in the next
-  /// coarser unit that suffices, rounded up. Throws TimerError, INVALID_PARAMETER for a negative duration and for one
-  /// above MAX_DURATION.
+  /// Calls `function()` once, after at least `duration`; a running timer is stopped first. A duration of 0 expires in
+  /// the next turn. The duration is counted in seconds, tenths, hundredths or milliseconds, the coarsest of these to
+  /// which its type converts without loss. If the count would exceed 2^31 - 1 (25 days in milliseconds), the next
+  /// coarser unit that suffices is used, rounded up. Throws TimerError with INVALID_PARAMETER if the duration is
+  /// negative or exceeds MAX_DURATION.
   template <class Rep, class Period, class F>
   void start(std::chrono::duration<Rep, Period> duration, F&& function);
 
-  /// Arms the platform's timer without touching the callback. Of the count only the low 32 bits are used. Throws
+  /// Arms the platform's timer without changing the callback. Only the low 32 bits of the count are used. Throws
   /// TimerError.
   void start_ctimer(std::chrono::milliseconds duration);
   void start_ctimer(deciseconds duration);
   void start_ctimer(centiseconds duration);
   void start_ctimer(std::chrono::seconds duration);
 
-  /// Does nothing when idle. The callback is released even if stopping failed. Throws TimerError.
+  /// Does nothing if the timer is idle. The callback is released even if stopping fails. Throws TimerError.
   void stop();
-  /// `error` is cleared when nothing failed.
+  /// Clears `error` on success.
   void stop(std::error_code& error);
 
   bool is_running() const;
 
-  /// Negative when the timer is overdue. Throws TimerError, NOT_RUNNING among them.
+  /// Negative if the timer is overdue. Throws TimerError, with NOT_RUNNING if the timer is idle.
   std::chrono::milliseconds get_remaining_time() const;
 
-  /// Runs the callback, if there is one. The platform's expiry ends up here.
+  /// Runs the callback, if there is one. Called when the platform's timer expires.
   void trigger_callback();
 
  private:
@@ -106,7 +106,7 @@ class QEL_EXPORT Timer {
 
 inline void swap(Timer& left, Timer& right) noexcept { left.swap(right); }
 
-/// The first of the units that the duration converts to without loss.
+/// The coarsest of the units to which the duration converts without loss.
 template <class Duration, class Unit, class... Finer>
 struct Timer::CoarsestUnit<Duration, Unit, Finer...>
     : std::conditional_t<std::is_convertible_v<Duration, Unit>, std::type_identity<Unit>,
@@ -125,7 +125,7 @@ void Timer::start(std::chrono::duration<Rep, Period> duration, F&& function) {
   constexpr std::int64_t limit = std::numeric_limits<std::int64_t>::max() / factor;
   const bool fits = !std::cmp_greater(duration.count(), limit) && !std::cmp_less(duration.count(), -limit);
   stop();
-  // What does not fit here is above any limit.
+  // A duration that does not fit here exceeds any limit.
   arm_whole(fits ? static_cast<std::int64_t>(duration.count()) * factor : std::numeric_limits<std::int64_t>::max(),
             Unit::period::den);
   callback_ = std::make_shared<TimerCallbackWrapper<std::decay_t<F>>>(std::forward<F>(function));

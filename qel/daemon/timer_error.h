@@ -16,12 +16,12 @@ enum class TimerErrc : int {
   RESOURCE_PROBLEM = 7,
 };
 
-/// The category "Timer".
+/// The category named "Timer".
 QEL_EXPORT const std::error_category& timer_error_category();
 QEL_EXPORT std::error_code make_error_code(TimerErrc code);
 QEL_EXPORT std::error_condition make_error_condition(TimerErrc code);
 
-/// What a failed timer operation throws.
+/// Thrown when a timer operation fails.
 class QEL_EXPORT TimerError : public std::system_error {
  public:
   explicit TimerError(std::error_code code);

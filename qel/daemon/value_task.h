@@ -9,7 +9,7 @@
 
 namespace qel::async {
 
-/// What tasks have in common that end with a value, an exception, a timeout or a cancellation.
+/// Common base of tasks that end with a value, an exception, a timeout or a cancellation.
 class QEL_EXPORT CompletingTask : public Task {
  public:
   CompletingTask() = default;
@@ -30,7 +30,7 @@ class QEL_EXPORT CompletingTask : public Task {
   std::exception_ptr exception_;
 };
 
-/// A task that ends with a T. Whoever does the work calls complete() or fail():
+/// A task that ends with a T. The code that does the work calls complete() or fail():
 ///
 ///     ValueTask<Topology> query;
 ///     query.set_timeout(1s);
@@ -42,10 +42,10 @@ class ValueTask : public CompletingTask {
   ValueTask() = default;
   ValueTask(ValueTask&&) = default;             // NOLINT(bugprone-exception-escape)
   ValueTask& operator=(ValueTask&&) = default;  // NOLINT(bugprone-exception-escape)
-  /// The continuation of a running task may still ask everything of it: get() and check() throw NOT_RUNNING.
+  /// The continuation of a task destroyed while running may still use all of it; get() and check() throw NOT_RUNNING.
   ~ValueTask() override { end_as_deleted(); }
 
-  /// False when the task is not running: an answer that comes too late is dropped.
+  /// Returns false if the task is not running: a late result is dropped.
   bool complete(T value) {
     if (!is_running()) {
       return false;
@@ -55,7 +55,7 @@ class ValueTask : public CompletingTask {
     return true;
   }
 
-  /// Throws what check() throws.
+  /// Throws like check().
   const T& get() const {
     check();
     return *value_;

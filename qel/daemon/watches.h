@@ -8,8 +8,8 @@ struct evsock;
 
 namespace qel::daemon {
 
-/// One descriptor that the main loop waits for. A watch is held by shared pointer and neither copied nor moved: the
-/// platform keeps its address. One that dies unregisters itself.
+/// A descriptor that the main loop waits for. A watch is held by shared pointer and can be neither copied nor moved,
+/// because the platform keeps its address. It unregisters itself when destroyed.
 class QEL_EXPORT IWatchBase {
  public:
   explicit IWatchBase(std::string name);
@@ -17,23 +17,23 @@ class QEL_EXPORT IWatchBase {
   IWatchBase& operator=(const IWatchBase&) = delete;
   virtual ~IWatchBase();
 
-  /// Does nothing when the watch is not registered.
+  /// Does nothing if the watch is not registered.
   virtual void remove_from_evsock();
 
-  /// Registers with the platform; a watch that is registered already is taken out first.
+  /// Registers with the platform. A watch that is already registered is unregistered first.
   void add_to_evsock();
 
-  /// Asks for one more on_writable(), in a later turn, as soon as the descriptor is writable.
+  /// Requests one more call of on_writable(), in a later turn, as soon as the descriptor is writable.
   void want_write();
-  /// No on_readable() from now on, not even in this turn, until resume_reading() or the end of the registration; what
-  /// is there to read waits.
+  /// Suppresses on_readable(), even in this turn, until resume_reading() or the end of the registration; pending input
+  /// waits.
   void pause_reading();
   void resume_reading();
-  // These three do nothing when the watch is not registered. They throw std::system_error where the platform's library
-  // cannot do it (docs/porting.md).
+  // These three functions do nothing if the watch is not registered. They throw std::system_error if the platform's
+  // library does not support them (docs/porting.md).
 
   const std::string& get_name() const { return name_; }
-  /// Null when not registered.
+  /// Null if not registered.
   evsock* get_handle() const { return handle_; }
 
  protected:
@@ -45,19 +45,19 @@ class QEL_EXPORT IWatchBase {
   evsock* handle_ = nullptr;
 };
 
-/// A watch of a file descriptor. The descriptor belongs to whoever opened it: it is never closed here.
+/// A watch of a file descriptor. The watch never closes the descriptor, which belongs to whoever opened it.
 ///
-/// A watch that was removed can be added again, to the same loop or another one; first set_fd() gives it a descriptor.
-/// Those that own theirs, such as RawSock and SignalWatch, do that by themselves.
+/// A watch that was removed can be added again, to the same loop or another, after set_fd() has given it a descriptor.
+/// Watches that own their descriptor, such as RawSock and SignalWatch, do this themselves.
 class QEL_EXPORT IFDWatchBase : public IWatchBase {
  public:
   IFDWatchBase(int fd, const std::string& name);
 
-  /// Forgets the descriptor too: get_fd() is -1 afterwards.
+  /// Also forgets the descriptor: get_fd() then returns -1.
   void remove_from_evsock() override;
 
   int get_fd() const { return fd_; }
-  /// For the next registration.
+  /// Takes effect at the next registration.
   void set_fd(int fd) { fd_ = fd; }
 
  protected:
@@ -67,7 +67,7 @@ class QEL_EXPORT IFDWatchBase : public IWatchBase {
   int fd_;
 };
 
-/// A watch with the two common handlers. Handlers run inside Mainloop::run and may remove this watch or another one.
+/// A watch with the two common handlers. Handlers run inside Mainloop::run and may remove this or any other watch.
 class QEL_EXPORT ISimpleFDWatch : public IFDWatchBase {
  public:
   using IFDWatchBase::IFDWatchBase;
@@ -76,12 +76,11 @@ class QEL_EXPORT ISimpleFDWatch : public IFDWatchBase {
   evsock* add_to_evsock_impl() override;
 
  public:
-  /// Called in each turn as long as there is something to read.
+  /// Called in every turn while there is something to read.
   virtual void on_readable() = 0;
-  /// Called once after registration, and once for each want_write() and each write by the platform (evsock_bwrite(), so
-  /// also evsock_streambuf) that could not be finished, as soon as the descriptor is writable. A write past the
-  /// platform that falls short, by write(2) or RawSock::send_data(), asks for nothing by itself: call want_write()
-  /// then.
+  /// Called as soon as the descriptor is writable: once after registration, once for each want_write(), and once for
+  /// each write by the platform that could not be completed (evsock_bwrite(), and so evsock_streambuf). After a short
+  /// write that bypasses the platform, such as write(2) or RawSock::send_data(), call want_write().
   virtual void on_writable() = 0;
 };
 
@@ -95,11 +94,11 @@ class QEL_EXPORT IGenericFDWatch : public IFDWatchBase {
 
  public:
   virtual void on_readable() = 0;
-  /// See ISimpleFDWatch.
+  /// As in ISimpleFDWatch.
   virtual void on_writable() = 0;
-  /// Hang-up or error.
+  /// Called on hang-up or error.
   virtual void on_aux_event_1() = 0;
-  /// Priority data.
+  /// Called when there is priority data.
   virtual void on_aux_event_2() = 0;
 };
 

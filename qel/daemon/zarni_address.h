@@ -29,7 +29,7 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, const ZarniAddress& addres
 
 enum class ZarniRole : int { MASTER = 1, SLAVE = 2 };
 
-/// "master", "slave", or "unknown" for any other value.
+/// Returns "master", "slave", or "unknown" for any other value.
 QEL_EXPORT std::string enum_to_string(ZarniRole role);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ZarniRole role);
 
@@ -37,7 +37,7 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, ZarniRole role);
 
 namespace qel::serialization {
 
-/// A JSON string; throws SerializationException with "Serialization of ZarniAddress failed".
+/// Writes a JSON string; throws SerializationException with "Serialization of ZarniAddress failed".
 template <>
 struct QEL_EXPORT JSONSerializableType<daemon::ZarniAddress> {
   static void serialize(YAJLStream& stream, SerializationContext& context, const daemon::ZarniAddress& address);

@@ -6,8 +6,7 @@
 
 #include "qel/core/export.h"
 
-/// Codes of the wireless network management and radio measurement frames. `is_valid` is true below the sentinel
-/// INVALID.
+/// Codes of wireless network management and radio measurement frames. `is_valid` is true below the sentinel INVALID.
 namespace qel::ieee802_11 {
 
 /// The WNM Action field (IEEE 802.11-2020, 9.6.13.1).
@@ -53,11 +52,11 @@ enum class RequestModeBit : std::uint8_t {
   INVALID = 5
 };
 
-/// A station's answer to a BSS Transition Management Request (IEEE 802.11-2020, 9.6.13.10).
+/// A station's response to a BSS Transition Management Request (IEEE 802.11-2020, 9.6.13.10).
 enum class BTMStatusCode : std::uint8_t {
   ACCEPT = 0,
   REJECT_UNSPECIFIED = 1,
-  REJECT_INSUFFICIENT_BEACON = 2,    ///< too few beacons or probe responses from all candidates
+  REJECT_INSUFFICIENT_BEACON = 2,    ///< too few beacons or probe responses received from the candidates
   REJECT_INSUFFICIENT_CAPACITY = 3,  ///< of all candidates
   REJECT_BSS_TERMINATION_UNDESIRED = 4,
   REJECT_BSS_TERMINATION_DELAY_REQUEST = 5,
@@ -77,7 +76,7 @@ enum class MeasurementRequestModeBit : std::uint8_t {
   INVALID = 5
 };
 
-/// What is measured, in measurement requests and reports (IEEE 802.11-2020, 9.4.2.20.1 and 9.4.2.21.1).
+/// Type of a measurement, in requests and reports (IEEE 802.11-2020, 9.4.2.20.1 and 9.4.2.21.1).
 enum class MeasurementType : std::uint8_t {
   BASIC = 0,
   CCA = 1,
@@ -97,13 +96,14 @@ enum class MeasurementType : std::uint8_t {
   DIRECTIONAL_STATISTICS = 15,
   FINE_TIMING_MEASUREMENT_RANGE = 16,
   INVALID = 17,
-  MEASUREMENT_PAUSE = 255  ///< stands between the requests of a list and measures nothing, so it is not valid
+  MEASUREMENT_PAUSE = 255  ///< separates the requests of a list and measures nothing, so it is not valid
 };
 
-/// How a beacon request wants the measurement made (IEEE 802.11-2020, 9.4.2.20.7).
+/// How to make the measurement of a beacon request (IEEE 802.11-2020, 9.4.2.20.7).
 enum class BeaconMeasurementMode : std::uint8_t { PASSIVE = 0, ACTIVE = 1, BEACON_TABLE = 2, INVALID = 3 };
 
-/// What kind of frame a beacon report is about, bit 7 of its Reported Frame Information (IEEE 802.11-2020, 9.4.2.21.7).
+/// The kind of frame that a beacon report describes, bit 7 of its Reported Frame Information (IEEE 802.11-2020,
+/// 9.4.2.21.7).
 enum class BeaconReportFrameType : std::uint8_t { BEACON_OR_PROBE_RESPONSE = 0, MEASUREMENT_PILOT = 1, INVALID = 2 };
 
 QEL_EXPORT std::string enum_to_string(WNMAction action);
@@ -123,7 +123,7 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, BeaconMeasurementMode mode
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, BeaconReportFrameType type);
 
 ///@{
-/// Below the sentinel, values without a name included.
+/// True below the sentinel, even for values without a name.
 constexpr bool is_valid(WNMAction action) { return action < WNMAction::INVALID; }
 constexpr bool is_valid(RequestModeBit bit) { return bit < RequestModeBit::INVALID; }
 constexpr bool is_valid(BTMStatusCode status) { return status < BTMStatusCode::INVALID; }
@@ -137,7 +137,7 @@ constexpr bool is_valid(BeaconReportFrameType type) { return type < BeaconReport
 
 namespace qel {
 
-/// Beside the predicates of the other value types.
+/// Together with the predicates of the other value types.
 using ieee802_11::is_valid;
 
 }  // namespace qel

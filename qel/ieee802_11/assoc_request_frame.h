@@ -17,23 +17,23 @@
 namespace qel::ieee802_11 {
 
 /// The body of an association request frame (IEEE 802.11-2020, 9.3.3.5) or of a reassociation request frame (9.3.3.7):
-/// two fixed fields, in a reassociation request the address of the current AP, then elements. All octets are kept as
-/// they came, also those that are no elements.
+/// two fixed fields, then in a reassociation request the address of the current AP, then elements. All octets are kept
+/// as received, even those that are not elements.
 class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializable {
  public:
   static constexpr std::size_t MIN_WIRE_SIZE = 4;
 
-  /// One element, without ID and length; the octets are borrowed from the frame.
+  /// One element, without ID and length; the octets belong to the frame.
   struct Element {
     std::uint8_t id;  ///< Element ID (IEEE 802.11-2020, 9.4.2.1)
     std::span<const std::uint8_t> body;
   };
 
-  /// An association request without elements. It does not decode: nothing in a body tells its end.
+  /// An association request without elements. It cannot be decoded into, because a body does not indicate its own end.
   AssocRequestFrame() = default;
-  /// To be decoded from a body of `octets`. The fixed fields are read in any case, so that fewer octets than theirs
-  /// show by a get_length() of more than `octets`. Which request it is shows by the place of the SSID, the first
-  /// element of either; where there is none, by elements that end with the body; else it is an association request.
+  /// For decoding a body of `octets` octets. The fixed fields are always read, so if `octets` is smaller, get_length()
+  /// exceeds it. The kind of request is recognised by the position of the SSID, the first element of either kind;
+  /// without an SSID, by elements that end with the body; failing that, it is an association request.
   explicit AssocRequestFrame(std::size_t octets) : octets_to_take_(octets) {}
 
   void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override;
@@ -41,11 +41,12 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
   void encode_body(serialization::Writer& out) const;
   void decode_body(serialization::Reader& in);
 
-  /// Octets of the whole body.
+  /// Number of octets in the whole body.
   std::size_t get_length() const { return MIN_WIRE_SIZE + variable_part_.size(); }
 
   bool is_reassociation() const { return is_reassociation_; }
-  /// Has the octets that are there read as one request or the other, for who knows better than the decoder.
+  /// Sets the kind of request, for callers that know it better than the decoder; the octets are reinterpreted
+  /// accordingly.
   void set_reassociation(bool is_reassociation) { is_reassociation_ = is_reassociation; }
 
   const std::bitset<16>& get_capability_information() const { return capability_information_; }
@@ -53,22 +54,22 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
   /// In beacon intervals.
   std::uint16_t get_listen_interval() const { return listen_interval_.value; }
   void set_listen_interval(std::uint16_t interval) { listen_interval_.value = interval; }
-  /// Empty for an association request, and where there is no room for the address.
+  /// Empty for an association request, and if there is no room for the address.
   std::optional<MACAddress> get_current_ap_address() const;
-  /// Makes it a reassociation request.
+  /// Also makes it a reassociation request.
   void set_current_ap_address(const MACAddress& address);
-  /// The whole elements, in their order, unknown and repeated ones included.
+  /// Returns all complete elements in order, including unknown and repeated ones.
   std::vector<Element> get_elements() const;
-  /// What follows the last whole element, borrowed; empty in a sound body.
+  /// Returns the octets after the last complete element, owned by the frame; empty if the body is well-formed.
   std::span<const std::uint8_t> get_rest() const;
 
   ///@{
-  /// Appends an element to all octets that are there. Throws SerializationException for one over 255 octets.
+  /// Appends an element after all existing octets. Throws SerializationException if it exceeds 255 octets.
   void add_element(std::uint8_t id, std::span<const std::uint8_t> body);
   void add_element(const IEEE802_11_Element_Base& element);
   ///@}
 
-  /// By the octets of the wire form.
+  /// Compares the encoded octets.
   friend bool operator==(const AssocRequestFrame& left, const AssocRequestFrame& right) {
     return left.capability_information_ == right.capability_information_ &&
            left.listen_interval_ == right.listen_interval_ && left.variable_part_ == right.variable_part_;
@@ -81,7 +82,7 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
 
   std::bitset<16> capability_information_;
   LittleEndian<std::uint16_t> listen_interval_;
-  std::vector<std::uint8_t> variable_part_;  ///< what follows these fields
+  std::vector<std::uint8_t> variable_part_;  ///< the octets after these fields
   bool is_reassociation_ = false;
   std::optional<std::size_t> octets_to_take_;
 };

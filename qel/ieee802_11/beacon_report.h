@@ -30,7 +30,7 @@ class QEL_EXPORT BeaconReport {
   std::uint16_t get_measurement_duration() const { return measurement_duration_.value; }
   void set_measurement_duration(std::uint16_t duration) { measurement_duration_.value = duration; }
 
-  /// Bits 0 to 6 the condensed PHY type, bit 7 the kind of frame.
+  /// Bits 0 to 6 are the condensed PHY type, bit 7 the kind of frame.
   std::uint8_t get_reported_frame_information() const { return reported_frame_information_; }
   void set_reported_frame_information(std::uint8_t information) { reported_frame_information_ = information; }
   PHYType get_phy_type() const { return static_cast<PHYType>(reported_frame_information_ & 0x7FU); }
@@ -44,13 +44,13 @@ class QEL_EXPORT BeaconReport {
   void set_rsni(std::uint8_t rsni) { rsni_ = rsni; }
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
-  /// 0 unknown, 255 several antennas.
+  /// 0 if unknown, 255 for several antennas.
   std::uint8_t get_antenna_id() const { return antenna_id_; }
   void set_antenna_id(std::uint8_t antenna) { antenna_id_ = antenna; }
-  /// The low half of the measuring station's TSF time when the frame was received.
+  /// Low half of the measuring station's TSF time when the frame was received.
   std::uint32_t get_parent_tsf() const { return parent_tsf_.value; }
   void set_parent_tsf(std::uint32_t tsf) { parent_tsf_.value = tsf; }
-  /// As on the wire, not taken apart.
+  /// As on the wire, not parsed.
   const std::vector<std::uint8_t>& get_optional_subelements() const { return optional_subelements_; }
   void set_optional_subelements(std::vector<std::uint8_t> octets) { optional_subelements_ = std::move(octets); }
 
@@ -58,7 +58,7 @@ class QEL_EXPORT BeaconReport {
 
   friend bool operator==(const BeaconReport& left, const BeaconReport& right) { return left.equals(right); }
 
-  /// What stands before the optional subelements.
+  /// The fields before the optional subelements.
   static constexpr auto table() {
     using serialization::Field;
     using T = BeaconReport;

@@ -7,8 +7,9 @@
 
 namespace qel::ieee802_11 {
 
-/// A suite selector of a cipher or of an AKM: an OUI and a type that counts within it (IEEE 802.11-2020, 9.4.2.24.2 and
-/// 9.4.2.24.3). Type 0 of the own OUI by default, which for a cipher is "use group cipher suite".
+/// The selector of a cipher or AKM suite: an OUI and a type defined by it (IEEE 802.11-2020, 9.4.2.24.2 and
+/// 9.4.2.24.3). The default is type 0 of the standard's OUI, 00-0F-AC, which for a cipher means "use group cipher
+/// suite".
 class QEL_EXPORT IEEE802_11_CipherSuite {
  public:
   using OUI = std::array<unsigned char, 3>;
@@ -34,7 +35,7 @@ class QEL_EXPORT IEEE802_11_CipherSuite {
   Octets octets_{IEEE802_11_OUI[0], IEEE802_11_OUI[1], IEEE802_11_OUI[2], 0};
 };
 
-/// As in 00-0F-AC:4.
+/// Prints as 00-0F-AC:4.
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const IEEE802_11_CipherSuite& suite);
 
 }  // namespace qel::ieee802_11

@@ -9,10 +9,10 @@
 #include "qel/core/serialization/writer.h"
 #include "qel/ieee802_11/element.h"
 
-/// The member functions of IEEE802_11_Element, for the source files that instantiate it.
+/// The member functions of IEEE802_11_Element, for sources that instantiate it.
 namespace qel::ieee802_11 {
 
-/// What is left of an element's body. Its end is that of the element, whatever the fields in it say.
+/// The unread part of an element's body. It ends with the element, whatever its fields say.
 class ElementBody {
  public:
   explicit ElementBody(std::span<const std::uint8_t> octets) : octets_(octets) {}
@@ -20,7 +20,7 @@ class ElementBody {
   bool empty() const { return octets_.empty(); }
   std::size_t size() const { return octets_.size(); }
 
-  /// The next octets; throws "Invalid length" when fewer are left.
+  /// Returns the next octets; throws "Invalid length" if fewer are left.
   std::span<const std::uint8_t> take(std::size_t count) {
     if (count > octets_.size()) {
       serialization::fail("Invalid length");
@@ -35,7 +35,7 @@ class ElementBody {
     return {rest.begin(), rest.end()};
   }
 
-  /// The next field; throws "Invalid length" when it is cut short.
+  /// Reads the next field; throws "Invalid length" if it is cut short.
   template <serialization::FixedWire T>
   void get(T& field) {
     serialization::WireType<T>::load(take(serialization::WireType<T>::SIZE).data(), field);

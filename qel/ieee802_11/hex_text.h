@@ -8,7 +8,7 @@
 
 namespace qel::ieee802_11 {
 
-/// Two upper-case digits for each octet, with `separator` between the octets.
+/// Returns two upper-case digits for each octet, with `separator` between octets.
 inline std::string hex_text(std::span<const std::uint8_t> octets, const char* separator = "") {
   constexpr const char* DIGITS = "0123456789ABCDEF";
   std::string text;
@@ -20,7 +20,7 @@ inline std::string hex_text(std::span<const std::uint8_t> octets, const char* se
   return text;
 }
 
-/// The digits of a number.
+/// Returns the hexadecimal digits of a number.
 inline std::string hex_text(const std::bitset<16>& bits) {
   const unsigned long number = bits.to_ulong();
   return hex_text(std::array{static_cast<std::uint8_t>(number >> 8U), static_cast<std::uint8_t>(number)});

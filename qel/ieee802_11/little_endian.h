@@ -8,7 +8,7 @@
 
 namespace qel::ieee802_11 {
 
-/// An integer as IEEE 802.11 sends it: least significant octet first, unlike the integers of IEEE 1905.1.
+/// An integer as IEEE 802.11 encodes it: least significant octet first, unlike the integers of IEEE 1905.1.
 template <std::unsigned_integral T>
 struct LittleEndian {
   T value = 0;
@@ -18,7 +18,7 @@ struct LittleEndian {
 
 }  // namespace qel::ieee802_11
 
-/// Least significant octet first; fails with the texts of T.
+/// Least significant octet first; failures have the texts of T.
 template <class T>
 struct qel::serialization::WireType<qel::ieee802_11::LittleEndian<T>> {
   static constexpr std::size_t SIZE = sizeof(T);

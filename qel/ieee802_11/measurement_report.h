@@ -15,13 +15,13 @@
 
 namespace qel::ieee802_11 {
 
-/// The Measurement Report element, ID 39 (IEEE 802.11-2020, 9.4.2.21). A beacon report is taken apart into its fields;
-/// every other body is kept as it came, as is one of type BEACON that is too short to be a report, such as the empty
-/// one of a refusal. Either kind is encoded as the octets it was decoded from.
+/// The Measurement Report element, ID 39 (IEEE 802.11-2020, 9.4.2.21). A beacon report is decoded into its fields. Any
+/// other body is kept as received, as is one of type BEACON that is too short to be a report, such as the empty body of
+/// a refusal. Both are encoded to the octets that they were decoded from.
 class QEL_EXPORT IEEE802_11_MeasurementReport final : public IEEE802_11_Element<IEEE802_11_MeasurementReport, 39> {
  public:
   IEEE802_11_MeasurementReport() = default;
-  /// `mode`: bit 0 late, bit 1 incapable, bit 2 refused. `body` is what follows the measurement type.
+  /// `mode`: bit 0 late, bit 1 incapable, bit 2 refused. `body` is the part after the measurement type.
   IEEE802_11_MeasurementReport(std::uint8_t token, std::bitset<8> mode, MeasurementType type,
                                std::span<const std::uint8_t> body);
   IEEE802_11_MeasurementReport(std::uint8_t token, std::bitset<8> mode, BeaconReport report);
@@ -31,7 +31,7 @@ class QEL_EXPORT IEEE802_11_MeasurementReport final : public IEEE802_11_Element<
   std::bitset<8> get_measurement_report_mode() const { return mode_; }
   void set_measurement_report_mode(std::bitset<8> mode) { mode_ = mode; }
   MeasurementType get_measurement_type() const { return type_; }
-  /// Null unless the body is that of a beacon report.
+  /// Null unless the body is a beacon report.
   const BeaconReport* get_beacon_report() const { return std::get_if<BeaconReport>(&body_); }
   /// The body of any other report; null for a beacon report.
   const std::vector<std::uint8_t>* get_opaque_body() const { return std::get_if<std::vector<std::uint8_t>>(&body_); }

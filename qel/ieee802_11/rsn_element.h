@@ -14,13 +14,13 @@
 
 namespace qel::ieee802_11 {
 
-/// The RSN element, ID 48 (IEEE 802.11-2020, 9.4.2.24): how a BSS is secured.
+/// The RSN element, ID 48 (IEEE 802.11-2020, 9.4.2.24), which describes the security of a BSS.
 ///
-/// Every field may be absent. On the wire only fields at the end can be: one that is absent before one that is present
-/// is written as 00-0F-AC:0, as an empty list, or as no capabilities. Version 1 is written; on reading the version is
-/// taken whatever it is, and forgotten. Getters of absent fields throw std::bad_optional_access.
+/// Every field may be absent. On the wire, only fields at the end can be: an absent field before a present one is
+/// written as 00-0F-AC:0, as an empty list, or as no capabilities. Version 1 is written; when reading, any version is
+/// accepted and not kept. Getters of absent fields throw std::bad_optional_access.
 ///
-/// A list that counts more suites or PMKIDs than the element still holds is refused with "Invalid counter".
+/// A list that counts more suites or PMKIDs than fit in the element is refused with "Invalid counter".
 class QEL_EXPORT IEEE802_11_RSNElement final : public IEEE802_11_Element<IEEE802_11_RSNElement, 48> {
  public:
   using CipherSuites = std::vector<IEEE802_11_CipherSuite>;
@@ -59,7 +59,7 @@ class QEL_EXPORT IEEE802_11_RSNElement final : public IEEE802_11_Element<IEEE802
   void take_body(ElementBody& body);
   bool equals(const IEEE802_11_RSNElement& other) const;
 
-  /// How many of the fields are written, from the first on.
+  /// Number of fields that are written, starting with the first.
   int fields_written() const;
 
   std::optional<IEEE802_11_CipherSuite> group_data_;

@@ -13,19 +13,19 @@
 
 namespace qel {
 
-/// The type of a maximum data rate. Its unit is not to be relied on: EthInterfaceMonitor compares plain numbers.
+/// The type of a maximum data rate. Do not rely on its unit: EthInterfaceMonitor compares plain numbers.
 using BitsPerSecond = TypeWithRatio<unsigned int, std::ratio<1, 1>>;
 
-/// How much of the maximum data rate is not in use.
+/// The unused share of the maximum data rate.
 struct Availability {
-  std::uint16_t percentage = 0;                ///< 0 to 100; 0 when unknown as well
-  std::chrono::steady_clock::time_point time;  ///< of the measurement; the clock's epoch when unknown
+  std::uint16_t percentage = 0;                ///< 0 to 100; also 0 if unknown
+  std::chrono::steady_clock::time_point time;  ///< time of the measurement; the clock's epoch if unknown
 };
 
-/// Measures how busy an Ethernet interface is, for the link metrics of the mesh. Pairs are of receiving, then sending.
+/// Measures how busy an Ethernet interface is, for the mesh's link metrics. Pairs are in the order receive, send.
 ///
-/// The number of the maximum data rate stands beside those of the measured rates, which are octets in a second. So for
-/// a link of 1 Gb/s, where 25 million octets in a second leave 80 % available, it is 125 million:
+/// The maximum data rate is compared by number with the measured rates, which are octets per second. So for a 1 Gb/s
+/// link, use 125 million; 25 million octets per second then leave 80 % available:
 ///
 ///     const EthInterfaceMonitor::MaxDataRate maximum(BitsPerSecond(125000000));
 ///     EthInterfaceMonitor monitor(EthTool::InterfaceName("lan1"), maximum);
@@ -33,16 +33,16 @@ class QEL_EXPORT EthInterfaceMonitor {
  public:
   using MaxDataRate = LastUpdated<BitsPerSecond>;
 
-  /// Throws what EthTool throws.
+  /// Throws like EthTool.
   EthInterfaceMonitor(const EthTool::InterfaceName& ifname, const MaxDataRate& max_data_rate);
   EthInterfaceMonitor(EthTool eth_tool, const MaxDataRate& max_data_rate);
 
-  /// Unset or 0 for unknown.
+  /// Unset or 0 if unknown.
   const MaxDataRate& get_max_data_rate() const { return max_data_rate_; }
-  /// Whatever the time of either.
+  /// Replaces the value regardless of timestamps.
   void set_max_data_rate(const MaxDataRate& max_data_rate) { max_data_rate_ = max_data_rate; }
 
-  /// Measures since the last update. Throws what EthTool throws, and changes nothing then.
+  /// Measures since the last update. Throws like EthTool, and then changes nothing.
   void update();
 
   /// The two steps of `update`.

@@ -12,40 +12,40 @@ struct ifreq;
 
 namespace qel {
 
-/// An Ethernet interface as the kernel's ethtool ioctl shows it. All functions that ask the kernel throw what
-/// issue_eth_ioctl throws.
+/// An Ethernet interface seen through the kernel's ethtool ioctl. All functions that query the kernel throw like
+/// issue_eth_ioctl.
 class QEL_EXPORT EthTool {
  public:
-  /// Without a final NUL.
+  /// Without a terminating NUL.
   using InterfaceName = FixedByteBuffer<15>;
 
-  /// Both from one moment; a counter is unset when the driver has none of its name.
+  /// Both counters are read at the same time; a counter is unset if the driver has none of that name.
   struct ByteCounters {
     ByteCounter receive;
     ByteCounter transmit;
   };
 
-  /// ioctl(socket, SIOCETHTOOL, &request), or what stands for it: -1 and errno for a failure.
+  /// Performs ioctl(socket, SIOCETHTOOL, &request) or simulates it; returns -1 and sets errno on failure.
   using Ioctl = std::function<int(int socket, ifreq& request)>;
 
-  /// Reads the string set.
+  /// Reads the names of the statistics.
   explicit EthTool(const InterfaceName& ifname);
   EthTool(const InterfaceName& ifname, Ioctl ioctl);
 
   const InterfaceName& get_ifname() const { return ifname_; }
 
-  /// `request` begins with its ETHTOOL_... command and has the shape that linux/ethtool.h gives it; the answer is
-  /// written over it. Throws std::runtime_error.
+  /// `request` begins with its ETHTOOL_... command and has the layout defined in linux/ethtool.h; the answer overwrites
+  /// it. Throws std::runtime_error.
   void issue_eth_ioctl(void* request) const;
 
-  /// The carrier is there, which it is not on an interface that is administratively down.
+  /// True if there is a carrier; there is none while the interface is administratively down.
   bool is_link_up() const;
 
-  /// Asks the driver for the names of its statistics; one that has none gives an empty set.
+  /// Asks the driver for the names of its statistics; empty if the driver has none.
   std::vector<std::string> get_stringset() const;
 
-  /// Good octets received and sent. Unset too if the driver has come to have another number of statistics, since the
-  /// names that were read at construction no longer tell which is which: a new EthTool will find them.
+  /// Good octets received and sent. Also unset if the driver's number of statistics has changed since construction,
+  /// because the names read then no longer match; create a new EthTool to read them again.
   ByteCounters get_byte_counters() const;
 
  private:

@@ -12,9 +12,9 @@
 
 namespace qel {
 
-/// The header of an Ethernet frame (IEEE 802.3-2018, 3.1.1) just as it lies in the frame, so that it can be copied from
-/// and to the first 14 octets of one. The ethertype is kept as it is given: in a header that came from a frame it is in
-/// network order.
+/// The header of an Ethernet frame (IEEE 802.3-2018, 3.1.1), laid out as in the frame, so that it can be copied from
+/// and to a frame's first 14 octets. The ethertype is stored as given: in a header copied from a frame it is in network
+/// order.
 class QEL_EXPORT EtherHeader {
  public:
   void set_dest_addr(const MACAddress& address) { dest_addr_ = address; }
@@ -32,7 +32,7 @@ class QEL_EXPORT EtherHeader {
   }
 
  private:
-  /// Octets in host order, since a number would need a frame that is aligned for it.
+  /// Octets in host order; an integer would require an aligned frame.
   using Ethertype = std::array<std::uint8_t, sizeof(unsigned short)>;
 
   MACAddress dest_addr_;
@@ -45,7 +45,7 @@ static_assert(std::is_trivially_copyable_v<EtherHeader> && std::is_standard_layo
 
 inline void swap(EtherHeader& left, EtherHeader& right) noexcept { left.swap(right); }
 
-/// Three lines. Leaves the stream printing numbers in hexadecimal, which those who print headers count on.
+/// Prints three lines. Leaves the stream set to hexadecimal, which callers that print headers rely on.
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const EtherHeader& header);
 
 }  // namespace qel

@@ -6,7 +6,7 @@
 
 namespace qel {
 
-/// Owns a file descriptor; -1 for none.
+/// Owns a file descriptor; -1 means none.
 class QEL_EXPORT FileDescriptor {
  public:
   FileDescriptor() = default;
@@ -20,7 +20,7 @@ class QEL_EXPORT FileDescriptor {
 
   int get() const { return fd_; }
 
-  /// Closes; errno stays as it is.
+  /// Closes the descriptor; errno is unchanged.
   void reset() noexcept;
 
  private:

@@ -5,12 +5,11 @@
 
 namespace qel {
 
-/// The base MAC address of this device, from the variable "maca" of the boot environment.
+/// The base MAC address of this device, read from the variable "maca" of the boot environment.
 class QEL_EXPORT MACAProvider {
  public:
-  /// The one of this process, made by the first call, whose reading of the variable it keeps. Throws
-  /// std::runtime_error when the variable is absent and std::invalid_argument when it is no address; the next call then
-  /// tries again.
+  /// Returns the provider of this process; the first call creates it and reads the variable. Throws std::runtime_error
+  /// if the variable is absent and std::invalid_argument if it is not an address; the next call then tries again.
   static MACAProvider& get();
 
   MACAProvider(const MACAProvider&) = delete;
@@ -25,7 +24,8 @@ class QEL_EXPORT MACAProvider {
   MACAddress mac_a_;
 };
 
-/// VENDOR_OUI and three random octets. Throws what std::random_device throws without a source of randomness.
+/// Returns VENDOR_OUI followed by three random octets. Throws like std::random_device if there is no source of
+/// randomness.
 QEL_EXPORT MACAddress generate_random_qel_mac_address();
 
 }  // namespace qel

@@ -12,32 +12,31 @@
 
 namespace qel::daemon {
 
-/// Tells inside the main loop when child processes end, and waits for them, so that none is left as a zombie. Children
-/// that were not added are left alone. It takes SIGCHLD, so a process has one:
+/// Reports the exit of child processes inside the main loop, and waits for them so that they do not remain as zombies.
+/// Children that were not added are ignored. It takes over SIGCHLD, so a process can have only one:
 ///
 ///     const auto children = std::make_shared<ChildWatch>();
 ///     loop.add_watch(children);
 ///     children->add(fork_and_exec(...), [](int status) { ... });
 class QEL_EXPORT ChildWatch final : public SignalWatch {
  public:
-  /// Gets the status as waitpid(2) has it, or -1 when somebody else has waited for the child. It may add and remove
-  /// children.
+  /// Receives the status in the format of waitpid(2), or -1 if something else has already waited for the child. It may
+  /// add and remove children.
   using EndHandler = std::function<void(int status)>;
 
-  /// A SIGCHLD that was ignored, perhaps since before the process was started, is not ignored any more. Throws
-  /// std::system_error.
+  /// If SIGCHLD is ignored, perhaps since before the process started, it no longer is. Throws std::system_error.
   ChildWatch();
 
-  /// Has the handler called once, in a later turn, when the child has ended, also if it has ended already.
+  /// Calls the handler once, in a later turn, when the child has exited, even if it has exited already.
   void add(pid_t child, EndHandler handler);
-  /// From now on the child is the caller's to wait for. False when it is not watched.
+  /// Leaves waiting for the child to the caller from now on. Returns false if the child is not watched.
   bool remove(pid_t child);
 
  private:
   struct Child {
     pid_t pid;
     EndHandler handler;
-    std::optional<int> status;  ///< once it has ended
+    std::optional<int> status;  ///< set once the child has exited
   };
 
   void reap();

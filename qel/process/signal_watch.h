@@ -11,14 +11,14 @@
 
 namespace qel::daemon {
 
-/// Keeps signals from interrupting the process while it lives. Afterwards those that it blocked are unblocked again;
-/// one that has come meanwhile and was not taken then does what it does otherwise.
+/// Blocks signals for the process while it exists, and then unblocks those that it blocked. A signal that arrived
+/// meanwhile and was not received then takes its usual effect.
 ///
-/// To be made before threads are started, which inherit the mask. So do child processes, also by exec: whoever starts
-/// one may have to unblock there.
+/// Create it before starting threads, which inherit the mask. Child processes inherit it too, even across exec, and may
+/// have to unblock the signals.
 class QEL_EXPORT BlockedSignals {
  public:
-  /// Throws std::system_error for what is no signal.
+  /// Throws std::system_error if a number is not a signal.
   explicit BlockedSignals(const std::vector<int>& signals);
   BlockedSignals(const BlockedSignals&) = delete;
   BlockedSignals& operator=(const BlockedSignals&) = delete;
@@ -31,12 +31,12 @@ class QEL_EXPORT BlockedSignals {
   sigset_t blocked_here_;
 };
 
-/// Takes signals inside the main loop, where a handler may do anything; they are blocked as long as the watch lives.
+/// Receives signals inside the main loop, where a handler may do anything; they are blocked while the watch exists.
 ///
 ///     loop.add_watch(std::make_shared<SignalWatch>(std::vector{SIGTERM, SIGINT}, [&](int) { loop.finish(); }));
 ///
-/// A signal goes to one watch. One that came twice before it was taken is taken once. SIGKILL and SIGSTOP cannot be
-/// taken.
+/// Each signal goes to only one watch. A signal sent twice before it is received is received once. SIGKILL and SIGSTOP
+/// cannot be received.
 class QEL_EXPORT SignalWatch : public ISimpleFDWatch {
  public:
   using Handler = std::function<void(int signal)>;
