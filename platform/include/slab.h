@@ -1,5 +1,5 @@
 /** @file
- * Memory housekeeping, of the platform's event-loop library. */
+ * Memory housekeeping, part of the platform's event-loop library. */
 #ifndef SLAB_H
 #define SLAB_H
 
@@ -7,7 +7,7 @@
 extern "C" {
 #endif
 
-/** Gives free memory of the allocator back to the system. Meant to be called about once a second. */
+/** Returns the allocator's free memory to the system. Meant to be called about once a second. */
 void slab_reap(void);
 
 #ifdef __cplusplus
