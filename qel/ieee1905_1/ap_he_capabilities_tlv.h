@@ -13,15 +13,15 @@
 
 namespace qel::ieee1905_1 {
 
-/// AP HE Capabilities TLV (type 136, Multi-AP Specification, 17.2.10): what a radio can do as an IEEE 802.11ax access
-/// point.
+/// AP HE Capabilities TLV (type 136, Multi-AP Specification, 17.2.10): capabilities of a radio as an IEEE 802.11ax
+/// access point.
 ///
-/// Which maps are encoded follows from the two flags of the widths, whatever the maps hold: those for 80 MHz always,
-/// those for 160 and 80+80 MHz with their flags. Decoding takes as many as the length of the set says and refuses maps
-/// without their flag; a flag without its maps is accepted, and the maps stay as they were.
+/// Only the flags determine which maps are encoded, whatever the maps contain: those for 80 MHz always, those for 160
+/// and 80+80 MHz if their flag is set. Decoding reads as many maps as the length of the set indicates, and refuses maps
+/// whose flag is not set. If a flag is set but its maps are missing, the maps stay unchanged.
 class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV, TLVType::AP_HE_CAPABILITIES> {
  public:
-  /// Nothing is supported.
+  /// Supports nothing.
   APHECapabilitiesTLV() = default;
   explicit APHECapabilitiesTLV(const MACAddress& radio) : radio_identifier_(radio) {}
 
@@ -41,7 +41,7 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
   const MCSMap& get_he_rx_mcs_8080() const { return mcs_8080_.rx; }
   void set_he_rx_mcs_8080(const MCSMap& map) { mcs_8080_.rx = map; }
 
-  // One number of streams in a map: see get_mcs and set_mcs.
+  // The scheme for one number of streams in a map; see get_mcs and set_mcs.
   std::uint8_t get_he_tx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(mcs_80_.tx, nss); }
   void set_he_tx_mcs_spatial_stream_80(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_80_.tx, nss, mcs); }
   std::uint8_t get_he_rx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(mcs_80_.rx, nss); }
@@ -55,7 +55,7 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
   std::uint8_t get_he_rx_mcs_spatial_stream_8080(unsigned int nss) const { return get_mcs(mcs_8080_.rx, nss); }
   void set_he_rx_mcs_spatial_stream_8080(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_8080_.rx, nss, mcs); }
 
-  // 1 to 8: see get_stream_count; 0 is kept as 8.
+  // 1 to 8; see get_stream_count. 0 is stored as 8.
   std::uint8_t get_number_tx_spatial_streams() const { return get_stream_count(flags_, TX_STREAMS); }
   void set_number_tx_spatial_streams(std::uint8_t number) { set_stream_count(flags_, TX_STREAMS, number); }
   std::uint8_t get_number_rx_spatial_streams() const { return get_stream_count(flags_, RX_STREAMS); }
@@ -104,7 +104,7 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
   static constexpr BitField TX_STREAMS{13, 3};
   static constexpr BitField RX_STREAMS{10, 3};
 
-  /// The maps of one width in the order of the wire.
+  /// The maps for one width, in wire order.
   struct MCSMaps {
     MCSMap rx = NO_MCS_SUPPORTED;
     MCSMap tx = NO_MCS_SUPPORTED;

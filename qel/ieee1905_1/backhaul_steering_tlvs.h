@@ -10,13 +10,14 @@
 
 namespace qel::ieee1905_1 {
 
-/// Octets without a name are kept.
+/// Other values are kept.
 enum class BackhaulSteeringResultCode : std::uint8_t { SUCCESS = 0, FAILURE = 1, INVALID = 255 };
 
 QEL_EXPORT std::string enum_to_string(BackhaulSteeringResultCode code);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, BackhaulSteeringResultCode code);
 
-/// Backhaul Steering Request TLV (type 158, Multi-AP Specification, 17.2.32): moves a backhaul station to another BSS.
+/// Backhaul Steering Request TLV (type 158, Multi-AP Specification, 17.2.32): requests that a backhaul station move to
+/// another BSS.
 class QEL_EXPORT BackhaulSteeringRequestTLV final
     : public TableTLV<BackhaulSteeringRequestTLV, TLVType::BACKHAUL_STEERING_REQUEST> {
  public:
@@ -28,7 +29,7 @@ class QEL_EXPORT BackhaulSteeringRequestTLV final
         operating_class_(operating_class),
         channel_number_(channel_number) {}
 
-  /// The backhaul station.
+  /// Address of the backhaul station.
   const MACAddress& get_backhaul_mac_address() const { return backhaul_mac_address_; }
   void set_backhaul_mac_address(const MACAddress& mac) { backhaul_mac_address_ = mac; }
   const MACAddress& get_target_bssid() const { return target_bssid_; }

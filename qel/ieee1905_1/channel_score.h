@@ -14,8 +14,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// How much a radio prefers a channel, and why. Made by default it is what a report does not say: preferred most, for
-/// no reason.
+/// How much a radio prefers a channel, and why. The default is the score of a channel that a report omits: most
+/// preferred, without a reason.
 struct ChannelScore {
   static constexpr std::uint8_t NON_OPERABLE = 0;
   static constexpr std::uint8_t HIGHEST = 15;
@@ -27,18 +27,18 @@ struct ChannelScore {
   friend constexpr bool operator==(const ChannelScore&, const ChannelScore&) = default;
 };
 
-/// The worse of the two: non-operable, else the lower score. Of equal scores that with a reason, then that with the
-/// lower reason code, so the order of the two does not matter.
+/// Returns the worse of the two: the non-operable one, else the one with the lower score. If the scores are equal, a
+/// reason beats no reason, and a lower reason code a higher one, so the order of the arguments does not matter.
 QEL_EXPORT ChannelScore worse_of(const ChannelScore& a, const ChannelScore& b);
 
-/// The other one.
+/// Returns the one that worse_of does not.
 QEL_EXPORT ChannelScore better_of(const ChannelScore& a, const ChannelScore& b);
 
-/// By channel of an operating class, the centre of a segment where the class is defined by them. Like a report, it
-/// leaves out what is preferred most for no reason, or says it.
+/// Scores by channel of an operating class; the channel is the centre of a segment if the class is defined by segments.
+/// As in a report, a channel with the highest score and no reason may be omitted.
 using ChannelScores = std::map<OperatingClassChannel, ChannelScore>;
 
-/// A 20 MHz channel as the primary one of a channel of some width.
+/// A 20 MHz channel as the primary channel of a channel of some width.
 struct PrimaryChannel {
   kHz frequency;
   ChannelWidth width = ChannelWidth::WIDTH_20_MHZ;
@@ -48,30 +48,30 @@ struct PrimaryChannel {
 
 using PrimaryScores = std::map<PrimaryChannel, ChannelScore>;
 
-/// A DFS channel of which the state flags do not say how it stands: clear, radar found, CAC running or still to do.
+/// A DFS channel whose state flags give no DFS state: neither clear, radar found, CAC running nor CAC to do.
 struct DFSStateUnknown {};
 
-/// The channel utilization is known, and this or above.
+/// The channel utilization is known and at least this.
 struct UtilizationFrom {
   std::uint8_t percent;  ///< 0 to 100
 };
 
-/// The average noise power indicator is known, and this or above.
+/// The average noise power indicator is known and at least this.
 struct ANPIFrom {
-  std::uint8_t anpi;  ///< in steps of half a dB from 0, which is -110 dBm, to 220
+  std::uint8_t anpi;  ///< 0 to 220 in steps of half a dB; 0 is -110 dBm
 };
 
-/// What can be known of a 20 MHz channel: a bit that is set, or one of the others.
+/// A condition on a 20 MHz channel: a flag that is set, or one of the structures above.
 using ChannelCondition = std::variant<ChannelStateBit, ChannelConfigBit, DFSStateUnknown, UtilizationFrom, ANPIFrom>;
 
-/// The score of a 20 MHz channel of which something is known.
+/// The score of a 20 MHz channel that meets a condition.
 struct ChannelScoreRule {
   ChannelCondition condition;
   ChannelScore score;
 };
 
-/// The rules unless others are given. From channel to score, the worst score of all rules that hold counts; of equal
-/// scores the first. From score to channel, see `find_rule`: the rules with a comment are there for that way only.
+/// The default rules. From channel to score, the worst score of all matching rules counts; of equal scores, the first.
+/// For the conversion from score to channel, see `find_rule`; rules with a comment are only for that direction.
 inline constexpr ChannelScoreRule DEFAULT_CHANNEL_SCORE_RULES[] = {
     {ChannelStateBit::RADAR_FOUND, {0, ChannelPreferenceReasonCode::OPERATION_DISALLOWED_RADAR_DFS_CHANNEL}},
     {ChannelStateBit::INTERFERENCE_FOUND, {2, ChannelPreferenceReasonCode::PROXIMATE_NON_80211_INTERFERER}},
@@ -85,15 +85,16 @@ inline constexpr ChannelScoreRule DEFAULT_CHANNEL_SCORE_RULES[] = {
     {DFSStateUnknown{}, {8, ChannelPreferenceReasonCode::DFS_CHANNEL_STATE_UNKNOWN}},
     {ChannelStateBit::CAC_RUNNING, {9, ChannelPreferenceReasonCode::DFS_CHANNEL_STATE_UNKNOWN}},
     {ChannelStateBit::DFS_CLEAR, {12, ChannelPreferenceReasonCode::IMMEDIATE_OPERATION_POSSIBLE_ON_DFS_CHANNEL}},
-    // What a controller tells its agents.
+    // Sent by a controller to its agents.
     {ChannelStateBit::DFS_CLEAR, {12, ChannelPreferenceReasonCode::CONTROLLER_DFS_CHANNEL_CLEAR_INDICATION}},
 };
 
-/// Of the channel as a 20 MHz one.
+/// Returns the score of the channel at a width of 20 MHz.
 QEL_EXPORT ChannelScore score_of(const ChannelEntry& entry, std::span<const ChannelScoreRule> rules);
 
-/// The rule whose bit stands for the score: the first with this score and reason, else the first with this reason that
-/// makes a channel operable if the score does. Null for scores without a reason, and when there is none.
+/// Returns the rule whose flag expresses the score: the first with this score and reason; else the first with this
+/// reason that agrees with the score on whether the channel is operable. Null if the score has no reason, or there is
+/// no such rule.
 QEL_EXPORT const ChannelScoreRule* find_rule(const ChannelScore& score, std::span<const ChannelScoreRule> rules);
 
 }  // namespace qel::ieee1905_1

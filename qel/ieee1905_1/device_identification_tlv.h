@@ -9,8 +9,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// Device Identification Type TLV (type 21, IEEE 1905.1a-2014): three names of up to 64 octets, padded with NUL.
-/// All 64 octets of each are kept; the debug text shows a name up to its first NUL.
+/// Device Identification Type TLV (type 21, IEEE 1905.1a-2014): three names of up to 64 octets, padded with NUL. All 64
+/// octets of each are kept; the debug text prints a name up to its first NUL.
 class QEL_EXPORT DeviceIdentificationTypeTLV final
     : public TableTLV<DeviceIdentificationTypeTLV, TLVType::DEVICE_IDENTIFICATION_TYPE> {
  public:

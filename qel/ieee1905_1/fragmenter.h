@@ -11,22 +11,22 @@
 
 namespace qel::ieee1905_1 {
 
-/// Splits messages that are too large for a frame into fragments. A fragment ends with a whole TLV, and only the last
-/// one has the End-of-message TLV (IEEE 1905.1-2013, 7.1.2).
+/// Splits messages that are too large for a frame into fragments. Each fragment ends with a complete TLV; only the last
+/// has the End-of-message TLV (IEEE 1905.1-2013, 7.1.2).
 class QEL_EXPORT Fragmenter {
  public:
   using Fragments = std::vector<std::span<const std::uint8_t>>;
 
-  /// What an Ethernet frame of 1514 octets carries.
+  /// Payload of an Ethernet frame of 1514 octets.
   static constexpr std::size_t ETHERNET_SIZE = 1500;
 
-  /// No CMDU is larger than `largest` octets, its head included. Throws std::invalid_argument for a size that leaves no
-  /// room for a TLV.
+  /// Limits each CMDU to `largest` octets, including its header. Throws std::invalid_argument if that leaves no room
+  /// for a TLV.
   explicit Fragmenter(std::size_t largest = ETHERNET_SIZE);
 
-  /// The CMDUs to be sent in this order, borrowed until the next call; a message that fits is a single one, with its
-  /// head as it stands. Throws SerializationException for a message that cannot be encoded, a TLV that is too large
-  /// for a fragment, more than 256 fragments, and a fragment that would have to be split again.
+  /// Returns the CMDUs to send, in order, valid until the next call. A message that fits is returned as a single CMDU
+  /// with its header unchanged. Throws SerializationException for a message that cannot be encoded, a TLV that is too
+  /// large for a fragment, more than 256 fragments, and a message that is itself a fragment but too large.
   const Fragments& split(const Message& message, serialization::SerializationContext& context);
 
  private:

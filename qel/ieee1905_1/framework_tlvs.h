@@ -8,7 +8,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// Ends every CMDU (type 0). A length other than 0 is refused.
+/// The last TLV of every CMDU (type 0). A length other than 0 is refused.
 class QEL_EXPORT EndOfMessageTLV final : public TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE> {
  public:
   static constexpr auto table() { return serialization::rows(); }
@@ -18,7 +18,7 @@ class QEL_EXPORT EndOfMessageTLV final : public TableTLV<EndOfMessageTLV, TLVTyp
   void decode_body(serialization::Reader& in, std::uint16_t length);
 };
 
-/// Skips the TLVs that it is asked to read, whatever their type, and sums up their sizes (type 255). It cannot be
+/// Skips the TLVs that it is made to read, whatever their type, and adds up their sizes (type 255). It cannot be
 /// encoded.
 class QEL_EXPORT DummyTLV final : public TLVCommon<TLVType::DUMMY> {
  public:
@@ -28,11 +28,11 @@ class QEL_EXPORT DummyTLV final : public TLVCommon<TLVType::DUMMY> {
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   bool operator==(const TLV& other) const override;
 
-  /// The type octet read last.
+  /// The type octet read most recently.
   TLVType get_represented_type() const { return represented_type_; }
-  /// Octets of all bodies skipped so far.
+  /// Total octets of the bodies skipped so far.
   std::uint32_t get_consumed_length() const { return consumed_length_; }
-  /// The same with the headers.
+  /// As above, including the headers.
   std::uint32_t get_consumed_total_length() const { return consumed_total_length_; }
 
  private:
@@ -41,8 +41,8 @@ class QEL_EXPORT DummyTLV final : public TLVCommon<TLVType::DUMMY> {
   std::uint32_t consumed_total_length_ = 0;
 };
 
-/// A TLV that holds one MAC address: that of an abstraction layer entity (1), an interface (2), a radio (130) or a
-/// station (149). Its length is read but not checked.
+/// A TLV that holds one MAC address: of an abstraction layer entity (1), an interface (2), a radio (130) or a station
+/// (149). Its length is read but not checked.
 template <TLVType TYPE>
 class QEL_EXPORT MACAddressTLVCommon final : public TableTLV<MACAddressTLVCommon<TYPE>, TYPE> {
  public:

@@ -15,14 +15,14 @@
 
 namespace qel::ieee1905_1 {
 
-/// What an interface record of the device information TLV says beyond the media type: on the wire one octet of length
-/// and the fields (IEEE 1905.1-2013, 6.4.5). The length is written as the size of the fields; on reading it is
-/// taken but not compared, since the class was chosen by the interface type.
+/// The part of an interface record in the Device Information TLV that depends on the media type: on the wire, one octet
+/// of length and the fields (IEEE 1905.1-2013, 6.4.5). The length is written as the size of the fields. When reading it
+/// is not checked, because the interface type has already selected the class.
 class QEL_EXPORT MediaSpecificInformation : public serialization::BinarySerializable {
  public:
   virtual InterfaceType get_interface_type() const = 0;
   virtual void dbg_str(std::ostream& os) const = 0;
-  /// By the interface type, then by the fields in wire order.
+  /// Orders by interface type, then by fields in wire order.
   virtual bool operator<(const MediaSpecificInformation& other) const = 0;
   virtual bool operator==(const MediaSpecificInformation& other) const = 0;
 
@@ -32,7 +32,7 @@ class QEL_EXPORT MediaSpecificInformation : public serialization::BinarySerializ
   MediaSpecificInformation& operator=(const MediaSpecificInformation&) = default;
 };
 
-/// Compares blocks of any two classes as their base does. Without it the language would find the member ambiguous.
+/// Compares blocks of any two classes through their base. Without it, the comparison would be ambiguous.
 template <std::derived_from<MediaSpecificInformation> Left, std::derived_from<MediaSpecificInformation> Right>
 bool operator==(const Left& left, const Right& right) {
   return static_cast<const MediaSpecificInformation&>(left).operator==(right);
@@ -47,7 +47,7 @@ class QEL_EXPORT MediaSpecificInformationCommon : public MediaSpecificInformatio
   InterfaceType get_interface_type() const override { return TYPE; }
 };
 
-/// The block of Derived, whose fields are given by its wire table.
+/// The block of Derived, whose wire table defines its fields.
 template <class Derived, InterfaceType TYPE>
 class QEL_EXPORT TableMediaSpecificInformation : public MediaSpecificInformationCommon<TYPE> {
  public:
@@ -66,7 +66,7 @@ class QEL_EXPORT NoMediaSpecificInformation final
   static constexpr auto table() { return serialization::rows(); }
 };
 
-/// The 10 octets for a WLAN interface.
+/// The 10 octets of a WLAN interface.
 class QEL_EXPORT WLANSpecificInformation final
     : public TableMediaSpecificInformation<WLANSpecificInformation, InterfaceType::WLAN> {
  public:
@@ -75,10 +75,10 @@ class QEL_EXPORT WLANSpecificInformation final
   void set_bssid(MACAddress&& bssid) { bssid_ = std::move(bssid); }
   WLANInterfaceRole1905_1 get_role() const { return role_; }
   void set_role(WLANInterfaceRole1905_1 role) { role_ = role; }
-  /// The channel bandwidth, as dot11CurrentChannelBandwidth numbers it.
+  /// The channel bandwidth, with the values of dot11CurrentChannelBandwidth.
   std::uint8_t get_band() const { return band_; }
   void set_band(std::uint8_t band) { band_ = band; }
-  /// Channel center frequency indexes; the second one is 0 unless the channel is 80+80 MHz.
+  /// Channel centre frequency indexes; the second is 0 unless the channel is 80+80 MHz.
   std::uint8_t get_center_freq_1() const { return center_freq_1_; }
   void set_center_freq_1(std::uint8_t index) { center_freq_1_ = index; }
   std::uint8_t get_center_freq_2() const { return center_freq_2_; }
@@ -104,7 +104,7 @@ class QEL_EXPORT WLANSpecificInformation final
   std::uint8_t center_freq_2_ = 0;
 };
 
-/// The 7 octets for a power line interface.
+/// The 7 octets of a power line interface.
 class QEL_EXPORT PLCSpecificInformation final
     : public TableMediaSpecificInformation<PLCSpecificInformation, InterfaceType::PLC> {
  public:
@@ -121,7 +121,7 @@ class QEL_EXPORT PLCSpecificInformation final
   plc::NID network_id_;
 };
 
-/// One of the blocks, held in place: interface records are many and blocks are small.
+/// One of the blocks, stored inline because interface records are many and blocks are small.
 using AnyMediaSpecificInformation =
     std::variant<NoMediaSpecificInformation, WLANSpecificInformation, PLCSpecificInformation>;
 

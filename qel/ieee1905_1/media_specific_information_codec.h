@@ -9,13 +9,13 @@
 
 namespace qel::ieee1905_1 {
 
-/// What the length octet before a block says.
+/// The value of the length octet before a block.
 template <class Block>
 constexpr std::uint8_t block_length(const Block&) {
   return serialization::WireType<Block>::SIZE;
 }
 
-/// The size of the block that an interface of this type has.
+/// The size of the block of an interface of this type.
 constexpr std::size_t block_length(InterfaceType type) {
   switch (type) {
     case InterfaceType::WLAN:
@@ -27,7 +27,7 @@ constexpr std::size_t block_length(InterfaceType type) {
   }
 }
 
-/// Calls `put` with the block as its own class.
+/// Calls `put` with the block as its actual class.
 template <class Put>
 [[gnu::always_inline]] inline void put_block(const AnyMediaSpecificInformation& information, const Put& put) {
   if (const auto* wlan = std::get_if<WLANSpecificInformation>(&information); wlan != nullptr) {
@@ -39,7 +39,7 @@ template <class Put>
   }
 }
 
-/// Reads what follows the length octet.
+/// Reads the part after the length octet.
 [[gnu::always_inline]] inline void get_block(serialization::Reader& in, InterfaceType type,
                                              AnyMediaSpecificInformation& information) {
   switch (type) {

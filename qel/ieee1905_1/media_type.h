@@ -8,12 +8,12 @@
 
 namespace qel::ieee1905_1 {
 
-/// The first octet of a media type (IEEE 1905.1-2013, 6.4.7): it tells which
-/// enumeration the second octet, the mode, belongs to.
+/// The first octet of a media type (IEEE 1905.1-2013, 6.4.7). It determines the enumeration of the second octet, the
+/// mode.
 enum class QEL_EXPORT InterfaceType : std::uint8_t { ETHERNET = 0, WLAN = 1, PLC = 2, CABLE = 3, UNKNOWN = 255 };
 
-/// The mode octet of a media type, kept as it is read.
-// The underscore is part of the system's own name for it.
+/// The mode octet of a media type, kept as received.
+// The underscore is part of the system's own name.
 using _InterfaceMode = std::uint8_t;  // NOLINT(bugprone-reserved-identifier)
 
 enum class EthernetMode1905_1 : std::uint8_t { FAST_ETHERNET = 0, GIGABIT_ETHERNET = 1, INVALID = 255 };
@@ -38,7 +38,7 @@ enum class CableMode1905_1 : std::uint8_t { MoCA_1_1 = 0, INVALID = 255 };
 /// The mode of an interface of any other type.
 enum class DummyMode1905_1 : std::uint8_t { INVALID = 255 };
 
-/// What a WLAN interface does (IEEE 1905.1-2013, 6.4.5).
+/// The role of a WLAN interface (IEEE 1905.1-2013, 6.4.5).
 enum class WLANInterfaceRole1905_1 : std::uint8_t {
   AP = 0x00,
   STA = 0x40,
@@ -64,7 +64,7 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, CableMode1905_1 mode);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, DummyMode1905_1 mode);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, WLANInterfaceRole1905_1 role);
 
-/// The mode by the enumeration of the interface type; the dummy mode for types without one.
+/// Returns the mode's name in the enumeration for the interface type; types without one use the dummy mode.
 QEL_EXPORT std::string interface_mode_to_string(InterfaceType type, _InterfaceMode mode);
 
 }  // namespace qel::ieee1905_1

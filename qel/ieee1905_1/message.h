@@ -20,7 +20,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// The TLVs of a CMDU in order; owns them.
+/// The TLVs of a CMDU, in order. Owns them.
 class QEL_EXPORT MessageList final : public serialization::BinarySerializable {
  public:
   using TLVs = std::list<std::unique_ptr<TLV>>;
@@ -34,10 +34,10 @@ class QEL_EXPORT MessageList final : public serialization::BinarySerializable {
 
   /// Throws std::invalid_argument for a null pointer.
   void add_TLV(std::unique_ptr<TLV>&& tlv);
-  /// Moves from `tlv` as the other overload does.
+  /// Moves from `tlv`, like the other overload.
   void add_TLV(std::unique_ptr<TLV>& tlv) { add_TLV(std::move(tlv)); }
 
-  /// Moves all TLVs of the argument to the end of this list; its own TLVs stay where they are.
+  /// Moves all TLVs of the argument to the end of this list.
   void append_message_list(MessageList& list) { append_message_list(list.tlvs_); }
   void append_message_list(TLVs& tlvs) {
     if (&tlvs != &tlvs_) {
@@ -49,16 +49,16 @@ class QEL_EXPORT MessageList final : public serialization::BinarySerializable {
   TLVs& get_TLV_list() { return tlvs_; }
   void clear_TLV_list() { tlvs_.clear(); }
 
-  /// Writes the list as it stands: whoever builds a message ends it with an EndOfMessageTLV.
+  /// Writes the list as it is; the code that builds a message must end it with an EndOfMessageTLV.
   void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override;
 
-  /// Appends TLVs up to the End-of-message TLV; octets behind it stay in the stream. A type without a class fails the
-  /// whole list.
+  /// Appends TLVs up to the End-of-message TLV; octets after it stay in the stream. If a type has no class, the whole
+  /// list fails.
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
 
   void dbg_str(std::ostream& os) const;
 
-  /// Equal lengths, and each TLV equal to its counterpart.
+  /// True if both have the same length and all TLVs are equal.
   bool operator==(const MessageList& other) const;
 
  private:
@@ -67,8 +67,8 @@ class QEL_EXPORT MessageList final : public serialization::BinarySerializable {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const MessageList& list);
 
-/// A CMDU without the Ethernet header (IEEE 1905.1-2013, 6.2). Fragments are not put together here: each one is a
-/// message of its own. It can be moved but not copied.
+/// A CMDU without the Ethernet header (IEEE 1905.1-2013, 6.2). Fragments are not reassembled here; each is a message of
+/// its own. A message can be moved but not copied.
 class QEL_EXPORT Message final : public serialization::BinarySerializable {
  public:
   Message() = default;
@@ -79,7 +79,7 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
   MessageHead& get_head() { return head_; }
   void set_head(const MessageHead& head) { head_ = head; }
   void set_head(MessageHead&& head) { head_ = std::move(head); }
-  /// The first TLV of the class, null when there is none: `message.find<DeviceInformationTLV>()`.
+  /// Returns the first TLV of the class, or null if there is none: `message.find<DeviceInformationTLV>()`.
   template <TypedTLV T>
   const T* find() const {
     return first_of(all<T>());
@@ -89,7 +89,7 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
     return first_of(all<T>());
   }
 
-  /// All TLVs of the class: `for (const auto& metric : message.all<TransmitterLinkMetricTLV>())`.
+  /// Returns all TLVs of the class: `for (const auto& metric : message.all<TransmitterLinkMetricTLV>())`.
   template <TypedTLV T>
   TypedRange<const T> all() const {
     return TypedRange<const T>(list_.get_TLV_list());
@@ -99,7 +99,7 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
     return TypedRange<T>(list_.get_TLV_list());
   }
 
-  /// The first payload of the class in a vendor-specific TLV, null when there is none:
+  /// Returns the first payload of the class in a vendor-specific TLV, or null if there is none:
   /// `message.find_vendor<QELMeshdVersionTLV>()`.
   template <TypedPayload T>
   const T* find_vendor() const {
@@ -136,10 +136,11 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const Message& message);
 
-/// Octets that are no message: the text that Message::deserialize_impl gives, and where it gave up.
+/// Thrown for octets that are not a message, with the text of Message::deserialize_impl and the place where decoding
+/// failed.
 class QEL_EXPORT DecodeException final : public serialization::SerializationException {
  public:
-  /// A TLV of the message; a TLV inside a vendor-specific one counts as that.
+  /// A TLV of the message; a TLV nested in a vendor-specific one counts as the outer one.
   struct Place {
     TLVType type;
     std::size_t offset;  ///< of the type octet
@@ -151,14 +152,14 @@ class QEL_EXPORT DecodeException final : public serialization::SerializationExce
   DecodeException& operator=(const DecodeException&) = default;
   ~DecodeException() override;
 
-  /// How many octets were read.
+  /// Number of octets read.
   std::size_t get_offset() const { return offset_; }
 
-  /// The TLV that was being decoded, empty when it was none.
+  /// The TLV that was being decoded; empty if there was none.
   const std::optional<Place>& get_tlv() const { return tlv_; }
 
-  /// The place for a log, such as "in DEVICE_INFORMATION at offset 17", "in the head", or "at offset 8" where
-  /// a TLV is missing.
+  /// The place for log messages, such as "in DEVICE_INFORMATION at offset 17", "in the head", or "at offset 8" if a TLV
+  /// is missing.
   std::string place() const;
 
  private:
@@ -166,15 +167,15 @@ class QEL_EXPORT DecodeException final : public serialization::SerializationExce
   std::optional<Place> tlv_;
 };
 
-/// A message from the octets of a CMDU; what follows its End-of-message TLV is left aside. `size`, unless null, is set
-/// to the number of octets that the message takes. Throws DecodeException.
+/// Decodes the octets of a CMDU; octets after its End-of-message TLV are ignored. If `size` is not null, it receives
+/// the number of octets in the message. Throws DecodeException.
 QEL_EXPORT Message decode(std::span<const std::uint8_t> cmdu, serialization::SerializationContext& context,
                           std::size_t* size = nullptr);
 
-/// Writes the message as it stands. Throws SerializationException.
+/// Writes the message as it is. Throws SerializationException.
 QEL_EXPORT void encode(const Message& message, std::ostream& sink, serialization::SerializationContext& context);
 
-/// Returns 0, 1, ... 65535, 0, ... by turns. Not synchronised: for the one thread of the main loop.
+/// Returns 0, 1, ... 65535, 0, ... in turn. Not synchronised; for use on the main loop's thread only.
 QEL_EXPORT std::uint16_t make_IEEE1905_1_msg_id();
 
 }  // namespace qel::ieee1905_1

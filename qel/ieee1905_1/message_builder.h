@@ -12,7 +12,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// Collects the TLVs of a message of one fragment, and ends it with the End-of-message TLV:
+/// Collects the TLVs of an unfragmented message and ends it with the End-of-message TLV:
 ///
 ///     MessageBuilder builder(MessageType::TOPOLOGY_RESPONSE_MESSAGE, query.get_head().get_message_id());
 ///     builder.add(DeviceInformationTLV(...));
@@ -22,13 +22,13 @@ class MessageBuilder {
   explicit MessageBuilder(MessageType type, std::uint16_t message_id = make_IEEE1905_1_msg_id())
       : message_(MessageHead(MessageVersion::IEEE1905_1, type, message_id, 0, true, false)) {}
 
-  /// Has the message relayed through the mesh.
+  /// Marks the message to be relayed through the mesh.
   MessageBuilder& relay() {
     message_.get_head().set_relay_indicator(true);
     return *this;
   }
 
-  /// A TLV, moved or copied into the message. A payload of this system's gets the vendor-specific TLV around it.
+  /// Adds a TLV, moved or copied. A payload of this system's is wrapped in a vendor-specific TLV.
   template <class T>
   requires std::derived_from<std::remove_cvref_t<T>, TLV> || TypedPayload<std::remove_cvref_t<T>> MessageBuilder& add(
       T&& part) {
@@ -48,7 +48,7 @@ class MessageBuilder {
     return *this;
   }
 
-  /// The message; the builder is empty afterwards.
+  /// Returns the message; the builder is empty afterwards.
   Message build() {
     add(EndOfMessageTLV());
     return std::move(message_);
@@ -58,7 +58,7 @@ class MessageBuilder {
   Message message_;
 };
 
-/// A message of these TLVs and payloads: `make_message(MessageType::TOPOLOGY_DISCOVERY_MESSAGE, id,
+/// Makes a message of these TLVs and payloads: `make_message(MessageType::TOPOLOGY_DISCOVERY_MESSAGE, id,
 /// ALMACAddressTLV(al_mac), InterfaceMACAddressTLV(mac))`.
 template <class... T>
 Message make_message(MessageType type, std::uint16_t message_id, T&&... parts) {

@@ -38,7 +38,7 @@ class QEL_EXPORT MessageHead final : public serialization::Record<MessageHead> {
   bool get_relay_indicator() const { return flags_[RELAY_BIT]; }
   void set_relay_indicator(bool set) { flags_[RELAY_BIT] = set; }
 
-  /// Any fragment but one that is both the first and the last.
+  /// False only for a fragment that is both the first and the last.
   bool is_fragmented() const { return !get_last_fragment_indicator() || fragment_id_ != 0; }
 
   void dbg_str(std::ostream& os) const;
@@ -62,7 +62,7 @@ class QEL_EXPORT MessageHead final : public serialization::Record<MessageHead> {
   MessageType message_type_ = MessageType::TOPOLOGY_DISCOVERY_MESSAGE;
   std::uint16_t message_id_ = 0;
   std::uint8_t fragment_id_ = 0;
-  std::bitset<8> flags_;  // bits 5 to 0 have no meaning yet and are kept
+  std::bitset<8> flags_;  // bits 5 to 0 are not yet defined and are kept
 };
 
 }  // namespace qel::ieee1905_1

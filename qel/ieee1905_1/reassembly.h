@@ -13,48 +13,51 @@
 
 namespace qel::ieee1905_1 {
 
-/// Puts messages together from their fragments, which may come in any order, more than once, and from several senders
-/// at a time. What is kept is bounded in messages, octets and time.
+/// Reassembles messages from fragments, which may arrive in any order, repeatedly, and from several senders at a time.
+/// Limits bound the number of messages, octets and time that it keeps.
 ///
-/// Fragments belong together when sender, message type and identifier agree. Fragments that contradict each other (one
-/// identifier with two contents, two last ones, one behind the last) spoil their message: none of them is used.
-/// Fragments that end within a TLV, and those that each have an End-of-message TLV, are understood as well.
+/// Fragments belong together if sender, message type and identifier agree. Fragments that contradict each other (two
+/// contents for one fragment identifier, two last fragments, or one after the last) spoil their message, and none of
+/// them is used. Fragments that end within a TLV, and fragments that each have an End-of-message TLV, are also
+/// accepted.
 class QEL_EXPORT Reassembly {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// What may be kept.
+  /// Limits on what is kept.
   struct Limits {
-    std::size_t messages = 32;             ///< begun at a time; a new one takes the place of the oldest
-    std::size_t messages_of_a_sender = 4;  ///< the same for each sender
-    std::size_t octets = 256 * 1024;       ///< of the fragments of all messages begun
-    std::chrono::milliseconds age{2000};   ///< of a message since its first fragment came
+    std::size_t messages = 32;             ///< incomplete messages; a new one replaces the oldest
+    std::size_t messages_of_a_sender = 4;  ///< incomplete messages of each sender, likewise
+    std::size_t octets = 256 * 1024;       ///< in the fragments of all incomplete messages
+    std::chrono::milliseconds age{2000};   ///< of a message since its first fragment arrived
   };
 
-  /// What became of the fragments and messages; a fragment more is never counted as two.
+  /// Totals of fragments and messages; no fragment is counted twice.
   struct Counts {
-    std::uint64_t messages = 0;    ///< put together
-    std::uint64_t duplicates = 0;  ///< fragments that were there already
-    std::uint64_t spoiled = 0;     ///< messages whose fragments contradict each other or make no TLVs
-    std::uint64_t expired = 0;     ///< messages that grew too old
-    std::uint64_t displaced = 0;   ///< messages that gave way to others
+    std::uint64_t messages = 0;    ///< reassembled
+    std::uint64_t duplicates = 0;  ///< fragments received before
+    std::uint64_t spoiled = 0;     ///< messages whose fragments contradict each other or do not form TLVs
+    std::uint64_t expired = 0;     ///< messages that timed out
+    std::uint64_t displaced = 0;   ///< messages displaced by others
   };
 
   Reassembly() : Reassembly(Limits{}) {}
-  /// Throws std::invalid_argument for a limit of 0 messages.
+  /// Throws std::invalid_argument if a limit is 0 messages.
   explicit Reassembly(const Limits& limits);
 
-  /// Takes a CMDU from `sender`; padding may follow its TLVs. The octets are copied. Returns the octets of the whole
-  /// message once they are complete: the head of its first fragment, as that of an unfragmented message, and all TLVs.
-  /// A CMDU that is no fragment is returned as it is. Throws SerializationException for octets without a whole head.
+  /// Adds a CMDU from `sender`; padding may follow its TLVs. The octets are copied. Returns the octets of the whole
+  /// message once it is complete: the header of its first fragment, changed to that of an unfragmented message, and all
+  /// TLVs. A CMDU that is not a fragment is returned unchanged. Throws SerializationException if the header is
+  /// incomplete.
   std::optional<std::vector<std::uint8_t>> add(const MACAddress& sender, std::span<const std::uint8_t> cmdu,
                                                TimePoint now);
 
-  /// Forgets the messages that have grown too old; `add` does it too.
+  /// Drops the messages that have timed out; `add` also does so.
   void expire(TimePoint now);
 
   std::size_t count_messages() const { return messages_.size(); }
-  /// Messages of which not all fragments came, or not such as agree; those begun and still waiting among them.
+  /// Number of messages that were not completed, because fragments are missing or contradict each other. Includes those
+  /// still waiting.
   std::uint64_t count_incomplete() const {
     return messages_.size() + counts_.spoiled + counts_.expired + counts_.displaced;
   }
@@ -68,9 +71,9 @@ class QEL_EXPORT Reassembly {
   };
   struct Partial {
     MACAddress sender;
-    MessageHead head;  // of the fragment that came first
+    MessageHead head;  // of the fragment that arrived first
     TimePoint begun;
-    std::vector<Fragment> fragments;  // in the order of their ids
+    std::vector<Fragment> fragments;  // in order of their ids
     std::optional<std::uint8_t> last;
   };
   using Partials = std::vector<Partial>;
@@ -86,7 +89,7 @@ class QEL_EXPORT Reassembly {
   static std::optional<std::vector<std::uint8_t>> join(const Partial& partial);
 
   Limits limits_;
-  Partials messages_;  // the oldest first
+  Partials messages_;  // oldest first
   std::size_t octets_ = 0;
   Counts counts_;
 };

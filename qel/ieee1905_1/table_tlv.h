@@ -6,12 +6,11 @@
 
 namespace qel::ieee1905_1 {
 
-/// A TLV given by the wire table of Derived.
+/// A TLV defined by the wire table of Derived.
 ///
-/// What does not fit a table is ordinary code in Derived: `encode_body(Writer&) const` and
-/// `decode_body(Reader&, std::uint16_t length)` for the body, `equals` for the comparison, an override of `dbg_str` for
-/// the text. The source file of Derived holds
-/// `template const serialization::Codec& TableTLV<Derived, TYPE>::codec();`.
+/// What does not fit a table is ordinary code in Derived: `encode_body(Writer&) const` and `decode_body(Reader&,
+/// std::uint16_t length)` for the body, `equals` for comparison, an override of `dbg_str` for the text. The source file
+/// of Derived must contain `template const serialization::Codec& TableTLV<Derived, TYPE>::codec();`.
 template <class Derived, TLVType TYPE>
 class QEL_EXPORT TableTLV : public TLVCommon<TYPE> {
  public:

@@ -3,7 +3,7 @@
 #include "qel/core/serialization/framed.h"
 #include "qel/ieee1905_1/table_tlv.h"
 
-/// The codec of TableTLV, for the source files that instantiate it.
+/// The codec of TableTLV, for sources that instantiate it.
 namespace qel::ieee1905_1 {
 
 template <class Derived, TLVType TYPE>

@@ -9,14 +9,14 @@
 
 namespace qel::ieee1905_1 {
 
-/// An information element of a CMDU: a type octet, a 16-bit length, and a body of that many octets
-/// (IEEE 1905.1-2013, 6.4).
+/// An information element of a CMDU: a type octet, a 16-bit length, and a body of that many octets (IEEE 1905.1-2013,
+/// 6.4).
 ///
-/// Decoding begins at the type octet. Neither the type nor, unless the class says so, the length is compared with
-/// anything: the factory chose the class by the type, and a body ends where its fields end.
+/// Decoding begins at the type octet. The type is not checked, because the factory chose the class by it. Nor is the
+/// length, unless the class says so: a body ends where its fields end.
 class QEL_EXPORT TLV : public serialization::BinarySerializable {
  public:
-  /// Prints "type: " and the name of the type; classes with fields go on from there.
+  /// Prints "type: " and the name of the type; classes with fields append them.
   virtual void dbg_str(std::ostream& os) const;
   virtual TLVType get_type() const = 0;
   virtual bool operator==(const TLV& other) const;
@@ -32,7 +32,7 @@ class QEL_EXPORT TLV : public serialization::BinarySerializable {
   TLV& operator=(TLV&&) = default;
 };
 
-/// Compares TLVs of any two classes as their base does. Without it the language would find the member ambiguous.
+/// Compares TLVs of any two classes through their base. Without it, the comparison would be ambiguous.
 template <std::derived_from<TLV> Left, std::derived_from<TLV> Right>
 bool operator==(const Left& left, const Right& right) {
   return static_cast<const TLV&>(left).operator==(right);
@@ -40,7 +40,7 @@ bool operator==(const Left& left, const Right& right) {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const TLV& tlv);
 
-/// A TLV of a type that is known while compiling.
+/// A TLV whose type is known at compile time.
 template <TLVType CODE>
 class QEL_EXPORT TLVCommon : public TLV {
  public:

@@ -7,7 +7,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// An empty TLV of the class registered for the type; null for a type that has a name but no class, or neither.
+/// Returns an empty TLV of the class registered for the type; null if the type has no class.
 QEL_EXPORT std::unique_ptr<TLV> create_TLV(TLVType type);
 
 }  // namespace qel::ieee1905_1

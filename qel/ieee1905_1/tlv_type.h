@@ -8,8 +8,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// The type octet of a TLV (IEEE 1905.1-2013, 6.4; Multi-AP Specification, 17.2). The names are those that logs show,
-/// three of them spelt in this system's own way.
+/// The type octet of a TLV (IEEE 1905.1-2013, 6.4; Multi-AP Specification, 17.2). The names appear in logs; three of
+/// them are spelt in this system's own way.
 enum class QEL_EXPORT TLVType : std::uint8_t {
   END_OF_MESSAGE = 0,
   AL_MAC_ADDRESS = 1,

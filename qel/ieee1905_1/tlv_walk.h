@@ -13,20 +13,20 @@
 
 namespace qel::ieee1905_1 {
 
-/// A TLV as it lies in a CMDU, not decoded.
+/// An undecoded TLV in a CMDU.
 struct RawTLV {
   TLVType type;
   std::size_t offset;                  ///< of the type octet in the CMDU
-  std::span<const std::uint8_t> body;  ///< borrowed; as many octets as the length field says
+  std::span<const std::uint8_t> body;  ///< borrowed; its size is the value of the length field
 
-  /// Offset of what follows.
+  /// Offset of the octet after the TLV.
   std::size_t end() const { return offset + TLV_HEADER_SIZE + body.size(); }
 };
 
-/// Why a walk ended.
+/// The reason why a walk ended.
 enum class TLVWalkEnd : std::uint8_t {
-  END_OF_MESSAGE = 0,  ///< behind the End-of-message TLV
-  MISSING_END = 1,     ///< the octets end behind a TLV that is not the End-of-message TLV; so do most fragments
+  END_OF_MESSAGE = 0,  ///< the End-of-message TLV was reached
+  MISSING_END = 1,     ///< the octets end after another TLV; true of most fragments
   CUT_HEADER = 2,      ///< the octets end within type or length
   CUT_BODY = 3,        ///< the octets end before the length is reached
 };
@@ -34,22 +34,23 @@ enum class TLVWalkEnd : std::uint8_t {
 QEL_EXPORT std::string enum_to_string(TLVWalkEnd end);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, TLVWalkEnd end);
 
-/// Steps from TLV to TLV by the types and lengths alone, so that it works on any octets:
+/// Steps through TLVs by type and length alone, and so works on any octets:
 ///
 ///     TLVWalk walk(cmdu);
 ///     while (const std::optional<RawTLV> tlv = walk.next()) { ... }
 class QEL_EXPORT TLVWalk {
  public:
-  /// The octets begin with the head of the CMDU and are borrowed. A CMDU without a whole head has no TLVs.
+  /// `cmdu` begins with the header and must outlive the walk. If the header is incomplete, there are no TLVs.
   explicit TLVWalk(std::span<const std::uint8_t> cmdu);
 
-  /// The next whole TLV, the End-of-message TLV included. Nothing behind that one, and where the octets break off.
+  /// Returns the next complete TLV, including the End-of-message TLV; empty after that one, or if the next TLV is
+  /// incomplete.
   std::optional<RawTLV> next();
 
-  /// Offset of the first octet that no TLV has covered: padding, or the TLV that breaks off.
+  /// Offset of the first octet that belongs to no TLV: padding, or an incomplete TLV.
   std::size_t offset() const { return offset_; }
 
-  /// Meaningful once next() returned nothing.
+  /// Meaningful only after next() has returned nothing.
   TLVWalkEnd end() const { return end_; }
 
  private:

@@ -11,17 +11,17 @@
 
 namespace qel::ieee1905_1 {
 
-/// A class of TLVs that knows its own type, as all but TLV itself do.
+/// A class of TLVs that knows its own type, as all classes but TLV itself do.
 template <class T>
 concept TypedTLV = std::derived_from<T, TLVCommon<std::remove_const_t<T>::TYPE>>;
 
-/// The TLVs of one class in a list, in their order; nothing is copied. The list is borrowed. T may be const.
+/// The TLVs of one class in a list, in order. Nothing is copied; the list must outlive the range. T may be const.
 template <TypedTLV T>
 class TypedRange {
  public:
   using List = std::list<std::unique_ptr<TLV>>;
 
-  /// Passes over TLVs of other types.
+  /// Skips TLVs of other types.
   class iterator {
    public:
     using iterator_category = std::forward_iterator_tag;

@@ -9,19 +9,19 @@
 
 namespace qel::ieee1905_1 {
 
-/// What a body holds behind the fields that this version knows. It comes from a newer node, is kept as it came and
-/// written back, so that it is not lost where the payload is only passed on.
+/// The octets of a body after the fields that this version knows. They come from a newer node and are kept and written
+/// back unchanged, so that they survive when the payload is passed on.
 struct QEL_EXPORT BodyRest {
   friend bool operator==(const BodyRest&, const BodyRest&) = default;
 
   std::vector<std::uint8_t> octets;
 };
 
-/// Prints, on a line of its own, how much there is; nothing for an empty rest.
+/// Prints the number of octets on a line of its own; nothing for an empty rest.
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const BodyRest& rest);
 
-/// The last row of a payload's table: `RestRow{&T::rest_}`. It takes what the sub-length says beyond the other rows; a
-/// sub-length that says less than those is ignored as everywhere.
+/// The last row of a payload's table: `RestRow{&T::rest_}`. It holds the octets beyond the other rows, up to the
+/// sub-length. A sub-length shorter than those rows is ignored.
 template <class C>
 struct RestRow {
   constexpr explicit RestRow(BodyRest C::*rest) : member(rest) {}

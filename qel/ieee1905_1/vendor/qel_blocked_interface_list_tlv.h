@@ -13,7 +13,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// A local interface that a node has blocked, and how.
+/// A local interface that a node blocks, and how.
 class QEL_EXPORT QELBlockedInterface final : public serialization::Record<QELBlockedInterface> {
  public:
   QELBlockedInterface() = default;
@@ -25,10 +25,10 @@ class QEL_EXPORT QELBlockedInterface final : public serialization::Record<QELBlo
   void set_type(InterfaceType type) { type_ = type; }
   const MACAddress& get_mac_address() const { return mac_address_; }
   void set_mac_address(const MACAddress& mac) { mac_address_ = mac; }
-  /// One of more than 255 characters cannot be encoded.
+  /// A name over 255 characters cannot be encoded.
   const std::string& get_name() const { return name_; }
   void set_name(const std::string& name) { name_ = name; }
-  /// What the bits stand for is between the nodes: they are only carried here.
+  /// The nodes agree on the meaning of the bits; here they are only carried.
   const std::bitset<16>& get_filter_actions() const { return filter_actions_; }
   void set_filter_actions(const std::bitset<16>& filter_actions) { filter_actions_ = filter_actions; }
 
@@ -50,7 +50,7 @@ class QEL_EXPORT QELBlockedInterface final : public serialization::Record<QELBlo
   std::bitset<16> filter_actions_;
 };
 
-/// The interfaces that a node has blocked (subtype 14). An empty list decodes but does not encode: a node that blocks
+/// The interfaces that a node blocks (subtype 14). An empty list decodes but does not encode: a node that blocks
 /// nothing sends none.
 class QEL_EXPORT QELBlockedInterfaceListTLV final
     : public VendorPayload<QELBlockedInterfaceListTLV, QELVendorTLVType::QEL_BLOCKED_INTERFACE_LIST_TLV> {

@@ -13,8 +13,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// A BSS that a station would move to (IEEE 802.11-2020, 9.4.2.36). On the wire the preference comes first and the
-/// channel behind the operating class: the order is this format's own, not that of the standard's element.
+/// A BSS to which a station would move (IEEE 802.11-2020, 9.4.2.36). The wire order is this format's own and differs
+/// from the standard's element: the preference comes first, and the channel after the operating class.
 class QEL_EXPORT QELNeighborReportElement final : public serialization::Record<QELNeighborReportElement> {
  public:
   const MACAddress& get_bssid() const { return bssid_; }
@@ -51,7 +51,7 @@ class QEL_EXPORT QELNeighborReportElement final : public serialization::Record<Q
   PHYType phy_type_{};
 };
 
-/// A station's BSS transition management query, passed on to the controller (subtype 8).
+/// A station's BSS transition management query, forwarded to the controller (subtype 8).
 class QEL_EXPORT QELBTMQueryTLV final : public VendorPayload<QELBTMQueryTLV, QELVendorTLVType::QEL_BTM_QUERY_TLV> {
  public:
   static constexpr std::size_t MAX_CANDIDATES = 10;
@@ -64,10 +64,10 @@ class QEL_EXPORT QELBTMQueryTLV final : public VendorPayload<QELBTMQueryTLV, QEL
   std::uint8_t get_reason_code() const { return reason_code_; }
   void set_reason_code(std::uint8_t code) { reason_code_ = code; }
   const std::vector<QELNeighborReportElement>& get_candidate_list() const { return candidate_list_; }
-  /// Beyond MAX_CANDIDATES logs the refusal and adds nothing.
+  /// Beyond MAX_CANDIDATES, logs an error and adds nothing.
   void add_candidate(const QELNeighborReportElement& candidate);
 
-  /// Counts the candidates, which are not shown.
+  /// Prints the number of candidates, not the candidates.
   void dbg_str(std::ostream& os) const override;
 
   static constexpr auto table() {

@@ -14,7 +14,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// The octet is kept whole.
+/// Other values are kept.
 enum class QELLinkState : std::uint8_t { DOWN = 0, UP = 1 };
 
 QEL_EXPORT std::string enum_to_string(QELLinkState state);
@@ -29,12 +29,12 @@ class QEL_EXPORT QELInterfaceLinkState final : public serialization::Record<QELI
 
   const MACAddress& get_mac() const { return mac_; }
   void set_mac(const MACAddress& mac) { mac_ = mac; }
-  /// One of more than 255 characters cannot be encoded.
+  /// A name over 255 characters cannot be encoded.
   const std::string& get_name() const { return name_; }
   void set_name(const std::string& name) { name_ = name; }
   QELLinkState get_state() const { return state_; }
   void set_state(QELLinkState state) { state_ = state; }
-  /// Mb/s; 0 where it is not known and while the link is down.
+  /// In Mb/s; 0 if unknown or while the link is down.
   std::uint32_t get_speed() const { return speed_; }
   void set_speed(std::uint32_t speed) { speed_ = speed; }
 
@@ -56,7 +56,7 @@ class QEL_EXPORT QELInterfaceLinkState final : public serialization::Record<QELI
   std::uint32_t speed_ = 0;
 };
 
-/// The links of a node's local interfaces (subtype 13). An empty list decodes but does not encode.
+/// The link states of a node's local interfaces (subtype 13). An empty list decodes but does not encode.
 class QEL_EXPORT QELLinkStateTLV final : public VendorPayload<QELLinkStateTLV, QELVendorTLVType::QEL_LINK_STATE_TLV> {
  public:
   const std::vector<QELInterfaceLinkState>& get_link_states() const { return link_states_; }

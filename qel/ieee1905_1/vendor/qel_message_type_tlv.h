@@ -11,7 +11,7 @@ namespace qel::ieee1905_1 {
 
 class Message;
 
-/// This system's own messages, which travel as vendor-specific messages.
+/// This system's own messages, sent as vendor-specific messages.
 enum class QELMessageType : std::uint16_t {
   QEL_BTM_QUERY_MESSAGE = 0,
   QEL_MESHD_VERSION_MESSAGE = 1,
@@ -22,7 +22,7 @@ enum class QELMessageType : std::uint16_t {
 QEL_EXPORT std::string enum_to_string(QELMessageType type);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, QELMessageType type);
 
-/// What kind of message this system's vendor-specific message is; the first TLV in it (subtype 9).
+/// The type of this system's vendor-specific message; it is the first TLV of the message (subtype 9).
 class QEL_EXPORT QELMessageTypeTLV final
     : public VendorPayload<QELMessageTypeTLV, QELVendorTLVType::QEL_MESSAGETYPE_TLV> {
  public:
@@ -40,8 +40,8 @@ class QEL_EXPORT QELMessageTypeTLV final
   QELMessageType qel_message_type_ = QELMessageType::INVALID;
 };
 
-/// INVALID for a message that is not this system's own: another message type, another first TLV, another OUI, or
-/// another payload in it.
+/// Returns INVALID for a message that is not this system's own: another message type, another first TLV, another OUI,
+/// or another payload in it.
 QEL_EXPORT QELMessageType get_qel_message_type(const Message& message);
 
 }  // namespace qel::ieee1905_1

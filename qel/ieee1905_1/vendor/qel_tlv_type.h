@@ -8,8 +8,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// A whole TLV inside a vendor-specific one (subtype 0). It follows the subtype directly: there is no length between
-/// them, since the TLV has one of its own.
+/// A complete TLV inside a vendor-specific one (subtype 0). It follows the subtype directly, without a sub-length,
+/// since the TLV has its own length.
 class QEL_EXPORT QELTLVType final : public VendorSpecific {
  public:
   static constexpr QELVendorTLVType TYPE = QELVendorTLVType::QEL_TLV_TYPE;
@@ -26,7 +26,7 @@ class QEL_EXPORT QELTLVType final : public VendorSpecific {
 
   /// Never null.
   const std::unique_ptr<TLV>& get_tlv() const { return tlv_; }
-  /// Moves from the argument; null stands for a new DummyTLV.
+  /// Moves from the argument; null is replaced with a new DummyTLV.
   void set_tlv(std::unique_ptr<TLV>&& tlv);
   void set_tlv(std::unique_ptr<TLV>& tlv);
 

@@ -7,7 +7,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// An empty payload of the class registered for the subtype; null for a subtype without one.
+/// Returns an empty payload of the class registered for the subtype; null if the subtype has no class.
 QEL_EXPORT std::unique_ptr<VendorSpecific> create_vendor_specific(QELVendorTLVType type);
 
 }  // namespace qel::ieee1905_1

@@ -6,10 +6,10 @@
 
 namespace qel::ieee1905_1 {
 
-/// A payload of this system with the common framing: the subtype, 16 bits of length, and a body given by the wire table
-/// of Derived. Neither the subtype nor, unless the class says so, the length is compared with anything on reading.
+/// A payload of this system with the common framing: the subtype, a 16-bit length, and a body defined by the wire table
+/// of Derived. When reading, the subtype is not checked, nor is the length unless the class says so.
 ///
-/// As with TableTLV, what does not fit a table is ordinary code in Derived. The source file of Derived holds
+/// As with TableTLV, what does not fit a table is ordinary code in Derived. The source file of Derived must contain
 /// `template const serialization::Codec& VendorPayload<Derived, TYPE>::codec();`.
 template <class Derived, QELVendorTLVType SUBTYPE>
 class QEL_EXPORT VendorPayload : public VendorSpecific {

@@ -8,7 +8,7 @@
 #include "qel/ieee1905_1/vendor/body_rest.h"
 #include "qel/ieee1905_1/vendor/vendor_payload.h"
 
-/// The codec of VendorPayload and the codec of RestRow, for the source files that instantiate payloads.
+/// The codecs of VendorPayload and RestRow, for sources that instantiate payloads.
 namespace qel::ieee1905_1 {
 
 template <class C>

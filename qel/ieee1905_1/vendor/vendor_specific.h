@@ -35,13 +35,13 @@ enum class QEL_EXPORT QELVendorTLVType : std::uint8_t {
 QEL_EXPORT std::string enum_to_string(QELVendorTLVType type);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, QELVendorTLVType type);
 
-/// What a vendor-specific TLV carries behind its OUI.
+/// The contents of a vendor-specific TLV after its OUI.
 class QEL_EXPORT VendorSpecific : public serialization::BinarySerializable {
  public:
   virtual bool operator==(const VendorSpecific& other) const;
   virtual bool operator!=(const VendorSpecific& other) const final;
 
-  /// Prints "type: " and the name of the subtype; classes with fields go on from there.
+  /// Prints "type: " and the name of the subtype; classes with fields append them.
   virtual void dbg_str(std::ostream& os) const;
   virtual QELVendorTLVType get_type() const = 0;
 
@@ -55,11 +55,11 @@ class QEL_EXPORT VendorSpecific : public serialization::BinarySerializable {
   VendorSpecific& operator=(VendorSpecific&&) = default;
 };
 
-/// A class of payloads that knows its own type, as all but VendorSpecific itself do.
+/// A class of payloads that knows its own type, as all classes but VendorSpecific itself do.
 template <class T>
 concept TypedPayload = std::derived_from<T, VendorSpecific> && std::same_as<decltype(T::TYPE), const QELVendorTLVType>;
 
-/// Compares payloads of any two classes as their base does. Without it the language would find the member ambiguous.
+/// Compares payloads of any two classes through their base. Without it, the comparison would be ambiguous.
 template <std::derived_from<VendorSpecific> Left, std::derived_from<VendorSpecific> Right>
 bool operator==(const Left& left, const Right& right) {
   return static_cast<const VendorSpecific&>(left).operator==(right);
@@ -67,7 +67,7 @@ bool operator==(const Left& left, const Right& right) {
 
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, const VendorSpecific& payload);
 
-/// Stands for a payload under a foreign OUI or of an unknown subtype: its octets are skipped. It cannot be encoded.
+/// A payload under a foreign OUI or of an unknown subtype. Its octets are skipped, and it cannot be encoded.
 class QEL_EXPORT VendorSpecificUnknown final : public VendorSpecific {
  public:
   static constexpr QELVendorTLVType TYPE = QELVendorTLVType::VENDOR_UNKNOWN;

@@ -11,9 +11,9 @@
 
 namespace qel::ieee1905_1 {
 
-/// Vendor Specific TLV (type 11, IEEE 1905.1-2013, 6.4.2): an OUI and a payload. Under this system's own OUI the first
+/// Vendor Specific TLV (type 11, IEEE 1905.1-2013, 6.4.2): an OUI and a payload. Under this system's own OUI, the first
 /// octet of the payload, the subtype, selects its class; any other payload is skipped as VendorSpecificUnknown. The
-/// length is not compared with what the payload takes.
+/// length is not checked against the size of the payload.
 class QEL_EXPORT VendorSpecificTLV final : public TLVCommon<TLVType::VENDOR_SPECIFIC> {
  public:
   using OUI = std::array<std::uint8_t, 3>;
@@ -38,7 +38,7 @@ class QEL_EXPORT VendorSpecificTLV final : public TLVCommon<TLVType::VENDOR_SPEC
   const OUI& get_vendor_specific_oui() const { return vendor_specific_oui_; }
   void set_vendor_specific_oui(const OUI& oui) { vendor_specific_oui_ = oui; }
 
-  /// The payload when it is of the class T, else null.
+  /// Returns the payload if it is of class T, otherwise null.
   template <TypedPayload T>
   const T* find() const {
     return vendor_specific_->get_type() == T::TYPE ? static_cast<const T*>(vendor_specific_.get()) : nullptr;
@@ -46,14 +46,14 @@ class QEL_EXPORT VendorSpecificTLV final : public TLVCommon<TLVType::VENDOR_SPEC
 
   /// Never null.
   const std::unique_ptr<VendorSpecific>& get_vendor_specific() const { return vendor_specific_; }
-  /// Moves from the argument; null stands for a new VendorSpecificUnknown of length 0.
+  /// Moves from the argument; null is replaced with a new VendorSpecificUnknown of length 0.
   void set_vendor_specific(std::unique_ptr<VendorSpecific>&& payload);
   void set_vendor_specific(std::unique_ptr<VendorSpecific>& payload);
 
   void serialize_impl(std::ostream& os, serialization::SerializationContext& context) const override;
   void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
 
-  /// Leaves the stream printing numbers in decimal, whatever it did before: the text that follows counts on it.
+  /// Leaves the stream set to decimal, whatever it was before, because the text that follows relies on it.
   void dbg_str(std::ostream& os) const override;
   bool operator==(const TLV& other) const override;
 
