@@ -1,0 +1,192 @@
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <functional>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "bench/mesh/heap.h"
+#include "bench/mesh/shape.h"
+#include "bench/mesh/simulation.h"
+
+/// Meshes of 10, 100 and 1000 nodes in virtual time: how soon each node knows all the others, and what that takes of
+/// each. The figures are those of the mesh, not of this machine, but for the time of the processor; beside them stands
+/// by how much they grow with the mesh.
+
+namespace {
+
+using namespace meshd::simulation;
+using namespace std::chrono_literals;
+
+constexpr std::chrono::seconds INTERVAL{60};  // of discovery
+constexpr std::size_t SIZES[] = {10, 100, 1000};
+
+/// A row of the table, one figure for each size of the mesh.
+struct Row {
+  std::string name;
+  int digits;
+  std::vector<double> figures;
+};
+
+class Table {
+ public:
+  void add(const std::string& name, int digits, double figure) {
+    const auto place = std::ranges::find(rows_, name, &Row::name);
+    (place == rows_.end() ? rows_.emplace_back(Row{name, digits, {}}) : *place).figures.push_back(figure);
+  }
+
+  void print(std::ostream& os, const std::string& title, std::span<const std::size_t> sizes) const {
+    os << '\n' << std::left << std::setw(44) << title << std::right;
+    for (const std::size_t size : sizes) {
+      os << std::setw(11) << size;
+    }
+    os << "   growth\n";
+    for (const Row& row : rows_) {
+      os << "  " << std::left << std::setw(42) << row.name << std::right << std::fixed << std::setprecision(row.digits);
+      for (const double figure : row.figures) {
+        os << std::setw(11) << figure;
+      }
+      os << "  " << std::setprecision(1);
+      for (std::size_t i = 1; i < row.figures.size(); ++i) {
+        if (row.figures[i - 1] > 0) {
+          os << " x" << row.figures[i] / row.figures[i - 1];
+        } else {
+          os << " -";
+        }
+      }
+      os << '\n';
+    }
+  }
+
+ private:
+  std::vector<Row> rows_;
+};
+
+/// What all nodes have sent by now.
+std::vector<Traffic> traffic_of(const Simulation& mesh) {
+  std::vector<Traffic> traffic;
+  for (std::size_t node = 0; node < mesh.nodes(); ++node) {
+    traffic.push_back(mesh.traffic(node));
+  }
+  return traffic;
+}
+
+/// What all nodes send in a time.
+std::vector<Traffic> traffic_in(Simulation& mesh, std::chrono::seconds time) {
+  const std::vector<Traffic> before = traffic_of(mesh);
+  mesh.run(time);
+  std::vector<Traffic> traffic = traffic_of(mesh);
+  std::ranges::transform(traffic, before, traffic.begin(), std::minus());
+  return traffic;
+}
+
+/// Of a figure of all nodes.
+struct Spread {
+  double mean = 0;
+  double most = 0;
+};
+
+Spread spread(const std::vector<Traffic>& traffic, const std::function<double(const Traffic&)>& figure) {
+  Spread result;
+  for (const Traffic& node : traffic) {
+    result.mean += figure(node) / static_cast<double>(traffic.size());
+    result.most = std::max(result.most, figure(node));
+  }
+  return result;
+}
+
+Spread cost(const Simulation& mesh, const std::function<double(const Cost&)>& figure) {
+  Spread result;
+  for (std::size_t node = 0; node < mesh.nodes(); ++node) {
+    result.mean += figure(mesh.cost(node)) / static_cast<double>(mesh.nodes());
+    result.most = std::max(result.most, figure(mesh.cost(node)));
+  }
+  return result;
+}
+
+double milliseconds(const Cost& cost) { return std::chrono::duration<double, std::milli>(cost.time).count(); }
+double kibibytes(const Cost& cost) { return static_cast<double>(cost.heap) / 1024; }
+
+/// The own frames of the nodes beyond those of quiet; of the two ends of the changed cable, and of the others.
+void add_change(Table& table, const std::string& name, const Simulation& mesh, const std::vector<Traffic>& quiet,
+                const std::vector<Traffic>& changed) {
+  double ends = 0;
+  double others = 0;
+  const Cable& cable = mesh.cables().back();
+  for (std::size_t node = 0; node < mesh.nodes(); ++node) {
+    double& most = node == cable.left || node == cable.right ? ends : others;
+    most =
+        std::max(most, static_cast<double>(changed[node].own_frames()) - static_cast<double>(quiet[node].own_frames()));
+  }
+  table.add(name + ": own frames of an end", 0, ends);
+  table.add(name + ": own frames of any other, most", 0, others);
+  const auto relayed = [](const Traffic& node) { return node.frames[static_cast<std::size_t>(Kind::RELAYED)]; };
+  table.add(name + ": frames relayed by a node", 1, spread(changed, relayed).mean);
+}
+
+void measure(Table& table, const Shape& shape) {
+  const auto began = std::chrono::steady_clock::now();
+  Simulation mesh(shape, {.interval = INTERVAL, .heap = heap_in_use});
+  const auto is_whole = [&] {
+    for (std::size_t node = 0; node < mesh.nodes(); ++node) {
+      if (!mesh.knows_all(node)) {
+        return false;
+      }
+    }
+    return true;
+  };
+  const bool converged = mesh.run_until(is_whole, 30 * INTERVAL);
+  table.add("whole view at all nodes after, s", 0, converged ? static_cast<double>(mesh.now().count()) / 1000 : -1);
+  const std::vector<Traffic> start = traffic_of(mesh);
+  table.add("  frames sent by a node until then", 0, spread(start, &Traffic::all_frames).mean);
+  table.add("  time of the processor until then, ms", 1, cost(mesh, milliseconds).mean);
+
+  mesh.run(3 * INTERVAL);
+  const double time_before = cost(mesh, milliseconds).mean;
+  constexpr int MINUTES = 6;  // of quiet
+  const std::vector<Traffic> quiet = traffic_in(mesh, std::chrono::minutes(MINUTES));
+  for (std::size_t kind = 0; kind < KINDS; ++kind) {
+    const Spread frames = spread(quiet, [&](const Traffic& node) { return node.frames[kind]; });
+    table.add(std::string("quiet, frames a minute, ") + KIND_NAMES[kind], 1, frames.mean / MINUTES);
+  }
+  table.add("quiet, own frames a minute, most of a node", 1, spread(quiet, &Traffic::own_frames).most / MINUTES);
+  table.add("quiet, all octets a minute", 0, spread(quiet, &Traffic::all_octets).mean / MINUTES);
+  table.add("quiet, time of the processor a minute, ms", 2, (cost(mesh, milliseconds).mean - time_before) / MINUTES);
+  table.add("memory of a node, KiB", 0, cost(mesh, kibibytes).mean);
+  table.add("  for each node of the mesh, octets, most", 0,
+            cost(mesh, kibibytes).most * 1024 / static_cast<double>(mesh.nodes()));
+
+  const std::size_t spare = mesh.cables().size() - 1;
+  for (const bool plugged_in : {true, false}) {
+    mesh.set_plugged_in(spare, plugged_in);
+    add_change(table, plugged_in ? "a link more" : "a link less", mesh, quiet,
+               traffic_in(mesh, std::chrono::minutes(MINUTES)));
+  }
+  std::cerr << shape.name << ' ' << shape.nodes << ": "
+            << std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count() << " s\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::size_t most = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000;
+  for (const auto make : {chain, star, tree, ring, random, one_switch}) {
+    Table table;
+    std::vector<std::size_t> sizes;
+    for (const std::size_t size : SIZES) {
+      if (size <= most && !(make == one_switch && size > 100)) {
+        sizes.push_back(size);
+        measure(table, make(size));
+      }
+    }
+    table.print(std::cout, make(SIZES[0]).name, sizes);
+    std::cout << std::flush;
+  }
+  return 0;
+}
