@@ -107,8 +107,11 @@ class Simulation::Node final : public Ports {
     state.up = simulation_.plugged_in_[simulation_.cables_of_[number_][interface]];
     return state;
   }
+  std::vector<MACAddress> read_hosts(std::size_t) override { return {}; }
   void on_neighbor_found(const Neighbor&, std::size_t) override {}
   void on_neighbor_lost(const MACAddress&) override {}
+  void on_device_found(const MACAddress&) override {}
+  void on_device_lost(const MACAddress&) override {}
   void on_rejected(const Frame&, const std::string&) override {}
 
   LocalInterface describe(std::size_t interface) const {
@@ -233,7 +236,7 @@ void Simulation::handle(const Event& event) {
   switch (event.type) {
     case Event::Type::ANNOUNCE:
       post(settings_.interval, event.type, event.node);
-      node.work([&] { node.entity().announce(); });
+      node.work([&] { node.entity().announce(now_); });
       break;
     case Event::Type::TEND:
       post(settings_.tending, event.type, event.node);

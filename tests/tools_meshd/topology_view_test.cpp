@@ -2,87 +2,190 @@
 
 #include <gmock/gmock.h>
 
+#include <sstream>
+
 #include "tests/tools_meshd/wire.h"
-#include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {
 namespace {
 
+using namespace qel::ieee1905_1;
+using testing::EndsWith;
 using testing::HasSubstr;
+using testing::StartsWith;
+using State = TopologyView::State;
 
-/// A chain of three that have met: 1 - 2 - 3.
-class TopologyViewTest : public testing::Test {
- protected:
-  TopologyViewTest() {
-    middle.ports.states[0] = {400, 3, 500, 4, 1000, true};
-    for (int round = 0; round < 2; ++round) {
-      for (Device* device : {&left, &middle, &right}) {
-        device->entity.announce(TimePoint{});
-        carry(cables, TimePoint{});
-      }
-    }
+TransmitterLinkMetricInformation sent(std::uint16_t speed, std::uint16_t availability) {
+  TransmitterLinkMetricInformation information;
+  information.set_phy_rate(speed);
+  information.set_link_availability(availability);
+  information.set_transmitted_packets(500);
+  information.set_packet_errors(4);
+  return information;
+}
+
+ReceiverLinkMetricInformation received(std::uint32_t packets) {
+  ReceiverLinkMetricInformation information;
+  information.set_packets_received(packets);
+  information.set_RCPI(255);
+  return information;
+}
+
+/// The node `number` with Ethernet interfaces; node 3 has 31, 32, ... (hexadecimal).
+TopologyView::Node node(std::uint8_t number, std::size_t interfaces, State state = State::ANSWERED) {
+  TopologyView::Node node;
+  node.al_mac = device_mac(number);
+  node.state = state;
+  node.has_answered = interfaces > 0;
+  for (std::size_t index = 1; index <= interfaces; ++index) {
+    node.interfaces.push_back({interface_mac(static_cast<std::uint8_t>(number * 16U + index)), InterfaceType::ETHERNET,
+                               static_cast<_InterfaceMode>(EthernetMode1905_1::GIGABIT_ETHERNET)});
   }
-
-  Device left{1};
-  Device middle{2, 2};
-  Device right{3};
-  const std::vector<Cable> cables{{left, 0, middle, 0}, {middle, 1, right, 0}};
-};
-
-TEST_F(TopologyViewTest, Prints) {
-  const qel::ieee1905_1::QELBlockedInterface radio(qel::ieee1905_1::InterfaceType::WLAN, interface_mac(0x23),
-                                                   "a\n\x9B b", 0x0280);
-  Codec codec;
-  left.entity.receive(0, codec.encode(device_mac(1), device_mac(2), blocked_interface_list({radio})), TimePoint{});
-  const std::string text = to_text(view_topology("one", left.entity));
-  EXPECT_THAT(text, HasSubstr("node 02:19:05:A0:00:01 (one, this node), meshd 0.1\n"
-                              "  interface 02:19:05:10:00:11 ETHERNET GIGABIT_ETHERNET eth0\n"
-                              "  link 02:19:05:10:00:11 -> 02:19:05:A0:00:02 (02:19:05:10:00:21): 0 Mb/s"));
-  EXPECT_THAT(text, HasSubstr("  link 02:19:05:10:00:21 -> 02:19:05:A0:00:01 (02:19:05:10:00:11): 1000 Mb/s, "
-                              "100 % available, sent 500 packets with 4 errors, received 400 packets with 3 errors\n"));
-  EXPECT_THAT(text, HasSubstr("\n  blocked 02:19:05:10:00:23 WLAN a???b, filter actions 0000001010000000\n  link "));
-  EXPECT_THAT(text, HasSubstr("node 02:19:05:A0:00:03, known by name only\n"));
+  return node;
 }
 
-TEST_F(TopologyViewTest, ReachesToTheNeighborsOfTheNeighborsAndIsJsonInOneLine) {
-  middle.entity.set_blocked(0, true);
-  carry(cables, TimePoint{});
-  EXPECT_EQ(
-      to_json(view_topology("a \"name\"", right.entity)),
-      R"({"name":"a \"name\"","al_mac":"02:19:05:A0:00:03","nodes":[)"
-      R"({"al_mac":"02:19:05:A0:00:03","self":true,"answered":true,"meshd_version":"0.3","interfaces":[)"
-      R"({"mac":"02:19:05:10:00:31","name":"eth0","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[]},)"
-      R"({"al_mac":"02:19:05:A0:00:02","self":false,"answered":true,"meshd_version":"0.2","interfaces":[)"
-      R"({"mac":"02:19:05:10:00:21","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},)"
-      R"({"mac":"02:19:05:10:00:22","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[)"
-      R"({"mac":"02:19:05:10:00:21","name":"eth0","type":"ETHERNET","filter_actions":3}]},)"
-      R"({"al_mac":"02:19:05:A0:00:01","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[]}],"links":[)"
-      R"({"from":"02:19:05:A0:00:03","from_interface":"02:19:05:10:00:31","to":"02:19:05:A0:00:02",)"
-      R"("to_interface":"02:19:05:10:00:22","transmitter":{"packet_errors":0,"transmitted_packets":0,)"
-      R"("mac_throughput_capacity":0,"link_availability":100,"phy_rate":0},)"
-      R"("receiver":{"packet_errors":0,"packets_received":0,"rcpi":255}},)"
-      R"({"from":"02:19:05:A0:00:02","from_interface":"02:19:05:10:00:21","to":"02:19:05:A0:00:01",)"
-      R"("to_interface":"02:19:05:10:00:11","transmitter":{"packet_errors":4,"transmitted_packets":500,)"
-      R"("mac_throughput_capacity":1000,"link_availability":100,"phy_rate":1000},)"
-      R"("receiver":{"packet_errors":3,"packets_received":400,"rcpi":255}},)"
-      R"({"from":"02:19:05:A0:00:02","from_interface":"02:19:05:10:00:22","to":"02:19:05:A0:00:03",)"
-      R"("to_interface":"02:19:05:10:00:31","transmitter":{"packet_errors":0,"transmitted_packets":0,)"
-      R"("mac_throughput_capacity":0,"link_availability":100,"phy_rate":0},)"
-      R"("receiver":{"packet_errors":0,"packets_received":0,"rcpi":255}}]})"
-      "\n");
+/// What the interface `from` tells of the interface `to`, or of the device alone.
+TopologyView::Link link(std::uint8_t from, std::uint8_t to, bool is_known = true) {
+  TopologyView::Link link{device_mac(from / 16), interface_mac(from), device_mac(to / 16), {}, false, {}, {}};
+  if (is_known) {
+    link.to_interface = interface_mac(to);
+  }
+  return link;
 }
 
-TEST_F(TopologyViewTest, DrawsEachLinkOnce) {
-  const std::string dot = to_dot(view_topology("a \"name\"", middle.entity));
+/// Node 1 sees nodes 2 and 3 over a switch, node 4 behind a blocked port of node 2, and the stations 5 and 6 of node
+/// 3's radio. Of node 6 it has only heard; node 7 has been silent for long.
+TopologyView everything() {
+  TopologyView view;
+  view.name = "a \"name\" & <more>";
+  view.nodes = {node(1, 2),
+                node(2, 2),
+                node(3, 2),
+                node(4, 1),
+                node(5, 1),
+                node(6, 0, State::HEARD_OF),
+                node(7, 1, State::UNREACHABLE)};
+  view.nodes[0].is_self = true;
+  view.nodes[0].meshd_version = {0, 1};
+  view.nodes[0].bridges = {{interface_mac(0x11), interface_mac(0x12)}};
+  view.nodes[0].hosts = {{interface_mac(0x12), {mac(0x55, 1), mac(0x55, 2)}}};
+  view.nodes[1].age = std::chrono::seconds(12);
+  view.nodes[1].blocked = {{InterfaceType::ETHERNET, interface_mac(0x22), "lan2", 0b11}};
+  view.nodes[2].hosts = {{interface_mac(0x39), {mac(0x55, 3)}}};
+  view.nodes[2].interfaces[1] = {interface_mac(0x32), InterfaceType::WLAN,
+                                 static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ)};
+  view.nodes[4].interfaces[0] = {interface_mac(0x51), InterfaceType::WLAN,
+                                 static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ)};
+  view.nodes[5].told_by = {device_mac(3)};
+  view.nodes[6].told_by = {device_mac(2), device_mac(3)};
+  view.nodes[6].age = std::chrono::seconds(300);
+  view.links = {link(0x11, 0x21),        link(0x11, 0x31),        link(0x21, 0x11), link(0x21, 0x31, false),
+                link(0x22, 0x41),        link(0x31, 0x11, false), link(0x32, 0x51), link(0x32, 0x61, false),
+                link(0x33, 0x71, false), link(0x41, 0x22, false), link(0x51, 0x32)};
+  view.links[0].transmitter = sent(1000, 100);
+  view.links[0].receiver = received(400);
+  view.links[0].is_bridged = true;
+  view.links[6].transmitter = sent(433, 80);
+  view.links[10].transmitter = sent(866, 90);
+  view.links[10].receiver = received(7);
+  view.names = {
+      {device_mac(1), view.name}, {device_mac(2), "two"}, {interface_mac(0x12), "lan2"}, {mac(0x55, 2), "tv"}};
+  return view;
+}
+
+TEST(TopologyView, IsShownAsText) {
+  EXPECT_EQ(to_text(everything()), R"(node 02:19:05:A0:00:01 (a "name" & <more>, this node), meshd 0.1
+  interface 02:19:05:10:00:11 ETHERNET GIGABIT_ETHERNET, bridge 1
+    link to 02:19:05:A0:00:02 (two) at 02:19:05:10:00:21 over a bridge: 1000 Mb/s, 100 % available, sent 500 packets with 4 errors, received 400 packets with 0 errors
+    link to 02:19:05:A0:00:03 at 02:19:05:10:00:31
+  interface 02:19:05:10:00:12 ETHERNET GIGABIT_ETHERNET lan2, bridge 1
+    host 02:19:05:55:00:01
+    host 02:19:05:55:00:02 (tv)
+
+node 02:19:05:A0:00:02 (two), answered 12 s ago
+  interface 02:19:05:10:00:21 ETHERNET GIGABIT_ETHERNET
+    link to 02:19:05:A0:00:01 (a "name" & <more>) at 02:19:05:10:00:11
+    link to 02:19:05:A0:00:03
+  interface 02:19:05:10:00:22 ETHERNET GIGABIT_ETHERNET
+    blocked ETHERNET lan2, filter actions 0000000000000011
+    link to 02:19:05:A0:00:04 at 02:19:05:10:00:41
+
+node 02:19:05:A0:00:03, answered
+  interface 02:19:05:10:00:31 ETHERNET GIGABIT_ETHERNET
+    link to 02:19:05:A0:00:01 (a "name" & <more>)
+  interface 02:19:05:10:00:32 WLAN AC_5_GHZ
+    link to 02:19:05:A0:00:05 at 02:19:05:10:00:51: 433 Mb/s, 80 % available, sent 500 packets with 4 errors
+    link to 02:19:05:A0:00:06
+  interface 02:19:05:10:00:33
+    link to 02:19:05:A0:00:07
+  interface 02:19:05:10:00:39
+    host 02:19:05:55:00:03
+
+node 02:19:05:A0:00:04, answered
+  interface 02:19:05:10:00:41 ETHERNET GIGABIT_ETHERNET
+    link to 02:19:05:A0:00:02 (two)
+
+node 02:19:05:A0:00:05, answered
+  interface 02:19:05:10:00:51 WLAN AC_5_GHZ
+    link to 02:19:05:A0:00:03 at 02:19:05:10:00:32: 866 Mb/s, 90 % available, sent 500 packets with 4 errors, received 7 packets with 0 errors
+
+node 02:19:05:A0:00:06, heard of, told by 02:19:05:A0:00:03
+
+node 02:19:05:A0:00:07, unreachable, answered 300 s ago, told by two, 02:19:05:A0:00:03
+  interface 02:19:05:10:00:71 ETHERNET GIGABIT_ETHERNET
+)");
+  EXPECT_THAT(to_brief_text(everything()),
+              StartsWith(
+                  R"(AL MAC             NAME               MESHD  INTERFACES  LINKS  HOSTS  STATE
+02:19:05:A0:00:01  a "name" & <more>  0.1             2      2      2  this node
+02:19:05:A0:00:02  two                -               2      3      0  answered 12 s ago
+)"));
+}
+
+/// Each case once: the rest of the object is more of the same.
+TEST(TopologyView, IsJsonInOneLine) {
+  const std::string json = to_json(everything());
+  for (
+      const char* part :
+      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"told_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"]}]},{)",
+       R"("blocked":[{"mac":"02:19:05:10:00:22","name":"lan2","type":"ETHERNET","filter_actions":3}],"name":"two","state":"answered","age":12,)",
+       R"(,{"al_mac":"02:19:05:A0:00:06","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[],"name":null,"state":"heard_of","age":null,"told_by":["02:19:05:A0:00:03"],"bridges":[],"hosts":[]},{)",
+       R"("state":"unreachable","age":300,)",
+       R"(}],"links":[{"from":"02:19:05:A0:00:01","from_interface":"02:19:05:10:00:11","to":"02:19:05:A0:00:02","to_interface":"02:19:05:10:00:21","transmitter":{"packet_errors":4,"transmitted_packets":500,"mac_throughput_capacity":0,"link_availability":100,"phy_rate":1000},"receiver":{"packet_errors":0,"packets_received":400,"rcpi":255},"bridged":true},{)",
+       R"("to":"02:19:05:A0:00:03","to_interface":null,"transmitter":null,"receiver":null,"bridged":false},{)"}) {
+    EXPECT_THAT(json, HasSubstr(part));
+  }
+  EXPECT_EQ(json.find('\n'), json.size() - 1);
+}
+
+/// Parts are drawn once however many tell of them; what is not known well is dashed, what is blocked red.
+TEST(TopologyView, IsAGraph) {
+  const std::string dot = to_dot(everything());
   EXPECT_THAT(
-      dot, HasSubstr("\"02:19:05:A0:00:02\" [label=\"a \\\"name\\\"\\n02:19:05:A0:00:02\\nmeshd 0.2\", penwidth=2]"));
-  EXPECT_THAT(dot, HasSubstr("\"02:19:05:A0:00:01\" -- \"02:19:05:A0:00:02\" [label="));
-  EXPECT_THAT(dot, HasSubstr("\"02:19:05:A0:00:02\" -- \"02:19:05:A0:00:03\" [label="));
-  std::size_t edges = 0;
-  for (std::size_t place = 0; (place = dot.find(" -- ", place)) != std::string::npos; ++place) {
-    ++edges;
-  }
-  EXPECT_EQ(edges, 2U);
+      dot,
+      HasSubstr(
+          R"(  "02:19:05:A0:00:01" [label=<<table border="3" cellborder="0" cellspacing="0" style="rounded"><tr><td><b>a &quot;name&quot; &amp; &lt;more&gt;<br/>02:19:05:A0:00:01</b><br/>meshd 0.1</td></tr><hr/><tr><td port="i0" align="left">02:19:05:10:00:11  GIGABIT_ETHERNET, bridge 1</td></tr><hr/><tr><td port="i1" align="left">lan2 02:19:05:10:00:12  GIGABIT_ETHERNET, bridge 1</td></tr></table>>];
+  "hosts 02:19:05:10:00:12" [shape=box, style=filled, fillcolor="#eeeeee", color="#bbbbbb", label=<02:19:05:55:00:01<br/>tv 02:19:05:55:00:02<br/>>];
+  "02:19:05:A0:00:01":i1 -- "hosts 02:19:05:10:00:12" [color="#999999"];
+)"));
+  EXPECT_THAT(dot, HasSubstr(R"(bgcolor="#f4c7c3">02:19:05:10:00:22  GIGABIT_ETHERNET, blocked<)"));
+  EXPECT_THAT(dot, HasSubstr(R"(style="rounded,dashed"><tr><td><b>02:19:05:A0:00:06</b><br/><i>heard of</i></td>)"));
+  EXPECT_THAT(dot, EndsWith(R"(
+  "02:19:05:A0:00:02":i1 -- "02:19:05:A0:00:04":i0 [label="", color="#c0392b"];
+  switch1 [shape=ellipse, style=filled, fillcolor="#d6e4f5", label="switch"];
+  "02:19:05:A0:00:01":i0 -- switch1 [label="1000 Mb/s, 100 %"];
+  "02:19:05:A0:00:02":i0 -- switch1 [label=""];
+  "02:19:05:A0:00:03":i0 -- switch1 [label=""];
+  "02:19:05:A0:00:03":i1 -- "02:19:05:A0:00:05":i0 [label="433 Mb/s, 80 %"];
+  "02:19:05:A0:00:03":i1 -- "02:19:05:A0:00:06" [label="", style=dashed];
+  "02:19:05:A0:00:03" -- "02:19:05:A0:00:07" [label="", style=dashed];
+}
+)"));
+}
+
+TEST(TopologyView, TakesNamesFromEthers) {
+  std::istringstream file("# 2:19:5:a0:0:1 no\n\n02:19:05:A0:00:01 one # the first\n2:19:5:a0:0:2 tw\x1B\n2:19:5 no\n");
+  EXPECT_EQ(read_names(file), (Names{{device_mac(1), "one"}, {device_mac(2), "tw?"}}));
 }
 
 }  // namespace

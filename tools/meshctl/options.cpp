@@ -151,8 +151,6 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
 
 Options parse_options(int argc, const char* const* argv) {
   Options options;
-  bool topology_json = false;
-  bool dot = false;
   CLI::App app(DESCRIPTION, "meshctl");
   app.footer(FOOTER);
   app.get_formatter()->label("SUBCOMMAND", "COMMAND");
@@ -170,8 +168,13 @@ Options parse_options(int argc, const char* const* argv) {
   add_verb(app, options, Verb::EVENTS, "events", "Print a daemon's events as they come, with their times")
       ->add_flag("--json", options.json, "As JSON, an object in each line");
   CLI::App* topology = add_verb(app, options, Verb::TOPOLOGY, "topology", "Print what a daemon knows of the mesh");
-  CLI::Option* json_flag = topology->add_flag("--json", topology_json, "As JSON");
-  topology->add_flag("--dot", dot, "As a graph for Graphviz")->excludes(json_flag);
+  const auto add_format = [&](const std::string& name, const std::string& format, const std::string& description) {
+    return topology->add_flag_callback(
+        name, [&options, format] { options.format = format; }, description);
+  };
+  CLI::Option* brief = add_format("--brief", "BRIEF", "A line for each node");
+  CLI::Option* json = add_format("--json", "JSON", "As JSON")->excludes(brief);
+  add_format("--dot", "DOT", "As a graph for Graphviz")->excludes(brief)->excludes(json);
   add_opclass(app, options);
   const int words = find_words(argc, argv);
   try {
@@ -187,11 +190,6 @@ Options parse_options(int argc, const char* const* argv) {
     options.words.assign(argv + words, argv + argc);
   }
   check(options.opclass);
-  if (topology_json) {
-    options.format = "JSON";
-  } else if (dot) {
-    options.format = "DOT";
-  }
   return options;
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <fstream>
 #include <sstream>
 #include <stdexcept>
 
@@ -68,7 +69,7 @@ int on_unblock(ctlcmd_session* session, int argc, const char* const* argv, void*
 
 DebugShell::DebugShell(Entity& entity, qel::daemon::Mainloop& loop) : entity_(entity), loop_(loop) {
   const auto module = loop_.create_ctlcmd_module(MODULE, this);
-  module->add_command("TOPOLOGY", on_topology, "show what is known of the mesh: TEXT (default), JSON or DOT");
+  module->add_command("TOPOLOGY", on_topology, "show what is known of the mesh: TEXT (default), BRIEF, JSON or DOT");
   module->add_command("NEIGHBORS", on_neighbors, "show the links to neighbors and when they were heard of");
   module->add_command("INTERFACES", on_interfaces, "show our interfaces");
   module->add_command("COUNTERS", on_counters, "show what became of the frames received");
@@ -83,10 +84,15 @@ DebugShell::DebugShell(Entity& entity, qel::daemon::Mainloop& loop) : entity_(en
 DebugShell::~DebugShell() { loop_.remove_ctlcmd_module(MODULE); }
 
 std::string DebugShell::topology(std::string format) const {
-  const TopologyView view = view_topology(loop_.get_name(), entity_);
+  std::ifstream names("/etc/ethers");
+  const TopologyView view =
+      view_topology(loop_.get_name(), entity_, std::chrono::steady_clock::now(), read_names(names));
   format = qel::to_upper(std::move(format));
   if (format == "TEXT") {
     return to_text(view);
+  }
+  if (format == "BRIEF") {
+    return to_brief_text(view);
   }
   if (format == "JSON") {
     return to_json(view);
@@ -94,7 +100,7 @@ std::string DebugShell::topology(std::string format) const {
   if (format == "DOT") {
     return to_dot(view);
   }
-  throw std::invalid_argument("the formats are TEXT, JSON and DOT");
+  throw std::invalid_argument("the formats are TEXT, BRIEF, JSON and DOT");
 }
 
 std::string DebugShell::neighbors() const {

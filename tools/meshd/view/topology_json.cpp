@@ -17,14 +17,14 @@ using qel::serialization::YAJLStream;
 
 class Writer {
  public:
-  explicit Writer(YAJLStream& stream) : stream_(stream) {}
+  Writer(YAJLStream& stream, const TopologyView& view) : stream_(stream), view_(view) {}
 
-  void write(const TopologyView& view) {
+  void write() {
     wrap_in_yajl_object(stream_, [&] {
-      put("name", view.name);
-      put("al_mac", view.nodes.front().al_mac);
-      put_array("nodes", view.nodes);
-      put_array("links", view.links);
+      put("name", view_.name);
+      put("al_mac", view_.nodes.front().al_mac);
+      put_array("nodes", view_.nodes);
+      put_array("links", view_.links);
     });
   }
 
@@ -58,6 +58,11 @@ class Writer {
     }
   }
 
+  std::optional<std::string> name_of(const qel::MACAddress& mac) const {
+    const std::string name = view_.name_of(mac);
+    return name.empty() ? std::nullopt : std::optional(name);
+  }
+
   void put_content(const TopologyView::Node& node) {
     put("al_mac", node.al_mac);
     put("self", node.is_self);
@@ -65,11 +70,22 @@ class Writer {
     put_optional("meshd_version", node.meshd_version ? std::optional(node.meshd_version->to_string()) : std::nullopt);
     put_array("interfaces", node.interfaces);
     put_array("blocked", node.blocked);
+    put_optional("name", name_of(node.al_mac));
+    put("state", enum_to_string(node.state));
+    put_optional("age", node.age ? std::optional(node.age->count()) : std::nullopt);
+    put("told_by", node.told_by);
+    put("bridges", node.bridges);
+    put_array("hosts", node.hosts);
+  }
+
+  void put_content(const TopologyView::Hosts& hosts) {
+    put("interface", hosts.interface);
+    put("macs", hosts.macs);
   }
 
   void put_content(const TopologyView::Interface& interface) {
     put("mac", interface.mac);
-    put_optional("name", interface.name.empty() ? std::nullopt : std::optional(interface.name));
+    put_optional("name", name_of(interface.mac));
     put("type", enum_to_string(interface.type));
     put("mode", interface_mode_to_string(interface.type, interface.mode));
   }
@@ -88,6 +104,7 @@ class Writer {
     put_optional("to_interface", link.to_interface);
     put_object("transmitter", link.transmitter);
     put_object("receiver", link.receiver);
+    put("bridged", link.is_bridged);
   }
 
   void put_content(const TransmitterLinkMetricInformation& information) {
@@ -105,6 +122,7 @@ class Writer {
   }
 
   YAJLStream& stream_;
+  const TopologyView& view_;
   SerializationContext context_;
 };
 
@@ -113,7 +131,7 @@ class Writer {
 std::string to_json(const TopologyView& view) {
   std::ostringstream os;
   YAJLStream stream(os, qel::serialization::YAJLIndentation::COMPACT);
-  Writer(stream).write(view);
+  Writer(stream, view).write();
   return os.str() + '\n';
 }
 

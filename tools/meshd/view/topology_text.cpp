@@ -1,7 +1,9 @@
 #include <algorithm>
+#include <iomanip>
 #include <map>
 #include <sstream>
 #include <utility>
+#include <vector>
 
 #include "tools/meshd/view/topology_view.h"
 
@@ -12,117 +14,185 @@ namespace {
 using qel::MACAddress;
 using qel::ieee1905_1::QELBlockedInterface;
 using Node = TopologyView::Node;
+using Interface = TopologyView::Interface;
+using Hosts = TopologyView::Hosts;
 using Link = TopologyView::Link;
+using State = TopologyView::State;
 
-/// The two devices, in one order whichever end tells the link.
-using Ends = std::pair<MACAddress, MACAddress>;
-
-Ends ends_of(const Link& link) { return std::minmax(link.from, link.to); }
-
-void print(std::ostream& os, const Link& link) {
-  os << "  link " << link.from_interface << " -> " << link.to;
-  if (link.to_interface) {
-    os << " (" << *link.to_interface << ")";
+std::string state_of(const TopologyView& view, const Node& node) {
+  if (node.is_self) {
+    return "this node";
   }
-  if (link.transmitter) {
-    os << ": " << link.transmitter->get_phy_rate() << " Mb/s, " << link.transmitter->get_link_availability()
-       << " % available, sent " << link.transmitter->get_transmitted_packets() << " packets with "
-       << link.transmitter->get_packet_erros() << " errors";
+  const std::string ago = node.age ? ' ' + std::to_string(node.age->count()) + " s ago" : "";
+  if (node.state == State::ANSWERED) {
+    return "answered" + ago;
   }
-  if (link.receiver) {
-    os << (link.transmitter ? ", " : ": ") << "received " << link.receiver->get_packets_received() << " packets with "
-       << link.receiver->get_packet_erros() << " errors";
+  std::string text = node.state == State::UNREACHABLE ? "unreachable" : "heard of";
+  text += ago.empty() ? "" : ", answered" + ago;
+  const char* before = ", told by ";
+  for (const MACAddress& teller : node.told_by) {
+    const std::string name = view.name_of(teller);
+    text += std::exchange(before, ", ") + (name.empty() ? teller.to_string() : name);
   }
-  os << '\n';
+  return text;
 }
 
-/// As Graphviz reads it.
-std::string quoted(const std::string& text) {
-  std::string result = "\"";
-  for (const char character : text) {
-    if (character == '\n') {
-      result += "\\n";
-      continue;
+/// Each node with its interfaces, and at each interface what is there.
+class Text {
+ public:
+  explicit Text(const TopologyView& view) : view_(view) {
+    for (const Link& link : view.links) {
+      links_[{link.from, link.from_interface}].push_back(&link);
     }
-    if (character == '"' || character == '\\') {
-      result += '\\';
+    for (const Node& node : view.nodes) {
+      print(node);
     }
-    result += character;
   }
-  return result + '"';
-}
+
+  std::string text() const { return os_.str(); }
+
+ private:
+  void print(const Node& node) {
+    const std::string name = view_.name_of(node.al_mac);
+    os_ << (node.is_self ? "node " : "\nnode ") << node.al_mac;
+    if (node.is_self) {
+      os_ << " (" << name << ", this node)";
+    } else if (!name.empty()) {
+      os_ << " (" << name << ')';
+    }
+    if (node.meshd_version) {
+      os_ << ", meshd " << *node.meshd_version;
+    }
+    os_ << (node.is_self ? "" : ", " + state_of(view_, node)) << '\n';
+    for (const Interface& interface : node.interfaces) {
+      os_ << "  interface " << interface.mac << ' ' << interface.type << ' '
+          << interface_mode_to_string(interface.type, interface.mode);
+      const std::string interface_name = view_.name_of(interface.mac);
+      os_ << (interface_name.empty() ? "" : ' ' + interface_name);
+      for (std::size_t i = 0; i < node.bridges.size(); ++i) {
+        if (std::ranges::find(node.bridges[i], interface.mac) != node.bridges[i].end()) {
+          os_ << ", bridge " << i + 1;
+        }
+      }
+      os_ << '\n';
+      print_at(node, interface.mac);
+    }
+    for (const MACAddress& mac : interfaces_not_told(node)) {
+      os_ << "  interface " << mac << '\n';
+      print_at(node, mac);
+    }
+  }
+
+  /// Those that it has not told of, but something at them.
+  std::vector<MACAddress> interfaces_not_told(const Node& node) const {
+    std::vector<MACAddress> macs;
+    for (auto place = links_.lower_bound({node.al_mac, MACAddress()});
+         place != links_.end() && place->first.first == node.al_mac; ++place) {
+      macs.push_back(place->first.second);
+    }
+    std::ranges::transform(node.blocked, std::back_inserter(macs), &QELBlockedInterface::get_mac_address);
+    std::ranges::transform(node.hosts, std::back_inserter(macs), &Hosts::interface);
+    std::ranges::sort(macs);
+    macs.erase(std::unique(macs.begin(), macs.end()), macs.end());
+    std::erase_if(macs, [&](const MACAddress& mac) {
+      return std::ranges::find(node.interfaces, mac, &Interface::mac) != node.interfaces.end();
+    });
+    return macs;
+  }
+
+  void print_at(const Node& node, const MACAddress& interface) {
+    for (const QELBlockedInterface& blocked : node.blocked) {
+      if (blocked.get_mac_address() == interface) {
+        os_ << "    blocked " << blocked.get_type() << ' ' << blocked.get_name() << ", filter actions "
+            << blocked.get_filter_actions() << '\n';
+      }
+    }
+    if (const auto links = links_.find({node.al_mac, interface}); links != links_.end()) {
+      for (const Link* link : links->second) {
+        print(*link);
+      }
+    }
+    for (const Hosts& hosts : node.hosts) {
+      if (hosts.interface == interface) {
+        for (const MACAddress& host : hosts.macs) {
+          os_ << "    host " << named(host) << '\n';
+        }
+      }
+    }
+  }
+
+  void print(const Link& link) {
+    os_ << "    link to " << named(link.to);
+    if (link.to_interface) {
+      os_ << " at " << *link.to_interface;
+    }
+    os_ << (link.is_bridged ? " over a bridge" : "");
+    if (link.transmitter) {
+      os_ << ": " << link.transmitter->get_phy_rate() << " Mb/s, " << link.transmitter->get_link_availability()
+          << " % available, sent " << link.transmitter->get_transmitted_packets() << " packets with "
+          << link.transmitter->get_packet_erros() << " errors";
+    }
+    if (link.receiver) {
+      os_ << (link.transmitter ? ", " : ": ") << "received " << link.receiver->get_packets_received()
+          << " packets with " << link.receiver->get_packet_erros() << " errors";
+    }
+    os_ << '\n';
+  }
+
+  /// The address, and its name if it has one.
+  std::string named(const MACAddress& mac) const {
+    const std::string name = view_.name_of(mac);
+    return mac.to_string() + (name.empty() ? "" : " (" + name + ')');
+  }
+
+  const TopologyView& view_;
+  std::map<std::pair<MACAddress, MACAddress>, std::vector<const Link*>> links_;  // by node and interface
+  std::ostringstream os_;
+};
 
 }  // namespace
 
-std::string to_text(const TopologyView& view) {
-  std::ostringstream os;
-  for (const Node& node : view.nodes) {
-    os << "node " << node.al_mac;
-    if (node.is_self) {
-      os << " (" << view.name << ", this node)";
-    }
-    if (node.meshd_version) {
-      os << ", meshd " << *node.meshd_version;
-    }
-    if (!node.has_answered) {
-      os << ", known by name only";
-    }
-    os << '\n';
-    for (const TopologyView::Interface& interface : node.interfaces) {
-      os << "  interface " << interface.mac << ' ' << interface.type << ' '
-         << interface_mode_to_string(interface.type, interface.mode);
-      if (!interface.name.empty()) {
-        os << ' ' << interface.name;
-      }
-      os << '\n';
-    }
-    for (const QELBlockedInterface& interface : node.blocked) {
-      os << "  blocked " << interface.get_mac_address() << ' ' << interface.get_type() << ' ' << interface.get_name()
-         << ", filter actions " << interface.get_filter_actions() << '\n';
-    }
-    for (const Link& link : view.links) {
-      if (link.from == node.al_mac) {
-        print(os, link);
-      }
-    }
+std::string enum_to_string(TopologyView::State state) {
+  switch (state) {
+    case State::ANSWERED:
+      return "answered";
+    case State::HEARD_OF:
+      return "heard_of";
+    case State::UNREACHABLE:
+      return "unreachable";
   }
-  return os.str();
+  return "";
 }
 
-std::string to_dot(const TopologyView& view) {
-  std::ostringstream os;
-  os << "graph mesh {\n  node [shape=box, style=rounded, fontname=\"sans-serif\"];\n  edge "
-        "[fontname=\"sans-serif\"];\n";
-  for (const Node& node : view.nodes) {
-    std::string label = node.al_mac.to_string();
-    if (node.is_self) {
-      label.insert(0, view.name + '\n');
-    }
-    if (node.meshd_version) {
-      label += "\nmeshd " + node.meshd_version->to_string();
-    }
-    os << "  \"" << node.al_mac << "\" [label=" << quoted(label) << (node.is_self ? ", penwidth=2" : "")
-       << (node.has_answered ? "" : ", style=\"rounded,dashed\"") << "];\n";
-  }
-  // Both ends may tell the same links, the one with and the other without metrics: as many edges are drawn as the end
-  // that tells more of them does.
-  std::map<Ends, std::map<MACAddress, std::vector<const Link*>>> told;
+std::string to_text(const TopologyView& view) { return Text(view).text(); }
+
+std::string to_brief_text(const TopologyView& view) {
+  std::map<MACAddress, std::size_t> links;
   for (const Link& link : view.links) {
-    told[ends_of(link)][link.from].push_back(&link);
+    ++links[link.from];
   }
-  for (const auto& [ends, tellers] : told) {
-    const auto most = std::max_element(tellers.begin(), tellers.end(), [](const auto& left, const auto& right) {
-      return left.second.size() < right.second.size();
-    });
-    for (const Link* link : most->second) {
-      os << "  \"" << ends.first << "\" -- \"" << ends.second << '"';
-      if (link->transmitter) {
-        os << " [label=\"" << link->transmitter->get_phy_rate() << " Mb/s\"]";
-      }
-      os << ";\n";
+  std::size_t width = 4;
+  for (const Node& node : view.nodes) {
+    width = std::max(width, view.name_of(node.al_mac).size());
+  }
+  std::ostringstream os;
+  const auto print = [&](const auto& al_mac, const std::string& name, const auto& version, const auto& interfaces,
+                         const auto& told_links, const auto& hosts, const std::string& state) {
+    os << std::left << std::setw(19) << al_mac << std::setw(static_cast<int>(width) + 2) << name << std::setw(7)
+       << version << std::right << std::setw(10) << interfaces << std::setw(7) << told_links << std::setw(7) << hosts
+       << "  " << state << '\n';
+  };
+  print("AL MAC", "NAME", "MESHD", "INTERFACES", "LINKS", "HOSTS", "STATE");
+  for (const Node& node : view.nodes) {
+    const std::string name = view.name_of(node.al_mac);
+    std::size_t hosts = 0;
+    for (const Hosts& some : node.hosts) {
+      hosts += some.macs.size();
     }
+    print(node.al_mac.to_string(), name.empty() ? "-" : name,
+          node.meshd_version ? node.meshd_version->to_string() : "-", node.interfaces.size(), links[node.al_mac], hosts,
+          state_of(view, node));
   }
-  os << "}\n";
   return os.str();
 }
 

@@ -1,6 +1,7 @@
 #include "tools/meshd/view/topology_view.h"
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 
 #include "tools/meshd/entity/messages.h"
@@ -14,119 +15,146 @@ using qel::MACAddress;
 using Node = TopologyView::Node;
 using Link = TopologyView::Link;
 
-Node& node_of(TopologyView& view, const MACAddress& al_mac) {
-  const auto place =
-      std::find_if(view.nodes.begin(), view.nodes.end(), [&](const Node& node) { return node.al_mac == al_mac; });
-  if (place != view.nodes.end()) {
-    return *place;
-  }
-  Node& node = view.nodes.emplace_back();
-  node.al_mac = al_mac;
-  return node;
-}
-
-/// The link that is meant by a metric. A neighbour list names no interface of the neighbour: a link from there is as
-/// good, and gets the name.
-Link& link_of(TopologyView& view, const MACAddress& from, const MACAddress& from_interface, const MACAddress& to,
-              const std::optional<MACAddress>& to_interface) {
-  for (Link& link : view.links) {
-    if (link.from == from && link.from_interface == from_interface && link.to == to &&
-        (!link.to_interface || !to_interface || link.to_interface == to_interface)) {
-      if (to_interface) {
-        link.to_interface = to_interface;
+class Builder {
+ public:
+  Builder(const std::string& name, const Entity& entity, Names names) : entity_(entity) {
+    view_.name = name;
+    view_.names = std::move(names);
+    view_.names[entity.config().al_mac] = name;
+    add_self();
+    for (const Neighbor& neighbor : entity.neighbors().all()) {
+      add(neighbor);
+    }
+    for (const Link& link : view_.links) {
+      Node& node = node_of(link.to);
+      if (std::ranges::find(node.told_by, link.from) == node.told_by.end()) {
+        node.told_by.push_back(link.from);
       }
-      return link;
     }
   }
-  return view.links.emplace_back(Link{from, from_interface, to, to_interface, {}, {}});
-}
 
-void add_metrics(TopologyView& view, const MACAddress& from, const TransmitterLinkMetricTLV& tlv) {
-  for (const TransmitterLinkMetric& metric : tlv.get_transmitter_link_metric_vector()) {
-    link_of(view, from, metric.get_receiving_interface_MAC(), tlv.get_neighbor_AL_MAC(),
-            metric.get_neighbor_interface_MAC())
-        .transmitter = metric.get_link_metric_information();
-  }
-}
+  TopologyView take() { return std::move(view_); }
 
-void add_metrics(TopologyView& view, const MACAddress& from, const ReceiverLinkMetricTLV& tlv) {
-  for (const ReceiverLinkMetric& metric : tlv.get_receiver_link_metric_vector()) {
-    link_of(view, from, metric.get_receiving_interface_MAC(), tlv.get_neighbor_AL_MAC(),
-            metric.get_neighbor_interface_MAC())
-        .receiver = metric.get_link_metric_information();
-  }
-}
-
-/// Others give their interfaces any name; those of real interfaces hold no white space.
-void add_blocked(Node& node, const std::vector<QELBlockedInterface>& blocked) {
-  for (QELBlockedInterface interface : blocked) {
-    std::string name = interface.get_name();
-    std::replace_if(
-        name.begin(), name.end(), [](char character) { return character <= ' ' || character > '~'; }, '?');
-    interface.set_name(name);
-    node.blocked.push_back(std::move(interface));
-  }
-}
-
-void add_self(TopologyView& view, const Entity& entity) {
-  const Entity::Config& config = entity.config();
-  const std::vector<InterfaceState> states = entity.read_states();
-  Node& self = node_of(view, config.al_mac);
-  self.is_self = true;
-  self.has_answered = true;
-  self.meshd_version = config.version;
-  for (std::size_t index = 0; index < config.interfaces.size(); ++index) {
-    if (!config.interfaces[index].is_there()) {
-      continue;
+ private:
+  Node& node_of(const MACAddress& al_mac) {
+    const auto [place, is_new] = nodes_.try_emplace(al_mac, view_.nodes.size());
+    if (is_new) {
+      view_.nodes.emplace_back().al_mac = al_mac;
     }
-    const InterfaceInformation information = interface_information(config.interfaces[index], states[index]);
-    self.interfaces.push_back({information.get_mac(), config.interfaces[index].name, information.get_interface_type(),
-                               information.get_interface_mode()});
+    return view_.nodes[place->second];
   }
-  add_blocked(self, entity.blocked_interfaces());
-  for (const Neighbor& neighbor : entity.neighbors().all()) {
-    add_metrics(view, config.al_mac, transmitter_metrics(config.al_mac, neighbor, config.interfaces, states));
-    add_metrics(view, config.al_mac, receiver_metrics(config.al_mac, neighbor, config.interfaces, states));
-  }
-}
 
-void add_neighbor(TopologyView& view, const Neighbor& neighbor) {
-  Node& node = node_of(view, neighbor.al_mac);
-  node.meshd_version = neighbor.meshd_version;
-  add_blocked(node, neighbor.blocked_interfaces);
-  if (neighbor.device) {
-    node.has_answered = true;
-    for (const InterfaceInformation& interface : neighbor.device->get_interface_information_vector()) {
-      node.interfaces.push_back(
-          {interface.get_mac(), "", interface.get_interface_type(), interface.get_interface_mode()});
+  /// The link that is meant by a metric. A neighbour list names no interface of the neighbour: a link from there is as
+  /// good, and gets the name.
+  Link& link_of(const MACAddress& from, const MACAddress& from_interface, const MACAddress& to,
+                const std::optional<MACAddress>& to_interface) {
+    std::vector<std::size_t>& known = links_[{from, from_interface, to}];
+    for (const std::size_t place : known) {
+      Link& link = view_.links[place];
+      if (!link.to_interface || !to_interface || link.to_interface == to_interface) {
+        if (to_interface) {
+          link.to_interface = to_interface;
+        }
+        return link;
+      }
+    }
+    known.push_back(view_.links.size());
+    return view_.links.emplace_back(Link{from, from_interface, to, to_interface, false, {}, {}});
+  }
+
+  void add_metrics(const MACAddress& from, const TransmitterLinkMetricTLV& tlv) {
+    for (const TransmitterLinkMetric& metric : tlv.get_transmitter_link_metric_vector()) {
+      Link& link = link_of(from, metric.get_receiving_interface_MAC(), tlv.get_neighbor_AL_MAC(),
+                           metric.get_neighbor_interface_MAC());
+      const TransmitterLinkMetricInformation& information = metric.get_link_metric_information();
+      link.transmitter = information;
+      link.is_bridged = link.is_bridged ||
+                        information.get_bridge_flag() == TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE;
     }
   }
-  for (const IEEE1905NeighborDeviceTLV& tlv : neighbor.neighbors) {
-    for (const ALMAC19051Neighbor& other : tlv.get_AL_MAC_neighbor_vector()) {
-      link_of(view, neighbor.al_mac, tlv.get_local_MAC(), other.get_AL_MAC(), std::nullopt);
+
+  void add_metrics(const MACAddress& from, const ReceiverLinkMetricTLV& tlv) {
+    for (const ReceiverLinkMetric& metric : tlv.get_receiver_link_metric_vector()) {
+      link_of(from, metric.get_receiving_interface_MAC(), tlv.get_neighbor_AL_MAC(),
+              metric.get_neighbor_interface_MAC())
+          .receiver = metric.get_link_metric_information();
     }
   }
-  for (const TransmitterLinkMetricTLV& tlv : neighbor.transmitter_metrics) {
-    add_metrics(view, neighbor.al_mac, tlv);
+
+  /// Others give their interfaces any name; those of real interfaces hold no white space.
+  void add_blocked(Node& node, const std::vector<QELBlockedInterface>& blocked) {
+    for (QELBlockedInterface interface : blocked) {
+      interface.set_name(visible(interface.get_name()));
+      view_.names.try_emplace(interface.get_mac_address(), interface.get_name());
+      node.blocked.push_back(std::move(interface));
+    }
   }
-  for (const ReceiverLinkMetricTLV& tlv : neighbor.receiver_metrics) {
-    add_metrics(view, neighbor.al_mac, tlv);
+
+  void add_self() {
+    const Entity::Config& config = entity_.config();
+    const std::vector<InterfaceState> states = entity_.read_states();
+    Node& self = node_of(config.al_mac);
+    self.is_self = true;
+    self.has_answered = true;
+    self.state = TopologyView::State::ANSWERED;
+    self.meshd_version = config.version;
+    for (std::size_t index = 0; index < config.interfaces.size(); ++index) {
+      const LocalInterface& interface = config.interfaces[index];
+      if (interface.is_there()) {
+        const InterfaceInformation information = interface_information(interface, states[index]);
+        self.interfaces.push_back(
+            {information.get_mac(), information.get_interface_type(), information.get_interface_mode()});
+        view_.names[interface.mac] = interface.name;
+      }
+    }
+    add_blocked(self, entity_.blocked_interfaces());
+    for (const Neighbor& neighbor : entity_.neighbors().all()) {
+      add_metrics(config.al_mac, transmitter_metrics(config.al_mac, neighbor, config.interfaces, states));
+      add_metrics(config.al_mac, receiver_metrics(config.al_mac, neighbor, config.interfaces, states));
+    }
   }
-}
+
+  void add(const Neighbor& neighbor) {
+    Node& node = node_of(neighbor.al_mac);
+    node.meshd_version = neighbor.meshd_version;
+    add_blocked(node, neighbor.blocked_interfaces);
+    if (neighbor.device) {
+      node.has_answered = true;
+      node.state = TopologyView::State::ANSWERED;
+      for (const InterfaceInformation& interface : neighbor.device->get_interface_information_vector()) {
+        node.interfaces.push_back(
+            {interface.get_mac(), interface.get_interface_type(), interface.get_interface_mode()});
+      }
+    }
+    for (const IEEE1905NeighborDeviceTLV& tlv : neighbor.neighbors) {
+      for (const ALMAC19051Neighbor& other : tlv.get_AL_MAC_neighbor_vector()) {
+        Link& link = link_of(neighbor.al_mac, tlv.get_local_MAC(), other.get_AL_MAC(), std::nullopt);
+        link.is_bridged = other.get_IEEE802_1_bridge() == IEEE802_1_Bridge::IEEE802_1_BRIDGE;
+      }
+    }
+    for (const TransmitterLinkMetricTLV& tlv : neighbor.transmitter_metrics) {
+      add_metrics(neighbor.al_mac, tlv);
+    }
+    for (const ReceiverLinkMetricTLV& tlv : neighbor.receiver_metrics) {
+      add_metrics(neighbor.al_mac, tlv);
+    }
+  }
+
+  const Entity& entity_;
+  TopologyView view_;
+  std::map<MACAddress, std::size_t> nodes_;  // places in the view
+  std::map<std::tuple<MACAddress, MACAddress, MACAddress>, std::vector<std::size_t>> links_;
+};
 
 }  // namespace
 
-TopologyView view_topology(const std::string& name, const Entity& entity) {
-  TopologyView view;
-  view.name = name;
-  add_self(view, entity);
-  for (const Neighbor& neighbor : entity.neighbors().all()) {
-    add_neighbor(view, neighbor);
-  }
-  for (const Link& link : view.links) {
-    node_of(view, link.to);
-  }
-  return view;
+std::string TopologyView::name_of(const MACAddress& mac) const {
+  const auto place = names.find(mac);
+  return place == names.end() ? "" : place->second;
+}
+
+TopologyView view_topology(const std::string& name, const Entity& entity, Entity::TimePoint, Names names) {
+  return Builder(name, entity, std::move(names)).take();
 }
 
 }  // namespace meshd

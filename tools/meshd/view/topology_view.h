@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -11,25 +12,42 @@
 #include "qel/ieee1905_1/media_type.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 #include "tools/meshd/entity/entity.h"
+#include "tools/meshd/view/names.h"
 
 namespace meshd {
 
-/// What one node knows of the mesh: itself, its neighbours, and their neighbours by name.
+/// What one node knows of the mesh: itself and all devices that it heard of.
 struct TopologyView {
   struct Interface {
     qel::MACAddress mac;
-    std::string name;  ///< of our own interfaces only
     qel::ieee1905_1::InterfaceType type;
     qel::ieee1905_1::_InterfaceMode mode;
+  };
+
+  /// Devices without 1905.1 behind an interface.
+  struct Hosts {
+    qel::MACAddress interface;
+    std::vector<qel::MACAddress> macs;
+  };
+
+  enum class State {
+    ANSWERED,
+    HEARD_OF,     ///< others told of it; it was not asked yet, or may still answer
+    UNREACHABLE,  ///< it does not answer, or not any more
   };
 
   struct Node {
     qel::MACAddress al_mac;
     bool is_self = false;
     bool has_answered = false;  ///< it told its interfaces
+    State state = State::HEARD_OF;
+    std::optional<std::chrono::seconds> age;  ///< since it answered last; nothing when it never did
+    std::vector<qel::MACAddress> told_by;     ///< AL MACs of the devices that have it as a neighbour
     std::optional<qel::BasicVersion> meshd_version;
     std::vector<Interface> interfaces;
+    std::vector<std::vector<qel::MACAddress>> bridges;          ///< of each the interfaces
     std::vector<qel::ieee1905_1::QELBlockedInterface> blocked;  ///< names made printable
+    std::vector<Hosts> hosts;
   };
 
   /// A link as one of its ends tells it.
@@ -38,6 +56,7 @@ struct TopologyView {
     qel::MACAddress from_interface;
     qel::MACAddress to;
     std::optional<qel::MACAddress> to_interface;
+    bool is_bridged = false;  ///< there is a bridge on it that knows nothing of 1905
     std::optional<qel::ieee1905_1::TransmitterLinkMetricInformation> transmitter;
     std::optional<qel::ieee1905_1::ReceiverLinkMetricInformation> receiver;
   };
@@ -45,17 +64,27 @@ struct TopologyView {
   std::string name;         ///< of the daemon
   std::vector<Node> nodes;  ///< ourselves first
   std::vector<Link> links;  ///< by the node that tells them, in the order of the nodes
+  Names names;              ///< of nodes, interfaces and hosts, as far as they are known
+
+  /// Empty when it is not known.
+  std::string name_of(const qel::MACAddress& mac) const;
 };
 
-TopologyView view_topology(const std::string& name, const Entity& entity);
+/// `names` are those that people gave.
+TopologyView view_topology(const std::string& name, const Entity& entity, Entity::TimePoint now, Names names = {});
+
+std::string enum_to_string(TopologyView::State state);
 
 /// For people; ends with a line feed, like the others.
 std::string to_text(const TopologyView& view);
 
+/// For people who have many nodes: a line for each.
+std::string to_brief_text(const TopologyView& view);
+
 /// One object in one line; the keys are described in meshctl(1).
 std::string to_json(const TopologyView& view);
 
-/// An undirected graph for Graphviz, with one edge for each link that both its ends or one of them told.
+/// An undirected graph for Graphviz: the nodes with their interfaces, plain switches, and what is joined with what.
 std::string to_dot(const TopologyView& view);
 
 }  // namespace meshd

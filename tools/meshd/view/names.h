@@ -1,0 +1,20 @@
+#pragma once
+
+#include <iosfwd>
+#include <map>
+#include <string>
+
+#include "qel/core/mac_address.h"
+
+namespace meshd {
+
+using Names = std::map<qel::MACAddress, std::string>;
+
+/// What people call addresses, in the form of ethers(5). Lines of another form are passed over; octets of a name that
+/// are no visible ASCII are replaced by '?'.
+Names read_names(std::istream& file);
+
+/// The name with the octets replaced.
+std::string visible(std::string name);
+
+}  // namespace meshd
