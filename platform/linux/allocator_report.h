@@ -1,4 +1,4 @@
-// What the allocator says of itself, for the command shell.
+// The allocator's own figures, for the command shell.
 #ifndef QEL_PLATFORM_ALLOCATOR_REPORT_H
 #define QEL_PLATFORM_ALLOCATOR_REPORT_H
 
@@ -6,10 +6,10 @@
 
 namespace qel::platform {
 
-/// The totals, one a line.
+/// The totals, one per line.
 std::string allocator_totals();
 
-/// The whole account, as XML; empty when out of memory.
+/// The full account, as XML; empty if out of memory.
 std::string allocator_account();
 
 }  // namespace qel::platform

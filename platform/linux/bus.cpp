@@ -20,8 +20,8 @@ const char* bus_address() {
   return "unix:path=/run/dbus/system_bus_socket";
 }
 
-// Octets of the well-formed UTF-8 sequence at the start of the text (Unicode, table 3-7), or 0. NUL is not well-formed
-// here.
+// Size of the well-formed UTF-8 sequence at the start of the text (Unicode, table 3-7), or 0. NUL does not count as
+// well-formed here.
 std::size_t sequence_length(std::string_view text) {
   const auto octet = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
   const auto within = [&](std::size_t i, unsigned low, unsigned high) { return octet(i) >= low && octet(i) <= high; };
@@ -94,7 +94,7 @@ BusPlace place_of(const char* endpoint) {
   BusPlace place;
   place.path = encoded;
   free(encoded);
-  place.label = place.path.substr(sizeof kPathPrefix);  // the NUL counts for the slash
+  place.label = place.path.substr(sizeof kPathPrefix);  // sizeof counts the NUL in place of the slash
   if (sizeof kBusNamePrefix - 1 + place.label.size() <= kBusNameMax) {
     place.bus_name = kBusNamePrefix + place.label;
   }

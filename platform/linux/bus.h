@@ -1,4 +1,4 @@
-// What endpoints and clients share: the bus's address, the names on it, and owning handles for sd-bus objects.
+// Shared by endpoints and clients: the bus's address, the names on it, and owning handles for sd-bus objects.
 #ifndef QEL_PLATFORM_BUS_H
 #define QEL_PLATFORM_BUS_H
 
@@ -13,7 +13,7 @@
 
 namespace qel::platform {
 
-/// Every endpoint owns this name or waits for it, before it has its own: the bus's policy counts both as owners.
+/// Every endpoint owns this name or queues for it before it has its own name: the bus's policy treats both as owners.
 constexpr char kCommonBusName[] = "org.qel.ipc";
 constexpr char kBusNamePrefix[] = "org.qel.ipc.";
 constexpr char kPathPrefix[] = "/org/qel/ipc";
@@ -37,7 +37,7 @@ struct BusError {
   ~BusError() { sd_bus_error_free(&error); }
 };
 
-/// Runs what may be out of memory, which is a negative errno then.
+/// Runs a call that may run out of memory, and turns that into a negative errno.
 template <class Call>
 int guarded(Call call) {
   try {
@@ -47,20 +47,21 @@ int guarded(Call call) {
   }
 }
 
-/// How long the bus may take to let us in. sd-bus itself would wait 90 s for a bus that takes the connection and is
-/// silent then.
+/// How long the bus may take to accept us. sd-bus itself would wait 90 s for a bus that accepts the connection and then
+/// stays silent.
 constexpr std::uint64_t kConnectTimeoutUs = 5'000'000;
 
-/// Microseconds of the clock that sd-bus goes by.
+/// Microseconds of the clock that sd-bus uses.
 std::uint64_t now_us();
 
-/// Microseconds until then, at least one: for sd-bus, no time at all means its own time-out.
+/// Microseconds until then, at least one: sd-bus takes 0 to mean its own timeout.
 std::uint64_t time_left_us(std::uint64_t until_us);
 
-/// Begins to connect to the bus; the handshake goes on as the connection is processed. Returns 0 or a negative errno.
+/// Starts to connect to the bus; the handshake continues while the connection is processed. Returns 0 or a negative
+/// errno.
 int connect_to_bus(Bus& bus, std::uint64_t call_timeout_us);
 
-/// Waits until the connection stands. Returns 0 or a negative errno, -ETIMEDOUT when it does not until then.
+/// Waits until the connection is established. Returns 0 or a negative errno, -ETIMEDOUT if it is not by then.
 int wait_for_bus(sd_bus* bus, std::uint64_t until_us);
 
 /// An endpoint's place on the bus.
@@ -71,16 +72,16 @@ struct BusPlace {
 };
 BusPlace place_of(const char* endpoint);
 
-/// The name behind an escaped one.
+/// Reverses the escaping of a name.
 std::string unescape(const char* label);
 
-/// The negative errno for a failed call: from the error that the bus answered, or else the call's own result.
+/// The negative errno of a failed call: from the bus's error reply, or else from the call's own result.
 int to_errno(const sd_bus_error& error, int result);
 
-/// Whether D-Bus can carry the text as a string.
+/// True if D-Bus can carry the text as a string.
 bool is_utf8(std::string_view text);
 
-/// The text with everything that D-Bus cannot carry in a string replaced by U+FFFD.
+/// Replaces everything that D-Bus cannot carry in a string with U+FFFD.
 std::string to_utf8(std::string text);
 
 }  // namespace qel::platform

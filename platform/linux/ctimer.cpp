@@ -7,19 +7,19 @@
 namespace qel::platform {
 namespace {
 
-// A handle is the slot's index + 1 in the lower half of a word and the slot's generation in the upper one.
+// A handle has the slot's index + 1 in the lower half of the word and the slot's generation in the upper half.
 constexpr unsigned kHalf = sizeof(std::uintptr_t) * CHAR_BIT / 2;
 constexpr std::uintptr_t kLowHalf = (std::uintptr_t{1} << kHalf) - 1;
 
-// Three years; a double tells microseconds apart that far.
+// Three years; a double still distinguishes microseconds at that distance.
 constexpr double kAnchorSeconds = 1e8;
-// What rounding may take from a time; added, so that no timer is early.
+// The possible loss by rounding; added so that no timer is early.
 constexpr double kRounding = 1e-7;
 
 }  // namespace
 
-// (Re)starts the timer in the far future, at a time of the clock that is known within some microseconds, or if the
-// process is interrupted time after time a little less well: timers are then late by that much.
+// (Re)starts the timer in the far future, at a clock time known to within a few microseconds; less precisely if the
+// process is repeatedly interrupted, in which case timers are late by that much.
 void Loop::anchor_clock() {
   std::int64_t before = 0;
   for (int attempt = 0; attempt < 10; ++attempt) {
@@ -35,7 +35,7 @@ void Loop::anchor_clock() {
   anchor_started_ = static_cast<double>(before) * 1e-6;
 }
 
-// The time that libev counts from when a timer is started, in seconds of the monotonic clock.
+// The time from which libev counts when a timer is started, in seconds of the monotonic clock.
 double Loop::libev_now() const {
   return anchor_started_ + kAnchorSeconds - ev_timer_remaining(ev_, const_cast<ev_timer*>(&anchor_));
 }
@@ -88,10 +88,10 @@ int Loop::arm(ctimerhandle* handle, std::int64_t microseconds, ctimer_callback_f
   slot->home = handle;
   slot->callback = callback;
   slot->cbdata = cbdata;
-  slot->deadline = monotonic_now() + 1 + microseconds;  // the present one has begun
+  slot->deadline = monotonic_now() + 1 + microseconds;  // the current microsecond has already begun
   slot->order = next_arming_++;
   slot->armed = true;
-  // A count of 0 is due in the next turn, whatever the clock has done until then.
+  // A count of 0 is due in the next turn, however far the clock has advanced by then.
   const double after = microseconds > 0 ? static_cast<double>(slot->deadline) * 1e-6 - libev_now() + kRounding : 0.;
   ev_timer_init(&slot->timer, note_timer, after, 0.);
   slot->timer.data = slot;
@@ -125,7 +125,7 @@ ctimer_tval to_tval(std::int64_t microseconds) {
   return {microseconds / 1000000, static_cast<std::int32_t>(microseconds % 1000000)};
 }
 
-// The armed timer that `handle` names, or null and why there is none.
+// The armed timer of `handle`; null if there is none, with the reason in `error`.
 TimerSlot* find_armed(ctimerhandle handle, int& error) {
   Loop* loop = Loop::peek();
   bool known = false;

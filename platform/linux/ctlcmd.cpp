@@ -20,7 +20,7 @@
 namespace {
 
 using Commands = std::vector<ctlcmd_command>;
-/// Behind the last one stands a null pointer.
+/// The last word is followed by a null pointer.
 using Words = std::span<const char* const>;
 
 struct Module {
@@ -32,7 +32,7 @@ struct Module {
 
 class Service;
 
-// Kept until the process ends: modules may be unregistered while static objects are destroyed.
+// Kept until the process ends, because modules may be unregistered while static objects are destroyed.
 std::vector<Module>& modules() {
   static auto& all = *new std::vector<Module>;
   return all;
@@ -54,7 +54,7 @@ const ctlcmd_command* find_command(const ctlcmd_command* commands, std::size_t c
   return found != end ? found : nullptr;
 }
 
-// Splits a command line into words. False when a quote is not closed.
+// Splits a command line into words. Returns false if a quote is not closed.
 bool split(std::string_view line, std::vector<std::string>& words) {
   bool in_word = false;
   bool quoted = false;
@@ -84,10 +84,10 @@ bool split(std::string_view line, std::vector<std::string>& words) {
 struct ctlcmd_session {
   ctlcmd_output output;
   void* output_context;
-  const Service* service;  ///< the one asked, or null
+  const Service* service;  ///< the service that received the command, or null
 
   void print(std::string_view text) const { output(output_context, text.data(), text.size()); }
-  /// Leaves out a text that `output` throws at.
+  /// Drops the text if `output` throws.
   void try_to_print(std::string_view text) const noexcept {
     try {
       print(text);
@@ -98,7 +98,7 @@ struct ctlcmd_session {
 
 namespace {
 
-/// The shell on one endpoint.
+/// The shell of one endpoint.
 class Service final : public qel::platform::CommandServer {
  public:
   Service(qelipc* ipc, const char* endpoint, const ctlcmd_table& table)
@@ -132,7 +132,8 @@ const ctlcmd_command* find_in_table(const Service& service, const char* name) {
   return find_command(service.commands().data(), service.commands().size(), name);
 }
 
-/// In the table of the service asked; when none is, in that of the first one that knows the name, which is then asked.
+/// Searches the table of the service that received the command. If there is none, searches all services;
+/// the first that has the name becomes the service of the session.
 const ctlcmd_command* find_in_tables(ctlcmd_session& session, const char* name) {
   if (session.service != nullptr) {
     return find_in_table(*session.service, name);
@@ -146,12 +147,12 @@ const ctlcmd_command* find_in_tables(ctlcmd_session& session, const char* name) 
   return nullptr;
 }
 
-/// The command may take itself and its table away.
+/// The command may remove itself and its table.
 int call(ctlcmd_session& session, const ctlcmd_command& command, Words words, void* context) {
   return command.handler(&session, static_cast<int>(words.size()), words.data(), context);
 }
 
-/// A command of the module; without one, a command of the tables or, behind its name, of any module.
+/// Runs a command of the module. Without a module, runs a command of the tables or, after its name, of any module.
 int run_words(ctlcmd_session& session, std::string_view module_name, Words words) {
   const auto first = [&words]() -> const char* { return words.empty() ? "" : words.front(); };
   if (module_name.empty()) {
@@ -183,7 +184,7 @@ int run_words(ctlcmd_session& session, std::string_view module_name, Words words
   return CTLCMD_NO_COMMAND;
 }
 
-/// What `run` gives, also when it fails.
+/// Returns the result of `run`, even if it fails.
 template <class Run>
 int guarded(const ctlcmd_session& session, Run run) noexcept {
   try {
@@ -237,7 +238,7 @@ QEL_EXPORT void ctlcmd_printf(ctlcmd_session* session, const char* format, ...) 
   const int length = vasprintf(&text, format, values);
   va_end(values);
   if (length < 0) {
-    throw std::bad_alloc();  // an answer has no gaps: the command fails
+    throw std::bad_alloc();  // answers have no gaps, so the command fails
   }
   const std::unique_ptr<char, decltype(&free)> owner(text, free);  // the session's output may throw
   session->print({text, static_cast<std::size_t>(length)});

@@ -16,15 +16,15 @@ namespace {
 
 constexpr std::uint64_t kCallTimeoutUs = 1'000'000;
 constexpr int kReconnectMs = 250;
-/// Incoming messages handled in one turn, so that a flood leaves room for the rest of the loop.
+/// Maximum number of incoming messages handled in one turn, so that a flood leaves time for the rest of the loop.
 constexpr int kMessagesInTurn = 32;
-/// Octets that may wait until the bus takes them.
+/// Maximum number of octets queued for the bus.
 constexpr std::size_t kWaitingMax = std::size_t{8} * 1024 * 1024;
 
-/// What a command prints.
+/// The output of a command.
 struct Output {
   std::string text = {};
-  bool is_too_long = false;  ///< then nothing of it is kept
+  bool is_too_long = false;  ///< none of it is kept then
 
   static void append(void* output, const char* text, size_t length) {
     auto& self = *static_cast<Output*>(output);
@@ -109,7 +109,7 @@ void Endpoint::close() {
   drop_connection();
 }
 
-// Begins to connect, and asks for everything but the name.
+// Starts to connect, and requests everything except the name.
 int Endpoint::connect(std::uint64_t call_timeout_us) {
   int result = connect_to_bus(bus_, call_timeout_us);
   if (result < 0) {
@@ -136,7 +136,7 @@ void Endpoint::begin_reconnect() {
     result = watch_connection();
   }
   if (result >= 0) {
-    // Without a callback, sd-bus closes the connection when this fails.
+    // Without a callback, sd-bus closes the connection if this fails.
     result = sd_bus_request_name_async(bus_.get(), nullptr, kCommonBusName, SD_BUS_NAME_QUEUE, nullptr, nullptr);
   }
   if (result >= 0) {
@@ -156,7 +156,7 @@ int Endpoint::on_name_reply(sd_bus_message* message, void* endpoint, sd_bus_erro
   std::uint32_t result = 0;
   if (sd_bus_message_is_method_error(message, nullptr) != 0 || sd_bus_message_read(message, "u", &result) < 0 ||
       result != owner) {
-    self.broken_ = true;  // someone else has the name; try again
+    self.broken_ = true;  // another process has the name; try again
     return 0;
   }
   self.named_ = true;
@@ -181,7 +181,7 @@ void Endpoint::reopen_later() {
   set_timer(kReconnectMs);
 }
 
-// Lets sd-bus do what there is to do.
+// Lets sd-bus do its pending work.
 void Endpoint::process() {
   if (processing_) {
     return;
@@ -214,10 +214,10 @@ void Endpoint::process() {
   }
 }
 
-// Waits for what sd-bus waits for. To be called after every call that made it send or read.
+// Waits for the events that sd-bus waits for. Must be called after every call that made it send or read.
 void Endpoint::schedule() {
   if (processing_ || bus_ == nullptr) {
-    return;  // process() comes to it
+    return;  // process() will do it
   }
   std::uint64_t until = UINT64_MAX;
   const int events = sd_bus_get_events(bus_.get());
@@ -239,7 +239,7 @@ void Endpoint::schedule() {
   set_timer(static_cast<int>(std::min<std::uint64_t>(wait_ms, INT_MAX)));
 }
 
-// Arms the timer anew; a negative time only stops it.
+// Restarts the timer; a negative time only stops it.
 void Endpoint::set_timer(int milliseconds) {
   if (timer_ != nullptr) {
     ctimer_unsetup_internal(&timer_, CTIMER_ONESHOT);
@@ -252,9 +252,9 @@ void Endpoint::set_timer(int milliseconds) {
   }
 }
 
-// ---- What comes in
+// ---- Incoming
 
-// Keeps the first exception for process().
+// Stores the first exception for process().
 template <class Function>
 void Endpoint::keep_exception(Function run) noexcept {
   try {
@@ -281,7 +281,7 @@ int Endpoint::on_event(sd_bus_message* message, void* endpoint, sd_bus_error*) {
   return result;
 }
 
-// Hands the octets that stand next in the message to the callbacks. A callback may remove others.
+// Passes the octets that come next in the message to the callbacks. A callback may remove others.
 void Endpoint::deliver(const char* name, sd_bus_message* message, const std::vector<Notifier>& to) {
   const void* octets = nullptr;
   size_t size = 0;
@@ -290,7 +290,7 @@ void Endpoint::deliver(const char* name, sd_bus_message* message, const std::vec
   }
   std::vector<unsigned char> data(static_cast<const unsigned char*>(octets),
                                   static_cast<const unsigned char*>(octets) + size);
-  data.push_back(0);  // so that there is an address also without octets
+  data.push_back(0);  // provides an address even for no octets
   for (const Notifier& notifier : to) {
     const bool still_wanted =
         notifier == handler_ || std::find(notifiers_.begin(), notifiers_.end(), notifier) != notifiers_.end();
@@ -392,7 +392,7 @@ int Endpoint::take_more(sd_bus_message* message, sd_bus_error* error) {
   return sd_bus_reply_method_return(message, "st", piece->text.c_str(), piece->more);
 }
 
-// ---- What goes out
+// ---- Outgoing
 
 int Endpoint::add_notifier(const char* event, qelipc_callback callback, void* context) {
   if (notifiers_.empty() && bus_ != nullptr) {
@@ -440,7 +440,7 @@ int Endpoint::send_event(const char* event, const void* data, unsigned size) {
   return result < 0 ? result : send(std::move(message), event, data, size);
 }
 
-/// Whether this much more may wait for the bus; if so, it counts from now on.
+/// True if this much more may be queued for the bus; it is then counted.
 bool Endpoint::has_room_for(std::size_t octets) {
   std::uint64_t messages = 0;
   if (sd_bus_get_n_queued_write(bus_.get(), &messages) < 0 || messages == 0) {
@@ -468,7 +468,7 @@ int Endpoint::send(BusMessage message, const char* first, const void* data, unsi
   return result < 0 ? result : 0;
 }
 
-// 0 when someone owns the name. A bus that does not answer counts as lost.
+// Returns 0 if the name has an owner. A bus that does not answer counts as lost.
 int Endpoint::look_up_owner(const std::string& bus_name) {
   BusError error;
   const int result =

@@ -16,7 +16,7 @@
 
 namespace qel::platform {
 
-/// Who takes the messages, or the events of one name.
+/// The receiver of messages, or of the events of one name.
 struct Notifier {
   std::string event;
   qelipc_callback callback = nullptr;
@@ -25,7 +25,7 @@ struct Notifier {
   bool operator==(const Notifier&) const = default;
 };
 
-/// An endpoint: one connection to the bus. While `named_` is false, it is on its way to the bus again.
+/// An endpoint: one connection to the bus. While `named_` is false, it is reconnecting.
 class Endpoint final : public qelipc {
  public:
   explicit Endpoint(const char* name) : name_(name), place_(place_of(name)) {}
@@ -33,11 +33,11 @@ class Endpoint final : public qelipc {
   Endpoint& operator=(const Endpoint&) = delete;
   ~Endpoint();
 
-  /// Connects and takes the name, waiting for both. 0 or a negative errno.
+  /// Connects and takes the name, waiting for both. Returns 0 or a negative errno.
   int open();
-  /// Gives the name back and disconnects, waiting for the bus to say so.
+  /// Releases the name and disconnects, waiting for the bus to confirm.
   void close();
-  /// Comes back by itself as after a loss of the bus.
+  /// Reconnects later, as after losing the bus.
   void reopen_later();
 
   void serve_commands(CommandServer* server) override { server_ = server; }
@@ -50,7 +50,7 @@ class Endpoint final : public qelipc {
   const std::string& name() const { return name_; }
   bool connected() const { return named_; }
 
-  /// Frees the endpoint, at the end of its running callback if there is one.
+  /// Frees the endpoint; if its callback is running, when that returns.
   void destroy();
 
  private:
@@ -88,18 +88,18 @@ class Endpoint final : public qelipc {
   Bus bus_;
   evsock* watch_ = nullptr;
   ctimerhandle timer_ =
-      nullptr;  ///< the next step without input: a time-out of sd-bus, messages left over, reconnecting
-  std::uint64_t give_up_at_ = 0;  ///< of now_us(): when the attempt to come back to the bus has failed
+      nullptr;  ///< the next step without input: a timeout of sd-bus, messages left over, reconnecting
+  std::uint64_t give_up_at_ = 0;  ///< on the clock of now_us(): when to give up reconnecting
   bool named_ = false;
-  bool broken_ = false;  ///< the connection is to be given up as soon as no sd-bus function is running
+  bool broken_ = false;  ///< close the connection as soon as no sd-bus function is running
   bool processing_ = false;
   bool destroyed_ = false;
-  std::exception_ptr thrown_;  ///< by a callback; sd-bus is C, so that it waits until sd-bus has returned
+  std::exception_ptr thrown_;  ///< by a callback; kept until sd-bus, which is C, has returned
   Notifier handler_ = {};
   std::vector<Notifier> notifiers_;
   CommandServer* server_ = nullptr;
   LongAnswers long_answers_;
-  std::size_t waiting_octets_ = 0;  ///< at most so many were sent and wait for the bus
+  std::size_t waiting_octets_ = 0;  ///< upper limit of the octets sent and queued for the bus
 };
 
 }  // namespace qel::platform

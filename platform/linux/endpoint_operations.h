@@ -1,5 +1,5 @@
-// What the command shell, in the event-loop library, needs of an IPC endpoint, in the IPC library. The IPC library is
-// built on the event-loop library and not the other way round, so an endpoint brings these functions along.
+// What the command shell, in the event-loop library, needs of an IPC endpoint, in the IPC library. The IPC library
+// depends on the event-loop library, not the reverse, so the endpoint provides these functions.
 #ifndef QEL_PLATFORM_ENDPOINT_OPERATIONS_H
 #define QEL_PLATFORM_ENDPOINT_OPERATIONS_H
 
@@ -9,15 +9,15 @@
 
 namespace qel::platform {
 
-/// Runs commands that come in through an endpoint.
+/// Runs commands that arrive through an endpoint.
 class CommandServer {
  public:
-  /// Runs the command of `count` words, behind which stands a null pointer, and hands its answer to `output`; a result
+  /// Runs the command of `count` words, followed by a null pointer, and passes its answer to `output`. Returns a result
   /// as in ctlcmd.h.
   virtual int run(const char* const* words, std::size_t count, ctlcmd_output output, void* output_context) = 0;
-  /// The same for a line that is to be split into words.
+  /// Runs a command in the same way, from a line to be split into words.
   virtual int run_line(const char* line, ctlcmd_output output, void* output_context) = 0;
-  /// The endpoint is destroyed; it does not use this object any more.
+  /// Called when the endpoint is destroyed; it no longer uses this object.
   virtual void endpoint_gone() = 0;
 
  protected:
@@ -26,7 +26,7 @@ class CommandServer {
 
 class EndpointOperations {
  public:
-  /// Sets who runs the command lines; null for nobody. The object stays the caller's.
+  /// Sets the server of commands; null for none. The object belongs to the caller.
   virtual void serve_commands(CommandServer* server) = 0;
 
  protected:
@@ -35,7 +35,8 @@ class EndpointOperations {
 
 }  // namespace qel::platform
 
-/// The part of an endpoint that both libraries know. No virtual function of it takes or throws anything beyond C.
+/// The part of an endpoint that both libraries know. None of its virtual functions takes or throws anything that C
+/// lacks.
 struct qelipc : qel::platform::EndpointOperations {
  protected:
   ~qelipc() = default;

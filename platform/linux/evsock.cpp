@@ -17,8 +17,8 @@ using qel::platform::Loop;
 
 namespace {
 
-// Writes to a descriptor that is not a socket. It may be in blocking mode, so only what cannot block is written: a pipe
-// that is writable has room for PIPE_BUF octets.
+// Writes to a descriptor that is not a socket. The descriptor may be in blocking mode, so only as much is written as
+// cannot block: a writable pipe has room for PIPE_BUF octets.
 ssize_t write_what_fits(int fd, const char* data, std::size_t length) {
   std::size_t done = 0;
   while (done < length) {
@@ -101,7 +101,7 @@ QEL_EXPORT void evsock_remove_fd(evsock* handle) {
   if (handle->live) {
     Loop::peek()->remove(handle);
   } else {
-    delete handle;  // the loop that watched it is gone
+    delete handle;  // its loop is gone
   }
 }
 

@@ -1,4 +1,4 @@
-// Functions of the platform's headers are visible outside their library; everything else is hidden.
+// Functions of the platform's headers are visible outside their library; all others are hidden.
 #ifndef QEL_PLATFORM_EXPORT_H
 #define QEL_PLATFORM_EXPORT_H
 

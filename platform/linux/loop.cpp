@@ -21,7 +21,7 @@ std::int64_t monotonic_now() {
 
 Loop* Loop::get() {
   if (instance_ == nullptr) {
-    // Kept until the process ends: timers may still be stopped while static objects are destroyed.
+    // Kept until the process ends, because timers may still be stopped while static objects are destroyed.
     static Loop* const loop = new (std::nothrow) Loop;
     if (loop == nullptr || !loop->set_up()) {
       return nullptr;
@@ -166,7 +166,7 @@ int Loop::run_phase(unsigned event) {
   return calls;
 }
 
-// After an exception, what was not served is kept for the next turn, which then does not wait.
+// After an exception, the unserved handlers are kept for the next turn, which then does not wait.
 void Loop::end_turn() noexcept {
   for (const DueTimer& due : due_) {
     bool known;
@@ -178,7 +178,7 @@ void Loop::end_turn() noexcept {
   }
   due_.clear();
   std::erase_if(ready_, [](evsock* watch) {
-    // libev reports reading and writing again; changes of state are reported once.
+    // libev reports reading and writing again, but changes of state only once.
     watch->ready &= watch->live ? 1u << evsock::PRIORITY | 1u << evsock::HANGUP : 0u;
     return watch->ready == 0;
   });
@@ -191,7 +191,7 @@ void Loop::end_turn() noexcept {
 
 void Loop::note(evsock* watch, unsigned events) {
   if (watch->ready == 0 && events != 0) {
-    ready_.push_back(watch);  // never beyond the capacity that add() reserved
+    ready_.push_back(watch);  // never exceeds the capacity that add() reserved
   }
   watch->ready |= events;
 }
@@ -206,7 +206,7 @@ void Loop::note_descriptor(struct ev_loop* ev, ev_io* io, int revents) {
     events |= 1u << evsock::WRITING;
   }
   if ((revents & EV_ERROR) != 0 && watch->callbacks[evsock::HANGUP] != nullptr) {
-    events |= 1u << evsock::HANGUP;  // libev gave the descriptor up
+    events |= 1u << evsock::HANGUP;  // libev gave up the descriptor
   }
   static_cast<Loop*>(ev_userdata(ev))->note(watch, events);
 }
@@ -216,7 +216,7 @@ void Loop::note_unusual(struct ev_loop* ev, ev_io*, int) {
   epoll_event found[32];
   const int count = epoll_wait(loop.unusual_fd_, found, 32, 0);
   for (int i = 0; i < count; ++i) {
-    // By number, not by address: a descriptor that was closed too early may still be in the set for a removed watch.
+    // By number, not by address: if a descriptor was closed too early, the set may still have it for a removed watch.
     const auto watch = std::lower_bound(loop.watches_.begin(), loop.watches_.end(), found[i].data.u64,
                                         [](const evsock* w, std::uint64_t order) { return w->order < order; });
     if (watch == loop.watches_.end() || (*watch)->order != found[i].data.u64) {
@@ -251,12 +251,12 @@ bool Loop::add(std::unique_ptr<evsock> watch) {
   watch->order = next_watch_;
   if (watch->callbacks[evsock::HANGUP] != nullptr || watch->callbacks[evsock::PRIORITY] != nullptr) {
     epoll_event event = {};
-    // Edge-triggered: a hang-up lasts, and would otherwise be reported in every turn.
+    // Edge-triggered, because a hang-up persists and would otherwise be reported in every turn.
     event.events = EPOLLRDHUP | EPOLLET | (watch->callbacks[evsock::PRIORITY] != nullptr ? EPOLLPRI : 0u);
     event.data.u64 = watch->order;
     if (epoll_ctl(unusual_fd_, EPOLL_CTL_ADD, watch->fd, &event) == 0) {
       watch->unusual = true;
-    } else if (errno != EPERM) {  // EPERM: a regular file, which knows neither
+    } else if (errno != EPERM) {  // EPERM: a regular file, which has neither
       return false;
     }
   }

@@ -1,5 +1,6 @@
-// The one event loop of the process, on libev. libev's callbacks only note what is ready; the handlers are called
-// afterwards, phase by phase, so that their order does not depend on libev and nothing stopped meanwhile is called.
+// The event loop of the process, based on libev. libev's callbacks only record what is ready. The handlers are called
+// afterwards, phase by phase, so that their order does not depend on libev and nothing is called that was stopped in
+// the meantime.
 #ifndef QEL_PLATFORM_LOOP_H
 #define QEL_PLATFORM_LOOP_H
 
@@ -15,14 +16,14 @@
 
 namespace qel::platform {
 
-/// One slot for a timer. Slots never move or vanish, and are used again; the generation tells the uses apart.
+/// A slot for a timer. Slots never move or disappear, and are reused; the generation distinguishes the uses.
 struct TimerSlot {
   ev_timer timer;
-  ctimerhandle* home;  ///< the caller's variable, cleared at expiry
+  ctimerhandle* home;  ///< the caller's variable, cleared on expiry
   ctimer_callback_fn callback;
   void* cbdata;
   std::int64_t deadline;  ///< microseconds of the monotonic clock
-  std::uint64_t order;    ///< counts armings
+  std::uint64_t order;    ///< number of the arming
   std::uintptr_t index;
   std::uintptr_t generation;
   TimerSlot* next_free;
@@ -36,28 +37,29 @@ std::int64_t monotonic_now();
 
 class Loop {
  public:
-  /// The loop of the process, brought up when it is not there; null when that fails.
+  /// Returns the loop of the process, and creates it if necessary; null if that fails.
   static Loop* get();
-  /// The loop when it is up, else null.
+  /// Returns the loop if it exists, else null.
   static Loop* peek() { return instance_; }
 
   void acquire() { ++users_; }
-  /// Takes the loop down with its last user.
+  /// Destroys the loop when its last user releases it.
   void release();
-  /// To be called in a forked child that goes on with the loop.
+  /// To be called in a forked child that continues to use the loop.
   void forked() { ev_loop_fork(ev_); }
 
   int turn(int milliseconds);
 
-  /// Takes the watch over; false when out of memory or when its descriptor cannot be watched as asked (errno tells).
+  /// Takes ownership of the watch. Returns false if out of memory or if its descriptor cannot be watched as requested
+  /// (errno has the reason).
   bool add(std::unique_ptr<evsock> watch);
   void remove(evsock* watch);
-  /// Makes the libev watcher wait for what the watch is interested in now.
+  /// Makes the libev watcher wait for the events that the watch now wants.
   void update_interest(evsock* watch);
 
   int arm(ctimerhandle* handle, std::int64_t microseconds, ctimer_callback_fn callback, void* cbdata);
   void disarm(TimerSlot* slot);
-  /// The armed slot that a handle names, or null; `known` tells whether the handle named one once.
+  /// Returns the armed slot of a handle, or null; `known` tells whether the handle was ever valid.
   TimerSlot* find(ctimerhandle handle, bool& known);
 
  private:
@@ -89,20 +91,20 @@ class Loop {
   struct ev_loop* ev_ = nullptr;
   int users_ = 0;
   bool turning_ = false;
-  bool due_at_once_ = false;  ///< a timer was armed with a count of 0: the next wait only polls
+  bool due_at_once_ = false;  ///< a timer was armed with a count of 0, so the next wait only polls
 
-  // libev does not tell hang-up and priority data apart from the rest, so that watches which ask for them are also in
-  // an epoll set of their own, which is one more descriptor for libev. It also keeps an idle libev loop waiting.
+  // libev does not report hang-up and priority data separately, so watches that want them are also in our own epoll
+  // set, which is one more descriptor for libev. It also makes an idle libev loop wait.
   int unusual_fd_ = -1;
   ev_io unusual_io_ = {};
 
-  std::vector<evsock*> watches_;  ///< in the order of registration
-  std::vector<evsock*> ready_;  ///< may hold removed ones until the end of the turn; in between, what an exception left
+  std::vector<evsock*> watches_;  ///< in order of registration
+  std::vector<evsock*> ready_;  ///< may hold removed ones until the end of the turn; then, what an exception left
   evsock* removed_ = nullptr;   ///< removed in this turn, freed at its end
   std::uint64_t next_watch_ = 1;
 
-  // libev arms timers from its own idea of now, which is as old as the turn, and does not tell it; but it tells how far
-  // it is from a timer in the far future.
+  // libev arms timers relative to its own time, which is that of the beginning of the turn and cannot be read. But it
+  // reports the time left to a timer in the far future.
   ev_timer anchor_ = {};
   double anchor_started_ = 0;  ///< seconds of the monotonic clock
 
@@ -114,15 +116,15 @@ class Loop {
 
 }  // namespace qel::platform
 
-/// What evsock_add_fd() registered.
+/// The registration returned by evsock_add_fd().
 struct evsock {
-  /// Callbacks by event, in the order of the phases that serve them.
+  /// Callbacks by event, in the order of the phases that call them.
   enum Event : unsigned { PRIORITY, READING, WRITING, HANGUP, EVENTS };
 
   int fd = -1;
-  bool live = true;  ///< false once removed, or when the loop went down
+  bool live = true;  ///< false once removed, or when the loop was destroyed
   bool read_wanted = true;
-  bool write_wanted = true;  ///< the write handler is due when the descriptor is writable
+  bool write_wanted = true;  ///< call the write handler when the descriptor is writable
   bool unusual = false;      ///< in the set for hang-up and priority data
   unsigned ready = 0;        ///< bit 1 << event
   std::uint64_t order = 0;

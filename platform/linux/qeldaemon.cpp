@@ -30,7 +30,7 @@ Daemon daemon_state;
 
 constexpr char kReady = 'R';
 
-// The parent's part: it ends with the verdict of the child.
+// The parent's part: exits with the child's result.
 [[noreturn]] void await_verdict(int fd) {
   char verdict = 0;
   ssize_t count;
@@ -136,7 +136,7 @@ QEL_EXPORT void daemon_ready(void) {
   if (daemon_state.verdict_fd < 0) {
     return;
   }
-  // The parent may have been killed meanwhile; the daemon works all the same.
+  // The parent may have been killed in the meantime; the daemon works all the same.
   send(daemon_state.verdict_fd, &kReady, 1, MSG_NOSIGNAL);
   close(daemon_state.verdict_fd);
   daemon_state.verdict_fd = -1;
@@ -149,7 +149,7 @@ QEL_EXPORT void daemon_ready(void) {
 QEL_EXPORT void daemon_start_failed(void) {
   sd_notify(0, "STATUS=start failed");
   if (daemon_state.verdict_fd >= 0) {
-    close(daemon_state.verdict_fd);  // an end without a verdict is the parent's sign of failure
+    close(daemon_state.verdict_fd);  // closing it without a result tells the parent that the start failed
     daemon_state.verdict_fd = -1;
   }
 }
@@ -161,7 +161,7 @@ QEL_EXPORT int watchdog_evsock_init(const char* name) {
   if (enabled <= 0) {
     return enabled;
   }
-  // Half the interval, but no finer than the loop's milliseconds and no longer than a timer can be.
+  // Half the interval, but at least the loop's resolution of a millisecond and at most the maximum of a timer.
   const std::uint64_t half_ms = interval / 2000;
   watchdog.period_ms = static_cast<int>(half_ms < 1 ? 1 : half_ms > INT32_MAX ? INT32_MAX : half_ms);
   sd_notifyf(0, "WATCHDOG=1\nSTATUS=%s: watched", name != nullptr ? name : "");

@@ -20,7 +20,7 @@ std::vector<Endpoint*>& endpoints() {
   return all;
 }
 
-// A connection cannot be shared with a child; the child goes to the bus anew.
+// A connection cannot be shared with a child, so the child connects again.
 void let_go() {
   for (Endpoint* endpoint : endpoints()) {
     endpoint->close();

@@ -15,7 +15,7 @@ using namespace qel::platform;
 
 struct qelipc_client {
   Bus bus;
-  bool delivered = false;  ///< an event reached its taker since the last look
+  bool delivered = false;  ///< an event has been delivered since this was last checked
 };
 
 namespace {
@@ -50,7 +50,7 @@ class Conversation {
         place_(place_of(endpoint)),
         until_(now_us() + static_cast<std::uint64_t>(std::max(timeout_ms, 1)) * 1000) {}
 
-  /// As qelipc_client_command(); `append` puts the command into the call of `method`.
+  /// As qelipc_client_command(); `append` adds the command to the call of `method`.
   template <class Append>
   int run(const char* method, int* result, char** answer, Append append) {
     if (place_.bus_name.empty()) {
@@ -186,7 +186,7 @@ QEL_EXPORT int qelipc_client_subscribe(qelipc_client* client, const char* endpoi
     delete subscription;
     return result;
   }
-  // The connection keeps the slot from now on, and the slot its subscription.
+  // From now on the connection owns the slot, and the slot owns its subscription.
   sd_bus_slot_set_destroy_callback(slot, [](void* data) { delete static_cast<Subscription*>(data); });
   sd_bus_slot_set_floating(slot, 1);
   sd_bus_slot_unref(slot);

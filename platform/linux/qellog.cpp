@@ -31,11 +31,11 @@ struct debughandle {
 
 namespace {
 
-/// Standard error, written to without ever blocking and without putting the descriptor, which other processes share,
-/// into non-blocking mode.
+/// Standard error, written to without blocking. The descriptor, which other processes share, is not put into
+/// non-blocking mode.
 class StandardError {
  public:
-  /// Whether all octets were taken.
+  /// Returns true if all octets were accepted.
   bool write_line(std::string_view line) {
     look_at_descriptor();
     if (broken_line_ && put("\n") == 1) {
@@ -46,7 +46,7 @@ class StandardError {
     return taken == line.size();
   }
 
-  /// Whether the lines reach a service manager's log, which reads priorities in front of them.
+  /// True if the lines go to a service manager's log, which expects priority prefixes.
   bool wants_priorities() {
     look_at_descriptor();
     return wants_priorities_;
@@ -124,12 +124,12 @@ class StandardError {
   dev_t device_ = 0;
   ino_t inode_ = 0;
   mode_t mode_ = 0;
-  int own_fd_ = -1;  ///< the same pipe or terminal, opened once more as non-blocking
+  int own_fd_ = -1;  ///< the same pipe or terminal, opened again as non-blocking
   bool wants_priorities_ = false;
   bool broken_line_ = false;
 };
 
-/// The system's log daemon. syslog(3) waits when the daemon does not read; this does not.
+/// The system's log daemon. syslog(3) blocks if the daemon does not read; this class does not.
 class SystemLog {
  public:
   bool write_line(int priority, std::string_view line) {
@@ -179,7 +179,7 @@ class SystemLog {
 
 class Messages {
  public:
-  /// Kept until the process ends, for messages of static objects that are destroyed.
+  /// Kept until the process ends, for messages from static objects that are being destroyed.
   static Messages& get() {
     static Messages& messages = *new Messages;
     return messages;

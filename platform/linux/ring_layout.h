@@ -11,8 +11,8 @@
 
 namespace qel::platform {
 
-// Everything in shared memory is a 32-bit atomic word: wider ones are not lock-free on every target, and the text is
-// written word by word so that a reader that overlaps the writer gets old or new words.
+// Everything in shared memory is a 32-bit atomic word. Wider ones are not lock-free on every target, and the text is
+// written word by word so that a reader that overlaps the writer sees either old or new words.
 using Word = std::atomic<std::uint32_t>;
 static_assert(Word::is_always_lock_free && sizeof(Word) == 4);
 
@@ -48,27 +48,27 @@ struct BasicRingHeader {
 using RingHeader = BasicRingHeader<Word>;
 static_assert(sizeof(RingHeader) == 64);
 
-/// As they are copied out of the shared memory.
+/// As copied out of the shared memory.
 using RingSlotCopy = BasicRingSlot<std::uint32_t>;
 using RingHeaderCopy = BasicRingHeader<std::uint32_t>;
 
 constexpr std::uint32_t kRingMagic = 0x524c4551;  // "QELR" on a little-endian machine
 constexpr std::uint32_t kRingVersion = 1;
-/// A power of two. A reader believes in no more, so that nothing in the memory can keep it busy.
+/// A power of two. A reader accepts no more, so that the contents of the memory cannot keep it busy.
 constexpr std::uint32_t kSlotsMax = SHRINGBUF_SIZE_MAX / sizeof(RingSlot);
 
 /// The name of the shared memory object of a ring.
 std::string object_name(const char* ring_name);
 
-/// Opens a shared memory object, or whatever else has its name: without following a link and without waiting. Returns
-/// the descriptor, or -1 with errno set.
+/// Opens a shared memory object, or anything else with its name, without following a link or blocking. Returns the
+/// descriptor, or -1 with errno set.
 int open_object(const std::string& name, int flags);
 
-/// Whether a writer holds the ring that `fd` refers to: it keeps a lock on the object that ends with its life.
+/// True if a writer holds the ring that `fd` refers to: it has a lock on the object that ends when it exits.
 bool has_writer(int fd);
 
-/// Makes the ring that `fd` refers to the caller's, for as long as it or a child keeps the descriptor; false when it
-/// has another writer.
+/// Claims the ring that `fd` refers to for the caller, for as long as it or a child keeps the descriptor open. Returns
+/// false if the ring has another writer.
 bool claim(int fd);
 
 }  // namespace qel::platform

@@ -18,13 +18,13 @@ using namespace qel::platform;
 
 struct shringbuf_reader {
   int fd;
-  std::uint32_t slots;  ///< as checked when attached
+  std::uint32_t slots;  ///< as checked when attaching
   std::uint32_t next_part = 0;
 };
 
 namespace {
 
-// Mapped memory could be cut off under the reader, which would then die of a SIGBUS; so all is read.
+// Mapped memory could be truncated under the reader, which would then die of a SIGBUS, so everything is read.
 template <class Value>
 bool read_at(int fd, std::size_t offset, Value& value) {
   return pread(fd, &value, sizeof value, static_cast<off_t>(offset)) == static_cast<ssize_t>(sizeof value);
@@ -34,7 +34,7 @@ std::size_t offset_of(const shringbuf_reader& reader, std::uint32_t part) {
   return sizeof(RingHeader) + (part & (reader.slots - 1)) * sizeof(RingSlot);
 }
 
-// The sequence of the slot that a part goes to; that of an empty one where the memory is gone.
+// The sequence of the slot that a part belongs to; that of an empty slot if the memory is gone.
 std::uint32_t sequence_for(const shringbuf_reader& reader, std::uint32_t part) {
   std::uint32_t sequence = 0;
   return read_at(reader.fd, offset_of(reader, part), sequence) ? sequence : 0;
@@ -50,7 +50,7 @@ struct Part {
 
 enum class Copy { DONE, NOT_YET, OVERWRITTEN };
 
-// Copies part `number`. The sequence tells before and after the copy whether the slot held it all the time.
+// Copies part `number`. The sequence before and after the copy shows whether the slot held it all the time.
 Copy copy_part(const shringbuf_reader& reader, std::uint32_t number, Part& part) {
   const std::uint32_t complete = 2 * number + 2;
   const std::uint32_t before = sequence_for(reader, number);
@@ -78,7 +78,8 @@ std::uint32_t oldest_part(const shringbuf_reader& reader) {
   return full ? (header.next_part - reader.slots) & kPartMask : 0;
 }
 
-// Goes on at the oldest part, but beyond the present one, which is known to be gone. Returns how many were left out.
+// Continues at the oldest part, but after the current one, which is known to be gone. Returns the number of skipped
+// parts.
 std::uint32_t catch_up(shringbuf_reader& reader) {
   std::uint32_t skipped = (oldest_part(reader) - reader.next_part) & kPartMask;
   if (skipped == 0 || skipped > kPartMask / 2) {
@@ -88,7 +89,7 @@ std::uint32_t catch_up(shringbuf_reader& reader) {
   return skipped;
 }
 
-// Copies the header of what may be a ring.
+// Copies the header if the object may be a ring.
 bool is_ring(int fd, RingHeaderCopy& header) {
   struct stat status;
   return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && read_at(fd, 0, header) && header.magic == kRingMagic &&
@@ -148,7 +149,7 @@ QEL_EXPORT int shringbuf_owner(const shringbuf_reader* reader, uid_t* user, gid_
 QEL_EXPORT int shringbuf_read(shringbuf_reader* reader, char* text, size_t size, int64_t* time, uint32_t* lost) {
   std::uint32_t lost_parts = 0;
   int result = -1;
-  // A ring as writers make it takes fewer steps, even when its writer overtakes the reader.
+  // A well-formed ring takes fewer steps, even if its writer overtakes the reader.
   std::uint32_t steps = 4 * reader->slots;
   Part part;
   const auto copy_next = [&](std::uint32_t number) {

@@ -23,20 +23,21 @@
 
 using namespace qel::platform;
 
-constexpr char kFolder[] = "/dev/shm";  // of the C library's shm_open()
+constexpr char kFolder[] = "/dev/shm";  // used by the C library's shm_open()
 
 struct shringbuf {
   RingHeader* header;
   std::size_t size;
   std::uint32_t slots;
   std::uint32_t next_part;
-  int fd;            ///< holds the claim on the object
-  std::string name;  ///< of the object; empty when private
+  int fd;            ///< holds the lock on the object
+  std::string name;  ///< of the object; empty if private
 };
 
 namespace {
 
-// Frees the name from what a dead writer left there. 0, or why the name cannot be had: EBUSY when its writer lives.
+// Removes an object of this name left by a dead writer. Returns 0, or the reason why the name cannot be used: EBUSY if
+// its writer is alive.
 int clear_name(const std::string& name) {
   const int fd = open_object(name, O_RDONLY);
   if (fd < 0 && errno == ENOENT) {
@@ -63,7 +64,7 @@ void tell_why_private(const char* ring_name, const std::string& name, int error)
   }
 }
 
-// Removes a new object; `error` is then in errno.
+// Removes a new object and sets errno to `error`.
 void give_up(int fd, const std::string& name, int error) {
   if (!name.empty()) {
     shm_unlink(name.c_str());
@@ -72,7 +73,7 @@ void give_up(int fd, const std::string& name, int error) {
   errno = error;
 }
 
-// Creates the object under the name, or without a name when that cannot be had; `name` is then emptied.
+// Creates the object under the name, or without a name if that is not available; `name` is then cleared.
 int create_object(const char* ring_name, std::string& name, std::size_t size) {
   int error = clear_name(name);
   int fd = -1;
@@ -91,7 +92,7 @@ int create_object(const char* ring_name, std::string& name, std::size_t size) {
   if (fd < 0) {
     return -1;
   }
-  // posix_fallocate: a full /dev/shm is to fail here, and not to kill the writer later.
+  // posix_fallocate makes a full /dev/shm fail here rather than kill the writer later.
   error = claim(fd) ? 0 : errno;
   if (error == 0) {
     error = posix_fallocate(fd, 0, static_cast<off_t>(size));
@@ -103,7 +104,7 @@ int create_object(const char* ring_name, std::string& name, std::size_t size) {
   return fd;
 }
 
-// A loop without a name has another number each time, so that nobody would come for the ring that a killed one left.
+// A loop without a name has a different number each time, so nobody else would remove the ring that a killed one left.
 bool is_of_nameless_loop(std::string_view file) {
   constexpr std::string_view kStart = "app_", kEnd = "_log";
   if (file.size() <= kStart.size() + kEnd.size() || !file.starts_with(kStart) || !file.ends_with(kEnd)) {
@@ -113,7 +114,7 @@ bool is_of_nameless_loop(std::string_view file) {
   return file.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// Whether it was finished when it was made: one without its mark may be in the making.
+// True if its creation was completed: a ring without its mark may still be under construction.
 bool is_left_ring(int fd) {
   std::uint32_t magic = 0;
   struct stat status;
@@ -138,7 +139,7 @@ void remove_left_by_nameless_loops() {
   }
 }
 
-// Whether the name of the ring still leads to it.
+// True if the name of the ring still refers to it.
 bool has_name(const shringbuf& ring) {
   struct stat own, named;
   const int fd = ring.name.empty() ? -1 : open_object(ring.name, O_RDONLY);
@@ -218,7 +219,7 @@ QEL_EXPORT shringbuf* shringbuf_init(const char* name, size_t size) {
     header->version.store(kRingVersion);
     header->slot_size.store(sizeof(RingSlot));
     header->slots.store(slots);
-    header->magic.store(kRingMagic);  // last: before it, readers see no ring
+    header->magic.store(kRingMagic);  // written last: until then, readers see no ring
     return new shringbuf{header, total, slots, 0, fd, std::move(object)};
   } catch (const std::bad_alloc&) {
     errno = ENOMEM;

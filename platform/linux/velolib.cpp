@@ -3,7 +3,7 @@
 #include <stdlib.h>
 #include <sys/sysinfo.h>
 
-// After stdlib.h, since it uses size_t without declaring it.
+// After stdlib.h, because it uses size_t without declaring it.
 // clang-format off
 #include <libuboot.h>
 // clang-format on
@@ -24,7 +24,7 @@ const char* environment_or(const char* name, const char* otherwise) {
   return value != nullptr ? value : otherwise;
 }
 
-/// The U-Boot environment of the machine, opened for one look-up.
+/// The U-Boot environment of the machine, opened for one lookup.
 class BootEnvironment {
  public:
   BootEnvironment() {

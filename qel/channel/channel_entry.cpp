@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* SEPARATOR = " | ";
 
-/// The bits from the last to the first, "---" when unset.
+/// Prints the bits, last bit first; "---" if unset.
 template <std::size_t N>
 void print_flags(std::ostream& os, const LastChanged<std::bitset<N>>& flags) {
   os << (flags.is_set() ? flags.get().to_string() : "---");

@@ -48,7 +48,7 @@ void check_segment(const ChannelInfo::Segment& segment, const kHz& secondary_cen
   }
 }
 
-/// "5210000 kHz (channel 42)".
+/// Prints as "5210000 kHz (channel 42)".
 void print_frequency(std::ostream& os, const kHz& frequency) {
   os << frequency << " (channel " << Decimal(frequency_to_channel(frequency)) << ")";
 }
@@ -115,7 +115,7 @@ void ChannelInfo::dbg_str(std::ostream& os) const {
     print_frequency(os, center);
     os << ", channel width: " << width;
     if (width == ChannelWidth::WIDTH_80_80_MHZ) {
-      os << "secondary center: ";  // directly behind the width
+      os << "secondary center: ";  // directly after the width
       print_frequency(os, secondary_center_frequency_);
     }
   } else {

@@ -20,10 +20,10 @@ auto find(Entries& entries, const kHz& frequency) {
   return std::ranges::find(entries, frequency, &ChannelEntry::get_frequency);
 }
 
-/// The one band of all entries, `none` when there are no entries.
+/// The band of all entries; `none` if there are no entries.
 template <class Band>
 Band one_band(const std::vector<ChannelEntry>& entries, Band (ChannelEntry::*band_of)() const, Band none) {
-  std::map<Band, kHz> bands;  // each with the frequency that was the first in it
+  std::map<Band, kHz> bands;  // each with the first frequency found in it
   for (const ChannelEntry& entry : entries) {
     bands.emplace((entry.*band_of)(), entry.get_frequency());
   }

@@ -14,7 +14,7 @@ namespace qel {
 
 namespace {
 
-/// Logs what is wrong; false.
+/// Logs an error and returns false.
 template <class... Parts>
 bool report(const Parts&... parts) {
   ((debug::stream("type_validator") << debug::LogLevels::ERROR) << ... << parts) << std::endl;
@@ -23,7 +23,7 @@ bool report(const Parts&... parts) {
 
 bool lies_in_band(const kHz& frequency) { return is_valid(frequency_to_band(frequency)); }
 
-/// The channel has this frequency on the grid of the band, below `end`.
+/// True if the channel has this frequency on the grid of the band, below `end`.
 bool agrees_on_grid(const MHz& frequency, unsigned char channel, FrequencyBand band, const MHz& end) {
   return frequency < end &&
          frequency == unit_cast<MHz>(channel_to_frequency(band_to_starting_frequency(band), channel));

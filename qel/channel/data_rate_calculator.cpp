@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::uint64_t MAX_RATE = std::numeric_limits<std::uint32_t>::max();
 
-/// `bytes` * 1000 / `milliseconds`, at most MAX_RATE, without the overflow of the product.
+/// Computes `bytes` * 1000 / `milliseconds`, at most MAX_RATE, without overflow in the product.
 constexpr std::uint64_t bytes_per_second(std::uint64_t bytes, std::uint64_t milliseconds) {
   const std::uint64_t whole = bytes / milliseconds;
   const std::uint64_t rest = bytes % milliseconds;

@@ -12,7 +12,7 @@ constexpr long GRID = 5000;
 constexpr long START_60_GHZ = 56160000;
 constexpr long GRID_60_GHZ = 2160000;
 
-/// Closed ranges in kHz, ascending.
+/// Closed ranges in kHz, in ascending order.
 constexpr struct {
   kHz from;
   kHz to;
@@ -24,7 +24,7 @@ constexpr struct {
     {kHz(5930000), kHz(7125000), DetailedFrequencyBand::BAND_6_GHZ},
 };
 
-/// From narrow to wide, as far as capabilities go.
+/// In ascending order of width, as far as capabilities are concerned.
 constexpr struct {
   ChannelCapabilityBit bit;
   ChannelWidth width;
@@ -44,7 +44,7 @@ constexpr std::uint8_t steps(long frequency, long start, long grid) {
   return static_cast<std::uint8_t>((frequency - start) / grid);
 }
 
-/// The modes that a band knows, the newest first.
+/// The modes of a band, newest first.
 std::span<const WLANPhymode> modes_of(FrequencyBand band) {
   switch (band) {
     case FrequencyBand::BAND_2_4_GHZ:
@@ -67,7 +67,7 @@ std::uint8_t frequency_to_channel(const kHz& frequency) {
     return 0;
   }
   if (f == 2484000) {
-    return 14;  // the one channel of 2.4 GHz off the grid
+    return 14;  // the only 2.4 GHz channel that is not on the grid
   }
   if (f <= 2483999) {
     return steps(f, 2407000, GRID);
@@ -76,7 +76,7 @@ std::uint8_t frequency_to_channel(const kHz& frequency) {
     return steps(f, 5000000, GRID);
   }
   if (f < 5950000) {
-    return steps(f, 5925000, GRID);  // channel 2 of operating class 136 lies below the grid of 6 GHz
+    return steps(f, 5925000, GRID);  // channel 2 of operating class 136 is below the 6 GHz grid
   }
   if (f <= 7124999) {
     return steps(f, 5950000, GRID);
@@ -167,7 +167,7 @@ std::bitset<9> channel_width_capability_bits(ChannelWidth width) {
   std::bitset<9> bits;
   if (is_valid(width)) {
     for (const auto& row : WIDTH_BITS) {
-      // 80+80 MHz needs no 160 MHz.
+      // 80+80 MHz does not need 160 MHz.
       const bool needed = row.width < width && row.width != ChannelWidth::WIDTH_160_MHZ;
       bits.set(bit_index(row.bit), needed || row.width == width);
     }

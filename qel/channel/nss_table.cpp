@@ -11,7 +11,7 @@ namespace qel {
 
 namespace {
 
-/// By index, and from the least to the most.
+/// By index, and in ascending order.
 constexpr std::array WIDTHS{ChannelWidth::WIDTH_20_MHZ, ChannelWidth::WIDTH_40_MHZ, ChannelWidth::WIDTH_80_MHZ,
                             ChannelWidth::WIDTH_160_MHZ, ChannelWidth::WIDTH_80_80_MHZ};
 

@@ -17,7 +17,7 @@ namespace {
 using Row = OperatingClassDeduction::OpclassRow;
 using Behavior = OperatingClassDeduction::Behavior;
 
-/// What each behaviour is among the capabilities of a channel; one that is not here is none of them.
+/// The channel capability that corresponds to each behaviour; a behaviour that is not listed has none.
 constexpr std::pair<Behavior, ChannelCapabilityBit> CAPABILITIES[] = {
     {Behavior::EIGHTY_PLUS_BEHAVIOR, ChannelCapabilityBit::HT8080},
     {Behavior::PRIMARY_LOWER_BEHAVIOR, ChannelCapabilityBit::PRIMARY_LOWER_BEHAVIOR},
@@ -40,7 +40,7 @@ unsigned char require_mapping(unsigned char opclass, const char* segment, const 
   return opclass;
 }
 
-/// The channels that the class is defined by.
+/// The channels that define the class.
 std::span<const unsigned char> channels_of(const Row& row) {
   return row.primary_channels.empty() ? row.center_channels : row.primary_channels;
 }
@@ -51,7 +51,7 @@ bool has_behavior(const Row& row, Behavior behavior) {
 
 kHz half_width(const Row& row) { return kHz(row.channel_spacing.value() * 1000 / 2); }
 
-/// Where a frequency lies on the grids of rows; most rows of a look-up have the same one.
+/// The position of a frequency on the grids of rows. Most rows of a lookup have the same grid.
 class Place {
  public:
   explicit Place(const kHz& frequency) : frequency_(frequency) {}
@@ -62,7 +62,7 @@ class Place {
            std::memchr(row.primary_channels.data(), channel_, row.primary_channels.size()) != nullptr;
   }
 
-  /// The centre of the segment of the row that it is inside, without the ends; null when there is none.
+  /// The centre of the row's segment that contains it, excluding the ends; empty if there is none.
   std::optional<kHz> center_in(const Row& row) {
     measure_from(row.starting_frequency);
     const long half = half_width(row).value();
@@ -96,7 +96,7 @@ class Place {
   kHz start_;
   long grid_ = 0;     ///< in kHz; 0 before the first row
   long offset_ = 0;   ///< above the start, in kHz
-  int channel_ = -1;  ///< below 0 when it lies between channels
+  int channel_ = -1;  ///< negative if it lies between channels
 };
 
 std::bitset<9> capabilities_of(std::span<const Behavior> behaviors) {
@@ -138,7 +138,7 @@ std::span<const Row> OperatingClassDeduction::OpclassLookup::rows_of(const MHz& 
   return {first, std::ranges::upper_bound(first, rows_.end(), spacing, {}, &Row::channel_spacing)};
 }
 
-/// The first one of this number.
+/// The first row with this number.
 const Row& OperatingClassDeduction::OpclassLookup::row_of(unsigned char opclass) const {
   const auto row = std::ranges::find(rows_, opclass, &Row::number);
   if (row == rows_.end()) {
@@ -147,7 +147,7 @@ const Row& OperatingClassDeduction::OpclassLookup::row_of(unsigned char opclass)
   return *row;
 }
 
-/// The first class that fits; 0 when there is none.
+/// The first class that fits; 0 if there is none.
 template <class IsRequested>
 unsigned char OperatingClassDeduction::OpclassLookup::search(const MHz& spacing, const kHz& frequency,
                                                              bool is_second_segment,

@@ -11,7 +11,7 @@ namespace qel {
 
 namespace {
 
-/// What the next narrower channel needs; 160 and 80+80 MHz are both made of 80 MHz.
+/// What the next narrower channel needs; 160 and 80+80 MHz both consist of 80 MHz channels.
 std::bitset<9> capabilities_below(ChannelWidth width) {
   switch (width) {
     case ChannelWidth::WIDTH_40_MHZ:

@@ -3,7 +3,7 @@
 
 #include "qel/channel/operating_class_deduction.h"
 
-/// The regulatory tables (IEEE 802.11-2020, Annex E: for Europe E-2, the global classes E-4).
+/// The regulatory tables (IEEE 802.11-2020, Annex E: E-2 for Europe, E-4 for the global classes).
 
 namespace qel {
 
@@ -20,7 +20,7 @@ constexpr Behavior PRIMARY_UPPER[] = {Behavior::PRIMARY_UPPER_BEHAVIOR};
 template <unsigned char... CHANNELS>
 constexpr unsigned char LIST[] = {CHANNELS...};
 
-/// Both ends included.
+/// Includes both ends.
 template <unsigned char FIRST, unsigned char LAST, unsigned char STEP = 1>
 constexpr auto FROM_TO = [] {
   std::array<unsigned char, std::size_t{LAST - FIRST} / STEP + 1> channels{};
@@ -30,7 +30,7 @@ constexpr auto FROM_TO = [] {
   return channels;
 }();
 
-/// By spacing; rows of the same one stay in their order.
+/// Sorts by spacing; rows of equal spacing keep their order.
 template <std::size_t N>
 constexpr std::array<Row, N> by_spacing(std::array<Row, N> rows) {
   for (auto end = rows.begin(); end != rows.end(); ++end) {
@@ -40,8 +40,7 @@ constexpr std::array<Row, N> by_spacing(std::array<Row, N> rows) {
   return rows;
 }
 
-// The classes of 2.4 GHz that are 20 MHz wide stand under a spacing of 25 MHz, so that a 20 MHz channel is looked for
-// among the others first.
+// The 20 MHz classes at 2.4 GHz have a spacing of 25 MHz, so that a lookup of a 20 MHz channel tries the others first.
 
 // clang-format off
 constexpr auto EUROPE = by_spacing(std::to_array<Row>({

@@ -13,7 +13,7 @@ std::ostream& print_power(std::ostream& os, const LastChanged<float>& power) {
   if (!power.is_set()) {
     return os << "---";
   }
-  // Not through the stream, which may be set to another format.
+  // Not through the stream, whose format may have been changed.
   char digits[32];
   const auto end = std::to_chars(std::begin(digits), std::end(digits), power.get(), std::chars_format::general, 6).ptr;
   return os << std::string_view(digits, static_cast<std::size_t>(end - digits)) << " dBm";

@@ -143,14 +143,14 @@ constexpr EnumText CONFIG_BITS[] = {{ChannelConfigBit::REMOTE_DISTURBER, "REMOTE
                                     {ChannelConfigBit::PERFORMANCE_OPTIMIZATION, "PERFORMANCE_OPTIMIZATION"},
                                     {ChannelConfigBit::INVALID_MAX, "INVALID_MAX"}};
 
-/// The text of a value, or the one text that stands for all values without a row.
+/// The text of a value; `unknown` for values without a row.
 template <class E>
 const char* text_or(std::span<const EnumText> table, E value, const char* unknown) {
   const char* text = find_enum_text(table, static_cast<std::uint16_t>(value));
   return text != nullptr ? text : unknown;
 }
 
-/// The text of a value, or `unknown` and the value in decimal.
+/// The text of a value; `unknown` and the decimal value for values without a row.
 template <class E>
 std::string text_or_number(std::span<const EnumText> table, E value, const char* unknown) {
   const char* text = find_enum_text(table, static_cast<std::uint16_t>(value));

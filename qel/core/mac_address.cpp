@@ -27,8 +27,8 @@ Text format(const MACAddress& address) {
   return text;
 }
 
-/// The second one is where HomePlug AV powerline adapters answer for local management: every adapter has it, so it
-/// names none.
+/// The second is the address on which HomePlug AV powerline adapters answer local management. Every adapter has it, so
+/// it identifies none.
 constexpr std::array RESERVED_ADDRESSES{
     MACAddress(),
     MACAddress(MACAddress::Octets{0x00, 0xB0, 0x52, 0x00, 0x00, 0x01}),

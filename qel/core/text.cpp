@@ -20,7 +20,7 @@ namespace {
 
 template <class Number>
 std::ostream& print_digits(std::ostream& os, Number number, int base) {
-  std::array<char, std::numeric_limits<Number>::digits10 + 2> text;  // one more digit and a sign
+  std::array<char, std::numeric_limits<Number>::digits10 + 2> text;  // room for one more digit and a sign
   const auto [end, error] = std::to_chars(text.begin(), text.end(), number, base);
   return os << std::string_view(text.data(), static_cast<std::size_t>(end - text.data()));
 }

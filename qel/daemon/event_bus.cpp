@@ -17,7 +17,7 @@ EventBus::EventBus() = default;
 
 EventBus::~EventBus() {
   while (!modules_.empty()) {
-    modules_.extract(modules_.begin());  // out of the map before it dies, as in remove_module
+    modules_.extract(modules_.begin());  // taken out of the map before it is destroyed, as in remove_module
   }
 }
 
@@ -33,7 +33,7 @@ IEventModule* EventBus::find_module(ID id) const {
 }
 
 bool EventBus::remove_module(ID id) {
-  // Out of the map before it dies: its destructor may ask the bus.
+  // Taken out of the map before it is destroyed, because its destructor may use the bus.
   return !modules_.extract(id).empty();
 }
 

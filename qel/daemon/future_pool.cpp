@@ -11,14 +11,14 @@ constexpr int POLLS_WHILE_PENDING = 16;
 
 using Wrappers = std::list<std::shared_ptr<FutureWrapperBase>>;
 
-/// Takes what is disconnected out of the list when a walk ends, however it ends.
+/// Removes disconnected futures from the list when a walk ends, however it ends.
 class Sweep {
  public:
   explicit Sweep(Wrappers& futures) : futures_(futures) {}
   Sweep(const Sweep&) = delete;
   Sweep& operator=(const Sweep&) = delete;
   ~Sweep() {
-    // Destroyed only when the list is whole again: what a handler holds may use the pool.
+    // Destroyed only when the list is consistent again, because objects owned by a handler may use the pool.
     Wrappers dropped;
     for (auto next = futures_.begin(); next != futures_.end();) {
       const auto wrapper = next++;
@@ -62,7 +62,7 @@ bool FuturePool::process_futures() {
   }
   {
     const Sweep sweep(futures_);
-    // A copy: handlers may add to the pool or clear it.
+    // A copy, because handlers may add to the pool or clear it.
     const std::vector<std::shared_ptr<FutureWrapperBase>> walk(futures_.begin(), futures_.end());
     for (const auto& wrapper : walk) {
       if (wrapper->connected() && wrapper->is_ready()) {

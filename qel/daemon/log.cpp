@@ -28,7 +28,7 @@ struct Settings {
   std::unique_ptr<shringbuf, shringbuf_deleter> ring;
 };
 
-/// Never destroyed: objects that die at process exit still log.
+/// Never destroyed, because objects destroyed at process exit still log.
 Settings& settings() {
   static Settings& settings = *new Settings;
   return settings;
@@ -96,7 +96,7 @@ class LineBuffer final : public std::stringbuf {
   debughandle* handle_;
   LogLevels level_ = LogLevels::DEBUG;
   std::string component_;
-  /// The component, ": " and the text of the line being emitted; kept for its memory.
+  /// The component, ": " and the text of the line being emitted; kept to reuse its memory.
   std::string line_;
   std::size_t text_start_;
 };
@@ -115,7 +115,7 @@ class LogStream final : public std::ostream {
 };
 
 LogStream& find_stream(std::string_view component) {
-  // Never destroyed, as the settings.
+  // Never destroyed, like the settings.
   static auto& streams = *new std::map<std::string, std::unique_ptr<LogStream>, std::less<>>;
   auto found = streams.find(component);
   if (found == streams.end()) {
@@ -153,7 +153,7 @@ LogLevels string_to_loglevels(const std::string& text) {
 
 std::ostream& operator<<(std::ostream& os, LogLevels level) {
   if (os.iword(mark_index()) == LOG_STREAM_MARK) {
-    // copyfmt() carries the mark to streams that are none of ours.
+    // copyfmt() also copies the mark to other streams.
     if (auto* line = dynamic_cast<LineBuffer*>(os.rdbuf())) {
       line->set_level(level);
       return os;
@@ -183,7 +183,7 @@ bool get_log_all_debugs() { return settings().all_debugs; }
 void shringbuf_deleter::operator()(shringbuf* ring) const { shringbuf_deinit(ring); }
 
 void set_shringbuf(std::unique_ptr<shringbuf, shringbuf_deleter> ring) {
-  // Frees the last ring at process exit, later than any static object that was made after the first ring was set.
+  // Frees the last ring at process exit, later than any static object constructed after the first ring was set.
   static const struct Cleanup {
     ~Cleanup() { settings().ring.reset(); }
   } cleanup;

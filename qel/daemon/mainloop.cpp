@@ -32,7 +32,7 @@ constexpr std::chrono::seconds HOUSEKEEPING_INTERVAL{1};
 
 std::ostream& log_error() { return debug::stream("mainloop") << debug::LogLevels::ERROR; }
 
-/// Beside the exception, whose text is fixed. The platform need not set errno.
+/// Logs the cause in addition to the exception, whose text is fixed. The platform need not set errno.
 void log_cause(const char* what, const std::string& name, int error) {
   log_error() << "Failed to create the " << what << ' ' << std::quoted(name) << ": "
               << (error != 0 ? std::generic_category().message(error) : "no cause given") << std::endl;
@@ -40,7 +40,7 @@ void log_cause(const char* what, const std::string& name, int error) {
 
 void init_log_ring(const std::string& name) {
   const std::size_t size = veloenv_VeloHasLittleRAM() != 0 ? RING_SIZE_LITTLE_RAM : RING_SIZE;
-  // A ring of the same name, which the log still holds from an earlier loop, would keep its name from the new one.
+  // If the log still holds a ring of this name from an earlier loop, the new ring could not have the name.
   debug::set_shringbuf(nullptr);
   errno = 0;
   std::unique_ptr<shringbuf, debug::shringbuf_deleter> ring(shringbuf_init(name.c_str(), size));
@@ -67,7 +67,7 @@ void ignore_message(qelipc*, const char*, void*, unsigned, void*) {}
 
 }  // namespace
 
-/// Keeps watches that are removed in a turn until its end, since it may be their own handler that removes them.
+/// Keeps watches that are removed during a turn until its end, because the remover may be their own handler.
 class Mainloop::Turn {
  public:
   explicit Turn(Watches*& current) : current_(current), outer_(current) {

@@ -31,7 +31,7 @@ struct PeriodicTimer::State {
     missed += static_cast<std::uint64_t>(missed_now);
     due += (missed_now + 1) * period;
     arm(time);
-    const auto called = callback;  // it may end this object
+    const auto called = callback;  // it may destroy this object
     (*called)();
   }
 };

@@ -25,9 +25,9 @@ void IState::on_exit() {}
 
 void IState::on_event(const Event&) {}
 
-/// A call that is under way, of the machine or of a state by the machine. The call may end the machine: the record says
-/// so, and keeps the state alive until the call is over. Records stand on the stack, the innermost one on top. Being
-/// inside an exported class does not make them a part of what the library offers.
+/// A call in progress, of the machine or by the machine of a state. The call may end the machine: the record then notes
+/// this and keeps the state alive until the call returns. Records are on the stack, the innermost on top. The class is
+/// not exported although it is nested in an exported class.
 class [[gnu::visibility("hidden")]] StateMachine::Call {
  public:
   enum class Of { MACHINE, STATE, ON_EXIT };
@@ -60,7 +60,7 @@ class [[gnu::visibility("hidden")]] StateMachine::Call {
     }
   }
 
-  /// Destroys the state when no call of it is under way any more.
+  /// Destroys the state once no call of it is in progress.
   static void bury(std::unique_ptr<IState> state) {
     Call* outermost = nullptr;
     for (Call* call = innermost; call != nullptr; call = call->outer_) {
@@ -76,7 +76,7 @@ class [[gnu::visibility("hidden")]] StateMachine::Call {
  private:
   static Call* innermost;
 
-  const StateMachine* machine_;  ///< null once it is gone
+  const StateMachine* machine_;  ///< null once the machine is gone
   const IState* state_;
   bool leaves_;
   Call* outer_;
@@ -93,7 +93,7 @@ StateMachine::~StateMachine() {
   } catch (...) {
     log_error() << "failed to leave the state" << std::endl;
   }
-  drop();  // a state whose on_exit destroys the machine
+  drop();  // in case on_exit destroys the machine
   Call::forget(*this);
 }
 
@@ -168,7 +168,8 @@ void StateMachine::enter(std::unique_ptr<IState> state) {
 }
 
 void StateMachine::settle(const Call& call) {
-  // A state that is still in its on_entry is settled by whoever entered it, and one in its on_exit is left already.
+  // A state that is still in its on_entry is handled by whoever entered it, and one in its on_exit is already being
+  // left.
   while (call.machine_is_there() && current_state_ && current_state_->is_entered() && !Call::is_leaving(*this)) {
     auto next = current_state_->take_transition();
     if (!next) {

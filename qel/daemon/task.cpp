@@ -37,7 +37,7 @@ void Task::move_from(Task& other) {
   if (this == &other) {
     return;
   }
-  // Neither is armed unless a state was set by hand; its action would name the other task.
+  // Neither is armed unless the state was set by hand; its action would refer to the other task.
   timeout_timer_.stop();
   other.timeout_timer_.stop();
   timeout_timer_ = std::move(other.timeout_timer_);

@@ -8,7 +8,7 @@
 #include "qel/daemon/log.h"
 #include "qelevsock.h"
 
-// A platform's library may do without these.
+// Optional in a platform's library.
 extern "C" {
 [[gnu::weak]] void evsock_want_write(evsock*);
 [[gnu::weak]] void evsock_want_read(evsock*, int);
@@ -33,7 +33,7 @@ evsock* add_blocking(int fd, const std::string& name, evsock_callback readable, 
   return handle;
 }
 
-/// Calls the platform's function for a watch that is registered.
+/// Calls the platform's function if the watch is registered.
 template <class Function, class... Args>
 void ask(Function* function, evsock* handle, Args... args) {
   if (function == nullptr) {

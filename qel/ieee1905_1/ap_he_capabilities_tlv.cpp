@@ -10,14 +10,14 @@ namespace qel::ieee1905_1 {
 
 namespace {
 
-/// The octets of the maps of one width.
+/// Octets in the maps of one width.
 constexpr std::uint8_t MAPS_SIZE = 4;
 
 }  // namespace
 
 [[gnu::always_inline]] inline void APHECapabilitiesTLV::encode_body(serialization::Writer& out) const {
-  // The length does not tell which widths the maps are for. With 80+80 but without 160 MHz a reader, this one included,
-  // finds the maps of 80+80 where it expects those of 160 and refuses the TLV; the peers rely on the form as it is.
+  // The length does not show which widths the maps are for. With 80+80 but without 160 MHz, every reader, including
+  // this one, finds the maps for 80+80 where it expects those for 160 and refuses the TLV; peers rely on this format.
   const int pairs = 1 + int{get_he_160_mhz_support()} + int{get_he_80_80_mhz_support()};
   out.put(radio_identifier_, static_cast<std::uint8_t>(pairs * MAPS_SIZE), mcs_80_);
   if (get_he_160_mhz_support()) {

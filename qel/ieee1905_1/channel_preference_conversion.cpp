@@ -17,7 +17,7 @@ namespace qel::ieee1905_1 {
 
 namespace {
 
-/// What a report leaves out has the highest score.
+/// A channel that a report omits has the highest score.
 ChannelScore score_in(const ChannelScores& scores, const OperatingClassChannel& channel) {
   const auto found = scores.find(channel);
   return found == scores.end() ? ChannelScore() : found->second;
@@ -29,7 +29,7 @@ void check(const ChannelScore& score) {
   }
 }
 
-/// Keeps the score if it is the first of its key, else what `choose` makes of both.
+/// Stores the score if it is the first for its key; otherwise what `choose` makes of both.
 template <class Scores, class Choose>
 void add(Scores& scores, const typename Scores::key_type& key, const ChannelScore& score, const Choose& choose) {
   const auto [place, is_first] = scores.emplace(key, score);
@@ -38,12 +38,12 @@ void add(Scores& scores, const typename Scores::key_type& key, const ChannelScor
   }
 }
 
-/// What is found out about a 20 MHz channel while the list is made.
+/// What is known about a 20 MHz channel while the list is built.
 struct Found {
-  std::bitset<9> widths;  ///< as capabilities, with what 40 MHz needs
+  std::bitset<9> widths;  ///< as capabilities, including what 40 MHz needs
   std::bitset<5> state;
   std::bitset<2> config;
-  ChannelScore score;  ///< what state and config mean
+  ChannelScore score;  ///< expressed by state and config
   signed char power = std::numeric_limits<signed char>::min();
 };
 
@@ -55,7 +55,7 @@ void set_bit(Found& found, const ChannelCondition& condition) {
   }
 }
 
-/// The state tells of more than interference, which any channel can have.
+/// True if the state says more than interference, which any channel can have.
 bool is_dfs(std::bitset<5> state) { return state.reset(bit_index(ChannelStateBit::INTERFERENCE_FOUND)).any(); }
 
 }  // namespace
@@ -148,7 +148,7 @@ ChannelScores ChannelPreferenceConversion::to_scores(const ChannelList& channels
 }
 
 ChannelPreferenceTLV ChannelPreferenceConversion::to_preferences(const ChannelScores& scores) const {
-  std::map<std::uint8_t, std::size_t> sizes;  // how many channels the radio has in each class
+  std::map<std::uint8_t, std::size_t> sizes;  // number of the radio's channels in each class
   std::map<std::tuple<std::uint8_t, std::uint8_t, ChannelPreferenceReasonCode>, std::vector<std::uint8_t>> records;
   for (const auto& [channel, described] : channels_) {
     const ChannelScore score = score_in(scores, channel);

@@ -17,7 +17,7 @@ bool is_worse(const ChannelScore& a, const ChannelScore& b) {
   return rank(a) < rank(b);
 }
 
-/// Whether a condition holds for the channel.
+/// Tests whether a condition is true of the channel.
 struct HoldsFor {
   const ChannelEntry& entry;
 

@@ -26,7 +26,7 @@ Fragmenter::Fragmenter(std::size_t largest) : largest_(largest) {
   }
 }
 
-/// Encodes all TLVs, and tells which of them go into which fragment.
+/// Encodes all TLVs and decides which go into which fragment.
 std::vector<Fragmenter::Run> Fragmenter::plan(const Message& message, MemoryOStream& tlvs,
                                               SerializationContext& context) const {
   const std::size_t room = largest_ - MESSAGE_HEAD_SIZE;

@@ -18,7 +18,7 @@ using serialization::SerializationException;
 
 namespace {
 
-/// The type octet of the TLV that follows.
+/// The type octet of the next TLV.
 TLVType peek_type(std::istream& is, const MemoryReadBuffer* memory) {
   if (memory != nullptr && is.good() && !memory->unread().empty()) {
     return static_cast<TLVType>(memory->unread().front());

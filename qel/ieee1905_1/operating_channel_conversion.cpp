@@ -22,7 +22,7 @@ namespace {
 using Behavior = OperatingClassDeduction::Behavior;
 using Region = OperatingClassDeduction::Region;
 
-/// An entry of a report and what it stands for.
+/// An entry of a report and its meaning.
 struct Part {
   OperatingClassChannel entry;
   OpclassSegment segment;
@@ -35,7 +35,7 @@ struct Part {
                               to_string(b.entry));
 }
 
-/// The first part of its kind; another one must have the same `value`.
+/// Keeps the first part of its kind; any other must have the same `value`.
 template <class Value>
 void keep_one(const Part*& kept, const Part& part, const Value& value) {
   if (kept == nullptr) {
@@ -47,7 +47,7 @@ void keep_one(const Part*& kept, const Part& part, const Value& value) {
 
 kHz center_of(const Part& part) { return part.segment.center; }
 
-/// The two halves of an 80+80 MHz channel, first the one in which the parts up to 80 MHz lie.
+/// Orders the halves of an 80+80 MHz channel: the half that contains the parts up to 80 MHz comes first.
 void order_halves(std::vector<const Part*>& halves, const Part* of_80_mhz, const Part* widest) {
   if (halves.size() == 1 && of_80_mhz != nullptr && center_of(*of_80_mhz) != center_of(*halves.front())) {
     halves.push_back(of_80_mhz);
@@ -115,7 +115,7 @@ ChannelInfo assemble(const std::vector<Part>& parts, std::int64_t time, float po
   return ChannelInfo(primary, segment, secondary, LastChanged<float>(power, time));
 }
 
-/// The channel of a class that has this width, centre and, where the class tells it, primary channel.
+/// Finds the channel with this width, centre and, if the class defines it, primary channel.
 std::optional<OperatingClassChannel> find_channel(ChannelWidth width, const kHz& center, const kHz& primary,
                                                   Region region) {
   const auto& lookup = OperatingClassDeduction::get_lookup(region);
@@ -140,7 +140,7 @@ std::optional<OperatingClassChannel> find_channel(ChannelWidth width, const kHz&
   return std::nullopt;
 }
 
-/// Checked; a 20 MHz channel has its primary channel and its segment.
+/// A checked copy; for a 20 MHz channel, both primary channel and segment are set.
 ChannelInfo complete(const ChannelInfo& info) {
   ChannelInfo whole;
   whole.update(info);

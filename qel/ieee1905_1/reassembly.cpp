@@ -18,15 +18,15 @@ using serialization::MemoryIStream;
 using serialization::MemoryOStream;
 using serialization::SerializationContext;
 
-/// Frames that carry less are filled up with zeros (IEEE 802.3-2018, 3.2.8).
+/// Frames with a smaller payload are padded with zeros (IEEE 802.3-2018, 3.2.8).
 constexpr std::size_t SMALLEST_ETHERNET_PAYLOAD = 46;
 
-/// Appends the TLVs of a fragment, without an End-of-message TLV and what follows it unless the fragment is the last.
+/// Appends the TLVs of a fragment; unless it is the last, without an End-of-message TLV and anything after it.
 class Joiner {
  public:
   explicit Joiner(std::vector<std::uint8_t>& message) : message_(message) {}
 
-  /// False for octets that break off within the header of a TLV.
+  /// Returns false if the octets end within the header of a TLV.
   bool append(std::span<const std::uint8_t> octets, bool is_last) {
     std::size_t position = std::min(missing_, octets.size());
     missing_ -= position;
@@ -63,7 +63,7 @@ class Joiner {
   }
 
   std::vector<std::uint8_t>& message_;
-  std::size_t missing_ = 0;  // octets of the TLV that goes on in the next fragment
+  std::size_t missing_ = 0;  // octets of the TLV that continues in the next fragment
   bool has_ended_ = false;
 };
 

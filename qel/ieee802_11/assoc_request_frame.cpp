@@ -31,7 +31,7 @@ std::optional<IEEE802_11_RSNElement> as_rsn_element(const AssocRequestFrame::Ele
   }
 }
 
-/// How many octets the whole elements at the beginning take.
+/// Number of octets in the complete elements at the beginning.
 std::size_t whole_elements(std::span<const std::uint8_t> octets) {
   std::size_t end = 0;
   while (octets.size() - end >= ELEMENT_HEADER_SIZE &&
@@ -44,7 +44,7 @@ std::size_t whole_elements(std::span<const std::uint8_t> octets) {
 constexpr std::size_t ADDRESS_SIZE = serialization::WireType<MACAddress>::SIZE;
 constexpr int BEGINS_WITH_SSID = 2;
 
-/// What speaks for elements that begin here: the SSID weighs most, then that they end with the body.
+/// The evidence that elements begin here: an SSID weighs most, then elements that end exactly at the end of the body.
 int weight_as_elements(std::span<const std::uint8_t> octets) {
   constexpr std::uint8_t SSID = 0;
   constexpr std::uint8_t LONGEST_SSID = 32;
@@ -53,7 +53,8 @@ int weight_as_elements(std::span<const std::uint8_t> octets) {
          (whole == octets.size() ? 1 : 0);
 }
 
-/// An address may look like an SSID that begins with it, but nothing in an association request like one six octets on.
+/// An address may look like the beginning of an SSID, but in an association request nothing six octets later looks like
+/// one.
 bool begins_with_address(std::span<const std::uint8_t> variable_part) {
   if (variable_part.size() < ADDRESS_SIZE) {
     return false;

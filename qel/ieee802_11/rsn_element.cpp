@@ -23,7 +23,7 @@ std::size_t size_on_wire(const OptionalList<E>& list) {
   return sizeof(std::uint16_t) + (list ? list->size() * serialization::WireType<E>::SIZE : 0);
 }
 
-/// The count fits 16 bits, since the whole element fits 255 octets.
+/// The count fits into 16 bits, because the whole element fits into 255 octets.
 template <class E>
 void put_list(serialization::Writer& out, const OptionalList<E>& list) {
   out.put(Uint16{static_cast<std::uint16_t>(list ? list->size() : 0)});

@@ -18,7 +18,7 @@ constexpr IEEE802_11_CipherSuite PSK(2);
 constexpr IEEE802_11_CipherSuite SAE(8);
 constexpr IEEE802_11_CipherSuite OWE(18);
 
-/// One suite or two.
+/// One or two suites.
 class Suites {
  public:
   constexpr Suites(const IEEE802_11_CipherSuite& suite) : suites_{suite}, count_(1) {}
@@ -40,7 +40,7 @@ struct Mode {
 };
 
 /// The modes that have suites of their own. The mixed mode of WPA and WPA2 has the group cipher that every station of
-/// the BSS can do; so TKIP beside a group cipher CCMP is no mode at all.
+/// the BSS supports, so TKIP with group cipher CCMP matches no mode.
 constexpr Mode MODES[] = {
     {WLANSecurity::WPAPSK, TKIP, TKIP, PSK},
     {WLANSecurity::WPA2PSK, CCMP, CCMP, PSK},
@@ -85,7 +85,7 @@ std::unique_ptr<IEEE802_11_RSNElement> create_rsn_element_from_security(WLANSecu
     element->set_pairwise_cipher_list(list_of(mode->pairwise));
     element->set_akm_suite_list(list_of(mode->akm));
   } else if (security != WLANSecurity::NONE && security <= WLANSecurity::INVALID) {
-    // Secured, but in no way that an RSN element can say; a value that is no mode is not even that.
+    // Secured, but in a way that no RSN element expresses; for a value above INVALID, not even that is set.
     element->set_group_data(USE_GROUP_CIPHER);
   }
   return element;

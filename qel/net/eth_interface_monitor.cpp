@@ -6,7 +6,7 @@ namespace qel {
 
 namespace {
 
-/// The number that is known, or 0.
+/// The number if it is known, otherwise 0.
 template <class Rate>
 std::uint64_t number_of(const Rate& rate) {
   return rate.is_set() ? rate.get().value() : 0;
@@ -15,7 +15,7 @@ std::uint64_t number_of(const Rate& rate) {
 Availability availability_of(const DataRate& data_rate, const EthInterfaceMonitor::MaxDataRate& max_data_rate) {
   const std::uint64_t rate = number_of(data_rate);
   const std::uint64_t max_rate = number_of(max_data_rate);
-  // An interface without any traffic counts as one whose driver does not report it.
+  // An interface without traffic is treated like one whose driver does not report it.
   if (rate == 0 || max_rate == 0) {
     return {};
   }
@@ -37,8 +37,8 @@ void EthInterfaceMonitor::update() {
 }
 
 void EthInterfaceMonitor::update_data_rates() {
-  // Counters of zero at time zero, that is unset, for a link that is down. The number 0 would be a leap backwards that
-  // the calculators take for a wrap, and the return of the link a leap forwards.
+  // For a link that is down, the counters are zero at time zero, that is, unset. A reading of 0 would look like a wrap
+  // to the calculators, and the return of the link like a jump forwards.
   EthTool::ByteCounters counters;
   if (eth_tool_.is_link_up()) {
     counters = eth_tool_.get_byte_counters();

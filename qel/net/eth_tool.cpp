@@ -25,9 +25,9 @@ namespace {
 /// More than any driver has.
 constexpr std::uint32_t MAX_STATISTICS = 65536;
 
-/// A zeroed request. At its end the kernel writes as many elements as the driver has at that moment, whatever room
-/// there is: so the driver has to be asked for their number right before. The room is for twice as many, should another
-/// process give the driver more of them in between.
+/// A zero-initialised request. The kernel writes as many elements at its end as the driver has at that moment, however
+/// much room there is, so the driver must be asked for the number immediately before. There is room for twice as many,
+/// in case another process increases the number in between.
 template <class Request, class Element>
 class RequestFor {
  public:
@@ -42,7 +42,7 @@ class RequestFor {
   Request* request_;
 };
 
-/// 0 when the driver has no statistics, or tells an incredible number.
+/// Returns 0 if the driver has no statistics, or reports an implausible number.
 std::uint32_t count_statistics(const EthTool& tool) {
   const RequestFor<ethtool_sset_info, std::uint32_t> request(1);
   request->cmd = ETHTOOL_GSSET_INFO;
@@ -51,7 +51,7 @@ std::uint32_t count_statistics(const EthTool& tool) {
   return request->sset_mask == 0 || request->data[0] > MAX_STATISTICS ? 0 : request->data[0];
 }
 
-/// Up to the first NUL, or all of it.
+/// The text up to the first NUL, or all of it.
 std::string text_of(const std::uint8_t* octets, std::size_t size) {
   return {octets, std::find(octets, octets + size, 0)};
 }

@@ -25,7 +25,7 @@ MACAProvider::MACAProvider() {
 
 MACAddress generate_random_qel_mac_address() {
   std::random_device device("default");
-  std::minstd_rand0 engine(device());  // its constructor reduces the seed by the modulus and takes 1 for 0
+  std::minstd_rand0 engine(device());  // the constructor reduces the seed by the modulus and replaces 0 with 1
   std::uniform_int_distribution<unsigned int> octet(0, 255);
   MACAddress address;
   const auto random = std::copy(VENDOR_OUI.begin(), VENDOR_OUI.end(), address.octets().begin());

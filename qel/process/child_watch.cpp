@@ -10,14 +10,14 @@ namespace qel::daemon {
 
 namespace {
 
-/// The status of a child that has ended.
+/// The status of a child that has exited.
 std::optional<int> status_of(pid_t child) {
   int status = 0;
   const pid_t ended = ::waitpid(child, &status, WNOHANG);
   return ended == 0 ? std::nullopt : std::optional(ended == child ? status : -1);
 }
 
-/// The kernel says nothing about children of a process that ignores the signal.
+/// The kernel does not report children to a process that ignores the signal.
 void heed_sigchld() {
   struct sigaction action {};
   if (::sigaction(SIGCHLD, nullptr, &action) != 0) {
@@ -60,13 +60,13 @@ void ChildWatch::reap() {
     if (ended == children_.end()) {
       return;
     }
-    // Out of the list first: the handler may change it.
+    // Removed from the list first, because the handler may change it.
     std::list<Child> taken;
     taken.splice(taken.end(), children_, ended);
     try {
       taken.front().handler(*taken.front().status);
     } catch (...) {
-      reap_soon();  // what else has ended is not told again
+      reap_soon();  // other exits are not reported again
       throw;
     }
   }

@@ -48,7 +48,7 @@ SignalWatch::SignalWatch(const std::vector<int>& signals, Handler handler)
 }
 
 SignalWatch::~SignalWatch() {
-  // The platform lets go of the descriptor while it is still open.
+  // The platform must release the descriptor while it is still open.
   SignalWatch::remove_from_evsock();
 }
 

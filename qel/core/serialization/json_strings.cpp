@@ -4,7 +4,7 @@ namespace qel::serialization {
 
 namespace {
 
-/// The letter behind the backslash, NUL for a character that needs none.
+/// The letter after the backslash; NUL for a character that needs no escape.
 char escape_letter(char character) {
   switch (character) {
     case '\n':
@@ -27,7 +27,7 @@ char escape_letter(char character) {
   }
 }
 
-/// What a backslash and this letter stand for.
+/// The text for a backslash followed by this letter.
 std::string escaped_text(char letter) {
   switch (letter) {
     case 'n':

@@ -7,7 +7,7 @@ namespace qel::serialization {
 
 namespace {
 
-constexpr std::size_t FIRST_CAPACITY = 2048;  // one Ethernet frame and some
+constexpr std::size_t FIRST_CAPACITY = 2048;  // a little more than an Ethernet frame
 
 const std::streambuf::pos_type NO_POSITION{std::streambuf::off_type{-1}};
 
@@ -77,7 +77,7 @@ std::streamsize MemoryWriteBuffer::xsputn(const char* characters, std::streamsiz
 
 MemoryWriteBuffer::pos_type MemoryWriteBuffer::seekoff(off_type offset, std::ios_base::seekdir direction,
                                                        std::ios_base::openmode which) {
-  // Only telling the position is offered; octets are appended, never overwritten.
+  // Only the current position can be queried; octets are appended, never overwritten.
   if (offset != 0 || direction == std::ios_base::beg || (which & std::ios_base::out) == 0) {
     return NO_POSITION;
   }

@@ -8,7 +8,7 @@ namespace qel::serialization {
 
 ReadWindow ReadSource::refill(const std::uint8_t* position, std::span<const PrimitiveEnd> primitives) {
   if (memory_ != nullptr) {
-    // The memory ends inside this step: `read` below takes what is left and fails, and its position is the last word.
+    // The memory ends within this step: `read` below takes the rest and fails, and leaves the stream at its end.
     memory_->read_up_to(position);
     memory_ = nullptr;
   }

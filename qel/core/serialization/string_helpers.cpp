@@ -10,7 +10,8 @@ namespace qel::serialization {
 namespace {
 
 [[noreturn]] void refuse_size(std::string size, std::uint8_t min, std::uint8_t max) {
-  // The limits go in as characters, not as digits: this is the line that the system's logs are searched for.
+  // The limits are inserted as characters rather than digits: this is the exact line for which the system's logs are
+  // searched.
   std::string text = "Size " + std::move(size) + " is not in the range [";
   text += static_cast<char>(min);
   text += ", ";

@@ -17,7 +17,7 @@ constexpr EnumText TYPES[] = {
     {UIDType::NODE_LINK, "NODE_LINK"},
 };
 
-/// What stands before the number; empty for another type.
+/// The text before the number; empty for any other type.
 std::string_view prefix_of(UIDType type) {
   switch (type) {
     case UIDType::NODE:

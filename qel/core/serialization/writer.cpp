@@ -8,7 +8,8 @@ namespace qel::serialization {
 
 namespace {
 
-/// How many octets the buffer took; one that throws is as good as full, as it is for the stream's own functions.
+/// Returns the number of octets that the buffer accepted. A buffer that throws counts as full, as in the stream's own
+/// functions.
 std::size_t put_octets(std::streambuf& buffer, std::span<const std::uint8_t> octets) {
   try {
     const std::streamsize taken =
@@ -29,7 +30,7 @@ void write_octets(std::ostream& os, std::span<const std::uint8_t> octets, std::s
       os.setstate(std::ios_base::badbit);
     }
   }
-  // Only now is a stream that flushes after each output done.
+  // Checked last, because a stream that flushes after each output may fail only then.
   if (!os.fail()) {
     return;
   }

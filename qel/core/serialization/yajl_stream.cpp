@@ -55,7 +55,7 @@ YAJLStream::~YAJLStream() = default;
 
 template <class Brace>
 bool YAJLStream::open(Brace brace) noexcept {
-  // The generator counts a level before it refuses it, and would be lost afterwards.
+  // The generator counts a level before it refuses it, and would then be unusable.
   if (depth_ + 1 >= YAJL_MAX_DEPTH || !succeeded(brace(generator_.get()))) {
     return false;
   }
@@ -93,7 +93,7 @@ bool YAJLStream::write_integer(unsigned int value) noexcept { return write_integ
 bool YAJLStream::write_integer(int value) noexcept { return write_integer(static_cast<long long>(value)); }
 
 bool YAJLStream::write_integer(unsigned long long value) noexcept {
-  // The generator's integers are signed; a larger one goes in as the text of a number.
+  // The generator's integers are signed, so a larger one is passed as the text of a number.
   char digits[std::numeric_limits<unsigned long long>::digits10 + 1];
   const auto end = std::to_chars(std::begin(digits), std::end(digits), value).ptr;
   return succeeded(yajl_gen_number(generator_.get(), digits, static_cast<std::size_t>(end - digits)));
@@ -107,7 +107,7 @@ void YAJLStream::yajl_print(const void* text, std::size_t length) noexcept {
   try {
     os_.write(static_cast<const char*>(text), static_cast<std::streamsize>(length));
   } catch (...) {
-    // No exception may cross the generator, which is C; a stream that throws has set its state before.
+    // No exception may cross the generator, which is C; a stream that throws has already set its state.
   }
 }
 

@@ -17,7 +17,7 @@ using serialization::SerializationContext;
 
 namespace {
 
-/// The payload object that reads the `length` octets behind the OUI, of which the first is peeked at.
+/// Makes the payload object for the `length` octets after the OUI, by peeking at the first of them.
 std::unique_ptr<VendorSpecific> make_payload(std::istream& is, const VendorSpecificTLV::OUI& oui,
                                              std::uint16_t length) {
   std::unique_ptr<VendorSpecific> payload;
@@ -33,7 +33,7 @@ std::unique_ptr<VendorSpecific> make_payload(std::istream& is, const VendorSpeci
   return payload != nullptr ? std::move(payload) : std::make_unique<VendorSpecificUnknown>(length);
 }
 
-/// Lower-case digits and a NUL, whatever the stream is set to.
+/// Lower-case digits and a NUL, regardless of the stream's settings.
 std::array<char, 3> unpadded_hex(std::uint8_t octet) {
   std::array<char, 3> digits{};
   std::to_chars(digits.begin(), digits.end() - 1, octet, 16);
