@@ -2,5 +2,5 @@
 
 #include <cstddef>
 
-/// How often operator new was called; a benchmark linked with allocations.cpp counts it.
+/// Number of calls of operator new; counts in a benchmark that is linked with allocations.cpp.
 extern std::size_t allocations;

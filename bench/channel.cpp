@@ -15,8 +15,8 @@
 #include "qel/channel/frequency.h"
 #include "qel/channel/operating_class_deduction.h"
 
-/// Looking the operating classes of all channels up, beside a binary search of the same frequencies in one sorted array
-/// in the same run. The figures are the ratios; a table of them, each for one channel, follows the measurements.
+/// Compares looking up the operating classes of all channels with a binary search for the same frequencies in one
+/// sorted array, in the same run. The results are the ratios; a table of them, per channel, follows the measurements.
 
 namespace {
 
@@ -25,7 +25,7 @@ using Deduction = OperatingClassDeduction;
 using Region = Deduction::Region;
 using Behavior = Deduction::Behavior;
 
-/// A channel in its segment, as the 20 MHz channels of the region's classes make them.
+/// A channel in its segment, made from the 20 MHz channels of the region's classes.
 struct Channel {
   kHz primary;
   ChannelWidth width;
@@ -55,7 +55,7 @@ std::vector<Channel> all_channels(Region region) {
   return channels;
 }
 
-/// One pass of `step` over all channels; counts its allocations, once everything is warm.
+/// Runs `step` once over all channels; counts its allocations after a warm-up.
 template <class Step>
 void measure(benchmark::State& state, const std::vector<Channel>& channels, Step step) {
   const auto pass = [&] {
@@ -102,7 +102,7 @@ void get_opclass(benchmark::State& state, const std::vector<Channel>& channels, 
   });
 }
 
-/// What returning its answer in a vector costs.
+/// Measures the cost of returning the answer in a vector.
 void make_vector(benchmark::State& state, const std::vector<Channel>& channels, Region) {
   measure(state, channels, [](const Channel& channel) { return std::vector<unsigned char>{channel.opclass}; });
 }
@@ -112,7 +112,7 @@ void from_channel_info(benchmark::State& state, const std::vector<Channel>& chan
           [&](const Channel& channel) { return Deduction::get_opclasses_from_channel_info(channel.info, region); });
 }
 
-/// Keeps the figures for the table while the usual reporter prints them. Of repetitions it keeps the fastest.
+/// Collects the figures for the table while the usual reporter prints them. Keeps the fastest of repeated runs.
 class Figures : public benchmark::ConsoleReporter {
  public:
   Figures() : ConsoleReporter(OO_Tabular) {}
@@ -150,7 +150,7 @@ class Figures : public benchmark::ConsoleReporter {
     const auto library = figures_.find(region + "/" + name);
     const auto beside = figures_.find(region + "/" + yardstick);
     if (library == figures_.end() || beside == figures_.end()) {
-      return;  // left out by --benchmark_filter
+      return;  // excluded by --benchmark_filter
     }
     os << std::left << std::setw(9) << region << std::setw(18) << name << std::right << std::setprecision(1)
        << std::setw(6) << library->second.nanoseconds << " ns" << std::setw(6) << beside->second.nanoseconds << " ns "

@@ -16,8 +16,8 @@
 #include "qel/core/serialization/serialization_context.h"
 #include "qel/ieee1905_1/message.h"
 
-/// Decoding, encoding and printing the reference messages, beside a memcpy of the same octets and a hand-written codec
-/// in the same run. The figures are the ratios; a table of them follows the measurements.
+/// Compares decoding, encoding and printing of the reference messages with a memcpy of the same octets and with a
+/// hand-written codec, in the same run. The results are the ratios; a table of them follows the measurements.
 
 namespace {
 
@@ -44,7 +44,7 @@ Octets read_hex(const std::string& name) {
   return octets;
 }
 
-/// Counts the allocations of one iteration, once everything is warm.
+/// Counts the allocations of one iteration after a warm-up.
 template <class Step>
 void measure(benchmark::State& state, Step step) {
   step();
@@ -135,7 +135,7 @@ void print(benchmark::State& state, const Octets& octets) {
   });
 }
 
-/// Keeps the figures for the table while the usual reporter prints them. Of repetitions it keeps the fastest.
+/// Collects the figures for the table while the usual reporter prints them. Keeps the fastest of repeated runs.
 class Figures : public benchmark::ConsoleReporter {
  public:
   Figures() : ConsoleReporter(OO_Tabular) {}
@@ -179,7 +179,7 @@ class Figures : public benchmark::ConsoleReporter {
     const auto by_hand = figures_.find(message + "/" + step + "_by_hand");
     const auto copy = figures_.find(message + "/memcpy");
     if (library == figures_.end() || by_hand == figures_.end() || copy == figures_.end()) {
-      return;  // left out by --benchmark_filter
+      return;  // excluded by --benchmark_filter
     }
     os << std::left << std::setw(33) << message << std::setw(7) << step << std::right << std::setw(6)
        << library->second.nanoseconds << " ns" << std::setw(6) << by_hand->second.nanoseconds << " ns"

@@ -1,5 +1,5 @@
-/* To be preloaded: counts what a program asks of the heap, and tells on standard error how much that was before main
- * and until the program first waited for something. */
+/* For LD_PRELOAD: counts a program's heap allocations, and reports on standard error those made before main and until
+ * the program first waited for something. */
 #define _GNU_SOURCE
 #include <signal.h>
 #include <stddef.h>
@@ -44,7 +44,7 @@ static void tell(const char* stage) {
   }
 }
 
-/* The libraries are initialised before what is preloaded. */
+/* The libraries are initialised before a preloaded object. */
 __attribute__((constructor)) static void begin(void) { tell("before main"); }
 
 int epoll_pwait(int epoll, struct epoll_event* events, int most, int timeout, const sigset_t* mask) {

@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <span>
 
-/// The yardstick of the codec's benchmarks: the same messages by hand, straight into plain structs and straight out of
-/// them. It makes as many heap objects as the library does: a list node and a TLV for each TLV, and an array for each
-/// list in it.
+/// The yardstick for the codec's benchmarks: the same messages encoded and decoded by hand, from and to plain structs.
+/// It makes as many heap objects as the library does: a list node and a TLV for each TLV, and an array for each list in
+/// it.
 namespace plain {
 
 struct Mac {
@@ -82,7 +82,7 @@ struct LinkMetrics {
 
 struct EndOfMessage {};
 
-/// A TLV in the list; `body` is one of the structs above, by `type`.
+/// A TLV in the list; `type` determines which of the structs above `body` is.
 struct Node {
   Node* next;
   std::uint8_t type;
@@ -98,11 +98,11 @@ struct Message {
   Node* first;
 };
 
-/// Any octets give true and a message to be freed with `destroy`, or false and nothing to be freed.
+/// For any octets, returns true and a message to be freed with `destroy`, or false and nothing to be freed.
 bool decode(std::span<const std::uint8_t> octets, Message& message);
 void destroy(Message& message);
 
-/// Returns how many octets it wrote; 0 when `room` does not hold them.
+/// Returns the number of octets written; 0 if they do not fit in `room`.
 std::size_t encode(const Message& message, std::span<std::uint8_t> room);
 
 }  // namespace plain

@@ -6,8 +6,8 @@
 #include "bench/plain_codec.h"
 #include "bench/plain_octets.h"
 
-/// The bodies of the Multi-AP TLVs for the hand-written codec: each is decoded into a zeroed struct, which `clear`
-/// frees the arrays of, even where decoding has failed. `encode` returns the end of what it wrote.
+/// The bodies of the Multi-AP TLVs for the hand-written codec. Each is decoded into a zeroed struct; `clear` frees its
+/// arrays, even if decoding failed. `encode` returns the end of what it wrote.
 namespace plain {
 
 struct APCapability {

@@ -30,10 +30,10 @@
 #include "tests/net/private_network.h"
 #include "tests/platform/private_bus.h"
 
-/// Frames a second on the whole road, from a veth through RawSock and the main loop into a Message, beside one that
-/// only reads the same frames from a packet socket. Another process sends as fast as it can all the while; both sides
-/// take short turns, and the ratio is the median over the pairs of turns. The network namespace and the message bus are
-/// private.
+/// Compares the frames per second on the whole path, from a veth through RawSock and the main loop into a Message, with
+/// a program that only reads the same frames from a packet socket. Another process sends as fast as it can all the
+/// while. Both sides take short turns, and the ratio is the median over the pairs of turns. The network namespace and
+/// the message bus are private.
 
 namespace {
 
@@ -82,7 +82,7 @@ Octets topology_discovery() {
   return make_frame(MessageType::TOPOLOGY_DISCOVERY_MESSAGE, std::move(tlvs));
 }
 
-/// Of a node with four Ethernet ports and a neighbour on two of them.
+/// From a node with four Ethernet ports and a neighbour on two of them.
 Octets topology_response() {
   std::vector<std::unique_ptr<TLV>> tlvs;
   auto device = std::make_unique<DeviceInformationTLV>(address(1));
@@ -98,7 +98,7 @@ Octets topology_response() {
   return make_frame(MessageType::TOPOLOGY_RESPONSE_MESSAGE, std::move(tlvs));
 }
 
-/// A process that sends one frame over and over; ends with this object, with its parent and after a minute.
+/// A process that sends one frame repeatedly; it exits with this object, with its parent, or after a minute.
 class Sender {
  public:
   explicit Sender(const Octets& frame) : process_(::fork()) {
@@ -109,7 +109,7 @@ class Sender {
       ::prctl(PR_SET_PDEATHSIG, SIGKILL);
       ::alarm(SENDER_LIFE_S);
       const qel::FileDescriptor socket = qel::test::open_packet_socket(FAR, qel::ieee1905_1::CMDU_ETHERTYPE);
-      // A full queue is nothing to wait for.
+      // There is no need to wait when the queue is full.
       while (::write(socket.get(), frame.data(), frame.size()) >= 0 || errno == ENOBUFS) {
       }
       ::_exit(1);
@@ -135,7 +135,7 @@ double cpu_seconds() {
   return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-/// Lets `receive`, which returns how many frames it got, run for one turn.
+/// Runs `receive`, which returns the number of frames received, for one turn.
 template <class Receive>
 Rate run_turn(Receive receive) {
   constexpr int CALLS_BETWEEN_LOOKS_AT_THE_CLOCK = 64;

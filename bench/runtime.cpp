@@ -22,9 +22,9 @@
 #include "qel/daemon/mainloop.h"
 #include "tests/platform/private_bus.h"
 
-/// What the runtime costs beside the system's own means in the same run: ready descriptors beside epoll, timers beside
-/// libev, a log line beside a write to a pipe, an IPC message beside a socket pair. The figures are the ratios; a table
-/// of them follows the measurements. The message bus is private.
+/// Compares the cost of the runtime with that of the system's own means in the same run: ready descriptors with epoll,
+/// timers with libev, a log line with a write to a pipe, an IPC message with a socket pair. The results are the ratios;
+/// a table of them follows the measurements. The message bus is private.
 
 namespace {
 
@@ -41,7 +41,7 @@ int checked(int result) {
   return result;
 }
 
-/// An event descriptor that stays ready to read.
+/// An eventfd that stays readable.
 class ReadyDescriptor {
  public:
   ReadyDescriptor() : fd_(checked(eventfd(1, 0))) {}
@@ -54,7 +54,7 @@ class ReadyDescriptor {
   int fd_;
 };
 
-/// Seconds until the n-th timer, scattered over some hours.
+/// Seconds until the n-th timer, spread over several hours.
 int delay(unsigned n) { return 1000 + static_cast<int>(n * 7919U % 10'007U); }
 
 class CountingWatch final : public qel::daemon::ISimpleFDWatch {
@@ -80,7 +80,7 @@ void dispatch(benchmark::State& state, Mainloop& loop) {
   for (const ReadyDescriptor& descriptor : descriptors) {
     loop.add_watch(std::make_shared<CountingWatch>(descriptor.get(), calls));
   }
-  loop.run(std::chrono::milliseconds(0));  // the first call of the write handlers
+  loop.run(std::chrono::milliseconds(0));  // makes the first call of the write handlers
   calls = 0;
   for (auto turn : state) {
     loop.run(std::chrono::milliseconds(0));
@@ -116,7 +116,7 @@ void dispatch_by_epoll(benchmark::State& state) {
   expect_calls(calls, state);
 }
 
-/// Stops and arms timers by turns, as the messages of many neighbours do with the timers of their age.
+/// Alternately stops and arms timers, as messages from many neighbours do with their ageing timers.
 void timer(benchmark::State& state) {
   std::vector<qel::time::Timer> timers(OUTSTANDING_TIMERS);
   int fired = 0;
@@ -134,7 +134,7 @@ void timer(benchmark::State& state) {
   }
 }
 
-/// libev arms by the time at which its turn began; a timer that is never early has to read the clock.
+/// libev arms a timer from the time at which its turn began; a timer that is never early must read the clock.
 template <bool reads_clock>
 void timer_by_libev(benchmark::State& state) {
   struct ev_loop* loop = ev_loop_new(EVFLAG_AUTO);
@@ -160,7 +160,7 @@ void timer_by_libev(benchmark::State& state) {
 }
 
 void log_line(benchmark::State& state) {
-  // A DEBUG line of a component that is switched off: into the ring, and nowhere else.
+  // A DEBUG line of a disabled component goes only into the ring.
   for (auto iteration : state) {
     qel::debug::stream("bench") << LOG_TEXT << std::endl;
   }
@@ -210,7 +210,7 @@ void ipc_message_by_socketpair(benchmark::State& state) {
   close(ends[1]);
 }
 
-/// Keeps the fastest of the repetitions for the table while the usual reporter prints them.
+/// Collects the fastest of the repeated runs for the table while the usual reporter prints them.
 class Figures : public benchmark::ConsoleReporter {
  public:
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -242,7 +242,7 @@ class Figures : public benchmark::ConsoleReporter {
     const auto library = figures_.find(name);
     const auto beside = figures_.find(other + "_beside");
     if (library == figures_.end() || beside == figures_.end()) {
-      return;  // left out by --benchmark_filter
+      return;  // excluded by --benchmark_filter
     }
     os << std::left << std::setw(36) << title << std::right << std::setprecision(0) << std::setw(9) << library->second
        << " ns" << std::setw(10) << beside->second << " ns" << std::setprecision(2) << std::setw(8)

@@ -1,12 +1,12 @@
-# What is installed, in components: runtime (the library), platform (what stands for the router's own libraries), dev
-# (headers and what finds the libraries), tools (programs, their manuals, and the set-up of the daemon).
+# Installation, in components: runtime (the library), platform (the replacements of the router's own libraries), dev
+# (headers and files for finding the libraries), tools (programs, their manuals, and the daemon's configuration).
 include(CMakePackageConfigHelpers)
 
 set(QEL_CMAKE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/mesh_shared)
 set(QEL_PKG_CONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# The loader looks for libraries in those of /usr by itself. Under any other prefix a program finds ours in the folder of
-# the libraries, and they find each other beside themselves, wherever the installation is moved.
+# The loader finds libraries under /usr by itself. Under any other prefix, programs look for ours in the library
+# directory relative to themselves, and the libraries look beside themselves, so the installation can be moved.
 if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   file(RELATIVE_PATH libraries ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   set(CMAKE_INSTALL_RPATH $ORIGIN/${libraries})
@@ -15,7 +15,8 @@ endif()
 
 # qel_install_library(NAME DESCRIPTION COMPONENT NAME [FILE_SETS NAME...])
 #
-# The library, its link and headers, its target mesh_shared::NAME and its NAME.pc. The fake platform has no installation.
+# Installs the library, its link and headers, its target mesh_shared::NAME and its NAME.pc. The fake platform is not
+# installed.
 function(qel_install_library name description)
   cmake_parse_arguments(PARSE_ARGV 2 arg "" COMPONENT FILE_SETS)
   if(NOT QEL_PLATFORM STREQUAL linux)
@@ -38,13 +39,13 @@ function(qel_install_library name description)
   install(FILES ${PROJECT_BINARY_DIR}/${name}.pc DESTINATION ${QEL_PKG_CONFIG_DIR} COMPONENT dev)
 endfunction()
 
-# qel_compress(INPUT OUTPUT): the file as OUTPUT in the build folder, the same octets each time.
+# qel_compress(INPUT OUTPUT): compresses a file to OUTPUT in the build folder, reproducibly.
 function(qel_compress input output)
   execute_process(COMMAND gzip -n9c ${input} OUTPUT_FILE ${PROJECT_BINARY_DIR}/${output} COMMAND_ERROR_IS_FATAL ANY)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${input})
 endfunction()
 
-# qel_install_manual(PAGE): Debian compresses its manuals.
+# qel_install_manual(PAGE): installs a manual page, compressed as Debian requires.
 function(qel_install_manual page)
   string(REGEX MATCH "[0-9]$" section ${page})
   set(file ${PROJECT_SOURCE_DIR}/man/${page})
@@ -61,7 +62,7 @@ if(QEL_PLATFORM STREQUAL linux)
     FILE mesh_sharedConfig.cmake
     DESTINATION ${QEL_CMAKE_PACKAGE_DIR}
     COMPONENT dev)
-  # Before 1.0 each minor version may break what was.
+  # Before 1.0, each minor version may be incompatible.
   write_basic_package_version_file(${PROJECT_BINARY_DIR}/mesh_sharedConfigVersion.cmake COMPATIBILITY SameMinorVersion)
   install(FILES ${PROJECT_BINARY_DIR}/mesh_sharedConfigVersion.cmake DESTINATION ${QEL_CMAKE_PACKAGE_DIR} COMPONENT dev)
 endif()

@@ -1,7 +1,7 @@
-# The Debian packages, one for each component. scripts/package configures, builds and checks them.
+# The Debian packages, one per component. scripts/package configures, builds and checks them.
 set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
 
-# The changelog knows the version too; it is the one that counts for the packages.
+# The Debian changelog also states the version, and its version is that of the packages.
 file(STRINGS ${debian}/changelog first_line LIMIT_COUNT 1)
 if(NOT first_line MATCHES "^mesh-shared \\(${PROJECT_VERSION}-([0-9]+)\\) ")
   message(FATAL_ERROR "packaging/debian/changelog does not begin with version ${PROJECT_VERSION}: ${first_line}")
@@ -29,7 +29,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 
 # qel_package(COMPONENT NAME SECTION DESCRIPTION)
 #
-# Dependencies on libraries from elsewhere are found in the files. packaging/debian/NAME.* are control files.
+# Dependencies on other libraries are detected from the files. packaging/debian/NAME.* are control files.
 macro(qel_package component name section description)
   string(TOUPPER ${component} upper)
   list(APPEND CPACK_COMPONENTS_ALL ${component})
@@ -62,7 +62,7 @@ The messages of IEEE 1905.1 and their TLVs, with a main loop, timers, tasks,
 signals, logging, a debug shell and IPC to build daemons on.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "mesh-platform (>= ${version})")
 
-# One package for the three libraries: a router brings all of them along, or none.
+# One package for the three libraries, because a router provides either all of them or none.
 qel_package(platform mesh-platform libs
 "platform libraries of a Wi-Fi mesh daemon on stock Linux
 What the libraries of a router's own platform do, for machines that have none:

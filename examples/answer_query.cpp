@@ -1,5 +1,5 @@
-// Answers a topology query, as the device 02:19:05:AA:00:01 with one interface would: decodes the query, builds the
-// response with the same identifier, and splits it into fragments that fit a frame.
+// Answers a topology query as the device 02:19:05:AA:00:01 with one interface: decodes the query, builds the response
+// with the same identifier, and splits it into fragments that fit a frame.
 
 #include <cstdint>
 #include <iostream>

@@ -1,5 +1,5 @@
-// The channel preferences of a radio: what an agent reports of its channels, what the controller asks for, and which
-// channel of 40 MHz the agent takes then.
+// Shows the channel preferences of a radio: what an agent reports, what the controller requests, and which 40 MHz
+// channel the agent then chooses.
 
 #include <bitset>
 #include <cstdint>
@@ -32,9 +32,9 @@ APRadioBasicCapabilitiesTLV capabilities() {
   return radio;
 }
 
-/// Below 5250 MHz a neighbour disturbs channel 40; above it there is radar on 52, and the others are clear.
+/// Below 5250 MHz, a neighbour disturbs channel 40; above, there is radar on channel 52 and the others are clear.
 ChannelList channels_of(const ChannelPreferenceConversion& conversion) {
-  ChannelList channels = conversion.to_channel_list({});  // nothing is known against any
+  ChannelList channels = conversion.to_channel_list({});  // nothing is known against any channel
   const auto set_state = [&](long mhz, ChannelStateBit state) {
     const auto flags = std::bitset<5>().set(bit_index(state));
     channels.get_channel_entry(kHz(mhz * 1000))->set_state_flags(LastChanged<std::bitset<5>>(flags));
@@ -47,7 +47,7 @@ ChannelList channels_of(const ChannelPreferenceConversion& conversion) {
   return channels;
 }
 
-/// The controller keeps channels 44 and 48 for other radios.
+/// The controller reserves channels 44 and 48 for other radios.
 ChannelPreferenceTLV request(const ChannelPreferenceConversion& conversion) {
   ChannelList channels = conversion.to_channel_list({});
   channels.set_performance_opt_flag(44, 48, true);

@@ -1,4 +1,4 @@
-// Runs tr(1) as a filter: writes to it through a stream, reads what it answers, and hears of its end; SIGTERM ends it
+// Runs tr(1) as a filter: writes to it through a stream, reads its output, and is notified of its exit. SIGTERM ends it
 // early.
 
 #include <sys/socket.h>
@@ -17,12 +17,12 @@
 
 namespace {
 
-/// Our end of a connected pair of sockets; the child has the other one as its standard input and output.
+/// Our end of a socket pair; the other end is the child's standard input and output.
 class Filter final : public qel::daemon::ISimpleFDWatch {
  public:
   explicit Filter(int fd) : ISimpleFDWatch(fd, "filter") {}
 
-  /// Once after registration.
+  /// Called once after registration.
   void on_writable() override {
     qel::daemon::evsock_streambuf buffer(get_handle());
     std::ostream(&buffer) << "in small letters\n" << std::flush;
@@ -35,7 +35,7 @@ class Filter final : public qel::daemon::ISimpleFDWatch {
     if (length > 0) {
       std::cout.write(text, length);
     } else {
-      pause_reading();  // the end would be there to read in each turn
+      pause_reading();  // otherwise the end of file would be readable in every turn
     }
   }
 };

@@ -1,4 +1,4 @@
-// A daemon whose debug shell has a module "greeter". With a message bus running:
+// A daemon with a module "greeter" in its debug shell. With a message bus running:
 //
 //     example_debug_shell hello &
 //     meshctl exec hello greeter GREET 'big world'
@@ -15,7 +15,7 @@ namespace {
 
 using qel::daemon::Mainloop;
 
-/// Handlers are plain functions; the module's context tells them whom they work for.
+/// Handlers are plain functions and receive their object through the module's context.
 struct Greeter {
   Mainloop& loop;
   unsigned greeted = 0;

@@ -1,4 +1,4 @@
-// Two parts of a daemon that know nothing of each other meet on the event bus.
+// Connects two parts of a daemon that know nothing of each other, through the event bus.
 
 #include "qel/daemon/event_bus.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-/// What both know: the events of links.
+/// Known to both parts: the events of links.
 struct LinkEvents final : qel::IEventModule {
   static constexpr qel::ID MODULE_ID{1};
   using IEventModule::IEventModule;
@@ -24,7 +24,7 @@ void report_link(const std::string& interface, bool up) {
   }
 }
 
-/// The part that acts.
+/// The part that reacts.
 qel::signals::Connection discover_on_new_links() {
   return qel::EventBus::get().find_module<LinkEvents>()->link_changed.connect(
       [](const std::string& interface, bool up) {
@@ -37,7 +37,7 @@ qel::signals::Connection discover_on_new_links() {
 }  // namespace
 
 int main() {
-  report_link("eth0", true);  // nobody listens yet
+  report_link("eth0", true);  // nobody is listening yet
   qel::EventBus::get().create_module<LinkEvents>();
   const qel::signals::ScopedConnection connection = discover_on_new_links();
   report_link("eth1", true);

@@ -1,5 +1,5 @@
-// Work in another thread, the one thing that other threads are good for here: the loop goes on, and takes the result
-// when it is ready.
+// Does work in another thread, the one use that this runtime has for threads: the loop continues, and receives the
+// result when it is ready.
 
 #include <chrono>
 #include <exception>
@@ -28,7 +28,7 @@ int main() {
   try {
     qel::daemon::Mainloop loop("example_futures", false);
     loop.add_future(std::async(std::launch::async, count_primes, 100000U), [&](std::future<unsigned> primes) {
-      std::cout << primes.get() << " primes below 100000\n";  // get() throws what the work has thrown
+      std::cout << primes.get() << " primes below 100000\n";  // get() rethrows an exception from the work
       loop.finish();
     });
     std::cout << loop.count_futures() << " future is pending" << std::endl;

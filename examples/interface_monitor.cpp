@@ -1,10 +1,10 @@
-// Prints how busy an Ethernet interface is, once a second for so many seconds:
+// Prints how busy an Ethernet interface is, once a second for a given number of seconds:
 //
 //     example_interface_monitor lan1 1000 10
 //
-// for one of 1000 Mb/s. Before that the base address of the device, where its boot environment has one. Drivers that do
-// not count by the names that EthTool looks for leave the rates unknown. The loop takes part in the IPC, so a message
-// bus has to be running.
+// for an interface of 1000 Mb/s. First prints the base address of the device, if its boot environment has one. The
+// rates are unknown with drivers that have no counters of the names that EthTool looks for. The loop uses the IPC, so a
+// message bus must be running.
 
 #include <chrono>
 #include <exception>
@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
   }
   try {
     std::cout << "base address: " << qel::MACAProvider::get().get_mac_a() << std::endl;
-  } catch (const std::exception& error) {  // no boot environment here, or one without an address
+  } catch (const std::exception& error) {  // no boot environment, or no address in it
     std::cout << error.what() << "; a random address: " << qel::generate_random_qel_mac_address() << std::endl;
   }
   try {

@@ -1,4 +1,4 @@
-// Encodes a message, decodes it again, and meets one that cannot be decoded.
+// Encodes a message, decodes it again, and tries to decode an incomplete one.
 
 #include "qel/ieee1905_1/message.h"
 
@@ -17,13 +17,13 @@ namespace {
 using namespace qel::ieee1905_1;
 using namespace qel::serialization;
 
-/// What a device says of itself once a minute.
+/// What a device announces about itself once a minute.
 Message topology_discovery(const qel::MACAddress& device, const qel::MACAddress& interface) {
   return make_message(MessageType::TOPOLOGY_DISCOVERY_MESSAGE, 4660, ALMACAddressTLV(device),
                       InterfaceMACAddressTLV(interface));
 }
 
-/// Whatever the octets are: a message is printed, or the reason why there is none.
+/// For any octets, prints the message or the reason why they are not one.
 void print(std::span<const std::uint8_t> octets, SerializationContext& context) {
   try {
     std::cout << decode(octets, context) << '\n';

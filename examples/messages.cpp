@@ -1,5 +1,5 @@
-// Messages to an endpoint by its name, and events to whoever listens. Started without arguments it tells itself; to
-// tell another one, and to listen in:
+// Sends a message to an endpoint by name, and an event to all listeners. Without arguments it sends to itself. To send
+// to another instance and to listen:
 //
 //     example_messages two &
 //     meshctl events two &
@@ -20,7 +20,7 @@ using qel::daemon::Mainloop;
 
 std::string_view text_of(const void* data, unsigned size) { return {static_cast<const char*>(data), size}; }
 
-/// The endpoint takes messages by itself; the context tells whom they are for.
+/// Registered for the endpoint's messages; the context is the object that receives them.
 void take_message(qelipc*, const char* sender, void* data, unsigned size, void* context) {
   std::cout << "message from " << sender << ": " << text_of(data, size) << std::endl;
   static_cast<Mainloop*>(context)->send_qelipc_event("heard", data, size);

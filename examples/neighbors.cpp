@@ -1,9 +1,9 @@
-// Prints each neighbour that a topology response tells of. The message is read in hexadecimal, without its Ethernet
-// header, from standard input:
+// Prints each neighbour in a topology response. The message is read from standard input in hexadecimal, without its
+// Ethernet header:
 //
 //     example_neighbors < topology_response.hex
 //
-// What the library has no class for is passed over, so that the response of a newer device serves as well.
+// TLVs that the library does not know are skipped, so the response of a newer device can be read too.
 
 #include <cctype>
 #include <cstdint>

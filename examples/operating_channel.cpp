@@ -1,4 +1,4 @@
-// The channel that a radio reports to operate on, put together from operating classes and channels:
+// Combines reported operating classes and channels into the channel that a radio operates on:
 //
 //     example_operating_channel 125/153 128/155
 //     example_operating_channel 83/1                     40 MHz, and its primary channel
@@ -43,7 +43,7 @@ int main(int argc, char** argv) {
     const OperatingChannelConversion conversion;
     const ChannelInfo info = conversion.to_channel_info(report);
     std::cout << info << '\n' << conversion.to_report(report.get_radio_identifier(), info) << '\n';
-  } catch (const std::invalid_argument& error) {  // no channel, an unknown one, or parts of several channels
+  } catch (const std::invalid_argument& error) {  // not a channel, an unknown one, or parts of several channels
     std::cerr << error.what() << '\n';
     return 1;
   }

@@ -1,7 +1,7 @@
-// The global operating classes, and what they stand for:
+// Prints the global operating classes:
 //
 //     example_operating_classes             the classes
-//     example_operating_classes 116         the channels of one
+//     example_operating_classes 116         the channels of one class
 
 #include <cstdint>
 #include <iostream>
@@ -40,7 +40,7 @@ int main(int argc, char** argv) {
       const unsigned long opclass = std::stoul(argv[1]);
       list_channels(opclass <= 255 ? static_cast<std::uint8_t>(opclass) : 0);
     }
-  } catch (const std::logic_error& error) {  // no number, or no class of that number; there is none of number 0
+  } catch (const std::logic_error& error) {  // not a number, or no class of this number; there is no class 0
     std::cerr << argv[1] << ": " << error.what() << '\n';
     return 1;
   }

@@ -1,9 +1,9 @@
-// Prints the header of each untagged IEEE 1905.1 frame that comes in on an interface, and ends after so many of them.
-// As root:
+// Prints the header of each untagged IEEE 1905.1 frame that arrives on an interface, and exits after a given number. As
+// root:
 //
 //     example_packet_watch eth0 10
 //
-// The loop takes part in the IPC, so a message bus has to be running.
+// The loop uses the IPC, so a message bus must be running.
 
 #include <net/if.h>
 
@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
 
     const auto on_frame = [&](const unsigned char* frame, unsigned int length) {
       if (length < sizeof(qel::EtherHeader) || length > qel::RawSock::MAX_FRAME_SIZE) {
-        return;  // too short, or a failure to read
+        return;  // too short, or a read error
       }
       qel::EtherHeader header;
       std::memcpy(&header, frame, sizeof header);
@@ -40,10 +40,10 @@ int main(int argc, char** argv) {
         loop.finish();
       }
     };
-    // Without a second callback nothing is done when the socket can send again.
+    // Without a second callback, nothing happens when the socket can send again.
     const auto socket = std::make_shared<qel::RawSock>(
         qel::RawSock::open_untagged(if_nametoindex(argv[1]), CMDU_ETHERTYPE), argv[1], on_frame, nullptr);
-    // Where discoveries go; an interface lets through only what somebody asks for.
+    // The destination of discoveries; an interface accepts only the groups that were requested.
     if (const std::error_code error = socket->accept_address(CMDU_MULTICAST_ADDRESS)) {
       throw std::system_error(error, argv[1]);
     }

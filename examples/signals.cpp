@@ -1,4 +1,4 @@
-// A signal tells whoever is interested that a neighbour came or went.
+// Uses a signal to report neighbours that appear and disappear.
 
 #include <iostream>
 #include <string>
@@ -10,7 +10,7 @@ namespace {
 
 class NeighborTable {
  public:
-  /// The neighbour, and whether it is there.
+  /// The neighbour, and whether it is present.
   qel::signals::Signal<const qel::MACAddress&, bool> changed;
 
   void found(const qel::MACAddress& neighbor) { changed(neighbor, true); }
@@ -27,7 +27,7 @@ class Display {
   void pause(bool paused) { connection_.block(paused); }
 
  private:
-  /// Disconnects when the display dies.
+  /// Disconnects when the display is destroyed.
   qel::signals::ScopedConnection connection_;
 };
 

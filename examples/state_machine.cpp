@@ -1,4 +1,4 @@
-// The onboarding of a node: states are classes that name the events they handle and say where to go.
+// Models the onboarding of a node. States are classes that name the events they handle and choose the next state.
 
 #include "qel/daemon/state_machine.h"
 
@@ -48,7 +48,7 @@ void Searching::on(const ControllerFound& event) { go_to<Onboarded>(event.name);
 int main() {
   StateMachine machine;
   machine.init<Searching>();
-  machine.on_event(LinkLost());  // means nothing here
+  machine.on_event(LinkLost());  // ignored in this state
   machine.on_event(ControllerFound("the gateway"));
   std::cout << "now " << machine.get_current_state()->get_name() << '\n';
   machine.on_event(LinkLost());

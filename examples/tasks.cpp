@@ -1,4 +1,5 @@
-// Queries that end by an answer, by their timeout, or because who asked them is gone. The continuation is the same.
+// Queries that end with an answer, by timeout, or because their owner is gone. The continuation is the same in all
+// cases.
 
 #include <chrono>
 #include <exception>
@@ -32,7 +33,7 @@ int main() {
     answered.set_timeout(1min);
     answered.then(report);
     answered.start();
-    qel::time::Timer peer;  // answers late, as peers do
+    qel::time::Timer peer;  // answers late, like a slow peer
     peer.start(20ms, [&] { answered.complete("the gateway"); });
 
     Query silent;

@@ -1,5 +1,5 @@
-// A heartbeat in a fixed rhythm, and a timer that fires once. Like all programs here that have a loop, it needs a
-// message bus to be running.
+// A heartbeat at fixed intervals, and a timer that fires once. Like all examples with a loop, it needs a running
+// message bus.
 
 #include <chrono>
 #include <exception>

@@ -10,7 +10,7 @@
 
 namespace qel::fuzz {
 
-/// The scores of any preferences, for a radio that has all classes, come back from the report that is made of them.
+/// Checks that the scores from any preferences, for a radio with all classes, survive conversion to a report and back.
 inline void convert(const ieee1905_1::ChannelPreferenceTLV& preferences) {
   ieee1905_1::APRadioBasicCapabilitiesTLV radio(preferences.get_radio_identifier(), 1);
   for (const std::uint8_t opclass :
@@ -24,7 +24,8 @@ inline void convert(const ieee1905_1::ChannelPreferenceTLV& preferences) {
   conversion.to_scores(conversion.to_channel_list(scores));
 }
 
-/// Any report is one channel, which comes back from the report that is made of it, or contradicts itself.
+/// Checks that any report either contradicts itself or describes one channel, which survives conversion to a report and
+/// back.
 inline void convert(const ieee1905_1::OperatingChannelReportTLV& report) {
   const ieee1905_1::OperatingChannelConversion conversion(OperatingClassDeduction::Region::GLOBAL,
                                                           UnknownChannels::SKIP);
@@ -40,7 +41,7 @@ inline void convert(const ieee1905_1::OperatingChannelReportTLV& report) {
   }
 }
 
-/// All of the message that has a conversion.
+/// Converts all TLVs of the message that have a conversion.
 inline void convert(const ieee1905_1::Message& message) {
   for (const auto& tlv : message.get_list().get_TLV_list()) {
     if (const auto* preferences = dynamic_cast<const ieee1905_1::ChannelPreferenceTLV*>(tlv.get())) {

@@ -11,13 +11,13 @@
 #include "qel/ieee1905_1/vendor/qel_tlv_type.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 
-/// Any octets as a CMDU.
+/// Decodes any octets as a CMDU.
 
 using namespace qel::ieee1905_1;
 
 namespace {
 
-/// With 80+80 MHz but without 160 MHz the encoder puts the maps of the one where a decoder expects those of the other.
+/// With 80+80 MHz but without 160 MHz, the encoder writes the maps for 80+80 where a decoder expects those for 160.
 bool is_he_8080_without_160(const TLV& tlv) {
   if (const auto* vendor = dynamic_cast<const VendorSpecificTLV*>(&tlv); vendor != nullptr) {
     const auto* nested = dynamic_cast<const QELTLVType*>(vendor->get_vendor_specific().get());

@@ -9,9 +9,9 @@
 #include "qel/ieee1905_1/fragmenter.h"
 #include "qel/ieee1905_1/lenient.h"
 
-/// Any sequence of fragments from any senders: nothing is kept beyond the limits, and what is put together has a head
-/// and whole TLVs. Each record of the input is an octet of sender, one of time, one of length, and as many octets of a
-/// CMDU. Whatever message comes out is split and put together once more, in reverse order.
+/// Adds any sequence of fragments from any senders. Nothing may be kept beyond the limits, and a reassembled message
+/// has a header and complete TLVs. Each record of the input is one octet of sender, one of time, one of length, and
+/// that many octets of a CMDU. Each resulting message is split and reassembled once more, in reverse order.
 
 namespace {
 

@@ -23,7 +23,7 @@ inline void require(bool condition, const char* what) {
   }
 }
 
-/// The text of the SerializationException that `action` throws, empty when it throws none.
+/// Returns the text of the SerializationException that `action` throws; empty if it throws none.
 template <class Action>
 std::string refusal(const Action& action) {
   try {
@@ -46,10 +46,11 @@ inline std::string encode(std::ostream& os, const serialization::BinarySerializa
 
 inline std::string characters(std::span<const std::uint8_t> octets) { return {octets.begin(), octets.end()}; }
 
-/// Any octets as a T: they decode or throw SerializationException, from memory as from any other stream; what was
-/// decoded prints by `print(os, object)`, and if it came whole, equals itself and either refuses to be encoded or gives
-/// octets that decode and come out the same again. Where the format has it otherwise, `exception(object)` is the text
-/// with which these octets are refused. Gives the object, null when the octets were refused.
+/// Decodes any octets as a T. They must decode or throw SerializationException, alike from memory and from any other
+/// stream. The decoded object must print with `print(os, object)`. If it is complete, it must equal itself, and must
+/// either refuse to be encoded or give octets that decode and encode to the same octets again. For exceptions required
+/// by the format, `exception(object)` is the text with which these octets are refused. Returns the object, or null if
+/// the octets were refused.
 template <class T, class Print, class Exception>
 std::unique_ptr<T> round_trip(std::span<const std::uint8_t> octets, const Print& print, const Exception& exception) {
   const auto text_of = [&](const T& object) {
@@ -68,7 +69,7 @@ std::unique_ptr<T> round_trip(std::span<const std::uint8_t> octets, const Print&
   stream.clear();
   require(static_cast<std::size_t>(stream.tellg()) == memory.consumed(), "both kinds of stream are read as far");
   require(text_of(*object) == text_of(same), "both decode to the same text");
-  // What failed may be left as no valid object, such as a client capability report that misses its frame.
+  // A failed decode may leave an invalid object, such as a client capability report without its frame.
   require(!error.empty() || (*object == *object && *object == same), "what was decoded equals itself");
 
   serialization::MemoryOStream encoded;
@@ -86,7 +87,7 @@ std::unique_ptr<T> round_trip(std::span<const std::uint8_t> octets, const Print&
       return object;
     }
     require(again.consumed() == encoded.octets().size(), "what was encoded decodes to its end");
-    // Not always to the same object: a request that is an opportunity to steer loses its targets on the way out.
+    // Not always the same object: a steering request that is an opportunity loses its targets when encoded.
     serialization::MemoryOStream encoded_again;
     require(encode(encoded_again, decoded_again).empty(), "what was encoded can be encoded again");
     require(std::ranges::equal(encoded_again.octets(), encoded.octets()), "and comes out the same");

@@ -7,8 +7,8 @@
 #include "fuzz/round_trip.h"
 #include "qel/ieee802_11/security_mapping.h"
 
-/// Any octets as an RSN element: what decodes is encoded to the same octets but for the version, and stands for one
-/// security mode, which has an element of its own unless it is UNDEFINED.
+/// Decodes any octets as an RSN element. A decoded element must encode to the same octets except for the version, and
+/// must map to one security mode, which has an element of its own unless it is UNDEFINED.
 
 using qel::WLANSecurity;
 using qel::fuzz::require;

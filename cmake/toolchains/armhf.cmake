@@ -4,6 +4,6 @@ set(triplet arm-linux-gnueabihf)
 set(multiarch arm-linux-gnueabihf)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)
 include(${CMAKE_CURRENT_LIST_DIR}/debian-root.cmake)
-# No notes that GCC 7 passed some arguments in another way.
+# Suppresses notes about arguments that GCC 7 passed differently.
 set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${QEL_TARGET_ROOT})

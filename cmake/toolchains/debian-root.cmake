@@ -1,5 +1,5 @@
-# What the toolchains of the other Debian architectures share: compilers and libraries of `triplet`, the libraries from the
-# root that scripts/target-root makes.
+# Shared by the toolchains of other Debian architectures: compilers for `triplet`, and libraries from the root that
+# scripts/target-root makes.
 set(CMAKE_SYSTEM_NAME Linux)
 get_filename_component(QEL_TARGET_ROOT "${CMAKE_CURRENT_LIST_DIR}/../../build/roots/${name}" ABSOLUTE)
 

@@ -1,5 +1,5 @@
-# 32-bit, big-endian; its programs run under qemu. The C and C++ libraries come with the cross compiler, the rest from the
-# root that scripts/target-root builds.
+# 32-bit, big-endian; its programs run under qemu. The C and C++ libraries come with the cross compiler, the others from
+# the root that scripts/target-root builds.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR mips)
 get_filename_component(QEL_TARGET_ROOT "${CMAKE_CURRENT_LIST_DIR}/../../build/roots/mips" ABSOLUTE)

@@ -99,8 +99,8 @@ class Loop {
   ev_io unusual_io_ = {};
 
   std::vector<evsock*> watches_;  ///< in order of registration
-  std::vector<evsock*> ready_;  ///< may hold removed ones until the end of the turn; then, what an exception left
-  evsock* removed_ = nullptr;   ///< removed in this turn, freed at its end
+  std::vector<evsock*> ready_;    ///< may hold removed ones until the end of the turn; then, what an exception left
+  evsock* removed_ = nullptr;     ///< removed in this turn, freed at its end
   std::uint64_t next_watch_ = 1;
 
   // libev arms timers relative to its own time, which is that of the beginning of the turn and cannot be read. But it
