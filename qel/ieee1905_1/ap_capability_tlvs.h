@@ -28,7 +28,13 @@ class QEL_EXPORT APCapabilityTLV final : public TableTLV<APCapabilityTLV, TLVTyp
 
   void dbg_str(std::ostream& os) const override;
 
-  static constexpr auto table() { return serialization::rows(serialization::Field{&APCapabilityTLV::flags_}); }
+  static constexpr auto table() {
+    using T = APCapabilityTLV;
+    return serialization::rows(
+        serialization::accessed_by<&T::get_link_metrics_support_operated_channel,
+                                   &T::get_link_metrics_support_unoperated_channel,
+                                   &T::get_agent_initiated_rcpi_based_steering>(serialization::Field{&T::flags_}));
+  }
 
  private:
   /// Bits of the flags; bits 4 to 0 are reserved.
@@ -49,21 +55,21 @@ class QEL_EXPORT OperatingClassInformation final : public serialization::Record<
   /// The maximum EIRP in dBm.
   signed char get_transmit_power() const { return transmit_power_; }
   void set_transmit_power(signed char power) { transmit_power_ = power; }
-  const std::vector<std::uint8_t>& get_non_operable_channel_vector() const { return non_operable_channels_; }
-  void add_non_operable_channel(std::uint8_t channel) { non_operable_channels_.push_back(channel); }
+  const std::vector<std::uint8_t>& get_non_operable_channel_vector() const { return non_operable_channel_vector_; }
+  void add_non_operable_channel(std::uint8_t channel) { non_operable_channel_vector_.push_back(channel); }
 
   static constexpr auto table() {
     using serialization::Field;
     using T = OperatingClassInformation;
     return serialization::rows(
         Field{"Operating Class: ", &T::operating_class_}, Field{" Max tranmis power: ", &T::transmit_power_},
-        serialization::list8({" Non_Operable Channels: [ ", "", " ", "]"}, &T::non_operable_channels_, {0, 255}));
+        serialization::list8({" Non_Operable Channels: [ ", "", " ", "]"}, &T::non_operable_channel_vector_, {0, 255}));
   }
 
  private:
   std::uint8_t operating_class_ = 0;
   signed char transmit_power_ = 0;
-  std::vector<std::uint8_t> non_operable_channels_;
+  std::vector<std::uint8_t> non_operable_channel_vector_;
 };
 
 /// AP Radio Basic Capabilities TLV (type 133, Multi-AP Specification, 17.2.7). Without an operating class it decodes
@@ -80,10 +86,10 @@ class QEL_EXPORT APRadioBasicCapabilitiesTLV final
   std::uint8_t get_max_bss_supported() const { return max_bss_supported_; }
   void set_max_bss_supported(std::uint8_t max_bss) { max_bss_supported_ = max_bss; }
   const std::vector<OperatingClassInformation>& get_operation_class_information_vector() const {
-    return operating_classes_;
+    return operation_class_information_vector_;
   }
   void add_operation_class_information(const OperatingClassInformation& information) {
-    operating_classes_.push_back(information);
+    operation_class_information_vector_.push_back(information);
   }
 
   static constexpr auto table() {
@@ -91,13 +97,13 @@ class QEL_EXPORT APRadioBasicCapabilitiesTLV final
     using T = APRadioBasicCapabilitiesTLV;
     return serialization::rows(
         Field{" RadioIdentifier: ", &T::radio_identifier_}, Field{" Max BSS suported: ", &T::max_bss_supported_},
-        serialization::list8({.before = "", .prefix = "\n\t"}, &T::operating_classes_, {1, 255}));
+        serialization::list8({.before = "", .prefix = "\n\t"}, &T::operation_class_information_vector_, {1, 255}));
   }
 
  private:
   MACAddress radio_identifier_;
   std::uint8_t max_bss_supported_ = 0;
-  std::vector<OperatingClassInformation> operating_classes_;
+  std::vector<OperatingClassInformation> operation_class_information_vector_;
 };
 
 /// Backhaul STA Radio Capabilities TLV (type 203): a radio that can be a backhaul station, and the address that it has
@@ -127,7 +133,7 @@ class QEL_EXPORT BackhaulSTARadioCapabilitiesTLV final
     using serialization::Field;
     using T = BackhaulSTARadioCapabilitiesTLV;
     return serialization::rows(Field{" Reported Radio MAC: ", &T::reported_radio_mac_},  //
-                               Field{&T::flags_});
+                               serialization::accessed_by<&T::get_is_mac_included>(Field{&T::flags_}));
   }
   bool equals(const BackhaulSTARadioCapabilitiesTLV& other) const;
 

@@ -41,8 +41,11 @@ class QEL_EXPORT APHTCapabilitiesTLV final : public TableTLV<APHTCapabilitiesTLV
   static constexpr auto table() {
     using serialization::Field;
     using T = APHTCapabilitiesTLV;
-    return serialization::rows(Field{&T::radio_identifier_},  //
-                               Field{&T::flags_});
+    return serialization::rows(
+        Field{&T::radio_identifier_},  //
+        serialization::accessed_by<&T::get_number_tx_spatial_streams, &T::get_number_rx_spatial_streams,
+                                   &T::get_short_GI_20_mhz, &T::get_short_GI_40_mhz, &T::get_HT_40_mhz>(
+            Field{&T::flags_}));
   }
 
  private:
@@ -99,12 +102,17 @@ class QEL_EXPORT APVHTCapabilitiesTLV final : public TableTLV<APVHTCapabilitiesT
   void dbg_str(std::ostream& os) const override;
 
   static constexpr auto table() {
+    using serialization::accessed_by;
     using serialization::Field;
     using T = APVHTCapabilitiesTLV;
-    return serialization::rows(Field{&T::radio_identifier_},  //
-                               Field{&T::vht_tx_mcs_},        //
-                               Field{&T::vht_rx_mcs_},        //
-                               Field{&T::flags_});
+    return serialization::rows(
+        Field{&T::radio_identifier_},  //
+        accessed_by<&T::get_vht_tx_mcs_spatial_stream>(Field{&T::vht_tx_mcs_}),
+        accessed_by<&T::get_vht_rx_mcs_spatial_stream>(Field{&T::vht_rx_mcs_}),
+        accessed_by<&T::get_number_tx_spatial_streams, &T::get_number_rx_spatial_streams,
+                    &T::get_short_gi_80_mhz_supported, &T::get_short_gi_160_80_80_mhz_supported,
+                    &T::get_vht_80_80_supported, &T::get_vht_160_supported, &T::get_su_beamformer_capable,
+                    &T::get_mu_beamformer_capable>(Field{&T::flags_}));
   }
 
  private:

@@ -46,17 +46,17 @@ template <TLVType TYPE>
 class QEL_EXPORT FrequencyBandTLV final : public TableTLV<FrequencyBandTLV<TYPE>, TYPE> {
  public:
   FrequencyBandTLV() = default;
-  explicit FrequencyBandTLV(FrequencyBand band) : frequency_(band) {}
+  explicit FrequencyBandTLV(FrequencyBand band) : frequency_band_(band) {}
 
-  FrequencyBand get_frequency_band() const { return frequency_; }
-  void set_frequency_band(FrequencyBand band) { frequency_ = band; }
+  FrequencyBand get_frequency_band() const { return frequency_band_; }
+  void set_frequency_band(FrequencyBand band) { frequency_band_ = band; }
 
   static constexpr auto table() {
-    return serialization::rows(serialization::Field{" frequency: ", &FrequencyBandTLV::frequency_});
+    return serialization::rows(serialization::Field{" frequency: ", &FrequencyBandTLV::frequency_band_});
   }
 
  private:
-  FrequencyBand frequency_ = FrequencyBand::IEEE802_11_2_4_GHZ;
+  FrequencyBand frequency_band_ = FrequencyBand::IEEE802_11_2_4_GHZ;
 };
 
 using SearchedRoleTLV = RoleTLV<TLVType::SEARCHED_ROLE>;

@@ -17,9 +17,9 @@ constexpr serialization::CountLimits only_if(bool meaningful, const serializatio
 }  // namespace
 
 [[gnu::always_inline]] inline void APChannelReportList::encode_body(serialization::Writer& out) const {
-  serialization::check_count(channels_.size(), COUNT);
-  out.put(static_cast<std::uint8_t>(1 + channels_.size()), operating_class_);
-  out.put_list(channels_);
+  serialization::check_count(channel_vector_.size(), COUNT);
+  out.put(static_cast<std::uint8_t>(1 + channel_vector_.size()), operating_class_);
+  out.put_list(channel_vector_);
 }
 
 [[gnu::always_inline]] inline void APChannelReportList::decode_body(serialization::Reader& in) {
@@ -28,7 +28,7 @@ constexpr serialization::CountLimits only_if(bool meaningful, const serializatio
   if (length < 2) {
     serialization::fail("Invalid length, has to fit at least an opclass");
   }
-  channels_ = serialization::decode_elements<std::uint8_t>(in, length - 1U);
+  channel_vector_ = serialization::decode_elements<std::uint8_t>(in, length - 1U);
 }
 
 [[gnu::always_inline]] inline void BeaconMetricsQueryTLV::encode_body(serialization::Writer& out) const {

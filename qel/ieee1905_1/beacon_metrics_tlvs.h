@@ -24,15 +24,15 @@ class QEL_EXPORT APChannelReportList final : public serialization::Record<APChan
 
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
-  const std::vector<std::uint8_t>& get_channel_vector() const { return channels_; }
-  void add_channel(std::uint8_t channel) { channels_.push_back(channel); }
+  const std::vector<std::uint8_t>& get_channel_vector() const { return channel_vector_; }
+  void add_channel(std::uint8_t channel) { channel_vector_.push_back(channel); }
 
   /// For text and comparison; on the wire the length stands before the class.
   static constexpr auto table() {
     using T = APChannelReportList;
     return serialization::rows(
         serialization::Field{"Operating Class: ", &T::operating_class_},
-        serialization::list8({.before = " Channels: [", .prefix = " ", .after = " ]"}, &T::channels_, COUNT));
+        serialization::list8({.before = " Channels: [", .prefix = " ", .after = " ]"}, &T::channel_vector_, COUNT));
   }
   static constexpr std::size_t MIN_WIRE_SIZE = 3;
 
@@ -44,7 +44,7 @@ class QEL_EXPORT APChannelReportList final : public serialization::Record<APChan
   static constexpr serialization::CountLimits COUNT{1, 254};
 
   std::uint8_t operating_class_ = 0;
-  std::vector<std::uint8_t> channels_;
+  std::vector<std::uint8_t> channel_vector_;
 };
 
 /// Beacon Metrics Query TLV (type 153, Multi-AP Specification, 17.2.27): what a beacon request to a station is to ask

@@ -49,34 +49,35 @@ class QEL_EXPORT BSSOperationalRadioReport final : public serialization::Record<
 
   const MACAddress& get_radio_unique_identifier() const { return radio_unique_identifier_; }
   void set_radio_unique_identifier(const MACAddress& radio) { radio_unique_identifier_ = radio; }
-  const std::vector<BSSOperatingOnRadio>& get_BSS_operating_vector() const { return bsss_; }
-  void add_BSS_operating(const BSSOperatingOnRadio& bss) { bsss_.push_back(bss); }
+  const std::vector<BSSOperatingOnRadio>& get_BSS_operating_vector() const { return BSS_operating_vector_; }
+  void add_BSS_operating(const BSSOperatingOnRadio& bss) { BSS_operating_vector_.push_back(bss); }
 
   static constexpr auto table() {
     using T = BSSOperationalRadioReport;
-    return serialization::rows(serialization::Field{"\tRadio Unique Identifier: ", &T::radio_unique_identifier_},
-                               serialization::list8({.before = "", .prefix = "\n\t\t"}, &T::bsss_, {0, 255}));
+    return serialization::rows(
+        serialization::Field{"\tRadio Unique Identifier: ", &T::radio_unique_identifier_},
+        serialization::list8({.before = "", .prefix = "\n\t\t"}, &T::BSS_operating_vector_, {0, 255}));
   }
 
  private:
   MACAddress radio_unique_identifier_;
-  std::vector<BSSOperatingOnRadio> bsss_;
+  std::vector<BSSOperatingOnRadio> BSS_operating_vector_;
 };
 
 /// AP Operational BSS TLV (type 131): the BSSs of each radio (Multi-AP Specification, 17.2.4). Without a radio it
 /// decodes but does not encode.
 class QEL_EXPORT APOperationalBSSTLV final : public TableTLV<APOperationalBSSTLV, TLVType::AP_OPERATIONAL_BSS> {
  public:
-  const std::vector<BSSOperationalRadioReport>& get_report_vector() const { return reports_; }
-  void add_report(const BSSOperationalRadioReport& report) { reports_.push_back(report); }
+  const std::vector<BSSOperationalRadioReport>& get_report_vector() const { return report_vector_; }
+  void add_report(const BSSOperationalRadioReport& report) { report_vector_.push_back(report); }
 
   static constexpr auto table() {
     return serialization::rows(
-        serialization::list8({.before = "", .prefix = "\n\t"}, &APOperationalBSSTLV::reports_, {1, 255}));
+        serialization::list8({.before = "", .prefix = "\n\t"}, &APOperationalBSSTLV::report_vector_, {1, 255}));
   }
 
  private:
-  std::vector<BSSOperationalRadioReport> reports_;
+  std::vector<BSSOperationalRadioReport> report_vector_;
 };
 
 /// A station in the associated clients TLV.
@@ -112,35 +113,35 @@ class QEL_EXPORT OperatedBSSClients final : public serialization::Record<Operate
 
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
-  const std::vector<AssociatedClient>& get_associated_client_vector() const { return clients_; }
-  void add_associated_client(const AssociatedClient& client) { clients_.push_back(client); }
+  const std::vector<AssociatedClient>& get_associated_client_vector() const { return associated_client_vector_; }
+  void add_associated_client(const AssociatedClient& client) { associated_client_vector_.push_back(client); }
 
   static constexpr auto table() {
     using T = OperatedBSSClients;
-    return serialization::rows(
-        serialization::Field{"Associated Clients for BSSID ", &T::bssid_},
-        serialization::list16({.before = ": [", .prefix = "\n\t\t", .after = "]"}, &T::clients_, {0, 65535}));
+    return serialization::rows(serialization::Field{"Associated Clients for BSSID ", &T::bssid_},
+                               serialization::list16({.before = ": [", .prefix = "\n\t\t", .after = "]"},
+                                                     &T::associated_client_vector_, {0, 65535}));
   }
 
  private:
   MACAddress bssid_;
-  std::vector<AssociatedClient> clients_;
+  std::vector<AssociatedClient> associated_client_vector_;
 };
 
 /// Associated Clients TLV (type 132): the stations of each BSS (Multi-AP Specification, 17.2.5). Without a BSS it
 /// decodes but does not encode.
 class QEL_EXPORT AssociatedClientsTLV final : public TableTLV<AssociatedClientsTLV, TLVType::ASSOCIATED_CLIENTS> {
  public:
-  const std::vector<OperatedBSSClients>& get_operated_bss_vector() const { return bsss_; }
-  void add_operated_bss(const OperatedBSSClients& bss) { bsss_.push_back(bss); }
+  const std::vector<OperatedBSSClients>& get_operated_bss_vector() const { return operated_bss_vector_; }
+  void add_operated_bss(const OperatedBSSClients& bss) { operated_bss_vector_.push_back(bss); }
 
   static constexpr auto table() {
     return serialization::rows(
-        serialization::list8({.before = "", .prefix = "\n\t"}, &AssociatedClientsTLV::bsss_, {1, 255}));
+        serialization::list8({.before = "", .prefix = "\n\t"}, &AssociatedClientsTLV::operated_bss_vector_, {1, 255}));
   }
 
  private:
-  std::vector<OperatedBSSClients> bsss_;
+  std::vector<OperatedBSSClients> operated_bss_vector_;
 };
 
 }  // namespace qel::ieee1905_1

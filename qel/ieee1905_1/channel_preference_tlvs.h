@@ -46,8 +46,8 @@ class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelP
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
   /// None stands for all channels of the operating class.
-  const std::vector<std::uint8_t>& get_channel_vector() const { return channels_; }
-  void add_channel(std::uint8_t channel) { channels_.push_back(channel); }
+  const std::vector<std::uint8_t>& get_channel_vector() const { return channel_vector_; }
+  void add_channel(std::uint8_t channel) { channel_vector_.push_back(channel); }
   /// 0 for channels that cannot be used, up to 15 for those preferred most. Setting keeps the low four bits.
   std::uint8_t get_preference_score() const { return static_cast<std::uint8_t>(get_bits(preference_, SCORE)); }
   void set_preference_score(std::uint8_t score) { set_bits(preference_, SCORE, score); }
@@ -64,9 +64,10 @@ class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelP
   static constexpr auto table() {
     using serialization::Field;
     using T = ChannelPreference;
-    return serialization::rows(Field{"Channel Preference Operating Class: ", &T::operating_class_},
-                               serialization::list8({" Channels: [ ", "", " ", "]"}, &T::channels_, {0, 255}),
-                               Field{&T::preference_});
+    return serialization::rows(
+        Field{"Channel Preference Operating Class: ", &T::operating_class_},
+        serialization::list8({" Channels: [ ", "", " ", "]"}, &T::channel_vector_, {0, 255}),
+        serialization::accessed_by<&T::get_preference_score, &T::get_reason_code>(Field{&T::preference_}));
   }
   static constexpr std::size_t MIN_WIRE_SIZE = 3;
 
@@ -79,7 +80,7 @@ class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelP
 
   std::uint8_t operating_class_ = 0;
   std::bitset<8> preference_;
-  std::vector<std::uint8_t> channels_;
+  std::vector<std::uint8_t> channel_vector_;
 };
 
 /// Channel Preference TLV (type 139, Multi-AP Specification, 17.2.13). Unlike the other lists of channels it may be
@@ -91,19 +92,19 @@ class QEL_EXPORT ChannelPreferenceTLV final : public TableTLV<ChannelPreferenceT
 
   const MACAddress& get_radio_identifier() const { return radio_identifier_; }
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
-  const std::vector<ChannelPreference>& get_channel_preference_vector() const { return preferences_; }
-  void add_channel_preference(const ChannelPreference& preference) { preferences_.push_back(preference); }
+  const std::vector<ChannelPreference>& get_channel_preference_vector() const { return channel_preference_vector_; }
+  void add_channel_preference(const ChannelPreference& preference) { channel_preference_vector_.push_back(preference); }
 
   static constexpr auto table() {
     using T = ChannelPreferenceTLV;
     return serialization::rows(serialization::Field{" Radio Identifier: ", &T::radio_identifier_},
                                serialization::list8({.before = " Preferences: [", .prefix = "\n\t", .after = "]"},
-                                                    &T::preferences_, {0, 255}));
+                                                    &T::channel_preference_vector_, {0, 255}));
   }
 
  private:
   MACAddress radio_identifier_;
-  std::vector<ChannelPreference> preferences_;
+  std::vector<ChannelPreference> channel_preference_vector_;
 };
 
 /// A channel that a radio can use only at some distance from the channels that other radios of its agent use.
@@ -139,19 +140,19 @@ class QEL_EXPORT RestrictedOperatingClass final : public serialization::Record<R
 
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
-  const std::vector<RestrictedChannel>& get_restricted_channel_vector() const { return channels_; }
-  void add_restricted_channel(const RestrictedChannel& channel) { channels_.push_back(channel); }
+  const std::vector<RestrictedChannel>& get_restricted_channel_vector() const { return restricted_channel_vector_; }
+  void add_restricted_channel(const RestrictedChannel& channel) { restricted_channel_vector_.push_back(channel); }
 
   static constexpr auto table() {
     using T = RestrictedOperatingClass;
-    return serialization::rows(
-        serialization::Field{"Resticted Operating Class: ", &T::operating_class_},
-        serialization::list8({.before = " [", .prefix = "\n\t\t", .after = "]"}, &T::channels_, {1, 255}));
+    return serialization::rows(serialization::Field{"Resticted Operating Class: ", &T::operating_class_},
+                               serialization::list8({.before = " [", .prefix = "\n\t\t", .after = "]"},
+                                                    &T::restricted_channel_vector_, {1, 255}));
   }
 
  private:
   std::uint8_t operating_class_ = 0;
-  std::vector<RestrictedChannel> channels_;
+  std::vector<RestrictedChannel> restricted_channel_vector_;
 };
 
 /// Radio Operation Restriction TLV (type 140, Multi-AP Specification, 17.2.14). Without an operating class it decodes
@@ -165,10 +166,10 @@ class QEL_EXPORT RadioOperationRestrictionTLV final
   const MACAddress& get_radio_identifier() const { return radio_identifier_; }
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
   const std::vector<RestrictedOperatingClass>& get_restricted_operating_class_vector() const {
-    return operating_classes_;
+    return restricted_operating_class_vector_;
   }
   void add_restricted_operating_class(const RestrictedOperatingClass& operating_class) {
-    operating_classes_.push_back(operating_class);
+    restricted_operating_class_vector_.push_back(operating_class);
   }
 
   static constexpr auto table() {
@@ -176,12 +177,12 @@ class QEL_EXPORT RadioOperationRestrictionTLV final
     return serialization::rows(
         serialization::Field{" Radio Unique Identifier:", &T::radio_identifier_},
         serialization::list8({.before = " Operating Classes with Restriction: [", .prefix = "\n\t", .after = "]"},
-                             &T::operating_classes_, {1, 255}));
+                             &T::restricted_operating_class_vector_, {1, 255}));
   }
 
  private:
   MACAddress radio_identifier_;
-  std::vector<RestrictedOperatingClass> operating_classes_;
+  std::vector<RestrictedOperatingClass> restricted_operating_class_vector_;
 };
 
 }  // namespace qel::ieee1905_1

@@ -34,24 +34,24 @@ class QEL_EXPORT ClientAssociationControlRequestTLV final
   /// Seconds that a block lasts.
   std::uint16_t get_validity_period() const { return validity_period_; }
   void set_validity_period(std::uint16_t period) { validity_period_ = period; }
-  const std::vector<MACAddress>& get_sta_mac_vector() const { return sta_macs_; }
-  void add_sta_mac(const MACAddress& sta) { sta_macs_.push_back(sta); }
+  const std::vector<MACAddress>& get_sta_mac_vector() const { return sta_mac_vector_; }
+  void add_sta_mac(const MACAddress& sta) { sta_mac_vector_.push_back(sta); }
 
   static constexpr auto table() {
     using serialization::Field;
     using T = ClientAssociationControlRequestTLV;
-    return serialization::rows(
-        Field{" BSSID: ", &T::bssid_},                       //
-        Field{" AssocControl: ", &T::association_control_},  //
-        Field{" ValidityPeriod: ", &T::validity_period_},
-        serialization::list8({.before = " STA MAC: [", .prefix = "\n\t", .after = " ]"}, &T::sta_macs_, {1, 255}));
+    return serialization::rows(Field{" BSSID: ", &T::bssid_},                       //
+                               Field{" AssocControl: ", &T::association_control_},  //
+                               Field{" ValidityPeriod: ", &T::validity_period_},
+                               serialization::list8({.before = " STA MAC: [", .prefix = "\n\t", .after = " ]"},
+                                                    &T::sta_mac_vector_, {1, 255}));
   }
 
  private:
   MACAddress bssid_;
   ClientAssociationControl association_control_ = ClientAssociationControl::INVALID;
   std::uint16_t validity_period_ = 0;
-  std::vector<MACAddress> sta_macs_;
+  std::vector<MACAddress> sta_mac_vector_;
 };
 
 }  // namespace qel::ieee1905_1

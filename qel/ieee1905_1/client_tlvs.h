@@ -123,7 +123,7 @@ class QEL_EXPORT ClientAssociationEventTLV final
     using T = ClientAssociationEventTLV;
     return serialization::rows(Field{" Client: ", &T::client_mac_},  //
                                Field{" BSSID: ", &T::bssid_},        //
-                               Field{&T::flags_});
+                               serialization::accessed_by<&T::get_client_associated_event>(Field{&T::flags_}));
   }
 
  private:

@@ -70,18 +70,23 @@ class QEL_EXPORT DeviceInformationTLV final : public TableTLV<DeviceInformationT
 
   const MACAddress& get_AL_MAC() const { return AL_MAC_; }
   void set_AL_MAC(const MACAddress& al_mac) { AL_MAC_ = al_mac; }
-  const std::vector<InterfaceInformation>& get_interface_information_vector() const { return interfaces_; }
-  void add_interface_information(const InterfaceInformation& information) { interfaces_.push_back(information); }
+  const std::vector<InterfaceInformation>& get_interface_information_vector() const {
+    return interface_information_vector_;
+  }
+  void add_interface_information(const InterfaceInformation& information) {
+    interface_information_vector_.push_back(information);
+  }
 
   static constexpr auto table() {
     using T = DeviceInformationTLV;
-    return serialization::rows(serialization::Field{" AL MAC: ", &T::AL_MAC_},
-                               serialization::list8({.before = "", .prefix = "\n"}, &T::interfaces_, {1, 255}));
+    return serialization::rows(
+        serialization::Field{" AL MAC: ", &T::AL_MAC_},
+        serialization::list8({.before = "", .prefix = "\n"}, &T::interface_information_vector_, {1, 255}));
   }
 
  private:
   MACAddress AL_MAC_;
-  std::vector<InterfaceInformation> interfaces_;
+  std::vector<InterfaceInformation> interface_information_vector_;
 };
 
 }  // namespace qel::ieee1905_1

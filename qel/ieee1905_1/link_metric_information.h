@@ -48,12 +48,13 @@ class QEL_EXPORT TransmitterLinkMetricInformation final
   void dbg_str(std::ostream& os) const;
 
   static constexpr auto table() {
+    using serialization::accessed_by;
     using serialization::Field;
     using T = TransmitterLinkMetricInformation;
-    return serialization::rows(Field{&T::interface_type_},           //
-                               Field{&T::interface_mode_},           //
-                               Field{&T::bridge_flag_},              //
-                               Field{&T::packet_errors_},            //
+    return serialization::rows(Field{&T::interface_type_},  //
+                               Field{&T::interface_mode_},  //
+                               Field{&T::bridge_flag_},     //
+                               accessed_by<&T::get_packet_erros>(Field{&T::packet_errors_}),
                                Field{&T::transmitted_packets_},      //
                                Field{&T::mac_throughput_capacity_},  //
                                Field{&T::link_availability_},        //
@@ -89,11 +90,12 @@ class QEL_EXPORT ReceiverLinkMetricInformation final : public serialization::Rec
   void dbg_str(std::ostream& os) const;
 
   static constexpr auto table() {
+    using serialization::accessed_by;
     using serialization::Field;
     using T = ReceiverLinkMetricInformation;
-    return serialization::rows(Field{&T::interface_type_},    //
-                               Field{&T::interface_mode_},    //
-                               Field{&T::packet_errors_},     //
+    return serialization::rows(Field{&T::interface_type_},  //
+                               Field{&T::interface_mode_},  //
+                               accessed_by<&T::get_packet_erros>(Field{&T::packet_errors_}),
                                Field{&T::packets_received_},  //
                                Field{&T::RCPI_});
   }

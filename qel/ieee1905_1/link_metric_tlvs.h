@@ -119,22 +119,27 @@ class QEL_EXPORT TransmitterLinkMetricTLV final
   void set_local_AL_MAC(const MACAddress& mac) { local_AL_MAC_ = mac; }
   const MACAddress& get_neighbor_AL_MAC() const { return neighbor_AL_MAC_; }
   void set_neighbor_AL_MAC(const MACAddress& mac) { neighbor_AL_MAC_ = mac; }
-  const std::vector<TransmitterLinkMetric>& get_transmitter_link_metric_vector() const { return link_metrics_; }
-  void add_transmitter_link_metric(const TransmitterLinkMetric& metric) { link_metrics_.push_back(metric); }
+  const std::vector<TransmitterLinkMetric>& get_transmitter_link_metric_vector() const {
+    return transmitter_link_metric_vector_;
+  }
+  void add_transmitter_link_metric(const TransmitterLinkMetric& metric) {
+    transmitter_link_metric_vector_.push_back(metric);
+  }
 
   static constexpr auto table() {
     using T = TransmitterLinkMetricTLV;
-    return serialization::rows(serialization::Field{" local AL_MAC: ", &T::local_AL_MAC_},
-                               serialization::Field{" neighbor AL_MAC: ", &T::neighbor_AL_MAC_},
-                               serialization::rest_list({.before = "", .prefix = "\n\t"}, &T::link_metrics_,
-                                                        "Invalid length: must fit at least two MACAddresses",
-                                                        "Invalid length: must fit an TransmitterLinkMetric element"));
+    return serialization::rows(
+        serialization::Field{" local AL_MAC: ", &T::local_AL_MAC_},
+        serialization::Field{" neighbor AL_MAC: ", &T::neighbor_AL_MAC_},
+        serialization::rest_list({.before = "", .prefix = "\n\t"}, &T::transmitter_link_metric_vector_,
+                                 "Invalid length: must fit at least two MACAddresses",
+                                 "Invalid length: must fit an TransmitterLinkMetric element"));
   }
 
  private:
   MACAddress local_AL_MAC_;
   MACAddress neighbor_AL_MAC_;
-  std::vector<TransmitterLinkMetric> link_metrics_;
+  std::vector<TransmitterLinkMetric> transmitter_link_metric_vector_;
 };
 
 /// Receiver Link Metric TLV (type 10, IEEE 1905.1-2013, 6.4.12), like type 9.
@@ -148,22 +153,25 @@ class QEL_EXPORT ReceiverLinkMetricTLV final : public TableTLV<ReceiverLinkMetri
   void set_local_AL_MAC(const MACAddress& mac) { local_AL_MAC_ = mac; }
   const MACAddress& get_neighbor_AL_MAC() const { return neighbor_AL_MAC_; }
   void set_neighbor_AL_MAC(const MACAddress& mac) { neighbor_AL_MAC_ = mac; }
-  const std::vector<ReceiverLinkMetric>& get_receiver_link_metric_vector() const { return link_metrics_; }
-  void add_receiver_link_metric(const ReceiverLinkMetric& metric) { link_metrics_.push_back(metric); }
+  const std::vector<ReceiverLinkMetric>& get_receiver_link_metric_vector() const {
+    return receiver_link_metric_vector_;
+  }
+  void add_receiver_link_metric(const ReceiverLinkMetric& metric) { receiver_link_metric_vector_.push_back(metric); }
 
   static constexpr auto table() {
     using T = ReceiverLinkMetricTLV;
-    return serialization::rows(serialization::Field{" local AL_MAC: ", &T::local_AL_MAC_},
-                               serialization::Field{" neighbor AL_MAC: ", &T::neighbor_AL_MAC_},
-                               serialization::rest_list({.before = "", .prefix = "\n\t"}, &T::link_metrics_,
-                                                        "Invalid length: must fit at least two MACAddresses",
-                                                        "Invalid length: must fit a ReceiverLinkMetric"));
+    return serialization::rows(
+        serialization::Field{" local AL_MAC: ", &T::local_AL_MAC_},
+        serialization::Field{" neighbor AL_MAC: ", &T::neighbor_AL_MAC_},
+        serialization::rest_list({.before = "", .prefix = "\n\t"}, &T::receiver_link_metric_vector_,
+                                 "Invalid length: must fit at least two MACAddresses",
+                                 "Invalid length: must fit a ReceiverLinkMetric"));
   }
 
  private:
   MACAddress local_AL_MAC_;
   MACAddress neighbor_AL_MAC_;
-  std::vector<ReceiverLinkMetric> link_metrics_;
+  std::vector<ReceiverLinkMetric> receiver_link_metric_vector_;
 };
 
 /// Link Metric Result Code TLV (type 12, IEEE 1905.1-2013, 6.4.13).

@@ -19,16 +19,16 @@ namespace qel::ieee1905_1 {
 /// decodes but does not encode.
 class QEL_EXPORT APMetricQueryTLV final : public TableTLV<APMetricQueryTLV, TLVType::AP_METRIC_QUERY> {
  public:
-  const std::vector<MACAddress>& get_bssid_vector() const { return bssids_; }
-  void add_bssid(const MACAddress& bssid) { bssids_.push_back(bssid); }
+  const std::vector<MACAddress>& get_bssid_vector() const { return bssid_vector_; }
+  void add_bssid(const MACAddress& bssid) { bssid_vector_.push_back(bssid); }
 
   static constexpr auto table() {
     return serialization::rows(serialization::list8({.before = " BSSIDs: [", .prefix = "\n\t", .after = "]"},
-                                                    &APMetricQueryTLV::bssids_, {1, 255}));
+                                                    &APMetricQueryTLV::bssid_vector_, {1, 255}));
   }
 
  private:
-  std::vector<MACAddress> bssids_;
+  std::vector<MACAddress> bssid_vector_;
 };
 
 /// AP Metrics TLV (type 148): the load of one BSS (Multi-AP Specification, 17.2.22).
@@ -78,11 +78,13 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
   static constexpr auto table() {
     using serialization::Field;
     using T = APMetricsTLV;
-    return serialization::rows(Field{" BSSID: ", &T::bssid_},                              //
-                               Field{" Channel Utilization: ", &T::channel_utilization_},  //
-                               Field{" Number of associated STAs: ", &T::number_associated_sta_},
-                               Field{&T::include_bits_},  //
-                               Field{&T::information_ac_be_});
+    return serialization::rows(
+        Field{" BSSID: ", &T::bssid_},                              //
+        Field{" Channel Utilization: ", &T::channel_utilization_},  //
+        Field{" Number of associated STAs: ", &T::number_associated_sta_},
+        serialization::accessed_by<&T::get_include_bit_ac_be, &T::get_include_bit_ac_bk, &T::get_include_bit_ac_vo,
+                                   &T::get_include_bit_ac_vi>(Field{&T::include_bits_}),
+        Field{&T::information_ac_be_});
   }
 
   /// Parameters that are not included do not count.
@@ -161,19 +163,19 @@ class QEL_EXPORT AssociatedSTALinkMetricsTLV final
 
   const MACAddress& get_sta_mac() const { return sta_mac_; }
   void set_sta_mac(const MACAddress& sta) { sta_mac_ = sta; }
-  const std::vector<STALinkMetric>& get_sta_link_metric_vector() const { return metrics_; }
-  void add_sta_link_metric(const STALinkMetric& metric) { metrics_.push_back(metric); }
+  const std::vector<STALinkMetric>& get_sta_link_metric_vector() const { return sta_link_metric_vector_; }
+  void add_sta_link_metric(const STALinkMetric& metric) { sta_link_metric_vector_.push_back(metric); }
 
   static constexpr auto table() {
     using T = AssociatedSTALinkMetricsTLV;
     return serialization::rows(serialization::Field{" STA MAC: ", &T::sta_mac_},
                                serialization::list8({.before = " Associated BSSs: [", .prefix = "\n\t", .after = "]"},
-                                                    &T::metrics_, {0, 255}));
+                                                    &T::sta_link_metric_vector_, {0, 255}));
   }
 
  private:
   MACAddress sta_mac_;
-  std::vector<STALinkMetric> metrics_;
+  std::vector<STALinkMetric> sta_link_metric_vector_;
 };
 
 /// Associated STA Traffic Stats TLV (type 162): raw counters of the traffic with one station, "sent" being to it

@@ -27,7 +27,7 @@ std::ostream& operator<<(std::ostream& os, IEEE802_1_Bridge bridge) { return os 
 
 void DeviceBridgingTuple::dbg_str(std::ostream& os) const {
   const char* separator = "";
-  for (const MACAddress& mac : mac_addresses_) {
+  for (const MACAddress& mac : mac_address_vector_) {
     os << separator << mac;
     separator = " ";
   }

@@ -22,17 +22,17 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, IEEE802_1_Bridge bridge);
 /// Interfaces that a device bridges with each other.
 class QEL_EXPORT DeviceBridgingTuple final : public serialization::Record<DeviceBridgingTuple> {
  public:
-  const std::vector<MACAddress>& get_mac_address_vector() const { return mac_addresses_; }
-  void add_mac_address(const MACAddress& mac) { mac_addresses_.push_back(mac); }
+  const std::vector<MACAddress>& get_mac_address_vector() const { return mac_address_vector_; }
+  void add_mac_address(const MACAddress& mac) { mac_address_vector_.push_back(mac); }
 
   void dbg_str(std::ostream& os) const;
 
   static constexpr auto table() {
-    return serialization::rows(serialization::list8({}, &DeviceBridgingTuple::mac_addresses_, {0, 255}));
+    return serialization::rows(serialization::list8({}, &DeviceBridgingTuple::mac_address_vector_, {0, 255}));
   }
 
  private:
-  std::vector<MACAddress> mac_addresses_;
+  std::vector<MACAddress> mac_address_vector_;
 };
 
 /// Device Bridging Capability TLV (type 4, IEEE 1905.1-2013, 6.4.6). Without a tuple it decodes but does not
@@ -40,16 +40,16 @@ class QEL_EXPORT DeviceBridgingTuple final : public serialization::Record<Device
 class QEL_EXPORT DeviceBridgingCapabilityTLV final
     : public TableTLV<DeviceBridgingCapabilityTLV, TLVType::DEVICE_BRIDGING_CAPABILITY> {
  public:
-  const std::vector<DeviceBridgingTuple>& get_bridging_tuple_vector() const { return tuples_; }
-  void add_bridging_tuple(const DeviceBridgingTuple& tuple) { tuples_.push_back(tuple); }
+  const std::vector<DeviceBridgingTuple>& get_bridging_tuple_vector() const { return bridging_tuple_vector_; }
+  void add_bridging_tuple(const DeviceBridgingTuple& tuple) { bridging_tuple_vector_.push_back(tuple); }
 
   static constexpr auto table() {
     return serialization::rows(serialization::list8({.before = "", .prefix = "\n\t{", .suffix = "}"},
-                                                    &DeviceBridgingCapabilityTLV::tuples_, {1, 255}));
+                                                    &DeviceBridgingCapabilityTLV::bridging_tuple_vector_, {1, 255}));
   }
 
  private:
-  std::vector<DeviceBridgingTuple> tuples_;
+  std::vector<DeviceBridgingTuple> bridging_tuple_vector_;
 };
 
 /// Non-1905 Neighbor Device List TLV (type 6, IEEE 1905.1-2013, 6.4.8): devices without 1905.1 that are seen on a
@@ -62,20 +62,21 @@ class QEL_EXPORT NonIEEE1905NeighborDeviceListTLV final
 
   const MACAddress& get_local_MAC() const { return local_MAC_; }
   void set_local_MAC(const MACAddress& local_mac) { local_MAC_ = local_mac; }
-  const std::vector<MACAddress>& get_MAC_address_vector() const { return neighbors_; }
-  void add_mac_address(const MACAddress& mac) { neighbors_.push_back(mac); }
+  const std::vector<MACAddress>& get_MAC_address_vector() const { return MAC_address_vector_; }
+  void add_mac_address(const MACAddress& mac) { MAC_address_vector_.push_back(mac); }
 
   static constexpr auto table() {
     using T = NonIEEE1905NeighborDeviceListTLV;
-    return serialization::rows(serialization::Field{" LOCAL MAC: ", &T::local_MAC_},
-                               serialization::rest_list({.before = "", .prefix = "\t{", .suffix = "}"}, &T::neighbors_,
-                                                        "Invalid length: must fit at least one MACAddress",
-                                                        "Invalid length: must fit at least a MACAddress"));
+    return serialization::rows(
+        serialization::Field{" LOCAL MAC: ", &T::local_MAC_},
+        serialization::rest_list({.before = "", .prefix = "\t{", .suffix = "}"}, &T::MAC_address_vector_,
+                                 "Invalid length: must fit at least one MACAddress",
+                                 "Invalid length: must fit at least a MACAddress"));
   }
 
  private:
   MACAddress local_MAC_;
-  std::vector<MACAddress> neighbors_;
+  std::vector<MACAddress> MAC_address_vector_;
 };
 
 /// A neighbour of the 1905 neighbor device TLV.
@@ -110,20 +111,20 @@ class QEL_EXPORT IEEE1905NeighborDeviceTLV final
 
   const MACAddress& get_local_MAC() const { return local_MAC_; }
   void set_local_MAC(const MACAddress& local_mac) { local_MAC_ = local_mac; }
-  const std::vector<ALMAC19051Neighbor>& get_AL_MAC_neighbor_vector() const { return neighbors_; }
-  void add_AL_MAC_neighbor(const ALMAC19051Neighbor& neighbor) { neighbors_.push_back(neighbor); }
+  const std::vector<ALMAC19051Neighbor>& get_AL_MAC_neighbor_vector() const { return AL_MAC_neighbor_vector_; }
+  void add_AL_MAC_neighbor(const ALMAC19051Neighbor& neighbor) { AL_MAC_neighbor_vector_.push_back(neighbor); }
 
   static constexpr auto table() {
     using T = IEEE1905NeighborDeviceTLV;
     return serialization::rows(serialization::Field{" LOCAL MAC: ", &T::local_MAC_},
-                               serialization::rest_list({.before = "", .prefix = "\t"}, &T::neighbors_,
+                               serialization::rest_list({.before = "", .prefix = "\t"}, &T::AL_MAC_neighbor_vector_,
                                                         "Invalid length: must fit at least one MACAddress",
                                                         "Invalid length: must fit an IEEE1905Neighbor element"));
   }
 
  private:
   MACAddress local_MAC_;
-  std::vector<ALMAC19051Neighbor> neighbors_;
+  std::vector<ALMAC19051Neighbor> AL_MAC_neighbor_vector_;
 };
 
 }  // namespace qel::ieee1905_1

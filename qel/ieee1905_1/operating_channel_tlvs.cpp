@@ -29,7 +29,7 @@ std::ostream& operator<<(std::ostream& os, ChannelSelectionResponseCode code) {
 void OperatingChannelReportTLV::dbg_str(std::ostream& os) const {
   TLV::dbg_str(os);
   os << " Radio Identifier: " << radio_identifier_ << " Transmit Power EIRP: " << Decimal(transmit_power_eirp_);
-  serialization::print_list(os, {.before = "  [", .prefix = "\n\t", .after = "]"}, channels_);
+  serialization::print_list(os, {.before = "  [", .prefix = "\n\t", .after = "]"}, operating_class_channel_vector_);
 }
 
 template const serialization::Codec& TableTLV<TransmitPowerLimitTLV, TLVType::TRANSMIT_POWER_LIMIT>::codec();

@@ -107,8 +107,12 @@ class QEL_EXPORT OperatingChannelReportTLV final
 
   const MACAddress& get_radio_identifier() const { return radio_identifier_; }
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
-  const std::vector<OperatingClassChannel>& get_operating_class_channel_vector() const { return channels_; }
-  void add_operating_class_channel(const OperatingClassChannel& channel) { channels_.push_back(channel); }
+  const std::vector<OperatingClassChannel>& get_operating_class_channel_vector() const {
+    return operating_class_channel_vector_;
+  }
+  void add_operating_class_channel(const OperatingClassChannel& channel) {
+    operating_class_channel_vector_.push_back(channel);
+  }
   /// dBm.
   signed char get_transmit_power_eirp() const { return transmit_power_eirp_; }
   void set_transmit_power_eirp(signed char power) { transmit_power_eirp_ = power; }
@@ -119,14 +123,14 @@ class QEL_EXPORT OperatingChannelReportTLV final
   static constexpr auto table() {
     using serialization::Field;
     using T = OperatingChannelReportTLV;
-    return serialization::rows(Field{&T::radio_identifier_},                       //
-                               serialization::list8({}, &T::channels_, {1, 255}),  //
+    return serialization::rows(Field{&T::radio_identifier_},                                             //
+                               serialization::list8({}, &T::operating_class_channel_vector_, {1, 255}),  //
                                Field{&T::transmit_power_eirp_});
   }
 
  private:
   MACAddress radio_identifier_;
-  std::vector<OperatingClassChannel> channels_;
+  std::vector<OperatingClassChannel> operating_class_channel_vector_;
   signed char transmit_power_eirp_ = 0;
 };
 

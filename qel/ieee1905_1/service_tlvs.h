@@ -27,16 +27,16 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, HigherLayerProtocol protoc
 template <TLVType TYPE>
 class QEL_EXPORT ServiceTLV final : public TableTLV<ServiceTLV<TYPE>, TYPE> {
  public:
-  const std::vector<ServiceType>& get_service_vector() const { return services_; }
-  void add_service(const ServiceType& service) { services_.push_back(service); }
+  const std::vector<ServiceType>& get_service_vector() const { return service_vector_; }
+  void add_service(const ServiceType& service) { service_vector_.push_back(service); }
 
   static constexpr auto table() {
     return serialization::rows(
-        serialization::list8({.before = "", .prefix = " service: "}, &ServiceTLV::services_, {1, 255}));
+        serialization::list8({.before = "", .prefix = " service: "}, &ServiceTLV::service_vector_, {1, 255}));
   }
 
  private:
-  std::vector<ServiceType> services_;
+  std::vector<ServiceType> service_vector_;
 };
 
 using SupportedServiceTLV = ServiceTLV<TLVType::SUPPORTED_SERVICE>;

@@ -70,28 +70,34 @@ class QEL_EXPORT SteeringRadioPolicy final : public serialization::Record<Steeri
 /// BTM requests, and the policy of each radio. Without a radio it decodes but does not encode.
 class QEL_EXPORT SteeringPolicyTLV final : public TableTLV<SteeringPolicyTLV, TLVType::STEERING_POLICY> {
  public:
-  const std::vector<MACAddress>& get_local_steering_disallowed_sta_vector() const { return local_; }
-  void add_local_steering_disallowed_sta(const MACAddress& sta) { local_.push_back(sta); }
-  const std::vector<MACAddress>& get_btm_steering_disallowed_sta_vector() const { return btm_; }
-  void add_btm_steering_disallowed_sta(const MACAddress& sta) { btm_.push_back(sta); }
-  const std::vector<SteeringRadioPolicy>& get_radio_policy_vector() const { return radios_; }
-  void add_radio_policy(const SteeringRadioPolicy& policy) { radios_.push_back(policy); }
+  const std::vector<MACAddress>& get_local_steering_disallowed_sta_vector() const {
+    return local_steering_disallowed_sta_vector_;
+  }
+  void add_local_steering_disallowed_sta(const MACAddress& sta) {
+    local_steering_disallowed_sta_vector_.push_back(sta);
+  }
+  const std::vector<MACAddress>& get_btm_steering_disallowed_sta_vector() const {
+    return btm_steering_disallowed_sta_vector_;
+  }
+  void add_btm_steering_disallowed_sta(const MACAddress& sta) { btm_steering_disallowed_sta_vector_.push_back(sta); }
+  const std::vector<SteeringRadioPolicy>& get_radio_policy_vector() const { return radio_policy_vector_; }
+  void add_radio_policy(const SteeringRadioPolicy& policy) { radio_policy_vector_.push_back(policy); }
 
   static constexpr auto table() {
     using serialization::list8;
     using T = SteeringPolicyTLV;
     return serialization::rows(list8({.before = "\n\tLocalSteeringDisallowed: [ ", .suffix = " ", .after = "]"},
-                                     &T::local_, {0, 255, "Invalid local_vector size"}),
-                               list8({.before = "\n\tBTMSteeringDisallowed: [ ", .suffix = " ", .after = "]"}, &T::btm_,
-                                     {0, 255, "Invalid btm_vector size"}),
+                                     &T::local_steering_disallowed_sta_vector_, {0, 255, "Invalid local_vector size"}),
+                               list8({.before = "\n\tBTMSteeringDisallowed: [ ", .suffix = " ", .after = "]"},
+                                     &T::btm_steering_disallowed_sta_vector_, {0, 255, "Invalid btm_vector size"}),
                                list8({.before = "\n\tIndicated Radios: [", .prefix = "\n\t\t", .after = "]"},
-                                     &T::radios_, {1, 255, "Invalid radio_vector size"}));
+                                     &T::radio_policy_vector_, {1, 255, "Invalid radio_vector size"}));
   }
 
  private:
-  std::vector<MACAddress> local_;
-  std::vector<MACAddress> btm_;
-  std::vector<SteeringRadioPolicy> radios_;
+  std::vector<MACAddress> local_steering_disallowed_sta_vector_;
+  std::vector<MACAddress> btm_steering_disallowed_sta_vector_;
+  std::vector<SteeringRadioPolicy> radio_policy_vector_;
 };
 
 /// What one radio has to report.
@@ -127,7 +133,7 @@ class QEL_EXPORT MetricReportingRadioPolicy final : public serialization::Record
                                Field{" RCPI Threshold: ", &T::rcpi_threshold_},            //
                                Field{" Hysteresis Override: ", &T::hysteresis_override_},  //
                                Field{" Reporting Threshold: ", &T::reporting_threshold_},  //
-                               Field{&T::flags_});
+                               serialization::accessed_by<&T::get_statistics, &T::get_metrics>(Field{&T::flags_}));
   }
 
  private:
@@ -152,19 +158,19 @@ class QEL_EXPORT MetricReportingPolicyTLV final
   /// Seconds between the reports of an access point's metrics; 0 for none by the clock.
   std::uint8_t get_reporting_interval() const { return reporting_interval_; }
   void set_reporting_interval(std::uint8_t interval) { reporting_interval_ = interval; }
-  const std::vector<MetricReportingRadioPolicy>& get_radio_policy_vector() const { return radios_; }
-  void add_radio_policy(const MetricReportingRadioPolicy& policy) { radios_.push_back(policy); }
+  const std::vector<MetricReportingRadioPolicy>& get_radio_policy_vector() const { return radio_policy_vector_; }
+  void add_radio_policy(const MetricReportingRadioPolicy& policy) { radio_policy_vector_.push_back(policy); }
 
   static constexpr auto table() {
     using T = MetricReportingPolicyTLV;
-    return serialization::rows(
-        serialization::Field{" Reporting Interval: ", &T::reporting_interval_},
-        serialization::list8({.before = " Policies: [", .prefix = "\n\t", .after = "]"}, &T::radios_, {1, 255}));
+    return serialization::rows(serialization::Field{" Reporting Interval: ", &T::reporting_interval_},
+                               serialization::list8({.before = " Policies: [", .prefix = "\n\t", .after = "]"},
+                                                    &T::radio_policy_vector_, {1, 255}));
   }
 
  private:
   std::uint8_t reporting_interval_ = 0;
-  std::vector<MetricReportingRadioPolicy> radios_;
+  std::vector<MetricReportingRadioPolicy> radio_policy_vector_;
 };
 
 }  // namespace qel::ieee1905_1

@@ -13,8 +13,8 @@ bool SteeringRequestTargetBSSID::equals(const SteeringRequestTargetBSSID& other)
 }
 
 [[gnu::always_inline]] inline void SteeringRequestTLV::encode_body(serialization::Writer& out) const {
-  const std::size_t stations = steering_sta_macs_.size();
-  const std::size_t targets = target_bssids_.size();
+  const std::size_t stations = steering_sta_mac_vector_.size();
+  const std::size_t targets = target_bssid_vector_.size();
   serialization::check_count(stations, COUNT);
   serialization::check_count(targets, COUNT);
   const bool mandated = get_steering_mandated();
@@ -22,10 +22,10 @@ bool SteeringRequestTargetBSSID::equals(const SteeringRequestTargetBSSID& other)
     serialization::fail("Invalid size: Constrains violated!");
   }
   out.put(bssid_, flags_, steering_opertunity_window_, disassociation_timer_, static_cast<std::uint8_t>(stations));
-  out.put_list(steering_sta_macs_);
+  out.put_list(steering_sta_mac_vector_);
   out.put(static_cast<std::uint8_t>(mandated ? targets : 0));
   if (mandated) {
-    out.put_list(target_bssids_);
+    out.put_list(target_bssid_vector_);
   }
 }
 

@@ -80,10 +80,10 @@ class QEL_EXPORT SteeringRequestTLV final : public TableTLV<SteeringRequestTLV, 
   std::uint16_t get_disassociation_timer() const { return disassociation_timer_; }
   void set_disassociation_timer(std::uint16_t timer) { disassociation_timer_ = timer; }
   /// Without any, all stations of the BSS are meant.
-  const std::vector<MACAddress>& get_steering_sta_mac_vector() const { return steering_sta_macs_; }
-  void add_steering_sta_mac(const MACAddress& sta) { steering_sta_macs_.push_back(sta); }
-  const std::vector<SteeringRequestTargetBSSID>& get_target_bssid_vector() const { return target_bssids_; }
-  void add_target_bssid(const SteeringRequestTargetBSSID& target) { target_bssids_.push_back(target); }
+  const std::vector<MACAddress>& get_steering_sta_mac_vector() const { return steering_sta_mac_vector_; }
+  void add_steering_sta_mac(const MACAddress& sta) { steering_sta_mac_vector_.push_back(sta); }
+  const std::vector<SteeringRequestTargetBSSID>& get_target_bssid_vector() const { return target_bssid_vector_; }
+  void add_target_bssid(const SteeringRequestTargetBSSID& target) { target_bssid_vector_.push_back(target); }
 
   void dbg_str(std::ostream& os) const override;
 
@@ -92,12 +92,14 @@ class QEL_EXPORT SteeringRequestTLV final : public TableTLV<SteeringRequestTLV, 
     using serialization::list8;
     using T = SteeringRequestTLV;
     return serialization::rows(
-        Field{&T::bssid_},                       //
-        Field{&T::flags_},                       //
+        Field{&T::bssid_},  //
+        serialization::accessed_by<&T::get_steering_mandated, &T::get_btm_disassociation_imminent,
+                                   &T::get_btm_abridged>(Field{&T::flags_}),
         Field{&T::steering_opertunity_window_},  //
         Field{&T::disassociation_timer_},        //
-        list8({.before = "\n\tSTA List: [", .prefix = "\n\t\t", .after = " ]"}, &T::steering_sta_macs_, COUNT),
-        list8({.before = "\n\tTarget BSSID List: [", .prefix = "\n\t\t", .after = " ]"}, &T::target_bssids_, COUNT));
+        list8({.before = "\n\tSTA List: [", .prefix = "\n\t\t", .after = " ]"}, &T::steering_sta_mac_vector_, COUNT),
+        list8({.before = "\n\tTarget BSSID List: [", .prefix = "\n\t\t", .after = " ]"}, &T::target_bssid_vector_,
+              COUNT));
   }
 
  private:
@@ -113,8 +115,8 @@ class QEL_EXPORT SteeringRequestTLV final : public TableTLV<SteeringRequestTLV, 
   std::bitset<8> flags_;  ///< reserved bits are kept as they came
   std::uint16_t steering_opertunity_window_ = 0;
   std::uint16_t disassociation_timer_ = 0;
-  std::vector<MACAddress> steering_sta_macs_;
-  std::vector<SteeringRequestTargetBSSID> target_bssids_;
+  std::vector<MACAddress> steering_sta_mac_vector_;
+  std::vector<SteeringRequestTargetBSSID> target_bssid_vector_;
 };
 
 /// Steering BTM Report TLV (type 156, Multi-AP Specification, 17.2.30): what a station answered to a BTM request. The

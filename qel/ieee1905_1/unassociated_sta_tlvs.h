@@ -18,19 +18,19 @@ class QEL_EXPORT UnassociatedSTAChannel final : public serialization::Record<Una
 
   std::uint8_t get_channel_number() const { return channel_number_; }
   void set_channel_number(std::uint8_t number) { channel_number_ = number; }
-  const std::vector<MACAddress>& get_sta_mac_vector() const { return sta_macs_; }
-  void add_sta_mac(const MACAddress& sta) { sta_macs_.push_back(sta); }
+  const std::vector<MACAddress>& get_sta_mac_vector() const { return sta_mac_vector_; }
+  void add_sta_mac(const MACAddress& sta) { sta_mac_vector_.push_back(sta); }
 
   static constexpr auto table() {
     using T = UnassociatedSTAChannel;
-    return serialization::rows(
-        serialization::Field{"Channel Number: ", &T::channel_number_},
-        serialization::list8({.before = " STA MACs: [", .prefix = "\n\t\t", .after = "]"}, &T::sta_macs_, {1, 255}));
+    return serialization::rows(serialization::Field{"Channel Number: ", &T::channel_number_},
+                               serialization::list8({.before = " STA MACs: [", .prefix = "\n\t\t", .after = "]"},
+                                                    &T::sta_mac_vector_, {1, 255}));
   }
 
  private:
   std::uint8_t channel_number_ = 0;
-  std::vector<MACAddress> sta_macs_;
+  std::vector<MACAddress> sta_mac_vector_;
 };
 
 /// Unassociated STA Link Metrics Query TLV (type 151, Multi-AP Specification, 17.2.25). Without a channel it decodes
@@ -43,19 +43,19 @@ class QEL_EXPORT UnassociatedSTALinkMetricsQueryTLV final
 
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
-  const std::vector<UnassociatedSTAChannel>& get_channel_vector() const { return channels_; }
-  void add_channel(const UnassociatedSTAChannel& channel) { channels_.push_back(channel); }
+  const std::vector<UnassociatedSTAChannel>& get_channel_vector() const { return channel_vector_; }
+  void add_channel(const UnassociatedSTAChannel& channel) { channel_vector_.push_back(channel); }
 
   static constexpr auto table() {
     using T = UnassociatedSTALinkMetricsQueryTLV;
-    return serialization::rows(
-        serialization::Field{" Operating Class: ", &T::operating_class_},
-        serialization::list8({.before = " Channel List: [ ", .prefix = "\n\t", .after = "]"}, &T::channels_, {1, 255}));
+    return serialization::rows(serialization::Field{" Operating Class: ", &T::operating_class_},
+                               serialization::list8({.before = " Channel List: [ ", .prefix = "\n\t", .after = "]"},
+                                                    &T::channel_vector_, {1, 255}));
   }
 
  private:
   std::uint8_t operating_class_ = 0;
-  std::vector<UnassociatedSTAChannel> channels_;
+  std::vector<UnassociatedSTAChannel> channel_vector_;
 };
 
 /// How one station was heard.
@@ -103,19 +103,19 @@ class QEL_EXPORT UnassociatedSTALinkMetricsResponseTLV final
 
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
-  const std::vector<UnassociatedSTAReport>& get_report_vector() const { return reports_; }
-  void add_report(const UnassociatedSTAReport& report) { reports_.push_back(report); }
+  const std::vector<UnassociatedSTAReport>& get_report_vector() const { return report_vector_; }
+  void add_report(const UnassociatedSTAReport& report) { report_vector_.push_back(report); }
 
   static constexpr auto table() {
     using T = UnassociatedSTALinkMetricsResponseTLV;
-    return serialization::rows(
-        serialization::Field{" Operating Class: ", &T::operating_class_},
-        serialization::list8({.before = " STA Reports: [", .prefix = "\n\t", .after = "]"}, &T::reports_, {0, 255}));
+    return serialization::rows(serialization::Field{" Operating Class: ", &T::operating_class_},
+                               serialization::list8({.before = " STA Reports: [", .prefix = "\n\t", .after = "]"},
+                                                    &T::report_vector_, {0, 255}));
   }
 
  private:
   std::uint8_t operating_class_ = 0;
-  std::vector<UnassociatedSTAReport> reports_;
+  std::vector<UnassociatedSTAReport> report_vector_;
 };
 
 }  // namespace qel::ieee1905_1

@@ -62,16 +62,17 @@ class QEL_EXPORT BeaconReport {
   static constexpr auto table() {
     using serialization::Field;
     using T = BeaconReport;
-    return serialization::rows(Field{&T::operating_class_},             //
-                               Field{&T::channel_number_},              //
-                               Field{&T::measurement_start_time_},      //
-                               Field{&T::measurement_duration_},        //
-                               Field{&T::reported_frame_information_},  //
-                               Field{&T::rcpi_},                        //
-                               Field{&T::rsni_},                        //
-                               Field{&T::bssid_},                       //
-                               Field{&T::antenna_id_},                  //
-                               Field{&T::parent_tsf_});
+    return serialization::rows(
+        Field{&T::operating_class_},         //
+        Field{&T::channel_number_},          //
+        Field{&T::measurement_start_time_},  //
+        Field{&T::measurement_duration_},    //
+        serialization::accessed_by<&T::get_phy_type, &T::get_frame_type>(Field{&T::reported_frame_information_}),
+        Field{&T::rcpi_},        //
+        Field{&T::rsni_},        //
+        Field{&T::bssid_},       //
+        Field{&T::antenna_id_},  //
+        Field{&T::parent_tsf_});
   }
 
  private:

@@ -51,6 +51,17 @@ Field(const char*, T C::*) -> Field<LabelledField<C, T>>;
 template <class C, class T>
 Field(T C::*) -> Field<UnlabelledField<C, T>>;
 
+/// A row whose values are read through accessors instead of its member: the flags and numbers in a set of bits, or a
+/// list that each derived class names differently. The octets, the text and the comparison are those of the row.
+template <class Row, auto... ACCESSORS>
+struct AccessedRow : Row {};
+
+/// `accessed_by<&C::get_flag, &C::get_other_flag>(row)`; see AccessedRow.
+template <auto... ACCESSORS, class Row>
+constexpr AccessedRow<Row, ACCESSORS...> accessed_by(Row row) {
+  return {row};
+}
+
 /// The type of an octet that is written as 0 and ignored when read.
 struct ReservedOctet {
   friend constexpr bool operator==(const ReservedOctet&, const ReservedOctet&) = default;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <string>
 #include <tuple>
@@ -212,16 +213,16 @@ template <class N, class C, class E>
   row.of(record) = decode_elements<E>(in, count);
 }
 
-template <class C>
-[[gnu::always_inline]] inline void encode_row(const String8<C>& row, Writer& out, const C& record) {
+template <class C, std::derived_from<C> R>
+[[gnu::always_inline]] inline void encode_row(const String8<C>& row, Writer& out, const R& record) {
   const std::string& text = row.of(record);
   check_count(text.size(), row.limits);
   out.put(static_cast<std::uint8_t>(text.size()));
   out.put_characters(text);
 }
 
-template <class C>
-[[gnu::always_inline]] inline void decode_row(const String8<C>& row, Reader& in, C& record, std::uint16_t,
+template <class C, std::derived_from<C> R>
+[[gnu::always_inline]] inline void decode_row(const String8<C>& row, Reader& in, R& record, std::uint16_t,
                                               std::size_t) {
   const std::size_t size = in.get<std::uint8_t>();
   std::string text;

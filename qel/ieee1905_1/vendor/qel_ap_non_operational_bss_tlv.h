@@ -64,18 +64,18 @@ class QEL_EXPORT QELNonOperationalBSSReport final : public serialization::Record
 class QEL_EXPORT QELAPNonOperationalBSSTLV final
     : public VendorPayload<QELAPNonOperationalBSSTLV, QELVendorTLVType::QEL_AP_NON_OPERATIONAL_BSS_TLV> {
  public:
-  const std::vector<QELNonOperationalBSSReport>& get_report_vector() const { return reports_; }
-  void add_report(const QELNonOperationalBSSReport& report) { reports_.push_back(report); }
+  const std::vector<QELNonOperationalBSSReport>& get_report_vector() const { return report_vector_; }
+  void add_report(const QELNonOperationalBSSReport& report) { report_vector_.push_back(report); }
   const std::vector<std::uint8_t>& get_rest() const { return rest_.octets; }
 
   static constexpr auto table() {
     using T = QELAPNonOperationalBSSTLV;
-    return serialization::rows(serialization::list8({.before = "", .prefix = "\n\t\t"}, &T::reports_, {1, 255}),
+    return serialization::rows(serialization::list8({.before = "", .prefix = "\n\t\t"}, &T::report_vector_, {1, 255}),
                                RestRow{&T::rest_});
   }
 
  private:
-  std::vector<QELNonOperationalBSSReport> reports_;
+  std::vector<QELNonOperationalBSSReport> report_vector_;
   BodyRest rest_;
 };
 

@@ -87,20 +87,25 @@ class QEL_EXPORT QELDeviceInformationTLV final
 
   const MACAddress& get_AL_MAC() const { return AL_MAC_; }
   void set_AL_MAC(const MACAddress& al_mac) { AL_MAC_ = al_mac; }
-  const std::vector<QELInterfaceInformation>& get_interface_information_vector() const { return interfaces_; }
-  void add_interface_information(const QELInterfaceInformation& information) { interfaces_.push_back(information); }
+  const std::vector<QELInterfaceInformation>& get_interface_information_vector() const {
+    return interface_information_vector_;
+  }
+  void add_interface_information(const QELInterfaceInformation& information) {
+    interface_information_vector_.push_back(information);
+  }
   const std::vector<std::uint8_t>& get_rest() const { return rest_.octets; }
 
   static constexpr auto table() {
     using T = QELDeviceInformationTLV;
-    return serialization::rows(serialization::Field{" AL MAC: ", &T::AL_MAC_},
-                               serialization::list8({.before = "", .prefix = "\n\t\t"}, &T::interfaces_, {1, 255}),
-                               RestRow{&T::rest_});
+    return serialization::rows(
+        serialization::Field{" AL MAC: ", &T::AL_MAC_},
+        serialization::list8({.before = "", .prefix = "\n\t\t"}, &T::interface_information_vector_, {1, 255}),
+        RestRow{&T::rest_});
   }
 
  private:
   MACAddress AL_MAC_;
-  std::vector<QELInterfaceInformation> interfaces_;
+  std::vector<QELInterfaceInformation> interface_information_vector_;
   BodyRest rest_;
 };
 

@@ -35,8 +35,8 @@ class QEL_EXPORT QELLinkMetric : public serialization::Record<Derived> {
     using serialization::string8;
     using T = QELLinkMetric;
     return serialization::rows(
-        Field{&T::receiving_interface_MAC_}, string8<Derived>(nullptr, &T::receiving_interface_name_, {0, 255}),
-        Field{&T::neighbor_interface_MAC_}, string8<Derived>(nullptr, &T::neighbor_interface_name_, {0, 255}),
+        Field{&T::receiving_interface_MAC_}, string8(nullptr, &T::receiving_interface_name_, {0, 255}),
+        Field{&T::neighbor_interface_MAC_}, string8(nullptr, &T::neighbor_interface_name_, {0, 255}),
         Field{&T::link_metric_information_});
   }
 
@@ -74,9 +74,10 @@ class QEL_EXPORT QELLinkMetricList : public VendorPayload<Derived, TYPE> {
   static constexpr auto table() {
     using serialization::Field;
     using T = QELLinkMetricList;
-    return serialization::rows(
-        Field{" local AL_MAC: ", &T::local_AL_MAC_}, Field{" neighbor AL_MAC: ", &T::neighbor_AL_MAC_},
-        serialization::list16<Derived, Metric>({.before = "", .prefix = "\n\t\t"}, &T::link_metrics_, {0, 65535}));
+    return serialization::rows(Field{" local AL_MAC: ", &T::local_AL_MAC_},
+                               Field{" neighbor AL_MAC: ", &T::neighbor_AL_MAC_},
+                               serialization::accessed_by<Derived::LINK_METRICS>(serialization::list16<Derived, Metric>(
+                                   {.before = "", .prefix = "\n\t\t"}, &T::link_metrics_, {0, 65535})));
   }
 
  protected:
@@ -103,6 +104,8 @@ class QEL_EXPORT QELReceiverLinkMetricTLV final
 
   const std::vector<QELReceiverLinkMetric>& get_receiver_link_metric_vector() const { return link_metrics(); }
   void add_receiver_link_metric(const QELReceiverLinkMetric& metric) { add(metric); }
+
+  static constexpr auto LINK_METRICS = &QELReceiverLinkMetricTLV::get_receiver_link_metric_vector;
 };
 
 /// Subtype 5.
@@ -116,6 +119,8 @@ class QEL_EXPORT QELTransmitterLinkMetricTLV final
 
   const std::vector<QELTransmitterLinkMetric>& get_transmitter_link_metric_vector() const { return link_metrics(); }
   void add_transmitter_link_metric(const QELTransmitterLinkMetric& metric) { add(metric); }
+
+  static constexpr auto LINK_METRICS = &QELTransmitterLinkMetricTLV::get_transmitter_link_metric_vector;
 };
 
 }  // namespace qel::ieee1905_1

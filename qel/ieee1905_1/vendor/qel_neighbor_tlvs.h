@@ -15,7 +15,8 @@
 namespace qel::ieee1905_1 {
 
 /// What is seen on a local interface: the interface by address and name, then neighbours up to the end of the body by
-/// the sub-length, which is compared with what was read (Derived has the texts). The list may be empty.
+/// the sub-length, which is compared with what was read (Derived has the texts, and the accessor of the neighbours).
+/// The list may be empty.
 template <class Derived, QELVendorTLVType TYPE, class Neighbor>
 class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
  public:
@@ -28,10 +29,10 @@ class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
   static constexpr auto table() {
     using serialization::Field;
     using T = QELNeighborList;
-    return serialization::rows(Field{" local mac: ", &T::local_MAC_},
-                               serialization::string8<Derived>(" (", &T::local_interface_name_, {0, 255}),
-                               serialization::rest_list<Derived, Neighbor>(Derived::NEIGHBORS_TEXT, &T::neighbors_,
-                                                                           Derived::TOO_SHORT, Derived::UNEVEN));
+    return serialization::rows(
+        Field{" local mac: ", &T::local_MAC_}, serialization::string8(" (", &T::local_interface_name_, {0, 255}),
+        serialization::accessed_by<Derived::NEIGHBORS>(serialization::rest_list<Derived, Neighbor>(
+            Derived::NEIGHBORS_TEXT, &T::neighbors_, Derived::TOO_SHORT, Derived::UNEVEN)));
   }
 
  protected:
@@ -65,6 +66,7 @@ class QEL_EXPORT QELIEEE1905NeighborDeviceTLV final
   const std::vector<ALMAC19051Neighbor>& get_AL_MAC_neighbor_vector() const { return neighbors(); }
   void add_AL_MAC_neighbor(const ALMAC19051Neighbor& neighbor) { add(neighbor); }
 
+  static constexpr auto NEIGHBORS = &QELIEEE1905NeighborDeviceTLV::get_AL_MAC_neighbor_vector;
   static constexpr serialization::ListText NEIGHBORS_TEXT{.before = ") {", .prefix = "\n\t\t", .after = "}"};
   static constexpr const char* TOO_SHORT = "Invalid length: does not fit for MACAddress, length value and string.";
   static constexpr const char* UNEVEN = "Invalid length: must fit an IEEE1905Neighbor element";
@@ -82,6 +84,7 @@ class QEL_EXPORT QELNonIEEE1905NeighborDeviceListTLV final
   const std::vector<MACAddress>& get_MAC_address_vector() const { return neighbors(); }
   void add_mac_address(const MACAddress& mac) { add(mac); }
 
+  static constexpr auto NEIGHBORS = &QELNonIEEE1905NeighborDeviceListTLV::get_MAC_address_vector;
   static constexpr serialization::ListText NEIGHBORS_TEXT{
       .before = ")\n\t\t{", .prefix = "", .suffix = ",", .after = "}"};
   static constexpr const char* TOO_SHORT = "Invalid length: must fit a MACAddress, length value and string.";
@@ -102,6 +105,7 @@ class QEL_EXPORT QELPSQ19NonIEEE1905NeighborDeviceListTLV final
   void add_mac_address(const MACAddress& mac) { add(mac); }
   const std::vector<std::uint8_t>& get_rest() const { return rest_.octets; }
 
+  static constexpr auto NEIGHBORS = &QELPSQ19NonIEEE1905NeighborDeviceListTLV::get_MAC_address_vector;
   static constexpr serialization::ListText NEIGHBORS_TEXT = QELNonIEEE1905NeighborDeviceListTLV::NEIGHBORS_TEXT;
   static constexpr const char* TOO_SHORT = QELNonIEEE1905NeighborDeviceListTLV::TOO_SHORT;
   static constexpr const char* UNEVEN = nullptr;  ///< takes any rest

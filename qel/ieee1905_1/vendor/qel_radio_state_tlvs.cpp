@@ -24,14 +24,14 @@ std::string enum_to_string(QELSpecificIdleState state) { return enum_text(IDLE_S
 std::ostream& operator<<(std::ostream& os, QELSpecificIdleState state) { return print_enum(os, IDLE_STATES, state); }
 
 void QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state(const WLANLinkIdleState& state) {
-  if (idle_states_.size() >= MAX_IDLE_STATES) {
+  if (wlan_link_idle_state_vector_.size() >= MAX_IDLE_STATES) {
     // The limit goes in as a character, not as digits: this is the line that the system's logs are searched for.
     debug::stream("QELAssociatedSTAIdleStateTLV")
         << debug::LogLevels::LOG << "Number of added idle states is greater than " << static_cast<char>(MAX_IDLE_STATES)
         << ". Abort!" << std::endl;
     return;
   }
-  idle_states_.push_back(state);
+  wlan_link_idle_state_vector_.push_back(state);
 }
 
 [[gnu::always_inline]] inline void WLANSecurityTLVEntry::encode_body(serialization::Writer& out) const {

@@ -77,7 +77,7 @@ class QEL_EXPORT QELAssociatedSTAIdleStateTLV final
 
   const MACAddress& get_sta_mac() const { return sta_mac_; }
   void set_sta_mac(const MACAddress& mac) { sta_mac_ = mac; }
-  const std::vector<WLANLinkIdleState>& get_wlan_link_idle_state_vector() const { return idle_states_; }
+  const std::vector<WLANLinkIdleState>& get_wlan_link_idle_state_vector() const { return wlan_link_idle_state_vector_; }
   /// Beyond MAX_IDLE_STATES logs the refusal and adds nothing.
   void add_wlan_link_idle_state(const WLANLinkIdleState& state);
 
@@ -85,13 +85,13 @@ class QEL_EXPORT QELAssociatedSTAIdleStateTLV final
     using T = QELAssociatedSTAIdleStateTLV;
     return serialization::rows(
         serialization::Field{"\n\t\tSTA: ", &T::sta_mac_},
-        serialization::list8({.before = "", .prefix = "\n\t\t\t"}, &T::idle_states_,
+        serialization::list8({.before = "", .prefix = "\n\t\t\t"}, &T::wlan_link_idle_state_vector_,
                              {0, MAX_IDLE_STATES, "Invalid size", serialization::SECURE_LIMIT_ERROR}));
   }
 
  private:
   MACAddress sta_mac_;
-  std::vector<WLANLinkIdleState> idle_states_;
+  std::vector<WLANLinkIdleState> wlan_link_idle_state_vector_;
 };
 
 /// What one WLAN interface is for.
