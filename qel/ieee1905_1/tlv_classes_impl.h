@@ -27,7 +27,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// The class of each type that has one. Elsewhere only its header names it.
+/// The class of each TLV type that has one, for the factory and for tools that need every class.
 using TLVClasses =
     std::tuple<EndOfMessageTLV, ALMACAddressTLV, InterfaceMACAddressTLV, DeviceInformationTLV,
                DeviceBridgingCapabilityTLV, NonIEEE1905NeighborDeviceListTLV, IEEE1905NeighborDeviceTLV,

@@ -1,70 +1,20 @@
 #include <gmock/gmock.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <map>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "qel/core/vendor_oui.h"
+#include "tests/tools/meshdump_run.h"
 #include "tools/meshdump/hex_text.h"
 
+namespace meshdump {
 namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
-
-const std::string DATA = QEL_TEST_DATA "/";
-const std::string TWO_NODES = DATA + "captures/two-nodes-1905.pcap";
-const std::string GATEWAY = DATA + "captures/gateway-and-repeater-multiap.pcap";
-const std::string TAGGED = DATA + "captures/vlan-tagged.pcapng";
-
-std::string read_file(const std::filesystem::path& path) {
-  std::ostringstream text;
-  text << std::ifstream(path, std::ios::binary).rdbuf();
-  return text.str();
-}
-
-struct Outcome {
-  int status;
-  std::string out;
-  std::string err;
-};
-
-class Meshdump : public testing::Test {
- protected:
-  Meshdump() { std::filesystem::create_directories(directory_); }
-  ~Meshdump() override { std::filesystem::remove_all(directory_); }
-
-  std::string write_file(const std::string& name, const std::string& contents) const {
-    const std::filesystem::path path = directory_ / name;
-    std::ofstream(path, std::ios::binary) << contents;
-    return path;
-  }
-
-  /// Runs a shell command in a directory of its own; the tool is $MESHDUMP there.
-  Outcome shell(const std::string& command, const std::string& input = "") const {
-    write_file("in", input);
-    const std::string script =
-        "cd '" + directory_.string() + "' && MESHDUMP='" MESHDUMP "' && exec <in >out 2>err && " + command;
-    const int status = std::system(script.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(directory_ / "out"), read_file(directory_ / "err")};
-  }
-
-  Outcome run(const std::string& arguments, const std::string& input = "") const {
-    return shell("$MESHDUMP " + arguments, input);
-  }
-
- private:
-  std::filesystem::path directory_ =
-      std::filesystem::path(testing::TempDir()) / ("meshdump." + std::to_string(getpid()));
-};
 
 std::size_t count_of(const std::string& part, const std::string& text) {
   std::size_t count = 0;
@@ -126,7 +76,8 @@ TEST_F(Meshdump, PrintsOneJsonObjectInOneLine) {
           R"(\n\ttype: END_OF_MESSAGE","tlvs":[{"type":)"
           R"("VENDOR_SPECIFIC","text":")" +
           foreign +
-          R"("},{"type":"END_OF_MESSAGE","text":"type: END_OF_MESSAGE"}],)"
+          R"(","fields":{"vendor_specific_oui":"0ab105","vendor_specific":{"type":"VENDOR_UNKNOWN","octets":"0900"}}},)"
+          R"({"type":"END_OF_MESSAGE","text":"type: END_OF_MESSAGE","fields":{}}],)"
           R"("qel_message_type":"INVALID","consumed":19,"reencoded":null,)"
           R"("reencode_error":"VendorSpecificUnknown is not serializable!"})"
           "\n"
@@ -135,13 +86,12 @@ TEST_F(Meshdump, PrintsOneJsonObjectInOneLine) {
           "\n"
           R"({"ok":true,"type":"28721","mid":7,"text":"Type: 28721 version: IEEE1905_1 MID: 7 FID: 0 LastFragment: )"
           R"(true Relay: false\n\ttype: END_OF_MESSAGE","tlvs":[{"type":"END_OF_MESSAGE","text":"type: )"
-          R"(END_OF_MESSAGE"}],"qel_message_type":"INVALID","consumed":11,"reencoded":"0000703100070080000000"})"
+          R"(END_OF_MESSAGE","fields":{}}],"qel_message_type":"INVALID","consumed":11,"reencoded":"0000703100070080000000"})"
           "\n");
   EXPECT_EQ(outcome.err,
             "meshdump: 3 CMDUs: 2 decoded, 1 rejected; 0 re-encoded to the same octets, 1 differ, 1 not encodable\n");
-  EXPECT_THAT(
-      run("--json --hex -", "0000000401020080 0b0008" + meshdump::to_hex(qel::VENDOR_OUI) + "0900020001 000000\n").out,
-      HasSubstr(R"("qel_message_type":"QEL_MESHD_VERSION_MESSAGE","consumed":22)"));
+  EXPECT_THAT(run("--json --hex -", "0000000401020080 0b0008" + to_hex(qel::VENDOR_OUI) + "0900020001 000000\n").out,
+              HasSubstr(R"("qel_message_type":"QEL_MESHD_VERSION_MESSAGE","consumed":22)"));
 }
 
 /// Every message of both live links: those that decode come out again as they came in, unless they hold another
@@ -190,7 +140,7 @@ std::string capture_of(const std::vector<std::string>& frames) {
   };
   std::string capture = std::string("\xD4\xC3\xB2\xA1\2\0\4\0", 8) + number(0) + number(0) + number(65535) + number(1);
   for (std::size_t frame = 0; frame < frames.size(); ++frame) {
-    const auto octets = meshdump::parse_hex_line(frames[frame], 1)->octets;
+    const auto octets = parse_hex_line(frames[frame], 1)->octets;
     capture += number(frame) + number(0) + number(octets.size()) + number(octets.size());
     capture.append(octets.begin(), octets.end());
   }
@@ -389,3 +339,4 @@ TEST_F(Meshdump, AnswersEachLineOfAPipeAtOnce) {
 }
 
 }  // namespace
+}  // namespace meshdump

@@ -1,22 +1,13 @@
 #include "tools/meshdump/json_output.h"
 
-#include <yajl/yajl_gen.h>
-
-#include <array>
-#include <chrono>
-#include <cinttypes>
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <new>
-#include <stdexcept>
-#include <string_view>
+#include <cstddef>
 #include <utility>
 
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
+#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
-#include "tools/safe_text.h"
+#include "tools/meshdump/tlv_fields.h"
 
 namespace meshdump {
 
@@ -24,198 +15,158 @@ namespace {
 
 using qel::ieee1905_1::LenientMessage;
 using qel::ieee1905_1::Message;
+using qel::ieee1905_1::TLV;
 using qel::ieee1905_1::TLVWalkEnd;
+using qel::ieee1905_1::VendorSpecificTLV;
+using qel::serialization::SerializationContext;
 
-/// The generator escapes the C0 control characters only. DEL and the C1 ones, C2 80 to C2 9F in UTF-8, occur in strings
-/// alone, and the generator never hands over a part of a character.
-void append(void* context, const char* text, std::size_t size) {
-  constexpr std::string_view DIGITS = "0123456789abcdef";
-  std::string& line = *static_cast<std::string*>(context);
-  const auto escape = [&line, DIGITS](std::uint8_t control) {
-    line += "\\u00";
-    line += DIGITS[control >> 4U];
-    line += DIGITS[control & 0xFU];
-  };
-  for (std::size_t position = 0; position < size; ++position) {
-    const auto octet = static_cast<std::uint8_t>(text[position]);
-    const auto next = static_cast<std::uint8_t>(position + 1 < size ? text[position + 1] : 0);
-    if (octet == 0x7F) {
-      escape(octet);
-    } else if (octet == 0xC2 && next >= 0x80 && next <= 0x9F) {
-      escape(next);
-      ++position;
-    } else {
-      line += text[position];
+void put_reencoding(JsonWriter& json, const Reencoding& reencoding) {
+  if (reencoding.error) {
+    json.put("reencoded", nullptr);
+    json.put("reencode_error", *reencoding.error);
+  } else {
+    json.put("reencoded", to_hex(reencoding.octets));
+  }
+}
+
+/// The body that a TLV was decoded from; empty if the TLV did not read all of it.
+std::span<const std::uint8_t> whole_body(const LenientMessage::Entry& entry) {
+  return entry.tlv != nullptr && entry.unread == 0 ? entry.raw.body : std::span<const std::uint8_t>();
+}
+
+/// The bodies of the TLVs in a decoded message, for the octets that the TLVs do not keep. From the first body that is
+/// longer or shorter than the fields read from it, none is known.
+class Bodies {
+ public:
+  Bodies(const Message& message, std::span<const std::uint8_t> cmdu, SerializationContext& context) {
+    if (message.find<VendorSpecificTLV>() != nullptr) {
+      lenient_ = qel::ieee1905_1::decode_leniently(cmdu, context);
     }
   }
-}
 
-/// The generator refuses only what breaks the grammar.
-void check(yajl_gen_status status) {
-  if (status != yajl_gen_status_ok) {
-    throw std::logic_error("the JSON generator refused a value (" + std::to_string(status) + ")");
+  /// Of the next TLV; empty when it is not known.
+  std::span<const std::uint8_t> next() {
+    const auto& entries = lenient_.entries;
+    const auto body = next_ < entries.size() ? whole_body(entries[next_]) : std::span<const std::uint8_t>();
+    next_ = body.data() != nullptr ? next_ + 1 : entries.size();
+    return body;
   }
-}
 
-void put(yajl_gen generator, std::string_view text) {
-  const std::string utf8 = tools::to_utf8(text);
-  check(yajl_gen_string(generator, reinterpret_cast<const unsigned char*>(utf8.data()), utf8.size()));
-}
-
-void put(yajl_gen generator, std::uint64_t number) {
-  check(yajl_gen_integer(generator, static_cast<long long>(number)));
-}
-
-template <class T>
-void put(yajl_gen generator, std::string_view key, const T& value) {
-  put(generator, key);
-  put(generator, value);
-}
-
-void put_bool(yajl_gen generator, std::string_view key, bool value) {
-  put(generator, key);
-  check(yajl_gen_bool(generator, value ? 1 : 0));
-}
-
-/// Seconds with six decimals.
-void put_time(yajl_gen generator, std::string_view key, std::chrono::microseconds time) {
-  const std::lldiv_t parts = std::lldiv(time.count(), 1'000'000);
-  std::array<char, 32> text{};
-  const int size = std::snprintf(text.data(), text.size(), "%s%lld.%06lld", time.count() < 0 ? "-" : "",
-                                 std::llabs(parts.quot), std::llabs(parts.rem));
-  put(generator, key);
-  check(yajl_gen_number(generator, text.data(), static_cast<std::size_t>(size)));
-}
-
-void put_reencoding(yajl_gen generator, const Reencoding& reencoding) {
-  if (reencoding.error) {
-    put(generator, "reencoded");
-    check(yajl_gen_null(generator));
-    put(generator, "reencode_error", *reencoding.error);
-  } else {
-    put(generator, "reencoded", to_hex(reencoding.octets));
-  }
-}
+ private:
+  LenientMessage lenient_;
+  std::size_t next_ = 0;
+};
 
 }  // namespace
 
-JsonOutput::JsonOutput(bool with_origin) : with_origin_(with_origin), generator_(yajl_gen_alloc(nullptr)) {
-  if (generator_ == nullptr) {
-    throw std::bad_alloc();
-  }
-  yajl_gen_config(generator_.get(), yajl_gen_print_callback, append, &line_);
+void JsonOutput::put_text_and_fields(const TLV& tlv, std::span<const std::uint8_t> body) {
+  json_.put("text", debug_text(text_, tlv));
+  json_.put("fields");
+  put_fields(json_, tlv, body);
 }
-
-JsonOutput::~JsonOutput() = default;
-
-void JsonOutput::Free::operator()(yajl_gen_t* generator) const { yajl_gen_free(generator); }
 
 /// What is known of a rejected message nonetheless.
 void JsonOutput::put_rejected(const Cmdu& cmdu, const Decoding& decoding) {
-  yajl_gen generator = generator_.get();
   if (decoding.tlv) {
-    put(generator, "error_tlv", enum_to_string(decoding.tlv->type));
-    put(generator, "error_offset", decoding.tlv->offset);
+    json_.put("error_tlv", enum_to_string(decoding.tlv->type));
+    json_.put("error_offset", decoding.tlv->offset);
   }
   if (const auto type = message_type(cmdu.octets)) {
-    put(generator, "type", enum_to_string(*type));
+    json_.put("type", enum_to_string(*type));
   }
   if (!decoding.lenient) {
     return;
   }
   const LenientMessage& lenient = *decoding.lenient;
-  put(generator, "mid", lenient.message.get_head().get_message_id());
-  put(generator, "tlvs");
-  check(yajl_gen_array_open(generator));
+  json_.put("mid", lenient.message.get_head().get_message_id());
+  json_.put("tlvs");
+  json_.begin_array();
   for (const LenientMessage::Entry& entry : lenient.entries) {
-    check(yajl_gen_map_open(generator));
-    put(generator, "type", enum_to_string(entry.raw.type));
+    json_.begin_object();
+    json_.put("type", enum_to_string(entry.raw.type));
     if (entry.tlv != nullptr) {
-      put(generator, "text", debug_text(text_, *entry.tlv));
+      put_text_and_fields(*entry.tlv, whole_body(entry));
     }
-    put(generator, "offset", entry.raw.offset);
+    json_.put("offset", entry.raw.offset);
     if (entry.tlv == nullptr) {
-      put(generator, "octets", to_hex(entry.raw.body));
+      json_.put("octets", to_hex(entry.raw.body));
     } else if (entry.unread != 0) {
-      put(generator, "rest", to_hex(entry.raw.body.last(entry.unread)));
+      json_.put("rest", to_hex(entry.raw.body.last(entry.unread)));
     }
     if (!entry.error.empty()) {
-      put(generator, "error", entry.error);
+      json_.put("error", entry.error);
     }
-    check(yajl_gen_map_close(generator));
+    json_.end_object();
   }
-  check(yajl_gen_array_close(generator));
-  put(generator, "end", enum_to_string(lenient.end));
+  json_.end_array();
+  json_.put("end", enum_to_string(lenient.end));
   if (lenient.end == TLVWalkEnd::CUT_HEADER || lenient.end == TLVWalkEnd::CUT_BODY) {
-    put(generator, "cut_off", to_hex(cmdu.octets.subspan(lenient.end_offset)));
+    json_.put("cut_off", to_hex(cmdu.octets.subspan(lenient.end_offset)));
   }
 }
 
 void JsonOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) {
-  yajl_gen generator = generator_.get();
-  yajl_gen_reset(generator, nullptr);
-  line_.clear();
-  check(yajl_gen_map_open(generator));
-  put_bool(generator, "ok", decoding.message.has_value());
+  json_.reset();
+  json_.begin_object();
+  json_.put("ok", decoding.message.has_value());
   if (decoding.message) {
     const Message& message = *decoding.message;
-    put(generator, "type", enum_to_string(message.get_head().get_message_type()));
-    put(generator, "mid", message.get_head().get_message_id());
-    put(generator, "text", debug_text(text_, message));
-    put(generator, "tlvs");
-    check(yajl_gen_array_open(generator));
+    json_.put("type", enum_to_string(message.get_head().get_message_type()));
+    json_.put("mid", message.get_head().get_message_id());
+    json_.put("text", debug_text(text_, message));
+    json_.put("tlvs");
+    json_.begin_array();
+    Bodies bodies(message, cmdu.octets, context_);
     for (const auto& tlv : message.get_list().get_TLV_list()) {
-      check(yajl_gen_map_open(generator));
-      put(generator, "type", enum_to_string(tlv->get_type()));
-      put(generator, "text", debug_text(text_, *tlv));
-      check(yajl_gen_map_close(generator));
+      json_.begin_object();
+      json_.put("type", enum_to_string(tlv->get_type()));
+      put_text_and_fields(*tlv, bodies.next());
+      json_.end_object();
     }
-    check(yajl_gen_array_close(generator));
-    put(generator, "qel_message_type", enum_to_string(get_qel_message_type(message)));
+    json_.end_array();
+    json_.put("qel_message_type", enum_to_string(get_qel_message_type(message)));
   } else {
-    put(generator, "error", decoding.error);
+    json_.put("error", decoding.error);
   }
-  put(generator, "consumed", decoding.consumed);
+  json_.put("consumed", decoding.consumed);
   if (!decoding.message) {
     put_rejected(cmdu, decoding);
   }
   if (decoding.reencoding) {
-    put_reencoding(generator, *decoding.reencoding);
+    put_reencoding(json_, *decoding.reencoding);
   }
   if (cmdu.reassembled) {
-    put_bool(generator, "reassembled", true);
+    json_.put("reassembled", true);
   }
   if (cmdu.frame) {
-    put_time(generator, "time", cmdu.frame->captured.time);
-    put(generator, "src", cmdu.frame->source.to_string());
+    json_.put("time", cmdu.frame->captured.time);
+    json_.put("src", cmdu.frame->source.to_string());
     if (cmdu.frame->destination) {
-      put(generator, "dst", cmdu.frame->destination->to_string());
+      json_.put("dst", cmdu.frame->destination->to_string());
     }
     if (with_origin_) {
-      put(generator, "origin", cmdu.frame->captured.origin);
+      json_.put("origin", cmdu.frame->captured.origin);
     }
   }
-  check(yajl_gen_map_close(generator));
-  out += line_;
+  json_.end_object();
+  out += json_.text();
   out += '\n';
 }
 
 std::string JsonOutput::summary(const Tally& tally) {
-  yajl_gen generator = generator_.get();
-  yajl_gen_reset(generator, nullptr);
-  line_.clear();
-  check(yajl_gen_map_open(generator));
+  json_.reset();
+  json_.begin_object();
   for (const auto& [key, counts] :
        {std::pair("types", &tally.types()), {"senders", &tally.senders()}, {"refusals", &tally.refusals()}}) {
-    put(generator, key);
-    check(yajl_gen_map_open(generator));
+    json_.put(key);
+    json_.begin_object();
     for (const auto& [name, count] : *counts) {
-      put(generator, name, count);
+      json_.put(name, count);
     }
-    check(yajl_gen_map_close(generator));
+    json_.end_object();
   }
-  check(yajl_gen_map_close(generator));
-  return line_ + '\n';
+  json_.end_object();
+  return json_.text() + '\n';
 }
 
 }  // namespace meshdump

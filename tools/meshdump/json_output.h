@@ -1,13 +1,14 @@
 #pragma once
 
-#include <memory>
+#include <cstdint>
+#include <span>
 #include <string>
 
 #include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/serialization_context.h"
+#include "tools/meshdump/json_writer.h"
 #include "tools/meshdump/output.h"
 #include "tools/meshdump/tally.h"
-
-struct yajl_gen_t;
 
 namespace meshdump {
 
@@ -15,8 +16,7 @@ namespace meshdump {
 class JsonOutput final : public Output {
  public:
   /// With the origin each object tells the file or the interface.
-  explicit JsonOutput(bool with_origin);
-  ~JsonOutput() override;
+  explicit JsonOutput(bool with_origin) : with_origin_(with_origin) {}
 
   void print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) override;
 
@@ -24,16 +24,13 @@ class JsonOutput final : public Output {
   std::string summary(const Tally& tally);
 
  private:
+  void put_text_and_fields(const qel::ieee1905_1::TLV& tlv, std::span<const std::uint8_t> body);
   void put_rejected(const Cmdu& cmdu, const Decoding& decoding);
 
-  struct Free {
-    void operator()(yajl_gen_t* generator) const;
-  };
-
   bool with_origin_;
-  std::string line_;
-  std::unique_ptr<yajl_gen_t, Free> generator_;
+  JsonWriter json_;
   qel::serialization::MemoryOStream text_;
+  qel::serialization::SerializationContext context_;
 };
 
 }  // namespace meshdump

@@ -16,7 +16,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// The class of each subtype that has one. Elsewhere only its header names it.
+/// The class of each subtype that has one, for the factory and for tools that need every class.
 using VendorClasses =
     std::tuple<QELTLVType, QELDeviceInformationTLV, QELIEEE1905NeighborDeviceTLV, QELNonIEEE1905NeighborDeviceListTLV,
                QELReceiverLinkMetricTLV, QELTransmitterLinkMetricTLV, QELWLANOpmodeTLV, QELAPNonOperationalBSSTLV,
