@@ -1,5 +1,5 @@
 # shellcheck shell=sh
-# What the scripts share. To be sourced from a script in this folder; goes to the root of the project.
+# Shared by the scripts. Source it from a script in this folder; it changes to the root of the project.
 
 cd "$(dirname "$0")/.." || exit
 
@@ -8,12 +8,12 @@ die() {
   exit 1
 }
 
-# Prints the comment at the head of the script, as --help.
+# Prints the comment at the top of the script, for --help.
 usage() {
   sed -n '2,/^[^#]/s/^# \{0,1\}//p' "scripts/$(basename "$0")"
 }
 
-# quietly LOG COMMAND...: keeps the output in LOG, and shows it, without the steps that went well, when the command fails.
+# quietly LOG COMMAND...: writes the output to LOG; if the command fails, also shows it, without the successful steps.
 quietly() (
   log=$1
   shift

@@ -1,7 +1,7 @@
 # shellcheck shell=sh
 # shellcheck disable=SC2154 # $bin and $nodes are set by the scripts
-# What the scripts share that run nodes on this machine: network namespaces, virtual links, a message bus, processes. To
-# be sourced after lib.sh; $nodes has the names of the namespaces that make_node makes, $bin the folder of the tools.
+# Shared by the scripts that run nodes on this machine: network namespaces, virtual links, a message bus, processes.
+# Source it after lib.sh. $nodes holds the names of the namespaces that make_node makes, $bin the folder of the tools.
 
 CANNOT_TRY=3
 PATIENCE=30 # seconds; a mesh needs two or three
@@ -21,19 +21,19 @@ need_live_tools() {
   done
 }
 
-# need_namespaces ARGUMENT...: runs this script anew with these arguments where only that makes us root over namespaces.
+# need_namespaces ARGUMENT...: restarts this script with these arguments in a user namespace, unless run by root.
 need_namespaces() {
   if [ "$(id -u)" -eq 0 ]; then
-    unshare --net true 2>/dev/null || cannot_try "root may not make network namespaces here"
+    unshare --net true 2>/dev/null || cannot_try "network namespaces are not allowed here, even for root"
   else
-    # A user namespace makes us root over network namespaces of our own.
+    # In a user namespace we are root, and may create network namespaces.
     [ -z "${LIVE_UNSHARED-}" ] || die "still not root in the user namespace"
-    unshare --user --map-root-user --net true 2>/dev/null || cannot_try "only root may make network namespaces here"
+    unshare --user --map-root-user --net true 2>/dev/null || cannot_try "only root may create network namespaces here"
     LIVE_UNSHARED=1 exec unshare --user --map-root-user --net "scripts/$live" "$@"
   fi
 }
 
-# Names of bus and shared memory are for the whole machine; ours carry our process's number.
+# Names on the bus and in shared memory are machine-wide, so ours include our process ID.
 begin_live() {
   run=$(mktemp -d)
   prefix=live$$
@@ -48,7 +48,7 @@ end_live() {
   status=$?
   trap '' INT TERM HUP
   trap - EXIT
-  # shellcheck disable=SC2086 # one argument for each process; the last started first
+  # shellcheck disable=SC2086 # one argument per process; last started first
   stop $processes
   for node in $nodes; do
     rm -f "/dev/shm/${prefix}_${node}_log"
@@ -64,7 +64,7 @@ inside() (
   exec nsenter --net="/proc/$(holder "$node")/ns/net" -- "$@"
 )
 
-# start LOG COMMAND...: in the background; stopped at the end. Its number is then in $!.
+# start LOG COMMAND...: runs it in the background until the script ends. Its process ID is then in $!.
 start() {
   log=$1
   shift
@@ -72,7 +72,7 @@ start() {
   processes="$! $processes"
 }
 
-# reap PROCESS: waits for its end and gives its status. From then on the number may be that of a stranger.
+# reap PROCESS: waits until it exits and returns its status. After that, another process may get its ID.
 reap() {
   outcome=0
   wait "$1" 2>/dev/null || outcome=$?
@@ -84,7 +84,7 @@ reap() {
   return "$outcome"
 }
 
-# stop PROCESS...: those that are suspended as well.
+# stop PROCESS...: also stops suspended processes.
 stop() {
   for process in "$@"; do
     kill "$process" 2>/dev/null || :
@@ -106,26 +106,26 @@ eventually() {
         echo "--- $(basename "$log")" >&2
         tail -n 40 "$log" >&2
       done
-      die "waited $PATIENCE s in vain for $what"
+      die "timed out after $PATIENCE s waiting for $what"
     fi
     sleep 0.1
   done
 }
 
-# A namespace lives as long as a process in it: no name, so nothing is left when the process is gone.
+# A namespace exists as long as a process in it. It has no name, so nothing is left when the process is gone.
 is_apart() { [ "$(readlink "/proc/$(holder "$1")/ns/net")" != "$(readlink /proc/self/ns/net)" ]; }
 
-# make_node NAME [SECONDS]: the namespace, for so many seconds at most.
+# make_node NAME [SECONDS]: creates the namespace, for at most that many seconds.
 make_node() {
   start "$run/$1.holder.log" unshare --net sleep "${2-600}"
   echo "$!" >"$run/$1.holder"
   eventually "the namespace of $1" is_apart "$1"
 }
 
-# link A INTERFACE_OF_A B INTERFACE_OF_B: nobody has an address of IPv6, so that the kernel itself sends nothing.
+# link A INTERFACE_OF_A B INTERFACE_OF_B: without IPv6 addresses, so that the kernel itself sends nothing.
 link() {
   inside "$1" ip link add "$2" type veth peer name "$4" netns "$(holder "$3")"
-  inside "$1" ip link set dev "$2" addrgenmode none 2>/dev/null || : # or this kernel is without IPv6
+  inside "$1" ip link set dev "$2" addrgenmode none 2>/dev/null || : # fails if the kernel has no IPv6
   inside "$3" ip link set dev "$4" addrgenmode none 2>/dev/null || :
   inside "$1" ip link set "$2" up
   inside "$3" ip link set "$4" up
@@ -153,7 +153,7 @@ END_OF_CONF
 
 topology() { bus "$bin/meshctl" topology "$@"; }
 
-# knows NODE PATTERN...: whether the JSON view of a node contains all of the patterns.
+# knows NODE PATTERN...: true if the JSON view of a node matches all patterns.
 knows() (
   view=$(topology --json "${prefix}_$1") || exit
   shift
@@ -162,20 +162,20 @@ knows() (
   done
 )
 
-AL_MAC=02:19:05:AA:00:0 # all but the last digit, which is the node's number
+AL_MAC=02:19:05:AA:00:0 # without the last digit, which is the node's number
 
-# forgot NODE NUMBER: whether the view of a node is without a device.
+# forgot NODE NUMBER: true if the view of a node does not contain the device.
 forgot() (
   view=$(topology --json "${prefix}_$1") || exit
   ! printf '%s\n' "$view" | grep -q "$AL_MAC$2"
 )
 
-# answered NUMBER: the pattern of a device that told its interfaces and its version.
+# answered NUMBER: the pattern of a device that has reported its interfaces and version.
 answered() { printf '"al_mac":"%s%s","self":[a-z]*,"answered":true,"meshd_version":"' "$AL_MAC" "$1"; }
-# measured NUMBER: the pattern of a link that the device measured.
+# measured NUMBER: the pattern of a link that the device has measured.
 measured() { printf '"from":"%s%s","from_interface":"[^"]*","to":"[^"]*","to_interface":"[^"]*","transmitter":{[^}]*"link_availability":100,' "$AL_MAC" "$1"; }
 
-# What one, two and three know of each other when they stand in a chain and all is well.
+# What one, two and three know of each other in a working chain.
 one_knows_all() { knows one "$(answered 2)" "$(measured 2)" "\"to\":\"${AL_MAC}3\""; }
 two_knows_all() { knows two "$(answered 1)" "$(answered 3)" "$(measured 1)" "$(measured 3)"; }
 three_knows_all() { knows three "$(answered 2)" "$(measured 2)" "\"to\":\"${AL_MAC}1\""; }
