@@ -93,8 +93,7 @@ void AssocRequestFrame::decode_body(serialization::Reader& in) {
     serialization::fail("Invalid length: the size of the association request is not known");
   }
   in.get(capability_information_, listen_interval_);
-  variable_part_.clear();
-  in.get_list(variable_part_, *octets_to_take_ - std::min(*octets_to_take_, MIN_WIRE_SIZE));
+  variable_part_ = in.get_list<std::uint8_t>(*octets_to_take_ - std::min(*octets_to_take_, MIN_WIRE_SIZE));
   is_reassociation_ = begins_with_address(variable_part_);
 }
 

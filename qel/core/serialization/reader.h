@@ -88,39 +88,35 @@ class Reader {
     return value;
   }
 
-  /// Appends `count` values. The vector grows as octets are read, never by the count alone.
+  /// Reads `count` values. Allocates for octets that are there, never by the count alone.
   template <FixedWire T>
-  void get_list(std::vector<T>& values, std::size_t count) {
-    constexpr std::size_t SIZE = WireType<T>::SIZE;
-    while (count != 0) {
-      const std::size_t chunk = next_chunk<T>(count);
-      const std::uint8_t* octets = take_chunk<T>(chunk);
-      if constexpr (std::is_same_v<T, std::uint8_t>) {
-        values.insert(values.end(), octets, octets + chunk);  // avoids zeroing them first
-      } else if constexpr (WireType<T>::OCTETS) {
-        values.resize(values.size() + chunk);
-        std::memcpy(values.data() + values.size() - chunk, octets, chunk * SIZE);
-      } else {
-        const std::size_t first = values.size();
-        values.resize(first + chunk);
-        for (std::size_t i = 0; i < chunk; ++i) {
-          WireType<T>::load(octets + i * SIZE, values[first + i]);
-        }
-      }
-      count -= chunk;
+  std::vector<T> get_list(std::size_t count) {
+    if (present(WireType<T>::SIZE) < count) [[unlikely]] {
+      std::vector<T> values;
+      window_ = get_parts(source_, window_, values, count);
+      return values;
+    }
+    const std::uint8_t* octets = window_.position;
+    window_.position += count * WireType<T>::SIZE;
+    if constexpr (std::is_same_v<T, std::uint8_t>) {
+      return std::vector<T>(octets, octets + count);  // avoids zeroing them first
+    } else {
+      std::vector<T> values(count);
+      load_all(octets, values.data(), count);
+      return values;
     }
   }
 
   /// Returns the next `count` octets in place, at most LARGEST_STEP; valid until the next read.
   std::span<const std::uint8_t> get_octets(std::size_t count) {
-    return count == 0 ? std::span<const std::uint8_t>() : std::span(take_chunk<std::uint8_t>(count), count);
+    return count == 0 ? std::span<const std::uint8_t>() : std::span(take_run<std::uint8_t>(count), count);
   }
 
   /// Appends `count` characters, each a `char` primitive.
   void get_characters(std::string& text, std::size_t count) {
     while (count != 0) {
-      const std::size_t chunk = next_chunk<char>(count);
-      text.append(reinterpret_cast<const char*>(take_chunk<char>(chunk)), chunk);
+      const std::size_t chunk = std::min(count, std::max(present(1), ReadSource::LARGEST_STEP));
+      text.append(reinterpret_cast<const char*>(take_run<char>(chunk)), chunk);
       count -= chunk;
     }
   }
@@ -149,23 +145,60 @@ class Reader {
     return octets;
   }
 
-  /// Number of list values that can be read at once; if none is in memory, the number that one step may fetch or fail
-  /// on.
+  /// Reads the octets of `count` values, which are in memory or fit one step.
   template <FixedWire T>
-  std::size_t next_chunk(std::size_t count) const {
-    static_assert(WireType<T>::SIZE <= ReadSource::LARGEST_STEP);
-    const std::size_t held = present(WireType<T>::SIZE);
-    return std::min(count, held != 0 ? held : WireType<T>::OCTETS ? ReadSource::LARGEST_STEP / WireType<T>::SIZE : 1);
+  const std::uint8_t* take_run(std::size_t count) {
+    const PrimitiveEnd run = octet_run<T>(count);
+    return take(run.end, {&run, 1});
+  }
+
+  /// One primitive for all of them, since they fail with the same text.
+  template <FixedWire T>
+  static constexpr PrimitiveEnd octet_run(std::size_t count) {
+    static_assert(WireType<T>::OCTETS);
+    return {count * WireType<T>::SIZE, PRIMITIVE_ENDS<T>.back().texts};
   }
 
   template <FixedWire T>
-  const std::uint8_t* take_chunk(std::size_t count) {
+  static void load_all(const std::uint8_t* octets, T* values, std::size_t count) {
     if constexpr (WireType<T>::OCTETS) {
-      const PrimitiveEnd run{count * WireType<T>::SIZE, PRIMITIVE_ENDS<T>.back().texts};
-      return take(run.end, {&run, 1});
+      if (count != 0) {
+        std::memcpy(values, octets, count * WireType<T>::SIZE);
+      }
     } else {
-      return take(count * WireType<T>::SIZE, PRIMITIVE_ENDS<T>);
+      for (std::size_t i = 0; i < count; ++i) {
+        WireType<T>::load(octets + i * WireType<T>::SIZE, values[i]);
+      }
     }
+  }
+
+  /// Appends the values of a list that the window does not hold completely: as many as it holds; if none, as many as
+  /// one step may fetch or fail on. Returns the new window, because a window passed by reference would not stay in
+  /// registers.
+  template <FixedWire T>
+  [[gnu::noinline]] static ReadWindow get_parts(ReadSource& source, ReadWindow window, std::vector<T>& values,
+                                                std::size_t count) {
+    constexpr std::size_t SIZE = WireType<T>::SIZE;
+    static_assert(SIZE <= ReadSource::LARGEST_STEP);
+    while (count != 0) {
+      std::size_t part = std::min(count, static_cast<std::size_t>(window.end - window.position) / SIZE);
+      if (part == 0) {
+        if constexpr (WireType<T>::OCTETS) {
+          part = std::min(count, ReadSource::LARGEST_STEP / SIZE);
+          const PrimitiveEnd run = octet_run<T>(part);
+          window = source.refill(window.position, {&run, 1});
+        } else {
+          part = 1;
+          window = source.refill(window.position, PRIMITIVE_ENDS<T>);
+        }
+      }
+      const std::size_t first = values.size();
+      values.resize(first + part);
+      load_all(window.position, values.data() + first, part);
+      window.position += part * SIZE;
+      count -= part;
+    }
+    return window;
   }
 
   ReadSource& source_;

@@ -114,6 +114,7 @@ inline constexpr const char* SECURE_LIMIT_ERROR = "Invalid size! Vector exceeds 
 /// A list after its count, an unsigned integer of type N.
 template <class N, class C, class E>
 struct CountedList {
+  using Count = N;
   static constexpr bool FIXED = false;
   static constexpr std::size_t MIN_SIZE = sizeof(N);
   std::vector<E>& of(C& object) const { return object.*member; }
@@ -139,6 +140,7 @@ constexpr CountedList<std::uint16_t, C, E> list16(ListText text, std::vector<E> 
 /// A string after a one-octet size, without terminator; it may contain any octets. Decoding accepts any size.
 template <class C>
 struct String8 {
+  using Count = std::uint8_t;
   static constexpr bool FIXED = false;
   static constexpr std::size_t MIN_SIZE = 1;
   std::string& of(C& object) const { return object.*member; }

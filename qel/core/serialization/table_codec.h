@@ -79,6 +79,12 @@ constexpr std::size_t min_size(std::size_t end) {
   (std::make_index_sequence<ROWS<R>>{});
 }
 
+/// A row with a count in front.
+template <class RowType>
+concept Counted = requires {
+  typename RowType::Count;
+};
+
 template <class R>
 concept FixedTable = HasTable<R> && !EncodesItself<R> && !DecodesItself<R> && (end_of_fixed_run<R>(0) == ROWS<R>);
 
@@ -183,16 +189,16 @@ template <class E>
 
 template <class E>
 [[gnu::always_inline]] inline std::vector<E> decode_elements(Reader& in, std::size_t count) {
-  std::vector<E> elements;
   if constexpr (FixedWire<E>) {
-    in.get_list(elements, count);
+    return in.get_list<E>(count);
   } else {
+    std::vector<E> elements;
     elements.reserve(std::min(count, in.present(min_wire_size<E>())));
     for (; count != 0; --count) {
       decode_record(in, elements.emplace_back());
     }
+    return elements;
   }
-  return elements;
 }
 
 template <class N, class C, class E>
@@ -204,9 +210,7 @@ template <class N, class C, class E>
 }
 
 template <class N, class C, class E>
-[[gnu::always_inline]] inline void decode_row(const CountedList<N, C, E>& row, Reader& in, C& record, std::uint16_t,
-                                              std::size_t) {
-  const std::size_t count = in.get<N>();
+[[gnu::always_inline]] inline void decode_counted(const CountedList<N, C, E>& row, Reader& in, C& record, N count) {
   if (row.limits.decode_error != nullptr && count > row.limits.max) {
     fail(row.limits.decode_error);
   }
@@ -222,9 +226,7 @@ template <class C, std::derived_from<C> R>
 }
 
 template <class C, std::derived_from<C> R>
-[[gnu::always_inline]] inline void decode_row(const String8<C>& row, Reader& in, R& record, std::uint16_t,
-                                              std::size_t) {
-  const std::size_t size = in.get<std::uint8_t>();
+[[gnu::always_inline]] inline void decode_counted(const String8<C>& row, Reader& in, R& record, std::uint8_t size) {
   std::string text;
   in.get_characters(text, size);
   row.of(record) = std::move(text);
@@ -260,14 +262,26 @@ template <class R, std::size_t FIRST, class... Lead>
 }
 
 /// Reads the fields `lead` and the rows from FIRST on. `length`, which may be one of `lead`, is the length of the whole
-/// body, for lists that extend to its end.
+/// body, for lists that extend to its end. The count of a list is read in one step with the fields before it.
 template <class R, std::size_t FIRST, class... Lead>
 [[gnu::always_inline]] inline void decode_rows(Reader& in, R& record, const std::uint16_t& length, Lead&... lead) {
   constexpr std::size_t END = detail::end_of_fixed_run<R>(FIRST);
-  [&]<std::size_t... K>(std::index_sequence<K...>) { in.get(lead..., std::get<FIRST + K>(TABLE<R>).of(record)...); }
-  (std::make_index_sequence<END - FIRST>{});
-  if constexpr (END < ROWS<R>) {
-    decode_row(std::get<END>(TABLE<R>), in, record, length, detail::min_size<R>(END));
+  const auto get_fixed = [&]<std::size_t... K, class... Count>(std::index_sequence<K...>, Count & ... count) {
+    in.get(lead..., std::get<FIRST + K>(TABLE<R>).of(record)..., count...);
+  };
+  constexpr std::make_index_sequence<END - FIRST> FIXED;
+  if constexpr (END == ROWS<R>) {
+    get_fixed(FIXED);
+  } else {
+    constexpr const auto& ROW = std::get<END>(TABLE<R>);
+    if constexpr (detail::Counted<Row<R, END>>) {
+      typename Row<R, END>::Count count{};
+      get_fixed(FIXED, count);
+      decode_counted(ROW, in, record, count);
+    } else {
+      get_fixed(FIXED);
+      decode_row(ROW, in, record, length, detail::min_size<R>(END));
+    }
     decode_rows<R, END + 1>(in, record, length);
   }
 }

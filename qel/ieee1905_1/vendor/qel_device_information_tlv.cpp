@@ -26,8 +26,7 @@ const MediaSpecificInformation& QELInterfaceInformation::get_media_specific_info
   const std::size_t length = in.get<std::uint8_t>();
   const bool is_whole = length >= block_length(interface_type_);
   get_block(in, is_whole ? interface_type_ : InterfaceType::UNKNOWN, media_specific_information_);
-  media_specific_rest_.clear();
-  in.get_list(media_specific_rest_, length - (is_whole ? block_length(interface_type_) : 0));
+  media_specific_rest_ = in.get_list<std::uint8_t>(length - (is_whole ? block_length(interface_type_) : 0));
 }
 
 void QELInterfaceInformation::dbg_str(std::ostream& os) const {

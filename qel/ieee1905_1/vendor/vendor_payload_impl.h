@@ -22,7 +22,7 @@ template <class C>
   const std::size_t fields = in.taken() - serialization::FRAME_HEADER_SIZE;
   BodyRest rest;
   if (length > fields) {
-    in.get_list(rest.octets, length - fields);
+    rest.octets = in.get_list<std::uint8_t>(length - fields);
   }
   row.of(record) = std::move(rest);
 }
