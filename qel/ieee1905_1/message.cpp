@@ -16,22 +16,6 @@ using serialization::MemoryReadBuffer;
 using serialization::SerializationContext;
 using serialization::SerializationException;
 
-namespace {
-
-/// The type octet of the next TLV.
-TLVType peek_type(std::istream& is, const MemoryReadBuffer* memory) {
-  if (memory != nullptr && is.good() && !memory->unread().empty()) {
-    return static_cast<TLVType>(memory->unread().front());
-  }
-  const std::istream::int_type octet = is.peek();
-  if (!is.good()) {
-    serialization::fail("Cannot peek TLV type!");
-  }
-  return static_cast<TLVType>(octet);
-}
-
-}  // namespace
-
 MessageList::~MessageList() = default;
 
 void MessageList::add_TLV(std::unique_ptr<TLV>&& tlv) {
@@ -52,9 +36,13 @@ void MessageList::deserialize_impl(std::istream& is, SerializationContext& conte
   context.set_place(std::nullopt);
   TLVType type{};
   do {
-    type = peek_type(is, memory);
+    const std::optional<std::uint8_t> octet = serialization::peek_octet(is, memory);
+    if (!octet) {
+      serialization::fail("Cannot peek TLV type!");
+    }
+    type = static_cast<TLVType>(*octet);
     if (memory != nullptr) {
-      context.set_place(SerializationContext::Place{memory->consumed(), static_cast<std::uint8_t>(type)});
+      context.set_place(SerializationContext::Place{memory->consumed(), *octet});
     }
     std::unique_ptr<TLV> tlv = create_TLV(type);
     if (tlv == nullptr) {

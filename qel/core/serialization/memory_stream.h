@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <istream>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <span>
 #include <streambuf>
@@ -62,6 +63,11 @@ class QEL_EXPORT MemoryReadBuffer final : public std::streambuf {
   pos_type seekoff(off_type offset, std::ios_base::seekdir direction, std::ios_base::openmode which) override;
   pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
 };
+
+/// Returns the next octet without reading it; empty if there is none, in which case the stream is left as by `peek`.
+/// `memory` is the stream's buffer, or null if the stream reads from something else.
+QEL_EXPORT std::optional<std::uint8_t> peek_octet(std::istream& is, const MemoryReadBuffer* memory);
+inline std::optional<std::uint8_t> peek_octet(std::istream& is) { return peek_octet(is, MemoryReadBuffer::of(is)); }
 
 /// Collects output in memory that grows as needed and is kept for reuse.
 class QEL_EXPORT MemoryWriteBuffer final : public std::streambuf {

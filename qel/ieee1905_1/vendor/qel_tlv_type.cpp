@@ -1,6 +1,7 @@
 #include "qel/ieee1905_1/vendor/qel_tlv_type.h"
 
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <utility>
 
@@ -44,8 +45,8 @@ void QELTLVType::deserialize_impl(std::istream& is, SerializationContext& contex
   const SerializationContext::Nesting nesting(context);
   QELVendorTLVType subtype{};
   serialization::BinarySerializableType<QELVendorTLVType>::deserialize(is, context, subtype);
-  const std::istream::int_type type = is.peek();
-  std::unique_ptr<TLV> tlv = is.good() ? create_TLV(static_cast<TLVType>(type)) : nullptr;
+  const std::optional<std::uint8_t> type = serialization::peek_octet(is);
+  std::unique_ptr<TLV> tlv = type ? create_TLV(static_cast<TLVType>(*type)) : nullptr;
   if (tlv == nullptr) {
     serialization::fail("Could not create IEEE1905 TLV!");
   }

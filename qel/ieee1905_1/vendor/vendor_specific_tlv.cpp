@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <utility>
 
@@ -25,9 +26,8 @@ std::unique_ptr<VendorSpecific> make_payload(std::istream& is, const VendorSpeci
     if (length == 0) {
       serialization::fail("Invalid length");
     }
-    const std::istream::int_type subtype = is.peek();
-    if (is.good()) {
-      payload = create_vendor_specific(static_cast<QELVendorTLVType>(subtype));
+    if (const std::optional<std::uint8_t> subtype = serialization::peek_octet(is)) {
+      payload = create_vendor_specific(static_cast<QELVendorTLVType>(*subtype));
     }
   }
   return payload != nullptr ? std::move(payload) : std::make_unique<VendorSpecificUnknown>(length);
