@@ -2,6 +2,7 @@
 
 #include <bitset>
 #include <cstddef>
+#include <cstdint>
 
 namespace qel {
 
@@ -24,6 +25,15 @@ void set_bits(std::bitset<N>& word, BitField field, unsigned int value) {
   static_assert(N <= 32);
   const unsigned long mask = (1UL << field.width) - 1;
   word = std::bitset<N>((word.to_ulong() & ~(mask << field.first)) | (value & mask) << field.first);
+}
+
+/// The same for a single octet.
+constexpr unsigned int get_bits(std::uint8_t octet, BitField field) {
+  return unsigned{octet} >> field.first & ((1U << field.width) - 1);
+}
+constexpr void set_bits(std::uint8_t& octet, BitField field, unsigned int value) {
+  const unsigned int mask = (1U << field.width) - 1;
+  octet = static_cast<std::uint8_t>((octet & ~(mask << field.first)) | (value & mask) << field.first);
 }
 
 }  // namespace qel

@@ -41,9 +41,9 @@ std::ostream& operator<<(std::ostream& os, ChannelPreferenceReasonCode reason) {
   return print_enum(os, REASON_CODES, reason);
 }
 
-[[gnu::always_inline]] inline void ChannelPreference::decode_body(serialization::Reader& in) {
+void ChannelPreference::deserialize_impl(std::istream& is, serialization::SerializationContext& context) {
   ChannelPreference decoded;
-  serialization::decode_rows(in, decoded, 0);
+  decoded.Record::deserialize_impl(is, context);
   *this = std::move(decoded);
 }
 

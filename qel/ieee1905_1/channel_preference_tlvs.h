@@ -1,7 +1,5 @@
 #pragma once
 
-#include <bitset>
-#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <string>
@@ -59,6 +57,7 @@ class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelP
     set_bits(preference_, REASON, static_cast<unsigned int>(reason));
   }
 
+  void deserialize_impl(std::istream& is, serialization::SerializationContext& context) override;
   void dbg_str(std::ostream& os) const;
 
   static constexpr auto table() {
@@ -69,17 +68,13 @@ class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelP
         serialization::list8({" Channels: [ ", "", " ", "]"}, &T::channel_vector_, {0, 255}),
         serialization::accessed_by<&T::get_preference_score, &T::get_reason_code>(Field{&T::preference_}));
   }
-  static constexpr std::size_t MIN_WIRE_SIZE = 3;
 
  private:
-  friend serialization::BodyAccess;
-  inline void decode_body(serialization::Reader& in);
-
   static constexpr BitField SCORE{4, 4};
   static constexpr BitField REASON{0, 4};
 
   std::uint8_t operating_class_ = 0;
-  std::bitset<8> preference_;
+  std::uint8_t preference_ = 0;  // an octet, since a bit set takes a word
   std::vector<std::uint8_t> channel_vector_;
 };
 
