@@ -1,11 +1,14 @@
 #pragma once
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
+#include "qel/core/serialization/binary_serializable.h"
 #include "qel/core/serialization/wire_type.h"
 
 /// The rows of wire tables. Each record or TLV has one table, `static constexpr auto table()`, with a row for each
@@ -46,10 +49,17 @@ struct Field : Base {
   template <class C, class T>
   constexpr explicit Field(T C::*field) : Base{field} {}
 };
+
+/// Whether a Field may have type T. Only the sources of the codec know which records have a fixed size.
+template <class T>
+inline constexpr bool IS_FIELD_TYPE = FixedWire<T> || std::derived_from<T, BinarySerializable>;
+
 template <class C, class T>
-Field(const char*, T C::*) -> Field<LabelledField<C, T>>;
+struct WrongField;
 template <class C, class T>
-Field(T C::*) -> Field<UnlabelledField<C, T>>;
+Field(const char*, T C::*) -> Field<std::conditional_t<IS_FIELD_TYPE<T>, LabelledField<C, T>, WrongField<C, T>>>;
+template <class C, class T>
+Field(T C::*) -> Field<std::conditional_t<IS_FIELD_TYPE<T>, UnlabelledField<C, T>, WrongField<C, T>>>;
 
 /// A row whose values are read through accessors instead of its member: the flags and numbers in a set of bits, or a
 /// list that each derived class names differently. The octets, the text and the comparison are those of the row.
@@ -88,6 +98,17 @@ struct Reserved {
   ReservedOctet& of(C&) const {
     return RESERVED_OCTET;
   }
+};
+
+/// Reports a member of the wrong type once; it counts as a reserved octet, so that no other error follows.
+template <class C, class T>
+struct Field<WrongField<C, T>> : Reserved {
+  constexpr Field(const char*, T C::*) {
+    static_assert(IS_FIELD_TYPE<T>,
+                  "A Field has a fixed size on the wire: an integer, an enumeration, a bit set, octets or a record. "
+                  "Lists and strings have their own rows: list8, list16, string8, rest_list.");
+  }
+  constexpr explicit Field(T C::*field) : Field("", field) {}
 };
 
 /// How the debug text shows a list: `before`, then each element between `prefix` and `suffix`, then `after`. A list
@@ -157,12 +178,13 @@ constexpr String8<C> string8(const char* label, std::string C::*member, CountLim
   return {label, member, limits};
 }
 
-/// A list of fixed-size elements up to the end of the body, directly after fixed-size fields. Throws `too_short` if the
-/// length does not cover those fields, and `uneven` if the rest is not a whole number of elements; a list of single
-/// octets needs no `uneven`.
+/// A list of fixed-size elements up to the end of the body: the last row, directly after fixed-size fields. Throws
+/// `too_short` if the length does not cover those fields, and `uneven` if the rest is not a whole number of elements; a
+/// list of single octets needs no `uneven`.
 template <class C, class E>
 struct RestList {
   static constexpr bool FIXED = false;
+  static constexpr bool IS_REST = true;
   static constexpr std::size_t MIN_SIZE = 0;
   std::vector<E>& of(C& object) const { return object.*member; }
   const std::vector<E>& of(const C& object) const { return object.*member; }

@@ -85,6 +85,17 @@ concept Counted = requires {
   typename RowType::Count;
 };
 
+/// A row that extends to the end of the body.
+template <class RowType>
+concept RestOfBody = requires {
+  RowType::IS_REST;
+};
+template <class R>
+constexpr bool has_rest() {
+  return []<std::size_t... K>(std::index_sequence<K...>) { return (RestOfBody<Row<R, K>> || ...); }
+  (std::make_index_sequence<ROWS<R>>{});
+}
+
 template <class R>
 concept FixedTable = HasTable<R> && !EncodesItself<R> && !DecodesItself<R> && (end_of_fixed_run<R>(0) == ROWS<R>);
 
@@ -166,6 +177,7 @@ template <class R>
   if constexpr (DecodesItself<R>) {
     BodyAccess::decode(record, in);
   } else {
+    static_assert(!detail::has_rest<R>(), "A rest_list needs the length of a body: a record has none.");
     decode_rows(in, record, 0);
   }
 }
@@ -279,6 +291,9 @@ template <class R, std::size_t FIRST, class... Lead>
       get_fixed(FIXED, count);
       decode_counted(ROW, in, record, count);
     } else {
+      constexpr bool IS_ALONE = FIRST == 0 && END + 1 == ROWS<R>;
+      static_assert(IS_ALONE || !detail::RestOfBody<Row<R, END>>,
+                    "A rest_list is the last row of its table, directly behind fields of fixed size.");
       get_fixed(FIXED);
       decode_row(ROW, in, record, length, detail::min_size<R>(END));
     }
