@@ -16,7 +16,42 @@ using serialization::MemoryReadBuffer;
 using serialization::SerializationContext;
 using serialization::SerializationException;
 
-MessageList::~MessageList() = default;
+namespace {
+
+constexpr std::size_t SPARE_NODES = 2 * QEL_KEPT_BLOCKS;
+
+constinit thread_local bool has_thread_ended = false;
+
+/// Empty nodes of deleted lists, kept for new ones like the TLVs themselves (`Recycled`). Null when the thread ends.
+MessageList::TLVs* spare_nodes() {
+  struct Spare {
+    ~Spare() { has_thread_ended = true; }
+    MessageList::TLVs nodes;
+  };
+  static thread_local Spare spare;
+  return has_thread_ended ? nullptr : &spare.nodes;
+}
+
+void append(MessageList::TLVs& tlvs, std::unique_ptr<TLV>&& tlv, MessageList::TLVs* spare) {
+  if (spare != nullptr && !spare->empty()) {
+    tlvs.splice(tlvs.end(), *spare, spare->begin());
+    tlvs.back() = std::move(tlv);
+  } else {
+    tlvs.push_back(std::move(tlv));
+  }
+}
+
+}  // namespace
+
+MessageList::~MessageList() {
+  TLVs* spare = spare_nodes();
+  if (spare != nullptr && spare->size() + tlvs_.size() <= SPARE_NODES) {
+    for (std::unique_ptr<TLV>& tlv : tlvs_) {
+      tlv = nullptr;
+    }
+    spare->splice(spare->end(), tlvs_);
+  }
+}
 
 void MessageList::add_TLV(std::unique_ptr<TLV>&& tlv) {
   if (tlv == nullptr) {
@@ -33,6 +68,7 @@ void MessageList::serialize_impl(std::ostream& os, SerializationContext& context
 
 void MessageList::deserialize_impl(std::istream& is, SerializationContext& context) {
   const MemoryReadBuffer* memory = MemoryReadBuffer::of(is);
+  TLVs* spare = spare_nodes();
   context.set_place(std::nullopt);
   TLVType type{};
   do {
@@ -48,7 +84,7 @@ void MessageList::deserialize_impl(std::istream& is, SerializationContext& conte
     if (tlv == nullptr) {
       throw SerializationException("Unknown TLV type!" + enum_to_string(type));
     }
-    tlvs_.push_back(std::move(tlv));
+    append(tlvs_, std::move(tlv), spare);
     tlvs_.back()->deserialize_impl(is, context);
   } while (type != TLVType::END_OF_MESSAGE);
 }

@@ -4,6 +4,7 @@
 #include <iosfwd>
 
 #include "qel/core/export.h"
+#include "qel/core/recycled.h"
 #include "qel/core/serialization/binary_serializable.h"
 #include "qel/ieee1905_1/tlv_type.h"
 
@@ -14,7 +15,7 @@ namespace qel::ieee1905_1 {
 ///
 /// Decoding begins at the type octet. The type is not checked, because the factory chose the class by it. Nor is the
 /// length, unless the class says so: a body ends where its fields end.
-class QEL_EXPORT TLV : public serialization::BinarySerializable {
+class QEL_EXPORT TLV : public serialization::BinarySerializable, public Recycled {
  public:
   /// Prints "type: " and the name of the type; classes with fields append them.
   virtual void dbg_str(std::ostream& os) const;

@@ -37,14 +37,6 @@ MemoryReadBuffer::pos_type MemoryReadBuffer::seekpos(pos_type position, std::ios
   return seekoff(off_type{position}, std::ios_base::beg, which);
 }
 
-std::optional<std::uint8_t> peek_octet(std::istream& is, const MemoryReadBuffer* memory) {
-  if (memory != nullptr && is.good() && !memory->unread().empty()) {
-    return memory->unread().front();  // without the sentry
-  }
-  const std::istream::int_type octet = is.peek();
-  return is.good() ? std::optional(static_cast<std::uint8_t>(octet)) : std::nullopt;
-}
-
 MemoryWriteBuffer::~MemoryWriteBuffer() = default;
 
 MemoryWriteBuffer::Room MemoryWriteBuffer::grow(const std::uint8_t* position, std::size_t count) {

@@ -66,7 +66,13 @@ class QEL_EXPORT MemoryReadBuffer final : public std::streambuf {
 
 /// Returns the next octet without reading it; empty if there is none, in which case the stream is left as by `peek`.
 /// `memory` is the stream's buffer, or null if the stream reads from something else.
-QEL_EXPORT std::optional<std::uint8_t> peek_octet(std::istream& is, const MemoryReadBuffer* memory);
+inline std::optional<std::uint8_t> peek_octet(std::istream& is, const MemoryReadBuffer* memory) {
+  if (memory != nullptr && is.good() && !memory->unread().empty()) {
+    return memory->unread().front();
+  }
+  const std::istream::int_type octet = is.peek();
+  return is.good() ? std::optional(static_cast<std::uint8_t>(octet)) : std::nullopt;
+}
 inline std::optional<std::uint8_t> peek_octet(std::istream& is) { return peek_octet(is, MemoryReadBuffer::of(is)); }
 
 /// Collects output in memory that grows as needed and is kept for reuse.

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <cstddef>
+#include <new>
+
+#include "qel/core/export.h"
+
+namespace qel {
+
+/// Base of classes whose objects come and go with every frame. The memory of a deleted object is kept for a new one of
+/// about the same size. Each thread keeps a few blocks per size, and frees them when it ends. An object may be deleted
+/// in another thread than the one that created it.
+class QEL_EXPORT Recycled {
+ public:
+  static void* operator new(std::size_t size);
+  static void operator delete(void* block, std::size_t size) noexcept;
+
+  // The other forms, which the two above would hide. Their blocks are not kept.
+  static void* operator new(std::size_t size, std::align_val_t alignment) { return ::operator new(size, alignment); }
+  static void operator delete(void* block, std::align_val_t alignment) noexcept { ::operator delete(block, alignment); }
+  static void* operator new(std::size_t, void* place) noexcept { return place; }
+  static void operator delete(void*, void*) noexcept {}
+};
+
+}  // namespace qel
