@@ -67,10 +67,12 @@ void Recycled::operator delete(void* block, std::size_t size) noexcept {
   }
   Store& here = store;
   Shelf& of_size = here.shelves[shelf];
+  if (of_size.count == here.room) {
+    open_store();
+  }
   if (of_size.count < here.room && block != nullptr) {
     of_size.blocks[of_size.count++] = block;
   } else {
-    open_store();
     ::operator delete(block, block_size(shelf));
   }
 }
