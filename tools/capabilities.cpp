@@ -26,7 +26,7 @@ std::error_code keep_capabilities(std::initializer_list<unsigned int> kept) {
     has_more = has_more || (sets[i].permitted & ~masks[i]) != 0;
     sets[i] = {sets[i].effective & masks[i], sets[i].permitted & masks[i], 0};
   }
-  // A service starts with no more, and its filter of system calls may forbid this one.
+  // A service starts with no more than these, and its system call filter may forbid this call.
   done = (!has_more || syscall(SYS_capset, &header, sets.data()) == 0) && done;
   return done ? std::error_code() : std::error_code(errno, std::generic_category());
 }

@@ -5,8 +5,9 @@
 
 namespace tools {
 
-/// Gives up, for good, all capabilities of this process but these (of linux/capability.h), and the way to get others by
-/// starting a program. What the process never had stays away. Whatever fails, the rest is done.
+/// Permanently drops all capabilities of this process except those in `kept` (values of linux/capability.h), and
+/// prevents it from gaining others by starting a program. Capabilities that the process never had stay absent. If a
+/// step fails, the others are still done.
 std::error_code keep_capabilities(std::initializer_list<unsigned int> kept);
 
 }  // namespace tools

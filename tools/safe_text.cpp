@@ -11,11 +11,11 @@ constexpr char32_t REPLACEMENT = 0xFFFD;
 constexpr std::string_view REPLACEMENT_UTF8 = "\xEF\xBF\xBD";
 
 struct Character {
-  char32_t code_point;  // REPLACEMENT for ill-formed octets
+  char32_t code_point;  // REPLACEMENT if ill-formed
   std::size_t size;
 };
 
-/// The Unicode Standard, table 3-7; `octets` is not empty.
+/// See the Unicode Standard, table 3-7. `octets` must not be empty.
 Character first_character(std::string_view octets) {
   const auto lead = static_cast<std::uint8_t>(octets[0]);
   if (lead < 0x80) {
@@ -52,8 +52,7 @@ Character first_character(std::string_view octets) {
 
 bool is_control(char32_t code_point) { return code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0); }
 
-/// The text as UTF-8, with the characters that `is_escaped` selects shown as `prefix` and NN; they must lie below
-/// U+0100.
+/// Converts the text to UTF-8; the characters selected by `is_escaped`, all below U+0100, are shown as `prefix` and NN.
 template <class Predicate>
 std::string clean(std::string_view octets, Predicate is_escaped, std::string_view prefix = "\\x") {
   constexpr std::string_view DIGITS = "0123456789abcdef";

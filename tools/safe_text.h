@@ -5,18 +5,18 @@
 
 namespace tools {
 
-/// The text with U+FFFD in place of each maximal run of octets that begins no valid UTF-8 character (The Unicode
+/// Replaces each maximal run of octets that is not the beginning of a valid UTF-8 character with U+FFFD (the Unicode
 /// Standard, 3.9).
 std::string to_utf8(std::string_view octets);
 
-/// The same, fit to be shown on a terminal: control characters (C0, DEL and C1) are shown as \xNN, but line feeds and
-/// tabs stay.
+/// Also makes the text safe for a terminal: control characters (C0, DEL and C1) other than line feed and tab are shown
+/// as \xNN.
 std::string for_terminal(std::string_view octets);
 
-/// The same, with line feeds and tabs shown as \xNN too.
+/// As above, but line feeds and tabs are also shown as \xNN.
 std::string for_terminal_line(std::string_view octets);
 
-/// JSON with the control characters that it may hold as they are, DEL and C1, escaped in its own way.
+/// Escapes the control characters that JSON permits unescaped, DEL and C1.
 std::string json_for_terminal(std::string_view json);
 
 }  // namespace tools

@@ -8,7 +8,7 @@
 namespace qel {
 namespace {
 
-/// An 80+80 MHz channel, all from time 10.
+/// An 80+80 MHz channel, with all timestamps 10.
 struct Fields {
   LastChanged<kHz> primary = frequency(5180000, 10);
   LastChanged<ChannelInfo::Segment> center = segment(5210000, W8080, 10);
@@ -18,7 +18,7 @@ struct Fields {
   ChannelInfo info() const { return {primary, center, kHz(secondary), power}; }
 };
 
-/// All that an info holds, NaN comparable.
+/// All contents of an info, with NaN comparable.
 std::string values(const ChannelInfo& info) {
   return to_string(info) + " " + to_string(info.get_secondary_center_frequency());
 }
@@ -43,12 +43,12 @@ TEST(ChannelInfo, HasADebugText) {
   EXPECT_EQ(contents(info), "primary frequency: ---, segment info: ---, max power: --- 0 kHz at 0 0 0");
 }
 
-/// What `own` holds after an update, and whether the comparisons agree with it.
+/// Checks the result of updating `own`, and that the comparisons agree with it.
 void expect_update(const Fields& own, const Fields& from, const Fields& updated) {
   ChannelInfo info = own.info();
   const ChannelInfo other = from.info();
   SCOPED_TRACE(contents(info) + " from " + contents(other));
-  const bool numbers = values(info).find("nan") == std::string::npos;  // NaN is unequal to itself
+  const bool numbers = values(info).find("nan") == std::string::npos;  // NaN differs from itself
   EXPECT_EQ(info == other, contents(info) == contents(other) && numbers);
   EXPECT_EQ(info.equivalent_to(other), values(info) == values(other) && numbers);
   EXPECT_EQ(info.can_update_from(other), contents(info) != contents(updated.info()));
@@ -63,11 +63,11 @@ TEST(ChannelInfo, UpdatesWhatIsLaterAndDifferent) {
   const std::vector<Fields> taken = {
       {.primary = frequency(5200000, 11)},
       {.power = {1, 11}},
-      // The primary channel may lie at either border; the segment is checked against the one that comes with it.
+      // The primary channel may be at either border; the segment is checked against the one received with it.
       {.center = segment(5210000, W80, 11), .secondary = 0},
       {.center = segment(5150000, W80, 11), .secondary = 0},
       {.primary = frequency(5745000, 11), .center = segment(5775000, W80, 12), .secondary = 0},
-      // The secondary centre has no time of its own, and may come as close as it can without touching.
+      // The secondary centre has no timestamp, and may be as close as possible without touching.
       {.secondary = 5290001},
       {.center = segment(5210000, W8080, 11), .secondary = 5129999},
   };
@@ -87,7 +87,7 @@ TEST(ChannelInfo, UpdatesWhatIsLaterAndDifferent) {
   expect_update(unset, {}, {});
   expect_update(nan, nan, nan);
   expect_update(nan, {.power = {NOT_A_NUMBER, 11}}, {.power = {NOT_A_NUMBER, 11}});
-  // What was constructed wrong stays as long as the same comes.
+  // An inconsistent value set by the constructor stays as long as the same value is received.
   expect_update(mistaken, {.center = segment(5250000, W160, 11)}, mistaken);
   expect_update({}, {.center = segment(5210000, W8080, 9), .secondary = 5690000}, {.secondary = 5690000});
   // A segment other than 80+80 MHz has no secondary centre.
@@ -96,7 +96,7 @@ TEST(ChannelInfo, UpdatesWhatIsLaterAndDifferent) {
   expect_update({.center = mended.center}, {.center = mended.center, .secondary = 7}, mended);
 }
 
-/// The text of the std::invalid_argument that `step` throws, or of what it returns.
+/// Returns the text of the std::invalid_argument that `step` throws, or of its result.
 template <class Step>
 std::string outcome(Step step) {
   try {

@@ -10,7 +10,7 @@
 #include "qel/core/serialization/json_serializable_type.h"
 #include "tests/support/streams.h"
 
-static int nulls_until_failure = -1;  // negative: none fails
+static int nulls_until_failure = -1;  // negative: never fails
 
 extern "C" [[gnu::visibility("default")]] yajl_gen_status yajl_gen_null(yajl_gen generator) {
   if (nulls_until_failure >= 0 && nulls_until_failure-- == 0) {

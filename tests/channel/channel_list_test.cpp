@@ -15,7 +15,7 @@ using testing::ThrowsMessage;
 using State = std::bitset<5>;
 using Config = std::bitset<2>;
 
-/// An entry with everything set, at time 10.
+/// An entry with everything set, with timestamp 10.
 struct Fields {
   unsigned char channel = 36;
   long frequency = 5180000;
@@ -32,7 +32,7 @@ struct Fields {
   }
 };
 
-/// All that an entry holds.
+/// All contents of an entry.
 std::string contents(const ChannelEntry& entry) {
   std::ostringstream text;
   text << entry << " at " << entry.get_state_flags().get_timestamp() << " " << entry.get_config_flags().get_timestamp()

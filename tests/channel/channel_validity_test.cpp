@@ -15,7 +15,7 @@ constexpr const char* NO_CLASS = "Channel Entry does not belong to any operating
 
 class Validity : public FakePlatformTest {
  protected:
-  /// Nothing is logged for what is valid, the text as an error for what is not.
+  /// Expects nothing to be logged for a valid value, and the text as an error for an invalid one.
   template <class T>
   static void expect(const T& value, const std::string& wrong) {
     SCOPED_TRACE(testing::Message() << value);
@@ -32,7 +32,7 @@ ChannelEntry entry(unsigned char channel, long frequency) { return ChannelEntry(
 TEST_F(Validity, OfChannelAndFrequency) {
   const std::pair<unsigned char, long> valid[] = {
       {1, 2412000}, {14, 2484000},  {36, 5180000},
-      {1, 5955000}, {233, 7115000}, {187, 5935000}};  // in operating class 136, by its number on the grid of 5 GHz
+      {1, 5955000}, {233, 7115000}, {187, 5935000}};  // in operating class 136; their numbers are on the 5 GHz grid
   for (const auto& [channel, frequency] : valid) {
     expect(entry(channel, frequency), "");
   }
@@ -57,7 +57,7 @@ TEST_F(Validity, OfAnEntrysValues) {
     const char* wrong;
   } rows[] = {
       {"000000001", "11001", 100, 220, ""},
-      // In this order.
+      // Checked in this order.
       {"000000000", "01111", 101, 221, "HW Flags invalid: All zero"},
       {"000010000", "00011", 101, 221, "ChannelStateBits contradictory (00011)"},
       {"000010000", "01100", 101, 221, "ChannelStateBits contradictory (01100)"},

@@ -15,7 +15,7 @@ bool takes(DynamicValue<float, Strategy> stored, const DynamicValue<float, Strat
   return expected;
 }
 
-// More, and how values are compared, can be seen in the tests of the classes that hold them.
+// Further cases, and the comparison of values, are in the tests of the classes that contain them.
 TEST(DynamicValue, IsTakenByItsStrategy) {
   EXPECT_FALSE(takes<LastChangedStrategy>({}, {1, -5}));
   EXPECT_FALSE(takes<LastChangedStrategy>({1, -5}, {}));
@@ -57,7 +57,7 @@ TEST(DataRateCalculator, DividesBytesByWholeMilliseconds) {
       {7000, 6999, 1000 * MS, 4294967295},
       {0, 4294967294, 1000 * MS, 4294967294},
       {0, 4294967296, 1000 * MS, 4294967295},
-      {0, 1ULL << 61U, MS, 4294967295},  // its product with 1000 is 0 in 64 bits
+      {0, 1ULL << 61U, MS, 4294967295},  // the product with 1000 is 0 in 64 bits
   };
   for (const auto& row : rows) {
     DataRateCalculator calculator;
@@ -75,7 +75,7 @@ TEST(DataRateCalculator, GoesFromReadingToReading) {
     std::int64_t rate;
   } rows[] = {
       {{1000, 10 * MS}, UNKNOWN}, {{3000, 20 * MS}, 200000},
-      {{9000, 20 * MS}, 0},  // not later: no progress, and the next is measured from the one that was kept
+      {{9000, 20 * MS}, 0},  // not later, so ignored; the next is measured from the one kept
       {{3300, 30 * MS}, 30000},   {{}, UNKNOWN},
       {{5000, 40 * MS}, UNKNOWN}, {{5100, 60 * MS}, 5000},
   };

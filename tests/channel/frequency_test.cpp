@@ -12,7 +12,7 @@ constexpr long MOST = std::numeric_limits<long>::max();
 constexpr long LEAST = std::numeric_limits<long>::min();
 
 TEST(Frequency, HasAChannel) {
-  // Below the band the negative number of steps is cut to 8 bits as well, -481 to 31.
+  // Below the band, the negative number of steps is also reduced to 8 bits, -481 to 31.
   const std::pair<long, int> rows[] = {
       {LEAST, 0},    {-1, 0},       {0, 0},         {1, 31},        {2402000, 255}, {2406999, 0},  {2407000, 0},
       {2411999, 0},  {2412000, 1},  {2472000, 13},  {2483999, 15},  {2484000, 14},  {2484001, 9},  {4999999, 0},

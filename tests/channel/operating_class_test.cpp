@@ -22,7 +22,7 @@ constexpr auto UNMAPPED = Deduction::Behavior::UNMAPPED_BEHAVIOR;
 constexpr auto LOWER = Deduction::Behavior::PRIMARY_LOWER_BEHAVIOR;
 constexpr auto UPPER = Deduction::Behavior::PRIMARY_UPPER_BEHAVIOR;
 
-/// What a call returns, or what it throws.
+/// Returns the result of a call, or the text that it throws.
 template <class Call>
 std::string outcome_of(const Call& call) {
   try {
@@ -34,10 +34,10 @@ std::string outcome_of(const Call& call) {
   }
 }
 
-/// What a channel number of the class stands for.
+/// The meaning of a channel number in the class.
 enum Names { CHANNEL, LOW_HALF, UP_HALF, SEGMENT, SECOND };
 
-/// Spectrum from edge to edge in MHz, laid out in segments, the next one `raster` above the one before.
+/// A range of spectrum in MHz, divided into segments whose starts are `raster` apart.
 struct Block {
   long from;
   long to;
@@ -51,7 +51,7 @@ struct Class {
   unsigned capabilities;  ///< from bit 0: HT20, HT40, HT80, HT160; from bit 6: HT8080, lower, upper
   std::vector<Block> blocks;
 
-  /// In kHz, as the others below.
+  /// In kHz, like the others below.
   long step() const { return width == 2160 ? 2160000 : 5000; }
   std::vector<long> centers() const {
     std::vector<long> all;
@@ -173,7 +173,7 @@ TEST(OperatingClass, IsFoundByWidthFrequencyAndBehaviors) {
     int opclass;
   } rows[] = {
       // clang-format off
-      {GLOBAL, W20, 2412000, {}, 81},                // in the second search, which other widths do not have
+      {GLOBAL, W20, 2412000, {}, 81},                // in the second search, which other widths do not use
       {GLOBAL, W20, 2484000, {}, 82},                {GLOBAL, W40, 2484000, {LOWER}, 0},
       {GLOBAL, W20, 2484001, {}, 0},                 {GLOBAL, W20, 5180000, {LOWER, EIGHTY_PLUS}, 115},
       {GLOBAL, W20, 5925000, {}, 0},                 {GLOBAL, W20, 5925001, {}, 136},
@@ -184,7 +184,7 @@ TEST(OperatingClass, IsFoundByWidthFrequencyAndBehaviors) {
       {GLOBAL, W80, 5250000, {}, 0},                 {GLOBAL, W160, 5815000, {}, 129},
       {GLOBAL, W8080, 5210000, {EIGHTY_PLUS}, 130},  {GLOBAL, W8080, 5210000, {UNMAPPED, LOWER}, 0},
       {GLOBAL, NO_WIDTH, 5180000, {}, 0},
-      {EUROPE, W20, 5180000, {}, 1},                 {EUROPE, W20, 5500000, {UNMAPPED}, 3},  // as 16 has
+      {EUROPE, W20, 5180000, {}, 1},                 {EUROPE, W20, 5500000, {UNMAPPED}, 3},  // like 16
       {EUROPE, W20, 5865000, {}, 0},                 {EUROPE, W20, 5865000, {UNMAPPED}, 15},
       // clang-format on
   };
@@ -203,7 +203,7 @@ TEST(OperatingClass, IsFoundFromAChannelInfo) {
   EXPECT_THAT(classes(info(2437000, 2437000, W20)), ElementsAre(81));
   EXPECT_THAT(classes(info(5180000, 5190000, W40)), ElementsAre(116));
   EXPECT_THAT(classes(info(5200000, 5190000, W40)), ElementsAre(117));
-  EXPECT_THAT(classes(info(2437000, 2437000, W40)), ElementsAre(84));  // a centre that cannot be is upper
+  EXPECT_THAT(classes(info(2437000, 2437000, W40)), ElementsAre(84));  // an impossible centre counts as upper
   EXPECT_THAT(classes(info(5180000, 6065000, W80)), ElementsAre(128));
   EXPECT_THAT(classes(info(5180000, 5250000, W160)), ElementsAre(129));
   EXPECT_THAT(classes(info(5180000, 5210000, W8080, 5530000)), ElementsAre(128, 130));
@@ -239,9 +239,9 @@ TEST(OperatingClass, HasPrimaryFrequenciesForCapabilities) {
     return Deduction::get_primary_frequencies_with_capabilities(Capabilities(capabilities), region);
   };
   EXPECT_THAT(primaries(0x1FE, GLOBAL), IsEmpty());
-  // At 2.4 GHz, then by the blocks of 5 GHz, and last those of class 15, which needs a behaviour but no capability.
+  // First 2.4 GHz, then the blocks of 5 GHz, last those of class 15, which needs a behaviour but no capability.
   EXPECT_EQ(primaries(0x001, EUROPE).size(), 13U + 4 + 4 + 11 + 6 + 12);
-  const std::vector<kHz> of_40_mhz = primaries(0x083, GLOBAL);  // which has them of 20 MHz again
+  const std::vector<kHz> of_40_mhz = primaries(0x083, GLOBAL);  // which includes those of 20 MHz
   EXPECT_EQ(of_40_mhz.size(), 14U + 4 + 4 + 12 + 8 + 59);
   EXPECT_TRUE(std::ranges::is_sorted(of_40_mhz));
 }

@@ -13,7 +13,7 @@ namespace {
 using enum ChannelWidth;
 using RadioID = WLANRadio::RadioID;
 
-/// 4, 2, 3, 0, 0 after one change.
+/// Returns 4, 2, 3, 0, 0 after one change.
 NSSTable updated(ChannelWidth width, unsigned char streams, bool fill_narrower, bool force) {
   NSSTable table(WIDTH_80_MHZ, 3);
   table.update_num_streams(WIDTH_40_MHZ, 2, false, true);

@@ -33,7 +33,8 @@ std::function<void(std::istream&)> reader(T& value) {
   };
 }
 
-/// A stream with room for fewer octets, one that cannot flush them, and one that failed before refuse the value.
+/// Checks that the value is refused by a stream with too little room, one that cannot flush, and one that has already
+/// failed.
 template <class T>
 void check_write_failures(const T& value, std::size_t size, const std::string& text) {
   for (std::size_t room = 0; room <= size; ++room) {
@@ -50,7 +51,7 @@ void check_write_failures(const T& value, std::size_t size, const std::string& t
   EXPECT_EQ(test::written(write_to_failed), (test::Written{"", text}));
 }
 
-/// The wire form both ways, and the failures; `type` is the name in their texts.
+/// Checks both directions of the wire format, and the failures; `type` is the name in their texts.
 template <class T>
 void check_codec(const T& value, const char* wire_text, const std::string& type) {
   SCOPED_TRACE(type + " " + wire_text);
@@ -65,7 +66,7 @@ void check_codec(const T& value, const char* wire_text, const std::string& type)
   const std::string refused = "Deserialization of type " + type + " failed.";
   const T untouched = target;
   for (std::size_t size = 0; size < wire.size(); ++size) {
-    // Other octets than before, so that a target that is filled by halves shows.
+    // Different octets from before, so that a partly filled target is detected.
     const test::Octets cut(size, static_cast<std::uint8_t>(~wire.front()));
     EXPECT_EQ(test::read_all(cut, reader(target)), (test::ReadOutcome{refused, CUT_SHORT, size}));
     EXPECT_EQ(target, untouched);
@@ -133,7 +134,7 @@ TEST(Codec, StringsAreTheirCharactersAndCannotBeRead) {
 TEST(Codec, StringStreamsAreTheirWholeContentAndCannotBeRead) {
   std::stringstream value;
   value << "abc" << '\0' << "\xFE";
-  value.get();  // reading from it changes nothing
+  value.get();  // reading through it changes nothing
   EXPECT_EQ(test::written(writer(value)), (test::Written{"61626300FE", ""}));
   check_write_failures(value, 5, "Serialization of type std::stringstream failed.");
   EXPECT_EQ(test::read_all(octets("41"), reader(value)).refused,
@@ -153,7 +154,7 @@ TEST(StringWithSize, IsWrittenBehindItsSize) {
   EXPECT_EQ(write(0, 0, 0), (test::Written{"00", ""}));
   EXPECT_EQ(write(2, 2, 3), (test::Written{"027171", ""}));
   EXPECT_EQ(write(3, 2, 3), (test::Written{"03717171", ""}));
-  // The limits are shown as the characters of these codes, the size in digits.
+  // The limits are shown as characters with these codes, the size in digits.
   EXPECT_EQ(write(64, 65, 90), (test::Written{"", "Size 64 is not in the range [A, Z]"}));
   EXPECT_EQ(write(91, 65, 90), (test::Written{"", "Size 91 is not in the range [A, Z]"}));
   EXPECT_EQ(write(256, 1, 255), (test::Written{"", "Size 256 is not in the range [\x01, \xFF]"}));
@@ -173,7 +174,7 @@ TEST(StringWithSize, IsReadWholeOrNotAtAll) {
   EXPECT_EQ(text, std::string("\0\xFF", 2));
   EXPECT_EQ(read("00", 0, 2), (test::ReadOutcome{"", GOOD, 1}));
   EXPECT_EQ(text, "");
-  // Here the size is shown as a character, too.
+  // Here the size is also shown as a character.
   EXPECT_EQ(read("40 6162", 65, 90), (test::ReadOutcome{"Size @ is not in the range [A, Z]", GOOD, 1}));
   EXPECT_EQ(read("5B 6162", 65, 90), (test::ReadOutcome{"Size [ is not in the range [A, Z]", GOOD, 1}));
   EXPECT_EQ(read("03 6162", 0, 3), (test::ReadOutcome{"Deserialization of type char failed.", CUT_SHORT, 3}));

@@ -13,7 +13,7 @@ namespace {
 bool conversion_fails = false;
 }
 
-/// Stands in front of the platform's function of this name, which never fails for the families that are asked for.
+/// Overrides the platform's function, which never fails for the families used.
 extern "C" [[gnu::visibility("default")]] const char* evsock_inaddr2str(int family, const void* address, char* text,
                                                                         size_t text_size) {
   using Function = const char* (*)(int, const void*, char*, size_t);

@@ -32,7 +32,7 @@ TEST(MACAddress, ParsesPairsOfDigitsWithColonsOnly) {
                                  "AA:BB:CC:DD:EE:FG", "AA:BB:CC:DD:EE: F"}) {
     EXPECT_EQ(parsed(text), "010203040506 refused") << text;
   }
-  // With 17 good characters what was read before the failure is written.
+  // Even with 17 good characters, the octets parsed before the failure are changed.
   EXPECT_EQ(parsed("0:A:2:B:4:C:6:7:8"), "000A020B040C refused");
   EXPECT_EQ(parsed("AA:BB:CC:DD:EE:F:"), "AABBCCDDEE0F refused");
   EXPECT_EQ(parsed("AA:BB:CC:DDEE::FF"), "AABBCCDD0506 refused");

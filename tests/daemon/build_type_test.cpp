@@ -7,7 +7,7 @@
 namespace qel {
 namespace {
 
-/// The environment is read once per process, so every row has a process of its own; it exits with 0 when all is well.
+/// The environment is read once per process, so each row has a process of its own, which exits with 0 on success.
 TEST(BuildTypeDeathTest, IsReadOnceFromTheEnvironment) {
   const struct {
     const char* text;

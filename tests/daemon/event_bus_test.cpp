@@ -25,7 +25,7 @@ TEST(EventBus, KeepsModulesByIdentifier) {
   EXPECT_EQ(bus.find_module(ID(7)), &links);
   EXPECT_EQ(bus.find_module(ID(8)), nullptr);
 
-  // The identifier is taken: by whom, the type tells.
+  // The identifier is taken by a module of another type.
   EXPECT_THROW(bus.create_module<Imposter>(), std::logic_error);
   EXPECT_EQ(bus.find_module<Imposter>(), nullptr);
   EXPECT_EQ(bus.count_modules(), 1u);

@@ -12,7 +12,7 @@ namespace {
 
 class EvsockStreambufTest : public FakePlatformTest {
  protected:
-  /// On a platform that buffers so many octets itself.
+  /// Opens it on a platform that itself buffers this many octets.
   void open(int platform_buffer) {
     set_result("evsock_getobufsize", platform_buffer);
     buffer = std::make_unique<evsock_streambuf>(

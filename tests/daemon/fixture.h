@@ -10,7 +10,7 @@
 
 namespace qel {
 
-// What nearly every test on the fake platform names.
+// Names used by nearly every test on the fake platform.
 using namespace std::chrono_literals;
 using fake_platform::advance_microseconds;
 using fake_platform::set_result;
@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::ThrowsMessage;
 
-/// A recording platform for each test; no log ring outlives it.
+/// Provides a fresh recording platform for each test; no log ring outlives it.
 class FakePlatformTest : public testing::Test {
  protected:
   FakePlatformTest() { fake_platform::reset(); }

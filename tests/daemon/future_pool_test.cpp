@@ -14,7 +14,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 struct FuturePoolTest : testing::Test {
-  /// A handler that writes down what it gets.
+  /// Returns a handler that records what it receives.
   auto push() {
     return [this](std::future<int> future) {
       try {

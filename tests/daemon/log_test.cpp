@@ -66,7 +66,7 @@ TEST_F(LogTest, AStreamIsMadeOnceAndRecoversFromFailure) {
 
 TEST_F(LogTest, LevelsArePrintedOnOtherStreamsAndParsedExactly) {
   std::ostringstream os;
-  os.copyfmt(stream("log-f"));  // the mark travels with the format, but makes no log stream of another one
+  os.copyfmt(stream("log-f"));  // the mark is copied with the format, but does not make another stream a log stream
   const std::pair<const char*, LogLevels> rows[] = {
       {"NOTE", LogLevels::NOTE}, {"DEBUG", LogLevels::DEBUG}, {"LOG", LogLevels::LOG}, {"ERROR", LogLevels::ERROR}};
   for (const auto& [text, level] : rows) {

@@ -88,7 +88,7 @@ TEST_F(MainloopTest, DaemonizeHandsOverArgumentsAndErrors) {
   EXPECT_EQ(loop->daemonize(false, true), 0);
   EXPECT_THAT(take_calls(), ElementsAre("daemon_start(1, 0)", "daemon_start(0, 1)", ARM_GUARD, "daemon_start(0, 1)",
                                         "ctimer_unsetup_internal(2)", ARM_GUARD));
-  // A finished loop is still ready, but does not wait.
+  // After finish(), a turn still serves what is ready, but does not wait.
   loop->finish();
   EXPECT_EQ(loop->run(10ms), -1ms);
   EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)", "daemon_ready()"));
@@ -167,7 +167,7 @@ TEST_F(MainloopTest, LogsWhatFailed) {
                                           "evsock_exit()"}));
 }
 
-/// Prints the calls that are still to come when the process exits.
+/// Prints the remaining calls when the process exits.
 void print_calls_at_exit() {
   std::atexit([] {
     for (const auto& call : take_calls()) {

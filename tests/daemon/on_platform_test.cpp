@@ -11,7 +11,7 @@
 #include "tests/platform/private_bus.h"
 #include "tests/platform/turns.h"
 
-/// The runtime on the platform's real libraries and a bus of the test's own.
+/// Runs the runtime on the real platform libraries and a bus of the test's own.
 namespace qel::daemon {
 namespace {
 
@@ -102,7 +102,7 @@ TEST_F(OnPlatform, FuturesShortenTheNextWait) {
   const auto connection = loop.add_future(of_timer.get_future(), add);
   EXPECT_EQ(loop.run(0ms), 1ms);
   EXPECT_EQ(loop.count_futures(), 1u);
-  // What a callback of the turn completes is delivered in the same turn.
+  // A future completed by a callback of the turn is delivered in the same turn.
   time::Timer timer;
   timer.start(0ms, [&] { of_timer.set_value(9); });
   EXPECT_EQ(loop.run(1s), -1ms);

@@ -10,7 +10,7 @@ namespace {
 
 class PeriodicTimerTest : public FakePlatformTest {
  protected:
-  /// The time of the next call from now, in milliseconds, as the platform is asked for it.
+  /// The time until the next call, in milliseconds, as requested from the platform.
   static int armed_for() {
     int milliseconds = -1;
     std::sscanf(take_calls().back().c_str(), "ctimer_setup_internal(0, 2, 0, %d, 1000,", &milliseconds);

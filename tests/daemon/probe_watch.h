@@ -8,7 +8,7 @@
 
 namespace qel::daemon {
 
-/// Writes down which handlers are called.
+/// Records which handlers are called.
 class ProbeWatch final : public ISimpleFDWatch {
  public:
   ProbeWatch(int fd, std::vector<std::string>& log) : ISimpleFDWatch(fd, "probe"), log_(log) {}

@@ -18,7 +18,7 @@ struct Number final : Event {
   int value;
 };
 
-/// Writes down when it is entered and left.
+/// Records when it is entered and left.
 template <class Concrete, class... Events>
 struct TracedState : State<Concrete, Events...> {
   using State<Concrete, Events...>::State;
@@ -37,7 +37,7 @@ struct Last final : TracedState<Last> {
   int number;
 };
 
-/// Gives way as soon as it is entered.
+/// Requests a transition as soon as it is entered.
 struct Passing final : TracedState<Passing> {
   static constexpr const char* NAME = "Passing";
   using TracedState::TracedState;
@@ -100,7 +100,7 @@ TEST_F(StateMachineTest, TheLastRequestCountsAfterTheOutermostHandler) {
   EXPECT_EQ(trace.back(), "Last in");
 }
 
-/// Sends itself away while it is still being entered.
+/// Dispatches the event that ends it while it is still being entered.
 struct Hasty final : TracedState<Hasty, Go> {
   static constexpr const char* NAME = "Hasty";
   using TracedState::TracedState;
@@ -120,7 +120,7 @@ TEST_F(StateMachineTest, AStateIsNotLeftBeforeItIsEnteredAndTheDestructorLeaves)
                                  "Last out entered", "Last dies"));
 }
 
-/// Does what the test wants where the test wants it, and shows that it is still alive afterwards.
+/// Runs an action of the test at a given point, and shows that it still exists afterwards.
 struct Scripted final : TracedState<Scripted, Go, Number> {
   static constexpr const char* NAME = "Scripted";
   static inline std::map<std::string, std::function<void()>> script;
@@ -164,7 +164,7 @@ TEST_F(StateMachineTest, AStateMayEndItsMachineWhereverItIsAndIsLeftOnce) {
     if (own) {
       own->deinit();
     }
-    if (own) {  // its state may have destroyed it on the way out
+    if (own) {  // its state may have destroyed it on exit
       EXPECT_EQ(own->get_current_state(), nullptr);
     }
     std::string steps;

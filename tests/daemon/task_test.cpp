@@ -10,7 +10,7 @@
 namespace qel::async {
 namespace {
 
-/// Writes down its notifications, and can be put into any state.
+/// Records its notifications, and can be put into any state.
 class Probe final : public ValueTask<int> {
  public:
   explicit Probe(std::vector<std::string>& log) : log_(&log) {}

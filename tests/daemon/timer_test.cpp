@@ -78,7 +78,7 @@ TEST_F(TimerTest, TruncatesBothTimesBeforeItSubtractsThem) {
   Timer timer;
   advance_microseconds(1'000'900);
   timer.start(2ms, [] {});
-  // 1.001100 s now and 1.002900 s at the end: 1.8 ms, but 1002 - 1001.
+  // Now is 1.001100 s and the end 1.002900 s: 1.8 ms remain, but the result is 1002 - 1001.
   advance_microseconds(200);
   EXPECT_EQ(timer.get_remaining_time(), 1ms);
 }
@@ -90,7 +90,7 @@ TEST_F(TimerTest, SwappedTimersTakeTheirCallbacksAlong) {
   early.start(1s, [&] { log.push_back("early"); });
   late.start(2s, [&] { log.push_back("late"); });
   swap(early, late);
-  // What was armed first now belongs to `late`, and stopping `early` must not touch it.
+  // The timer armed first now belongs to `late`; stopping `early` must not affect it.
   early.stop();
   advance_microseconds(3'000'000);
   EXPECT_THAT(log, ElementsAre("early"));

@@ -1,2 +1,2 @@
-/* Only a name. */
+/* For a library that only needs to exist. */
 typedef int fake_platform_empty;

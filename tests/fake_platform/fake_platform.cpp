@@ -52,12 +52,12 @@ struct State {
 };
 
 State& state() {
-  // Never destroyed: static objects of the tested code call the platform at process exit.
+  // Never destroyed, because static objects of the tested code call the platform at process exit.
   static State& state = *new State;
   return state;
 }
 
-/// Writes down "function(arguments)" and returns the result that was set, else 0.
+/// Records "function(arguments)" and returns the configured result, or 0.
 template <class... Args>
 int record(const std::string& function, const Args&... args) {
   std::ostringstream call;
@@ -114,7 +114,7 @@ using fake_platform::record;
 using fake_platform::state;
 using fake_platform::time_value;
 
-// The platform's functions, as the headers in platform/include declare them.
+// The platform's functions, as declared in platform/include.
 extern "C" {
 
 int evsock_init() { return record("evsock_init"); }
@@ -155,7 +155,7 @@ int ctimer_setup_internal(int flags, ctimerhandle* handle, int kind, int reserve
                           ctimer_callback_fn callback, void* cbdata, int reserved2, int reserved3) {
   const int result = record("ctimer_setup_internal", flags, kind, reserved1, count, units, reserved2, reserved3);
   if (result == 0) {
-    // Any address of its own will do as a name.
+    // Any unique address serves as a handle.
     *handle = reinterpret_cast<ctimerhandle>(handle);
     state().timers.push_back({handle, state().now + std::int64_t{count} * 1'000'000 / units, callback, cbdata});
   }

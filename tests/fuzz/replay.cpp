@@ -5,7 +5,7 @@
 #include <iterator>
 #include <vector>
 
-/// Runs a fuzzer's test function over the files of its corpus; a fault aborts, as it does under the fuzzer.
+/// Runs a fuzzer's test function on the files of its corpus; a fault aborts, as under the fuzzer.
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 

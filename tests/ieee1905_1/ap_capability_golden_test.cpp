@@ -19,7 +19,7 @@ OperatingClassInformation operating_class(std::uint8_t number, int power,
   return information;
 }
 
-/// For what HaveEachFlagInItsBit and KeepStreamCountsLessOne set; here the text shows what was read.
+/// For the values that HaveEachFlagInItsBit and KeepStreamCountsLessOne set; here the text shows what was read.
 template <class T>
 T flags_from(const char* wire) {
   return *test::decode<T>(octets(wire)).object;
@@ -80,7 +80,7 @@ TEST(APCapabilityTLVs, Golden) {
   });
 }
 
-/// Each flag alone, from bit `top` of the last octets downwards; the text has them in the same order.
+/// Sets each flag alone, from bit `top` of the last octets downwards; the text lists them in the same order.
 template <class T>
 void check_flags(int top,
                  const std::vector<std::pair<std::function<void(T&, bool)>, std::function<bool(const T&)>>>& flags) {
@@ -116,7 +116,7 @@ TEST(APCapabilityTLVs, HaveEachFlagInItsBit) {
                       FIELD(dl_mumimo_ofdma_capable), FIELD(ul_ofdma_capable), FIELD(dl_ofdma_capable)});
 }
 
-/// Counts from 1 to `max`; 0 wraps to `max` and what is above it begins anew, and neither touches the other count.
+/// Checks counts from 1 to `max`; 0 and larger counts wrap, and neither count affects the other.
 template <class T>
 void check_stream_counts(int max) {
   T tlv;
@@ -134,7 +134,7 @@ TEST(APCapabilityTLVs, KeepStreamCountsLessOne) {
   check_stream_counts<HE>(8);
 }
 
-/// Each stream of one map by its number: set alone, it changes its two bits of that map and nothing else.
+/// Sets each number of streams of one map alone and checks that only its two bits change.
 template <class T, class MCSBit>
 void check_map(void (T::*set)(unsigned int, MCSBit), std::uint8_t (T::*get)(unsigned int) const,
                const MCSMap& (T::*whole)() const) {
@@ -173,7 +173,7 @@ TEST(APHECapabilitiesTLV, DecodesAsManyMapsAsTheLengthSaysAndEncodesAsManyAsTheF
   const char* const INVALID = "Invalid MCS set size";
   for (const auto& [set_and_flags, refused, again] :
        {std::tuple("04 FAFF FCFF FEFC", "", "88000D021A2B3C4D5E04FAFFFCFFFEFC"),
-        // A flag without its maps, which are as in a new object.
+        // A flag without its maps, which stay as in a new object.
         {"04 FAFF FCFF 0003", "", "880015021A2B3C4D5E0CFAFFFCFFFFFFFFFFFFFFFFFF0003"},
         {"08 FAFF FCFF F0FF C0FF 0003", "", "880015021A2B3C4D5E0CFAFFFCFFF0FFC0FFFFFFFFFF0003"},
         {"08 FAFF FCFF F0FF C0FF 0001", "", "880011021A2B3C4D5E08FAFFFCFFF0FFC0FF0001"},
@@ -197,7 +197,7 @@ TEST(APHECapabilitiesTLV, KeepsAndComparesTheMapsThatAreNotDecoded) {
   EXPECT_EQ(decode_into(tlv, "88 000D 021A2B3C4D5E 04 BC0A F2FF A487"), "");
   EXPECT_TRUE(tlv == AP_HE);
 
-  // With 80+80 but without 160 MHz: a form that decoding refuses, as above.
+  // With 80+80 but without 160 MHz, encoding gives what decoding refuses, as above.
   tlv.set_he_160_mhz_support(false);
   EXPECT_EQ(test::encode<TLV>(tlv).octets, "880011021A2B3C4D5E08BC0AF2FF6F5E8170A486");
   tlv.set_he_80_80_mhz_support(false);

@@ -120,7 +120,8 @@ TEST(ChannelPreferenceConversion, ReadsAScoreForEachChannelOfTheRadio) {
   EXPECT_EQ(expected.size(), 4U + 2 + 2 + 4 + 2 + 2 + 2 + 1);
   EXPECT_TRUE(std::ranges::all_of(expected, [](const auto& each) { return each.second == ChannelScore(); }));
   expected[{128, 42}] = expected[{128, 58}] = score(0, 7);
-  EXPECT_EQ(read({{128, {}, 0, 7}, {128, {106}, 3, 1}, {81, {1}, 0, 0}}), expected);  // 106 and 81 are not of the radio
+  EXPECT_EQ(read({{128, {}, 0, 7}, {128, {106}, 3, 1}, {81, {1}, 0, 0}}), expected);  // 106 and 81 are not channels of
+                                                                                      // the radio
   expected[{115, 36}] = score(2, 5);
   EXPECT_EQ(read({{115, {36}, 3, 4}, {115, {36}, 2, 0}, {128, {}, 0, 7}, {115, {36}, 2, 5}, {115, {}, 15, 0}}),
             expected);
@@ -143,8 +144,8 @@ TEST(ChannelPreferenceConversion, ScoresPrimaryChannels) {
   const ChannelPreferenceConversion conversion(radio({{83}, {84}, {128}, {130}}));
   const auto scores = conversion.to_primary_scores(
       conversion.to_scores(preferences({{83, {5, 4}, 0, 1}, {84, {5}, 7, 2}, {128, {42}, 3, 4}, {130, {42}, 2, 5}})));
-  EXPECT_EQ(scores.at({kHz(2432000), WIDTH_40_MHZ}), score(7, 2));  // 5 can have its other half below
-  EXPECT_EQ(scores.at({kHz(2427000), WIDTH_40_MHZ}), score(0, 1));  // 4 cannot
+  EXPECT_EQ(scores.at({kHz(2432000), WIDTH_40_MHZ}), score(7, 2));  // channel 5 can extend downwards
+  EXPECT_EQ(scores.at({kHz(2427000), WIDTH_40_MHZ}), score(0, 1));  // channel 4 cannot
   EXPECT_EQ(scores.at({kHz(5240000), WIDTH_80_80_MHZ}), score(2, 5));
   EXPECT_FALSE(scores.contains({kHz(5240000), WIDTH_20_MHZ}));
   const ChannelPreferenceConversion same_channels(radio({{3}, {16}}), EUROPE);
@@ -195,7 +196,7 @@ TEST(ChannelPreferenceConversion, ThereAndBackIsTheSame) {
     for (int round = 0; round < 20; ++round) {
       ChannelScores scores = conversion.to_scores(preferences({}));
       std::set<std::tuple<int, int, ChannelPreferenceReasonCode>> groups;
-      for (auto& [channel, each] : scores) {  // in the first rounds few differ, and whole classes have one score
+      for (auto& [channel, each] : scores) {  // in the first rounds few differ, so whole classes share a score
         each = below(20) < round ? score(below(16), below(2)) : ChannelScore();
         if (each != ChannelScore()) {
           groups.insert({channel.get_operating_class(), each.score, each.reason});
@@ -205,7 +206,7 @@ TEST(ChannelPreferenceConversion, ThereAndBackIsTheSame) {
       EXPECT_EQ(records.get_channel_preference_vector().size(), groups.size());
       EXPECT_EQ(conversion.to_scores(records), scores);
 
-      std::vector<ChannelEntry> entries;  // each with one bit of state or config or none, and some are missing
+      std::vector<ChannelEntry> entries;  // each with at most one state or config bit; some are missing
       for (ChannelEntry entry : whole.get_channels()) {
         const unsigned bit = below(8);
         Known{{}, bit < 5 ? 1UL << bit : 0, bit == 5 || bit == 6 ? 1UL << (bit - 5) : 0}.set(entry);

@@ -23,7 +23,7 @@
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
 #include "qel/ieee802_11/action_types.h"
 
-// The list of all enumerations: what a code is called in C++ and in texts.
+// Lists all enumerations: the name of each code in C++ and in texts.
 namespace qel {
 namespace {
 

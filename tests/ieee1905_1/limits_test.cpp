@@ -69,9 +69,9 @@ TEST(Limits, OfTheLengthWhenEncoding) {
   check_limit(inside(43), "");
   check_limit(inside(44), INVALID_SIZE);
   check_limit(inside(50), INVALID_SIZE);
-  check_limit(inside(51), INVALID_LENGTH);  // 65536 in the TLV inside, which is too long itself
+  check_limit(inside(51), INVALID_LENGTH);  // 65536 in the inner TLV, which is itself too long
 
-  // Counts come before the length.
+  // Counts are checked before the length.
   auto clients =
       list(&AssociatedClientsTLV::add_operated_bss, 1, list(&OperatedBSSClients::add_associated_client, 8191));
   check_limit(clients, INVALID_LENGTH);
@@ -90,7 +90,7 @@ TEST(Limits, OfLengthsWhenDecoding) {
   const struct {
     std::uint8_t type;
     const char* refused;
-    std::size_t consumed;  // 0 for all that the length says
+    std::size_t consumed;  // 0 means all that the length covers
     std::vector<std::uint8_t> lengths;
   } rows[] = {
       {0, "", 0, {0}},

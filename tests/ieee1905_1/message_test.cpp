@@ -67,7 +67,7 @@ TEST(Message, Golden) {
           "]\n\ttype: QEL_TLV_TYPE\n\ttype: END_OF_MESSAGE"
           "\n\ttype: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5"
           "\n\ttype: END_OF_MESSAGE",
-      {1, 9, 10, 18, 28, 29}, {19});  // at 19 a length of 3, under the own OUI, is refused
+      {1, 9, 10, 18, 28, 29}, {19});  // at 19, a length of 3 under our OUI is refused
   test::check_golden<Message>({golden}, [](const auto&) { return make_unique<Message>(); }, {true, true});
 }
 

@@ -26,7 +26,7 @@ OperatingChannelReportTLV report(const Entries& entries, int power = 20) {
   return report;
 }
 
-/// Frequencies in MHz, 0 when unset.
+/// Frequencies in MHz; 0 if unset.
 ChannelInfo info(long primary, long center, ChannelWidth width, long second = 0, float power = 20) {
   return {{kHz(primary * 1000), primary == 0 ? 0 : TIME},
           {{kHz(center * 1000), width}, center == 0 ? 0 : TIME},
@@ -38,8 +38,8 @@ TEST(OperatingChannelConversion, Golden) {
   const struct {
     OperatingClassDeduction::Region region;
     ChannelInfo channel;
-    Entries written;                 ///< what is reported of the channel
-    std::vector<Entries> read = {};  ///< what else is understood as this channel
+    Entries written;                 ///< the report of the channel
+    std::vector<Entries> read = {};  ///< other reports of this channel
   } rows[] = {
       {GLOBAL, info(2412, 2422, WIDTH_40_MHZ), {{81, 1}, {83, 1}}, {{{83, 1}}}},
       {GLOBAL, info(2437, 2427, WIDTH_40_MHZ), {{81, 6}, {84, 6}}},
@@ -89,7 +89,8 @@ TEST(OperatingChannelConversion, ThereAndBackIsTheSame) {
         }
       }
     }
-    // Those of 20 MHz and of 40, 4 primary channels for each of 80, 8 of 160; 4 for each two halves that do not touch.
+    // The channels of 20 and 40 MHz; 4 primary channels for each of 80 MHz, 8 for each of 160; 4 for each two halves
+    // that do not touch.
     EXPECT_EQ(channels, region == GLOBAL ? 102 + 46 + 58 + 4 * 21 + 8 * 10 + 4 * (7 * 7 - 7 - 2 * 4 + 14 * 14 - 14 - 26)
                                          : 61 + 36 + 4 * 4 + 8 * 2 + 4 * (4 * 4 - 4 - 2 * 2));
   }
@@ -114,7 +115,7 @@ TEST(OperatingChannelConversion, NamesTheEntriesThatContradictAndSkipsTheUnknown
   for (const auto& row : rows) {
     std::string failure;
     std::istringstream words(row.second);
-    for (std::string word; words >> word;) {  // an entry is written 115/36 here
+    for (std::string word; words >> word;) {  // entries are written as 115/36 here
       const auto slash = word.find('/');
       failure += (failure.empty() ? "" : " ") +
                  (slash == std::string::npos

@@ -14,7 +14,7 @@
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
-/// What a program does with a message as a whole: builds it, finds its TLVs, reads it leniently, sends it in fragments.
+/// What programs do with a message as a whole: build it, find its TLVs, read it leniently, send it in fragments.
 namespace qel::ieee1905_1 {
 namespace {
 
@@ -156,7 +156,7 @@ TEST(Roads, LenientDecodingKeepsWhatItUnderstands) {
   EXPECT_THROW(decode_leniently(test::octets("00 00 0003 1234 00"), context), serialization::SerializationException);
 }
 
-/// A message of `count` TLVs with bodies of various sizes.
+/// Makes a message of `count` TLVs with bodies of various sizes.
 Message long_message(std::mt19937& random, std::size_t count) {
   MessageBuilder builder(TOPOLOGY_RESPONSE_MESSAGE, static_cast<std::uint16_t>(random()));
   for (std::size_t index = 0; index < count; ++index) {
@@ -187,7 +187,7 @@ TEST(Roads, FragmentsInAnyOrderGiveTheMessage) {
       for (const auto fragment : fragmenter.split(message, context)) {
         ASSERT_LE(fragment.size(), largest);
         frames.emplace_back(sender, Octets(fragment.begin(), fragment.end()));
-        frames.back().second.resize(std::max<std::size_t>(fragment.size(), 46));  // as Ethernet pads it
+        frames.back().second.resize(std::max<std::size_t>(fragment.size(), 46));  // as padded by Ethernet
       }
     }
     for (std::size_t repeated = frames.size() / 4; repeated > 0; --repeated) {
@@ -198,7 +198,8 @@ TEST(Roads, FragmentsInAnyOrderGiveTheMessage) {
     const auto now = START + round * seconds(10);
     for (const auto& [sender, frame] : frames) {
       if (auto whole = reassembly.add(sender, frame, now)) {
-        whole->resize(std::min(whole->size(), sent[sender].size()));  // padding of a message that was not split
+        whole->resize(std::min(whole->size(), sent[sender].size()));  // removes the padding of a message that was not
+                                                                      // split
         got[sender] = *whole;
       }
     }
@@ -235,7 +236,7 @@ TEST(Roads, FragmenterSaysWhatDoesNotFit) {
   EXPECT_EQ(refusal(8 + 9, fragment), "A fragment cannot be split again");
 }
 
-/// A fragment of message 0x1234, or another.
+/// Makes a fragment of message 0x1234, or of another.
 Octets fragment(unsigned int id, bool last, const string& tlvs, unsigned int message = 0x1234) {
   Octets octets = test::octets("00 00 0003 0000 00 00" + tlvs);
   octets[4] = static_cast<std::uint8_t>(message >> 8U);
@@ -299,7 +300,7 @@ TEST(Roads, ReassemblyIsBounded) {
   for (unsigned int message = 1; message <= 3; ++message) {
     reassembly.add(A, fragment(0, false, al, message), START);
   }
-  EXPECT_EQ(reassembly.count_messages(), 2U);  // the sender's oldest gave way
+  EXPECT_EQ(reassembly.count_messages(), 2U);  // the sender's oldest was displaced
   reassembly.add(B, fragment(0, false, al, 4), START);
   reassembly.add(other, fragment(0, false, al, 5), START);
   EXPECT_EQ(reassembly.count_messages(), 3U);

@@ -87,7 +87,7 @@ TEST(SteeringTLVs, Golden) {
         "\n\tOpportunity Window: 258 Disassociation Timer: 772"
         "\n\tSTA List: [\n\t\t06:F1:E2:D3:C4:B5\n\t\t0A:09:18:27:36:45 ]\n\tTarget BSSID List: [\n\t\t" +
             TARGET_TEXT + "\n\t\tBSSID: 02:1A:2B:3C:4D:5E OperatingClass: 81 ChannelNumber: 6 ]",
-        {0, 1, 2}, {9}),  // an opportunity would drop the targets
+        {0, 1, 2}, {9}),  // an opportunity drops the targets
       G(steering_request(fields(OPPORTUNITY, FIELD(btm_disassociation_imminent), true), {A, B}, {}),
         "9B 0019 0E7D6C5B4A39 40 1234 0000 02 021A2B3C4D5E 06F1E2D3C4B5 00",
         "type: STEERING_REQUEST BSSID: 0E:7D:6C:5B:4A:39 Request is Opportunity"

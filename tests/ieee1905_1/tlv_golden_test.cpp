@@ -11,7 +11,7 @@ namespace {
 
 using G = Row<TLV>;
 
-// Each record as object, octets and text; the TLVs below are put together from them.
+// Each record as object, octets and text; the TLVs below are composed of them.
 
 const string WLAN_OCTETS = "0A 0E7D6C5B4A39 40 02 9B 2A # length, BSSID, role, band, centre frequencies\n";
 const string WLAN_TEXT = "WLAN bssid: 0E:7D:6C:5B:4A:39 role STA band 2 ctrFreqIdx1 155 ctrFreqIdx2 42";
@@ -86,7 +86,7 @@ TEST(Records, Golden) {
 
 TEST(Records, MediaSpecificInformationIsOrderedByTypeFirst) {
   const auto wlan = wlan_information(D);
-  const PLCSpecificInformation plc;  // zero, so that only the type can put it behind
+  const PLCSpecificInformation plc;  // zero, so that only the type can order it after the others
   const NoMediaSpecificInformation none;
   test::expect_ascending<MediaSpecificInformation>({&wlan, &plc, &none});
   EXPECT_FALSE(plc == none || none == wlan || wlan == plc);
@@ -141,7 +141,7 @@ string repeated(const char* octet, int count) { return count == 0 ? "" : octet +
 TEST(TLVs, Golden) {
   constexpr auto NONE = LinkMetricResultCode::INVALID_NEIGHBOR;
   constexpr auto AT_60_GHZ = FrequencyBand::IEEE802_11_60_GHZ;
-  // The type octet is not compared with anything; nor is the length, unless the list of the TLV depends on it.
+  // The type octet is not checked; nor is the length, unless the TLV's list depends on it.
   check_rows({
       G(EndOfMessageTLV(), "00 0000", "type: END_OF_MESSAGE", {0}),
       G(fields(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A), FIELD(MAC), A), "01 0006 021A2B3C4D5E",

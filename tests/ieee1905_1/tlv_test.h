@@ -12,7 +12,7 @@
 #include "tests/support/fields.h"
 #include "tests/support/golden.h"
 
-// What the tests of TLVs and of vendor payloads share.
+// Shared by the tests of TLVs and of vendor payloads.
 namespace qel::ieee1905_1 {
 
 using std::string;
@@ -34,7 +34,7 @@ inline WLANSpecificInformation wlan_information(const MACAddress& bssid) {
                 2, FIELD(center_freq_1), 155, FIELD(center_freq_2), 42);
 }
 
-/// The object with so many equal elements added.
+/// Adds `count` equal elements to the object.
 template <class T, class Element>
 T list(void (T::*add)(Element), std::size_t count, const std::remove_cvref_t<Element>& element = {}, T object = T()) {
   for (; count > 0; --count) {
@@ -51,7 +51,7 @@ inline auto decode_tlv(const test::Octets& wire) {
   return test::decode(wire, [&] { return blank_tlv(wire); });
 }
 
-/// Decodes into an object that was used before; the text of the exception, if any.
+/// Decodes into an object that was used before. Returns the text of the exception, if any.
 template <class T>
 string decode_into(T& object, const string& wire) {
   const test::Octets input = octets(wire);
@@ -60,7 +60,7 @@ string decode_into(T& object, const string& wire) {
   return test::refusal([&] { object.deserialize_impl(is, context); });
 }
 
-/// A golden row. Unless told otherwise, neither type nor length is compared with anything.
+/// A golden row. By default, neither type nor length is checked.
 template <class T>
 struct Row : test::Golden<T> {
   template <class Object>
@@ -75,8 +75,8 @@ inline void check_rows(const std::vector<Row<VendorSpecific>>& rows) {
   test::check_golden<VendorSpecific>({rows.begin(), rows.end()}, blank_payload);
 }
 
-/// Encoding fails with the text and leaves the output as it was; or, for an empty text, it gives octets that decode to
-/// the same object.
+/// Checks that encoding fails with the text and leaves the output unchanged; or, if the text is empty, that it gives
+/// octets that decode to the same object.
 template <class T>
 void check_limit(const T& object, const string& refused) {
   const Written result = test::encode(object, "AB");
@@ -95,7 +95,7 @@ void check_limit(const T& object, const string& refused) {
   }
 }
 
-/// The list encodes with `min` to `max` elements and with no others.
+/// Checks that the list encodes with `min` to `max` elements only.
 template <class T, class Element>
 void check_counts(void (T::*add)(Element), std::size_t min, std::size_t max, const char* refused = INVALID_SIZE,
                   const std::remove_cvref_t<Element>& element = {}, const T& object = T()) {
@@ -108,7 +108,7 @@ void check_counts(void (T::*add)(Element), std::size_t min, std::size_t max, con
   check_limit(list(add, max + 1, element, object), refused);
 }
 
-/// The octets decode to a TLV that does not encode.
+/// Checks that the octets decode to a TLV that does not encode.
 inline void check_decodes_only(const string& wire, const string& refused) {
   const auto decoded = decode_tlv(octets(wire));
   EXPECT_EQ(decoded.outcome.refused, "") << wire;

@@ -16,7 +16,7 @@ auto blank(std::size_t size) {
   return [size] { return std::make_unique<Frame>(size); };
 }
 
-// SSID, an unknown element twice, an RSN element, an RSN element that is broken, an empty element.
+// SSID, an unknown element twice, an RSN element, a broken RSN element, an empty element.
 const char* const FRAME = R"(
 3114 0A00
 00 03 616263
@@ -73,10 +73,10 @@ TEST(AssocRequestFrame, IsPutTogetherFromElements) {
   EXPECT_EQ(frame.get_length(), 34U);
 }
 
-/// Both requests, whole and damaged: how they are read, and that all of it is kept.
+/// Complete and damaged requests of both kinds: how they are read, and that everything is kept.
 TEST(AssocRequestFrame, TellsReassociationsApart) {
   const std::pair<std::string, const char*> rows[] = {
-      // what follows the fixed fields; the address, the elements and the octets behind them
+      // what follows the fixed fields; the address, the elements and the octets after them
       {"", "none, 0"},
       {"00 03 616263 01 02 8284", "none 0 1, 0"},
       {"30 02 0100", "none 48, 0"},
@@ -86,7 +86,7 @@ TEST(AssocRequestFrame, TellsReassociationsApart) {
       {"021A2B3C4D5E 00 03 616263 01 02 8284", "02:1A:2B:3C:4D:5E 0 1, 0"},
       {"021A2B3C4D5E 00 03 616263 01 02 82", "02:1A:2B:3C:4D:5E 0, 3"},
       {"021A2B3C4D5E 30 02 0100", "02:1A:2B:3C:4D:5E 48, 0"},
-      {"00062B3C4D5E 00 04 FA024142 01 01 82", "00:06:2B:3C:4D:5E 0 1, 0"},  // whole elements from the address on
+      {"00062B3C4D5E 00 04 FA024142 01 01 82", "00:06:2B:3C:4D:5E 0 1, 0"},  // well-formed elements from the address on
       {"00212B3C4D5E 00 00", "00:21:2B:3C:4D:5E 0, 0"},
   };
   for (const auto& [body, reading] : rows) {

@@ -28,7 +28,7 @@ TEST(CipherSuite, HasAnOUIAndAType) {
   EXPECT_EQ(Suite(4).get_oui(), Suite::IEEE802_11_OUI);
 }
 
-// The version, offsets 2 and 3, is forgotten.
+// The version, at offsets 2 and 3, is not kept.
 TEST(RSNElement, GoldenOfEachDepth) {
   Rsn rsn;
   std::string body = "0100 ";
@@ -82,7 +82,7 @@ TEST(RSNElement, TakesCountsOfZeroAndAnyVersion) {
 }
 
 TEST(RSNElement, RefusesWhatTheElementDoesNotHold) {
-  // Octets behind the element, which no field may reach.
+  // Octets after the element, which no field may reach.
   const std::string behind = " 000FAC02 000FAC04 000FAC08 000FAC12 000FAC06 000FAC0B";
   const std::pair<const char*, const char*> rows[] = {
       {"31 02 0100", "Invalid length"},

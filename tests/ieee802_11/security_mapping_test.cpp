@@ -16,7 +16,7 @@ using Suites = IEEE802_11_RSNElement::CipherSuites;
 using Types = std::optional<std::vector<int>>;
 
 constexpr int TKIP = 2, CCMP = 4, DOT1X = 1, PSK = 2, SAE = 8, OWE_AKM = 18;
-constexpr int VENDOR = 0x100;  ///< added to a type: of another OUI
+constexpr int VENDOR = 0x100;  ///< added to a type to select another OUI
 const Types ABSENT;
 
 Suite suite(int type) {
@@ -77,7 +77,7 @@ TEST(SecurityMapping, OrderOfSuitesDoesNotMatterAndOtherFieldsDoNot) {
   rsn.set_rsn_capabilities(0x12C8);
   rsn.set_group_management_cipher(suite(6));
   EXPECT_EQ(security_from_rsn_element(rsn), WPA_WPA2_MIXED);
-  // Without a group data cipher nothing else counts.
+  // Without a group data cipher, nothing else matters.
   EXPECT_EQ(security_from_rsn_element(element({}, {{CCMP}}, {{PSK}})), NONE);
 }
 

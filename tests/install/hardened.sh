@@ -1,6 +1,6 @@
 #!/bin/sh
-# hardened.sh FILE...: whether these programs and libraries guard the stack, are bound at the start and can lie anywhere,
-# and whether copies are checked in some of them, since not all have any to check.
+# hardened.sh FILE...: checks that these programs and libraries are position-independent and have stack protectors and
+# immediate binding, and that some of them have checked copies; not all have copies to check.
 set -eu
 
 missing=

@@ -1,10 +1,10 @@
 #!/bin/sh
-# Installs the build and uses it as somebody who has nothing else of this project but the examples.
+# Installs the build and uses it like someone who has nothing of this project but the examples.
 #
 #   outside_user.sh stage CMAKE BUILD STAGE          installs BUILD in STAGE, and each component by itself
 #   outside_user.sh headers CXX STAGE                compiles each installed header alone
-#   outside_user.sh cmake CMAKE CXX STAGE            builds and runs the examples by find_package
-#   outside_user.sh pkg_config CXX STAGE             and by pkg-config
+#   outside_user.sh cmake CMAKE CXX STAGE            builds and runs the examples with find_package
+#   outside_user.sh pkg_config CXX STAGE             and with pkg-config
 set -eu
 
 examples=$(cd "$(dirname "$0")/../../examples" && pwd)
@@ -15,7 +15,7 @@ die() {
   exit 1
 }
 
-# The examples to be run and lines that they print, as patterns.
+# The examples to run, and patterns for lines that they must print.
 expected() {
   cat <<'END'
 message|29 octets
@@ -43,7 +43,7 @@ child|tr ended with status 0
 END
 }
 
-# run_examples DIRECTORY: those that end by themselves, on a message bus of their own.
+# run_examples DIRECTORY: runs the examples that exit by themselves, on a private message bus.
 run_examples() {
   # shellcheck disable=SC2016,SC2046 # the variables are the inner shell's; names have no blanks
   dbus-run-session -- sh -euc '
@@ -68,7 +68,7 @@ case $task in
     for program in bin/meshctl bin/meshdump sbin/meshd; do
       "$stage/$program" --version >/dev/null || die "$program does not start where it is installed"
     done
-    # The components make up the whole.
+    # The components together make up the whole.
     for component in runtime platform dev tools; do
       "$cmake" --install "$build" --prefix "$stage.parts" --component "$component"
     done
@@ -99,7 +99,7 @@ case $task in
     PKG_CONFIG_PATH=$(dirname "$(find "$stage" -name mesh_shared.pc)")
     export PKG_CONFIG_PATH
     make -C "$examples" OUT="$out" CXX="$cxx" CXXFLAGS=-O0
-    # Nobody told the programs where the library is.
+    # The programs were not told where the library is.
     LD_LIBRARY_PATH=$(dirname "$(find "$stage" -name libmesh_shared.so.0)")
     export LD_LIBRARY_PATH
     run_examples "$out"

@@ -64,7 +64,7 @@ struct Position final : JSONSerializable {
   }
 };
 
-/// Closes the array that it stands in.
+/// Closes the array that contains it.
 struct Traitor final : JSONSerializable {
   void serialize_impl(YAJLStream& stream, SerializationContext&) const override { stream.close_array(); }
 };
@@ -72,13 +72,13 @@ struct Traitor final : JSONSerializable {
 const MACAddress ADDRESS({0x00, 0x11, 0x22, 0xAA, 0xBB, 0xCC});
 const plc::NID NETWORK(plc::NID::Octets{0x01, 0x2A, 0x03, 0xF4, 0x05, 0x06, 0x0B});
 
-/// The values, each as it is written on its own.
+/// Each value as written on its own.
 template <class... Values>
 std::vector<std::string> written(const Values&... values) {
   return {json(values)...};
 }
 
-/// Why each of the values is refused behind a complete one.
+/// The reason why each value is refused after a complete one.
 template <class... Values>
 std::vector<std::string> refused(const Values&... values) {
   return {failure_behind_complete_value(values)...};
@@ -168,7 +168,7 @@ TEST(JsonStream, KeepsAFailingStreamsExceptionToItselfAndNeedsMemory) {
   out_of_memory = false;
 }
 
-/// What each wrapper says when its name or a brace of its is refused.
+/// The text of each wrapper when its name or one of its braces is refused.
 TEST(JsonWrapper, SaysWhichPieceWasRefused) {
   using Step = void (*)(YAJLStream&);
   const auto failure_of = [](Step prepare, Step wrap) {
@@ -217,7 +217,7 @@ TEST(JsonStrings, EscapeAndUnescape) {
     EXPECT_EQ(json_string_unescape(escaped), plain);
   }
   EXPECT_EQ(json_string_escape(std::string("a\0b", 3)), R"(a\0b)");
-  // What is never written:
+  // Sequences that are never written:
   const std::pair<const char*, const char*> foreign[] = {{R"(a\0b)", "ab"},
                                                          {R"(\u0041)", R"(\u0041)"},
                                                          {R"(\\u0041)", R"(\u0041)"},

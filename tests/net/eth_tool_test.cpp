@@ -20,7 +20,7 @@ namespace {
 
 using testing::ThrowsMessage;
 
-/// Answers ethtool requests as the kernel does: with as many elements as the driver has, whatever room there is.
+/// Answers ethtool requests like the kernel: with as many elements as the driver has, however much room there is.
 struct FakeDriver {
   std::uint32_t link = 7;
   std::uint64_t string_sets = 1ULL << ETH_SS_STATS;
@@ -29,7 +29,7 @@ struct FakeDriver {
   std::vector<std::uint64_t> values{0x1122334455667788, 5, 0x99AABBCCDDEEFF01};
   std::uint32_t failing = 0;  ///< a command
 
-  /// It uses this driver.
+  /// An EthTool that uses this driver.
   EthTool tool() {
     return {EthTool::InterfaceName("fifteen-letters"),
             [this](int socket, ifreq& request) { return answer(socket, request); }};
@@ -84,7 +84,7 @@ TEST(EthTool, FindsTheCountersByName) {
   driver.names[5] = "mac_rx_bytes_bad";
   EXPECT_FALSE(driver.tool().get_byte_counters().receive.is_set());
   EXPECT_TRUE(driver.tool().get_byte_counters().transmit.is_set());
-  // A driver without statistics refuses to tell them.
+  // A driver without statistics refuses to report them.
   driver.string_sets = 0;
   driver.failing = ETHTOOL_GSTATS;
   EXPECT_FALSE(driver.tool().get_byte_counters().transmit.is_set());
@@ -109,7 +109,7 @@ TEST(EthTool, SurvivesADriverThatChangesItsMind) {
     SCOPED_TRACE(testing::Message() << announced << ' ' << names << ' ' << values);
     EXPECT_EQ(tool.get_stringset().size(), known);
     EXPECT_EQ(tool.get_byte_counters().transmit.is_set(), told);
-    // More than there was ever room for.
+    // More than there was room for.
     driver.announced = 200000;
     driver.values.resize(200000);
     EXPECT_FALSE(tool.get_byte_counters().transmit.is_set());
@@ -141,7 +141,7 @@ TEST(EthTool, AsksTheKernelAndLeavesNothingOpen) {
   EXPECT_EQ(test::next_descriptor(), before);
   rlimit unlimited;
   ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &unlimited), 0);
-  const rlimit none{0, unlimited.rlim_max};  // also for sanitizers, so nothing else is checked meanwhile
+  const rlimit none{0, unlimited.rlim_max};  // also affects sanitizers, so nothing else is checked here
   ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
   std::string text;
   try {
@@ -153,12 +153,12 @@ TEST(EthTool, AsksTheKernelAndLeavesNothingOpen) {
   EXPECT_EQ(text, "Failed to create socket: Too many open files");
 }
 
-/// A monitor of a driver whose counters advance between the updates.
+/// A monitor of a driver whose counters increase between updates.
 class EthInterfaceMonitorOn : public testing::Test {
  protected:
   using MaxDataRate = EthInterfaceMonitor::MaxDataRate;
 
-  /// With three times as many octets received as sent.
+  /// Three times as many octets are received as sent.
   void update() {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
     driver_.values[0] += sends_;
@@ -201,7 +201,7 @@ TEST_F(EthInterfaceMonitorOn, ComparesRatesWithTheMaximum) {
   expect_unavailable();
   sends_ = 10000;
   for (const auto& none : {MaxDataRate(), MaxDataRate(BitsPerSecond(0), 1)}) {
-    monitor_.set_max_data_rate(none);  // though it is no later one
+    monitor_.set_max_data_rate(none);  // although it is not later
     EXPECT_EQ(monitor_.get_max_data_rate(), none);
     update();
     EXPECT_GT(sent(), 0U);
@@ -221,14 +221,14 @@ TEST_F(EthInterfaceMonitorOn, KeepsWhatItHasWhenTheDriverFailsAndForgetsItWhenTh
     EXPECT_EQ(monitor_.get_availabilities().first.time, time);
   }
   driver_.failing = 0;
-  for (const std::uint32_t link : {0U, 1U}) {  // what comes first after the gap has nothing to be compared with
+  for (const std::uint32_t link : {0U, 1U}) {  // the first reading after the gap has nothing to be compared with
     driver_.link = link;
     update();
     EXPECT_FALSE(monitor_.get_data_rates().first.is_set() || monitor_.get_data_rates().second.is_set());
     expect_unavailable();
   }
   update();
-  EXPECT_LE(received(), 15000000U);  // 30000 octets in 2 ms or more, no leap of the whole counter
+  EXPECT_LE(received(), 15000000U);  // 30000 octets in 2 ms or more, not a jump of the whole counter
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ TEST(RandomMACAddress, IsRandomBehindTheVendorPrefix) {
   }
   for (std::size_t octet = 0; octet < 3; ++octet) {
     EXPECT_EQ(seen[octet], std::set{VENDOR_OUI[octet]});
-    // Some 83 of 100 draws from 256 values are different; fewer than 50 do not happen.
+    // Of 100 draws from 256 values, about 83 are distinct; fewer than 50 practically never occur.
     EXPECT_GE(seen[octet + 3].size(), 50U);
   }
 }

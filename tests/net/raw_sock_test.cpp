@@ -26,7 +26,7 @@ namespace {
 bool bind_fails = false;
 }
 
-/// Stands in for the system's.
+/// Overrides the system's function.
 extern "C" __attribute__((visibility("default"))) int bind(int socket, const sockaddr* address,
                                                            socklen_t size) noexcept {
   static const auto next = reinterpret_cast<decltype(&::bind)>(::dlsym(RTLD_NEXT, "bind"));
@@ -48,7 +48,7 @@ const std::error_code SUCCESS(0, std::system_category());
 
 std::error_code generic(int error) { return {error, std::generic_category()}; }
 
-/// From the one end of the cable to all, with a payload that counts up from `first`.
+/// A broadcast from one end of the cable, with a payload that counts up from `first`.
 Octets make_frame(std::size_t size, unsigned char first, unsigned short ethertype = ETHERTYPE) {
   Octets frame = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x02, 0x51, 0x4C, 0xAB, 0xCD, 0xEF};
   frame.push_back(static_cast<unsigned char>(ethertype >> 8U));
@@ -64,7 +64,7 @@ bool becomes_readable(int fd, int timeout_ms = PATIENCE_MS) {
   return ::poll(&entry, 1, timeout_ms) == 1;
 }
 
-/// The next frame, empty when none comes.
+/// Returns the next frame; empty if none arrives.
 Octets receive(const FileDescriptor& socket) {
   Octets frame(2000);
   const ssize_t size = becomes_readable(socket.get()) ? ::read(socket.get(), frame.data(), frame.size()) : 0;
@@ -76,7 +76,7 @@ void send(const FileDescriptor& socket, const Octets& frame) {
   ASSERT_EQ(::write(socket.get(), frame.data(), frame.size()), static_cast<ssize_t>(frame.size()));
 }
 
-/// Takes all effective capabilities but these away from this process, or gives them back.
+/// Drops all effective capabilities of this process except these, or restores them.
 void set_capabilities(std::uint32_t kept) {
   __user_cap_header_struct head{_LINUX_CAPABILITY_VERSION_3, 0};
   __user_cap_data_struct sets[2];
@@ -87,7 +87,7 @@ void set_capabilities(std::uint32_t kept) {
 
 bool is_open(int fd) { return ::fcntl(fd, F_GETFD) != -1; }
 
-/// Keeps what a socket hands on.
+/// Stores what a socket passes on.
 struct Receiver {
   std::vector<unsigned int> lengths;
   Octets frame;  ///< the last one
@@ -148,7 +148,7 @@ TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
   }
 }
 
-/// One end of a veth pair, with a name as long as they get, that all tests of the process share, in a private network
+/// One end of a veth pair with a name of maximum length, shared by all tests of the process, in a private network
 /// namespace.
 class RawSockOnCable : public testing::Test {
  protected:
@@ -168,7 +168,7 @@ class RawSockOnCable : public testing::Test {
   RawSockOnCable() { evsock_init(); }
   ~RawSockOnCable() override { evsock_exit(); }
 
-  /// The next frame that the socket hands on.
+  /// Returns the next frame that the socket passes on.
   const Octets& taken_by(RawSock& sock) {
     EXPECT_TRUE(becomes_readable(sock.get_sock_fd()));
     sock.on_readable();
@@ -281,7 +281,7 @@ TEST_F(RawSockOnCable, SetsTheFlagsOfTheInterfaceAndHandsOnThatItWentDown) {
 }
 
 TEST_F(RawSockOnCable, TakesOnlyWhatItsFilterLetsPass) {
-  // The first octet behind the header must be 0x42.
+  // The first octet after the header must be 0x42.
   sock_filter code[] = {
       BPF_STMT(BPF_LD | BPF_B | BPF_ABS, 14),
       BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0x42, 0, 1),
@@ -296,7 +296,7 @@ TEST_F(RawSockOnCable, TakesOnlyWhatItsFilterLetsPass) {
   EXPECT_EQ(taken_by(*sock), make_frame(60, 0x42));
 
   const int fd = sock->get_sock_fd();
-  program.len = 1;  // ends without a verdict
+  program.len = 1;  // ends without a return instruction
   EXPECT_EQ(sock->apply_filter(&program), generic(EINVAL));
   EXPECT_FALSE(is_open(fd));
   EXPECT_EQ(sock->get_fd(), -1);
@@ -330,7 +330,7 @@ TEST_F(RawSockOnCable, IsCalledWhileItIsRegisteredAndKeepsItsDescriptorAfterward
   EXPECT_THAT(receiver_.lengths, ElementsAre(60, 61));
   EXPECT_THAT(writable, ElementsAre(sock.get()));
 
-  // By its own callback; what came after waits until it is registered again.
+  // Removed by its own callback; frames that arrive later wait until it is registered again.
   removes_itself = true;
   send(*far_, make_frame(62, 3));
   send(*far_, make_frame(63, 4));

@@ -1,4 +1,4 @@
-// The policy of packaging/dbus/org.qel.ipc.conf on top of the one that a system bus has.
+// The policy of packaging/dbus/org.qel.ipc.conf, added to that of a system bus.
 
 #include <gmock/gmock.h>
 #include <grp.h>
@@ -67,7 +67,7 @@ Bus connect() {
   return Bus(bus);
 }
 
-/// Whether the bus lets the call through; what is called may refuse it.
+/// Returns true if the bus lets the call through; the callee may still refuse it.
 bool may_call(sd_bus* bus, const char* destination, const char* interface, const char* member) {
   sd_bus_message *call = nullptr, *reply = nullptr;
   EXPECT_GE(sd_bus_message_new_method_call(bus, &call, destination, "/org/qel/ipc/root", interface, member), 0);
@@ -78,7 +78,7 @@ bool may_call(sd_bus* bus, const char* destination, const char* interface, const
   return result != -EACCES;
 }
 
-/// To everyone, and to each connection by its own name.
+/// Sends events to everyone, and to each connection by its own name.
 void forge_events(sd_bus* bus) {
   char** names = nullptr;
   ASSERT_GE(sd_bus_list_names(bus, &names, nullptr), 0);
@@ -148,7 +148,7 @@ TEST(BusPolicy, RootAndTheGroupMayAndStrangersAreAsBefore) {
   if (getuid() != 0 || system_bus.empty()) {
     GTEST_SKIP() << "needs root, to become others, and the configuration of a system bus";
   }
-  // As shipped, with a group that every machine has, and after a stranger whose own policy is too broad.
+  // As shipped, but with a group that every machine has, and after another service whose policy allows too much.
   std::string policy = policies_in(QEL_BUS_POLICY);
   const std::size_t group = policy.find("group=\"mesh\"");
   ASSERT_NE(group, std::string::npos);

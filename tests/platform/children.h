@@ -9,19 +9,19 @@
 
 #include <string>
 
-/// Runs a function in a child, which ends with the function's result, or with 1 when a test in it failed.
+/// Runs a function in a child, which exits with the function's result, or with 1 if a test in it failed.
 template <class Function>
 pid_t start_child(Function function) {
   const pid_t child = fork();
   if (child == 0) {
-    alarm(60);  // whatever happens to the parent
+    alarm(60);  // in case the parent does not stop it
     const int status = function();
     _exit(testing::Test::HasFailure() ? 1 : status);
   }
   return child;
 }
 
-/// Waits for a child's end: its exit status, or minus the signal that ended it.
+/// Waits until a child exits. Returns its exit status, or minus the signal that killed it.
 inline int end_of(pid_t child) {
   int status = 0;
   if (waitpid(child, &status, 0) != child) {

@@ -91,7 +91,7 @@ TEST_F(CTimer, RefusesWrongParametersAndHandlesThatAreStaleOrCopied) {
   EXPECT_EQ(ctimer_unsetup_internal(&copy, 2), CTIMER_ECHANGED);
   ASSERT_EQ(timer.stop(), 0);
   EXPECT_EQ(ctimer_unsetup_internal(&copy, 2), CTIMER_EDELETED);
-  ASSERT_EQ(timer.start(1, 1), 0);  // most likely in the same place
+  ASSERT_EQ(timer.start(1, 1), 0);  // most likely in the same slot
   EXPECT_NE(timer.handle, copy);
   EXPECT_EQ(ctimer_unsetup_internal(&copy, 2), CTIMER_EDELETED);
   EXPECT_EQ(ctimer_endtval_internal(&copy, 2, &end), CTIMER_EDELETED);

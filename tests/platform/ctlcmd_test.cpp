@@ -40,7 +40,7 @@ const ctlcmd_command kCommands[] = {
     {"QUIT", ctlcmd_quit, "leave"}, {"SLABSHOW", ctlcmd_slabshow, "totals"}, {"SLABDUMP", ctlcmd_slabdump, "all"},
     {"FAIL", fail, "throw"}};
 
-/// The result of a command line, a space and what it printed.
+/// Returns the result of a command line, a space and its output.
 std::string run(const char* line, const char* module = "mod") {
   std::string text;
   const int result = ctlcmd_docommand_to(

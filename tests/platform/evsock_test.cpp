@@ -17,7 +17,7 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Evsock = LoopTest;
 
-/// Two connected TCP sockets, which know priority data.
+/// Two connected TCP sockets, which support priority data.
 std::pair<int, int> tcp_pair() {
   sockaddr_in address = {};
   address.sin_family = AF_INET;
@@ -55,7 +55,7 @@ TEST_F(Evsock, OneTurnGoesThroughItsPhasesAndEachInTheOrderOfRegistration) {
   EXPECT_EQ(evsock_select_with_msecs(1000), 7);
   EXPECT_THAT(calls, ElementsAre("timer", "priority 1", "read 1", "read 2", "write 1", "write 2", "hangup 1"));
 
-  // What lasts is reported again only for reading, and as long as it lasts.
+  // A lasting state is reported again only for reading.
   calls.clear();
   evsock_select_with_msecs(1000);
   EXPECT_THAT(calls, ElementsAre("read 1", "read 2"));
@@ -78,7 +78,7 @@ TEST_F(Evsock, RemovedWatchesAreNotCalledAnyMore) {
     calls.push_back("remover");
     watches[0].remove();
     watches[1].remove();
-    newcomer.add(pairs[1][0]);  // ready, but not seen by this turn's wait
+    newcomer.add(pairs[1][0]);  // ready, but not when this turn waited
   };
   for (int i = 0; i < 4; ++i) {
     watches[i].add(pairs[i][0]);
@@ -106,7 +106,7 @@ TEST_F(Evsock, TheWriteHandlerIsCalledOnceAndThenOnlyWhenThereIsAReason) {
   evsock_want_write(watch.handle);
   EXPECT_EQ(writes_after_turns(), 2);
 
-  // A finished write is no reason; an unfinished one is, once there is room again.
+  // A complete write does not cause a call; an incomplete one does, once there is room again.
   EXPECT_EQ(evsock_bwrite(watch.handle, "abc", 3), 3);
   EXPECT_EQ(writes_after_turns(), 2);
   std::string much(1 << 20, 'm');

@@ -41,7 +41,7 @@ bool PrivateBus::start() {
   daemon_ = fork();
   if (daemon_ == 0) {
     close(address[0]);
-    dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);  // it remarks on each message that it rejects
+    dup2(open("/dev/null", O_WRONLY), STDERR_FILENO);  // it comments on each message that it rejects
     const std::string config = "--config-file=" + folder_ + "/bus.conf";
     const std::string print = "--print-address=" + std::to_string(address[1]);
     execlp("dbus-daemon", "dbus-daemon", "--nofork", "--nosyslog", config.c_str(), print.c_str(), nullptr);
@@ -49,7 +49,7 @@ bool PrivateBus::start() {
   }
   close(address[1]);
   char first;
-  const bool listens = read(address[0], &first, 1) == 1;  // it prints its address when it listens
+  const bool listens = read(address[0], &first, 1) == 1;  // it prints its address once it listens
   close(address[0]);
   return listens;
 }

@@ -1,12 +1,12 @@
 #pragma once
 
-// A message bus of the test's own.
+// A private message bus for a test.
 
 #include <signal.h>
 
 #include <string>
 
-/// A dbus-daemon in a folder of its own, which QELIPC_BUS_ADDRESS names. Ends with the object.
+/// A dbus-daemon in a folder of its own, whose address is in QELIPC_BUS_ADDRESS. Stops with the object.
 class PrivateBus {
  public:
   /// `policies` are elements of the daemon's configuration.
@@ -15,10 +15,10 @@ class PrivateBus {
   PrivateBus& operator=(const PrivateBus&) = delete;
   ~PrivateBus();
 
-  /// Starts the daemon, at the same address each time, and waits until it listens. False when it does not start.
+  /// Starts the daemon, at the same address each time, and waits until it listens. Returns false if it does not start.
   bool start();
   void stop();
-  /// Has a socket of the test listen at the daemon's address instead, which nobody serves.
+  /// Instead of the daemon, makes a socket of the test listen at its address and never answer.
   int be_silent();
   /// Sends the daemon a signal.
   void signal(int number) { kill(daemon_, number); }

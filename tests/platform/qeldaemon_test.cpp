@@ -19,7 +19,7 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::StartsWith;
 
-/// A datagram socket with a path, as a service manager and a system log have.
+/// A datagram socket with a path, like that of a service manager or a system log.
 class DatagramServer {
  public:
   explicit DatagramServer(const std::string& name) : path_("/tmp/" + unique_name(name)) {
@@ -37,7 +37,7 @@ class DatagramServer {
   }
 
   const char* path() const { return path_.c_str(); }
-  /// The next datagram; empty when none comes.
+  /// Returns the next datagram; empty if none arrives.
   std::string receive() {
     char text[4096];
     const ssize_t count = recv(fd_, text, sizeof text, 0);
@@ -162,8 +162,7 @@ TEST(DaemonStart, LifeIsReportedTwiceInTheInterval) {
               setenv("NOTIFY_SOCKET", manager.path(), 1);
               setenv("WATCHDOG_USEC", "200000", 1);
               evsock_init();
-              // Timers fire by the time of their expiry, however late the turn is: the report after 100 ms lies
-              // between.
+              // Timers fire in order of expiry, however late the turn is: the keep-alive after 100 ms comes in between.
               Timer early{[&] { EXPECT_FALSE(manager.has_one()); }};
               bool reported = false;
               Timer late{[&] { reported = manager.has_one(); }};
@@ -205,7 +204,7 @@ TEST(SystemLog, ADaemonLogsWithoutWaitingForTheLog) {
       infomsg("flood");
     }
     say(reports[1], qellog_lost() > 0 ? 'L' : 'F');
-    next_octet(reports[1]);  // until it was drained
+    next_octet(reports[1]);  // waits until it was drained
     infomsg("after");
     return 0;
   });
@@ -215,7 +214,7 @@ TEST(SystemLog, ADaemonLogsWithoutWaitingForTheLog) {
               MatchesRegex("<30>[A-Z][a-z][a-z] [ 0-9][0-9] [0-9:]* test_platform.[0-9]+.: LOG: net: up"));
   EXPECT_THAT(log.receive(), testing::EndsWith(": and more"));
   EXPECT_THAT(log.receive(), StartsWith("<27>"));
-  // No more is in the socket than the kernel queues, and the daemon waits for this.
+  // The socket holds no more than the kernel queues, and the daemon waits for this.
   say(reports[0], 'd');
   std::string last = "flood";
   while (last.find("flood") != std::string::npos) {

@@ -29,7 +29,7 @@ struct Free {
 using Endpoint = std::unique_ptr<qelipc, Free>;
 using Client = std::unique_ptr<qelipc_client, Free>;
 
-/// What came in, as "name|octets".
+/// What was received, as "name|octets".
 struct Inbox {
   std::vector<std::string> got;
 
@@ -61,7 +61,7 @@ class Ipc : public LoopTest {
     LoopTest::TearDown();
   }
   int tell_bob(const std::string& text) { return send(alice_, "Bob's box_2", text); }
-  /// A round trip after a subscription makes sure that the bus knows it.
+  /// A round trip after a subscription ensures that the bus knows it.
   static void settle(const Endpoint& subscriber) { EXPECT_EQ(send(subscriber, "nobody", ""), -ENXIO); }
 
   PrivateBus bus_{PrivateBus::kAllowAll +
@@ -157,7 +157,7 @@ TEST_F(Ipc, AFloodLeavesRoomForTheRestOfTheLoop) {
     ASSERT_EQ(tell_bob("x"), 0);
   }
   settle(alice_);
-  settle(bob_);  // all of them have come
+  settle(bob_);  // all of them have arrived
   evsock_select_with_msecs(0);
   EXPECT_LE(inbox_.got.size(), 64u);
   EXPECT_TRUE(inbox_.wait_for(count));
@@ -261,7 +261,7 @@ TEST(IpcAlone, WaitsForABusThatDoesNotAnswerNoLongerThanPromised) {
     for (int count = 0; count < 2; ++count) {
       pollfd connecting{listener, POLLIN, 0};
       ASSERT_EQ(poll(&connecting, 1, 20000), 1);
-      const int connection = accept(listener, nullptr, nullptr);  // kept until the test ends
+      const int connection = accept(listener, nullptr, nullptr);  // kept open until the test ends
       const std::string welcome = "DATA\r\nOK 00112233445566778899aabbccddeeff\r\nAGREE_UNIX_FD\r\n";
       ASSERT_TRUE(!authenticates || write(connection, welcome.data(), welcome.size()) > 0);
     }
@@ -282,7 +282,7 @@ TEST_F(Ipc, GivesASilentBusUpForOneThatAnswers) {
   close(listener);
 }
 
-/// What a tool gets for a command: the result, a space and the answer; the error alone when there is no answer.
+/// What a tool receives for a command: the result, a space and the answer; only the error if there is no answer.
 std::string ask(const Client& client, std::vector<const char*> words, const char* endpoint = "alice") {
   int result = 0;
   char* answer = nullptr;
@@ -304,7 +304,7 @@ int use_shell() {
   EXPECT_EQ(ask(client, {"help"}, "nobody"), std::to_string(-ENXIO));
   EXPECT_EQ(ask(client, {"help", "bad \xff"}), std::to_string(-EINVAL));
   EXPECT_EQ(ask(client, {"test", "say", "1", "big world", "a\"b", "", "\\"}), "0 [big world][a\"b][][\\]");
-  const std::string longest(QELIPC_COMMAND_MAX - 12, 'x');  // with the words before it and the NULs
+  const std::string longest(QELIPC_COMMAND_MAX - 12, 'x');  // including the words before it and the NULs
   EXPECT_EQ(ask(client, {"test", "say", "1", longest.c_str()}), "0 [" + longest + "]");
   EXPECT_EQ(ask(client, {"test", "say", "1", (longest + "x").c_str()}), std::to_string(-EMSGSIZE));
   std::string euros, whole = "0 ";
@@ -376,7 +376,7 @@ TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
   LongAnswers answers;
   std::string text;
   while (text.size() < 3 * LongAnswers::kPiece) {
-    text += "\xe2\x82\xac";  // 64 KiB are no multiple of three
+    text += "\xe2\x82\xac";  // 64 KiB is not a multiple of three
   }
   LongAnswers::Piece piece = answers.begin(text, "a", 100);
   EXPECT_EQ(answers.go_on(piece.more, "b", 100), std::nullopt);
@@ -393,7 +393,8 @@ TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
   const std::string half(LongAnswers::kKept / 2, 'x');
   const auto first = answers.begin(half, "a", 0), second = answers.begin(half, "a", 1);
   EXPECT_NE(answers.go_on(first.more, "a", 2), std::nullopt);
-  const auto third = answers.begin(half, "a", 3);  // no room for three: the second one waited longest
+  const auto third = answers.begin(half, "a", 3);  // no room for three, so the least recently used, the second, is
+                                                   // dropped
   EXPECT_EQ(answers.go_on(second.more, "a", 3), std::nullopt);
   EXPECT_EQ(answers.next_overdue(), 2 + LongAnswers::kPatienceUs);
   answers.drop_overdue(2 + LongAnswers::kPatienceUs);

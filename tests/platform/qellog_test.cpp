@@ -11,7 +11,7 @@
 
 namespace {
 
-/// Standard error replaced by one end of a pair for the time of a test.
+/// Replaces standard error with one end of a pair during a test.
 class StandardErrorInto {
  public:
   explicit StandardErrorInto(int fd) : saved_(dup(STDERR_FILENO)) { dup2(fd, STDERR_FILENO); }
@@ -68,7 +68,7 @@ TEST(Messages, AStuckReaderDelaysNothingAndTheLossIsCountedAndSaid) {
     const unsigned long lost_before = qellog_lost();
     const std::string line(200, '.');
     for (int i = 0; i < 20000; ++i) {
-      infomsg("%d %s", i, line.c_str());  // would hang the test
+      infomsg("%d %s", i, line.c_str());  // would hang the test if it blocked
     }
     const unsigned long lost = qellog_lost() - lost_before;
     ASSERT_GT(lost, 0u);
@@ -79,7 +79,7 @@ TEST(Messages, AStuckReaderDelaysNothingAndTheLossIsCountedAndSaid) {
     const std::string afterwards = take(pair[0]);
     EXPECT_THAT(afterwards, testing::EndsWith(" message lines lost\nalive\nagain\n"));
 
-    // Now and then a short report fits where no line does; the reports add up to the loss.
+    // Sometimes a short report fits where no line does; the reports add up to the loss.
     std::istringstream lines(got + afterwards);
     unsigned long reported = 0;
     unsigned long shown = 0;

@@ -59,7 +59,7 @@ TEST(ShringbufTest, LinesComeOutAsTheyWentIn) {
   }
   EXPECT_EQ(read_all(reader), lines);
 
-  // Too long for the ring, and too long for the reader's memory.
+  // Too long for the ring, and too long for the reader's buffer.
   ASSERT_EQ(shringbuf_add(ring.get(), "%s", std::string(100000, 'x').c_str()), 0);
   ASSERT_EQ(shringbuf_read(reader.get(), text, 10, nullptr, nullptr), 1);
   EXPECT_STREQ(text, "xxxxxxxxx");
@@ -79,7 +79,7 @@ TEST(ShringbufTest, TheOldestLinesMakeRoomAndAreCounted) {
   ASSERT_EQ(shringbuf_read(reader.get(), text, sizeof text, nullptr, &lost), 1);
   EXPECT_EQ(lost, 45u);
   const auto lines = read_all(attach(name));
-  ASSERT_EQ(lines.size(), 5u);  // the part of the sixth that is left is worth nothing
+  ASSERT_EQ(lines.size(), 5u);  // the remaining part of the sixth is useless
   EXPECT_EQ(lines.front(), "15" + tail);
 }
 
@@ -115,7 +115,7 @@ TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
       } else if (finished) {
         return parts == parts_written && last == total - 1 ? 0 : 4;
       } else {
-        finished = shringbuf_writer_alive(reader.get()) == 0;  // and then look once more
+        finished = shringbuf_writer_alive(reader.get()) == 0;  // then check once more
       }
     }
   });
@@ -123,7 +123,7 @@ TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
   for (unsigned i = 0; i < total; ++i) {
     shringbuf_add(ring.get(), "%s", line_of(i).c_str());
   }
-  // The child has a copy of the writer's descriptor, so that only the mark tells it the end.
+  // The child has a copy of the writer's descriptor, so only the mark shows it the end.
   ring.reset();
   EXPECT_EQ(end_of(child), 0);
 }
@@ -148,7 +148,7 @@ TEST(ShringbufTest, ReadableAfterTheWriterWasKilled) {
   EXPECT_EQ(shringbuf_writer_alive(reader.get()), 0);
   EXPECT_THAT(read_all(reader), ElementsAre("line 0", "line 1"));
 
-  // A new writer takes the name; a second one leaves it alone, and who read the old ring still has that.
+  // A new writer takes the name; a second one leaves it alone, and a reader of the old ring still has that.
   {
     const Ring ring(shringbuf_init(name.c_str(), 4096));
     shringbuf_add(ring.get(), "new");
@@ -179,7 +179,7 @@ TEST(ShringbufTest, RefusesWhatIsNoRing) {
     ASSERT_EQ(ftruncate(fd, size), 0);
     EXPECT_EQ(shringbuf_attach(object.name.c_str()), nullptr);
     EXPECT_EQ(errno, EPROTO);
-    // Headers that promise more slots than there are, or than a ring may have.
+    // Headers that claim more slots than there are, or than a ring may have.
     for (const std::uint32_t slots : {1u << 20, 1u << 31, 3u, 0u}) {
       const std::uint32_t header[] = {0x524c4551, 1, 256, slots, 5};
       ASSERT_EQ(pwrite(fd, header, sizeof header, 0), static_cast<ssize_t>(sizeof header));
@@ -209,7 +209,7 @@ TEST(ShringbufTest, WhateverBecomesOfTheMemoryReadingEndsSoon) {
     for (off_t slot = 64; sequence != 0 && slot < size; slot += 256) {
       ASSERT_EQ(pwrite(fd, &sequence, sizeof sequence, slot), static_cast<ssize_t>(sizeof sequence));
     }
-    // A copy of the ring is cut, since the writer, too, maps it.
+    // A copy of the ring is truncated, because the writer also maps the ring.
     std::vector<char> copy(kSize);
     ASSERT_EQ(pread(fd, copy.data(), copy.size(), 0), kSize);
     close(fd);

@@ -1,6 +1,6 @@
 #pragma once
 
-// Turning the loop in tests, and timers, watches and pairs of descriptors to turn it with.
+// Helpers for running turns of the loop in tests: timers, watches and pairs of descriptors.
 
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -18,10 +18,10 @@
 #include "platform/include/ctimer.h"
 #include "platform/include/qelevsock.h"
 
-/// Longer than anything takes on a loaded machine; what a test waits for comes long before.
+/// Longer than anything takes on a loaded machine; tests normally wait much less.
 constexpr std::chrono::seconds kBound{20};
 
-/// Turns the loop until the condition holds; false when it never does.
+/// Runs turns until the condition is true. Returns false if it never is.
 template <class Condition>
 bool turn_until(Condition condition) {
   const auto end = std::chrono::steady_clock::now() + kBound;
@@ -34,7 +34,7 @@ bool turn_until(Condition condition) {
   return true;
 }
 
-/// A test with a loop, and a list of what was called.
+/// A test with a loop and a list of the calls made.
 class LoopTest : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(evsock_init(), 0); }
@@ -82,7 +82,7 @@ class Pair {
   int fds_[2] = {-1, -1};
 };
 
-/// The next octet; NUL when none comes.
+/// Returns the next octet; NUL if none arrives.
 inline char next_octet(int fd) {
   char octet = 0;
   return read(fd, &octet, 1) == 1 ? octet : '\0';
@@ -90,7 +90,7 @@ inline char next_octet(int fd) {
 
 inline void say(int fd, char octet) { ASSERT_EQ(write(fd, &octet, 1), 1); }
 
-/// A timer with a function to call; stopped with its end.
+/// A timer with a function to call; stopped when destroyed.
 struct Timer {
   std::function<void()> action;
   ctimerhandle handle = nullptr;
@@ -108,7 +108,7 @@ struct Timer {
   }
 };
 
-/// A watch with functions for handlers; removed with its end.
+/// A watch with functions as handlers; removed when destroyed.
 struct Watch {
   std::function<void()> readable = {};
   std::function<void()> writable = {};

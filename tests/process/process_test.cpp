@@ -29,7 +29,7 @@ TEST_F(Process, SignalsComeInATurnAndTheMaskIsAsBefore) {
     SignalWatch watch({SIGUSR1, SIGUSR2}, [&](int signal) { got.push_back(signal); });
     raise(SIGUSR1);  // would end the process
     for (const int signal : {SIGUSR1, SIGUSR2}) {
-      watch.add_to_evsock();  // also again
+      watch.add_to_evsock();  // registering again is allowed
       raise(signal);
       EXPECT_TRUE(turn_until([&] { return !got.empty(); }));
       EXPECT_THAT(std::exchange(got, {}), ElementsAre(signal));
@@ -61,7 +61,8 @@ TEST_F(Process, ChildrenEndInATurn) {
   kill(sleeper, SIGTERM);
   EXPECT_EQ(WTERMSIG(next_end()), SIGTERM);
 
-  // Ended before they are added, and the signal taken: both are told, also when the first handler throws.
+  // Two children that exit before they are added, with the signal already received: both are reported, even if the
+  // first handler throws.
   const pid_t early[] = {start_child([] { return 1; }), start_child([] { return 2; })};
   for (const pid_t child : early) {
     siginfo_t info;

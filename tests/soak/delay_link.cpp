@@ -1,5 +1,5 @@
-/// A slow link: a frame of 1905.1 that comes on either interface leaves on the other some milliseconds later. The
-/// kernel has such a thing (netem), but not on every machine.
+/// A slow link: a 1905.1 frame that arrives on either interface is sent on the other some milliseconds later. The
+/// kernel can do this (netem), but not on every machine.
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -17,7 +17,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t MOST_HELD = 20'000;  ///< frames; more are lost
+constexpr std::size_t MOST_HELD = 20'000;  ///< frames; further ones are lost
 
 struct Held {
   Clock::time_point due;

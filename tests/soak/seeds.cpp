@@ -23,9 +23,9 @@ using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all o
 
 constexpr std::size_t FLAGS = meshd::ETHER_HEADER_SIZE + 7;
 constexpr std::uint8_t LAST_FRAGMENT = 0x80;
-constexpr std::size_t LONGEST = 1514;  // of a link with the usual MTU
+constexpr std::size_t LONGEST = 1514;  // on a link with the usual MTU
 
-/// Files of the corpus that a node must reject: they break off or hold a TLV without a class.
+/// Files of the corpus that a node must reject: they are cut off or contain a TLV without a class.
 constexpr std::string_view DAMAGED[] = {"multiap-frame-10",   "multiap-frame-15",  "multiap-frame-34",
                                         "multiap-frame-71",   "multiap-frame-90",  "two-nodes-frame-9",
                                         "two-nodes-frame-16", "two-nodes-frame-21"};
@@ -38,7 +38,7 @@ Octets read_file(const std::filesystem::path& path) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The frames of a capture in the little-endian form of pcap-savefile(5).
+/// Reads the frames of a capture in the little-endian form of pcap-savefile(5).
 std::vector<Octets> frames_of_capture(const std::filesystem::path& path) {
   constexpr std::size_t FILE_HEADER = 24;
   constexpr std::size_t RECORD_HEADER = 16;
@@ -57,12 +57,13 @@ std::vector<Octets> frames_of_capture(const std::filesystem::path& path) {
   return frames;
 }
 
-/// Adds one unless it is longer than a link takes. Says what is wrong with it, nothing of those left out.
+/// Adds a frame unless it is longer than a link takes. Returns the reason why it is invalid; nothing if it was left out
+/// for its length.
 std::string add(Seeds& seeds, Octets frame) {
   if (frame.size() <= FLAGS || frame.size() > LONGEST) {
     return {};
   }
-  frame[FLAGS - 1] = 0;  // the number of the fragment
+  frame[FLAGS - 1] = 0;  // the fragment number
   frame[FLAGS] |= LAST_FRAGMENT;
   meshd::Codec codec;
   const std::optional<meshd::Frame> parsed = codec.parse(frame);
@@ -86,7 +87,7 @@ std::string add(Seeds& seeds, Octets frame) {
   }
 }
 
-/// All numbers of types that have a class must be among those seen.
+/// Requires that all types that have a class are among those seen.
 template <class Type, class Create>
 void require_all(const std::set<unsigned int>& seen, Create create) {
   for (unsigned int number = 0; number <= 0xFF; ++number) {
@@ -129,7 +130,7 @@ Seeds read_seeds(const std::string& test_data, const Octets& source) {
   for (const char* capture : {"two-nodes-1905.pcap", "gateway-and-repeater-multiap.pcap"}) {
     for (Octets& frame : frames_of_capture(folder / "captures" / capture)) {
       if (frame.size() > FLAGS) {
-        std::copy(group.begin(), group.end(), frame.begin());  // the device that it was for is not here
+        std::copy(group.begin(), group.end(), frame.begin());  // its original destination is not here
         add(seeds, std::move(frame));
       }
     }

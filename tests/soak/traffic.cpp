@@ -1,14 +1,14 @@
 /// Loads one interface with 1905.1 frames. Modes:
 ///
-///   whole   well-formed frames of every kind, as fast as they go
-///   mixed   those and damaged ones (truncated, mutated, random), as fast as they go
-///   paced   the same mixture as fast as it goes without loss: after some frames it waits until the daemon at the other
-///           end of the link, whose process and AL MAC are given, has read them. Also tells how many of them that
-///           daemon should reject, and how many one behind it that gets what is relayed, by what an entity here makes
-///           of the frames.
+///   whole   well-formed frames of every kind, as fast as possible
+///   mixed   these and damaged ones (truncated, mutated, random), as fast as possible
+///   paced   the same mixture, as fast as possible without loss: after some frames it waits until the daemon at the
+///           other end of the link, given by process and AL MAC, has read them. Also predicts, with an entity of its
+///           own, how many of them that daemon should reject, and how many a daemon behind it that receives the
+///           relayed frames.
 ///
-/// Ends after some seconds or with SIGTERM. The identifiers of the messages begin behind the given one, which is the
-/// last one of the traffic before: no frame is a duplicate of one that the daemon remembers.
+/// Ends after some seconds or on SIGTERM. Message identifiers continue after the given one, the last of the previous
+/// traffic, so that no frame is a duplicate of one that the daemon remembers.
 #include <algorithm>
 #include <chrono>
 #include <csignal>
@@ -42,21 +42,21 @@ constexpr std::size_t IDENTIFIER = ETHER_HEADER_SIZE + 4;
 constexpr std::size_t FLAGS = ETHER_HEADER_SIZE + 7;
 constexpr std::uint8_t RELAY = 0x40;
 constexpr std::size_t LONGEST = 1514;
-constexpr int FRAMES_AT_ONCE = 40;  // a packet socket holds some 90 of the longest
-// At least, in paced traffic: else identifiers would come again while the daemon remembers them, and from one
-// originator there would be more to relay than it has room to remember.
+constexpr int FRAMES_AT_ONCE = 40;  // a packet socket holds about 90 of the longest
+// Minimum values in paced traffic: otherwise identifiers would repeat while the daemon remembers them, and one
+// originator would have more messages to relay than the daemon can remember.
 constexpr auto TIME_BETWEEN_FRAMES = std::chrono::microseconds(50);
 constexpr unsigned long long FRAMES_FOR_A_RELAYED_ONE = 300;
 constexpr auto PATIENCE = std::chrono::seconds(10);
 
 volatile std::sig_atomic_t is_ended = 0;
 
-/// The message types whose TLVs the daemon decodes: TLVs of every kind travel in messages of these, too.
+/// The message types whose TLVs the daemon decodes; TLVs of every kind are also sent in messages of these types.
 constexpr std::uint8_t DECODED_TYPES[] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06};
 
-/// Says what a daemon with this AL MAC and three interfaces, the load on the last, makes of frames. One behind it makes
-/// the same of those that are relayed: that a damaged frame names the AL MAC of either by chance is out of the
-/// question, as long as they are unlike all in the seeds.
+/// Predicts what a daemon with this AL MAC and three interfaces, loaded on the last, does with frames. A daemon behind
+/// it does the same with those that are relayed. A damaged frame cannot contain the AL MAC of either by chance, as long
+/// as these are unlike all in the seeds.
 class Oracle final : private meshd::Ports {
  public:
   explicit Oracle(const MACAddress& al_mac) : entity_(configure(al_mac), *this) {}
@@ -106,7 +106,7 @@ class Traffic {
     const bool is_paced = mode == "paced";
     const bool is_damaged = is_paced || mode == "mixed";
     if (is_paced) {
-      std::this_thread::sleep_for(meshd::DuplicateFilter::MEMORY);  // the traffic before is forgotten
+      std::this_thread::sleep_for(meshd::DuplicateFilter::MEMORY);  // until the previous traffic is forgotten
     }
     const auto begin = Clock::now();
     while (Clock::now() - begin < duration && is_ended == 0) {
@@ -142,7 +142,7 @@ class Traffic {
  private:
   std::uint8_t octet() { return static_cast<std::uint8_t>(random_()); }
 
-  /// The same identifier comes again after 65536 frames only: none is a duplicate.
+  /// An identifier repeats only after 65536 frames, so none is a duplicate.
   void stamp(Octets& frame) {
     if (frame.size() > IDENTIFIER + 1) {
       ++identifier_;
@@ -198,14 +198,14 @@ class Traffic {
     return frame;
   }
 
-  /// All from the offset on, of any length.
+  /// Replaces everything from the offset on, with any length.
   void make_random(Octets& frame, std::size_t begin) {
     frame.resize(begin + random_() % (LONGEST - begin));
     std::generate(frame.begin() + static_cast<std::ptrdiff_t>(begin), frame.end(), [this] { return octet(); });
   }
 
   void send(const Octets& frame) {
-    // A full queue is nothing to wait for.
+    // There is no need to wait when the queue is full.
     while (const std::error_code error = socket_.send_data(frame.data(), static_cast<unsigned int>(frame.size()))) {
       if (error != std::errc::no_buffer_space && error != std::errc::resource_unavailable_try_again) {
         throw std::system_error(error, "cannot send");
@@ -221,7 +221,7 @@ class Traffic {
     }
   }
 
-  /// Until nothing waits in the daemon's packet sockets, as the kernel shows them (proc_pid_net(5)).
+  /// Waits until the daemon's packet sockets are empty, as shown by the kernel (proc_pid_net(5)).
   void wait_until_read() const {
     for (const auto limit = Clock::now() + PATIENCE; Clock::now() < limit;) {
       std::ifstream file(sockets_);

@@ -1,16 +1,16 @@
-/// Measures the turns of an event loop from outside, as a library to be preloaded: a turn lasts from the end of one
-/// wait in epoll_wait() to the begin of the next. It counts what it used of a processor and what it was blocked in
-/// system calls. What others do is none of its doing, and not counted:
+/// Measures the turns of an event loop from outside, as a preloaded library. A turn lasts from the end of one wait in
+/// epoll_wait() to the beginning of the next. Counted are the processor time that it used and the time that it was
+/// blocked in system calls; delays caused by others are not counted:
 ///
-///   - A turn that never gave its processor up counts for the processor time of its thread. So it does not matter
-///     either what a hypervisor takes from this machine, if the kernel knows.
-///   - Any other counts for its time on the clock, less what it was ready to run and waited for a processor (proc(5),
-///     schedstat), and less what it was blocked in the calls by which sockets and interfaces are set up, asked and
-///     closed: there the kernel waits for whoever changes an interface anywhere on the machine, and for all processors
-///     to have seen the change.
+///   - A turn that never gave up its processor counts with the processor time of its thread. Time that a hypervisor
+///     takes from this machine is thus excluded, if the kernel knows it.
+///   - Any other turn counts with its elapsed time, less the time that it was ready to run and waited for a processor
+///     (proc(5), schedstat), and less the time that it was blocked in calls that set up, query and close sockets and
+///     interfaces: there the kernel waits for whoever changes an interface anywhere on the machine, and for all
+///     processors to have seen the change.
 ///
-/// The figures stand in the file named by SOAK_TURNS, as three 64-bit numbers in the machine's own order: how many
-/// turns there were, and in ns the longest one as counted, and the longest one on the clock. They outlive a SIGKILL.
+/// The results are in the file named by SOAK_TURNS, as three 64-bit numbers in the machine's byte order: the number of
+/// turns, and in ns the longest turn as counted and the longest elapsed time. They survive a SIGKILL.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/epoll.h>
@@ -38,7 +38,7 @@ struct Figures {
 
 using Wait = int (*)(int, epoll_event*, int, int);
 
-/// A turn shorter than this counts for its time on the clock: there is nothing to excuse.
+/// A shorter turn counts with its elapsed time, without corrections.
 constexpr std::uint64_t WORTH_A_LOOK_NS = 1'000'000;
 
 Figures* map_figures() {
@@ -61,7 +61,7 @@ std::uint64_t read_ns(clockid_t clock) {
   return static_cast<std::uint64_t>(time.tv_sec) * 1'000'000'000U + static_cast<std::uint64_t>(time.tv_nsec);
 }
 
-/// How long the process was ready to run and did not, since it began.
+/// How long the process has been ready to run without running, since it started.
 std::uint64_t waited_for_processor_ns() {
   static const int file = ::open("/proc/self/schedstat", O_RDONLY | O_CLOEXEC);
   char text[96] = {};
@@ -77,7 +77,7 @@ struct Moment {
   std::uint64_t clock;
   std::uint64_t processor;  ///< used by the thread
   std::uint64_t waiting;    ///< for a processor
-  long given_up;            ///< how many times the thread gave its processor up, to wait for something else
+  long given_up;            ///< how many times the thread gave up its processor to wait
 
   static Moment now() {
     rusage usage{};
@@ -162,7 +162,7 @@ int setsockopt(int socket, int level, int option, const void* value, socklen_t s
 int epoll_wait(int epoll, epoll_event* events, int room, int timeout) {
   static const auto wait = reinterpret_cast<Wait>(::dlsym(RTLD_NEXT, "epoll_wait"));
   static Figures* const figures = map_figures();
-  static int loop = -1;  // the descriptor of the loop itself; there are others that are only looked at
+  static int loop = -1;  // the descriptor of the loop itself; others are only checked
   static Moment begin{};
   if (loop < 0 && timeout != 0) {
     loop = epoll;

@@ -1,7 +1,7 @@
 #pragma once
 
-// What user-mode qemu does not hand on to the kernel, version 7.2 at least. A test that needs it is skipped with the
-// reason.
+// What user-mode qemu, up to at least version 7.2, does not pass on to the kernel. Tests that need it are skipped with
+// the reason.
 
 namespace qel::test {
 

@@ -18,7 +18,7 @@ std::string spelling() {
   return __PRETTY_FUNCTION__;
 }
 
-/// The enumerators of the 256 values from FIRST on as the compiler spells them, empty where there is none.
+/// Returns the enumerators of the 256 values from FIRST on as the compiler spells them; empty for values without one.
 template <class E, std::uint32_t FIRST = 0>
 std::vector<std::string> enumerators() {
   std::string text = []<std::uint32_t... I>(std::integer_sequence<std::uint32_t, I...>) {
@@ -35,9 +35,9 @@ std::vector<std::string> enumerators() {
   return names;
 }
 
-/// Checks for every value of an enumeration its enumerator, its text and whether it is valid, where there are such.
-/// The rows of the table are CODE ENUMERATOR, or CODE ENUMERATOR=TEXT where the text is another one, with `~` for a
-/// blank. All other values have the text `unknown`, where `#` stands for the decimal number.
+/// Checks the enumerator, text and validity of every value of an enumeration, where they exist. The rows of the table
+/// are CODE ENUMERATOR, or CODE ENUMERATOR=TEXT if the text differs, with `~` for a blank. All other values have the
+/// text `unknown`, in which `#` stands for the decimal number.
 template <class E>
 void check_enum(const std::string& table, const std::string& unknown = "#") {
   constexpr std::uint32_t MAX = std::numeric_limits<std::underlying_type_t<E>>::max();

@@ -7,8 +7,8 @@
 #include <typeinfo>
 #include <utility>
 
-/// The setter and the getter of a field of any class, by its name; or what adds to a list, and what gives the list.
-/// Only the preprocessor can put names together.
+/// The setter and getter of a field of any class, by name; or the functions that add to and return a list. Only the
+/// preprocessor can compose names.
 #define FIELD(NAME) FIELD_OF(set_##NAME, get_##NAME)
 #define FIELD_OF(SET, GET)                                                                             \
   std::pair([](auto& object, const auto& value) -> decltype(object.SET(value)) { object.SET(value); }, \
@@ -16,14 +16,14 @@
 
 namespace qel::test {
 
-/// The value as the getter gives it.
+/// Returns the value that the getter gives.
 template <class Field, class Value>
 decltype(auto) held(const auto& object, const Field& field, const Value& value) {
   using Held = std::remove_cvref_t<decltype(field.second(object))>;
   return static_cast<std::conditional_t<std::is_abstract_v<Held>, const Value&, Held>>(value);
 }
 
-/// The object after each setter was called with the value behind it, or with each element of it.
+/// Returns the object after calling each setter with the value that follows it, or with each of its elements.
 template <class T>
 T filled(T object) {
   return object;
@@ -40,9 +40,8 @@ T filled(T object, const Field& field, const Value& value, const More&... more) 
   return filled(std::move(object), more...);
 }
 
-/// The same, where the object does not have the values yet, and checked: every value is another than in the objects
-/// that `make_blank` makes, and in such an object a setter alone changes what its getter gives, to the value, and what
-/// no other getter gives.
+/// As above, and checks that every value differs from those in the objects that `make_blank` returns, and that in such
+/// an object each setter changes what its own getter returns, to the value, and nothing that another getter returns.
 template <class T, class... Arguments>
 T fields_from(const auto& make_blank, T object, const Arguments&... arguments) {
   const auto all = std::tie(arguments...);

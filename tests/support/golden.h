@@ -10,12 +10,12 @@
 
 namespace qel::test {
 
-/// One row of what a class must do: an object, its octets and its debug text, each written down by hand.
+/// The required behaviour of a class as one row: an object, its octets and its debug text, each written by hand.
 template <class T>
 struct Golden {
-  /// For the octets see octets(). `forgets` holds the offsets of octets that a decoder reads and forgets: they may be
-  /// anything, and encoding does not give them back. Changing any bit elsewhere must give a different object, or none;
-  /// `skips` holds the offsets where it depends on the bit.
+  /// For the octets, see octets(). `forgets` lists the offsets of octets that a decoder ignores: they may have any
+  /// value, and encoding does not restore it. Changing any other bit must give a different object, or none; `skips`
+  /// lists the offsets where this depends on the bit.
   template <class Object>
   Golden(Object the_object, const std::string& the_octets, std::string the_text, std::vector<std::size_t> forgets = {},
          std::vector<std::size_t> skips = {})
@@ -33,8 +33,8 @@ struct Golden {
 };
 
 struct Habits {
-  bool leaves_base_decimal = false;  ///< printing leaves the stream's base decimal, not as it was
-  bool appends = false;              ///< decoding adds to what the object holds already
+  bool leaves_base_decimal = false;  ///< printing leaves the stream set to decimal instead of restoring it
+  bool appends = false;              ///< decoding appends to what the object already holds
 };
 
 template <class T>
@@ -50,7 +50,7 @@ struct Decoded {
   std::unique_ptr<T> object;
 };
 
-/// Decodes from both kinds of streams, each into a fresh object that `blank` makes, and returns one of the two.
+/// Decodes from both kinds of stream, each into a fresh object made by `blank`, and returns one of the two.
 template <class Blank>
 auto decode(const Octets& octets, const Blank& blank) {
   using T = std::remove_reference_t<decltype(*blank())>;
@@ -74,7 +74,8 @@ void expect_unequal(const T& left, const T& right) {
   EXPECT_TRUE(left != right);
 }
 
-/// Both kinds of streams get the octets; one that breaks off makes it fail and holds the octets up to there.
+/// Checks that both kinds of stream receive the octets; a stream that fails midway must make encoding fail, and hold
+/// the octets up to that point.
 template <class T>
 void check_encoding(const Golden<T>& golden) {
   EXPECT_EQ(encode(*golden.object), (Written{hex(golden.octets), ""}));
@@ -87,7 +88,8 @@ void check_encoding(const Golden<T>& golden) {
   }
 }
 
-/// The octets give the object, be it fresh or used before, and not one octet more is taken; all beginnings fail.
+/// Checks that the octets decode to the object, into a fresh object and into a used one, that no further octet is read,
+/// and that all truncations fail.
 template <class T, class Blank>
 void check_decoding(const Golden<T>& golden, const Blank& blank, const Habits& habits) {
   Octets longer = golden.octets;
@@ -111,7 +113,7 @@ void check_decoding(const Golden<T>& golden, const Blank& blank, const Habits& h
   }
 }
 
-/// Every bit of the octets is either kept, told apart by the comparison and written back, or forgotten.
+/// Checks that every bit of the octets is either kept, compared and written back, or ignored.
 template <class T, class Blank>
 void check_each_bit(const Golden<T>& golden, const Blank& blank) {
   for (std::size_t bit = 0; bit < 8 * golden.octets.size(); ++bit) {
@@ -132,7 +134,8 @@ void check_each_bit(const Golden<T>& golden, const Blank& blank) {
   }
 }
 
-/// Records are ordered by their fields in wire order: one octet less makes a record less, whatever follows it.
+/// Checks that records are ordered by their fields in wire order: a smaller octet makes a record less, whatever follows
+/// it.
 template <class T, class Blank>
 void check_order(const Golden<T>& golden, const Blank& blank) {
   if constexpr (requires(const T& object) { object < object; }) {
@@ -150,7 +153,7 @@ void check_order(const Golden<T>& golden, const Blank& blank) {
   }
 }
 
-/// The text is the same whatever the stream's format, which is afterwards as it was.
+/// Checks that the text does not depend on the stream's format, which stays unchanged.
 template <class T>
 void check_text(const Golden<T>& golden, const Habits& habits) {
   EXPECT_EQ((std::ostringstream() << *golden.object).str(), golden.text);
@@ -165,7 +168,7 @@ void check_text(const Golden<T>& golden, const Habits& habits) {
   EXPECT_EQ(os.fill(), '*');
 }
 
-/// Checks all rows; `blank` makes from the octets the empty object that is to decode them.
+/// Checks all rows; `blank` makes the empty object that decodes given octets.
 template <class T, class Blank>
 void check_golden(const std::vector<Golden<T>>& rows, const Blank& blank, const Habits& habits = {}) {
   for (const Golden<T>& golden : rows) {
@@ -179,14 +182,14 @@ void check_golden(const std::vector<Golden<T>>& rows, const Blank& blank, const 
   }
 }
 
-/// The same for one object of a class that makes its own blanks.
+/// As above, for one object of a class that makes its own blanks.
 template <class T, class... More>
 void check_golden_of(T object, More&&... octets_text_and_so_on) {
   check_golden<T>({Golden<T>(std::move(object), std::forward<More>(octets_text_and_so_on)...)},
                   [](const Octets&) { return std::make_unique<T>(); });
 }
 
-/// Each object is less than all that follow, and than none before.
+/// Checks that each object is less than all that follow it, and not less than any before it.
 template <class T>
 void expect_ascending(const std::vector<const T*>& objects) {
   for (std::size_t i = 0; i < objects.size(); ++i) {

@@ -26,8 +26,8 @@ inline std::string hex(std::span<const std::uint8_t> octets) {
   return text;
 }
 
-/// Octets from pairs of hexadecimal digits, with blanks anywhere. `#` begins a comment that ends with its line; `OUI`
-/// stands for the vendor OUI that the library was configured with.
+/// Converts pairs of hexadecimal digits, with blanks anywhere, to octets. `#` begins a comment to the end of the line;
+/// `OUI` stands for the vendor OUI with which the library was configured.
 inline Octets octets(std::string_view text) {
   std::string digits;
   bool comment = false;
@@ -62,7 +62,7 @@ inline MACAddress mac(std::string_view digits) {
   return address;
 }
 
-/// The vendor OUI as debug texts show it.
+/// The vendor OUI as shown in debug texts.
 inline std::string oui_text() {
   char text[16];
   std::snprintf(text, sizeof(text), "0x%x 0x%x 0x%x ", VENDOR_OUI[0], VENDOR_OUI[1], VENDOR_OUI[2]);

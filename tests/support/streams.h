@@ -15,7 +15,7 @@ namespace qel::test {
 
 constexpr auto CUT_SHORT = std::ios_base::eofbit | std::ios_base::failbit;
 
-/// The text of the SerializationException that `action` throws; empty when it throws nothing.
+/// Returns the text of the SerializationException that `action` throws; empty if it throws nothing.
 template <class Action>
 std::string refusal(Action&& action) {
   try {
@@ -26,7 +26,7 @@ std::string refusal(Action&& action) {
   return {};
 }
 
-/// An output stream that takes so many octets and no more, as a full device does; once it is full, flushing fails too.
+/// An output stream that accepts a limited number of octets, like a full device; once it is full, flushing also fails.
 class LimitedOStream final : public std::ostream {
  public:
   explicit LimitedOStream(std::size_t room) : std::ostream(nullptr), buffer_(room) { rdbuf(&buffer_); }
@@ -50,7 +50,7 @@ class LimitedOStream final : public std::ostream {
   Buffer buffer_;
 };
 
-/// The octets that were written, in hexadecimal, and the text of the exception that ended it.
+/// The octets written, in hexadecimal, and the text of the exception, if any.
 struct Written {
   std::string octets;
   std::string refused;
@@ -60,7 +60,8 @@ inline std::ostream& operator<<(std::ostream& os, const Written& written) {
   return os << "'" << written.refused << "' " << written.octets;
 }
 
-/// Writes to a std::ostringstream and to a MemoryOStream, both of which hold `before` already and have to end alike.
+/// Writes to a std::ostringstream and to a MemoryOStream, which both already contain `before` and must give the same
+/// result.
 inline Written written(const std::function<void(std::ostream&)>& write, const std::string& before = "") {
   std::ostringstream standard;
   serialization::MemoryOStream memory;
@@ -72,7 +73,7 @@ inline Written written(const std::function<void(std::ostream&)>& write, const st
   return {hex(memory.octets()), refused};
 }
 
-/// How reading left a stream.
+/// The state in which reading left a stream.
 struct ReadOutcome {
   std::string refused;
   std::ios_base::iostate state;
@@ -83,7 +84,7 @@ inline std::ostream& operator<<(std::ostream& os, const ReadOutcome& outcome) {
   return os << "'" << outcome.refused << "' state " << outcome.state << " consumed " << outcome.consumed;
 }
 
-/// Reads the octets from a std::istringstream and from a MemoryIStream, which have to end alike.
+/// Reads the octets from a std::istringstream and from a MemoryIStream, which must give the same result.
 inline ReadOutcome read_all(const Octets& octets, const std::function<void(std::istream&)>& read) {
   const auto read_from = [&](std::istream&& is) {
     ReadOutcome outcome{refusal([&] { read(is); }), is.rdstate(), 0};

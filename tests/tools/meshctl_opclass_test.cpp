@@ -19,7 +19,7 @@ struct Outcome {
   std::string text;  ///< of both outputs
 };
 
-/// Without a message bus.
+/// Runs it without a message bus.
 Outcome opclass(const std::string& arguments) {
   const std::string command = "QELIPC_BUS_ADDRESS=unix:path=/nonexistent '" MESHCTL "' opclass " + arguments + " 2>&1";
   std::FILE* pipe = popen(command.c_str(), "r");

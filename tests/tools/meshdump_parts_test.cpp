@@ -149,7 +149,7 @@ TEST(Filter, UnderstandsNamesAndNumbers) {
   }
 }
 
-/// A TLV whose length is wrong though it decodes: its body is no TLV.
+/// A TLV whose length is wrong although it decodes: its body is not a TLV.
 TEST(Filter, FindsTlvsOfADecodedMessageInTheMessage) {
   const Octets discovery = octets("0000 0000 1001 0080  01 0000 1B0002000001  00 0000");
   const Cmdu cmdu{discovery, 1, {}};

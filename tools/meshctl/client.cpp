@@ -15,7 +15,7 @@ namespace {
 
 constexpr int ANSWER_TIMEOUT = 5000;  // milliseconds
 
-/// Throws for a negative errno.
+/// Throws if `result` is a negative errno.
 int check(int result, const std::string& what) {
   if (result < 0) {
     throw std::runtime_error(what + ": " + std::strerror(-result));

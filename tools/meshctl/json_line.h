@@ -9,7 +9,7 @@
 
 namespace meshctl {
 
-/// One object in one line.
+/// A JSON object on one line.
 class JsonLine {
  public:
   template <class Members>
@@ -24,13 +24,13 @@ class JsonLine {
     put(value);
   }
 
-  /// Null for nothing.
+  /// Writes null if there is no value.
   template <class T>
   void member(const char* key, const std::optional<T>& value) {
     value ? member(key, *value) : member(key, nullptr);
   }
 
-  /// An array of objects, `members` writing those of one element.
+  /// Writes an array of objects; `members` writes the members of one element.
   template <class List, class Members>
   void objects(const char* key, const List& list, Members members) {
     qel::serialization::wrap_in_yajl_array(stream_, key, [&] {

@@ -17,10 +17,10 @@ namespace meshctl {
 
 namespace {
 
-constexpr std::size_t LONGEST_LINE = 65536;  // no main loop's ring is larger
+constexpr std::size_t LONGEST_LINE = 65536;  // no main loop has a larger ring
 
-/// Whoever may make shared memory can make a ring of any name. Those who may have the name on the message bus are
-/// believed, and the caller himself.
+/// Anyone who can create shared memory can create a ring of any name. Trusted are the caller, and those who may own the
+/// name on the message bus.
 constexpr const char* TRUSTED_GROUP = "mesh";
 
 bool is_trusted(uid_t owner, gid_t group) {

@@ -11,21 +11,20 @@ namespace meshctl {
 
 struct LogLine {
   std::int64_t time;   ///< microseconds since 1970-01-01T00:00:00Z
-  std::uint32_t lost;  ///< how many parts of lines were overwritten before this one could be read
+  std::uint32_t lost;  ///< parts of lines that were overwritten before they could be read
   std::string text;
 };
 
-/// Reads a daemon's log ring, also one that a daemon left behind when it was killed.
+/// Reads a daemon's log ring, even if the daemon was killed.
 class LogReader {
  public:
-  /// Throws std::runtime_error when the daemon has no ring, it may not be read, or it is the ring of somebody who is
-  /// not to be believed.
+  /// Throws std::runtime_error if the daemon has no ring, it cannot be read, or its owner is not trusted.
   explicit LogReader(const std::string& daemon);
 
-  /// Nothing when there is none yet.
+  /// Returns nothing if there is no further line yet.
   std::optional<LogLine> next();
 
-  /// False when nothing more will come.
+  /// False if no more lines will come.
   bool is_written() const;
 
  private:
@@ -37,7 +36,7 @@ class LogReader {
   std::string buffer_;
 };
 
-/// As in 2026-11-21T04:15:00.123456Z.
+/// Formats as 2026-11-21T04:15:00.123456Z.
 std::string time_text(std::int64_t time);
 
 }  // namespace meshctl

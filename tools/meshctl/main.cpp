@@ -27,12 +27,12 @@ enum ExitStatus : int { SUCCESS = 0, FAILURE = 1, WRONG_USAGE = 2 };
 
 constexpr std::chrono::milliseconds LOG_POLL_INTERVAL{100};
 
-/// In one line, whatever arguments it quotes.
+/// Prints one line, whatever arguments the text quotes.
 void complain(const std::string& text) {
   std::fprintf(stderr, "meshctl: %s\n", tools::for_terminal_line(text).c_str());
 }
 
-/// At once: somebody may be waiting for it. Throws when nobody takes it.
+/// Flushes at once, because somebody may be waiting for the output. Throws if it cannot be written.
 void write(const std::string& text) {
   if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
     throw std::runtime_error(std::string("cannot write the output: ") + std::strerror(errno));
@@ -46,7 +46,7 @@ ExitStatus list() {
   return SUCCESS;
 }
 
-/// What a command answers that fails is no output to go on with.
+/// The answer of a failed command is not valid output.
 ExitStatus show(const Answer& answer, bool is_json = false) {
   if (answer.result == 0 || answer.result == CTLCMD_CLOSED) {
     write(is_json ? tools::json_for_terminal(answer.text) : tools::for_terminal(answer.text));
@@ -65,7 +65,7 @@ ExitStatus execute(const Options& options) { return show(Client().command(option
 ExitStatus shell(const Options& options) {
   Client client;
   const std::string name = choose(options, client);
-  client.command_line(name, "");  // throws when nobody is there to answer
+  client.command_line(name, "");  // throws if nobody answers
   const std::string prompt = isatty(STDIN_FILENO) != 0 ? tools::for_terminal_line(name) + "> " : "";
   for (std::string line; write(prompt), std::getline(std::cin, line);) {
     if (line.find_first_not_of(" \t") == std::string::npos) {
@@ -83,7 +83,7 @@ ExitStatus shell(const Options& options) {
 ExitStatus log(const Options& options) {
   LogReader reader(options.name.empty() ? Client().the_only_one() : options.name);
   for (;;) {
-    const bool is_written = reader.is_written();  // asked first: what was written before the end is still printed
+    const bool is_written = reader.is_written();  // read first, so that lines written before the end are still printed
     while (const std::optional<LogLine> line = reader.next()) {
       if (line->lost != 0) {
         complain(std::to_string(line->lost) + " parts of lines were overwritten before they could be read");
@@ -124,7 +124,7 @@ ExitStatus topology(const Options& options) {
   return show(client.command(choose(options, client), {"mesh", "TOPOLOGY", options.format}), options.format == "JSON");
 }
 
-/// Asks no daemon: what has no answer was wrong to ask.
+/// Needs no daemon. A query without an answer is a usage error.
 ExitStatus opclass(const Options& options) {
   try {
     write(answer(options.opclass));

@@ -24,7 +24,7 @@ using qel::kHz;
 using qel::MHz;
 using Lookup = qel::OperatingClassDeduction::OpclassLookup;
 
-/// "5857.5 MHz"; the tables know steps of 500 kHz.
+/// Formats as "5857.5 MHz"; the tables have steps of 500 kHz.
 std::string in_mhz(const kHz& frequency) {
   return std::to_string(frequency.value() / 1000) + (frequency.value() % 1000 != 0 ? ".5" : "") + " MHz";
 }
@@ -41,12 +41,12 @@ std::string names_of(const std::bitset<9>& capabilities) {
 
 kHz from_mhz(long frequency) { return qel::unit_cast<kHz>(MHz(frequency)); }
 
-/// As wide as a channel of the class is.
+/// The width of the channels of a class.
 ChannelWidth width_of(std::uint8_t opclass, const Lookup& lookup) {
   return qel::capability_bits_max_channel_width(lookup.get_channel_capabilities(opclass));
 }
 
-/// Where the center of a channel with this primary channel can be, of the first segment when it has two.
+/// The possible centres of a channel with this primary channel; of its first segment if it has two.
 std::set<kHz> centers_around(const kHz& primary, ChannelWidth width, const Lookup& lookup) {
   const ChannelWidth segment = width == ChannelWidth::WIDTH_80_80_MHZ ? ChannelWidth::WIDTH_80_MHZ : width;
   const long half = qel::unit_cast<kHz>(qel::channel_width_to_frequency(segment)).value() / 2;
@@ -58,7 +58,7 @@ std::set<kHz> centers_around(const kHz& primary, ChannelWidth width, const Looku
     for (const std::uint8_t channel : lookup.get_all_opclass_channels(opclass)) {
       const kHz own = lookup.get_channel_frequency(channel, opclass);
       const kHz center = lookup.get_segment_center_frequency(channel, opclass);
-      // The channels of a class are its primary ones, or the centers.
+      // The channels of a class are primary channels or centres.
       if (own == primary || (own == center && std::abs(primary.value() - center.value()) < half)) {
         centers.insert(center);
       }
@@ -118,13 +118,13 @@ std::string table(const OpclassQuery& query, const Lookup& lookup) {
   });
 }
 
-/// A class, and what a channel is in it.
+/// A class, and the channel in terms of it.
 struct ClassOfChannel {
   std::uint8_t opclass;
   std::string band;
   std::string width;
   std::optional<std::uint8_t> channel;  ///< its number
-  std::vector<std::uint8_t> channels;   ///< of the class
+  std::vector<std::uint8_t> channels;   ///< all channels of the class
 };
 
 ClassOfChannel class_of_channel(std::uint8_t opclass, const ChannelInfo& info, const Lookup& lookup) {
@@ -132,7 +132,7 @@ ClassOfChannel class_of_channel(std::uint8_t opclass, const ChannelInfo& info, c
   result.width = enum_to_string(width_of(opclass, lookup));
   const auto frequency = [&](std::uint8_t channel) { return lookup.get_channel_frequency(channel, opclass); };
   result.band = enum_to_string(qel::frequency_to_band(frequency(result.channels.front())));
-  // The channels of a class are its primary ones, or the centers.
+  // The channels of a class are primary channels or centres.
   std::vector<kHz> own{info.get_secondary_center_frequency()};
   if (!lookup.is_secondary_segment(opclass)) {
     own = {info.get_primary_frequency().get()};
@@ -196,7 +196,7 @@ std::string opclasses_of(const OpclassQuery& query, const Lookup& lookup) {
 std::optional<kHz> segment_center(const OpclassQuery& query, const Lookup& lookup) {
   try {
     return lookup.get_segment_center_frequency(query.channel, query.opclass);
-  } catch (const std::logic_error&) {  // the class is known: the channel lies in none of its segments
+  } catch (const std::logic_error&) {  // the class is known, so the channel is in none of its segments
     return std::nullopt;
   }
 }

@@ -17,14 +17,14 @@ struct OpclassQuery {
   // OF, in MHz:
   long frequency = 0;  ///< of the primary channel
   std::optional<qel::ChannelWidth> width;
-  std::optional<long> center;            ///< of the segment, the first one of 80+80 MHz; with the width only
+  std::optional<long> center;            ///< of the segment, or of the first one of 80+80 MHz; only with a width
   std::optional<long> secondary_center;  ///< 80+80 MHz only
   // FREQ:
   unsigned char opclass = 0;
   unsigned char channel = 0;
 };
 
-/// The answer, its last line ended. Throws std::logic_error for what has none.
+/// Returns the answer, including the final newline. Throws std::logic_error if there is none.
 std::string answer(const OpclassQuery& query);
 
 }  // namespace meshctl

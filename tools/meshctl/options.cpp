@@ -13,7 +13,7 @@ namespace meshctl {
 namespace {
 
 constexpr const char* DESCRIPTION = "Talks to the daemons on this machine's message bus.";
-constexpr const char* COMMANDS = "Commands";  // what the parser calls subcommands
+constexpr const char* COMMANDS = "Commands";  // the parser calls them subcommands
 constexpr const char* FOOTER = "Exit status: 0 for success, 1 for failure, 2 for wrong usage.";
 
 CLI::App* add_verb(CLI::App& app, Options& options, Verb verb, const std::string& name,
@@ -32,7 +32,7 @@ CLI::App* add_verb(CLI::App& app, Options& options, Verb verb, const std::string
 template <class Value>
 using Choices = std::vector<std::pair<std::string, Value>>;
 
-/// An option that is one of the names.
+/// Adds an option whose value is one of the names.
 template <class Target, class Value>
 CLI::Option* add_choice(CLI::App& app, const std::string& name, Target& target, const Choices<Value>& choices,
                         const std::string& description) {
@@ -44,7 +44,7 @@ CLI::Option* add_choice(CLI::App& app, const std::string& name, Target& target, 
       ->check(CLI::IsMember(choices).description(""));
 }
 
-/// Whole, and decimal: the parser would take a leading zero for octal.
+/// Integers in decimal; the parser would take a leading zero for octal.
 CLI::Validator number_from_to(long lowest, long highest) {
   const auto take = [=](std::string& text) -> std::string {
     long number = 0;
@@ -81,7 +81,7 @@ void add_opclass(CLI::App& app, Options& options) {
                                         {"80", ChannelWidth::WIDTH_80_MHZ},
                                         {"160", ChannelWidth::WIDTH_160_MHZ},
                                         {"80+80", ChannelWidth::WIDTH_80_80_MHZ}};
-  constexpr long HIGHEST = 100'000;  // MHz; no class is above
+  constexpr long HIGHEST = 100'000;  // MHz; no class has higher frequencies
   OpclassQuery& query = options.opclass;
   CLI::App* opclass = app.add_subcommand("opclass", "Look operating classes up; no daemon is asked")->group(COMMANDS);
   opclass->require_subcommand(1);
@@ -111,7 +111,7 @@ void add_opclass(CLI::App& app, Options& options) {
   add_number("CHANNEL", query.channel, "Number of the channel");
 }
 
-/// What the options cannot say each for itself.
+/// Checks conditions that involve several options.
 void check(const OpclassQuery& query) {
   const bool has_two_segments = query.width == qel::ChannelWidth::WIDTH_80_80_MHZ;
   if (has_two_segments && !query.secondary_center) {
@@ -122,8 +122,8 @@ void check(const OpclassQuery& query) {
   }
 }
 
-/// Where the words of a command begin in `exec NAME COMMAND ARGUMENT...`, all of which are the daemon's; 0 when this is
-/// something else. The parser knows options and lists in them.
+/// In `exec NAME COMMAND ARGUMENT...`, returns the index of the command's first word; this and all later words belong
+/// to the daemon. Returns 0 for anything else. The parser would treat them as options and lists.
 int find_words(int argc, const char* const* argv) {
   const auto is_option = [&](int place) { return place >= argc || argv[place][0] == '-'; };
   if (argc < 4 || std::string_view(argv[1]) != "exec" || is_option(2)) {
@@ -133,7 +133,7 @@ int find_words(int argc, const char* const* argv) {
   return first < argc && (first == 4 || !is_option(3)) ? first : 0;
 }
 
-/// What the parser says is true of its own notions; the user knows commands.
+/// Rephrases the parser's errors in terms of commands.
 std::string explain(const CLI::App& app, const CLI::ParseError& error) {
   const CLI::App* inner = &app;
   while (!inner->get_subcommands().empty()) {

@@ -17,13 +17,13 @@ enum class Verb { LIST, EXEC, SHELL, LOG, EVENTS, TOPOLOGY, OPCLASS };
 
 struct Options {
   Verb verb = Verb::LIST;
-  std::string name;                ///< of the daemon; empty for LIST and OPCLASS, and for the only one that runs
-  std::vector<std::string> words;  ///< EXEC: of the command, as they were given
-  bool follow = false;             ///< LOG: go on as lines come
+  std::string name;                ///< of the daemon; empty for LIST and OPCLASS, and to select the only one running
+  std::vector<std::string> words;  ///< EXEC: of the command, unchanged
+  bool follow = false;             ///< LOG: wait for further lines
   bool json = false;               ///< EVENTS
-  std::string format = "TEXT";     ///< TOPOLOGY: as the daemon knows it
+  std::string format = "TEXT";     ///< TOPOLOGY: the name of the format in the daemon
   OpclassQuery opclass;            ///< OPCLASS
-  std::string notice;              ///< the help or the version when it was asked for: nothing else is to be done
+  std::string notice;              ///< the help or the version if it was requested; nothing else is to be done
 };
 
 /// Throws UsageError.

@@ -13,7 +13,7 @@ namespace {
 
 constexpr unsigned char GZIP_MAGIC = 0x1F;  // first octet; no capture begins with it
 
-/// pcap_fopen_offline tells the octets that it found, which helps nobody who has a compressed file.
+/// pcap_fopen_offline reports the octets that it found, which does not help someone with a compressed file.
 void refuse_compressed(const std::string& path, std::FILE* file) {
   const int first = std::getc(file);
   if (first == GZIP_MAGIC) {
@@ -34,7 +34,7 @@ CaptureFile::CaptureFile(const std::string& path, const std::string& filter) : p
   if (capture_ == nullptr) {
     throw input_error(path, error.data());
   }
-  static_cast<void>(file.release());  // the capture closes it from now on
+  static_cast<void>(file.release());  // the capture now closes it
   try {
     link_type_ = link_type_of(capture_.get());
     if (!filter.empty()) {

@@ -12,10 +12,11 @@ namespace meshdump {
 /// Reads a pcap or pcapng capture.
 class CaptureFile {
  public:
-  /// Throws InputError for what is no such capture; "-" is standard input. An empty filter lets all frames through.
+  /// "-" is standard input. An empty filter passes all frames. Throws InputError if the file is not a supported
+  /// capture.
   CaptureFile(const std::string& path, const std::string& filter);
 
-  /// Nothing at the end. Throws InputError for a capture that ends within a frame or is damaged.
+  /// Returns nothing at the end. Throws InputError if the capture ends within a frame or is damaged.
   std::optional<CapturedFrame> next();
 
  private:

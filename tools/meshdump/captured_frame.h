@@ -10,14 +10,14 @@
 
 namespace meshdump {
 
-/// A frame as libpcap gives it.
+/// A frame from libpcap.
 struct CapturedFrame {
   std::chrono::microseconds time;        ///< since 1970-01-01T00:00:00Z
-  std::span<const std::uint8_t> octets;  ///< borrowed until the next frame is read
-  std::size_t missing;                   ///< octets at the frame's end that the capture left out
+  std::span<const std::uint8_t> octets;  ///< valid until the next frame is read
+  std::size_t missing;                   ///< octets at the end of the frame that were not captured
   LinkType link_type;
-  std::string_view origin;  ///< file or interface; borrowed from the capture
-  std::size_t number;       ///< in the file, or of all interfaces; the first is 1
+  std::string_view origin;  ///< file or interface; owned by the capture
+  std::size_t number;       ///< in the file, or over all interfaces; starts at 1
 };
 
 }  // namespace meshdump

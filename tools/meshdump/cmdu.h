@@ -11,22 +11,22 @@
 
 namespace meshdump {
 
-/// The frame that a CMDU came in.
+/// The frame that contained a CMDU.
 struct FrameInfo {
   qel::MACAddress source;
-  std::optional<qel::MACAddress> destination;  ///< empty where the capture does not tell
+  std::optional<qel::MACAddress> destination;  ///< empty if the capture does not record it
   CapturedFrame captured;
 };
 
-/// A CMDU as it came in, not yet decoded.
+/// A CMDU as received, not yet decoded.
 struct Cmdu {
   std::span<const std::uint8_t> octets;  ///< borrowed; padding of the frame may follow the message
-  std::size_t number;                    ///< of its frame in the capture or of its line in the file; the first is 1
-  std::optional<FrameInfo> frame;        ///< empty for a CMDU given in hexadecimal
-  bool reassembled = false;              ///< put together from fragments, of which `frame` tells the one that came last
+  std::size_t number;                    ///< of its frame in the capture or its line in the file; starts at 1
+  std::optional<FrameInfo> frame;        ///< empty for a CMDU read from hexadecimal
+  bool reassembled = false;              ///< made from fragments; `frame` is that of the last one to arrive
 };
 
-/// What the head says, also when it is cut off behind it; nothing when the octets end before it.
+/// The message type in the header, even if the CMDU is cut off after it; nothing if the octets end before it.
 inline std::optional<qel::ieee1905_1::MessageType> message_type(std::span<const std::uint8_t> cmdu) {
   constexpr std::size_t OFFSET = 2;
   return cmdu.size() < OFFSET + 2

@@ -6,7 +6,8 @@
 
 namespace meshdump {
 
-/// The debug text of a message or a TLV, octets from the air included. Borrowed from `stream` until its next use.
+/// The debug text of a message or a TLV, which may contain octets from the network. Valid until the next use of
+/// `stream`.
 template <class T>
 std::string_view debug_text(qel::serialization::MemoryOStream& stream, const T& value) {
   stream.reset();

@@ -16,8 +16,8 @@ namespace meshdump {
 
 /// A decoded message that was encoded again.
 struct Reencoding {
-  std::span<const std::uint8_t> octets;  ///< borrowed from the decoder until it decodes the next CMDU
-  std::optional<std::string> error;      ///< why the message cannot be encoded; `octets` mean nothing then
+  std::span<const std::uint8_t> octets;  ///< valid until the decoder decodes the next CMDU
+  std::optional<std::string> error;      ///< reason why the message cannot be encoded; `octets` is then meaningless
 
   bool reproduces(std::span<const std::uint8_t> received) const {
     return !error && std::equal(octets.begin(), octets.end(), received.begin(), received.end());
@@ -25,23 +25,23 @@ struct Reencoding {
 };
 
 struct Decoding {
-  std::optional<qel::ieee1905_1::Message> message;  ///< empty when the CMDU was rejected
-  std::string error;                                ///< why it was rejected
-  std::string place;                                ///< where, such as "in MAC_ADDRESS at offset 17"
+  std::optional<qel::ieee1905_1::Message> message;  ///< empty if the CMDU was rejected
+  std::string error;                                ///< reason for the rejection
+  std::string place;                                ///< the place, such as "in MAC_ADDRESS at offset 17"
   std::optional<qel::ieee1905_1::DecodeException::Place>
-      tlv;  ///< the TLV in which it was rejected, unless it was the head
-  /// A rejected CMDU TLV by TLV; empty without a whole head. Borrows the octets of the CMDU.
+      tlv;  ///< the TLV in which it was rejected; empty for the header
+  /// A rejected CMDU, TLV by TLV; empty if its header is incomplete. Refers to the octets of the CMDU.
   std::optional<qel::ieee1905_1::LenientMessage> lenient;
   std::size_t consumed = 0;              ///< octets read up to success or failure
-  std::optional<Reencoding> reencoding;  ///< empty when not asked for, and for a rejected CMDU
+  std::optional<Reencoding> reencoding;  ///< empty if not requested, or if the CMDU was rejected
 
-  /// Null for a CMDU without a whole head.
+  /// Null if the header is incomplete.
   const qel::ieee1905_1::MessageHead* head() const {
     return message ? &message->get_head() : lenient ? &lenient->message.get_head() : nullptr;
   }
 };
 
-/// Decodes CMDUs one after the other and keeps its memory between them.
+/// Decodes CMDUs one after another and reuses its memory.
 class Decoder {
  public:
   explicit Decoder(bool reencode) : reencode_(reencode) {}

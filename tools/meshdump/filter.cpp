@@ -75,7 +75,7 @@ bool has_tlv(const Cmdu& cmdu, const Decoding& decoding, const std::vector<TLVTy
       return true;
     }
   }
-  // A TLV that is cut off has a type nonetheless.
+  // A TLV that is cut off still has a type.
   return walk.end() != TLVWalkEnd::END_OF_MESSAGE && walk.offset() < cmdu.octets.size() &&
          holds(types, static_cast<TLVType>(cmdu.octets[walk.offset()]));
 }

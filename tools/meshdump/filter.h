@@ -11,11 +11,11 @@
 
 namespace meshdump {
 
-/// Selects CMDUs. Values of one kind are alternatives, and every kind that has values must match.
+/// Selects CMDUs that match, of each kind of condition given, at least one value.
 class Filter {
  public:
-  /// Take a name as it is printed, of either case, or a number, decimal or hexadecimal after "0x"; the suffix
-  /// "_MESSAGE" may be left out. Throw std::invalid_argument for anything else.
+  /// Takes a name as printed, in upper or lower case, or a number, in decimal or in hexadecimal after "0x"; the suffix
+  /// "_MESSAGE" may be omitted. Throws std::invalid_argument for anything else.
   void add_message_type(const std::string& text);
   void add_tlv_type(const std::string& text);
   void add_source(const std::string& text);

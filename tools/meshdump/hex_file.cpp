@@ -11,7 +11,7 @@ namespace meshdump {
 
 namespace {
 
-/// Without its end; false when there is no further line.
+/// Reads a line without its newline; false if there are no more.
 bool read_line(std::FILE* file, std::string& line) {
   line.clear();
   int character = std::getc(file);

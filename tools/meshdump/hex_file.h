@@ -17,7 +17,7 @@ class HexFile {
   /// Throws InputError for a file that cannot be opened or read.
   explicit HexFile(const std::string& path);
 
-  /// Nothing at the end. Lines that hold no octets are returned with their error. Throws InputError.
+  /// Returns nothing at the end. Lines that are not hexadecimal are returned with their error. Throws InputError.
   std::optional<HexLine> next();
 
  private:

@@ -10,22 +10,22 @@
 
 namespace meshdump {
 
-/// A line that holds octets, or should.
+/// A line of hexadecimal input.
 struct HexLine {
-  std::size_t number;  ///< the first line is 1
+  std::size_t number;  ///< starts at 1
   std::vector<std::uint8_t> octets;
-  std::string error;  ///< why the line holds no octets; empty when it does
+  std::string error;  ///< reason why the line is not valid; empty if it is
 };
 
-/// Nothing for a blank line and for a comment, which begins with '#'. White space, ':' and '-' may stand anywhere
-/// between the digits.
+/// Returns nothing for blank lines and for comments, which begin with '#'. White space, ':' and '-' are allowed between
+/// digits.
 std::optional<HexLine> parse_hex_line(std::string_view line, std::size_t number);
 
-/// Puts one CMDU together that was wrapped over several lines: all lines joined hold it and nothing else, so that the
-/// first line alone cannot. Nothing when the lines are anything else.
+/// Joins one CMDU that is wrapped over several lines. Together the lines must be exactly one CMDU, so the first line
+/// alone is not. Otherwise returns nothing.
 std::optional<HexLine> join_wrapped_lines(std::span<const HexLine> lines);
 
-/// Lower-case digits without separators.
+/// Returns lower-case digits without separators.
 std::string to_hex(std::span<const std::uint8_t> octets);
 
 }  // namespace meshdump

@@ -7,7 +7,7 @@
 
 namespace meshdump {
 
-/// An input that cannot be opened or read to its end; the text names the input.
+/// Thrown if an input cannot be opened or read to its end; the text names the input.
 class InputError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -19,13 +19,13 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-/// `path` "-" means standard input, here as in the options.
+/// True if `path` is "-", which means standard input here and in the options.
 bool is_standard_input(const std::string& path);
 
 /// Throws InputError.
 File open_input(const std::string& path);
 
-/// The error that says `what` of the input.
+/// Makes an error with the text `what` for the input.
 InputError input_error(const std::string& path, const std::string& what);
 
 }  // namespace meshdump

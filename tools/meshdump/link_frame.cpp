@@ -12,15 +12,16 @@ namespace meshdump {
 
 namespace {
 
-constexpr std::size_t TAG_SIZE = 4;  // priority and VLAN, and the ethertype behind them
+constexpr std::size_t TAG_SIZE = 4;  // priority and VLAN, then the ethertype
 constexpr std::uint16_t C_TAG = 0x8100;
 constexpr std::uint16_t S_TAG = 0x88A8;
 
-/// Where the fields of a cooked header lie; the source address has 8 octets of room, as many in use as its size says.
+/// Offsets of the fields of a cooked header. The source address has room for 8 octets, of which its size says how many
+/// are used.
 struct CookedLayout {
   std::size_t size;
   std::size_t ethertype;
-  std::size_t address_size;  // of its last octet
+  std::size_t address_size;  // offset of the last octet
   std::size_t address;
 };
 constexpr CookedLayout COOKED{16, 14, 5, 6};

@@ -8,23 +8,23 @@
 
 namespace meshdump {
 
-/// What a capture says of the frames in it, by the numbers of the pcap formats.
+/// The kind of frames in a capture, with the numbers of the pcap formats.
 enum class LinkType : int {
   ETHERNET = 1,
-  LINUX_COOKED = 113,     ///< what the interface "any" gives; frames without their destination
-  LINUX_COOKED_V2 = 276,  ///< the same with the interface
+  LINUX_COOKED = 113,     ///< captured on the interface "any"; frames without a destination
+  LINUX_COOKED_V2 = 276,  ///< as above, including the interface
 };
 
 bool is_supported(int link_type);
 
 struct LinkFrame {
   std::optional<qel::MACAddress> destination;  ///< empty for a cooked frame
-  qel::MACAddress source;                      ///< zero for a cooked frame without an EUI-48
-  std::uint16_t ethertype;                     ///< the one behind all VLAN tags
-  std::span<const std::uint8_t> payload;       ///< borrowed
+  qel::MACAddress source;                      ///< zero if a cooked frame has no EUI-48
+  std::uint16_t ethertype;                     ///< after all VLAN tags
+  std::span<const std::uint8_t> payload;       ///< part of `octets`
 };
 
-/// Looks through any number of C-tags and S-tags (IEEE 802.1Q-2018, 9.5). Nothing for a frame that ends before its
+/// Skips any number of C-tags and S-tags (IEEE 802.1Q-2018, 9.5). Returns nothing if the frame ends before its
 /// ethertype.
 std::optional<LinkFrame> parse_link_frame(LinkType link_type, std::span<const std::uint8_t> octets);
 

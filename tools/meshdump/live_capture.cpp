@@ -16,12 +16,12 @@ namespace meshdump {
 
 namespace {
 
-/// Each "vlan" looks one tag deeper; cooked frames have no tags for it.
+/// Each "vlan" looks one tag further; it does not apply to cooked frames.
 constexpr const char* FILTER = "ether proto 0x893a or (vlan and (ether proto 0x893a or (vlan and ether proto 0x893a)))";
 constexpr const char* COOKED_FILTER = "ether proto 0x893a";
 constexpr int WHOLE_FRAMES = 65535;  // octets
 
-/// What ends a capture.
+/// The signals that end a capture.
 sigset_t end_signals() {
   sigset_t signals;
   sigemptyset(&signals);

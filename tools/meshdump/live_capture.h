@@ -12,18 +12,18 @@
 
 namespace meshdump {
 
-/// Captures frames of IEEE 1905.1 on Ethernet interfaces, with or without VLAN tags, in both directions; "any" stands
-/// for all interfaces. SIGINT and SIGTERM end the capture, not the process, while one lives; there may be one at a
+/// Captures IEEE 1905.1 frames on Ethernet interfaces, with or without VLAN tags, in both directions; "any" means all
+/// interfaces. While it exists, SIGINT and SIGTERM end the capture instead of the process. Only one may exist at a
 /// time.
 class LiveCapture {
  public:
-  /// Throws InputError, for an interface that is no Ethernet too. An empty filter lets all frames through.
+  /// An empty filter passes all frames. Throws InputError, also if an interface is not an Ethernet.
   LiveCapture(const std::vector<std::string>& interfaces, const std::string& filter);
   LiveCapture(const LiveCapture&) = delete;
   LiveCapture& operator=(const LiveCapture&) = delete;
   ~LiveCapture();
 
-  /// Waits for a frame; nothing at the end. Throws InputError when an interface goes away.
+  /// Waits for a frame; returns nothing at the end. Throws InputError if an interface disappears.
   std::optional<CapturedFrame> next();
 
  private:
@@ -40,7 +40,7 @@ class LiveCapture {
 
   std::vector<Source> sources_;
   qel::FileDescriptor signals_;
-  std::size_t turn_ = 0;  // the source to be asked first, so that a busy one keeps no other waiting
+  std::size_t turn_ = 0;  // the source to check first, so that a busy one does not starve the others
   std::size_t count_ = 0;
 };
 

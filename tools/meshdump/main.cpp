@@ -54,7 +54,7 @@ void write(const std::string& text) { check_written(std::fwrite(text.data(), 1, 
 
 void flush() { check_written(std::fflush(stdout) == 0); }
 
-/// What a comment in a capture says of a message.
+/// The comment on a message in a capture.
 std::string comment_of(const Cmdu& cmdu, const Decoding& decoding) {
   const auto type = message_type(cmdu.octets);
   std::string text = type ? enum_to_string(*type) : "";
@@ -70,7 +70,7 @@ std::string comment_of(const Cmdu& cmdu, const Decoding& decoding) {
   return decoding.message ? text : text + "; rejected " + decoding.place + ": " + tools::to_utf8(decoding.error);
 }
 
-/// One run over all inputs.
+/// A run over all inputs.
 class Dump {
  public:
   explicit Dump(const Options& options)
@@ -115,7 +115,7 @@ class Dump {
   }
 
  private:
-  /// An input that fails does not keep the next one from being read.
+  /// Runs `action`; if an input fails, the next one is still read.
   template <class Action>
   void guard(const Action& action) {
     try {
@@ -125,7 +125,7 @@ class Dump {
     }
   }
 
-  /// In step with what was printed before.
+  /// Flushes first, so that the error appears after the output that precedes it.
   void fail(const std::string& text) {
     flush();
     complain(text);
@@ -134,7 +134,7 @@ class Dump {
 
   bool is_enough() const { return options_.most != 0 && shown_ >= options_.most; }
 
-  /// All input is open; what it holds may be anybody's.
+  /// Called when all input is open; its contents cannot be trusted.
   void begin() {
     opened_ = true;
     if (const std::error_code error = tools::keep_capabilities({})) {
@@ -193,7 +193,7 @@ class Dump {
     const bool is_fragment = options_.reassemble && cmdu.frame && decoding.head() && decoding.head()->is_fragmented();
     show(cmdu, decoding, is_fragment);
     if (is_fragment) {
-      // Captures tell the time of day; all that counts here is how much passes between two frames.
+      // Captures record the time of day; only the time between frames matters here.
       const Reassembly::TimePoint time(cmdu.frame->captured.time);
       if (const auto octets = reassembly_.add(cmdu.frame->source, cmdu.octets, time)) {
         const Cmdu whole{*octets, cmdu.number, cmdu.frame, true};
@@ -215,7 +215,7 @@ class Dump {
     }
     ++shown_;
     if (writer_) {
-      if (!cmdu.reassembled) {  // its fragments are written
+      if (!cmdu.reassembled) {  // its fragments have been written already
         writer_->write(cmdu.frame->captured, comment_of(cmdu, decoding));
       }
     } else if (!options_.summary) {
@@ -242,15 +242,15 @@ class Dump {
 
   const Options& options_;
   Decoder decoder_;
-  std::unique_ptr<JsonOutput> json_;         // either this
-  std::unique_ptr<TextOutput> text_output_;  // or this
+  std::unique_ptr<JsonOutput> json_;         // exactly one of these
+  std::unique_ptr<TextOutput> text_output_;  // is set
   std::optional<PcapngWriter> writer_;
   std::string text_;
   Summary summary_;
   Tally tally_;
   Reassembly reassembly_;
   std::uint64_t shown_ = 0;
-  bool live_;  // somebody may be waiting for the answer to what was sent a moment ago
+  bool live_;  // somebody may be waiting for the answer to what they just sent
   bool opened_ = false;
   bool failed_ = false;
 };

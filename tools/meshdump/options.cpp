@@ -15,7 +15,7 @@ constexpr const char* FOOTER =
     "Values of one filter are alternatives; different filters must all match. \"-\" stands for standard input.\n"
     "Exit status: 0 when every message was decoded, 1 when some were not, 2 for wrong usage or bad input.";
 
-/// A repeatable option that takes one value each time. The values reach the filter as they are read.
+/// Adds a repeatable option with one value. The values are passed to the filter as they are read.
 const CLI::Option* add_filter(CLI::App& app, const std::string& name, const std::string& value,
                               const std::string& description, const std::function<void(const std::string&)>& add) {
   const auto add_all = [name, add](const std::vector<std::string>& texts) {

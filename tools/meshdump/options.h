@@ -16,20 +16,20 @@ class UsageError : public std::runtime_error {
 };
 
 struct Options {
-  std::vector<std::string> captures;    ///< either this
-  std::string hex;                      ///< or this
-  std::vector<std::string> interfaces;  ///< or this is not empty, unless there is a notice
+  std::vector<std::string> captures;    ///< exactly one of these
+  std::string hex;                      ///< three is
+  std::vector<std::string> interfaces;  ///< nonempty, unless there is a notice
   bool json = false;
   bool reencode = false;
   bool quiet = false;
   bool reassemble = true;
   bool summary = false;
-  std::uint64_t most = 0;      ///< messages to be shown; 0 for all
-  std::string write;           ///< the capture to be written; empty for none
-  std::string capture_filter;  ///< in the language of libpcap
+  std::uint64_t most = 0;      ///< messages to show; 0 for all
+  std::string write;           ///< the capture to write; empty for none
+  std::string capture_filter;  ///< in libpcap's filter language
   TextStyle style;
   Filter filter;
-  std::string notice;  ///< the help or the version when it was asked for: nothing else is to be done
+  std::string notice;  ///< the help or the version if it was requested; nothing else is to be done
 };
 
 /// Throws UsageError.

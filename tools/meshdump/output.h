@@ -7,7 +7,7 @@
 
 namespace meshdump {
 
-/// A way to show a decoded or rejected CMDU.
+/// A format for decoded and rejected CMDUs.
 class Output {
  public:
   Output() = default;
@@ -15,7 +15,7 @@ class Output {
   Output& operator=(const Output&) = delete;
   virtual ~Output() = default;
 
-  /// Appends whole lines to `out`.
+  /// Appends complete lines to `out`.
   virtual void print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) = 0;
 };
 

@@ -10,7 +10,7 @@ namespace meshdump {
 
 namespace {
 
-/// A damaged file may hold any time: seconds are confined so that the sum fits, and need not be positive.
+/// A damaged file may contain any time, so seconds are limited to prevent overflow.
 std::chrono::microseconds time_of(const timeval& time) {
   constexpr std::int64_t LIMIT = 9'000'000'000'000;
   const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -LIMIT, LIMIT);

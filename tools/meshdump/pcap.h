@@ -11,7 +11,7 @@
 struct pcap;
 struct pcap_pkthdr;
 
-/// What reading files and interfaces with libpcap has in common.
+/// Shared by reading from files and from interfaces with libpcap.
 namespace meshdump {
 
 struct PcapCloser {
@@ -19,11 +19,10 @@ struct PcapCloser {
 };
 using Pcap = std::unique_ptr<pcap, PcapCloser>;
 
-/// Throws std::runtime_error with its name for a link type that is none of ours.
+/// Throws std::runtime_error with the name of an unsupported link type.
 LinkType link_type_of(pcap* capture);
 
-/// Has the capture give only the frames that a filter of libpcap lets through. Throws std::runtime_error for an
-/// expression that libpcap refuses.
+/// Restricts the capture to frames that match a libpcap filter. Throws std::runtime_error if the expression is invalid.
 void set_filter(pcap* capture, const std::string& expression);
 
 CapturedFrame captured_frame(const pcap_pkthdr& header, const unsigned char* octets, LinkType link_type,

@@ -19,7 +19,7 @@ constexpr std::uint16_t OPTION_COMMENT = 1;
 constexpr std::uint16_t OPTION_NAME = 2;  // of an interface
 constexpr std::size_t LONGEST_OPTION = std::numeric_limits<std::uint16_t>::max();
 
-/// A block in the machine's byte order, which the section header tells.
+/// A block in the machine's byte order, which the section header indicates.
 class Block {
  public:
   explicit Block(std::uint32_t type) {
@@ -33,7 +33,7 @@ class Block {
     octets_.insert(octets_.end(), octets, octets + sizeof(number));
   }
 
-  /// Octets, filled up to a multiple of four.
+  /// Appends octets, padded to a multiple of four.
   void put_padded(std::span<const std::uint8_t> octets) {
     octets_.insert(octets_.end(), octets.begin(), octets.end());
     octets_.resize((octets_.size() + 3) / 4 * 4);
@@ -66,7 +66,7 @@ PcapngWriter::PcapngWriter(const std::string& path)
   header.put(BYTE_ORDER_MAGIC);
   header.put(std::uint16_t{1});  // version 1.0
   header.put(std::uint16_t{0});
-  header.put(std::int64_t{-1});  // of a length not known
+  header.put(std::int64_t{-1});  // length not specified
   write(header.finish());
 }
 
@@ -88,7 +88,7 @@ void PcapngWriter::write(const CapturedFrame& frame, const std::string& comment)
 
 void PcapngWriter::flush() { check(std::fflush(file_.get()) == 0); }
 
-/// Describes the interface, or the file, when its first frame comes.
+/// Returns the number of the interface or file; describes it when its first frame is written.
 std::uint32_t PcapngWriter::interface_of(const CapturedFrame& frame) {
   const auto number = static_cast<std::uint32_t>(interfaces_.size());
   const auto [place, is_new] = interfaces_.try_emplace({std::string(frame.origin), frame.link_type}, number);
@@ -96,7 +96,7 @@ std::uint32_t PcapngWriter::interface_of(const CapturedFrame& frame) {
     Block description(INTERFACE_DESCRIPTION);
     description.put(static_cast<std::uint16_t>(frame.link_type));
     description.put(std::uint16_t{0});
-    description.put(std::uint32_t{0});  // no limit to the size of a frame
+    description.put(std::uint32_t{0});  // no limit on the frame size
     description.put_option(OPTION_NAME, frame.origin);
     description.put_option(OPTION_END, {});
     write(description.finish());

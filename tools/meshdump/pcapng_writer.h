@@ -14,7 +14,7 @@ namespace meshdump {
 /// Writes frames as a pcapng capture, each with a comment (draft-ietf-opsawg-pcapng).
 class PcapngWriter {
  public:
-  /// Replaces what is at `path`; "-" is standard output. Throws std::runtime_error.
+  /// Replaces any file at `path`; "-" is standard output. Throws std::runtime_error.
   explicit PcapngWriter(const std::string& path);
 
   /// Throws std::runtime_error.
@@ -28,7 +28,7 @@ class PcapngWriter {
 
   std::string path_;
   File file_;
-  std::map<std::pair<std::string, LinkType>, std::uint32_t> interfaces_;  // the numbers of those described so far
+  std::map<std::pair<std::string, LinkType>, std::uint32_t> interfaces_;  // numbers of those described so far
 };
 
 }  // namespace meshdump

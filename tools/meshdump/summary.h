@@ -8,7 +8,7 @@
 
 namespace meshdump {
 
-/// What was met in one run.
+/// Counts the results of a run.
 class Summary {
  public:
   void count(const Cmdu& cmdu, const Decoding& decoding);
@@ -16,14 +16,14 @@ class Summary {
   void count_skipped_frame() { ++skipped_frames_; }
   void count_bad_line() { ++bad_lines_; }
   void count_fragment() { ++fragments_; }
-  /// Messages of which fragments were missing.
+  /// Sets the number of messages with missing fragments.
   void set_incomplete(std::uint64_t messages) { incomplete_ = messages; }
 
-  /// Some message was rejected or remained incomplete.
+  /// True if a message was rejected or incomplete.
   bool any_fault() const { return rejected_ != 0 || incomplete_ != 0; }
 
-  /// One line without its end. The re-encoding is left out unless it was asked for; so are fragments, frames, lines and
-  /// filtered CMDUs when there were none.
+  /// Returns one line without its newline. Re-encoded messages are mentioned only if `reencode` is set; fragments,
+  /// frames, lines and filtered messages only if there were any.
   std::string text(bool reencode) const;
 
  private:

@@ -9,7 +9,7 @@
 
 namespace meshdump {
 
-/// Counts messages by type, sender and refusal.
+/// Counts messages by type, sender and reason for rejection.
 class Tally {
  public:
   void count(const Cmdu& cmdu, const Decoding& decoding);
@@ -19,13 +19,13 @@ class Tally {
   const Counts& senders() const { return senders_; }
   const Counts& refusals() const { return refusals_; }
 
-  /// Three tables, the most frequent first.
+  /// Returns three tables, most frequent entries first.
   std::string text() const;
 
  private:
-  Counts types_;     // by name or number; "NONE" for octets that end before it
-  Counts senders_;   // by the source of the frame; empty for messages without one
-  Counts refusals_;  // by the reason, of the messages that were rejected
+  Counts types_;     // by name or number; "NONE" if the octets end before the type
+  Counts senders_;   // by source address of the frame; not counted for messages without one
+  Counts refusals_;  // rejected messages by reason
 };
 
 }  // namespace meshdump

@@ -52,7 +52,7 @@ std::string rejection_text(const Decoding& decoding) {
          tools::for_terminal_line(decoding.error);
 }
 
-/// What the debug text of a message has for each TLV; and the octets of those that were not decoded.
+/// Adds the debug text of each TLV, and the octets of those that were not decoded.
 void add_leniently(std::span<const std::uint8_t> cmdu, const LenientMessage& lenient, MemoryOStream& stream,
                    std::string& out) {
   for (const LenientMessage::Entry& entry : lenient.entries) {

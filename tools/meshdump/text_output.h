@@ -11,17 +11,17 @@ namespace meshdump {
 enum class TimeMode {
   ABSOLUTE,  ///< UTC
   RELATIVE,  ///< since the first message shown
-  DELTA      ///< since the one shown before
+  DELTA      ///< since the previous message shown
 };
 
 struct TextStyle {
   TimeMode time = TimeMode::ABSOLUTE;
   bool color = false;   ///< escape sequences for a terminal
-  bool origin = false;  ///< tell the file or the interface of each message
+  bool origin = false;  ///< print the file or interface of each message
 };
 
-/// A paragraph for each CMDU: where it came from, then its debug text, or why it was rejected and what is understood of
-/// it nonetheless.
+/// Prints a paragraph for each CMDU: its origin, then its debug text, or the reason why it was rejected and the parts
+/// that could be decoded.
 class TextOutput final : public Output {
  public:
   explicit TextOutput(const TextStyle& style) : style_(style) {}
@@ -34,7 +34,7 @@ class TextOutput final : public Output {
 
   TextStyle style_;
   bool first_ = true;
-  std::chrono::microseconds reference_{};  // what times are told from
+  std::chrono::microseconds reference_{};  // the base of relative times
   qel::serialization::MemoryOStream text_;
 };
 

@@ -77,7 +77,7 @@ Metric link_metric(const MACAddress& receiving, const std::string& receiving_nam
 }
 
 TEST(VendorPayloads, LinkMetrics) {
-  // The records of the standard's TLVs, which have their own tests.
+  // The records of the standard's TLVs, which have tests of their own.
   const auto received = decoded<ReceiverLinkMetricInformation>("01 05 00010203 04050607 C8");
   const auto transmitted = decoded<TransmitterLinkMetricInformation>("00 01 01 00010203 04050607 0809 0060 0B0C");
   using RX = QELReceiverLinkMetricTLV;
@@ -142,7 +142,7 @@ TEST(VendorPayloads, RadioState) {
         "06 000F 02  021A2B3C4D5E 06  06F1E2D3C4B5 0D",
         "type: QEL_AP_WLAN_OPMODE_TLV\n\t\tWLANInterface: 02:1A:2B:3C:4D:5E Opmode: HS_2.0"
         "\n\t\tWLANInterface: 06:F1:E2:D3:C4:B5 Opmode: INVALID WLAN OPMODE 13"),
-      // The element's version is forgotten.
+      // The element's version is not kept.
       G(fields(QELWLANSecurityTLV(), FIELD_OF(add_entry, get_entries),
                std::vector{security, WLANSecurityTLVEntry(B, {})}),
         R"(0F 0025 02  021A2B3C4D5E 30 12 0100 000FAC04 0100 000FAC04 0100 000FAC02
@@ -155,7 +155,7 @@ TEST(VendorPayloads, RadioState) {
                         "WLANInterface: 06:F1:E2:D3:C4:B5 Opmode: STATION");
 }
 
-/// Every body has a rest from a newer node, which stays behind what is added.
+/// Every body has a rest from a newer node, which stays after the added elements.
 TEST(VendorPayloads, OpenBodies) {
   using Link = QELInterfaceLinkState;
   const auto wlan = fields(QELInterfaceInformation(B, "wlan0", InterfaceType::WLAN, 5, wlan_information(C)), FIELD(mac),
@@ -168,7 +168,7 @@ TEST(VendorPayloads, OpenBodies) {
                          QELLinkState::UP, FIELD(speed), 2500);
   fields(QELDeviceInformationTLV(), FIELD(AL_MAC), A,
          FIELD_OF(add_interface_information, get_interface_information_vector), std::vector{wlan});
-  const string interfaces =  // of which each has a block other than the one of its type
+  const string interfaces =  // each has a block that does not belong to its type
       " 06F1E2D3C4B5 04 706C6330 02 01 09 A1A2A3A4A5A6A7B8B9  0A0918273645 00 03 00 02 E7E8"
       " 0E7D6C5B4A39 00 01 05 04 01020304 ";
   const auto device = decoded<QELDeviceInformationTLV>("01 003B 021A2B3C4D5E 03" + interfaces + "F0E1D2");
@@ -268,7 +268,7 @@ TEST(VendorLimits, OfLengthsWhenEncoding) {
   };
   check_limit(neighbors(9361, 1), "");
   check_limit(neighbors(9361, 2), INVALID_LENGTH);
-  // What the payload takes may still be too much for the TLV around it.
+  // A payload that is valid itself may be too long for the TLV around it.
   const auto around = [&](std::size_t name) {
     return VendorSpecificTLV(VENDOR_OUI, std::make_unique<QELIEEE1905NeighborDeviceTLV>(neighbors(9360, name)));
   };
@@ -280,7 +280,7 @@ TEST(VendorLimits, OfLengthsAndCountsWhenDecoding) {
   const char* const SHORT_2 = "Invalid length: does not fit for MACAddress, length value and string.";
   const char* const SHORT_3 = "Invalid length: must fit a MACAddress, length value and string.";
   const char* const CHAR = "Deserialization of type char failed.";
-  // Every payload is followed by octets enough for whatever its length says.
+  // Every payload is followed by enough octets for whatever its length says.
   const struct {
     const char* octets;
     const char* refused;
@@ -339,7 +339,7 @@ TEST(VendorFailures, LeaveTheFieldsThatWereReadAndTheListAsItWas) {
   check(interfaces, "0E 0000 02 01 06F1E2D3C4B5 00 0002 01", interfaces);
 }
 
-/// What is asked of the platform meanwhile.
+/// Returns the platform calls during the action.
 template <class Action>
 std::vector<std::string> logged(const Action& action) {
   fake_platform::reset();

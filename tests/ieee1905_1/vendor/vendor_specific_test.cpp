@@ -16,7 +16,7 @@ constexpr VendorSpecificTLV::OUI FOREIGN{0x0A, 0xB1, 0x05};
 
 std::unique_ptr<MAC> mac_tlv() { return make_unique<MAC>(B); }
 
-/// A class that is none of the library's, whatever its type says, with a field in the place of theirs.
+/// A class that is not one of the library's, whatever its type says, with its field at the same place.
 template <class Base, class Field>
 struct Foreign final : Base {
   explicit Foreign(Field value) : field(value) {}
@@ -59,7 +59,7 @@ TEST(VendorSpecificTLV, Golden) {
   const std::string head = "type: VENDOR_SPECIFIC Vendor OUI:  [ " + test::oui_text() + "]\n\t";
   test::check_golden<TLV>(
       {
-          // A length of 0 is refused, which is one bit away.
+          // A length of 0, which differs in one bit, is refused.
           G(VendorSpecificTLV(VENDOR_OUI, make_unique<QELMessageTypeTLV>(QELMessageType(772))),
             "0B 0008 OUI 09 0002 0304", head + "type: QEL_MESSAGETYPE_TLV QEL Message Type: 772", {0, 1, 7, 8}, {2}),
           G(VendorSpecificTLV(VENDOR_OUI, make_unique<QELTLVType>(mac_tlv())), "0B 000D OUI 00 02 0006 06F1E2D3C4B5",
@@ -142,7 +142,7 @@ TEST(VendorSpecificTLV, NeverHoldsNull) {
   EXPECT_TRUE(*holder.get_tlv() == DummyTLV());
 }
 
-/// So many vendor TLVs inside each other, the innermost with an End-of-message TLV.
+/// Nests this many vendor TLVs; the innermost holds an End-of-message TLV.
 test::Octets nested(std::size_t levels) {
   const test::Octets oui_and_subtype = octets("OUI 00");
   test::Octets wire;
@@ -163,7 +163,7 @@ TEST(VendorSpecificTLV, NestsToALimit) {
   for (const std::size_t levels : {LIMIT + 1, std::size_t{9000}}) {
     EXPECT_EQ(test::read_all(nested(levels), decode).refused, refused);
   }
-  // The context is not spoilt.
+  // The context is still usable.
   EXPECT_EQ(test::read_all(nested(LIMIT), decode).refused, "");
   EXPECT_EQ(test::encode(*tlv), (test::Written{test::hex(nested(LIMIT)), ""}));
   const VendorSpecificTLV deeper(VENDOR_OUI, make_unique<QELTLVType>(std::move(tlv)));
