@@ -2,77 +2,26 @@
 
 #include <linux/if.h>
 #include <linux/if_arp.h>
-#include <linux/netlink.h>
-#include <linux/rtnetlink.h>
-#include <sys/socket.h>
 
-#include <algorithm>
-#include <cerrno>
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <span>
 #include <string_view>
-#include <system_error>
 #include <utility>
 
 namespace meshd {
 
 namespace {
 
-/// As much as the kernel puts into one datagram, if there is room.
-constexpr std::size_t DATAGRAM_SIZE = 16384;
+using netlink::for_each_attribute;
+using netlink::Octets;
+using netlink::text_of;
+using netlink::value_of;
 
-void require(bool succeeded) {
-  if (!succeeded) {
-    throw std::system_error(errno, std::generic_category(), "netlink");
-  }
-}
-
-using Octets = std::span<const std::byte>;
-
-/// Visits the messages of a datagram or the attributes of a message: each header, and the octets behind it.
-template <class Header, auto LENGTH, class Visit>
-void for_each(Octets octets, Visit visit) {
-  constexpr std::size_t ALIGNMENT = 4;
-  while (octets.size() >= sizeof(Header)) {
-    Header header;
-    std::memcpy(&header, octets.data(), sizeof(header));
-    const std::size_t length = header.*LENGTH;
-    if (length < sizeof(header) || length > octets.size()) {
-      return;
-    }
-    visit(header, octets.subspan(sizeof(header), length - sizeof(header)));
-    octets = octets.subspan(std::min(octets.size(), (length + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT));
-  }
-}
-
-template <class Visit>
-void for_each_attribute(Octets octets, Visit visit) {
-  for_each<rtattr, &rtattr::rta_len>(
-      octets, [&](const rtattr& header, Octets value) { visit(header.rta_type & NLA_TYPE_MASK, value); });
-}
-
-/// With zeros for octets that are missing.
-template <class T>
-T value_of(Octets octets) {
-  T value{};
-  std::memcpy(&value, octets.data(), std::min(octets.size(), sizeof(value)));
-  return value;
-}
-
-/// Up to the first NUL.
-std::string_view text_of(Octets octets) {
-  const std::string_view text(reinterpret_cast<const char*>(octets.data()), octets.size());
-  return text.substr(0, text.find('\0'));
-}
-
-bool is_port_of_bridge(Octets information) {
-  bool is_port = false;
-  for_each_attribute(information, [&](int type, Octets value) {
-    is_port = is_port || (type == IFLA_INFO_SLAVE_KIND && text_of(value) == "bridge");
-  });
-  return is_port;
+/// Whether the kind of a link (IFLA_INFO_KIND), or that of what it is a port of (IFLA_INFO_SLAVE_KIND), is a bridge.
+bool is_bridge(int which, Octets information) {
+  bool found = false;
+  for_each_attribute(information,
+                     [&](int type, Octets value) { found = found || (type == which && text_of(value) == "bridge"); });
+  return found;
 }
 
 void set_counts(InterfaceState& state, const rtnl_link_stats& counts) {
@@ -93,7 +42,7 @@ std::optional<Link> parse(Octets message) {
   link.state.up = (head.ifi_flags & IFF_LOWER_UP) != 0;
   bool is_described = true;
   bool is_port = false;
-  for_each_attribute(message.subspan(sizeof(head)), [&](int type, Octets value) {
+  for_each_attribute(netlink::attributes_behind<ifinfomsg>(message), [&](int type, Octets value) {
     switch (type) {
       case IFLA_IFNAME:
         link.name = text_of(value);
@@ -107,7 +56,8 @@ std::optional<Link> parse(Octets message) {
         link.bridge = value_of<std::uint32_t>(value);
         break;
       case IFLA_LINKINFO:
-        is_port = is_port_of_bridge(value);
+        link.is_bridge = is_bridge(IFLA_INFO_KIND, value);
+        is_port = is_bridge(IFLA_INFO_SLAVE_KIND, value);
         break;
       case IFLA_STATS:
         set_counts(link.state, value_of<rtnl_link_stats>(value));
@@ -125,34 +75,22 @@ std::optional<Link> parse(Octets message) {
 
 }  // namespace
 
-LinkSocket::LinkSocket(bool with_changes) : socket_(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {
-  require(socket_.get() >= 0);
-  sockaddr_nl address{};
-  address.nl_family = AF_NETLINK;
-  address.nl_groups = with_changes ? RTMGRP_LINK : 0;
-  require(::bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0);
-}
+LinkSocket::LinkSocket(bool with_changes) : socket_(with_changes ? RTMGRP_LINK : 0) {}
 
-void LinkSocket::ask(unsigned int index) { send_request(index, NLM_F_REQUEST); }
+void LinkSocket::ask(unsigned int index) { send_request(index, 0); }
 
 void LinkSocket::ask_all() {
   is_interrupted_ = false;
-  send_request(0, NLM_F_REQUEST | NLM_F_DUMP);
+  send_request(0, NLM_F_DUMP);
 }
 
 void LinkSocket::send_request(unsigned int index, unsigned short flags) {
-  struct {
-    nlmsghdr head;
-    ifinfomsg body;
-  } request{};
-  request.head.nlmsg_len = sizeof(request);
-  request.head.nlmsg_type = RTM_GETLINK;
-  request.head.nlmsg_flags = flags;
-  request.body.ifi_index = static_cast<int>(index);
-  require(::send(socket_.get(), &request, sizeof(request), 0) == sizeof(request));
+  ifinfomsg body{};
+  body.ifi_index = static_cast<int>(index);
+  socket_.send(netlink::Request(RTM_GETLINK, flags, body));
 }
 
-void LinkSocket::take(const nlmsghdr& header, std::span<const std::byte> message, const Handler& handle) {
+void LinkSocket::take(const nlmsghdr& header, netlink::Octets message, const Handler& handle) {
   is_interrupted_ = is_interrupted_ || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
   switch (header.nlmsg_type) {
     case RTM_NEWLINK:
@@ -162,10 +100,7 @@ void LinkSocket::take(const nlmsghdr& header, std::span<const std::byte> message
       }
       break;
     case NLMSG_DONE:
-    case NLMSG_ERROR:  // both begin with an errno, negative or 0
-      if (const int error = value_of<int>(message); error < 0) {
-        throw std::system_error(-error, std::generic_category(), "netlink");
-      }
+    case NLMSG_ERROR:  // the end of an answer as well, with no error
       handle(is_interrupted_ ? Event::INTERRUPTED : Event::ALL_TOLD, {});
       break;
     default:
@@ -174,24 +109,8 @@ void LinkSocket::take(const nlmsghdr& header, std::span<const std::byte> message
 }
 
 LinkSocket::Result LinkSocket::receive(bool waits, const Handler& handle) {
-  std::byte octets[DATAGRAM_SIZE];
-  sockaddr_nl sender{};
-  socklen_t sender_size = sizeof(sender);
-  const ssize_t size = ::recvfrom(socket_.get(), octets, sizeof(octets), waits ? 0 : MSG_DONTWAIT,
-                                  reinterpret_cast<sockaddr*>(&sender), &sender_size);
-  if (size < 0 && errno == ENOBUFS) {
-    return Result::OVERRUN;
-  }
-  if (size < 0 && errno == EAGAIN) {
-    return Result::NOTHING;
-  }
-  require(size >= 0 || errno == EINTR);
-  if (size >= 0 && sender.nl_pid == 0) {  // only the kernel is believed
-    for_each<nlmsghdr, &nlmsghdr::nlmsg_len>(
-        Octets(octets, static_cast<std::size_t>(size)),
-        [&](const nlmsghdr& header, Octets message) { take(header, message, handle); });
-  }
-  return Result::RECEIVED;
+  return socket_.receive(waits,
+                         [&](const nlmsghdr& header, netlink::Octets message) { take(header, message, handle); });
 }
 
 }  // namespace meshd

@@ -1,16 +1,12 @@
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <optional>
-#include <span>
 #include <string>
 
 #include "qel/core/mac_address.h"
-#include "qel/net/file_descriptor.h"
 #include "tools/meshd/entity/local_interface.h"
-
-struct nlmsghdr;
+#include "tools/meshd/ports/netlink.h"
 
 namespace meshd {
 
@@ -20,7 +16,8 @@ struct Link {
   std::string name;
   std::optional<qel::MACAddress> mac;  ///< nothing for what is no Ethernet
   unsigned int bridge = 0;             ///< the number of the bridge that it is a port of; 0 when of none
-  InterfaceState state;                ///< without speed
+  bool is_bridge = false;
+  InterfaceState state;  ///< without speed
 };
 
 /// Asks the kernel for the interfaces of this network namespace and hears of their changes (rtnetlink(7)).
@@ -33,17 +30,12 @@ class LinkSocket {
     INTERRUPTED,  ///< it has ended, and may lack some
   };
   using Handler = std::function<void(Event event, const Link& link)>;
-
-  enum class Result {
-    RECEIVED,  ///< something
-    NOTHING,   ///< there is nothing to receive
-    OVERRUN,   ///< changes were lost
-  };
+  using Result = netlink::Socket::Result;
 
   /// Throws std::system_error, as all functions do.
   explicit LinkSocket(bool with_changes);
 
-  int get_fd() const { return socket_.get(); }
+  int get_fd() const { return socket_.get_fd(); }
 
   void ask(unsigned int index);
   /// Only after the answer to the last question is complete.
@@ -54,10 +46,10 @@ class LinkSocket {
   Result receive(bool waits, const Handler& handle);
 
  private:
-  void take(const nlmsghdr& header, std::span<const std::byte> message, const Handler& handle);
+  void take(const nlmsghdr& header, netlink::Octets message, const Handler& handle);
   void send_request(unsigned int index, unsigned short flags);
 
-  qel::FileDescriptor socket_;
+  netlink::Socket socket_;
   bool is_interrupted_ = false;
 };
 
