@@ -17,6 +17,7 @@
 #include <iterator>
 #include <stdexcept>
 #include <utility>
+#include <vector>
 
 namespace qel {
 
@@ -48,6 +49,51 @@ std::error_code attach_filter(int socket, const sock_fprog* program) {
                                                                                               : last_error();
 }
 
+/// Of frames to other devices all without an address, else those to it.
+std::vector<sock_filter> untagged_program(std::span<const unsigned short> ethertypes, const MACAddress* address) {
+  constexpr std::uint32_t VLAN_ID = 0x0FFF;
+  constexpr sock_filter REFUSE = BPF_STMT(BPF_RET | BPF_K, 0);
+  std::vector<sock_filter> code = {BPF_STMT(BPF_LD | BPF_H | BPF_ABS, offsetof(ethhdr, h_proto))};
+  for (std::size_t left = ethertypes.size(); left > 0; --left) {
+    code.push_back(
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ethertypes[ethertypes.size() - left], static_cast<std::uint8_t>(left), 0));
+  }
+  code.insert(code.end(), {REFUSE, BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_PKTTYPE)),
+                           BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, PACKET_OUTGOING, 0, 1), REFUSE});
+  if (address != nullptr) {
+    const auto octet = [&](std::size_t place) { return std::uint32_t{address->octets()[place]}; };
+    code.insert(code.end(), {BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, PACKET_OTHERHOST, 0, 5),
+                             BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(ethhdr, h_dest)),
+                             BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K,
+                                      octet(0) << 24U | octet(1) << 16U | octet(2) << 8U | octet(3), 0, 2),
+                             BPF_STMT(BPF_LD | BPF_H | BPF_ABS, offsetof(ethhdr, h_dest) + 4),
+                             BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, octet(4) << 8U | octet(5), 1, 0), REFUSE});
+  }
+  code.insert(code.end(),
+              {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_VLAN_TAG_PRESENT)),
+               BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0, 2, 0), BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_VLAN_TAG)),
+               BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, VLAN_ID, 1, 0), BPF_STMT(BPF_RET | BPF_K, 0xFFFFFFFF), REFUSE});
+  return code;
+}
+
+FileDescriptor open_filtered(unsigned int interface, std::vector<sock_filter> code) {
+  const sock_fprog program{static_cast<unsigned short>(code.size()), code.data()};
+  // Without a protocol it receives nothing before it is bound.
+  FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
+  require(socket.get() >= 0);
+  require(!attach_filter(socket.get(), &program));
+  // Spares the kernel a copy of each frame sent. Older ones do not know it, and the filter does not need it.
+  const int one = 1;
+  ::setsockopt(socket.get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &one, sizeof(one));
+  if (interface == 0) {  // would mean all of them
+    throw std::system_error(ENODEV, std::generic_category());
+  }
+  // Of all protocols: to a socket of one the kernel gives frames whose VLAN it has forgotten, and none that a bridge
+  // takes.
+  bind_to(socket.get(), static_cast<int>(interface), htons(ETH_P_ALL));
+  return socket;
+}
+
 }  // namespace
 
 RawSock::RawSock(FileDescriptor&& socket, const std::string& ifname, const DataCallback& on_data,
@@ -74,34 +120,12 @@ RawSock::~RawSock() {
 }
 
 FileDescriptor RawSock::open_untagged(unsigned int interface, unsigned short ethertype) {
-  constexpr std::uint32_t VLAN_ID = 0x0FFF;
-  sock_filter code[] = {
-      BPF_STMT(BPF_LD | BPF_H | BPF_ABS, offsetof(ethhdr, h_proto)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, ethertype, 0, 7),
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_PKTTYPE)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, PACKET_OUTGOING, 5, 0),
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_VLAN_TAG_PRESENT)),
-      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, 0, 2, 0),
-      BPF_STMT(BPF_LD | BPF_W | BPF_ABS, known(SKF_AD_VLAN_TAG)),
-      BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, VLAN_ID, 1, 0),
-      BPF_STMT(BPF_RET | BPF_K, 0xFFFFFFFF),
-      BPF_STMT(BPF_RET | BPF_K, 0),
-  };
-  const sock_fprog program{static_cast<unsigned short>(std::size(code)), code};
-  // Without a protocol it receives nothing before it is bound.
-  FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
-  require(socket.get() >= 0);
-  require(!attach_filter(socket.get(), &program));
-  // Spares the kernel a copy of each frame sent. Older ones do not know it, and the filter does not need it.
-  const int one = 1;
-  ::setsockopt(socket.get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &one, sizeof(one));
-  if (interface == 0) {  // would mean all of them
-    throw std::system_error(ENODEV, std::generic_category());
-  }
-  // Of all protocols: to a socket of one the kernel gives frames whose VLAN it has forgotten, and none that a bridge
-  // takes.
-  bind_to(socket.get(), static_cast<int>(interface), htons(ETH_P_ALL));
-  return socket;
+  return open_filtered(interface, untagged_program({&ethertype, 1}, nullptr));
+}
+
+FileDescriptor RawSock::open_untagged(unsigned int interface, std::span<const unsigned short> ethertypes,
+                                      const MACAddress& address) {
+  return open_filtered(interface, untagged_program(ethertypes, &address));
 }
 
 void RawSock::init() {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <system_error>
 
@@ -57,6 +58,11 @@ class QEL_EXPORT RawSock : public daemon::ISimpleFDWatch {
   ///
   /// Needs CAP_NET_RAW. Throws std::system_error with the errno in the generic category; ENODEV for index 0.
   static FileDescriptor open_untagged(unsigned int interface, unsigned short ethertype);
+
+  /// The same for up to 32 ethertypes. Of the frames sent to other devices, which a bridge port receives in numbers, the
+  /// socket takes only those for `address`.
+  static FileDescriptor open_untagged(unsigned int interface, std::span<const unsigned short> ethertypes,
+                                      const MACAddress& address);
 
   /// Opens and binds the socket, and sets the interface's flags "broadcast" and "multicast"; the constructor has
   /// already called it. To receive further multicast groups, see accept_address(). Does nothing for a socket

@@ -254,6 +254,25 @@ TEST_F(RawSockOnCable, TakesUntaggedFramesOfOthersOnlyAlsoOnAPortOfABridge) {
     send(*far_, frame);
   }
   EXPECT_EQ(taken_by(sock), make_frame(60, 0xA0));
+
+  const unsigned short ethertypes[] = {0x0800, ETHERTYPE, 0x88CC};
+  const MACAddress address({0x02, 0x19, 0x05, 0xBB, 0x00, 0x01});
+  RawSock picky(RawSock::open_untagged(interface, ethertypes, address), NEAR, receiver_.callback(), nullptr);
+  const auto send_to = [&](const MACAddress& destination, std::uint16_t ethertype) {
+    Octets frame = make_frame(60, 5, ethertype);
+    std::copy(destination.octets().begin(), destination.octets().end(), frame.begin());
+    send(*far_, frame);
+    return frame;
+  };
+  send_to(address, 0x88CD);
+  for (const std::size_t place : {0U, 3U, 4U, 5U}) {
+    MACAddress other = address;
+    other.octets()[place] = static_cast<std::uint8_t>(other.octets()[place] ^ 0x40U);
+    send_to(other, ETHERTYPE);
+  }
+  for (const Octets& ours : {send_to(address, 0x88CC), send_to(MULTICAST, ETHERTYPE)}) {
+    EXPECT_EQ(taken_by(picky), ours);
+  }
   test::remove_interface("bridge");
 }
 
