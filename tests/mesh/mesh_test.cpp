@@ -25,6 +25,7 @@
 #include "tests/mesh/process.h"
 #include "tests/net/private_network.h"
 #include "tools/meshd/entity/frame.h"
+#include "tools/meshd/entity/limits.h"
 #include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {
@@ -208,7 +209,7 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
   ASSERT_TRUE(far.receive(relayed_from(3)));
   ASSERT_TRUE(catch_up());
   const std::string neighbors = meshctl({"exec", name("e"), "mesh", "NEIGHBORS"});
-  EXPECT_EQ(static_cast<std::size_t>(std::count(neighbors.begin(), neighbors.end(), '\n')), NeighborTable::MAX_LINKS);
+  EXPECT_EQ(static_cast<std::size_t>(std::count(neighbors.begin(), neighbors.end(), '\n')), Limits().links);
   daemons_[0].signal(SIGTERM);
   EXPECT_EQ(daemons_[0].wait(), 0);
 }
@@ -442,7 +443,7 @@ TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
   ASSERT_TRUE(eventually([&] { return contains(log.out(), "meshd: " + name("h") + " is 02:"); })) << log.err();
   const pid_t daemon = child_that_runs(MESHD);
   ASSERT_GT(daemon, 0);
-  expect_capabilities(daemon, "0000000000002000");
+  expect_capabilities(daemon, "0000000000003000");
   kill(daemon, SIGTERM);
   int status = -1;
   EXPECT_EQ(waitpid(daemon, &status, 0), daemon);
@@ -518,7 +519,7 @@ TEST_F(MeshTest, AnAnswerOfMoreThanAMegabyteArrivesWhole) {
     ++count;
     return MACAddress({2, 0x19, 5, 0xCC, static_cast<std::uint8_t>(count >> 8U), static_cast<std::uint8_t>(count)});
   };
-  for (std::uint8_t number = 1; number <= NeighborTable::MAX_LINKS; ++number) {
+  for (std::uint8_t number = 1; number <= Limits().links; ++number) {
     const MACAddress device = device_mac(number);
     plug.send(topology_discovery(device, device), device);
     DeviceInformationTLV information(device);

@@ -67,7 +67,8 @@ int on_unblock(ctlcmd_session* session, int argc, const char* const* argv, void*
 
 }  // namespace
 
-DebugShell::DebugShell(Entity& entity, qel::daemon::Mainloop& loop) : entity_(entity), loop_(loop) {
+DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop)
+    : entity_(entity), ports_(ports), loop_(loop) {
   const auto module = loop_.create_ctlcmd_module(MODULE, this);
   module->add_command("TOPOLOGY", on_topology, "show what is known of the mesh: TEXT (default), BRIEF, JSON or DOT");
   module->add_command("NEIGHBORS", on_neighbors, "show the links to neighbors and when they were heard of");
@@ -142,7 +143,7 @@ std::string DebugShell::counters() const {
   std::ostringstream os;
   os << "processed " << counts.processed << "\nignored " << counts.ignored << "\nown " << counts.own << "\nduplicates "
      << counts.duplicates << "\nrejected " << counts.rejected << "\nrelayed " << counts.relayed << "\nunrelayed "
-     << counts.unrelayed << "\nunanswered " << counts.unanswered << '\n';
+     << counts.unrelayed << "\nunanswered " << counts.unanswered << "\nbridge_refusals " << ports_.refused() << '\n';
   return os.str();
 }
 

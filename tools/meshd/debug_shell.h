@@ -6,6 +6,7 @@
 #include "qel/daemon/ctlcmd_module.h"
 #include "qel/daemon/mainloop.h"
 #include "tools/meshd/entity/entity.h"
+#include "tools/meshd/ports/local_ports.h"
 
 namespace meshd {
 
@@ -14,8 +15,8 @@ class DebugShell {
  public:
   static constexpr const char* MODULE = "mesh";
 
-  /// Both are borrowed. Throws std::runtime_error when the shell does not take the module.
-  DebugShell(Entity& entity, qel::daemon::Mainloop& loop);
+  /// All are borrowed. Throws std::runtime_error when the shell does not take the module.
+  DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop);
   DebugShell(const DebugShell&) = delete;
   DebugShell& operator=(const DebugShell&) = delete;
   ~DebugShell();
@@ -32,6 +33,7 @@ class DebugShell {
 
  private:
   Entity& entity_;
+  const LocalPorts& ports_;
   qel::daemon::Mainloop& loop_;
 };
 

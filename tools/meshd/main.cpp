@@ -48,7 +48,7 @@ void run(const Options& options) {
     qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot limit the memory: " << unlimited.message()
                                 << std::endl;
   }
-  if (const std::error_code error = tools::keep_capabilities({CAP_NET_RAW})) {
+  if (const std::error_code error = tools::keep_capabilities({CAP_NET_RAW, CAP_NET_ADMIN})) {
     qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot give up capabilities: " << error.message()
                                 << std::endl;
   }

@@ -20,6 +20,8 @@ class LinkTable final : public qel::daemon::ISimpleFDWatch {
 
   /// Null when there is none; valid until the next turn. Its counts are those of its last change.
   const Link* find(unsigned int index) const;
+  /// By their numbers.
+  const std::map<unsigned int, Link>& all() const { return links_; }
 
   /// Throws std::system_error when the kernel refuses to tell.
   void on_readable() override;

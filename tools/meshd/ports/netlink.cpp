@@ -18,9 +18,6 @@ void require(bool succeeded) {
   }
 }
 
-/// Both of these begin with an errno, negative or 0.
-bool ends_answer(const nlmsghdr& header) { return header.nlmsg_type == NLMSG_DONE || header.nlmsg_type == NLMSG_ERROR; }
-
 }  // namespace
 
 std::string_view text_of(Octets octets) {
@@ -43,7 +40,7 @@ void Request::append(const void* part, std::size_t size) {
   std::memcpy(octets_.data() + offsetof(nlmsghdr, nlmsg_len), &length, sizeof(length));
 }
 
-Socket::Socket(unsigned int groups) : socket_(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE)) {
+Socket::Socket(unsigned int groups, int family) : socket_(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, family)) {
   require(socket_.get() >= 0);
   sockaddr_nl address{};
   address.nl_family = AF_NETLINK;
@@ -70,30 +67,24 @@ Socket::Result Socket::receive(bool waits, const Handler& handle) {
   }
   require(size >= 0 || errno == EINTR);
   if (size >= 0 && sender.nl_pid == 0) {  // only the kernel is believed
-    for_each<nlmsghdr, &nlmsghdr::nlmsg_len>(Octets(octets, static_cast<std::size_t>(size)),
-                                             [&](const nlmsghdr& header, Octets message) {
-                                               const int error = ends_answer(header) ? value_of<int>(message) : 0;
-                                               if (error < 0) {
-                                                 throw std::system_error(-error, std::generic_category(), "netlink");
-                                               }
-                                               handle(header, message);
-                                             });
+    for_each<nlmsghdr, &nlmsghdr::nlmsg_len>(
+        Octets(octets, static_cast<std::size_t>(size)), [&](const nlmsghdr& header, Octets message) {
+          // Both begin with an errno, negative or 0.
+          const bool is_end = header.nlmsg_type == NLMSG_DONE || header.nlmsg_type == NLMSG_ERROR;
+          const int error = is_end ? value_of<int>(message) : 0;
+          if (error < 0) {
+            throw std::system_error(-error, std::generic_category(), "netlink");
+          }
+          handle(header, message);
+        });
   }
   return Result::RECEIVED;
 }
 
-void Socket::run(const Request& request, const Handler& handle) {
+void Socket::run(const Request& request) {
   send(request);
-  for (bool has_ended = false; !has_ended;) {
-    const Result result = receive(true, [&](const nlmsghdr& header, Octets message) {
-      has_ended = has_ended || ends_answer(header);
-      if (!ends_answer(header)) {
-        handle(header, message);
-      }
-    });
-    if (result == Result::OVERRUN) {
-      throw std::system_error(ENOBUFS, std::generic_category(), "netlink");
-    }
+  for (bool is_done = false; !is_done;) {
+    receive(true, [&](const nlmsghdr& header, Octets) { is_done = is_done || header.nlmsg_type == NLMSG_ERROR; });
   }
 }
 

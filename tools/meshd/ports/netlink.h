@@ -82,8 +82,8 @@ class Request {
   std::vector<std::byte> octets_;
 };
 
-/// A socket to the kernel's table of interfaces and to what it keeps about them (rtnetlink(7)). Questions are answered
-/// while they are sent: the answer can be received at once.
+/// A socket to what the kernel keeps of the network (netlink(7)). The kernel answers while a request is sent, so that the
+/// answer can be received at once.
 class Socket {
  public:
   enum class Result {
@@ -93,8 +93,8 @@ class Socket {
   };
   using Handler = std::function<void(const nlmsghdr& header, Octets message)>;
 
-  /// Hears of the events of the groups, which are RTMGRP_ bits. Throws std::system_error, as all functions do.
-  explicit Socket(unsigned int groups);
+  /// Hears of the events of the groups, a mask of bits such as RTMGRP_LINK. Throws std::system_error, as all functions do.
+  explicit Socket(unsigned int groups, int family = NETLINK_ROUTE);
 
   int get_fd() const { return socket_.get(); }
 
@@ -104,8 +104,8 @@ class Socket {
   /// interface that is gone; what ends an answer is handed on.
   Result receive(bool waits, const Handler& handle);
 
-  /// Sends a request and waits until the kernel has done it. Only on a socket without groups.
-  void run(const Request& request, const Handler& handle);
+  /// Sends a request that changes something, with NLM_F_ACK, and waits until it is done. Not with groups.
+  void run(const Request& request);
 
  private:
   qel::FileDescriptor socket_;

@@ -1,0 +1,147 @@
+// Daemons on routers: their ports are in bridges, which forward between them.
+#include <gmock/gmock.h>
+#include <linux/if_ether.h>
+
+#include <cstdint>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "tests/mesh/mesh_fixture.h"
+#include "tests/net/private_network.h"
+#include "tools/meshd/entity/messages.h"
+
+namespace meshd::test {
+namespace {
+
+using qel::test::add_veth_pair;
+using qel::test::ip;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr std::uint16_t OTHER_ETHERTYPE = 0x88B5;  // for experiments (IEEE Std 802-2014, 9.2.3)
+const std::string WITHOUT_RIGHTS = "ERROR: meshd: cannot keep bridges from forwarding discovery between our ports: ";
+
+/// A bridge that forwards at once, and LLDP too.
+void add_bridge(const std::string& name, const std::vector<std::string>& ports) {
+  ip("link add name " + name + " up type bridge stp_state 0 forward_delay 0 mcast_snooping 0 group_fwd_mask 0x4000");
+  for (const std::string& port : ports) {
+    ip("link set dev " + port + " master " + name);
+  }
+}
+
+class BridgeTest : public MeshTest {
+ protected:
+  std::string neighbors(const std::string& stem) { return meshctl({"exec", name(stem), "mesh", "NEIGHBORS"}); }
+
+  /// Which of these a bridge forwards from the far end of one cable to that of the other, by their places.
+  std::set<std::size_t> forwarded(const std::string& from, const std::string& to, const MACAddress& al_mac) {
+    const struct {
+      MACAddress destination;
+      Octets type;  // with the tags before it
+    } frames[] = {{CMDU_MULTICAST_ADDRESS, {0x89, 0x3A}},
+                  {CMDU_MULTICAST_ADDRESS, {0x81, 0x00, 0xA0, 0x00, 0x89, 0x3A}},
+                  {MACAddress({0x01, 0x80, 0xC2, 0x00, 0x00, 0x0E}), {0x88, 0xCC}},
+                  {al_mac, {0x89, 0x3A}},
+                  {CMDU_MULTICAST_ADDRESS, {0x81, 0x00, 0x00, 0x05, 0x89, 0x3A}},
+                  {CMDU_MULTICAST_ADDRESS, {OTHER_ETHERTYPE >> 8U, OTHER_ETHERTYPE & 0xFFU}},
+                  {device_mac(99), {0x89, 0x3A}}};  // the last one goes through in any case
+    const qel::FileDescriptor tap = qel::test::open_packet_socket(to, ETH_P_ALL);
+    const qel::FileDescriptor plug = qel::test::open_packet_socket(from, OTHER_ETHERTYPE);
+    for (std::size_t place = 0; place < std::size(frames); ++place) {
+      Octets frame(60);
+      std::ranges::copy(frames[place].destination.octets(), frame.begin());
+      std::ranges::copy(device_mac(static_cast<std::uint8_t>(100 + place)).octets(), frame.begin() + 6);
+      std::ranges::copy(frames[place].type, frame.begin() + 12);
+      EXPECT_EQ(::send(plug.get(), frame.data(), frame.size(), 0), 60);
+    }
+    std::set<std::size_t> places;
+    for (pollfd ready{tap.get(), POLLIN, 0}; !places.contains(std::size(frames) - 1) && poll(&ready, 1, 5000) == 1;) {
+      Octets frame(60);
+      // What the frames had of tags is taken off.
+      if (recv(tap.get(), frame.data(), frame.size(), 0) >= 56 && frame[6] == 0x02 && frame[11] >= 100) {
+        places.insert(frame[11] - 100U);
+      }
+    }
+    return places;
+  }
+};
+
+TEST_F(BridgeTest, NodesInAChainOfBridgesAreNeighborsOfTheNextOneOnly) {
+  add_veth_pair("ba1", "bb0");
+  add_veth_pair("bb1", "bc0");
+  add_veth_pair("bc1", "bh");
+  add_bridge("ba", {"ba1"});
+  add_bridge("bb", {"bb0", "bb1"});
+  add_bridge("bc", {"bc0", "bc1"});
+  const MACAddress a = device_mac(1), b = device_mac(2), c = device_mac(3);
+  start_meshd("bb", {"--al-mac", b.to_string(), "--interface", "bb"});
+  ASSERT_TRUE(listens("bb"));
+  start_meshd("ba", {"--al-mac", a.to_string(), "--interface", "ba1"});
+  start_meshd("bc", {"--al-mac", c.to_string(), "--interface", "bc0", "bc1"});
+  EXPECT_TRUE(eventually([&] { return contains(view("bb"), answered(a)) && contains(view("bb"), answered(c)); }))
+      << view("bb");
+  EXPECT_TRUE(eventually([&] { return contains(view("ba"), answered(b)) && contains(view("bc"), answered(b)); }));
+  EXPECT_THAT(neighbors("ba"), AllOf(HasSubstr(b.to_string()), Not(HasSubstr(c.to_string()))));
+  EXPECT_THAT(neighbors("bb"),
+              AllOf(HasSubstr(a.to_string()), HasSubstr(" on bb0,"), HasSubstr(c.to_string()), HasSubstr(" on bb1,")));
+  EXPECT_THAT(neighbors("bc"), AllOf(HasSubstr(b.to_string()), Not(HasSubstr(a.to_string()))));
+}
+
+TEST_F(BridgeTest, ABridgeForwardsAllButDiscoveryAndIsLeftAsItWas) {
+  add_veth_pair("bd0", "bd1");
+  add_veth_pair("be0", "be1");
+  add_bridge("bd", {"bd0", "be0"});
+  const MACAddress d = device_mac(4);
+  const std::set<std::size_t> guarded = {4, 5, 6}, told = {0, 1, 2, 4, 5, 6}, all = {0, 1, 2, 3, 4, 5, 6};
+  const auto forwards = [&] { return forwarded("bd1", "be1", d); };
+  EXPECT_EQ(forwards(), all);
+  const std::vector<std::string> options = {"--al-mac", d.to_string(), "--interface", "bd"};
+  start_meshd("bd", options);
+  ASSERT_TRUE(listens("bd"));
+  EXPECT_EQ(forwards(), guarded);
+  Plug plug("be1");
+  const auto finds = [&](std::uint8_t device) {
+    return eventually([&] {
+      plug.send(topology_discovery(device_mac(device), device_mac(device)), device_mac(device));
+      return contains(neighbors("bd"), device_mac(device).to_string());
+    });
+  };
+  EXPECT_TRUE(finds(5));
+
+  ip("link set dev be0 nomaster");
+  EXPECT_TRUE(eventually([&] { return !contains(interfaces("bd"), "be0 "); })) << interfaces("bd");
+  EXPECT_EQ(neighbors("bd"), "");
+  ip("link set dev be0 master bd");
+  EXPECT_TRUE(finds(6));
+  EXPECT_EQ(forwards(), guarded);
+  ip("link del dev bd");
+  EXPECT_TRUE(eventually([&] { return interfaces("bd").empty(); })) << interfaces("bd");
+  add_bridge("bd", {"be0", "bd0"});
+  EXPECT_TRUE(finds(7));
+  EXPECT_EQ(forwards(), guarded);
+
+  daemons_.back().signal(SIGKILL);
+  daemons_.back().wait();
+  EXPECT_EQ(forwards(), told) << "what one that is killed leaves";
+  start_meshd("bd2", options);
+  ASSERT_TRUE(listens("bd2"));
+  EXPECT_EQ(forwards(), guarded);
+  daemons_.back().signal(SIGTERM);
+  EXPECT_EQ(daemons_.back().wait(), 0);
+  EXPECT_EQ(forwards(), all);
+
+  Process& powerless = daemons_.emplace_back(
+      Process(folder_, {"setpriv", "--bounding-set", "-all,+net_raw", MESHD, "--name", name("bd3"), "--interface",
+                        "bd0", "be0", "--al-mac", d.to_string(), "--discovery-interval", "1"}));
+  ASSERT_TRUE(listens("bd3"));
+  EXPECT_TRUE(matches(powerless.err(), "^" + WITHOUT_RIGHTS +
+                                           "[^\n]*not permitted[^\n]*\n"
+                                           "ERROR: meshd: cannot tell bridge bd where we are: [^\n]*not permitted\n"))
+      << powerless.err();
+  EXPECT_EQ(forwards(), all);
+}
+
+}  // namespace
+}  // namespace meshd::test

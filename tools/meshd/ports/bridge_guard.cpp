@@ -1,0 +1,117 @@
+#include "tools/meshd/ports/bridge_guard.h"
+
+#include <linux/netfilter/nf_tables.h>
+#include <linux/netfilter/nfnetlink.h>
+#include <nftables/libnftables.h>
+
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "tools/meshd/ports/netlink.h"
+
+namespace meshd {
+
+namespace {
+
+/// An identifier of nftables, different for each name.
+std::string table_of(const std::string& daemon) {
+  constexpr const char* DIGITS = "0123456789abcdef";
+  std::string table = "mesh_";
+  for (const char c : daemon) {
+    const auto octet = static_cast<unsigned char>(c);
+    if ((octet >= 'a' && octet <= 'z') || (octet >= 'A' && octet <= 'Z') || (octet >= '0' && octet <= '9')) {
+      table += c;
+    } else {
+      table.append({'_', DIGITS[octet >> 4U], DIGITS[octet & 0xFU]});
+    }
+  }
+  return table;
+}
+
+/// Where a bridge forwards, it may have given a tag to a frame that came without one. So the frames are marked where
+/// they still are as they came, and dropped here.
+constexpr const char* CHAINS = R"(
+  chain prerouting {
+    type filter hook prerouting priority -300; policy accept;
+    iif @ports ether daddr 01:80:c2:00:00:13 ether type 0x893a meta mark set 0x893a
+    iif @ports ether daddr 01:80:c2:00:00:13 vlan id 0 vlan type 0x893a meta mark set 0x893a
+    iif @ports ether daddr 01:80:c2:00:00:0e ether type 0x88cc meta mark set 0x893a
+  }
+  chain forward {
+    type filter hook forward priority -300; policy accept;
+    iif @ports oif @ports meta mark 0x893a drop
+  }
+)";
+
+/// Throws std::system_error. The library would end the process where the kernel has no netfilter, and write to the
+/// standard error where we lack the right.
+void ask_whether_allowed() {
+  const nfgenmsg body{};
+  netlink::Socket(0, NETLINK_NETFILTER)
+      .run(netlink::Request(NFNL_SUBSYS_NFTABLES << 8U | NFT_MSG_GETGEN, NLM_F_ACK, body));
+}
+
+std::string join(const std::vector<unsigned int>& numbers) {
+  std::string text;
+  for (const unsigned int number : numbers) {
+    text.append(text.empty() ? "" : ", ").append(std::to_string(number));
+  }
+  return text;
+}
+
+}  // namespace
+
+void BridgeGuard::Free::operator()(nft_ctx* context) const { nft_ctx_free(context); }
+
+BridgeGuard::BridgeGuard(const std::string& daemon) : table_("bridge " + table_of(daemon)) {}
+
+BridgeGuard::~BridgeGuard() {
+  if (context_ != nullptr) {
+    run("delete table " + table_);
+  }
+}
+
+std::optional<std::string> BridgeGuard::run(const std::string& commands) {
+  if (context_ == nullptr) {
+    ask_whether_allowed();
+    context_.reset(nft_ctx_new(NFT_CTX_DEFAULT));
+    nft_ctx_buffer_error(context_.get());
+  }
+  if (nft_run_cmd_from_buffer(context_.get(), commands.c_str()) == 0) {
+    return std::nullopt;
+  }
+  const std::string text = nft_ctx_get_error_buffer(context_.get());
+  return text.substr(0, text.find('\n'));  // a copy of the command follows
+}
+
+void BridgeGuard::keep_apart(const std::vector<unsigned int>& ports) {
+  const std::string remove = "delete table " + table_ + '\n';
+  const std::string remove_if_any = "add table " + table_ + '\n' + remove;
+  const std::string set = "set ports { type iface_index; elements = { " + join(ports) + " } }";
+  const auto make = [&](const char* flags) { return "table " + table_ + " {" + flags + set + CHAINS + "}\n"; };
+  const bool is_first = !std::exchange(has_begun_, true);
+  if (ports.size() < 2) {
+    if (context_ != nullptr) {
+      run(remove);
+    } else if (is_first) {
+      try {
+        run(remove_if_any);
+      } catch (const std::system_error&) {  // who may not remove has most likely made none
+      }
+    }
+    context_.reset();
+    return;
+  }
+  const bool is_made = context_ != nullptr;
+  // A table that is bound is not added once more; one that is not, somebody else may have removed.
+  const std::optional<std::string> refusal = run((is_made ? remove : remove_if_any) + make("flags owner; "));
+  if (refusal && run(remove_if_any + make(""))) {
+    if (!is_made) {
+      context_.reset();
+    }
+    throw std::runtime_error(*refusal);
+  }
+}
+
+}  // namespace meshd

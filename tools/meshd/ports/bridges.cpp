@@ -1,0 +1,94 @@
+#include "tools/meshd/ports/bridges.h"
+
+#include <algorithm>
+#include <exception>
+#include <ostream>
+#include <system_error>
+
+#include "qel/daemon/log.h"
+#include "tools/meshd/ports/forwarding_table.h"
+
+namespace meshd {
+
+namespace {
+
+/// Whether the bridge knows the address anyway: as its own, or as that of a port.
+bool has_address(const LinkTable& links, unsigned int bridge, const qel::MACAddress& address) {
+  return std::any_of(links.all().begin(), links.all().end(), [&](const auto& entry) {
+    const Link& link = entry.second;
+    return (link.index == bridge || link.bridge == bridge) && link.mac == address;
+  });
+}
+
+}  // namespace
+
+Bridges::~Bridges() {
+  for (const unsigned int bridge : told_) {
+    attempt("", [&] { remove_bridge_address(bridge, al_mac_); });
+  }
+}
+
+template <class Action>
+bool Bridges::attempt(const std::string& what, Action action) {
+  try {
+    action();
+    causes_.erase(what);
+    return true;
+  } catch (const std::exception& error) {
+    const auto* const system_error = dynamic_cast<const std::system_error*>(&error);
+    const bool is_gone = system_error != nullptr && system_error->code() == std::errc::no_such_device;
+    if (!what.empty() && !is_gone) {
+      ++refused_;
+      std::string& cause = causes_[what];
+      if (cause != error.what()) {
+        cause = error.what();
+        qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot " << what << ": " << cause << std::endl;
+      }
+    }
+    return false;
+  }
+}
+
+void Bridges::follow(const LinkTable& links, const std::vector<unsigned int>& ports) {
+  std::set<unsigned int> ports_of_bridges;
+  std::set<unsigned int> bridges;
+  for (const unsigned int port : ports) {
+    if (const Link* link = links.find(port); link != nullptr && link->bridge != 0) {
+      ports_of_bridges.insert(port);
+      bridges.insert(link->bridge);
+    }
+  }
+  const bool has_bridge = std::ranges::any_of(links.all(), [](const auto& entry) { return entry.second.is_bridge; });
+  if (has_bridge || guarded_) {  // else nothing of nftables is even looked at
+    guard(ports_of_bridges);
+    tell(links, bridges);
+  }
+}
+
+void Bridges::guard(const std::set<unsigned int>& ports) {
+  if (ports == guarded_) {
+    return;
+  }
+  guarded_ = ports;
+  attempt("keep bridges from forwarding discovery between our ports", [&] {
+    guard_.keep_apart({ports.begin(), ports.end()});
+  });
+}
+
+void Bridges::tell(const LinkTable& links, const std::set<unsigned int>& bridges) {
+  for (const auto& [index, link] : links.all()) {
+    if (!link.is_bridge || has_address(links, index, al_mac_)) {
+      told_.erase(index);
+    } else if (bridges.contains(index)) {
+      // Each time, since a bridge that has got another VLAN does not know the address there.
+      if (attempt("tell bridge " + link.name + " where we are", [&] { add_bridge_address(index, al_mac_); })) {
+        told_.insert(index);
+      }
+    } else if (told_.erase(index) != 0 || !has_begun_) {  // or one that was killed may have told it
+      attempt("", [&] { remove_bridge_address(index, al_mac_); });
+    }
+  }
+  has_begun_ = true;
+}
+
+}  // namespace meshd

@@ -1,0 +1,324 @@
+#include "tools/meshd/ports/local_ports.h"
+
+#include <net/if.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <exception>
+#include <new>
+#include <ostream>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "qel/daemon/log.h"
+#include "qel/ieee1905_1/cmdu.h"
+
+namespace meshd {
+
+namespace {
+
+using qel::MACAddress;
+using qel::debug::LogLevels;
+using qel::ieee1905_1::CMDU_ETHERTYPE;
+using qel::ieee1905_1::CMDU_MULTICAST_ADDRESS;
+using Clock = std::chrono::steady_clock;
+
+/// Between two steps: another turn, or another try.
+constexpr std::chrono::milliseconds NEXT_TURN{1};
+constexpr std::chrono::seconds NEXT_TRY{1};
+
+/// IEEE Std 802.1AB-2016, 7.1 and 7.4.
+constexpr unsigned short LLDP_ETHERTYPE = 0x88CC;
+constexpr MACAddress LLDP_MULTICAST_ADDRESS({0x01, 0x80, 0xC2, 0x00, 0x00, 0x0E});
+
+std::ostream& log() { return qel::debug::stream("meshd"); }
+
+LocalInterface describe(const Link& link, const LinkTable& links) {
+  const Link* bridge = links.find(link.bridge);
+  return {link.name, link.mac.value_or(MACAddress()), bridge == nullptr ? "" : bridge->name};
+}
+
+}  // namespace
+
+const Link& get_link(const LinkTable& links, const std::string& name) {
+  const Link* link = links.find(if_nametoindex(name.c_str()));
+  if (link == nullptr) {
+    throw std::system_error(ENODEV, std::generic_category(), "interface " + name);
+  }
+  if (!link->mac) {
+    throw std::runtime_error("interface " + name + ": not an Ethernet");
+  }
+  return *link;
+}
+
+LocalPorts::LocalPorts(const LinkTable& links, Entity& entity, qel::daemon::Mainloop& loop, TroubleLog& troubles)
+    : links_(links),
+      entity_(entity),
+      loop_(loop),
+      troubles_(troubles),
+      bridges_(loop.get_name(), entity.config().al_mac) {}
+
+LocalPorts::~LocalPorts() {
+  for (const Port& port : ports_) {
+    loop_.remove_watch(port.socket);
+  }
+}
+
+void LocalPorts::open_all(const std::vector<std::string>& names) {
+  for (const std::string& name : names) {
+    const Link& link = get_link(links_, name);
+    if (given_as(link.index) != nullptr) {
+      throw std::runtime_error("interface " + name + ": given twice, by different names");
+    }
+    given_.push_back({name, link.index, link.is_bridge});
+  }
+  prepare_bridges();
+  for (Given& given : given_) {
+    for (const auto& [index, link] : links_.all()) {
+      try {
+        if (owner_of(link) == &given) {
+          open(given, link);
+        }
+      } catch (const std::system_error& error) {
+        throw std::system_error(error.code(), "interface " + link.name);
+      }
+    }
+  }
+}
+
+LocalPorts::Given* LocalPorts::given_as(unsigned int index) {
+  const auto place = std::ranges::find(given_, index, &Given::index);
+  return index == 0 || place == given_.end() ? nullptr : &*place;
+}
+
+LocalPorts::Port* LocalPorts::port_on(unsigned int index) {
+  const auto place = std::ranges::find(ports_, index, &Port::index);
+  return index == 0 || place == ports_.end() ? nullptr : &*place;
+}
+
+LocalPorts::Given* LocalPorts::owner_of(const Link& link) {
+  Given* given = given_as(link.index);
+  if (given == nullptr && link.mac) {
+    given = given_as(link.bridge);
+  }
+  return given == nullptr || (given->is_bridge && given->index == link.index) ? nullptr : given;
+}
+
+void LocalPorts::find(Given& given) {
+  const Link* link = links_.find(if_nametoindex(given.name.c_str()));
+  if (link == nullptr || given_as(link->index) != nullptr || link->index == given.refused) {
+    return;
+  }
+  if (!link->mac) {
+    given.refused = link->index;
+    troubles_.note("cannot use " + given.name + ": not an Ethernet", Clock::now());
+    return;
+  }
+  given.index = link->index;
+  given.is_bridge = link->is_bridge;
+  log() << LogLevels::LOG << given.name << " was made anew" << std::endl;
+  const auto kept = std::ranges::find(ports_, &given, &Port::given);
+  if (given.is_bridge && kept != ports_.end()) {  // it was no bridge before
+    *kept = {};
+    entity_.remove_interface(static_cast<std::size_t>(kept - ports_.begin()));
+  }
+}
+
+void LocalPorts::open(Given& given, const Link& link) {
+  // One that was given keeps its number for the next of its name; others take the lowest that is free, as in the
+  // entity.
+  auto place = std::ranges::find_if(
+      ports_, [&](const Port& port) { return !given.is_bridge && port.given == &given && port.socket == nullptr; });
+  const bool is_known = place != ports_.end();
+  if (!is_known) {
+    place = std::ranges::find(ports_, nullptr, &Port::given);
+  }
+  const auto interface = static_cast<std::size_t>(place - ports_.begin());
+  ports_.resize(std::max(ports_.size(), interface + 1));
+  auto socket = open_socket(interface, link);
+  Port& port = ports_[interface];
+  port = {&given, std::move(socket), link.index, link.state.up, port.dropped};
+  try {
+    if (is_known) {
+      entity_.replace_interface(interface, describe(link, links_));
+    } else {
+      entity_.add_interface(describe(link, links_));
+    }
+  } catch (...) {
+    port = {};
+    throw;
+  }
+  loop_.add_watch(port.socket);
+}
+
+std::shared_ptr<qel::RawSock> LocalPorts::open_socket(std::size_t interface, const Link& link) {
+  const auto take = [this, interface](const unsigned char* octets, unsigned int length) {
+    if (length > qel::RawSock::MAX_FRAME_SIZE) {
+      return;  // reading failed, as it does when the interface goes down
+    }
+    try {
+      entity_.receive(interface, {octets, length}, Clock::now());
+    } catch (const std::bad_alloc&) {
+      // A message on the bus may have taken what the limit of our data allows. The frame is lost, as on a busy link.
+      ++lost_frames_;
+    }
+  };
+  constexpr unsigned short ETHERTYPES[] = {CMDU_ETHERTYPE, LLDP_ETHERTYPE};
+  const MACAddress& al_mac = entity_.config().al_mac;
+  auto socket = std::make_shared<qel::RawSock>(qel::RawSock::open_untagged(link.index, ETHERTYPES, al_mac), link.name,
+                                               take, qel::RawSock::WritableCallback());
+  socket->set_nonblocking();
+  for (const MACAddress& address : {CMDU_MULTICAST_ADDRESS, LLDP_MULTICAST_ADDRESS, al_mac}) {
+    if (const std::error_code error = socket->accept_address(address)) {
+      throw std::system_error(error);
+    }
+  }
+  return socket;
+}
+
+void LocalPorts::close(std::size_t interface) {
+  Port& port = ports_[interface];
+  loop_.remove_watch(port.socket);
+  if (port.given->is_bridge) {
+    port = {};
+    entity_.remove_interface(interface);
+  } else {
+    port.given->index = 0;
+    port = {port.given, nullptr, 0, false, port.dropped};
+    entity_.disconnect(interface);
+  }
+}
+
+bool LocalPorts::close_one() {
+  for (std::size_t interface = 0; interface < ports_.size(); ++interface) {
+    const Port& port = ports_[interface];
+    if (port.socket == nullptr) {
+      continue;
+    }
+    // That it is gone its socket tells: one made anew may have the same number.
+    const bool is_gone = port.socket->get_interface() == 0;
+    const Link* link = links_.find(port.index);
+    if (is_gone || (link != nullptr && owner_of(*link) != port.given)) {
+      log() << LogLevels::LOG << name_of(interface) << (is_gone ? " is gone" : " has left the bridge") << std::endl;
+      close(interface);
+      return true;
+    }
+  }
+  return false;
+}
+
+bool LocalPorts::open_one() {
+  for (const auto& [index, link] : links_.all()) {
+    Given* given = owner_of(link);
+    if (given == nullptr || port_on(index) != nullptr) {
+      continue;
+    }
+    try {
+      open(*given, link);
+      if (given->is_bridge) {
+        log() << LogLevels::LOG << link.name << " has joined bridge " << describe(link, links_).bridge << std::endl;
+      }
+      return true;
+    } catch (const std::exception& error) {
+      troubles_.note("cannot use " + link.name + ": " + error.what(), Clock::now());
+      follow_timer_.start(NEXT_TRY, [this] { follow(); });
+    }
+  }
+  return false;
+}
+
+void LocalPorts::update(std::size_t interface, const Link& link) {
+  const LocalInterface& known = entity_.config().interfaces[interface];
+  LocalInterface current = describe(link, links_);
+  if (current.name != known.name) {
+    log() << LogLevels::LOG << known.name << " is named " << current.name << " now" << std::endl;
+  }
+  if (current.mac != known.mac) {
+    log() << LogLevels::LOG << current.name << " has the address " << current.mac << " now" << std::endl;
+  }
+  const bool was_up = std::exchange(ports_[interface].is_up, link.state.up);
+  if (link.state.up != was_up) {
+    log() << LogLevels::LOG << current.name << (was_up ? " is down" : " is up") << std::endl;
+  }
+  if (was_up && !link.state.up) {
+    entity_.disconnect(interface);
+  }
+  if (current != known || (link.state.up && !was_up)) {
+    entity_.replace_interface(interface, std::move(current));
+  }
+}
+
+void LocalPorts::prepare_bridges() {
+  std::vector<unsigned int> ports;
+  for (const auto& [index, link] : links_.all()) {
+    if (owner_of(link) != nullptr) {
+      ports.push_back(index);
+    }
+  }
+  bridges_.follow(links_, ports);
+}
+
+void LocalPorts::follow() {
+  states_.forget();
+  for (Given& given : given_) {
+    // Of a bridge its number tells that it is gone: what one made anew with the same has for ports is told of them.
+    if (given.is_bridge && links_.find(given.index) == nullptr) {
+      given.index = 0;
+    }
+  }
+  if (close_one()) {
+    follow_timer_.start(NEXT_TURN, [this] { follow(); });
+    return;
+  }
+  for (Given& given : given_) {
+    if (given.index == 0) {
+      find(given);
+    }
+  }
+  prepare_bridges();
+  for (std::size_t interface = 0; interface < ports_.size(); ++interface) {
+    if (const Link* link = links_.find(ports_[interface].index)) {
+      update(interface, *link);
+    }
+  }
+  if (open_one()) {
+    follow_timer_.start(NEXT_TURN, [this] { follow(); });
+  }
+}
+
+void LocalPorts::send(std::size_t interface, std::span<const std::uint8_t> frame) {
+  Port& port = ports_[interface];
+  const std::error_code error = port.socket == nullptr
+                                    ? std::make_error_code(std::errc::network_down)
+                                    : port.socket->send_data(frame.data(), static_cast<unsigned int>(frame.size()));
+  if (error) {
+    ++port.dropped;
+  }
+  if (error && error != std::errc::network_down) {  // that it is down was told
+    troubles_.note("cannot send on " + name_of(interface) + ": " + error.message(), Clock::now());
+  }
+}
+
+InterfaceState LocalPorts::read_state(std::size_t interface) {
+  const Port& port = ports_[interface];
+  InterfaceState state = states_.read(port.index);
+  state.dropped = port.dropped;
+  return state;
+}
+
+std::vector<MACAddress> LocalPorts::read_hosts(std::size_t interface) {
+  try {
+    std::vector<MACAddress> hosts = forwarding_.hosts(ports_[interface].index);
+    std::erase(hosts, entity_.config().al_mac);
+    return hosts;
+  } catch (const std::system_error& error) {
+    troubles_.note(std::string("cannot read what bridges have learned: ") + error.what(), Clock::now());
+    return {};
+  }
+}
+
+std::uint64_t LocalPorts::take_lost_frames() { return std::exchange(lost_frames_, 0); }
+
+}  // namespace meshd
