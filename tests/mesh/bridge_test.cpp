@@ -143,5 +143,28 @@ TEST_F(BridgeTest, ABridgeForwardsAllButDiscoveryAndIsLeftAsItWas) {
   EXPECT_EQ(forwards(), all);
 }
 
+TEST_F(BridgeTest, ItsAddressLastsWhateverBecomesOfTheInterface) {
+  add_veth_pair("bf0", "bf1");
+  add_bridge("bf", {"bf0"});
+  const auto address_with = [&](std::vector<std::string> options) {
+    options.insert(options.end(), {"--interface", "bf"});
+    Process& meshd = start_meshd("bf", options);
+    EXPECT_TRUE(listens("bf"));
+    const std::string seen = view("bf");
+    meshd.signal(SIGTERM);
+    EXPECT_EQ(meshd.wait(), 0);
+    return seen.substr(seen.find("\"al_mac\":"), 29);
+  };
+  const std::vector<std::string> kept = {"--state-directory", folder_};
+  const std::string address = address_with(kept);
+  ip("link set dev bf0 address " + device_mac(8).to_string());
+  EXPECT_EQ(address_with(kept), address);
+  EXPECT_NE(address_with({}), address);
+  std::ofstream(folder_ + "/" + name("bf") + ".al_mac") << "01:80:C2:00:00:13\n";
+  EXPECT_THAT(address_with(kept), HasSubstr("02:51:4C:BB:00:08")) << "no address of a device was kept";
+  EXPECT_THAT(address_with({"--state-directory", "/nonexistent"}), HasSubstr("02:51:4C:"));
+  EXPECT_THAT(daemons_.back().err(), HasSubstr("cannot keep the AL MAC address: /nonexistent/"));
+}
+
 }  // namespace
 }  // namespace meshd::test

@@ -1,18 +1,14 @@
 #include "tools/meshd/node.h"
 
-#include <net/if.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <exception>
-#include <new>
+#include <optional>
 #include <ostream>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
 
 #include "qel/core/vendor_oui.h"
 #include "qel/daemon/log.h"
+#include "tools/meshd/al_mac_file.h"
 
 namespace meshd {
 
@@ -20,34 +16,29 @@ namespace {
 
 using qel::MACAddress;
 using qel::debug::LogLevels;
-using qel::ieee1905_1::CMDU_ETHERTYPE;
-using qel::ieee1905_1::CMDU_MULTICAST_ADDRESS;
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds TEND_INTERVAL{1};
-
-/// Between two steps of following the interfaces: another turn, or another try.
-constexpr std::chrono::milliseconds NEXT_TURN{1};
-constexpr std::chrono::seconds NEXT_TRY{1};
 
 /// A link is given up when its other end was silent for so many announcements: each asks the neighbours for an answer.
 constexpr int SILENT_ANNOUNCEMENTS = 3;
 
 std::ostream& log() { return qel::debug::stream("meshd"); }
 
-/// The vendor's first three octets, then the interface's last three: the same after every start.
+/// The vendor's first three octets, then the interface's last three.
 MACAddress make_al_mac(const MACAddress& interface) {
   MACAddress al_mac = interface;
   std::copy(qel::VENDOR_OUI.begin(), qel::VENDOR_OUI.end(), al_mac.octets().begin());
   return al_mac;
 }
 
-Entity::Config configure(const Options& options, const LinkTable& links) {
+Entity::Config configure(const Options& options, const LinkTable& links, const AlMacFile& file) {
   Entity::Config config;
   config.version = qel::BasicVersion(MESHD_VERSION_MAJOR, MESHD_VERSION_MINOR);
   config.hold_time = SILENT_ANNOUNCEMENTS * options.discovery_interval;
   const Link& first = get_link(links, options.interfaces.front());
-  config.al_mac = options.al_mac.value_or(make_al_mac(*first.mac));
+  const std::optional<MACAddress> al_mac = options.al_mac ? options.al_mac : file.read();
+  config.al_mac = al_mac.value_or(make_al_mac(*first.mac));
   return config;
 }
 
@@ -57,12 +48,17 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
     : loop_(loop),
       interval_(options.discovery_interval),
       links_(std::make_shared<LinkTable>([this] { ports_.follow(); })),
-      entity_(configure(options, *links_), *this),
+      entity_(configure(options, *links_, AlMacFile(options.state_directory, options.name)), *this),
       ports_(*links_, entity_, loop, troubles_),
       shell_(entity_, ports_, loop) {
   // The first of the watches: what changed before a frame came is known when the frame is taken.
   loop_.add_watch(links_);
   ports_.open_all(options.interfaces);
+  try {
+    AlMacFile(options.state_directory, options.name).write(entity_.config().al_mac);
+  } catch (const std::system_error& error) {
+    log() << LogLevels::ERROR << "cannot keep the AL MAC address: " << error.what() << std::endl;
+  }
   log() << LogLevels::LOG << loop_.get_name() << " is " << entity_.config().al_mac << " on "
         << entity_.config().interfaces.size() << " interfaces" << std::endl;
   announce_timer_.start(interval_, [this] { announce_and_repeat(); });

@@ -28,8 +28,9 @@ Usage: meshd --interface IF... [OPTION]...
 Options:
   -h, --help                    Print this help and exit
       --version                 Print the version and exit
-  -i, --interface IF...         The Ethernet interfaces to work on
+  -i, --interface IF...         The Ethernet interfaces to work on; a bridge stands for its ports
       --al-mac MAC              The address of this device; by default made from the first interface's
+      --state-directory DIR     Keep that address here over restarts
       --name NAME               What meshctl finds this daemon by; meshd by default
       --discovery-interval SECONDS
                                 Between two announcements, from 1 to 3600; 60 by default
@@ -43,6 +44,7 @@ enum Option : int {
   INTERFACE = 'i',
   VERSION = 256,
   AL_MAC,
+  STATE_DIRECTORY,
   NAME,
   INTERVAL,
   DAEMONIZE,
@@ -57,6 +59,7 @@ constexpr option LONG_OPTIONS[] = {
     {"version", no_argument, nullptr, VERSION},
     {"interface", required_argument, nullptr, INTERFACE},
     {"al-mac", required_argument, nullptr, AL_MAC},
+    {"state-directory", required_argument, nullptr, STATE_DIRECTORY},
     {"name", required_argument, nullptr, NAME},
     {"discovery-interval", required_argument, nullptr, INTERVAL},
     {"daemonize", no_argument, nullptr, DAEMONIZE},
@@ -145,6 +148,9 @@ Options parse_options(int argc, char* const* argv) {
         break;
       case AL_MAC:
         options.al_mac = parse_al_mac(value);
+        break;
+      case STATE_DIRECTORY:
+        options.state_directory = value;
         break;
       case NAME:
         options.name = value;

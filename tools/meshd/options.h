@@ -17,7 +17,8 @@ class UsageError : public std::runtime_error {
 
 struct Options {
   std::vector<std::string> interfaces;    ///< at least one, none twice
-  std::optional<qel::MACAddress> al_mac;  ///< made of the first interface's when absent
+  std::optional<qel::MACAddress> al_mac;  ///< when absent that of the last time, or made of the first interface's
+  std::string state_directory;            ///< where the AL MAC is kept; empty for nowhere
   std::string name = "meshd";             ///< on the IPC
   std::chrono::seconds discovery_interval{60};
   bool daemonize = false;
