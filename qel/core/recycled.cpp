@@ -32,20 +32,18 @@ constinit thread_local Store store{};
 struct Closer {
   ~Closer() {
     store.room = 0;
-    for (std::size_t shelf = 0; shelf < SHELVES; ++shelf) {
-      for (Shelf& of_size = store.shelves[shelf]; of_size.count != 0; --of_size.count) {
-        ::operator delete(of_size.blocks[of_size.count - 1], block_size(shelf));
+    for (Shelf& of_size : store.shelves) {
+      while (of_size.count != 0) {
+        ::operator delete(of_size.blocks[--of_size.count]);
       }
     }
   }
 };
 
 void open_store() {
-  if (!store.is_opened) {
-    static thread_local const Closer closer;
-    store.is_opened = true;
-    store.room = QEL_KEPT_BLOCKS;
-  }
+  static thread_local const Closer closer;
+  store.is_opened = true;
+  store.room = QEL_KEPT_BLOCKS;
 }
 
 }  // namespace
@@ -62,18 +60,18 @@ void* Recycled::operator new(std::size_t size) {
 void Recycled::operator delete(void* block, std::size_t size) noexcept {
   const std::size_t shelf = shelf_of(size);
   if (shelf >= SHELVES) {
-    ::operator delete(block, size);
+    ::operator delete(block);
     return;
   }
   Store& here = store;
-  Shelf& of_size = here.shelves[shelf];
-  if (of_size.count == here.room) {
+  if (!here.is_opened) {
     open_store();
   }
+  Shelf& of_size = here.shelves[shelf];
   if (of_size.count < here.room && block != nullptr) {
     of_size.blocks[of_size.count++] = block;
   } else {
-    ::operator delete(block, block_size(shelf));
+    ::operator delete(block);
   }
 }
 
