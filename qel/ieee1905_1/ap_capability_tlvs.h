@@ -13,11 +13,11 @@
 
 namespace qel::ieee1905_1 {
 
-/// AP Capability TLV (type 161, Multi-AP Specification, 17.2.6): what an agent can do as a whole. Reserved bits are
+/// AP Capability TLV (type 161, Multi-AP Specification, 17.2.6): capabilities of an agent as a whole. Reserved bits are
 /// kept and compared.
 class QEL_EXPORT APCapabilityTLV final : public TableTLV<APCapabilityTLV, TLVType::AP_CAPABILITY> {
  public:
-  /// On the channels that its BSSs operate on.
+  /// On the channels that its BSSs use.
   bool get_link_metrics_support_operated_channel() const { return flags_[OPERATED_CHANNEL]; }
   void set_link_metrics_support_operated_channel(bool support) { flags_[OPERATED_CHANNEL] = support; }
   /// On other channels.
@@ -43,7 +43,7 @@ class QEL_EXPORT APCapabilityTLV final : public TableTLV<APCapabilityTLV, TLVTyp
   std::bitset<8> flags_;
 };
 
-/// An operating class that a radio supports, and the channels of it that it does not.
+/// An operating class that a radio supports, with the channels of the class that it does not support.
 class QEL_EXPORT OperatingClassInformation final : public serialization::Record<OperatingClassInformation> {
  public:
   OperatingClassInformation() = default;
@@ -52,7 +52,7 @@ class QEL_EXPORT OperatingClassInformation final : public serialization::Record<
 
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
-  /// The maximum EIRP in dBm.
+  /// Maximum EIRP, in dBm.
   signed char get_transmit_power() const { return transmit_power_; }
   void set_transmit_power(signed char power) { transmit_power_ = power; }
   const std::vector<std::uint8_t>& get_non_operable_channel_vector() const { return non_operable_channel_vector_; }
@@ -72,7 +72,7 @@ class QEL_EXPORT OperatingClassInformation final : public serialization::Record<
   std::vector<std::uint8_t> non_operable_channel_vector_;
 };
 
-/// AP Radio Basic Capabilities TLV (type 133, Multi-AP Specification, 17.2.7). Without an operating class it decodes
+/// AP Radio Basic Capabilities TLV (type 133, Multi-AP Specification, 17.2.7). Without an operating class, it decodes
 /// but does not encode.
 class QEL_EXPORT APRadioBasicCapabilitiesTLV final
     : public TableTLV<APRadioBasicCapabilitiesTLV, TLVType::AP_RADIO_BASIC_CAPABILITIES> {
@@ -106,8 +106,8 @@ class QEL_EXPORT APRadioBasicCapabilitiesTLV final
   std::vector<OperatingClassInformation> operation_class_information_vector_;
 };
 
-/// Backhaul STA Radio Capabilities TLV (type 203): a radio that can be a backhaul station, and the address that it has
-/// then. The reserved bits of the flags are kept but not compared, and the address only counts when it is included.
+/// Backhaul STA Radio Capabilities TLV (type 203): a radio that can be a backhaul station, and its address in that
+/// role. Reserved bits of the flags are kept but not compared, and the address is compared only if included.
 class QEL_EXPORT BackhaulSTARadioCapabilitiesTLV final
     : public TableTLV<BackhaulSTARadioCapabilitiesTLV, TLVType::BACKHAUL_STA_RADIO_CAPABILITIES> {
  public:
@@ -121,7 +121,7 @@ class QEL_EXPORT BackhaulSTARadioCapabilitiesTLV final
   void set_reported_radio_mac(const MACAddress& radio) { reported_radio_mac_ = radio; }
   bool get_is_mac_included() const { return flags_[MAC_INCLUDED]; }
   const MACAddress& get_backhaul_sta_mac() const { return backhaul_sta_mac_; }
-  /// Includes the address, for good.
+  /// Also includes the address; this cannot be undone.
   void set_backhaul_sta_mac(const MACAddress& sta) {
     backhaul_sta_mac_ = sta;
     flags_[MAC_INCLUDED] = true;
@@ -139,7 +139,7 @@ class QEL_EXPORT BackhaulSTARadioCapabilitiesTLV final
 
  private:
   friend serialization::BodyAccess;
-  /// The table, then the address when it is included.
+  /// The rows of the table, then the address if included.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
 

@@ -13,7 +13,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// AP HT Capabilities TLV (type 134, Multi-AP Specification, 17.2.8): what a radio can do as an IEEE 802.11n access
+/// AP HT Capabilities TLV (type 134, Multi-AP Specification, 17.2.8): capabilities of a radio as an IEEE 802.11n access
 /// point. Reserved bits are kept and compared.
 class QEL_EXPORT APHTCapabilitiesTLV final : public TableTLV<APHTCapabilitiesTLV, TLVType::AP_HT_CAPABILITIES> {
  public:
@@ -23,7 +23,7 @@ class QEL_EXPORT APHTCapabilitiesTLV final : public TableTLV<APHTCapabilitiesTLV
   const MACAddress& get_radio_identifier() const { return radio_identifier_; }
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
 
-  // 1 to 4: see get_stream_count; 0 is kept as 4.
+  // 1 to 4; see get_stream_count. 0 is stored as 4.
   std::uint8_t get_number_tx_spatial_streams() const { return get_stream_count(flags_, TX_STREAMS); }
   void set_number_tx_spatial_streams(std::uint8_t number) { set_stream_count(flags_, TX_STREAMS, number); }
   std::uint8_t get_number_rx_spatial_streams() const { return get_stream_count(flags_, RX_STREAMS); }
@@ -58,11 +58,11 @@ class QEL_EXPORT APHTCapabilitiesTLV final : public TableTLV<APHTCapabilitiesTLV
   std::bitset<8> flags_;
 };
 
-/// AP VHT Capabilities TLV (type 135, Multi-AP Specification, 17.2.9): what a radio can do as an IEEE 802.11ac access
-/// point. Reserved bits are kept and compared.
+/// AP VHT Capabilities TLV (type 135, Multi-AP Specification, 17.2.9): capabilities of a radio as an IEEE 802.11ac
+/// access point. Reserved bits are kept and compared.
 class QEL_EXPORT APVHTCapabilitiesTLV final : public TableTLV<APVHTCapabilitiesTLV, TLVType::AP_VHT_CAPABILITIES> {
  public:
-  /// Nothing is supported.
+  /// Supports nothing.
   APVHTCapabilitiesTLV() = default;
   explicit APVHTCapabilitiesTLV(const MACAddress& radio) : radio_identifier_(radio) {}
 
@@ -74,13 +74,13 @@ class QEL_EXPORT APVHTCapabilitiesTLV final : public TableTLV<APVHTCapabilitiesT
   const MCSMap& get_vht_rx_mcs() const { return vht_rx_mcs_; }
   void set_vht_rx_mcs(const MCSMap& map) { vht_rx_mcs_ = map; }
 
-  // One number of streams in a map: see get_mcs and set_mcs.
+  // The scheme for one number of streams in a map; see get_mcs and set_mcs.
   std::uint8_t get_vht_tx_mcs_spatial_stream(unsigned int nss) const { return get_mcs(vht_tx_mcs_, nss); }
   void set_vht_tx_mcs_spatial_stream(unsigned int nss, VHTMCSBit mcs) { set_mcs(vht_tx_mcs_, nss, mcs); }
   std::uint8_t get_vht_rx_mcs_spatial_stream(unsigned int nss) const { return get_mcs(vht_rx_mcs_, nss); }
   void set_vht_rx_mcs_spatial_stream(unsigned int nss, VHTMCSBit mcs) { set_mcs(vht_rx_mcs_, nss, mcs); }
 
-  // 1 to 8: see get_stream_count; 0 is kept as 8.
+  // 1 to 8; see get_stream_count. 0 is stored as 8.
   std::uint8_t get_number_tx_spatial_streams() const { return get_stream_count(flags_, TX_STREAMS); }
   void set_number_tx_spatial_streams(std::uint8_t number) { set_stream_count(flags_, TX_STREAMS, number); }
   std::uint8_t get_number_rx_spatial_streams() const { return get_stream_count(flags_, RX_STREAMS); }

@@ -9,10 +9,10 @@
 
 namespace qel::ieee1905_1 {
 
-/// IEEE 1905.1-2013, 6.4.14 and 6.4.16. Octets without a name are kept.
+/// IEEE 1905.1-2013, 6.4.14 and 6.4.16. Other values are kept.
 enum class RoleType : std::uint8_t { REGISTRAR = 0, INVALID = 255 };
 
-/// IEEE 1905.1-2013, 6.4.15 and 6.4.17. Octets without a name are kept.
+/// IEEE 1905.1-2013, 6.4.15 and 6.4.17. Other values are kept.
 enum class FrequencyBand : std::uint8_t {
   IEEE802_11_2_4_GHZ = 0,
   IEEE802_11_5_GHZ = 1,
@@ -25,7 +25,7 @@ QEL_EXPORT std::string enum_to_string(FrequencyBand band);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, RoleType role);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, FrequencyBand band);
 
-/// A role in the search for a registrar: searched (type 13) or supported (type 15).
+/// A role in the search for a registrar: the role searched for (type 13) or supported (type 15).
 template <TLVType TYPE>
 class QEL_EXPORT RoleTLV final : public TableTLV<RoleTLV<TYPE>, TYPE> {
  public:
@@ -41,7 +41,7 @@ class QEL_EXPORT RoleTLV final : public TableTLV<RoleTLV<TYPE>, TYPE> {
   RoleType role_ = RoleType::REGISTRAR;
 };
 
-/// A band in the search for a registrar: the one to be configured (type 14) or supported (type 16).
+/// A band in the search for a registrar: the band to be configured (type 14) or supported (type 16).
 template <TLVType TYPE>
 class QEL_EXPORT FrequencyBandTLV final : public TableTLV<FrequencyBandTLV<TYPE>, TYPE> {
  public:

@@ -9,7 +9,7 @@ namespace qel::ieee1905_1 {
 
 namespace {
 
-/// The limits where the list has a meaning; where it has none, it must be empty.
+/// The limits if the list is meaningful; otherwise it must be empty.
 constexpr serialization::CountLimits only_if(bool meaningful, const serialization::CountLimits& limits) {
   return meaningful ? limits : serialization::CountLimits{0, 0, limits.error};
 }

@@ -15,8 +15,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// Channels of one operating class on which a station is to look for beacons. The octet of length in front counts the
-/// class as well; one that leaves no channel is refused in both directions.
+/// Channels of one operating class on which a station is to look for beacons. The length octet before them also counts
+/// the class; a length that leaves no channel is refused when encoding and decoding.
 class QEL_EXPORT APChannelReportList final : public serialization::Record<APChannelReportList> {
  public:
   APChannelReportList() = default;
@@ -27,7 +27,7 @@ class QEL_EXPORT APChannelReportList final : public serialization::Record<APChan
   const std::vector<std::uint8_t>& get_channel_vector() const { return channel_vector_; }
   void add_channel(std::uint8_t channel) { channel_vector_.push_back(channel); }
 
-  /// For text and comparison; on the wire the length stands before the class.
+  /// Used for text and comparison only; on the wire the length precedes the class.
   static constexpr auto table() {
     using T = APChannelReportList;
     return serialization::rows(
@@ -47,15 +47,15 @@ class QEL_EXPORT APChannelReportList final : public serialization::Record<APChan
   std::vector<std::uint8_t> channel_vector_;
 };
 
-/// Beacon Metrics Query TLV (type 153, Multi-AP Specification, 17.2.27): what a beacon request to a station is to ask
-/// for (IEEE 802.11-2020, 9.4.2.20.7).
+/// Beacon Metrics Query TLV (type 153, Multi-AP Specification, 17.2.27): the contents of a beacon request to a station
+/// (IEEE 802.11-2020, 9.4.2.20.7).
 ///
-/// When encoding, AP channel reports need channel number 255 and element IDs need reporting detail 1; what would mean
-/// nothing is refused, not dropped. Decoding takes them in any case, and an SSID over 32 octets too.
+/// Encoding refuses AP channel reports unless the channel number is 255, and element IDs unless the reporting detail is
+/// 1, rather than drop them. Decoding always accepts them, and also an SSID over 32 octets.
 class QEL_EXPORT BeaconMetricsQueryTLV final : public TableTLV<BeaconMetricsQueryTLV, TLVType::BEACON_METRICS_QUERY> {
  public:
-  static constexpr std::uint8_t CHANNELS_OF_REPORTS = 255;  ///< as channel number
-  static constexpr std::uint8_t REQUESTED_ELEMENTS = 1;     ///< as reporting detail
+  static constexpr std::uint8_t CHANNELS_OF_REPORTS = 255;  ///< value of the channel number
+  static constexpr std::uint8_t REQUESTED_ELEMENTS = 1;     ///< value of the reporting detail
 
   BeaconMetricsQueryTLV() = default;
   BeaconMetricsQueryTLV(const MACAddress& sta, std::uint8_t operating_class, std::uint8_t channel_number,
@@ -75,13 +75,13 @@ class QEL_EXPORT BeaconMetricsQueryTLV final : public TableTLV<BeaconMetricsQuer
   void set_sta_mac_address(const MACAddress& sta) { sta_mac_address_ = sta; }
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
-  /// 0 for all channels of the class, 255 for those of the AP channel reports.
+  /// 0 for all channels of the class, 255 for those in the AP channel reports.
   std::uint8_t get_channel_number() const { return channel_number_; }
   void set_channel_number(std::uint8_t number) { channel_number_ = number; }
   /// FF:FF:FF:FF:FF:FF for any BSS.
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
-  /// 0 for no elements in the reports, 1 for those of the list, 2 for all.
+  /// Elements to include in the reports: 0 none, 1 those listed, 2 all.
   std::uint8_t get_reporting_detail() const { return reporting_detail_; }
   void set_reporting_detail(std::uint8_t detail) { reporting_detail_ = detail; }
   /// Octets in no particular encoding; empty for any SSID.
@@ -125,8 +125,8 @@ class QEL_EXPORT BeaconMetricsQueryTLV final : public TableTLV<BeaconMetricsQuer
   std::vector<std::uint8_t> reporting_element_ids_;
 };
 
-/// Beacon Metrics Response TLV (type 154, Multi-AP Specification, 17.2.28): the measurement reports of a station, as it
-/// sent them. Without a report it decodes but does not encode.
+/// Beacon Metrics Response TLV (type 154, Multi-AP Specification, 17.2.28): the measurement reports of a station,
+/// unchanged. Without a report, it decodes but does not encode.
 class QEL_EXPORT BeaconMetricsResponseTLV final
     : public TableTLV<BeaconMetricsResponseTLV, TLVType::BEACON_METRICS_RESOPNSE> {
  public:

@@ -13,7 +13,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// A BSS in the AP operational BSS TLV: BSSID and SSID.
+/// A BSS in the AP Operational BSS TLV: BSSID and SSID.
 class QEL_EXPORT BSSOperatingOnRadio final : public serialization::Record<BSSOperatingOnRadio> {
  public:
   BSSOperatingOnRadio() = default;
@@ -23,11 +23,11 @@ class QEL_EXPORT BSSOperatingOnRadio final : public serialization::Record<BSSOpe
   const MACAddress& get_mac_address() const { return mac_address_; }
   void set_mac_address(const MACAddress& bssid) { mac_address_ = bssid; }
 
-  /// Any octets. More than 32 of them decode but do not encode.
+  /// Any octets. An SSID over 32 octets decodes but does not encode.
   const std::string& get_ssid() const { return ssid_; }
   void set_ssid(std::string ssid) { ssid_ = std::move(ssid); }
 
-  /// Shows the SSID as it is, without escapes and beyond a NUL.
+  /// Prints the SSID as it is, without escapes and including any NUL.
   void dbg_str(std::ostream& os) const;
 
   static constexpr auto table() {
@@ -41,7 +41,7 @@ class QEL_EXPORT BSSOperatingOnRadio final : public serialization::Record<BSSOpe
   std::string ssid_;
 };
 
-/// A radio in the AP operational BSS TLV, with the BSSs that it operates, if any.
+/// A radio in the AP Operational BSS TLV with its operating BSSs; there may be none.
 class QEL_EXPORT BSSOperationalRadioReport final : public serialization::Record<BSSOperationalRadioReport> {
  public:
   BSSOperationalRadioReport() = default;
@@ -64,7 +64,7 @@ class QEL_EXPORT BSSOperationalRadioReport final : public serialization::Record<
   std::vector<BSSOperatingOnRadio> BSS_operating_vector_;
 };
 
-/// AP Operational BSS TLV (type 131): the BSSs of each radio (Multi-AP Specification, 17.2.4). Without a radio it
+/// AP Operational BSS TLV (type 131): the BSSs of each radio (Multi-AP Specification, 17.2.4). Without a radio, it
 /// decodes but does not encode.
 class QEL_EXPORT APOperationalBSSTLV final : public TableTLV<APOperationalBSSTLV, TLVType::AP_OPERATIONAL_BSS> {
  public:
@@ -80,7 +80,7 @@ class QEL_EXPORT APOperationalBSSTLV final : public TableTLV<APOperationalBSSTLV
   std::vector<BSSOperationalRadioReport> report_vector_;
 };
 
-/// A station in the associated clients TLV.
+/// A station in the Associated Clients TLV.
 class QEL_EXPORT AssociatedClient final : public serialization::Record<AssociatedClient> {
  public:
   AssociatedClient() = default;
@@ -90,7 +90,7 @@ class QEL_EXPORT AssociatedClient final : public serialization::Record<Associate
   const MACAddress& get_mac() const { return mac_; }
   void set_mac(const MACAddress& mac) { mac_ = mac; }
 
-  /// Seconds since the station associated; 65535 stands for all longer times too.
+  /// Seconds since the station associated; 65535 also stands for all longer times.
   std::uint16_t get_last_associated_time() const { return last_associated_time_; }
   void set_last_associated_time(std::uint16_t seconds) { last_associated_time_ = seconds; }
 
@@ -105,7 +105,7 @@ class QEL_EXPORT AssociatedClient final : public serialization::Record<Associate
   std::uint16_t last_associated_time_ = 0;
 };
 
-/// A BSS in the associated clients TLV, with its stations, if any.
+/// A BSS in the Associated Clients TLV with its stations; there may be none.
 class QEL_EXPORT OperatedBSSClients final : public serialization::Record<OperatedBSSClients> {
  public:
   OperatedBSSClients() = default;
@@ -128,7 +128,7 @@ class QEL_EXPORT OperatedBSSClients final : public serialization::Record<Operate
   std::vector<AssociatedClient> associated_client_vector_;
 };
 
-/// Associated Clients TLV (type 132): the stations of each BSS (Multi-AP Specification, 17.2.5). Without a BSS it
+/// Associated Clients TLV (type 132): the stations of each BSS (Multi-AP Specification, 17.2.5). Without a BSS, it
 /// decodes but does not encode.
 class QEL_EXPORT AssociatedClientsTLV final : public TableTLV<AssociatedClientsTLV, TLVType::ASSOCIATED_CLIENTS> {
  public:

@@ -13,7 +13,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// Why a radio prefers channels more or less than others (Multi-AP Specification, 17.2.13).
+/// The reason for a preference (Multi-AP Specification, 17.2.13).
 enum class ChannelPreferenceReasonCode : std::uint8_t {
   UNSPECIFIED = 0,
   PROXIMATE_NON_80211_INTERFERER = 1,
@@ -31,22 +31,22 @@ enum class ChannelPreferenceReasonCode : std::uint8_t {
   RESERVED_BIT_13 = 13,
   RESERVED_BIT_14 = 14,
   RESERVED_BIT_15 = 15,
-  INVALID_MAX = 16  ///< ends the enumeration; the four bits on the wire do not hold it
+  INVALID_MAX = 16  ///< sentinel; does not fit into the four bits on the wire
 };
 
 QEL_EXPORT std::string enum_to_string(ChannelPreferenceReasonCode reason);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ChannelPreferenceReasonCode reason);
 
-/// How much a radio prefers some channels of an operating class, and why. Decoding replaces all of it, or nothing when
+/// How much a radio prefers some channels of an operating class, and why. Decoding replaces everything, or nothing if
 /// it fails.
 class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelPreference> {
  public:
   std::uint8_t get_operating_class() const { return operating_class_; }
   void set_operating_class(std::uint8_t operating_class) { operating_class_ = operating_class; }
-  /// None stands for all channels of the operating class.
+  /// Empty for all channels of the operating class.
   const std::vector<std::uint8_t>& get_channel_vector() const { return channel_vector_; }
   void add_channel(std::uint8_t channel) { channel_vector_.push_back(channel); }
-  /// 0 for channels that cannot be used, up to 15 for those preferred most. Setting keeps the low four bits.
+  /// From 0 (non-operable) to 15 (most preferred). Setting keeps the low four bits.
   std::uint8_t get_preference_score() const { return static_cast<std::uint8_t>(get_bits(preference_, SCORE)); }
   void set_preference_score(std::uint8_t score) { set_bits(preference_, SCORE, score); }
   /// Setting keeps the low four bits.
@@ -78,8 +78,8 @@ class QEL_EXPORT ChannelPreference final : public serialization::Record<ChannelP
   std::vector<std::uint8_t> channel_vector_;
 };
 
-/// Channel Preference TLV (type 139, Multi-AP Specification, 17.2.13). Unlike the other lists of channels it may be
-/// empty: a radio without preferences says so.
+/// Channel Preference TLV (type 139, Multi-AP Specification, 17.2.13). Unlike other channel lists, the list may be
+/// empty: the radio has no preferences.
 class QEL_EXPORT ChannelPreferenceTLV final : public TableTLV<ChannelPreferenceTLV, TLVType::CHANNEL_PREFERENCE> {
  public:
   ChannelPreferenceTLV() = default;
@@ -102,7 +102,7 @@ class QEL_EXPORT ChannelPreferenceTLV final : public TableTLV<ChannelPreferenceT
   std::vector<ChannelPreference> channel_preference_vector_;
 };
 
-/// A channel that a radio can use only at some distance from the channels that other radios of its agent use.
+/// A channel that a radio can use only at some distance from the channels of its agent's other radios.
 class QEL_EXPORT RestrictedChannel final : public serialization::Record<RestrictedChannel> {
  public:
   RestrictedChannel() = default;
@@ -111,7 +111,7 @@ class QEL_EXPORT RestrictedChannel final : public serialization::Record<Restrict
 
   std::uint8_t get_channel() const { return channel_; }
   void set_channel(std::uint8_t channel) { channel_ = channel; }
-  /// The least distance between the centre frequencies, in units of 10 MHz.
+  /// Minimum distance between the centre frequencies, in units of 10 MHz.
   std::uint8_t get_frequency_separation() const { return frequency_separation_; }
   void set_frequency_separation(std::uint8_t separation) { frequency_separation_ = separation; }
 
@@ -127,7 +127,7 @@ class QEL_EXPORT RestrictedChannel final : public serialization::Record<Restrict
   std::uint8_t frequency_separation_ = 0;
 };
 
-/// The restricted channels of one operating class. Without a channel it decodes but does not encode.
+/// The restricted channels of one operating class. Without a channel, it decodes but does not encode.
 class QEL_EXPORT RestrictedOperatingClass final : public serialization::Record<RestrictedOperatingClass> {
  public:
   RestrictedOperatingClass() = default;
@@ -150,7 +150,7 @@ class QEL_EXPORT RestrictedOperatingClass final : public serialization::Record<R
   std::vector<RestrictedChannel> restricted_channel_vector_;
 };
 
-/// Radio Operation Restriction TLV (type 140, Multi-AP Specification, 17.2.14). Without an operating class it decodes
+/// Radio Operation Restriction TLV (type 140, Multi-AP Specification, 17.2.14). Without an operating class, it decodes
 /// but does not encode.
 class QEL_EXPORT RadioOperationRestrictionTLV final
     : public TableTLV<RadioOperationRestrictionTLV, TLVType::RADIO_OPERATION_RESTRICTION> {

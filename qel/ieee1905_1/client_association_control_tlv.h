@@ -11,14 +11,14 @@
 
 namespace qel::ieee1905_1 {
 
-/// Whether a BSS is to refuse stations that want to associate, or to accept them again. Octets without a name are kept.
+/// Whether a BSS is to refuse stations or accept them again. Other values are kept.
 enum class ClientAssociationControl : std::uint8_t { BLOCK = 0, UNBLOCK = 1, INVALID = 255 };
 
 QEL_EXPORT std::string enum_to_string(ClientAssociationControl control);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ClientAssociationControl control);
 
-/// Client Association Control Request TLV (type 157, Multi-AP Specification, 17.2.31). Without a station it decodes but
-/// does not encode.
+/// Client Association Control Request TLV (type 157, Multi-AP Specification, 17.2.31). Without a station, it decodes
+/// but does not encode.
 class QEL_EXPORT ClientAssociationControlRequestTLV final
     : public TableTLV<ClientAssociationControlRequestTLV, TLVType::CLIENT_ASSOCIATION_CONTROL_REQUEST> {
  public:
@@ -31,7 +31,7 @@ class QEL_EXPORT ClientAssociationControlRequestTLV final
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
   ClientAssociationControl get_association_control() const { return association_control_; }
   void set_association_control(ClientAssociationControl control) { association_control_ = control; }
-  /// Seconds that a block lasts.
+  /// Duration of a block, in seconds.
   std::uint16_t get_validity_period() const { return validity_period_; }
   void set_validity_period(std::uint16_t period) { validity_period_ = period; }
   const std::vector<MACAddress>& get_sta_mac_vector() const { return sta_mac_vector_; }

@@ -15,10 +15,10 @@
 
 namespace qel::ieee1905_1 {
 
-/// Multi-AP Specification, 17.2.19. Octets without a name are kept.
+/// Multi-AP Specification, 17.2.19. Other values are kept.
 enum class ClientCapabilityResultCode : std::uint8_t { SUCCESS = 0, FAILURE = 1, INVALID = 255 };
 
-/// Multi-AP Specification, 17.2.36. Octets without a name are kept.
+/// Multi-AP Specification, 17.2.36. Other values are kept.
 enum class ErrorReasonCode : std::uint8_t {
   RESERVED = 0,
   STA_ASSOCIATED_WITH_BSS_OPERATED_BY_AGENT = 1,
@@ -58,11 +58,11 @@ class QEL_EXPORT ClientInfoTLV final : public TableTLV<ClientInfoTLV, TLVType::C
   MACAddress client_mac_;
 };
 
-/// Client Capability Report TLV (type 145): the body of the association request that a station sent last, or that none
-/// is known (Multi-AP Specification, 17.2.19).
+/// Client Capability Report TLV (type 145): the body of the last association request that a station sent, or an
+/// indication that none is known (Multi-AP Specification, 17.2.19).
 ///
-/// A body follows the result code exactly when that is SUCCESS, and takes the rest of the TLV: decoding refuses all
-/// else, and a body without its fixed fields. Of the other results only FAILURE encodes.
+/// A body follows the result code if and only if that is SUCCESS, and takes the rest of the TLV. Decoding refuses
+/// anything else, and a body without its fixed fields. Of the other results, only FAILURE can be encoded.
 class QEL_EXPORT ClientCapabilityReportTLV final
     : public TableTLV<ClientCapabilityReportTLV, TLVType::CLIENT_CAPABILITY_REPORT> {
  public:
@@ -74,18 +74,19 @@ class QEL_EXPORT ClientCapabilityReportTLV final
   ClientCapabilityResultCode get_result_code() const { return result_code_; }
   void set_result_code(ClientCapabilityResultCode result) { result_code_ = result; }
 
-  /// Null when there is none; meant for SUCCESS only, and otherwise left alone.
+  /// Null if there is none. Only used with SUCCESS; other results ignore it.
   const std::shared_ptr<const AssocRequestFrame>& get_assoc_req_frame() const { return assoc_req_frame_; }
   void set_assoc_req_frame(std::shared_ptr<const AssocRequestFrame> frame) { assoc_req_frame_ = std::move(frame); }
 
-  /// Shows the size of the frame, not its elements.
+  /// Prints the size of the frame, not its elements.
   void dbg_str(std::ostream& os) const override;
 
   static constexpr auto table() {
     return serialization::rows(serialization::Field{" ResultCode:", &ClientCapabilityReportTLV::result_code_});
   }
 
-  /// A SUCCESS without a frame is no report, and equals nothing, not even itself. Without SUCCESS frames do not count.
+  /// A SUCCESS without a frame is not a report and equals nothing, not even itself. Without SUCCESS, frames are not
+  /// compared.
   bool equals(const ClientCapabilityReportTLV& other) const;
 
  private:
@@ -112,7 +113,7 @@ class QEL_EXPORT ClientAssociationEventTLV final
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
 
-  /// True when the station has joined. The reserved bits beside it are kept as they came.
+  /// True if the station has joined. The reserved bits of the octet are kept.
   bool get_client_associated_event() const { return flags_[JOINED]; }
   void set_client_associated_event(bool joined) { flags_[JOINED] = joined; }
 

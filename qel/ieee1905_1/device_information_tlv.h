@@ -13,7 +13,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// One local interface in the device information TLV.
+/// A local interface in the Device Information TLV.
 class QEL_EXPORT InterfaceInformation final : public serialization::Record<InterfaceInformation> {
  public:
   InterfaceInformation() = default;
@@ -28,7 +28,7 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
   _InterfaceMode get_interface_mode() const { return interface_mode_; }
   void set_interface_mode(_InterfaceMode mode) { interface_mode_ = mode; }
 
-  /// Is not kept in step with the interface type: a reader of the encoding expects WLAN information for a WLAN
+  /// Not kept consistent with the interface type: whoever reads the encoding expects WLAN information for a WLAN
   /// interface, PLC information for a PLC interface and none for any other.
   const MediaSpecificInformation& get_media_specific_information() const;
   void set_media_specific_information(const AnyMediaSpecificInformation& information) {
@@ -51,7 +51,7 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
 
  private:
   friend serialization::BodyAccess;
-  /// The table, then the media-specific block.
+  /// The rows of the table, then the media-specific block.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
 
@@ -61,8 +61,8 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
   AnyMediaSpecificInformation media_specific_information_;
 };
 
-/// Device Information TLV (type 3): a device and its local interfaces (IEEE 1905.1-2013, 6.4.5). Without an
-/// interface it decodes but does not encode.
+/// Device Information TLV (type 3): a device and its local interfaces (IEEE 1905.1-2013, 6.4.5). Without an interface,
+/// it decodes but does not encode.
 class QEL_EXPORT DeviceInformationTLV final : public TableTLV<DeviceInformationTLV, TLVType::DEVICE_INFORMATION> {
  public:
   DeviceInformationTLV() = default;

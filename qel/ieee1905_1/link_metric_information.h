@@ -11,7 +11,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// Whether IEEE 802.1 bridges lie on the link.
+/// Whether there are IEEE 802.1 bridges on the link.
 enum class TransmitterLinkMetricBridgeFlags : std::uint8_t {
   NO_IEEE802_1_BRIDGE = 0,
   INCLUDED_IEEE802_1_BRIDGE = 1,
@@ -21,7 +21,7 @@ enum class TransmitterLinkMetricBridgeFlags : std::uint8_t {
 QEL_EXPORT std::string enum_to_string(TransmitterLinkMetricBridgeFlags flags);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, TransmitterLinkMetricBridgeFlags flags);
 
-/// What the transmitting end measured on a link (IEEE 1905.1-2013, 6.4.11).
+/// Measurements at the transmitting end of a link (IEEE 1905.1-2013, 6.4.11).
 class QEL_EXPORT TransmitterLinkMetricInformation final
     : public serialization::Record<TransmitterLinkMetricInformation> {
  public:
@@ -35,13 +35,13 @@ class QEL_EXPORT TransmitterLinkMetricInformation final
   void set_packet_errors(std::uint32_t errors) { packet_errors_ = errors; }
   std::uint32_t get_transmitted_packets() const { return transmitted_packets_; }
   void set_transmitted_packets(std::uint32_t packets) { transmitted_packets_ = packets; }
-  /// Mb/s.
+  /// In Mb/s.
   std::uint16_t get_mac_throughput_capacity() const { return mac_throughput_capacity_; }
   void set_mac_throughput_capacity(std::uint16_t capacity) { mac_throughput_capacity_ = capacity; }
-  /// Percent of the time.
+  /// In percent of the time.
   std::uint16_t get_link_availability() const { return link_availability_; }
   void set_link_availability(std::uint16_t availability) { link_availability_ = availability; }
-  /// Mb/s.
+  /// In Mb/s.
   std::uint16_t get_phy_rate() const { return phy_rate_; }
   void set_phy_rate(std::uint16_t rate) { phy_rate_ = rate; }
 
@@ -72,7 +72,7 @@ class QEL_EXPORT TransmitterLinkMetricInformation final
   std::uint16_t phy_rate_ = 0;
 };
 
-/// What the receiving end measured on a link (IEEE 1905.1-2013, 6.4.12).
+/// Measurements at the receiving end of a link (IEEE 1905.1-2013, 6.4.12).
 class QEL_EXPORT ReceiverLinkMetricInformation final : public serialization::Record<ReceiverLinkMetricInformation> {
  public:
   InterfaceType get_interface_type() const { return interface_type_; }
@@ -83,7 +83,7 @@ class QEL_EXPORT ReceiverLinkMetricInformation final : public serialization::Rec
   void set_packet_errors(std::uint32_t errors) { packet_errors_ = errors; }
   std::uint32_t get_packets_received() const { return packets_received_; }
   void set_packets_received(std::uint32_t packets) { packets_received_ = packets; }
-  /// Received channel power indicator (IEEE 802.11-2020, 9.4.2.37); 255 where there is none.
+  /// Received channel power indicator (IEEE 802.11-2020, 9.4.2.37); 255 if there is none.
   std::uint8_t get_RCPI() const { return RCPI_; }
   void set_RCPI(std::uint8_t rcpi) { RCPI_ = rcpi; }
 

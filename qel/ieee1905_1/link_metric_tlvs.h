@@ -33,11 +33,11 @@ QEL_EXPORT std::ostream& operator<<(std::ostream& os, LinkMetricQueryNeighbors n
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, LinkMetricQuery query);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, LinkMetricResultCode code);
 
-/// Link Metric Query TLV (type 8, IEEE 1905.1-2013, 6.4.10). The body always has 8 octets: the neighbour's address
-/// travels, as zeros, even when all neighbours are asked for, and both ends of this system rely on it.
+/// Link Metric Query TLV (type 8, IEEE 1905.1-2013, 6.4.10). The body always has 8 octets: the neighbour's address is
+/// sent, as zeros, even if the query is for all neighbours, and the decoder relies on it.
 class QEL_EXPORT LinkMetricQueryTLV final : public TableTLV<LinkMetricQueryTLV, TLVType::LINK_METRIC_QUERY> {
  public:
-  /// Both enumerations INVALID, the address zero.
+  /// Both enumerations are INVALID, the address is zero.
   LinkMetricQueryTLV() = default;
   explicit LinkMetricQueryTLV(const MACAddress& neighbor) : AL_MAC_neighbor_(neighbor) {}
 
@@ -48,7 +48,7 @@ class QEL_EXPORT LinkMetricQueryTLV final : public TableTLV<LinkMetricQueryTLV, 
   LinkMetricQuery get_link_metric() const { return link_metric_; }
   void set_link_metric(LinkMetricQuery metric) { link_metric_ = metric; }
 
-  /// The address is shown only when it means something.
+  /// Prints the address only if the query is for a specific neighbour.
   void dbg_str(std::ostream& os) const override;
 
   static constexpr auto table() {
@@ -65,7 +65,7 @@ class QEL_EXPORT LinkMetricQueryTLV final : public TableTLV<LinkMetricQueryTLV, 
   LinkMetricQuery link_metric_ = LinkMetricQuery::INVALID;
 };
 
-/// The metrics of one link: the local interface, the neighbour's, and what was measured.
+/// The metrics of one link: the addresses of the local and the neighbour's interface, and the measurements.
 template <class Derived, class Information>
 class QEL_EXPORT LinkMetric : public serialization::Record<Derived> {
  public:
@@ -93,21 +93,21 @@ class QEL_EXPORT LinkMetric : public serialization::Record<Derived> {
   Information link_metric_information_;
 };
 
-/// What the local interface sent to the neighbour.
+/// Metrics of what the local interface sent to the neighbour.
 class QEL_EXPORT TransmitterLinkMetric final
     : public LinkMetric<TransmitterLinkMetric, TransmitterLinkMetricInformation> {
  public:
   static constexpr const char* TITLE = "TransmitterLinkMetric";
 };
 
-/// What the local interface received from the neighbour.
+/// Metrics of what the local interface received from the neighbour.
 class QEL_EXPORT ReceiverLinkMetric final : public LinkMetric<ReceiverLinkMetric, ReceiverLinkMetricInformation> {
  public:
   static constexpr const char* TITLE = "ReceiverLinkMetric";
 };
 
-/// Transmitter Link Metric TLV (type 9, IEEE 1905.1-2013, 6.4.11): the links between two devices. The list reaches up
-/// to the end of the body and may be empty.
+/// Transmitter Link Metric TLV (type 9, IEEE 1905.1-2013, 6.4.11): the links between two devices. The list extends to
+/// the end of the body and may be empty.
 class QEL_EXPORT TransmitterLinkMetricTLV final
     : public TableTLV<TransmitterLinkMetricTLV, TLVType::TRANSMITTER_LINK_METRIC> {
  public:

@@ -15,7 +15,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// AP Metric Query TLV (type 147): asks for the metrics of BSSs (Multi-AP Specification, 17.2.21). Without a BSSID it
+/// AP Metric Query TLV (type 147): requests the metrics of BSSs (Multi-AP Specification, 17.2.21). Without a BSSID, it
 /// decodes but does not encode.
 class QEL_EXPORT APMetricQueryTLV final : public TableTLV<APMetricQueryTLV, TLVType::AP_METRIC_QUERY> {
  public:
@@ -33,8 +33,8 @@ class QEL_EXPORT APMetricQueryTLV final : public TableTLV<APMetricQueryTLV, TLVT
 
 /// AP Metrics TLV (type 148): the load of one BSS (Multi-AP Specification, 17.2.22).
 ///
-/// The estimated service parameters of an access category, other than best effort, travel only when its include bit is
-/// set. Bits and parameters are set independently; parameters that were not read keep their value.
+/// The estimated service parameters of an access category other than best effort are sent only if its include bit is
+/// set. Bits and parameters are set independently; decoding leaves parameters that are not included unchanged.
 class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_METRICS> {
  public:
   /// As in the estimated service parameters element of IEEE 802.11; not interpreted.
@@ -46,15 +46,15 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
 
-  /// Share of time that the channel is busy, 255 being all of it (IEEE 802.11-2020, 9.4.2.27).
+  /// The share of time that the channel is busy; 255 is all of it (IEEE 802.11-2020, 9.4.2.27).
   std::uint8_t get_channel_utilization() const { return channel_utilization_; }
   void set_channel_utilization(std::uint8_t utilization) { channel_utilization_ = utilization; }
 
   std::uint16_t get_number_associated_sta() const { return number_associated_sta_; }
   void set_number_associated_sta(std::uint16_t number) { number_associated_sta_ = number; }
 
-  /// Best effort is always included and has no setter. A sender may have cleared its bit nonetheless, which changes
-  /// nothing but is kept.
+  /// Best effort is always included and its bit has no setter. If a sender cleared the bit, it is kept but has no
+  /// effect.
   bool get_include_bit_ac_be() const { return include_bits_[AC_BE]; }
   bool get_include_bit_ac_bk() const { return include_bits_[AC_BK]; }
   void set_include_bit_ac_bk(bool include) { include_bits_[AC_BK] = include; }
@@ -72,7 +72,7 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
   const ServiceParameters& get_information_ac_vi() const { return information_ac_vi_; }
   void set_information_ac_vi(const ServiceParameters& information) { information_ac_vi_ = information; }
 
-  /// Shows which parameters are included, not their octets.
+  /// Prints which parameters are included, not their octets.
   void dbg_str(std::ostream& os) const override;
 
   static constexpr auto table() {
@@ -87,12 +87,12 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
         Field{&T::information_ac_be_});
   }
 
-  /// Parameters that are not included do not count.
+  /// Parameters that are not included are not compared.
   bool equals(const APMetricsTLV& other) const;
 
  private:
   friend serialization::BodyAccess;
-  /// The table, then what is included.
+  /// The rows of the table, then the included parameters.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
 
@@ -107,7 +107,7 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
   ServiceParameters information_ac_vo_{};
   ServiceParameters information_ac_vi_{};
 
-  /// What follows the table, in wire order.
+  /// The parameters after the table, in wire order.
   static constexpr std::pair<IncludeBit, ServiceParameters APMetricsTLV::*> OPTIONAL[] = {
       {AC_BK, &APMetricsTLV::information_ac_bk_},
       {AC_VO, &APMetricsTLV::information_ac_vo_},
@@ -115,24 +115,24 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
   };
 };
 
-/// A BSS in the associated STA link metrics TLV, with what was measured on the link to the station.
+/// A BSS in the Associated STA Link Metrics TLV with the measurements of the link to the station.
 class QEL_EXPORT STALinkMetric final : public serialization::Record<STALinkMetric> {
  public:
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
 
-  /// The age of the measurement in milliseconds.
+  /// Age of the measurement, in milliseconds.
   std::uint32_t get_time_delta() const { return time_delta_; }
   void set_time_delta(std::uint32_t milliseconds) { time_delta_ = milliseconds; }
 
-  /// Mb/s.
+  /// In Mb/s.
   std::uint32_t get_estimated_downlink_data_rate() const { return estimated_downlink_data_rate_; }
   void set_estimated_downlink_data_rate(std::uint32_t rate) { estimated_downlink_data_rate_ = rate; }
-  /// Mb/s.
+  /// In Mb/s.
   std::uint32_t get_estimated_uplink_data_rate() const { return estimated_uplink_data_rate_; }
   void set_estimated_uplink_data_rate(std::uint32_t rate) { estimated_uplink_data_rate_ = rate; }
 
-  /// In steps of half a dB from -110 dBm on (IEEE 802.11-2020, 9.4.2.37).
+  /// In steps of half a dB, starting at -110 dBm (IEEE 802.11-2020, 9.4.2.37).
   std::uint8_t get_uplink_rcpi() const { return uplink_rcpi_; }
   void set_uplink_rcpi(std::uint8_t rcpi) { uplink_rcpi_ = rcpi; }
 
@@ -178,8 +178,8 @@ class QEL_EXPORT AssociatedSTALinkMetricsTLV final
   std::vector<STALinkMetric> sta_link_metric_vector_;
 };
 
-/// Associated STA Traffic Stats TLV (type 162): raw counters of the traffic with one station, "sent" being to it
-/// (Multi-AP Specification, 17.2.35).
+/// Associated STA Traffic Stats TLV (type 162): raw counters of the traffic with one station; "sent" means to the
+/// station (Multi-AP Specification, 17.2.35).
 class QEL_EXPORT AssociatedSTATrafficStatsTLV final
     : public TableTLV<AssociatedSTATrafficStatsTLV, TLVType::ASSOCIATED_STA_TRAFFIC_STATS> {
  public:

@@ -12,14 +12,14 @@
 
 namespace qel::ieee1905_1 {
 
-/// Whether IEEE 802.1 bridges lie between two devices. The octet is kept whole; any value but these two prints like
-/// "no bridge".
+/// Whether there are IEEE 802.1 bridges between two devices. The octet is kept unchanged; any value other than
+/// IEEE802_1_BRIDGE and INVALID prints as "no bridge".
 enum class IEEE802_1_Bridge : std::uint8_t { NO_IEEE802_1_BRIDGE = 0, IEEE802_1_BRIDGE = 0x80, INVALID = 255 };
 
 QEL_EXPORT std::string enum_to_string(IEEE802_1_Bridge bridge);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, IEEE802_1_Bridge bridge);
 
-/// Interfaces that a device bridges with each other.
+/// Interfaces of a device that are bridged with each other.
 class QEL_EXPORT DeviceBridgingTuple final : public serialization::Record<DeviceBridgingTuple> {
  public:
   const std::vector<MACAddress>& get_mac_address_vector() const { return mac_address_vector_; }
@@ -35,8 +35,7 @@ class QEL_EXPORT DeviceBridgingTuple final : public serialization::Record<Device
   std::vector<MACAddress> mac_address_vector_;
 };
 
-/// Device Bridging Capability TLV (type 4, IEEE 1905.1-2013, 6.4.6). Without a tuple it decodes but does not
-/// encode.
+/// Device Bridging Capability TLV (type 4, IEEE 1905.1-2013, 6.4.6). Without a tuple, it decodes but does not encode.
 class QEL_EXPORT DeviceBridgingCapabilityTLV final
     : public TableTLV<DeviceBridgingCapabilityTLV, TLVType::DEVICE_BRIDGING_CAPABILITY> {
  public:
@@ -52,8 +51,8 @@ class QEL_EXPORT DeviceBridgingCapabilityTLV final
   std::vector<DeviceBridgingTuple> bridging_tuple_vector_;
 };
 
-/// Non-1905 Neighbor Device List TLV (type 6, IEEE 1905.1-2013, 6.4.8): devices without 1905.1 that are seen on a
-/// local interface. The list reaches up to the end of the body and may be empty.
+/// Non-1905 Neighbor Device List TLV (type 6, IEEE 1905.1-2013, 6.4.8): devices without 1905.1 that are visible on a
+/// local interface. The list extends to the end of the body and may be empty.
 class QEL_EXPORT NonIEEE1905NeighborDeviceListTLV final
     : public TableTLV<NonIEEE1905NeighborDeviceListTLV, TLVType::NON_IEEE1905_NEIGHBOR_DEVICE_LIST> {
  public:
@@ -79,7 +78,7 @@ class QEL_EXPORT NonIEEE1905NeighborDeviceListTLV final
   std::vector<MACAddress> MAC_address_vector_;
 };
 
-/// A neighbour of the 1905 neighbor device TLV.
+/// A neighbour in the 1905 Neighbor Device TLV.
 class QEL_EXPORT ALMAC19051Neighbor final : public serialization::Record<ALMAC19051Neighbor> {
  public:
   ALMAC19051Neighbor() = default;
@@ -101,8 +100,8 @@ class QEL_EXPORT ALMAC19051Neighbor final : public serialization::Record<ALMAC19
   IEEE802_1_Bridge IEEE802_1_bridge_ = IEEE802_1_Bridge::NO_IEEE802_1_BRIDGE;
 };
 
-/// 1905 Neighbor Device TLV (type 7, IEEE 1905.1-2013, 6.4.9): 1905.1 devices that are seen on a local interface.
-/// The list reaches up to the end of the body and may be empty.
+/// 1905 Neighbor Device TLV (type 7, IEEE 1905.1-2013, 6.4.9): 1905.1 devices that are visible on a local interface.
+/// The list extends to the end of the body and may be empty.
 class QEL_EXPORT IEEE1905NeighborDeviceTLV final
     : public TableTLV<IEEE1905NeighborDeviceTLV, TLVType::IEEE1905_NEIGHBOR_DEVICE> {
  public:

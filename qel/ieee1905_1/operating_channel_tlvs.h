@@ -20,7 +20,7 @@ class QEL_EXPORT TransmitPowerLimitTLV final : public TableTLV<TransmitPowerLimi
 
   const MACAddress& get_radio_identifier() const { return radio_identifier_; }
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
-  /// The maximum EIRP in dBm.
+  /// Maximum EIRP, in dBm.
   std::uint8_t get_power_limit() const { return power_limit_; }
   void set_power_limit(std::uint8_t limit) { power_limit_ = limit; }
 
@@ -36,11 +36,11 @@ class QEL_EXPORT TransmitPowerLimitTLV final : public TableTLV<TransmitPowerLimi
   std::uint8_t power_limit_ = 0;
 };
 
-/// Multi-AP Specification, 17.2.16; the names are spelt in this system's own way. Octets without a name are kept.
+/// Multi-AP Specification, 17.2.16; the names are spelt in this system's own way. Other values are kept.
 enum class ChannelSelectionResponseCode : std::uint8_t {
   ACCEPT = 0,
   DECLINE_VIOLATES_CHANGED_PREFERED = 1,   ///< preferences that have changed since they were reported
-  DECLINE_VIOLATES_REPORTED_PREFERED = 2,  ///< preferences as they were reported last
+  DECLINE_VIOLATES_REPORTED_PREFERED = 2,  ///< preferences as last reported
   DECLINE_BREAKS_BACKHAUL_LINK = 3,
   INVALID = 255
 };
@@ -73,7 +73,7 @@ class QEL_EXPORT ChannelSelectionResponseTLV final
   ChannelSelectionResponseCode selection_response_code_ = ChannelSelectionResponseCode::ACCEPT;
 };
 
-/// A channel that a radio operates on.
+/// A channel on which a radio operates.
 class QEL_EXPORT OperatingClassChannel final : public serialization::Record<OperatingClassChannel> {
  public:
   OperatingClassChannel() = default;
@@ -97,8 +97,8 @@ class QEL_EXPORT OperatingClassChannel final : public serialization::Record<Oper
   std::uint8_t channel_ = 0;
 };
 
-/// Operating Channel Report TLV (type 143, Multi-AP Specification, 17.2.17): the same channel as all operating classes
-/// that it is part of. Without an entry it decodes but does not encode.
+/// Operating Channel Report TLV (type 143, Multi-AP Specification, 17.2.17): one channel, listed under all operating
+/// classes that contain it. Without an entry, it decodes but does not encode.
 class QEL_EXPORT OperatingChannelReportTLV final
     : public TableTLV<OperatingChannelReportTLV, TLVType::OPERATING_CHANNEL_REPORT> {
  public:
@@ -113,11 +113,11 @@ class QEL_EXPORT OperatingChannelReportTLV final
   void add_operating_class_channel(const OperatingClassChannel& channel) {
     operating_class_channel_vector_.push_back(channel);
   }
-  /// dBm.
+  /// In dBm.
   signed char get_transmit_power_eirp() const { return transmit_power_eirp_; }
   void set_transmit_power_eirp(signed char power) { transmit_power_eirp_ = power; }
 
-  /// The power comes before the channels, unlike on the wire.
+  /// Prints the power before the channels, unlike the wire order.
   void dbg_str(std::ostream& os) const override;
 
   static constexpr auto table() {

@@ -11,10 +11,10 @@
 
 namespace qel::ieee1905_1 {
 
-/// Multi-AP Specification, 17.2.1. Octets without a name are kept.
+/// Multi-AP Specification, 17.2.1. Other values are kept.
 enum class ServiceType : std::uint8_t { MULTI_AP_CONTROLLER = 0, MULTI_AP_AGENT = 1 };
 
-/// Multi-AP Specification, 17.2.34. Octets without a name are kept.
+/// Multi-AP Specification, 17.2.34. Other values are kept.
 enum class HigherLayerProtocol : std::uint8_t { RESERVED = 0, TR181_TRANSPORT_PROTOCOL = 1, INVALID = 255 };
 
 QEL_EXPORT std::string enum_to_string(ServiceType service);
@@ -22,8 +22,8 @@ QEL_EXPORT std::string enum_to_string(HigherLayerProtocol protocol);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, ServiceType service);
 QEL_EXPORT std::ostream& operator<<(std::ostream& os, HigherLayerProtocol protocol);
 
-/// The services of a node (type 128) or those that it looks for (type 129; Multi-AP Specification, 17.2.1 and 17.2.2).
-/// Without a service it decodes but does not encode.
+/// The services that a node offers (type 128) or looks for (type 129; Multi-AP Specification, 17.2.1 and 17.2.2).
+/// Without a service, it decodes but does not encode.
 template <TLVType TYPE>
 class QEL_EXPORT ServiceTLV final : public TableTLV<ServiceTLV<TYPE>, TYPE> {
  public:
@@ -43,7 +43,7 @@ using SupportedServiceTLV = ServiceTLV<TLVType::SUPPORTED_SERVICE>;
 using SearchedServiceTLV = ServiceTLV<TLVType::SEARCHED_SERVICE>;
 
 /// Higher Layer Data TLV (type 160): carries octets for a protocol above the mesh (Multi-AP Specification, 17.2.34).
-/// The payload reaches up to the end of the body and may be empty.
+/// The payload extends to the end of the body and may be empty.
 class QEL_EXPORT HigherLayerDataTLV final : public TableTLV<HigherLayerDataTLV, TLVType::HIGHER_LAYER_DATA> {
  public:
   HigherLayerDataTLV() = default;
@@ -53,11 +53,11 @@ class QEL_EXPORT HigherLayerDataTLV final : public TableTLV<HigherLayerDataTLV, 
   HigherLayerProtocol get_protocol() const { return protocol_; }
   void set_protocol(HigherLayerProtocol protocol) { protocol_ = protocol; }
 
-  /// More than 65534 octets are refused when encoding.
+  /// Encoding refuses more than 65534 octets.
   const std::vector<std::uint8_t>& get_payload() const { return payload_; }
   void set_payload(std::vector<std::uint8_t> payload) { payload_ = std::move(payload); }
 
-  /// Shows the size of the payload, not its octets.
+  /// Prints the size of the payload, not its octets.
   void dbg_str(std::ostream& os) const override;
 
   static constexpr auto table() {
@@ -69,7 +69,7 @@ class QEL_EXPORT HigherLayerDataTLV final : public TableTLV<HigherLayerDataTLV, 
 
  private:
   friend serialization::BodyAccess;
-  /// The table, unless the payload is too long.
+  /// The rows of the table, unless the payload is too long.
   inline void encode_body(serialization::Writer& out) const;
 
   HigherLayerProtocol protocol_ = HigherLayerProtocol::INVALID;

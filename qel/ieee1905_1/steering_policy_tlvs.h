@@ -14,8 +14,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// Whether an agent may or must steer clients of its own accord (Multi-AP Specification, 17.2.11). Octets without a
-/// name are kept.
+/// Whether an agent may or must steer clients on its own initiative (Multi-AP Specification, 17.2.11). Other values are
+/// kept.
 enum class SteeringPolicyType : std::uint8_t {
   AGENT_INITIATED_STEERING_DISALLOWED = 0,
   AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED = 1,
@@ -43,10 +43,10 @@ class QEL_EXPORT SteeringRadioPolicy final : public serialization::Record<Steeri
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
   SteeringPolicyType get_steering_policy() const { return steering_policy_; }
   void set_steering_policy(SteeringPolicyType policy) { steering_policy_ = policy; }
-  /// As the channel utilization of the BSS Load element: 255 is all of the time.
+  /// A fraction of 255, as the channel utilization in the BSS Load element.
   std::uint8_t get_channel_utilization_threshold() const { return channel_utilization_threshold_; }
   void set_channel_utilization_threshold(std::uint8_t threshold) { channel_utilization_threshold_ = threshold; }
-  /// An RCPI (IEEE 802.11-2020, 9.4.2.37), 0 to 220 by the standard; not checked.
+  /// An RCPI (IEEE 802.11-2020, 9.4.2.37), 0 to 220 in the standard; not checked.
   std::uint8_t get_rcpi_steering_threshold() const { return rcpi_steering_threshold_; }
   void set_rcpi_steering_threshold(std::uint8_t threshold) { rcpi_steering_threshold_ = threshold; }
 
@@ -66,8 +66,8 @@ class QEL_EXPORT SteeringRadioPolicy final : public serialization::Record<Steeri
   std::uint8_t rcpi_steering_threshold_ = 0;
 };
 
-/// Steering Policy TLV (type 137, Multi-AP Specification, 17.2.11): which stations an agent must not steer, or not with
-/// BTM requests, and the policy of each radio. Without a radio it decodes but does not encode.
+/// Steering Policy TLV (type 137, Multi-AP Specification, 17.2.11): stations that an agent must not steer, or not with
+/// BTM requests, and the policy of each radio. Without a radio, it decodes but does not encode.
 class QEL_EXPORT SteeringPolicyTLV final : public TableTLV<SteeringPolicyTLV, TLVType::STEERING_POLICY> {
  public:
   const std::vector<MACAddress>& get_local_steering_disallowed_sta_vector() const {
@@ -100,7 +100,7 @@ class QEL_EXPORT SteeringPolicyTLV final : public TableTLV<SteeringPolicyTLV, TL
   std::vector<SteeringRadioPolicy> radio_policy_vector_;
 };
 
-/// What one radio has to report.
+/// What one radio must report.
 class QEL_EXPORT MetricReportingRadioPolicy final : public serialization::Record<MetricReportingRadioPolicy> {
  public:
   MetricReportingRadioPolicy() = default;
@@ -108,13 +108,14 @@ class QEL_EXPORT MetricReportingRadioPolicy final : public serialization::Record
 
   const MACAddress& get_radio_identifier() const { return radio_identifier_; }
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
-  /// The RCPI (IEEE 802.11-2020, 9.4.2.37) whose crossing makes a station's metrics reported; 0 for never.
+  /// The RCPI (IEEE 802.11-2020, 9.4.2.37) at whose crossing a station's metrics are reported; 0 for never.
   std::uint8_t get_rcpi_threshold() const { return rcpi_threshold_; }
   void set_rcpi_threshold(std::uint8_t threshold) { rcpi_threshold_ = threshold; }
-  /// The margin of that threshold in dB; 0 leaves it to the agent.
+  /// Hysteresis of that threshold, in dB; 0 leaves it to the agent.
   std::uint8_t get_hysteresis_override() const { return hysteresis_override_; }
   void set_hysteresis_override(std::uint8_t margin) { hysteresis_override_ = margin; }
-  /// The channel utilization, of 255, whose crossing makes the metrics of the access point reported; 0 for never.
+  /// The channel utilization, as a fraction of 255, at whose crossing the access point's metrics are reported; 0 for
+  /// never.
   std::uint8_t get_reporting_threshold() const { return reporting_threshold_; }
   void set_reporting_threshold(std::uint8_t threshold) { reporting_threshold_ = threshold; }
   /// Whether reports include the traffic statistics of the stations.
@@ -144,10 +145,10 @@ class QEL_EXPORT MetricReportingRadioPolicy final : public serialization::Record
   std::uint8_t rcpi_threshold_ = 0;
   std::uint8_t hysteresis_override_ = 0;
   std::uint8_t reporting_threshold_ = 0;
-  std::bitset<8> flags_;  ///< reserved bits are kept as they came
+  std::bitset<8> flags_;  ///< reserved bits are kept
 };
 
-/// Metric Reporting Policy TLV (type 138, Multi-AP Specification, 17.2.12). Without a radio it decodes but does not
+/// Metric Reporting Policy TLV (type 138, Multi-AP Specification, 17.2.12). Without a radio, it decodes but does not
 /// encode.
 class QEL_EXPORT MetricReportingPolicyTLV final
     : public TableTLV<MetricReportingPolicyTLV, TLVType::METRIC_REPORTING_POLICY> {
@@ -155,7 +156,7 @@ class QEL_EXPORT MetricReportingPolicyTLV final
   MetricReportingPolicyTLV() = default;
   explicit MetricReportingPolicyTLV(std::uint8_t reporting_interval) : reporting_interval_(reporting_interval) {}
 
-  /// Seconds between the reports of an access point's metrics; 0 for none by the clock.
+  /// Seconds between reports of an access point's metrics; 0 for no periodic reports.
   std::uint8_t get_reporting_interval() const { return reporting_interval_; }
   void set_reporting_interval(std::uint8_t interval) { reporting_interval_ = interval; }
   const std::vector<MetricReportingRadioPolicy>& get_radio_policy_vector() const { return radio_policy_vector_; }

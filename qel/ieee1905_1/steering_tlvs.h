@@ -14,10 +14,10 @@
 
 namespace qel::ieee1905_1 {
 
-/// A BSS that a station is to be steered to.
+/// A BSS to which a station is to be steered.
 class QEL_EXPORT SteeringRequestTargetBSSID final : public serialization::Record<SteeringRequestTargetBSSID> {
  public:
-  /// The wildcard FF:FF:FF:FF:FF:FF leaves the choice of the BSS to the agent.
+  /// The wildcard leaves the choice of the BSS to the agent.
   static constexpr MACAddress WILDCARD{{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}};
 
   SteeringRequestTargetBSSID() = default;
@@ -40,8 +40,8 @@ class QEL_EXPORT SteeringRequestTargetBSSID final : public serialization::Record
                                Field{" ChannelNumber: ", &T::channel_number_});
   }
 
-  /// Wildcard targets are all equal: where there is no BSS to go to, its class and channel mean nothing. The order does
-  /// not make this exception.
+  /// All wildcard targets are equal, because class and channel mean nothing without a BSS. The ordering has no such
+  /// exception.
   bool equals(const SteeringRequestTargetBSSID& other) const;
 
  private:
@@ -51,35 +51,36 @@ class QEL_EXPORT SteeringRequestTargetBSSID final : public serialization::Record
 };
 
 /// Steering Request TLV (type 155, Multi-AP Specification, 17.2.29): asks an agent to steer stations away from a BSS,
-/// either at once to given targets (a mandate) or, within a window of time, to wherever the agent sees fit (an
+/// either at once to given targets (a mandate) or, within a time window, to any BSS that the agent chooses (an
 /// opportunity).
 ///
-/// When encoding, a mandate needs one target for all stations or one for each, else SerializationException; an
-/// opportunity drops its targets, as no agent would heed them. Decoding takes any counts.
+/// To be encoded, a mandate needs one target for all stations or one for each; otherwise encoding throws
+/// SerializationException. The targets of an opportunity are not encoded, because agents ignore them. Decoding accepts
+/// any counts.
 class QEL_EXPORT SteeringRequestTLV final : public TableTLV<SteeringRequestTLV, TLVType::STEERING_REQUEST> {
  public:
   /// An opportunity without stations.
   SteeringRequestTLV() = default;
   explicit SteeringRequestTLV(const MACAddress& bssid) : bssid_(bssid) {}
 
-  /// Where the stations are now.
+  /// The BSS with which the stations are now associated.
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
   /// True for a mandate, false for an opportunity.
   bool get_steering_mandated() const { return flags_[STEERING_MANDATED]; }
   void set_steering_mandated(bool mandated) { flags_[STEERING_MANDATED] = mandated; }
-  /// These two go into the BTM request (IEEE 802.11-2020, 9.6.13.9).
+  /// These two are copied to the BTM request (IEEE 802.11-2020, 9.6.13.9).
   bool get_btm_disassociation_imminent() const { return flags_[BTM_DISASSOCIATION_IMMINENT]; }
   void set_btm_disassociation_imminent(bool imminent) { flags_[BTM_DISASSOCIATION_IMMINENT] = imminent; }
   bool get_btm_abridged() const { return flags_[BTM_ABRIDGED]; }
   void set_btm_abridged(bool abridged) { flags_[BTM_ABRIDGED] = abridged; }
-  /// Seconds in which an opportunity may be taken. The name is spelt in this system's own way.
+  /// Time window of an opportunity, in seconds. The name is spelt in this system's own way.
   std::uint16_t get_steering_opertunity_window() const { return steering_opertunity_window_; }
   void set_steering_opertunity_window(std::uint16_t window) { steering_opertunity_window_ = window; }
-  /// Time units of 1024 us, for the BTM request.
+  /// In time units of 1024 us, for the BTM request.
   std::uint16_t get_disassociation_timer() const { return disassociation_timer_; }
   void set_disassociation_timer(std::uint16_t timer) { disassociation_timer_ = timer; }
-  /// Without any, all stations of the BSS are meant.
+  /// An empty list means all stations of the BSS.
   const std::vector<MACAddress>& get_steering_sta_mac_vector() const { return steering_sta_mac_vector_; }
   void add_steering_sta_mac(const MACAddress& sta) { steering_sta_mac_vector_.push_back(sta); }
   const std::vector<SteeringRequestTargetBSSID>& get_target_bssid_vector() const { return target_bssid_vector_; }
@@ -112,15 +113,15 @@ class QEL_EXPORT SteeringRequestTLV final : public TableTLV<SteeringRequestTLV, 
   static constexpr std::size_t BTM_ABRIDGED = 5;
 
   MACAddress bssid_;
-  std::bitset<8> flags_;  ///< reserved bits are kept as they came
+  std::bitset<8> flags_;  ///< reserved bits are kept
   std::uint16_t steering_opertunity_window_ = 0;
   std::uint16_t disassociation_timer_ = 0;
   std::vector<MACAddress> steering_sta_mac_vector_;
   std::vector<SteeringRequestTargetBSSID> target_bssid_vector_;
 };
 
-/// Steering BTM Report TLV (type 156, Multi-AP Specification, 17.2.30): what a station answered to a BTM request. The
-/// target's presence shows in the length alone, so that any other length than 13 or 19 is refused.
+/// Steering BTM Report TLV (type 156, Multi-AP Specification, 17.2.30): a station's response to a BTM request. Only the
+/// length shows whether a target is present, so any length other than 13 or 19 is refused.
 class QEL_EXPORT SteeringBTMReportTLV final : public TableTLV<SteeringBTMReportTLV, TLVType::STEERING_BTM_REPORT> {
  public:
   SteeringBTMReportTLV() = default;
@@ -132,11 +133,11 @@ class QEL_EXPORT SteeringBTMReportTLV final : public TableTLV<SteeringBTMReportT
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
   const MACAddress& get_sta_mac_address() const { return sta_mac_address_; }
   void set_sta_mac_address(const MACAddress& sta) { sta_mac_address_ = sta; }
-  /// IEEE 802.11-2020, 9.6.13.10; 0 for an accepted request.
+  /// IEEE 802.11-2020, 9.6.13.10; 0 if the request was accepted.
   std::uint8_t get_btm_status_code() const { return btm_status_code_; }
   void set_btm_status_code(std::uint8_t code) { btm_status_code_ = code; }
   bool get_target_bssid_included() const { return target_bssid_.has_value(); }
-  /// Zero when there is none.
+  /// Zero if there is none.
   MACAddress get_target_bssid() const { return target_bssid_.value_or(MACAddress()); }
   void set_target_bssid(const MACAddress& bssid) { target_bssid_ = bssid; }
 
@@ -153,7 +154,7 @@ class QEL_EXPORT SteeringBTMReportTLV final : public TableTLV<SteeringBTMReportT
 
  private:
   friend serialization::BodyAccess;
-  /// The table, then the target if there is one.
+  /// The rows of the table, then the target if there is one.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
 

@@ -129,7 +129,7 @@ constexpr auto with_makers(std::type_identity<std::tuple<T...>>) {
 
 constexpr auto ROWS = with_makers(std::type_identity<TLVClasses>());
 
-/// The row of each code, NO_ROW for a code without one.
+/// The row of each code; NO_ROW for a code without one.
 constexpr std::uint8_t NO_ROW = 0xFF;
 constexpr std::array<std::uint8_t, 256> INDEX = [] {
   static_assert(std::size(ROWS) < NO_ROW);

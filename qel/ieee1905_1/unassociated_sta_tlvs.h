@@ -10,7 +10,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// The stations to listen for on one channel. Without a station it decodes but does not encode.
+/// The stations to listen for on one channel. Without a station, it decodes but does not encode.
 class QEL_EXPORT UnassociatedSTAChannel final : public serialization::Record<UnassociatedSTAChannel> {
  public:
   UnassociatedSTAChannel() = default;
@@ -33,7 +33,7 @@ class QEL_EXPORT UnassociatedSTAChannel final : public serialization::Record<Una
   std::vector<MACAddress> sta_mac_vector_;
 };
 
-/// Unassociated STA Link Metrics Query TLV (type 151, Multi-AP Specification, 17.2.25). Without a channel it decodes
+/// Unassociated STA Link Metrics Query TLV (type 151, Multi-AP Specification, 17.2.25). Without a channel, it decodes
 /// but does not encode.
 class QEL_EXPORT UnassociatedSTALinkMetricsQueryTLV final
     : public TableTLV<UnassociatedSTALinkMetricsQueryTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS> {
@@ -58,7 +58,7 @@ class QEL_EXPORT UnassociatedSTALinkMetricsQueryTLV final
   std::vector<UnassociatedSTAChannel> channel_vector_;
 };
 
-/// How one station was heard.
+/// The measurement of one station.
 class QEL_EXPORT UnassociatedSTAReport final : public serialization::Record<UnassociatedSTAReport> {
  public:
   UnassociatedSTAReport() = default;
@@ -70,7 +70,7 @@ class QEL_EXPORT UnassociatedSTAReport final : public serialization::Record<Unas
   void set_sta_mac_address(const MACAddress& sta) { sta_mac_address_ = sta; }
   std::uint8_t get_channel_number() const { return channel_number_; }
   void set_channel_number(std::uint8_t number) { channel_number_ = number; }
-  /// Milliseconds from the measurement to the report.
+  /// Milliseconds between measurement and report.
   std::uint32_t get_time_delta() const { return time_delta_; }
   void set_time_delta(std::uint32_t delta) { time_delta_ = delta; }
   /// Received channel power indicator (IEEE 802.11-2020, 9.4.2.37).
@@ -93,7 +93,7 @@ class QEL_EXPORT UnassociatedSTAReport final : public serialization::Record<Unas
   std::uint8_t uplink_rcpi_ = 0;
 };
 
-/// Unassociated STA Link Metrics Response TLV (type 152, Multi-AP Specification, 17.2.26). Unlike the query's list its
+/// Unassociated STA Link Metrics Response TLV (type 152, Multi-AP Specification, 17.2.26). Unlike the query's list, its
 /// list may be empty: no station was heard.
 class QEL_EXPORT UnassociatedSTALinkMetricsResponseTLV final
     : public TableTLV<UnassociatedSTALinkMetricsResponseTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS_RESPONSE> {

@@ -15,7 +15,7 @@
 namespace {
 
 int blocks_taken = 0;  ///< from the heap
-int blocks_held = 0;   ///< of them, not given back
+int blocks_held = 0;   ///< taken but not given back
 
 }  // namespace
 
@@ -38,7 +38,7 @@ struct Object : Recycled {
   char octets[SIZE];
 };
 
-/// How many blocks it takes to have so many objects at once. Afterwards they are gone.
+/// Returns the number of blocks needed to have this many objects at once, and then frees them.
 template <std::size_t SIZE>
 int blocks_for(std::size_t count) {
   std::vector<std::unique_ptr<Object<SIZE>>> objects(count);

@@ -5,7 +5,7 @@
 #include "qel/core/serialization/framed.h"
 #include "qel/core/serialization/table_codec.h"
 
-/// Tables that the compiler has to refuse, each under its macro.
+/// Tables that the compiler must refuse, each under its macro.
 namespace qel::serialization {
 
 struct Body : BinarySerializable {

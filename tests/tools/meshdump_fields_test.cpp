@@ -19,7 +19,7 @@ namespace {
 
 using testing::HasSubstr;
 
-/// The octets of a TLV inside `levels` vendor-specific ones.
+/// Returns the octets of a TLV inside `levels` vendor-specific ones.
 std::string nested(int levels, const std::string& tlv) {
   if (levels == 0) {
     return tlv;
@@ -29,7 +29,7 @@ std::string nested(int levels, const std::string& tlv) {
   return "0b" + to_hex(std::array{static_cast<std::uint8_t>(size >> 8U), static_cast<std::uint8_t>(size)}) + payload;
 }
 
-/// Each row: a TLV, and what its fields end with.
+/// Each row has a TLV and the end of its fields.
 TEST_F(Meshdump, ShowsFields) {
   const std::string ours = to_hex(qel::VENDOR_OUI);
   const std::pair<std::string, std::string> rows[] = {
@@ -77,7 +77,7 @@ TEST_F(Meshdump, ShowsFields) {
   }
 }
 
-/// The text between two lines of a manual, without its indentation.
+/// Returns the text between two lines of a manual, without its indentation.
 std::vector<std::string> blocks(const std::string& page, const std::string& section) {
   std::vector<std::string> found;
   std::istringstream text(read_file(DATA + "../../man/" + page));
@@ -97,7 +97,7 @@ std::vector<std::string> blocks(const std::string& page, const std::string& sect
   return found;
 }
 
-/// The corpus of the fuzzer has every field of every class.
+/// The fuzzer's corpus has every field of every class.
 TEST_F(Meshdump, NamesFieldsAsInItsManual) {
   std::set<std::filesystem::path> files;
   for (const auto& file : std::filesystem::directory_iterator(DATA + "corpus/message")) {
@@ -108,7 +108,7 @@ TEST_F(Meshdump, NamesFieldsAsInItsManual) {
     const std::string octets = read_file(file);
     input += to_hex(std::vector<std::uint8_t>(octets.begin(), octets.end())) + "\n";
   }
-  // What the objects of a type look like, one line for each type.
+  // The shape of the objects of each type, one line per type.
   write_file("shape.jq", R"(
     def shape: . as $all | to_entries
       | map(select(.key as $key | $all | has($key + "[]") | not)

@@ -40,7 +40,7 @@ class Meshdump : public testing::Test {
     return path;
   }
 
-  /// Runs a shell command in a directory of its own; the tool is $MESHDUMP there.
+  /// Runs a shell command in a directory of its own; $MESHDUMP is the tool.
   Outcome shell(const std::string& command, const std::string& input = "") const {
     write_file("in", input);
     const std::string script =

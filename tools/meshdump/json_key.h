@@ -7,13 +7,13 @@
 namespace meshdump {
 
 /// The pointer as the compiler spells it; g++ and clang end with "= &qel::C::get_member]". C++20 has no other way to
-/// the name of a member, and a list of names beside the wire tables would fall behind them.
+/// get the name of a member, and a list of names beside the wire tables would become outdated.
 template <auto POINTER>
 consteval auto spelling() {
   return std::string_view(__PRETTY_FUNCTION__);
 }
 
-/// What a member or an accessor is called in JSON.
+/// The name of a member or an accessor in JSON.
 struct JsonKey {
   std::array<char, 64> characters{};
   std::size_t size = 0;
@@ -21,7 +21,7 @@ struct JsonKey {
   constexpr operator std::string_view() const { return {characters.data(), size}; }
 };
 
-/// `get_AL_MAC_neighbor_vector` and `AL_MAC_neighbor_vector_` are both "al_mac_neighbor".
+/// Turns both `get_AL_MAC_neighbor_vector` and `AL_MAC_neighbor_vector_` into "al_mac_neighbor".
 consteval JsonKey json_key(std::string_view spelling) {
   const std::size_t end = spelling.size() - 1;
   const std::size_t begin = spelling.rfind(':', end) + 1;

@@ -29,13 +29,13 @@ void put_reencoding(JsonWriter& json, const Reencoding& reencoding) {
   }
 }
 
-/// The body that a TLV was decoded from; empty if the TLV did not read all of it.
+/// The body from which a TLV was decoded; empty if the TLV did not read all of it.
 std::span<const std::uint8_t> whole_body(const LenientMessage::Entry& entry) {
   return entry.tlv != nullptr && entry.unread == 0 ? entry.raw.body : std::span<const std::uint8_t>();
 }
 
-/// The bodies of the TLVs in a decoded message, for the octets that the TLVs do not keep. From the first body that is
-/// longer or shorter than the fields read from it, none is known.
+/// The bodies of the TLVs in a decoded message, for octets that the TLVs do not keep. If the length of a body differs
+/// from that of its fields, it and all later ones are unknown.
 class Bodies {
  public:
   Bodies(const Message& message, std::span<const std::uint8_t> cmdu, SerializationContext& context) {
@@ -44,7 +44,7 @@ class Bodies {
     }
   }
 
-  /// Of the next TLV; empty when it is not known.
+  /// The body of the next TLV; empty if it is unknown.
   std::span<const std::uint8_t> next() {
     const auto& entries = lenient_.entries;
     const auto body = next_ < entries.size() ? whole_body(entries[next_]) : std::span<const std::uint8_t>();

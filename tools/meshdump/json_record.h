@@ -27,9 +27,9 @@
 #include "tools/meshdump/json_writer.h"
 #include "tools/safe_text.h"
 
-/// JSON from wire tables. Keys come from the names of members and accessors (json_key.h), values from the types of the
-/// fields; meshdump-fields(5) has the rules. A class that its table does not describe in full has an overload of
-/// `put_members`, which is found through the namespace of JsonWriter.
+/// JSON from wire tables. Keys are derived from the names of members and accessors (json_key.h), values from the types
+/// of the fields; meshdump-fields(5) defines the rules. A class that its table does not fully describe has an overload
+/// of `put_members`, found through the namespace of JsonWriter.
 namespace meshdump {
 
 template <class T>
@@ -37,7 +37,7 @@ concept HasTable = requires {
   T::table();
 };
 
-/// The members of a record or a TLV, in wire order.
+/// Writes the members of a record or a TLV, in wire order.
 template <HasTable T>
 void put_members(JsonWriter& json, const T& record);
 
@@ -47,7 +47,7 @@ concept HasMembers = requires(JsonWriter& json, const T& object) {
 };
 
 ///@{
-/// One value.
+/// Writes one value.
 template <class T>
 requires std::is_arithmetic_v<T>
 void put_value(JsonWriter& json, T value) { json.put(value); }
@@ -70,7 +70,7 @@ template <class T>
 void put_value(JsonWriter& json, const qel::ieee802_11::LittleEndian<T>& number) {
   json.put(number.value);
 }
-/// Bits without accessors of their own: the numbers of those that are set.
+/// For bits without accessors of their own, writes the numbers of those that are set.
 template <std::size_t N>
 void put_value(JsonWriter& json, const std::bitset<N>& bits) {
   json.begin_array();
@@ -103,7 +103,7 @@ void put_value(JsonWriter& json, const std::vector<T>& list) {
 }
 
 ///@{
-/// A key with its value; null for a missing value.
+/// Writes a key with its value; null if there is no value.
 template <class T>
 void put_member(JsonWriter& json, std::string_view key, const T& value) {
   json.put(key);
@@ -118,7 +118,7 @@ template <class T>
 void put_member(JsonWriter& json, std::string_view key, const std::optional<T>& value) {
   put_member(json, key, value ? &*value : nullptr);
 }
-/// Text that is not UTF-8 is followed by its octets.
+/// If the text is not UTF-8, its octets follow it.
 inline void put_member(JsonWriter& json, std::string_view key, const std::string& text) {
   json.put(key, text);
   if (tools::to_utf8(text) != text) {
@@ -127,7 +127,7 @@ inline void put_member(JsonWriter& json, std::string_view key, const std::string
 }
 ///@}
 
-/// What the accessor returns; if it takes a number of spatial streams, then for each number from 1.
+/// Returns the accessor's result; if it takes a number of spatial streams, the results for all numbers from 1.
 template <auto ACCESSOR, class T>
 decltype(auto) accessed(const T& object) {
   if constexpr (requires { (object.*ACCESSOR)(); }) {
@@ -147,7 +147,7 @@ inline void put_value(JsonWriter& json, const std::array<unsigned int, qel::MAX_
 template <auto ACCESSOR, class T>
 inline constexpr bool IS_FLAG = std::is_same_v<decltype(accessed<ACCESSOR>(std::declval<const T&>())), bool>;
 
-/// The values of those accessors that are not flags.
+/// Writes the values of the accessors that are not flags.
 template <auto... ACCESSORS, class T>
 void put_accessed(JsonWriter& json, const T& object) {
   const auto put = [&]<auto ACCESSOR>() {
@@ -158,7 +158,7 @@ void put_accessed(JsonWriter& json, const T& object) {
   (put.template operator()<ACCESSORS>(), ...);
 }
 
-/// The values of those accessors that are flags, as an object.
+/// Writes the values of the accessors that are flags, as an object.
 template <auto... ACCESSORS, class T>
 void put_flags(JsonWriter& json, std::string_view key, const T& object) {
   const auto put = [&]<auto ACCESSOR>() {
@@ -172,7 +172,7 @@ void put_flags(JsonWriter& json, std::string_view key, const T& object) {
   json.end_object();
 }
 
-/// Row I of the table of T.
+/// Writes row I of the table of T.
 template <std::size_t I, class T, class Row>
 void put_row(JsonWriter& json, const T& record, const Row& row) {
   constexpr std::string_view KEY = JSON_KEY<std::get<I>(T::table()).member>;
@@ -185,7 +185,7 @@ void put_row(JsonWriter& json, const T& record, const Row& row) {
 }
 template <std::size_t I, class T>
 void put_row(JsonWriter&, const T&, const qel::serialization::Reserved&) {}
-/// Octets after a count are numbers, such as channels; up to the end of a body they are only octets.
+/// Octets after a count are numbers, such as channels; octets up to the end of a body have no such meaning.
 template <std::size_t I, class T, class N, class C>
 void put_row(JsonWriter& json, const T& record, const qel::serialization::CountedList<N, C, std::uint8_t>& row) {
   json.put(JSON_KEY<std::get<I>(T::table()).member>);

@@ -14,8 +14,8 @@ namespace meshdump {
 
 namespace {
 
-/// The generator escapes the C0 control characters only. DEL and the C1 ones, C2 80 to C2 9F in UTF-8, occur in strings
-/// alone, and the generator never hands over a part of a character.
+/// The generator escapes only the C0 control characters. DEL and the C1 control characters, C2 80 to C2 9F in UTF-8,
+/// occur only in strings, and the generator never passes on part of a character.
 void append(void* context, const char* text, std::size_t size) {
   constexpr std::string_view DIGITS = "0123456789abcdef";
   std::string& line = *static_cast<std::string*>(context);
@@ -38,7 +38,7 @@ void append(void* context, const char* text, std::size_t size) {
   }
 }
 
-/// The generator refuses only what breaks the grammar.
+/// The generator only refuses violations of the grammar.
 void check(yajl_gen_status status) {
   if (status != yajl_gen_status_ok) {
     throw std::logic_error("the JSON generator refused a value (" + std::to_string(status) + ")");

@@ -11,15 +11,16 @@ struct yajl_gen_t;
 
 namespace meshdump {
 
-/// Writes one JSON value, compact and without control characters. Calls that break the grammar throw std::logic_error.
+/// Writes one JSON value, compact and without control characters. Calls that violate the grammar throw
+/// std::logic_error.
 class JsonWriter {
  public:
   JsonWriter();
   ~JsonWriter();
 
-  /// Begins another value.
+  /// Starts another value.
   void reset();
-  /// What has been written since.
+  /// The output since the last reset.
   const std::string& text() const { return text_; }
 
   void begin_object();
@@ -27,7 +28,7 @@ class JsonWriter {
   void begin_array();
   void end_array();
 
-  /// Octets that are not UTF-8 become U+FFFD. In an object, keys and values alternate.
+  /// Octets that are not UTF-8 become U+FFFD. In an object, keys and values must alternate.
   void put(std::string_view text);
   void put(const char* text) { put(std::string_view(text)); }
   void put(std::same_as<bool> auto value) { put_bool(value); }

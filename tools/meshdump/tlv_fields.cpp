@@ -107,7 +107,7 @@ static void put_members(JsonWriter& json, const ieee802_11::IEEE802_11_Measureme
                &T::get_beacon_report, &T::get_opaque_body>(json, report);
 }
 
-/// Empty for any other element, and for an RSN element that is damaged.
+/// Empty for any other element, and for an invalid RSN element.
 static std::optional<ieee802_11::IEEE802_11_RSNElement> rsn_of(const ieee802_11::AssocRequestFrame::Element& element) {
   if (element.id == ieee802_11::IEEE802_11_RSNElement::ELEMENT_ID) {
     try {
@@ -144,10 +144,10 @@ static void put_members(JsonWriter& json, const DummyTLV& tlv) {
   put_accessed<&T::get_represented_type, &T::get_consumed_length, &T::get_consumed_total_length>(json, tlv);
 }
 
-/// Each level takes four of JSON, of which the generator writes 127.
+/// Each level takes four JSON levels; the generator writes at most 127.
 constexpr unsigned int MAX_NESTING = 20;
 
-/// The members of an object, whose type tells which of the classes is its own.
+/// Writes the members of an object as the class, among these, that has its type.
 template <class Base, class... T>
 void put_members_of(JsonWriter& json, const Base& object, std::type_identity<std::tuple<T...>>) {
   const auto put = [&]<class Class>(std::type_identity<Class>) {
@@ -165,7 +165,7 @@ void put_members_of(JsonWriter& json, const Base& object, std::type_identity<std
 static void put_nested_fields(JsonWriter& json, const TLV& tlv, std::span<const std::uint8_t> body,
                               unsigned int nesting);
 
-/// `octets` are those of the payload, if they are known.
+/// `octets` are those of the payload, if known.
 static void put_payload(JsonWriter& json, const VendorSpecific& payload, const std::span<const std::uint8_t> octets,
                         unsigned int nesting) {
   constexpr std::size_t NESTED_BODY = 1 + TLV_HEADER_SIZE;

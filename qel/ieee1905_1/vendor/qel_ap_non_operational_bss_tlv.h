@@ -13,7 +13,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// A BSS that is configured on a radio but does not operate.
+/// A BSS that is configured on a radio but not operating.
 class QEL_EXPORT QELNonOperationalBSS final : public serialization::Record<QELNonOperationalBSS> {
  public:
   QELNonOperationalBSS() = default;
@@ -21,7 +21,7 @@ class QEL_EXPORT QELNonOperationalBSS final : public serialization::Record<QELNo
 
   const MACAddress& get_bssid() const { return bssid_; }
   void set_bssid(const MACAddress& bssid) { bssid_ = bssid; }
-  /// Octets without a fixed character set. One of more than 32 decodes but does not encode.
+  /// Octets in no particular encoding. An SSID over 32 octets decodes but does not encode.
   const std::string& get_ssid() const { return ssid_; }
   void set_ssid(const std::string& ssid) { ssid_ = ssid; }
 
@@ -37,7 +37,7 @@ class QEL_EXPORT QELNonOperationalBSS final : public serialization::Record<QELNo
   std::string ssid_;
 };
 
-/// The BSSs of one radio that do not operate.
+/// The non-operating BSSs of one radio.
 class QEL_EXPORT QELNonOperationalBSSReport final : public serialization::Record<QELNonOperationalBSSReport> {
  public:
   QELNonOperationalBSSReport() = default;
@@ -59,8 +59,8 @@ class QEL_EXPORT QELNonOperationalBSSReport final : public serialization::Record
   std::vector<QELNonOperationalBSS> bss_vector_;
 };
 
-/// The BSSs that an access point is configured for but does not operate (subtype 7), laid out as the AP Operational BSS
-/// TLV has those that it operates (Multi-AP Specification, 17.2.4). Without a radio it decodes but does not encode.
+/// The BSSs that an access point is configured for but does not operate (subtype 7), in the layout of the AP
+/// Operational BSS TLV (Multi-AP Specification, 17.2.4). Without a radio, it decodes but does not encode.
 class QEL_EXPORT QELAPNonOperationalBSSTLV final
     : public VendorPayload<QELAPNonOperationalBSSTLV, QELVendorTLVType::QEL_AP_NON_OPERATIONAL_BSS_TLV> {
  public:

@@ -15,7 +15,7 @@
 
 namespace qel::ieee1905_1 {
 
-/// A local interface as in the device information TLV, with its name.
+/// A local interface as in the Device Information TLV, with its name.
 class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QELInterfaceInformation> {
  public:
   QELInterfaceInformation() = default;
@@ -29,7 +29,7 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
 
   const MACAddress& get_mac() const { return mac_; }
   void set_mac(const MACAddress& mac) { mac_ = mac; }
-  /// One of more than 255 characters cannot be encoded.
+  /// A name over 255 characters cannot be encoded.
   const std::string& get_name() const { return name_; }
   void set_name(const std::string& name) { name_ = name; }
   InterfaceType get_interface_type() const { return interface_type_; }
@@ -37,7 +37,7 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
   _InterfaceMode get_interface_mode() const { return interface_mode_; }
   void set_interface_mode(_InterfaceMode mode) { interface_mode_ = mode; }
 
-  /// Is not kept in step with the interface type: a reader of the encoding expects WLAN information for a WLAN
+  /// Not kept consistent with the interface type: whoever reads the encoding expects WLAN information for a WLAN
   /// interface, PLC information for a PLC interface and none for any other, and takes any other block as a rest.
   const MediaSpecificInformation& get_media_specific_information() const;
   /// Also drops the rest of the block.
@@ -45,7 +45,7 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
     media_specific_information_ = information;
     media_specific_rest_.clear();
   }
-  /// What the block holds behind these fields; all of it where it is too short for those of the interface type.
+  /// The octets of the block after these fields; the whole block if it is too short for the interface type.
   const std::vector<std::uint8_t>& get_media_specific_rest() const { return media_specific_rest_; }
 
   void dbg_str(std::ostream& os) const;
@@ -65,7 +65,7 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
 
  private:
   friend serialization::BodyAccess;
-  /// The table, then the media-specific block.
+  /// The rows of the table, then the media-specific block.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
 
@@ -74,11 +74,11 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
   InterfaceType interface_type_ = InterfaceType::ETHERNET;
   _InterfaceMode interface_mode_ = 0;
   AnyMediaSpecificInformation media_specific_information_;
-  std::vector<std::uint8_t> media_specific_rest_;  ///< with the information at most 255 octets
+  std::vector<std::uint8_t> media_specific_rest_;  ///< at most 255 octets together with the information
 };
 
-/// A device and its local interfaces by name (subtype 1). As in the device information TLV, a device without interfaces
-/// decodes but does not encode.
+/// A device and its local interfaces, with names (subtype 1). As in the Device Information TLV, a device without
+/// interfaces decodes but does not encode.
 class QEL_EXPORT QELDeviceInformationTLV final
     : public VendorPayload<QELDeviceInformationTLV, QELVendorTLVType::QEL_DEVICE_INFORMATION_TLV> {
  public:

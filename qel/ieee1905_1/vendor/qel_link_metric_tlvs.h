@@ -12,13 +12,13 @@
 namespace qel::ieee1905_1 {
 
 /// The metrics of one link, as in the link metric TLVs, with the names of its two interfaces. Records are ordered by
-/// all fields in wire order, names as texts.
+/// all fields in wire order, names as text.
 template <class Derived, class Information>
 class QEL_EXPORT QELLinkMetric : public serialization::Record<Derived> {
  public:
   const MACAddress& get_receiving_interface_MAC() const { return receiving_interface_MAC_; }
   void set_receiving_interface_MAC(const MACAddress& mac) { receiving_interface_MAC_ = mac; }
-  /// A name of more than 255 characters cannot be encoded.
+  /// A name over 255 characters cannot be encoded.
   const std::string& get_receiving_interface_name() const { return receiving_interface_name_; }
   void set_receiving_interface_name(const std::string& name) { receiving_interface_name_ = name; }
   const MACAddress& get_neighbor_interface_MAC() const { return neighbor_interface_MAC_; }
@@ -48,21 +48,22 @@ class QEL_EXPORT QELLinkMetric : public serialization::Record<Derived> {
   Information link_metric_information_;
 };
 
-/// What the local interface received from the neighbour.
+/// Metrics of what the local interface received from the neighbour.
 class QEL_EXPORT QELReceiverLinkMetric final
     : public QELLinkMetric<QELReceiverLinkMetric, ReceiverLinkMetricInformation> {
  public:
   static constexpr const char* TITLE = "QEL-specific ReceiverLinkMetric";
 };
 
-/// The transmitter's record names its local interface "receiving" as well.
+/// Metrics of what the local interface sent to the neighbour. The getters call the local interface "receiving" here
+/// too.
 class QEL_EXPORT QELTransmitterLinkMetric final
     : public QELLinkMetric<QELTransmitterLinkMetric, TransmitterLinkMetricInformation> {
  public:
   static constexpr const char* TITLE = "QEL-specific TransmitterLinkMetric";
 };
 
-/// The links between two devices. Unlike in the standard's TLVs the records vary in size, so they are counted.
+/// The links between two devices. The records vary in size, so unlike in the standard's TLVs they are counted.
 template <class Derived, QELVendorTLVType TYPE, class Metric>
 class QEL_EXPORT QELLinkMetricList : public VendorPayload<Derived, TYPE> {
  public:

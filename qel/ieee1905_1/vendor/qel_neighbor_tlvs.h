@@ -14,15 +14,15 @@
 
 namespace qel::ieee1905_1 {
 
-/// What is seen on a local interface: the interface by address and name, then neighbours up to the end of the body by
-/// the sub-length, which is compared with what was read (Derived has the texts, and the accessor of the neighbours).
+/// The neighbours seen on a local interface: the interface's address and name, then neighbours up to the end of the
+/// body. The sub-length is checked against what was read; Derived has the texts, and the accessor of the neighbours.
 /// The list may be empty.
 template <class Derived, QELVendorTLVType TYPE, class Neighbor>
 class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
  public:
   const MACAddress& get_local_MAC() const { return local_MAC_; }
   void set_local_MAC(const MACAddress& local_mac) { local_MAC_ = local_mac; }
-  /// One of more than 255 characters cannot be encoded.
+  /// A name over 255 characters cannot be encoded.
   const std::string& get_local_interface_name() const { return local_interface_name_; }
   void set_local_interface_name(const std::string& name) { local_interface_name_ = name; }
 
@@ -46,7 +46,7 @@ class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
  private:
   friend Derived;
   friend serialization::BodyAccess;
-  /// What was read before a failure is kept, but for the neighbours, which are replaced as a whole.
+  /// Fields read before a failure are kept, but the neighbours are replaced only as a whole.
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
 
   MACAddress local_MAC_;
@@ -54,7 +54,7 @@ class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
   std::vector<Neighbor> neighbors_;
 };
 
-/// The 1905.1 devices on an interface (subtype 2).
+/// The 1905.1 devices seen on an interface (subtype 2).
 class QEL_EXPORT QELIEEE1905NeighborDeviceTLV final
     : public QELNeighborList<QELIEEE1905NeighborDeviceTLV, QELVendorTLVType::QEL_IEEE1905_NEIGHBOR_DEVICE_TLV,
                              ALMAC19051Neighbor> {
@@ -72,7 +72,7 @@ class QEL_EXPORT QELIEEE1905NeighborDeviceTLV final
   static constexpr const char* UNEVEN = "Invalid length: must fit an IEEE1905Neighbor element";
 };
 
-/// The devices without 1905.1 on an interface (subtype 3).
+/// The devices without 1905.1 seen on an interface (subtype 3).
 class QEL_EXPORT QELNonIEEE1905NeighborDeviceListTLV final
     : public QELNeighborList<QELNonIEEE1905NeighborDeviceListTLV,
                              QELVendorTLVType::QEL_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV, MACAddress> {
@@ -91,8 +91,8 @@ class QEL_EXPORT QELNonIEEE1905NeighborDeviceListTLV final
   static constexpr const char* UNEVEN = "Invalid length: must fit at a MACAddress";  ///< the system's own wording
 };
 
-/// The devices without 1905.1 that PSQ19 found on an interface (subtype 16). Laid out as subtype 3, but for up to five
-/// octets behind the last whole address, which are kept as rest.
+/// The devices without 1905.1 that PSQ19 found on an interface (subtype 16). The layout is that of subtype 3, except
+/// that up to five octets after the last whole address are kept as rest.
 class QEL_EXPORT QELPSQ19NonIEEE1905NeighborDeviceListTLV final
     : public QELNeighborList<QELPSQ19NonIEEE1905NeighborDeviceListTLV,
                              QELVendorTLVType::QEL_PSQ19_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV, MACAddress> {
@@ -108,7 +108,7 @@ class QEL_EXPORT QELPSQ19NonIEEE1905NeighborDeviceListTLV final
   static constexpr auto NEIGHBORS = &QELPSQ19NonIEEE1905NeighborDeviceListTLV::get_MAC_address_vector;
   static constexpr serialization::ListText NEIGHBORS_TEXT = QELNonIEEE1905NeighborDeviceListTLV::NEIGHBORS_TEXT;
   static constexpr const char* TOO_SHORT = QELNonIEEE1905NeighborDeviceListTLV::TOO_SHORT;
-  static constexpr const char* UNEVEN = nullptr;  ///< takes any rest
+  static constexpr const char* UNEVEN = nullptr;  ///< accepts any rest
 
   static constexpr auto table() {
     return std::tuple_cat(QELNeighborList::table(),

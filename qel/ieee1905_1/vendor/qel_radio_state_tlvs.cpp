@@ -25,7 +25,8 @@ std::ostream& operator<<(std::ostream& os, QELSpecificIdleState state) { return 
 
 void QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state(const WLANLinkIdleState& state) {
   if (wlan_link_idle_state_vector_.size() >= MAX_IDLE_STATES) {
-    // The limit goes in as a character, not as digits: this is the line that the system's logs are searched for.
+    // The limit is inserted as a character rather than digits: this is the exact line for which the system's logs are
+    // searched.
     debug::stream("QELAssociatedSTAIdleStateTLV")
         << debug::LogLevels::LOG << "Number of added idle states is greater than " << static_cast<char>(MAX_IDLE_STATES)
         << ". Abort!" << std::endl;

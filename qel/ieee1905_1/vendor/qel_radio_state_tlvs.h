@@ -24,7 +24,7 @@ class QEL_EXPORT QELAPAnpiTLV final : public VendorPayload<QELAPAnpiTLV, QELVend
 
   const MACAddress& get_bssid_mac() const { return bssid_mac_; }
   void set_bssid_mac(const MACAddress& bssid) { bssid_mac_ = bssid; }
-  /// The average noise power indicator as the radio gives it; it is only carried here.
+  /// The average noise power indicator as reported by the radio; here it is only carried.
   std::uint8_t get_anpi() const { return anpi_; }
   void set_anpi(std::uint8_t anpi) { anpi_ = anpi; }
 
@@ -78,7 +78,7 @@ class QEL_EXPORT QELAssociatedSTAIdleStateTLV final
   const MACAddress& get_sta_mac() const { return sta_mac_; }
   void set_sta_mac(const MACAddress& mac) { sta_mac_ = mac; }
   const std::vector<WLANLinkIdleState>& get_wlan_link_idle_state_vector() const { return wlan_link_idle_state_vector_; }
-  /// Beyond MAX_IDLE_STATES logs the refusal and adds nothing.
+  /// Beyond MAX_IDLE_STATES, logs a message and adds nothing.
   void add_wlan_link_idle_state(const WLANLinkIdleState& state);
 
   static constexpr auto table() {
@@ -94,7 +94,7 @@ class QEL_EXPORT QELAssociatedSTAIdleStateTLV final
   std::vector<WLANLinkIdleState> wlan_link_idle_state_vector_;
 };
 
-/// What one WLAN interface is for.
+/// The operating mode of one WLAN interface.
 class QEL_EXPORT WLANOpmodeTLVEntry final : public serialization::Record<WLANOpmodeTLVEntry> {
  public:
   WLANOpmodeTLVEntry() = default;
@@ -133,8 +133,8 @@ class QEL_EXPORT QELWLANOpmodeTLV final
   std::vector<WLANOpmodeTLVEntry> entries_;
 };
 
-/// How one WLAN interface is secured: on the wire its address and an RSN element, which delimits itself. Entries are
-/// ordered by the address alone.
+/// The security of one WLAN interface: on the wire, its address and an RSN element, which has its own length. Entries
+/// are ordered by address alone.
 class QEL_EXPORT WLANSecurityTLVEntry final : public serialization::Record<WLANSecurityTLVEntry> {
  public:
   WLANSecurityTLVEntry() = default;
@@ -148,7 +148,7 @@ class QEL_EXPORT WLANSecurityTLVEntry final : public serialization::Record<WLANS
   ieee802_11::IEEE802_11_RSNElement& get_rsn_ie() { return rsn_ie_; }
   void set_rsn_ie(const ieee802_11::IEEE802_11_RSNElement& rsn_ie) { rsn_ie_ = rsn_ie; }
 
-  /// Shows the security mode that the element stands for.
+  /// Prints the security mode of the element.
   void dbg_str(std::ostream& os) const;
 
   static constexpr std::size_t MIN_WIRE_SIZE = 10;
@@ -158,7 +158,7 @@ class QEL_EXPORT WLANSecurityTLVEntry final : public serialization::Record<WLANS
 
  private:
   friend serialization::BodyAccess;
-  /// The table, then the element.
+  /// The rows of the table, then the element.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
 
@@ -166,7 +166,7 @@ class QEL_EXPORT WLANSecurityTLVEntry final : public serialization::Record<WLANS
   ieee802_11::IEEE802_11_RSNElement rsn_ie_;
 };
 
-/// How a node's WLAN interfaces are secured (subtype 15). An empty list decodes but does not encode, as in subtype 6.
+/// The security of a node's WLAN interfaces (subtype 15). An empty list decodes but does not encode, as in subtype 6.
 class QEL_EXPORT QELWLANSecurityTLV final
     : public VendorPayload<QELWLANSecurityTLV, QELVendorTLVType::QEL_AP_WLAN_SECURITY_TLV> {
  public:

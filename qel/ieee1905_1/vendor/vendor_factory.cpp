@@ -16,7 +16,7 @@ std::unique_ptr<VendorSpecific> make() {
   return std::make_unique<T>();
 }
 
-/// A subtype that is known by name. Without a class it is skipped as an unknown one is.
+/// A subtype known by name. Without a class, it is skipped like an unknown one.
 struct Row {
   QELVendorTLVType type;
   const char* name;
