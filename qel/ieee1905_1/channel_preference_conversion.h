@@ -56,6 +56,9 @@ class QEL_EXPORT ChannelPreferenceConversion {
   /// sets capabilities, maximum power (the highest of the classes), and state and config flags. Of the flags, it sets
   /// only the bit of the rule that `find_rule` returns for the score of the 20 MHz channel.
   ///
+  /// A channel gets the DFS capability only if its flag says something about DFS; which of the others need DFS is for
+  /// the radio's driver to tell.
+  ///
   /// A score of 0 that no flag expresses removes the capability; a channel without capabilities is left out of the
   /// list. Other scores without a rule have no effect.
   ChannelList to_channel_list(const ChannelScores& scores, std::int64_t time = LastChanged<float>::now()) const;

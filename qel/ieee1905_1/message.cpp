@@ -41,6 +41,12 @@ void append(MessageList::TLVs& tlvs, std::unique_ptr<TLV>&& tlv, MessageList::TL
   }
 }
 
+void require_tlv(bool is_there) {
+  if (!is_there) {
+    throw std::invalid_argument("a message has no room for a null TLV");
+  }
+}
+
 }  // namespace
 
 MessageList::~MessageList() {
@@ -54,10 +60,15 @@ MessageList::~MessageList() {
 }
 
 void MessageList::add_TLV(std::unique_ptr<TLV>&& tlv) {
-  if (tlv == nullptr) {
-    throw std::invalid_argument("a message has no room for a null TLV");
-  }
+  require_tlv(tlv != nullptr);
   tlvs_.push_back(std::move(tlv));
+}
+
+void MessageList::append_message_list(TLVs& tlvs) {
+  require_tlv(std::find(tlvs.begin(), tlvs.end(), nullptr) == tlvs.end());
+  if (&tlvs != &tlvs_) {
+    tlvs_.splice(tlvs_.end(), tlvs);
+  }
 }
 
 void MessageList::serialize_impl(std::ostream& os, SerializationContext& context) const {
@@ -69,9 +80,9 @@ void MessageList::serialize_impl(std::ostream& os, SerializationContext& context
 void MessageList::deserialize_impl(std::istream& is, SerializationContext& context) {
   const MemoryReadBuffer* memory = MemoryReadBuffer::of(is);
   TLVs* spare = spare_nodes();
-  context.set_place(std::nullopt);
   TLVType type{};
   do {
+    context.set_place(std::nullopt);
     const std::optional<std::uint8_t> octet = serialization::peek_octet(is, memory);
     if (!octet) {
       serialization::fail("Cannot peek TLV type!");

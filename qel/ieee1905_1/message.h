@@ -39,13 +39,11 @@ class QEL_EXPORT MessageList final : public serialization::BinarySerializable {
 
   /// Moves all TLVs of the argument to the end of this list.
   void append_message_list(MessageList& list) { append_message_list(list.tlvs_); }
-  void append_message_list(TLVs& tlvs) {
-    if (&tlvs != &tlvs_) {
-      tlvs_.splice(tlvs_.end(), tlvs);
-    }
-  }
+  /// Throws std::invalid_argument, and moves nothing, if one of them is null.
+  void append_message_list(TLVs& tlvs);
 
   const TLVs& get_TLV_list() const { return tlvs_; }
+  /// No element may become null.
   TLVs& get_TLV_list() { return tlvs_; }
   void clear_TLV_list() { tlvs_.clear(); }
 
@@ -79,6 +77,7 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
   MessageHead& get_head() { return head_; }
   void set_head(const MessageHead& head) { head_ = head; }
   void set_head(MessageHead&& head) { head_ = std::move(head); }
+
   /// Returns the first TLV of the class, or null if there is none: `message.find<DeviceInformationTLV>()`.
   template <TypedTLV T>
   const T* find() const {
@@ -109,6 +108,10 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
       }
     }
     return nullptr;
+  }
+  template <TypedPayload T>
+  T* find_vendor() {
+    return const_cast<T*>(std::as_const(*this).find_vendor<T>());
   }
 
   const MessageList& get_list() const { return list_; }

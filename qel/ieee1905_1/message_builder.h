@@ -50,7 +50,9 @@ class MessageBuilder {
 
   /// Returns the message; the builder is empty afterwards.
   Message build() {
-    add(EndOfMessageTLV());
+    if (message_.find<EndOfMessageTLV>() == nullptr) {
+      add(EndOfMessageTLV());
+    }
     return std::move(message_);
   }
 

@@ -89,6 +89,10 @@ std::optional<std::vector<std::uint8_t>> Reassembly::add(const MACAddress& sende
   if (partial == messages_.end()) {
     partial = begin_message(sender, head, now);
   }
+  if (partial->is_closed) {
+    ++counts_.duplicates;
+    return std::nullopt;
+  }
   const std::span<const std::uint8_t> tlvs = cmdu.subspan(MESSAGE_HEAD_SIZE);
   switch (take(*partial, head, tlvs)) {
     case Taken::NEW:
@@ -98,14 +102,14 @@ std::optional<std::vector<std::uint8_t>> Reassembly::add(const MACAddress& sende
       return std::nullopt;
     case Taken::CONTRADICTION:
       ++counts_.spoiled;
-      drop(partial);
+      close(*partial);
       return std::nullopt;
   }
   octets_ += tlvs.size();
   if (is_complete(*partial)) {
     std::optional<std::vector<std::uint8_t>> message = join(*partial);
     ++(message ? counts_.messages : counts_.spoiled);
-    drop(partial);
+    close(*partial);
     return message;
   }
   keep_within_octets();
@@ -113,10 +117,18 @@ std::optional<std::vector<std::uint8_t>> Reassembly::add(const MACAddress& sende
 }
 
 void Reassembly::expire(TimePoint now) {
-  while (!messages_.empty() && now - messages_.front().begun > limits_.age) {
-    ++counts_.expired;
-    drop(messages_.begin());
+  for (auto partial = messages_.begin(); partial != messages_.end();) {
+    if (partial->begun <= now && now - partial->begun <= limits_.age) {
+      ++partial;
+      continue;
+    }
+    counts_.expired += partial->is_closed ? 0U : 1U;
+    partial = drop(partial);
   }
+}
+
+std::size_t Reassembly::count_messages() const {
+  return static_cast<std::size_t>(std::count_if(messages_.begin(), messages_.end(), is_waiting));
 }
 
 Reassembly::Partials::iterator Reassembly::find(const MACAddress& sender, const MessageHead& head) {
@@ -128,30 +140,41 @@ Reassembly::Partials::iterator Reassembly::find(const MACAddress& sender, const 
 
 Reassembly::Partials::iterator Reassembly::begin_message(const MACAddress& sender, const MessageHead& head,
                                                          TimePoint now) {
-  const auto is_of_sender = [&](const Partial& partial) { return partial.sender == sender; };
+  const auto is_of_sender = [&](const Partial& partial) { return is_waiting(partial) && partial.sender == sender; };
   const auto of_sender = static_cast<std::size_t>(std::count_if(messages_.begin(), messages_.end(), is_of_sender));
   if (of_sender >= limits_.messages_of_a_sender) {
-    ++counts_.displaced;
-    drop(std::find_if(messages_.begin(), messages_.end(), is_of_sender));
+    displace(std::find_if(messages_.begin(), messages_.end(), is_of_sender));
   } else if (messages_.size() >= limits_.messages) {
-    ++counts_.displaced;
-    drop(messages_.begin());
+    displace(std::find_if_not(messages_.begin(), messages_.end(), is_waiting));
   }
   messages_.push_back({sender, head, now, {}, std::nullopt});
   return std::prev(messages_.end());
 }
 
-void Reassembly::drop(Partials::iterator partial) {
-  for (const Fragment& fragment : partial->fragments) {
+Reassembly::Partials::iterator Reassembly::drop(Partials::iterator partial) {
+  close(*partial);
+  return messages_.erase(partial);
+}
+
+/// Drops this one, or the oldest if there is none such.
+void Reassembly::displace(Partials::iterator partial) {
+  partial = partial == messages_.end() ? messages_.begin() : partial;
+  counts_.displaced += partial->is_closed ? 0U : 1U;
+  drop(partial);
+}
+
+/// No more fragments are taken, and what came is forgotten.
+void Reassembly::close(Partial& partial) {
+  for (const Fragment& fragment : partial.fragments) {
     octets_ -= fragment.octets.size();
   }
-  messages_.erase(partial);
+  partial.fragments = {};
+  partial.is_closed = true;
 }
 
 void Reassembly::keep_within_octets() {
   while (octets_ > limits_.octets) {
-    ++counts_.displaced;
-    drop(messages_.begin());
+    displace(std::find_if(messages_.begin(), messages_.end(), is_waiting));
   }
 }
 

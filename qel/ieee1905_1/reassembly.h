@@ -18,24 +18,25 @@ namespace qel::ieee1905_1 {
 ///
 /// Fragments belong together if sender, message type and identifier agree. Fragments that contradict each other (two
 /// contents for one fragment identifier, two last fragments, or one after the last) spoil their message, and none of
-/// them is used. Fragments that end within a TLV, and fragments that each have an End-of-message TLV, are also
-/// accepted.
+/// them is used. A message is remembered after it was completed or spoiled, as long as age and room allow: fragments
+/// of it that arrive later are duplicates. Fragments that end within a TLV, and fragments that each have an
+/// End-of-message TLV, are also accepted.
 class QEL_EXPORT Reassembly {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
   /// Limits on what is kept.
   struct Limits {
-    std::size_t messages = 32;             ///< incomplete messages; a new one replaces the oldest
-    std::size_t messages_of_a_sender = 4;  ///< incomplete messages of each sender, likewise
-    std::size_t octets = 256 * 1024;       ///< in the fragments of all incomplete messages
+    std::size_t messages = 32;             ///< incomplete and remembered ones; the latter go first
+    std::size_t messages_of_a_sender = 4;  ///< incomplete messages of each sender; a new one replaces the oldest
+    std::size_t octets = 256 * 1024;       ///< in all fragments; 256 Ethernet frames would take more
     std::chrono::milliseconds age{2000};   ///< of a message since its first fragment arrived
   };
 
   /// Totals of fragments and messages; no fragment is counted twice.
   struct Counts {
     std::uint64_t messages = 0;    ///< reassembled
-    std::uint64_t duplicates = 0;  ///< fragments received before
+    std::uint64_t duplicates = 0;  ///< fragments received before, or of a message that is over
     std::uint64_t spoiled = 0;     ///< messages whose fragments contradict each other or do not form TLVs
     std::uint64_t expired = 0;     ///< messages that timed out
     std::uint64_t displaced = 0;   ///< messages displaced by others
@@ -52,14 +53,16 @@ class QEL_EXPORT Reassembly {
   std::optional<std::vector<std::uint8_t>> add(const MACAddress& sender, std::span<const std::uint8_t> cmdu,
                                                TimePoint now);
 
-  /// Drops the messages that have timed out; `add` also does so.
+  /// Drops the messages that have timed out, and those that began after `now`; `add` also does so. Times lie within a
+  /// century of the clock's epoch.
   void expire(TimePoint now);
 
-  std::size_t count_messages() const { return messages_.size(); }
+  /// Messages that wait for fragments.
+  std::size_t count_messages() const;
   /// Number of messages that were not completed, because fragments are missing or contradict each other. Includes those
   /// still waiting.
   std::uint64_t count_incomplete() const {
-    return messages_.size() + counts_.spoiled + counts_.expired + counts_.displaced;
+    return count_messages() + counts_.spoiled + counts_.expired + counts_.displaced;
   }
   std::size_t count_octets() const { return octets_; }
   const Counts& counts() const { return counts_; }
@@ -75,6 +78,7 @@ class QEL_EXPORT Reassembly {
     TimePoint begun;
     std::vector<Fragment> fragments;  // in order of their ids
     std::optional<std::uint8_t> last;
+    bool is_closed = false;  // completed or spoiled
   };
   using Partials = std::vector<Partial>;
 
@@ -82,8 +86,11 @@ class QEL_EXPORT Reassembly {
 
   Partials::iterator find(const MACAddress& sender, const MessageHead& head);
   Partials::iterator begin_message(const MACAddress& sender, const MessageHead& head, TimePoint now);
-  void drop(Partials::iterator partial);
+  Partials::iterator drop(Partials::iterator partial);
+  void displace(Partials::iterator partial);
+  void close(Partial& partial);
   void keep_within_octets();
+  static bool is_waiting(const Partial& partial) { return !partial.is_closed; }
   static Taken take(Partial& partial, const MessageHead& head, std::span<const std::uint8_t> tlvs);
   static bool is_complete(const Partial& partial);
   static std::optional<std::vector<std::uint8_t>> join(const Partial& partial);

@@ -11,7 +11,8 @@
 
 namespace qel::ieee1905_1 {
 
-/// A class of TLVs that knows its own type, as all classes but TLV itself do.
+/// A class of TLVs that knows its own type, as all classes but TLV itself do. It must be the library's class for that
+/// type: it is what decoding creates, so a class of your own derived from it is not found.
 template <class T>
 concept TypedTLV = std::derived_from<T, TLVCommon<std::remove_const_t<T>::TYPE>>;
 

@@ -117,6 +117,8 @@ TEST(MessageList, MovesTLVsInOrder) {
   test::expect_unequal(list, list_of({A, C, B, A}));
   test::expect_unequal(list, list_of({A, B, C}));
   test::expect_unequal(list, middle);
+  MessageList::TLVs nulls(1);
+  EXPECT_THROW(list.append_message_list(nulls), std::invalid_argument);
 
   Message message;
   message.set_head(DISCOVERY);

@@ -76,7 +76,7 @@ TEST(Roads, ErrorsTellThePlace) {
     std::size_t offset;
   } rows[] = {
       {"00 00 00", "Deserialization of type std::uint16_t failed.", "in the head", 3},
-      {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E", "Cannot peek TLV type!", "in AL_MAC_ADDRESS at offset 8", 17},
+      {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E", "Cannot peek TLV type!", "at offset 17", 17},
       {"00 00 0003 1234 00 80 01 0006 021A2B3C4D5E 02 0006 06F1", "Deserialization of type std::uint8_t failed.",
        "in MAC_ADDRESS at offset 17", 22},
       {"00 00 0003 1234 00 80 B3 0001 01 00 0000", "Unknown TLV type!MULTI_AP_PROFILE",
@@ -264,7 +264,14 @@ TEST(Roads, ReassemblyTakesOnlyFragmentsThatAgree) {
       {"no end of the message", {fragment(0, false, al), fragment(1, true, mac)}, "", 1},
       {"cut within the last TLV", {fragment(0, false, al), fragment(1, true, "02 0006 06")}, "", 1},
       {"cut within a header", {fragment(0, false, al + "0200"), fragment(1, true, mac + end)}, "", 1},
-      {"two contents", {fragment(0, false, al), fragment(0, false, mac), fragment(1, true, mac + end)}, "", 1},
+      {"every fragment twice",
+       {fragment(0, false, al), fragment(0, false, al), fragment(1, true, mac + end), fragment(1, true, mac + end)},
+       whole,
+       0},
+      {"two contents",
+       {fragment(0, false, al), fragment(0, false, mac), fragment(1, true, mac + end), fragment(0, false, mac)},
+       "",
+       1},
       {"two last ones", {fragment(1, true, mac + end), fragment(2, true, mac + end), fragment(0, false, al)}, "", 1},
       {"last and not last",
        {fragment(1, true, mac + end), fragment(1, false, mac + end), fragment(0, false, al)},
@@ -317,6 +324,8 @@ TEST(Roads, ReassemblyIsBounded) {
   EXPECT_FALSE(reassembly.add(B, fragment(0, false, large, 7), later));
   EXPECT_EQ(reassembly.count_octets(), 64U);
   EXPECT_TRUE(completes(B, 7, later));
+  EXPECT_FALSE(reassembly.add(A, fragment(0, false, al, 8), later));
+  EXPECT_FALSE(completes(A, 8, START)) << "before its first fragment";
 }
 
 }  // namespace
