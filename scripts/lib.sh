@@ -13,14 +13,55 @@ usage() {
   sed -n '2,/^[^#]/s/^# \{0,1\}//p' "scripts/$(basename "$0")"
 }
 
-# quietly LOG COMMAND...: writes the output to LOG; if the command fails, also shows it, without the successful steps.
+# reason LOG: shows what a failed build said, without the successful steps and without the commands.
+reason() {
+  awk '/^\[[0-9]+\/[0-9]+\] / || is_command { is_command = 0; next }
+       { print; is_command = /^FAILED: / }' "$1" >&2
+}
+
+# quietly LOG COMMAND...: writes the output to LOG; if the command fails, also shows it.
 quietly() (
   log=$1
   shift
   mkdir -p "$(dirname "$log")"
   "$@" >"$log" 2>&1 </dev/null && exit
-  grep -v '^\[[0-9]*/[0-9]*\] ' "$log" >&2
+  reason "$log"
   die "failed: $*"
+)
+
+# follow LABEL: copies its input and shows the progress by the steps of ninja, "[3/17] ", and of ctest, "3/17 Test": on a
+# terminal in one line, elsewhere every tenth.
+follow() {
+  tenths=0
+  while IFS= read -r line; do
+    printf '%s\n' "$line"
+    case $line in
+      '['*/*'] '*) step=${line#?} step=${step%%]*} ;;
+      *' Test '*'#'*) step=${line%% Test*} step=${step##* } ;;
+      *) continue ;;
+    esac
+    case $step in
+      *[!0-9/]* | */*/* | /* | */ | */0) continue ;;
+      */*) ;;
+      *) continue ;;
+    esac
+    if [ -t 2 ]; then
+      printf '\r%s %s of %s \033[K' "$1" "${step%/*}" "${step#*/}" >&2
+    elif [ $((10 * ${step%/*} / ${step#*/})) -gt "$tenths" ]; then
+      tenths=$((10 * ${step%/*} / ${step#*/}))
+      printf '%s %s of %s\n' "$1" "${step%/*}" "${step#*/}" >&2
+    fi
+  done
+  [ ! -t 2 ] || printf '\r\033[K' >&2
+}
+
+# watched LABEL LOG COMMAND...: writes the output to LOG and shows the progress. Returns the status of the command.
+watched() (
+  label=$1
+  log=$2
+  shift 2
+  mkdir -p "$(dirname "$log")"
+  exit "$({ { "$@" 2>&1 </dev/null && echo 0 >&3 || echo $? >&3; } | follow "$label" >"$log"; } 3>&1)"
 )
 
 # configure DIRECTORY PRESET [CMAKE_OPTION...]
@@ -32,6 +73,9 @@ configure() (
 )
 
 # compile DIRECTORY [TARGET]
-compile() {
-  quietly "$1/log/build.log" cmake --build "$1" --parallel "$(nproc)" --target "${2-all}"
-}
+compile() (
+  watched "$(basename "$1"): building" "$1/log/build.log" \
+    cmake --build "$1" --parallel "$(nproc)" --target "${2-all}" && exit
+  reason "$1/log/build.log"
+  die "failed: $1 does not build"
+)
