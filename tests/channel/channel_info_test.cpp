@@ -1,7 +1,5 @@
 #include "qel/channel/channel_info.h"
 
-#include <stdexcept>
-
 #include "qel/core/text.h"
 #include "tests/channel/channels.h"
 

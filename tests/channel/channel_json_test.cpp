@@ -1,9 +1,5 @@
 #include <dlfcn.h>
-#include <gtest/gtest.h>
 #include <yajl/yajl_gen.h>
-
-#include <limits>
-#include <sstream>
 
 #include "qel/channel/channel_info.h"
 #include "qel/channel/wlan_radio.h"

@@ -1,9 +1,5 @@
 #include "qel/channel/channel_list.h"
 
-#include <algorithm>
-#include <functional>
-#include <stdexcept>
-
 #include "qel/core/text.h"
 #include "tests/channel/channels.h"
 #include "tests/support/fields.h"
@@ -11,7 +7,6 @@
 namespace qel {
 namespace {
 
-using testing::ThrowsMessage;
 using State = std::bitset<5>;
 using Config = std::bitset<2>;
 

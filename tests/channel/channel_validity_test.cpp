@@ -1,7 +1,5 @@
 #include "qel/channel/channel_validity.h"
 
-#include <array>
-
 #include "qel/channel/data_rate_calculator.h"
 #include "qel/core/fixed_byte_buffer.h"
 #include "qel/core/text.h"

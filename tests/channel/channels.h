@@ -1,11 +1,7 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "qel/channel/channel_info.h"
+#include "tests/support/testing.h"
 
 namespace qel {
 

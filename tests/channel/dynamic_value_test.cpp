@@ -1,5 +1,3 @@
-#include <stdexcept>
-
 #include "qel/channel/data_rate_calculator.h"
 #include "tests/channel/channels.h"
 

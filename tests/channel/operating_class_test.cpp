@@ -1,7 +1,3 @@
-#include <cstdlib>
-#include <limits>
-#include <sstream>
-
 #include "qel/channel/operating_class_deduction.h"
 #include "qel/core/text.h"
 #include "tests/channel/channels.h"
@@ -9,9 +5,6 @@
 namespace qel {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::StartsWith;
 using Deduction = OperatingClassDeduction;
 using Lookup = Deduction::OpclassLookup;
 using Capabilities = std::bitset<9>;

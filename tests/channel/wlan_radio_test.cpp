@@ -1,9 +1,5 @@
 #include "qel/channel/wlan_radio.h"
 
-#include <gtest/gtest.h>
-
-#include <stdexcept>
-
 #include "qel/core/text.h"
 #include "tests/support/fields.h"
 

@@ -1,4 +1,3 @@
-#include <bitset>
 #include <initializer_list>
 
 #include "qel/core/mac_address.h"

@@ -1,10 +1,6 @@
 #include "qel/core/device_id.h"
 
 #include <dlfcn.h>
-#include <gtest/gtest.h>
-
-#include <sstream>
-#include <stdexcept>
 
 #include "qelevsock.h"
 #include "tests/support/octets.h"

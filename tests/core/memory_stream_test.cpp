@@ -1,10 +1,5 @@
 #include "qel/core/serialization/memory_stream.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <utility>
-
 #include "tests/support/octets.h"
 
 namespace qel::serialization {

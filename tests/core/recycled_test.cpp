@@ -1,16 +1,10 @@
 #include "qel/core/recycled.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstdlib>
-#include <memory>
 #include <new>
-#include <thread>
-#include <vector>
 
 #include "qel/core/serialization/serialization_context.h"
 #include "qel/ieee1905_1/message.h"
+#include "tests/support/testing.h"
 
 namespace {
 

@@ -1,10 +1,3 @@
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <iomanip>
-#include <sstream>
-#include <stdexcept>
-
 #include "qel/core/basic_version.h"
 #include "qel/core/fixed_byte_buffer.h"
 #include "qel/core/id.h"

@@ -1,8 +1,6 @@
 #include "qel/daemon/build_type.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdlib>
+#include "tests/support/testing.h"
 
 namespace qel {
 namespace {

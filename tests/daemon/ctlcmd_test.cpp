@@ -1,7 +1,5 @@
 #include <qelipc.h>
 
-#include <stdexcept>
-
 #include "qel/daemon/ctlcmd_shell.h"
 #include "tests/daemon/fixture.h"
 

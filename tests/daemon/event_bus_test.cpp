@@ -1,6 +1,6 @@
 #include "qel/daemon/event_bus.h"
 
-#include <gtest/gtest.h>
+#include "tests/support/testing.h"
 
 namespace qel {
 namespace {

@@ -2,9 +2,6 @@
 
 #include <qelevsock.h>
 
-#include <ostream>
-#include <stdexcept>
-
 #include "tests/daemon/fixture.h"
 
 namespace qel::daemon {

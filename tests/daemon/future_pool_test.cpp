@@ -1,17 +1,9 @@
 #include "qel/daemon/future_pool.h"
 
-#include <gmock/gmock.h>
-
-#include <functional>
-#include <stdexcept>
-#include <string>
-#include <thread>
+#include "tests/support/testing.h"
 
 namespace qel::async {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 struct FuturePoolTest : testing::Test {
   /// Returns a handler that records what it receives.

@@ -2,11 +2,6 @@
 
 #include <shringbuf.h>
 
-#include <iomanip>
-#include <ostream>
-#include <sstream>
-#include <stdexcept>
-
 #include "tests/daemon/fixture.h"
 
 namespace qel::debug {

@@ -1,19 +1,10 @@
 #include "qel/daemon/mainloop.h"
 
-#include <cstdio>
-#include <optional>
-#include <sstream>
-#include <thread>
-
 #include "tests/daemon/fixture.h"
 #include "tests/daemon/probe_watch.h"
 
 namespace qel::daemon {
 namespace {
-
-using testing::Contains;
-using testing::HasSubstr;
-using testing::IsSupersetOf;
 
 constexpr const char* LISTEN =
     "ctlcmd_listen_start(node, HELP: show help, SLABDUMP: show slab allocation, SLABSHOW: show slab information, "

@@ -1,9 +1,5 @@
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <thread>
 
 #include "qel/daemon/log.h"
 #include "qel/daemon/mainloop.h"
@@ -16,7 +12,6 @@ namespace qel::daemon {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::ElementsAre;
 
 class OnPlatform : public testing::Test {
  protected:

@@ -1,8 +1,5 @@
 #include "qel/daemon/periodic_timer.h"
 
-#include <optional>
-#include <stdexcept>
-
 #include "tests/daemon/fixture.h"
 
 namespace qel::time {

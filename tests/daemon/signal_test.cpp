@@ -1,17 +1,9 @@
 #include "qel/daemon/signal.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <optional>
-#include <stdexcept>
-#include <string>
+#include "tests/support/testing.h"
 
 namespace qel::signals {
 namespace {
-
-using testing::ElementsAre;
-using testing::IsEmpty;
 
 struct SignalTest : testing::Test {
   auto push(std::string name) {

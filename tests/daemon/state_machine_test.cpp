@@ -1,9 +1,5 @@
 #include "qel/daemon/state_machine.h"
 
-#include <functional>
-#include <map>
-#include <optional>
-
 #include "tests/daemon/fixture.h"
 
 namespace qel::state_machine {

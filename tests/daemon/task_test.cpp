@@ -1,9 +1,5 @@
 #include "qel/daemon/task.h"
 
-#include <functional>
-#include <optional>
-#include <sstream>
-
 #include "qel/daemon/value_task.h"
 #include "tests/daemon/fixture.h"
 
@@ -170,7 +166,7 @@ TEST_F(TaskTest, DeletionReachesTheContinuation) {
   task->start();
   set_result("ctimer_unsetup_internal", -4);
   task.reset();
-  EXPECT_THAT(take_calls(), testing::Contains("errmsg(%s: %s, Task: failed to end task (Changed handle))"));
+  EXPECT_THAT(take_calls(), Contains("errmsg(%s: %s, Task: failed to end task (Changed handle))"));
 }
 
 TEST_F(TaskTest, ADestroyedTaskAnswersItsContinuationAndIsNotRevivedByIt) {

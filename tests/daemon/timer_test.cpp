@@ -1,7 +1,5 @@
 #include "qel/daemon/timer.h"
 
-#include <limits>
-
 #include "tests/daemon/fixture.h"
 
 namespace qel::time {

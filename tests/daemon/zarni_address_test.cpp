@@ -1,8 +1,6 @@
 #include "qel/daemon/zarni_address.h"
 
-#include <gmock/gmock.h>
-
-#include <sstream>
+#include "tests/support/testing.h"
 
 namespace qel::daemon {
 namespace {
@@ -25,7 +23,7 @@ TEST(ZarniAddress, IsUpperCaseTextOrderedAsSuchAndAJsonString) {
   print(address);
   EXPECT_EQ(os.str(), "MESHD-1OTHER master slave unknown\"MESHD-1\"");
   EXPECT_THAT([&] { print(ZarniAddress("\xff")); },
-              testing::ThrowsMessage<serialization::SerializationException>("Serialization of ZarniAddress failed"));
+              ThrowsMessage<serialization::SerializationException>("Serialization of ZarniAddress failed"));
 }
 
 }  // namespace

@@ -1,11 +1,6 @@
 #include "qel/ieee802_11/security_mapping.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <iterator>
-#include <optional>
-#include <vector>
+#include "tests/support/testing.h"
 
 namespace qel::ieee802_11 {
 namespace {

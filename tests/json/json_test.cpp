@@ -1,10 +1,7 @@
 #include <dlfcn.h>
-#include <gmock/gmock.h>
 #include <yajl/yajl_gen.h>
 
 #include <climits>
-#include <limits>
-#include <sstream>
 
 #include "qel/core/serialization/json_serializable_type.h"
 #include "qel/core/serialization/json_strings.h"
@@ -23,8 +20,6 @@ extern "C" [[gnu::visibility("default")]] yajl_gen yajl_gen_alloc(const yajl_all
 
 namespace qel::serialization {
 namespace {
-
-using testing::ElementsAre;
 
 /// A generator with its output.
 struct Output {

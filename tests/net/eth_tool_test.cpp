@@ -1,24 +1,16 @@
 #include "qel/net/eth_tool.h"
 
-#include <gmock/gmock.h>
 #include <linux/ethtool.h>
 #include <net/if.h>
 #include <sys/resource.h>
 
-#include <array>
-#include <cerrno>
-#include <chrono>
-#include <cstring>
-#include <thread>
-
 #include "qel/net/eth_interface_monitor.h"
 #include "tests/net/private_network.h"
 #include "tests/support/emulator.h"
+#include "tests/support/testing.h"
 
 namespace qel {
 namespace {
-
-using testing::ThrowsMessage;
 
 /// Answers ethtool requests like the kernel: with as many elements as the driver has, however much room there is.
 struct FakeDriver {

@@ -1,11 +1,8 @@
 #include "qel/net/ether_header.h"
 
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstring>
-#include <sstream>
+#include "tests/support/testing.h"
 
 namespace qel {
 namespace {

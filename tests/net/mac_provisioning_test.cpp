@@ -1,15 +1,10 @@
 #include "qel/net/mac_provisioning.h"
 
-#include <gmock/gmock.h>
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <fstream>
-#include <set>
-#include <stdexcept>
-
 #include "qel/core/vendor_oui.h"
+#include "tests/support/testing.h"
 
 namespace qel {
 namespace {
@@ -19,9 +14,9 @@ TEST(MACAProvider, TakesTheAddressOnce) {
   ::setenv("QELVELO_FW_ENV_CONFIG", "/nonexistent", 1);
   ::setenv("QELVELO_ENV_FILE", file.c_str(), 1);
   const auto get = [] { MACAProvider::get(); };
-  EXPECT_THAT(get, testing::ThrowsMessage<std::runtime_error>("kelvar_getenv() did not yield maca"));
+  EXPECT_THAT(get, ThrowsMessage<std::runtime_error>("kelvar_getenv() did not yield maca"));
   std::ofstream(file) << "maca=00-11-22-33-44-55\n";
-  EXPECT_THAT(get, testing::ThrowsMessage<std::invalid_argument>("'00-11-22-33-44-55' is no valid MACAddress string"));
+  EXPECT_THAT(get, ThrowsMessage<std::invalid_argument>("'00-11-22-33-44-55' is no valid MACAddress string"));
   std::ofstream(file) << "maca=00:1a:2B:3C:4D:5E\n";
   get();
   std::remove(file.c_str());

@@ -3,7 +3,6 @@
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <linux/capability.h>
 #include <linux/filter.h>
 #include <net/if.h>
@@ -13,14 +12,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <stdexcept>
-#include <vector>
-
 #include "tests/net/private_network.h"
+#include "tests/support/testing.h"
 
 namespace {
 bool bind_fails = false;
@@ -37,7 +30,6 @@ extern "C" __attribute__((visibility("default"))) int bind(int socket, const soc
 namespace qel {
 namespace {
 
-using testing::ElementsAre;
 using Octets = std::vector<unsigned char>;
 
 constexpr unsigned short ETHERTYPE = 0x893A;
@@ -144,7 +136,7 @@ TEST(RawSock, DoesNotWaitWhenItIsNotTo) {
 TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
   for (const std::string name : {"", "sixteen-letters!"}) {
     EXPECT_THAT([&] { RawSock(name, nullptr, nullptr, ETHERTYPE); },
-                testing::ThrowsMessage<std::invalid_argument>("interface name is not valid " + name));
+                ThrowsMessage<std::invalid_argument>("interface name is not valid " + name));
   }
 }
 
@@ -198,7 +190,7 @@ TEST_F(RawSockOnCable, SendsAndReceivesFramesOfItsEthertype) {
 TEST_F(RawSockOnCable, ReadsEvenWhenNobodyTakesTheFrame) {
   RawSock sock(NEAR, nullptr, nullptr, ETHERTYPE);
   send(*far_, make_frame(60, 1));
-  EXPECT_THAT(taken_by(sock), testing::IsEmpty());
+  EXPECT_THAT(taken_by(sock), IsEmpty());
   sock.on_writable();
   EXPECT_FALSE(becomes_readable(sock.get_sock_fd(), 0));
 }
@@ -294,7 +286,7 @@ TEST_F(RawSockOnCable, SetsTheFlagsOfTheInterfaceAndHandsOnThatItWentDown) {
   const auto sock = open();
   EXPECT_NO_THROW(test::ip("link show " + std::string(NEAR) + " | grep -q '<BROADCAST,MULTICAST,UP,LOWER_UP>'"));
   test::ip(link + " down");
-  EXPECT_THAT(taken_by(*sock), testing::IsEmpty());
+  EXPECT_THAT(taken_by(*sock), IsEmpty());
   test::ip(link + " up");
   EXPECT_THAT(receiver_.lengths, ElementsAre(FAILED));
 }

@@ -1,15 +1,7 @@
 // The policy of packaging/dbus/org.qel.ipc.conf, added to that of a system bus.
 
-#include <gmock/gmock.h>
 #include <grp.h>
 #include <systemd/sd-bus.h>
-
-#include <cerrno>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "platform/include/qelipc.h"
 #include "platform/include/qelipc_client.h"
@@ -18,11 +10,6 @@
 #include "tests/platform/turns.h"
 
 namespace {
-
-using testing::AllOf;
-using testing::Contains;
-using testing::Each;
-using testing::Not;
 
 constexpr char kInterface[] = "org.qel.ipc.Endpoint1";
 constexpr char kStranger[] = "com.example.Stranger";

@@ -2,12 +2,11 @@
 
 // Child processes in tests.
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <string>
+#include "tests/support/testing.h"
 
 /// Runs a function in a child, which exits with the function's result, or with 1 if a test in it failed.
 template <class Function>

@@ -1,15 +1,8 @@
 #include "platform/include/ctimer.h"
 
-#include <gmock/gmock.h>
-
-#include <list>
-#include <stdexcept>
-
 #include "tests/platform/turns.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 using CTimer = LoopTest;
 

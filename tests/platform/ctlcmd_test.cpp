@@ -1,17 +1,10 @@
 #include "platform/include/ctlcmd.h"
 
-#include <gmock/gmock.h>
-
-#include <cerrno>
-#include <stdexcept>
-#include <string>
-
 #include "platform/include/slab.h"
+#include "tests/support/testing.h"
 
 namespace {
 
-using testing::HasSubstr;
-using testing::StartsWith;
 using Session = ctlcmd_session*;
 using Words = const char* const*;
 

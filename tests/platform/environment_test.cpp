@@ -1,10 +1,4 @@
-#include <gmock/gmock.h>
 #include <stdlib.h>
-
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <string>
 
 #include "platform/include/velolib.h"
 #include "tests/platform/children.h"

@@ -1,20 +1,13 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <poll.h>
 
 #include <ctime>
-#include <list>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "tests/platform/turns.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using Evsock = LoopTest;
 
 /// Two connected TCP sockets, which support priority data.

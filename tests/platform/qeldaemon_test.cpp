@@ -1,11 +1,6 @@
 #include "platform/include/qeldaemon.h"
 
-#include <gmock/gmock.h>
 #include <sys/un.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <string>
 
 #include "platform/include/qelipc.h"
 #include "platform/include/qellog.h"
@@ -14,10 +9,6 @@
 #include "tests/platform/turns.h"
 
 namespace {
-
-using testing::HasSubstr;
-using testing::MatchesRegex;
-using testing::StartsWith;
 
 /// A datagram socket with a path, like that of a service manager or a system log.
 class DatagramServer {
@@ -212,7 +203,7 @@ TEST(SystemLog, ADaemonLogsWithoutWaitingForTheLog) {
   EXPECT_EQ(next_octet(reports[0]), 'L');
   EXPECT_THAT(log.receive(),
               MatchesRegex("<30>[A-Z][a-z][a-z] [ 0-9][0-9] [0-9:]* test_platform.[0-9]+.: LOG: net: up"));
-  EXPECT_THAT(log.receive(), testing::EndsWith(": and more"));
+  EXPECT_THAT(log.receive(), EndsWith(": and more"));
   EXPECT_THAT(log.receive(), StartsWith("<27>"));
   // The socket holds no more than the kernel queues, and the daemon waits for this.
   say(reports[0], 'd');

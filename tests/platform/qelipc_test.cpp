@@ -1,14 +1,7 @@
 #include "platform/include/qelipc.h"
 
-#include <gmock/gmock.h>
 #include <poll.h>
 #include <sys/socket.h>
-
-#include <cerrno>
-#include <memory>
-#include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "platform/include/ctlcmd.h"
 #include "platform/include/qelipc_client.h"
@@ -18,9 +11,6 @@
 #include "tests/platform/turns.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::StartsWith;
 
 struct Free {
   void operator()(qelipc* ipc) const { qelipc_destroy(ipc); }
@@ -297,7 +287,7 @@ int use_shell() {
   std::vector<std::string> got;
   const auto add = [](void* list, const char* name) { static_cast<std::vector<std::string>*>(list)->push_back(name); };
   EXPECT_EQ(qelipc_client_list(client.get(), add, &got), 2);
-  EXPECT_THAT(std::exchange(got, {}), testing::UnorderedElementsAre("alice", "Bob's box_2"));
+  EXPECT_THAT(std::exchange(got, {}), UnorderedElementsAre("alice", "Bob's box_2"));
   EXPECT_THAT(ask(client, {"help"}), StartsWith("0 commands of alice:\n  HELP              show help\n"));
   EXPECT_EQ(ask(client, {"quit"}), std::to_string(CTLCMD_CLOSED) + " ");
   EXPECT_EQ(ask(client, {"test", "raw"}), std::to_string(CTLCMD_FAILED) + " caf\xef\xbf\xbd \xc3\xa9\n");

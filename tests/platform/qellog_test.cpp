@@ -1,11 +1,6 @@
 #include "platform/include/qellog.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
-
-#include <cstdlib>
-#include <sstream>
-#include <string>
 
 #include "tests/platform/turns.h"
 
@@ -73,11 +68,11 @@ TEST(Messages, AStuckReaderDelaysNothingAndTheLossIsCountedAndSaid) {
     const unsigned long lost = qellog_lost() - lost_before;
     ASSERT_GT(lost, 0u);
     const std::string got = take(pair[0]);
-    EXPECT_THAT(got, testing::StartsWith("0 " + line + "\n1 "));
+    EXPECT_THAT(got, StartsWith("0 " + line + "\n1 "));
     infomsg("alive");
     infomsg("again");
     const std::string afterwards = take(pair[0]);
-    EXPECT_THAT(afterwards, testing::EndsWith(" message lines lost\nalive\nagain\n"));
+    EXPECT_THAT(afterwards, EndsWith(" message lines lost\nalive\nagain\n"));
 
     // Sometimes a short report fits where no line does; the reports add up to the loss.
     std::istringstream lines(got + afterwards);

@@ -1,24 +1,14 @@
 #include "platform/include/shringbuf.h"
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <time.h>
-
-#include <cerrno>
-#include <chrono>
-#include <filesystem>
-#include <functional>
-#include <memory>
-#include <vector>
 
 #include "tests/platform/children.h"
 #include "tests/platform/turns.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 struct Free {
   void operator()(shringbuf* ring) const { shringbuf_deinit(ring); }

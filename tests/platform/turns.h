@@ -2,21 +2,12 @@
 
 // Helpers for running turns of the loop in tests: timers, watches and pairs of descriptors.
 
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <chrono>
-#include <cstring>
-#include <functional>
-#include <string>
-#include <system_error>
-#include <utility>
-#include <vector>
-
 #include "platform/include/ctimer.h"
 #include "platform/include/qelevsock.h"
+#include "tests/support/testing.h"
 
 /// Longer than anything takes on a loaded machine; tests normally wait much less.
 constexpr std::chrono::seconds kBound{20};

@@ -1,9 +1,3 @@
-#include <gmock/gmock.h>
-
-#include <memory>
-#include <stdexcept>
-#include <system_error>
-
 #include "qel/process/child_watch.h"
 #include "qel/process/signal_watch.h"
 #include "tests/platform/children.h"
@@ -11,8 +5,6 @@
 
 namespace qel::daemon {
 namespace {
-
-using testing::ElementsAre;
 
 using Process = LoopTest;
 

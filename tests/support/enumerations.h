@@ -1,15 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <limits>
-#include <map>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
+#include "tests/support/testing.h"
 
 namespace qel::test {
 

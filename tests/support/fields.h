@@ -1,11 +1,9 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <tuple>
 #include <type_traits>
 #include <typeinfo>
-#include <utility>
+
+#include "tests/support/testing.h"
 
 /// The setter and getter of a field of any class, by name; or the functions that add to and return a list. Only the
 /// preprocessor can compose names.

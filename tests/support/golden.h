@@ -1,10 +1,5 @@
 #pragma once
 
-#include <algorithm>
-#include <iomanip>
-#include <memory>
-#include <utility>
-
 #include "qel/core/serialization/binary_serializable_type.h"
 #include "tests/support/streams.h"
 

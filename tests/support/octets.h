@@ -1,17 +1,10 @@
 #pragma once
 
-#include <algorithm>
 #include <cctype>
-#include <cstdint>
-#include <cstdio>
-#include <span>
-#include <stdexcept>
-#include <string>
-#include <string_view>
-#include <vector>
 
 #include "qel/core/mac_address.h"
 #include "qel/core/vendor_oui.h"
+#include "tests/support/testing.h"
 
 namespace qel::test {
 

@@ -1,11 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <sstream>
 #include <streambuf>
-#include <string>
 
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_exception.h"
