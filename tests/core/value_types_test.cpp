@@ -129,21 +129,6 @@ TEST(ID, OrdersByValue) {
   EXPECT_EQ(ID(0x80000000U).get_value(), 0x80000000U);
 }
 
-template <class T>
-void check_swaps(const T& first, const T& second) {
-  T left = first;
-  T right = second;
-  swap(left, right);
-  EXPECT_TRUE(left == second && right == first);
-  left.swap(right);
-  EXPECT_TRUE(left == first && right == second);
-}
-
-TEST(ValueTypes, Swap) {
-  check_swaps(mac("001A2B3C4D5E"), mac("06F1E2D3C4B5"));
-  check_swaps(ID(1), ID(2));
-}
-
 TEST(Text, UpperCase) { EXPECT_EQ(to_upper("fe80::a9z-\xE4\xFF"), "FE80::A9Z-\xE4\xFF"); }
 
 TEST(VendorOUI, IsTheConfiguredOne) {

@@ -90,20 +90,6 @@ TEST_F(TaskTest, TimesOutAlsoWhenItWasMovedBefore) {
   EXPECT_THAT([&] { taken.get(); }, ThrowsMessage<TaskError>("Task has no value!: Task timed out"));
 }
 
-TEST_F(TaskTest, MovingLeavesNoTimerBehindThatAStateSetByHandLeftArmed) {
-  Probe other(log);
-  for (Probe* armed : {&*task, &other}) {
-    armed->set_timeout(20ms);
-    armed->start();
-    armed->set_state(TaskState::NEVER_STARTED);
-    other = std::move(*task);
-    take_calls();
-    log.clear();
-    advance_microseconds(1'000'000);
-    EXPECT_THAT(log, IsEmpty());
-  }
-}
-
 TEST_F(TaskTest, KeepsLongTimeouts) {
   for (const auto timeout : {std::chrono::milliseconds(50 * 24h), std::chrono::milliseconds::max()}) {
     task.emplace(log).set_timeout(timeout);

@@ -31,12 +31,19 @@ TEST_F(WatchesTest, ASimpleWatchHasTwoHandlersAndForgetsItsDescriptor) {
     watch.add_to_evsock();
     trigger(5);
     EXPECT_THAT(log, ElementsAre("readable", "writable"));
+    watch.want_write();
+    watch.pause_reading();
+    watch.resume_reading();
     watch.remove_from_evsock();
+    watch.want_write();
+    watch.pause_reading();
+    watch.resume_reading();
     EXPECT_EQ(watch.get_fd(), -1);
     EXPECT_EQ(watch.get_handle(), nullptr);
   }
   EXPECT_THAT(take_calls(),
-              ElementsAre("evsock_add_fd(5, probe, xx--, null)", "evsock_fd_blocking(5)", "evsock_remove_fd(5)"));
+              ElementsAre("evsock_add_fd(5, probe, xx--, null)", "evsock_fd_blocking(5)", "evsock_want_write(5)",
+                          "evsock_want_read(5, 0)", "evsock_want_read(5, 1)", "evsock_remove_fd(5)"));
 }
 
 TEST_F(WatchesTest, AGenericWatchHasFourHandlersAndUnregistersWhenItDies) {

@@ -19,19 +19,18 @@ EtherHeader make_header(unsigned short ethertype) {
 }
 
 TEST(EtherHeader, LiesOverAFrame) {
-  const unsigned char frame[] = {0x01, 0x80, 0xC2, 0x00, 0x00, 0x13, 0x02, 0x51, 0x4C, 0xAB, 0xCD, 0xEF, 0x89, 0x3A};
+  std::array<unsigned char, 14> frame{0x01, 0x80, 0xC2, 0x00, 0x00, 0x13, 0x02,
+                                      0x51, 0x4C, 0xAB, 0xCD, 0xEF, 0x89, 0x3A};
   EtherHeader header;
-  std::memcpy(&header, frame, sizeof(frame));
-  EXPECT_EQ(header.get_dest_addr(), MULTICAST);
-  EXPECT_EQ(header.get_src_addr(), SOURCE);
+  std::memcpy(&header, frame.data(), frame.size());
+  EXPECT_TRUE(header.get_dest_addr() == MULTICAST && header.get_src_addr() == SOURCE);
   EXPECT_EQ(header.get_ethertype(), htons(0x893A));
   EXPECT_EQ(header, make_header(htons(0x893A)));
-  for (const std::size_t different : {0U, 5U, 6U, 11U, 12U, 13U}) {
-    unsigned char other[sizeof(frame)];
-    std::copy(std::begin(frame), std::end(frame), other);
-    ++other[different];
-    std::memcpy(&header, other, sizeof(other));
-    EXPECT_NE(header, make_header(htons(0x893A))) << different;
+  for (unsigned char& octet : frame) {
+    ++octet;
+    std::memcpy(&header, frame.data(), frame.size());
+    EXPECT_NE(header, make_header(htons(0x893A))) << &octet - frame.data();
+    --octet;
   }
 }
 
