@@ -139,11 +139,12 @@ std::string DebugShell::interfaces() const {
 }
 
 std::string DebugShell::counters() const {
-  const FrameCounts& counts = entity_.counts();
+  const FrameCounts counts = entity_.counts();
   std::ostringstream os;
-  os << "processed " << counts.processed << "\nignored " << counts.ignored << "\nown " << counts.own << "\nduplicates "
-     << counts.duplicates << "\nrejected " << counts.rejected << "\nrelayed " << counts.relayed << "\nunrelayed "
-     << counts.unrelayed << "\nunanswered " << counts.unanswered << "\nbridge_refusals " << ports_.refused() << '\n';
+  for (const auto& [name, count] : FRAME_COUNTS) {
+    os << name << ' ' << counts.*count << '\n';
+  }
+  os << "bridge_refusals " << ports_.refused() << \'\n\';
   return os.str();
 }
 

@@ -9,43 +9,34 @@
 
 #include "qel/core/basic_version.h"
 #include "qel/core/mac_address.h"
+#include "qel/ieee1905_1/lenient.h"
 #include "qel/ieee1905_1/message.h"
+#include "qel/ieee1905_1/reassembly.h"
+#include "tools/meshd/entity/answer_limits.h"
+#include "tools/meshd/entity/device_map.h"
 #include "tools/meshd/entity/duplicate_filter.h"
 #include "tools/meshd/entity/frame.h"
+#include "tools/meshd/entity/frame_counts.h"
+#include "tools/meshd/entity/host_finder.h"
+#include "tools/meshd/entity/inquirer.h"
 #include "tools/meshd/entity/limits.h"
 #include "tools/meshd/entity/local_interface.h"
+#include "tools/meshd/entity/messages.h"
 #include "tools/meshd/entity/neighbor_table.h"
 #include "tools/meshd/entity/ports.h"
-#include "tools/meshd/entity/token_bucket.h"
+#include "tools/meshd/entity/sender.h"
 
 namespace meshd {
 
-/// What became of the frames received. Each is counted once, but the last three are counted beside.
-struct FrameCounts {
-  std::uint64_t processed = 0;
-  std::uint64_t ignored = 0;     ///< nothing that we answer or keep, or not for us
-  std::uint64_t own = 0;         ///< came back to us
-  std::uint64_t duplicates = 0;  ///< came before
-  std::uint64_t rejected = 0;    ///< not to be decoded
-  std::uint64_t relayed = 0;
-  std::uint64_t unrelayed = 0;   ///< to be relayed, but dropped: there were too many to remember
-  std::uint64_t unanswered = 0;  ///< questions above the limits; they are among those ignored
-};
-
-/// A 1905.1 abstraction layer entity: discovers its neighbours, asks and answers questions about topology and links,
-/// and relays. It knows neither sockets nor timers: whoever owns it hands over what comes in and the time.
+/// A 1905.1 abstraction layer entity: discovers its neighbours, learns the mesh beyond them, answers questions about
+/// topology and links, and relays. It knows neither sockets nor timers: whoever owns it hands over what comes in and
+/// the time.
 class Entity {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// An answer about this many interfaces fits a frame.
-  static constexpr std::size_t MAX_INTERFACES = 16;
-
-  /// Who forges a question has the answer, which is many times as long, sent to somebody else: so each link to a
-  /// neighbour has its own limit, all others that ask on one interface have one of the same size together, and these
-  /// are the limits in all.
-  static constexpr int ANSWERS_A_SECOND = 64;
-  static constexpr int ANSWERS_AT_ONCE = 128;
+  /// So many are told of in one TLV of a frame.
+  static constexpr std::size_t MAX_INTERFACES = 128;
 
   struct Config {
     qel::MACAddress al_mac;
@@ -58,13 +49,16 @@ class Entity {
   /// Throws std::invalid_argument for too many interfaces, one without a name, or an AL MAC that is no individual
   /// address. The ports are borrowed.
   Entity(Config config, Ports& ports);
+  Entity(const Entity&) = delete;
+  Entity& operator=(const Entity&) = delete;
+  ~Entity() = default;
 
-  /// To be called at start and then at regular intervals: announces us on all interfaces and asks all neighbours again,
-  /// so that what we know of them does not grow old and that those alive are heard of.
+  /// To be called at start and then at regular intervals, several in a hold time: announces us on all interfaces and
+  /// asks all neighbours again, so that what we know of them does not grow old and that those alive are heard of.
   void announce(TimePoint now);
 
   /// To be called once a second or so: drops links that have grown too old, tells the mesh when our links have changed,
-  /// and asks the neighbours that said the same.
+  /// and asks the devices whose time has come.
   void tend(TimePoint now);
 
   /// Takes a frame that was received on an interface: of the ethertype of 1905.1 or of LLDP, others are ignored.
@@ -72,7 +66,8 @@ class Entity {
 
   const Config& config() const { return config_; }
   const NeighborTable& neighbors() const { return neighbors_; }
-  const FrameCounts& counts() const { return counts_; }
+  const DeviceMap& devices() const { return inquirer_.devices(); }
+  FrameCounts counts() const;
 
   /// Takes up an interface at the lowest number that is free, and announces us there. Throws std::invalid_argument for
   /// one without a name or one too many.
@@ -91,55 +86,63 @@ class Entity {
   /// Nothing is sent on a blocked interface, and what it receives is ignored: its links are gone. The neighbours are
   /// told before, so that those behind it know as well. None is blocked at first.
   void set_blocked(std::size_t interface, bool blocked);
-  bool is_blocked(std::size_t interface) const { return slots_[interface].is_blocked; }
+  bool is_blocked(std::size_t interface) const { return blocked_[interface]; }
   std::vector<qel::ieee1905_1::QELBlockedInterface> blocked_interfaces() const;
 
   /// Of all interfaces, by their numbers.
   std::vector<InterfaceState> read_states() const;
 
+  /// Of all interfaces, by their numbers: the hosts without 1905.1 behind them.
+  std::vector<std::vector<qel::MACAddress>> find_hosts(TimePoint now) const;
+
  private:
   struct Received;
+  struct Handler;
 
-  /// What belongs to the number of an interface.
-  struct Slot {
-    bool is_blocked = false;
-    TokenBucket stranger_answers{NeighborLink::ANSWERS_A_SECOND, NeighborLink::ANSWERS_AT_ONCE};
-  };
+  /// The count at which a message is counted that a handler has taken.
+  using Outcome = std::uint64_t FrameCounts::*;
 
   /// There is such an interface, and we do not block it.
   bool is_usable(std::size_t interface) const;
-  void relay(const Received& received, bool has_room);
-  void process(const Received& received);
-  /// False for a message that means nothing to us; the handlers below likewise.
-  bool dispatch(const Received& received, const qel::ieee1905_1::Message& message);
 
-  bool on_topology_discovery(const Received& received, const qel::ieee1905_1::Message& message);
-  bool on_topology_notification(const qel::ieee1905_1::Message& message);
-  bool on_topology_query(const Received& received);
-  bool on_topology_response(const Received& received, const qel::ieee1905_1::Message& message);
-  bool on_link_metric_query(const Received& received, const qel::ieee1905_1::Message& message);
-  bool on_link_metric_response(const Received& received, const qel::ieee1905_1::Message& message);
-  bool on_vendor_specific(const Received& received, const qel::ieee1905_1::Message& message);
+  Outcome take(const Received& received);
+  Outcome take_lldp(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now);
+  Outcome process(const Received& received);
+  Outcome dispatch(const Handler& handler, const Received& received, std::span<const std::uint8_t> cmdu);
+  void relay(const Received& received, bool has_room);
+
+  static const Handler* find_handler(qel::ieee1905_1::MessageType type);
+  Outcome on_topology_discovery(const Received& received, const qel::ieee1905_1::LenientMessage& message);
+  Outcome on_topology_notification(const Received& received, const qel::ieee1905_1::LenientMessage& message);
+  Outcome on_topology_query(const Received& received, const qel::ieee1905_1::LenientMessage& message);
+  Outcome on_topology_response(const Received& received, const qel::ieee1905_1::LenientMessage& message);
+  Outcome on_link_metric_query(const Received& received, const qel::ieee1905_1::LenientMessage& message);
+  Outcome on_link_metric_response(const Received& received, const qel::ieee1905_1::LenientMessage& message);
+  Outcome on_vendor_specific(const Received& received, const qel::ieee1905_1::LenientMessage& message);
 
   bool is_for_us(const Received& received) const;
   bool is_to_be_relayed(const Received& received) const;
   bool may_answer(const Received& received);
+  template <class MakeAnswer>
+  Outcome answer(const Received& received, MakeAnswer make_answer);
   void announce_on(std::size_t interface);
-  void ask(Neighbor& neighbor);
-  Neighbor* take_answer(const Received& received, Questions Neighbor::*questions);
+  void tell_about_us(const Neighbor& neighbor);
   void tell_blocked_interfaces(const Neighbor& neighbor);
   void on_links_lost(const std::vector<qel::MACAddress>& al_macs);
-  void send(std::size_t interface, const qel::MACAddress& destination, const qel::ieee1905_1::Message& message);
 
   Config config_;
   Ports& ports_;
   Codec codec_;
+  Sender sender_;
   DuplicateFilter duplicates_;
+  qel::ieee1905_1::Reassembly reassembly_;
   NeighborTable neighbors_;
+  Inquirer inquirer_;
+  mutable HostFinder hosts_;
+  AnswerLimits limits_;
   FrameCounts counts_;
-  std::vector<Slot> slots_;  // one for each number of an interface
-  TokenBucket answers_{ANSWERS_A_SECOND, ANSWERS_AT_ONCE};
-  bool has_changed_ = false;  // our links, since the mesh was told
+  std::vector<bool> blocked_;  // by the numbers of the interfaces
+  bool has_changed_ = false;   // our links, since the mesh was told
 };
 
 }  // namespace meshd

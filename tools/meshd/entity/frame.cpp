@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "qel/core/serialization/serialization_exception.h"
 #include "qel/ieee1905_1/tlv_walk.h"
 #include "qel/net/ether_header.h"
 
@@ -16,9 +15,10 @@ namespace {
 using qel::EtherHeader;
 using qel::MACAddress;
 using qel::ieee1905_1::CMDU_ETHERTYPE;
+using qel::ieee1905_1::Fragmenter;
+using qel::ieee1905_1::LenientMessage;
 using qel::ieee1905_1::Message;
 using qel::ieee1905_1::MESSAGE_HEAD_SIZE;
-using qel::serialization::SerializationException;
 
 }  // namespace
 
@@ -39,19 +39,29 @@ std::optional<Frame> Codec::parse(std::span<const std::uint8_t> octets) {
 
 Message Codec::decode(const Frame& frame) { return qel::ieee1905_1::decode(frame.cmdu(), context_); }
 
-std::span<const std::uint8_t> Codec::encode(const MACAddress& destination, const MACAddress& source,
-                                            const Message& message) {
+LenientMessage Codec::decode_leniently(std::span<const std::uint8_t> cmdu) {
+  return qel::ieee1905_1::decode_leniently(cmdu, context_);
+}
+
+const Codec::Frames& Codec::encode(const MACAddress& destination, const MACAddress& source, const Message& message) {
   EtherHeader header;
   header.set_dest_addr(destination);
   header.set_src_addr(source);
   header.set_ethertype(htons(CMDU_ETHERTYPE));
-  out_.reset();
-  out_.write(reinterpret_cast<const char*>(&header), sizeof(header));
-  message.serialize_impl(out_, context_);
-  if (out_.octets().size() > MAX_FRAME_SIZE) {
-    throw SerializationException("The message does not fit a frame");
+  const auto* const octets = reinterpret_cast<const std::uint8_t*>(&header);
+  const Fragmenter::Fragments& fragments = fragmenter_.split(message, context_);
+  out_.clear();
+  for (const auto& fragment : fragments) {
+    out_.insert(out_.end(), octets, octets + sizeof(header));
+    out_.insert(out_.end(), fragment.begin(), fragment.end());
   }
-  return out_.octets();
+  frames_.clear();
+  std::span<const std::uint8_t> rest = out_;
+  for (const auto& fragment : fragments) {
+    frames_.push_back(rest.first(sizeof(header) + fragment.size()));
+    rest = rest.subspan(frames_.back().size());
+  }
+  return frames_;
 }
 
 MACAddress originator(const Frame& frame) {

@@ -10,6 +10,8 @@
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
 #include "qel/ieee1905_1/cmdu.h"
+#include "qel/ieee1905_1/fragmenter.h"
+#include "qel/ieee1905_1/lenient.h"
 #include "qel/ieee1905_1/message.h"
 #include "qel/net/ether_header.h"
 #include "qel/net/raw_sock.h"
@@ -38,15 +40,22 @@ class Codec {
   /// Throws qel::serialization::SerializationException.
   qel::ieee1905_1::Message decode(const Frame& frame);
 
-  /// The octets are borrowed until the next call. Throws qel::serialization::SerializationException, also for a message
-  /// that does not fit a frame.
-  std::span<const std::uint8_t> encode(const qel::MACAddress& destination, const qel::MACAddress& source,
-                                       const qel::ieee1905_1::Message& message);
+  /// TLV by TLV; the octets are borrowed by what is returned.
+  qel::ieee1905_1::LenientMessage decode_leniently(std::span<const std::uint8_t> cmdu);
+
+  using Frames = std::vector<std::span<const std::uint8_t>>;
+
+  /// One frame, or several with a fragment each, to be sent in this order; borrowed until the next call. Throws
+  /// qel::serialization::SerializationException, also for a TLV that does not fit a frame.
+  const Frames& encode(const qel::MACAddress& destination, const qel::MACAddress& source,
+                       const qel::ieee1905_1::Message& message);
 
  private:
   qel::serialization::SerializationContext context_;
   qel::serialization::MemoryIStream in_;
-  qel::serialization::MemoryOStream out_;
+  qel::ieee1905_1::Fragmenter fragmenter_;
+  std::vector<std::uint8_t> out_;
+  Frames frames_;
 };
 
 /// Who sent a message first. That is its AL MAC address TLV, which is found by types and lengths alone, so that it

@@ -1,13 +1,18 @@
 #include "tools/meshd/entity/messages.h"
 
+#include <algorithm>
 #include <map>
+#include <ranges>
 #include <string>
 #include <utility>
 
+#include "qel/ieee1905_1/device_information_tlv.h"
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/message_builder.h"
+#include "qel/ieee1905_1/neighbor_tlvs.h"
 #include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
+#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 
 namespace meshd {
 
@@ -33,35 +38,52 @@ _InterfaceMode mode_of(const InterfaceState& state) {
                                              : EthernetMode1905_1::GIGABIT_ETHERNET);
 }
 
-/// Ports of one bridge make a tuple; a bridge with one of our interfaces alone joins nothing that we could tell of.
-DeviceBridgingCapabilityTLV bridging_capability(const std::vector<LocalInterface>& interfaces) {
-  std::map<std::string, DeviceBridgingTuple> bridges;
-  for (const LocalInterface& interface : interfaces) {
-    if (!interface.bridge.empty()) {
-      bridges[interface.bridge].add_mac_address(interface.mac);
+/// Adds the list in TLVs of `most` elements each: one that takes more than a frame cannot be sent.
+template <class TLV, class List, class Add>
+void add_in_parts(MessageBuilder& message, const TLV& empty, const List& list, std::size_t most, Add add) {
+  for (auto element = list.begin(); element != list.end();) {
+    TLV tlv(empty);
+    for (std::size_t count = 0; count < most && element != list.end(); ++count) {
+      add(tlv, *element++);
     }
+    message.add(std::move(tlv));
   }
-  DeviceBridgingCapabilityTLV tlv;
-  for (const auto& [name, tuple] : bridges) {
-    if (tuple.get_mac_address_vector().size() > 1) {
-      tlv.add_bridging_tuple(tuple);
-    }
-  }
-  return tlv;
 }
 
-/// The neighbours that are reached over one interface.
-IEEE1905NeighborDeviceTLV neighbors_on(std::size_t index, const MACAddress& mac, const NeighborTable& neighbors) {
-  IEEE1905NeighborDeviceTLV tlv(mac);
-  for (const Neighbor& neighbor : neighbors.all()) {
-    for (const NeighborLink& link : neighbor.links) {
-      if (link.interface == index) {
-        tlv.add_AL_MAC_neighbor({neighbor.al_mac, IEEE802_1_Bridge::NO_IEEE802_1_BRIDGE});
-        break;
-      }
+constexpr std::size_t NEIGHBORS_OF_A_TLV = 200;
+constexpr std::size_t BLOCKED_INTERFACES_OF_A_TLV = 32;
+constexpr std::size_t LINKS_OF_A_TLV = 48;
+constexpr std::size_t MOST_HOSTS = 240;  // of an interface, in one TLV
+
+/// The neighbours that are reached over one interface, and whether each link there has bridges in between.
+void add_neighbors_on(std::size_t index, const OwnDevice& device, MessageBuilder& message) {
+  std::vector<ALMAC19051Neighbor> here;
+  for (const Neighbor& neighbor : device.neighbors.all()) {
+    const auto link = std::ranges::find(neighbor.links, index, &NeighborLink::interface);
+    if (link != neighbor.links.end()) {
+      here.emplace_back(neighbor.al_mac,
+                        link->is_bridged ? IEEE802_1_Bridge::IEEE802_1_BRIDGE : IEEE802_1_Bridge::NO_IEEE802_1_BRIDGE);
     }
   }
-  return tlv;
+  add_in_parts(message, IEEE1905NeighborDeviceTLV(device.interfaces[index].mac), here, NEIGHBORS_OF_A_TLV,
+               [](IEEE1905NeighborDeviceTLV& tlv, const ALMAC19051Neighbor& one) { tlv.add_AL_MAC_neighbor(one); });
+}
+
+void add_hosts_on(std::size_t index, const OwnDevice& device, MessageBuilder& message) {
+  const std::vector<MACAddress>& hosts = device.hosts[index];
+  if (hosts.empty()) {
+    return;
+  }
+  NonIEEE1905NeighborDeviceListTLV tlv(device.interfaces[index].mac);
+  for (std::size_t place = 0; place < std::min(hosts.size(), MOST_HOSTS); ++place) {
+    tlv.add_mac_address(hosts[place]);
+  }
+  message.add(std::move(tlv));
+}
+
+void add_blocked(const std::vector<QELBlockedInterface>& blocked, MessageBuilder& message) {
+  add_in_parts(message, QELBlockedInterfaceListTLV(), blocked, BLOCKED_INTERFACES_OF_A_TLV,
+               [](QELBlockedInterfaceListTLV& tlv, const QELBlockedInterface& one) { tlv.add_blocked_interface(one); });
 }
 
 }  // namespace
@@ -77,53 +99,72 @@ Message topology_notification(const MACAddress& al_mac) {
 
 Message topology_query() { return make_message(MessageType::TOPOLOGY_QUERY_MESSAGE, make_IEEE1905_1_msg_id()); }
 
-Message topology_response(std::uint16_t message_id, const MACAddress& al_mac,
-                          const std::vector<LocalInterface>& interfaces, const std::vector<InterfaceState>& states,
-                          const NeighborTable& neighbors) {
+Message topology_response(std::uint16_t message_id, const OwnDevice& device) {
   MessageBuilder message(MessageType::TOPOLOGY_RESPONSE_MESSAGE, message_id);
-  DeviceInformationTLV device(al_mac);
-  for (std::size_t index = 0; index < interfaces.size(); ++index) {
-    if (interfaces[index].is_there()) {
-      device.add_interface_information(interface_information(interfaces[index], states[index]));
+  DeviceInformationTLV information(device.al_mac);
+  for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
+    if (device.interfaces[index].is_there()) {
+      information.add_interface_information(interface_information(device.interfaces[index], device.states[index]));
     }
   }
-  message.add(std::move(device));
-  if (DeviceBridgingCapabilityTLV bridging = bridging_capability(interfaces);
+  message.add(std::move(information));
+  if (DeviceBridgingCapabilityTLV bridging = bridging_capability(device.interfaces);
       !bridging.get_bridging_tuple_vector().empty()) {
     message.add(std::move(bridging));
   }
-  for (std::size_t index = 0; index < interfaces.size(); ++index) {
-    if (IEEE1905NeighborDeviceTLV tlv = neighbors_on(index, interfaces[index].mac, neighbors);
-        !tlv.get_AL_MAC_neighbor_vector().empty()) {
-      message.add(std::move(tlv));
-    }
+  for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
+    add_hosts_on(index, device, message);
   }
+  for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
+    add_neighbors_on(index, device, message);
+  }
+  message.add(QELMeshdVersionTLV(device.version));
+  add_blocked(device.blocked, message);
   return message.build();
 }
 
-Message link_metric_query() {
-  LinkMetricQueryTLV query;
-  query.set_query_neighbor(LinkMetricQueryNeighbors::ALL_NEIGHBORS);
+Message link_metric_query(const MACAddress& neighbor) {
+  LinkMetricQueryTLV query(neighbor);
+  query.set_query_neighbor(LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR);
   query.set_link_metric(LinkMetricQuery::TX_RX_LINK_METRY);
   return make_message(MessageType::LINK_METRIC_QUERY_MESSAGE, make_IEEE1905_1_msg_id(), query);
 }
 
-Message link_metric_response(std::uint16_t message_id, const MACAddress& al_mac, const LinkMetricQueryTLV& query,
+std::optional<MetricQuestion> read_link_metric_query(std::span<const std::uint8_t> body) {
+  MACAddress neighbor;
+  const bool is_long = body.size() >= 2 + neighbor.octets().size();
+  if (!is_long && body.size() != 2) {
+    return std::nullopt;
+  }
+  const auto neighbors = static_cast<LinkMetricQueryNeighbors>(body.front());
+  const auto metric = static_cast<LinkMetricQuery>(body[is_long ? 1 + neighbor.octets().size() : 1]);
+  const bool is_specific = neighbors == LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR;
+  if ((!is_specific && neighbors != LinkMetricQueryNeighbors::ALL_NEIGHBORS) || (is_specific && !is_long) ||
+      metric > LinkMetricQuery::TX_RX_LINK_METRY) {
+    return std::nullopt;
+  }
+  if (!is_specific) {
+    return MetricQuestion{std::nullopt, metric};
+  }
+  std::copy_n(body.begin() + 1, neighbor.octets().size(), neighbor.octets().begin());
+  return MetricQuestion{neighbor, metric};
+}
+
+Message link_metric_response(std::uint16_t message_id, const MetricQuestion& question, const MACAddress& al_mac,
                              const std::vector<LocalInterface>& interfaces, const std::vector<InterfaceState>& states,
                              const NeighborTable& neighbors) {
   MessageBuilder message(MessageType::LINK_METRIC_RESPONSE_MESSAGE, message_id);
-  const bool is_specific = query.get_query_neighbor() == LinkMetricQueryNeighbors::SPECIFIC_NEIGHBOR;
-  if (is_specific && neighbors.find(query.get_AL_MAC_neighbor()) == nullptr) {
+  if (question.neighbor && neighbors.find(*question.neighbor) == nullptr) {
     return message.add(LinkMetricResultCodeTLV(LinkMetricResultCode::INVALID_NEIGHBOR)).build();
   }
   for (const Neighbor& neighbor : neighbors.all()) {
-    if (is_specific && neighbor.al_mac != query.get_AL_MAC_neighbor()) {
+    if (question.neighbor && neighbor.al_mac != *question.neighbor) {
       continue;
     }
-    if (query.get_link_metric() != LinkMetricQuery::RX_LINK_METRIC_ONLY) {
+    if (question.metric != LinkMetricQuery::RX_LINK_METRIC_ONLY) {
       message.add(transmitter_metrics(al_mac, neighbor, interfaces, states));
     }
-    if (query.get_link_metric() != LinkMetricQuery::TX_LINK_METRIC_ONLY) {
+    if (question.metric != LinkMetricQuery::TX_LINK_METRIC_ONLY) {
       message.add(receiver_metrics(al_mac, neighbor, interfaces, states));
     }
   }
@@ -136,26 +177,31 @@ Message meshd_version(const BasicVersion& version) {
 
 Message blocked_interface_list(const std::vector<QELBlockedInterface>& blocked) {
   MessageBuilder message = begin(QELMessageType::QEL_BLOCKED_INTERFACE_LIST_MESSAGE);
-  if (!blocked.empty()) {
-    QELBlockedInterfaceListTLV list;
-    for (const QELBlockedInterface& interface : blocked) {
-      list.add_blocked_interface(interface);
-    }
-    message.add(std::move(list));
-  }
+  add_blocked(blocked, message);
   return message.build();
+}
+
+std::vector<QELBlockedInterface> read_blocked_interfaces(const Message& message) {
+  std::vector<QELBlockedInterface> blocked;
+  for (const VendorSpecificTLV& tlv : message.all<VendorSpecificTLV>()) {
+    if (const auto* list = tlv.find<QELBlockedInterfaceListTLV>()) {
+      blocked.insert(blocked.end(), list->get_blocked_interfaces().begin(), list->get_blocked_interfaces().end());
+    }
+  }
+  return blocked;
 }
 
 TransmitterLinkMetricTLV transmitter_metrics(const MACAddress& al_mac, const Neighbor& neighbor,
                                              const std::vector<LocalInterface>& interfaces,
                                              const std::vector<InterfaceState>& states) {
   TransmitterLinkMetricTLV tlv(al_mac, neighbor.al_mac);
-  for (const NeighborLink& link : neighbor.links) {
+  for (const NeighborLink& link : neighbor.links | std::views::take(LINKS_OF_A_TLV)) {
     const InterfaceState& state = states[link.interface];
     TransmitterLinkMetricInformation information;
     information.set_interface_type(InterfaceType::ETHERNET);
     information.set_interface_mode(mode_of(state));
-    information.set_bridge_flag(TransmitterLinkMetricBridgeFlags::NO_IEEE802_1_BRIDGE);
+    information.set_bridge_flag(link.is_bridged ? TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE
+                                                : TransmitterLinkMetricBridgeFlags::NO_IEEE802_1_BRIDGE);
     information.set_packet_errors(state.send_errors);
     information.set_transmitted_packets(state.sent_packets);
     information.set_mac_throughput_capacity(state.speed);
@@ -174,7 +220,7 @@ ReceiverLinkMetricTLV receiver_metrics(const MACAddress& al_mac, const Neighbor&
                                        const std::vector<LocalInterface>& interfaces,
                                        const std::vector<InterfaceState>& states) {
   ReceiverLinkMetricTLV tlv(al_mac, neighbor.al_mac);
-  for (const NeighborLink& link : neighbor.links) {
+  for (const NeighborLink& link : neighbor.links | std::views::take(LINKS_OF_A_TLV)) {
     const InterfaceState& state = states[link.interface];
     ReceiverLinkMetricInformation information;
     information.set_interface_type(InterfaceType::ETHERNET);
@@ -187,6 +233,22 @@ ReceiverLinkMetricTLV receiver_metrics(const MACAddress& al_mac, const Neighbor&
     metric.set_neighbor_interface_MAC(link.mac);
     metric.set_link_metric_information(information);
     tlv.add_receiver_link_metric(metric);
+  }
+  return tlv;
+}
+
+DeviceBridgingCapabilityTLV bridging_capability(const std::vector<LocalInterface>& interfaces) {
+  std::map<std::string, DeviceBridgingTuple> bridges;
+  for (const LocalInterface& interface : interfaces) {
+    if (!interface.bridge.empty()) {
+      bridges[interface.bridge].add_mac_address(interface.mac);
+    }
+  }
+  DeviceBridgingCapabilityTLV tlv;
+  for (const auto& [name, tuple] : bridges) {
+    if (tuple.get_mac_address_vector().size() > 1) {
+      tlv.add_bridging_tuple(tuple);
+    }
   }
   return tlv;
 }

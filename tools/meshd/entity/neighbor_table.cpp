@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
 
 namespace meshd {
 
@@ -9,50 +10,34 @@ namespace {
 
 using qel::MACAddress;
 
-/// Whether it told of an interface with this address.
-bool has_told_of(const Neighbor& neighbor, const MACAddress& mac) {
-  if (!neighbor.device) {
-    return false;
-  }
-  const auto& interfaces = neighbor.device->get_interface_information_vector();
-  return std::any_of(interfaces.begin(), interfaces.end(),
-                     [&](const qel::ieee1905_1::InterfaceInformation& told) { return told.get_mac() == mac; });
-}
+/// Other frames than discoveries keep a link alive for so many hold times.
+constexpr int UNDISCOVERED_HOLD_TIMES = 3;
 
 bool has_link_to(const Neighbor& neighbor, const MACAddress& mac) {
   return std::any_of(neighbor.links.begin(), neighbor.links.end(),
                      [&](const NeighborLink& link) { return link.mac == mac; });
 }
 
-/// For an address that is nobody's AL MAC.
-bool may_send_from(const Neighbor& neighbor, const MACAddress& source) {
-  return has_link_to(neighbor, source) || has_told_of(neighbor, source);
-}
+bool is_claim(const NeighborLink& link) { return link.standing != NeighborLink::Standing::PROVEN; }
 
-bool is_claim(const Neighbor& neighbor, const NeighborLink& link) { return !has_told_of(neighbor, link.mac); }
+/// Where the device is, or belongs.
+template <class Neighbors>
+auto place_of(Neighbors& neighbors, const MACAddress& al_mac) {
+  return std::ranges::lower_bound(neighbors, al_mac, {}, &Neighbor::al_mac);
+}
 
 }  // namespace
 
-void Questions::ask(std::uint16_t message_id) {
-  if (message_ids_.size() == MOST) {
-    message_ids_.erase(message_ids_.begin());
-  }
-  message_ids_.push_back(message_id);
-}
-
-bool Questions::answer(std::uint16_t message_id) {
-  const auto place = std::find(message_ids_.begin(), message_ids_.end(), message_id);
-  if (place == message_ids_.end()) {
-    return false;
-  }
-  message_ids_.erase(message_ids_.begin(), place + 1);
-  return true;
+const NeighborLink& Neighbor::best_link() const {
+  return *std::ranges::max_element(links, {}, &NeighborLink::last_heard);
 }
 
 bool NeighborTable::contradicts(const MACAddress& al_mac, const MACAddress& mac) const {
   return std::any_of(neighbors_.begin(), neighbors_.end(), [&](const Neighbor& neighbor) {
     return neighbor.al_mac != al_mac &&
-           (neighbor.al_mac == mac || (has_link_to(neighbor, al_mac) && has_told_of(neighbor, al_mac)));
+           (neighbor.al_mac == mac || std::ranges::any_of(neighbor.links, [&](const NeighborLink& link) {
+              return link.mac == al_mac && !is_claim(link);
+            }));
   });
 }
 
@@ -64,11 +49,11 @@ std::vector<MACAddress> NeighborTable::drop_claims_to(const MACAddress& al_mac) 
 
 NeighborTable::Discovery NeighborTable::discover(const MACAddress& al_mac, std::size_t interface, const MACAddress& mac,
                                                  TimePoint now) {
-  Neighbor* neighbor = find(al_mac);
+  Neighbor* neighbor = entry(al_mac);
   if (neighbor != nullptr) {
     for (NeighborLink& link : neighbor->links) {
       if (link.interface == interface && link.mac == mac) {
-        link.last_heard = now;
+        link.last_heard = link.last_discovered = now;
         return Discovery::REFRESHED;
       }
     }
@@ -78,18 +63,26 @@ NeighborTable::Discovery NeighborTable::discover(const MACAddress& al_mac, std::
   }
   const bool is_known = neighbor != nullptr;
   if (!is_known) {
-    neighbor = &neighbors_.emplace_back();
-    neighbor->al_mac = al_mac;
+    neighbor = &*neighbors_.insert(place_of(neighbors_, al_mac), {al_mac, {}});
   }
-  neighbor->links.push_back({interface, mac, now});
+  neighbor->links.push_back({interface, mac, now, now});
   return is_known ? Discovery::NEW_LINK : Discovery::NEW_NEIGHBOR;
+}
+
+void NeighborTable::prove(const MACAddress& al_mac, const ToldByDevice& told) {
+  if (Neighbor* neighbor = entry(al_mac)) {
+    for (NeighborLink& link : neighbor->links) {
+      using enum NeighborLink::Standing;
+      link.standing = told.has_interface(link.mac) ? PROVEN : WITHDRAWN;
+    }
+  }
 }
 
 std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
   std::map<std::size_t, std::size_t> claims;
   for (const Neighbor& neighbor : neighbors_) {
     for (const NeighborLink& link : neighbor.links) {
-      claims[link.interface] += is_claim(neighbor, link) ? 1U : 0U;
+      claims[link.interface] += is_claim(link) ? 1U : 0U;
     }
   }
   const auto most = std::max_element(claims.begin(), claims.end(),
@@ -102,7 +95,7 @@ std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
   for (Neighbor& neighbor : neighbors_) {
     for (std::size_t i = 0; i < neighbor.links.size(); ++i) {
       const NeighborLink& link = neighbor.links[i];
-      if (link.interface == most->first && is_claim(neighbor, link) &&
+      if (link.interface == most->first && is_claim(link) &&
           (owner == nullptr || link.last_heard < owner->links[place].last_heard)) {
         owner = &neighbor;
         place = i;
@@ -116,19 +109,47 @@ std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
 }
 
 void NeighborTable::hear(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
-  if (Neighbor* neighbor = find(al_mac)) {
+  if (Neighbor* neighbor = entry(al_mac)) {
     for (NeighborLink& link : neighbor->links) {
       // An interface that a device does not tell of lives by its own word: it may have another address by now.
-      const bool is_withdrawn = neighbor->device && is_claim(*neighbor, link);
-      if (link.interface == interface && !is_withdrawn) {
+      if (link.interface == interface && link.standing != NeighborLink::Standing::WITHDRAWN) {
         link.last_heard = now;
       }
     }
   }
 }
 
-std::vector<MACAddress> NeighborTable::expire(TimePoint limit) {
-  return drop([limit](const Neighbor&, const NeighborLink& link) { return link.last_heard < limit; });
+bool NeighborTable::hear_unbridged(const MACAddress& al_mac, std::size_t interface, const MACAddress& mac,
+                                   TimePoint now) {
+  if (Neighbor* neighbor = entry(al_mac)) {
+    for (NeighborLink& link : neighbor->links) {
+      if (link.interface == interface && link.mac == mac) {
+        link.last_lldp = now;
+        return std::exchange(link.is_bridged, false);
+      }
+    }
+  }
+  return false;
+}
+
+std::vector<MACAddress> NeighborTable::expire(TimePoint now, std::chrono::milliseconds hold_time) {
+  return drop([&](const Neighbor&, const NeighborLink& link) {
+    return now - link.last_heard > hold_time || now - link.last_discovered > UNDISCOVERED_HOLD_TIMES * hold_time;
+  });
+}
+
+bool NeighborTable::expire_unbridged(TimePoint now, std::chrono::milliseconds hold_time) {
+  bool has_changed = false;
+  for (Neighbor& neighbor : neighbors_) {
+    for (NeighborLink& link : neighbor.links) {
+      if (link.last_lldp && now - *link.last_lldp > hold_time) {
+        link.last_lldp.reset();
+        has_changed = true;
+        link.is_bridged = true;
+      }
+    }
+  }
+  return has_changed;
 }
 
 std::vector<MACAddress> NeighborTable::disconnect(std::size_t interface) {
@@ -147,23 +168,23 @@ std::vector<MACAddress> NeighborTable::drop(Predicate is_gone) {
   return shrunk;
 }
 
-Neighbor* NeighborTable::find(const MACAddress& al_mac) {
-  return const_cast<Neighbor*>(static_cast<const NeighborTable*>(this)->find(al_mac));
+Neighbor* NeighborTable::entry(const MACAddress& al_mac) {
+  const auto place = place_of(neighbors_, al_mac);
+  return place == neighbors_.end() || place->al_mac != al_mac ? nullptr : &*place;
 }
 
 const Neighbor* NeighborTable::find(const MACAddress& al_mac) const {
-  const auto place = std::find_if(neighbors_.begin(), neighbors_.end(),
-                                  [&](const Neighbor& neighbor) { return neighbor.al_mac == al_mac; });
-  return place == neighbors_.end() ? nullptr : &*place;
+  const auto place = place_of(neighbors_, al_mac);
+  return place == neighbors_.end() || place->al_mac != al_mac ? nullptr : &*place;
 }
 
-Neighbor* NeighborTable::find_sender(const MACAddress& source) {
-  if (Neighbor* exact = find(source)) {
+const Neighbor* NeighborTable::find_sender(const MACAddress& source) const {
+  if (const Neighbor* exact = find(source)) {
     return exact;
   }
-  Neighbor* sender = nullptr;
-  for (Neighbor& neighbor : neighbors_) {
-    if (may_send_from(neighbor, source)) {
+  const Neighbor* sender = nullptr;
+  for (const Neighbor& neighbor : neighbors_) {
+    if (has_link_to(neighbor, source)) {
       if (sender != nullptr) {
         return nullptr;
       }
@@ -174,26 +195,33 @@ Neighbor* NeighborTable::find_sender(const MACAddress& source) {
 }
 
 NeighborLink* NeighborTable::find_link(const MACAddress& source, std::size_t interface) {
-  if (Neighbor* sender = find_sender(source)) {
-    for (NeighborLink& link : sender->links) {
-      if (link.interface == interface) {
-        return &link;
-      }
-    }
+  const Neighbor* sender = find_sender(source);
+  if (sender == nullptr) {
+    return nullptr;
   }
-  return nullptr;
+  std::vector<NeighborLink>& links = neighbors_[static_cast<std::size_t>(sender - neighbors_.data())].links;
+  const auto place = std::ranges::find(links, interface, &NeighborLink::interface);
+  return place == links.end() ? nullptr : &*place;
 }
 
-Neighbor* NeighborTable::take_answer(const MACAddress& source, Questions Neighbor::*questions,
-                                     std::uint16_t message_id) {
-  Neighbor* exact = find(source);
-  for (Neighbor& neighbor : neighbors_) {
-    if ((exact != nullptr ? exact == &neighbor : may_send_from(neighbor, source)) &&
-        (neighbor.*questions).answer(message_id)) {
-      return &neighbor;
+std::size_t NeighborTable::next_interface(std::size_t interface) const {
+  std::size_t next = interface;
+  std::size_t first = interface;
+  for (const Neighbor& neighbor : neighbors_) {
+    for (const NeighborLink& link : neighbor.links) {
+      if (link.interface > interface && (next == interface || link.interface < next)) {
+        next = link.interface;
+      }
+      first = std::min(first, link.interface);
     }
   }
-  return nullptr;
+  return next != interface ? next : first;
+}
+
+bool NeighborTable::has_links(std::size_t interface) const {
+  return std::ranges::any_of(neighbors_, [&](const Neighbor& neighbor) {
+    return std::ranges::find(neighbor.links, interface, &NeighborLink::interface) != neighbor.links.end();
+  });
 }
 
 std::size_t NeighborTable::count_links() const {

@@ -5,28 +5,33 @@
 
 namespace meshd {
 
-/// Lets `burst` at once through when it is full, and fills with `rate` a second.
+/// Lets `BURST` at once through when it is full, and fills with `RATE` a second.
+template <int RATE, int BURST>
 class TokenBucket {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  constexpr TokenBucket(int rate, int burst)
-      : interval_(TimePoint::duration(std::chrono::seconds(1)) / rate), burst_(interval_ * burst) {}
-
   /// Whether one more may pass.
   constexpr bool take(TimePoint now) {
-    const TimePoint full_at = std::max(full_at_, now) + interval_;
-    if (full_at - now > burst_) {
+    const TimePoint full_at = std::max(full_at_, now) + INTERVAL;
+    if (full_at - now > BURST * INTERVAL) {
       return false;
     }
     full_at_ = full_at;
     return true;
   }
 
+  /// So many more passed: they are missing to those that come.
+  constexpr void charge(int count) { full_at_ += count * INTERVAL; }
+
  private:
-  TimePoint::duration interval_;  // that one token takes to come
-  TimePoint::duration burst_;     // that all take
+  /// That one token takes to come.
+  static constexpr TimePoint::duration INTERVAL = TimePoint::duration(std::chrono::seconds(1)) / RATE;
+
   TimePoint full_at_;
 };
+
+/// How often one device may be answered: a row of questions at once, and then as many as are put again.
+using AskerLimit = TokenBucket<4, 20>;
 
 }  // namespace meshd

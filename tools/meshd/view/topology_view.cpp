@@ -17,13 +17,14 @@ using Link = TopologyView::Link;
 
 class Builder {
  public:
-  Builder(const std::string& name, const Entity& entity, Names names) : entity_(entity) {
+  Builder(const std::string& name, const Entity& entity, Entity::TimePoint now, Names names)
+      : entity_(entity), now_(now) {
     view_.name = name;
     view_.names = std::move(names);
     view_.names[entity.config().al_mac] = name;
     add_self();
-    for (const Neighbor& neighbor : entity.neighbors().all()) {
-      add(neighbor);
+    for (const auto& [al_mac, device] : entity.devices().all()) {
+      add(al_mac, device);
     }
     for (const Link& link : view_.links) {
       Node& node = node_of(link.to);
@@ -96,7 +97,7 @@ class Builder {
     Node& self = node_of(config.al_mac);
     self.is_self = true;
     self.has_answered = true;
-    self.state = TopologyView::State::ANSWERED;
+    self.state = DeviceState::ANSWERED;
     self.meshd_version = config.version;
     for (std::size_t index = 0; index < config.interfaces.size(); ++index) {
       const LocalInterface& interface = config.interfaces[index];
@@ -107,6 +108,15 @@ class Builder {
         view_.names[interface.mac] = interface.name;
       }
     }
+    const std::vector<std::vector<MACAddress>> hosts = entity_.find_hosts(now_);
+    for (std::size_t index = 0; index < hosts.size(); ++index) {
+      if (!hosts[index].empty()) {
+        self.hosts.push_back({config.interfaces[index].mac, hosts[index]});
+      }
+    }
+    for (const DeviceBridgingTuple& tuple : bridging_capability(config.interfaces).get_bridging_tuple_vector()) {
+      self.bridges.push_back(tuple.get_mac_address_vector());
+    }
     add_blocked(self, entity_.blocked_interfaces());
     for (const Neighbor& neighbor : entity_.neighbors().all()) {
       add_metrics(config.al_mac, transmitter_metrics(config.al_mac, neighbor, config.interfaces, states));
@@ -114,33 +124,44 @@ class Builder {
     }
   }
 
-  void add(const Neighbor& neighbor) {
-    Node& node = node_of(neighbor.al_mac);
-    node.meshd_version = neighbor.meshd_version;
-    add_blocked(node, neighbor.blocked_interfaces);
-    if (neighbor.device) {
-      node.has_answered = true;
-      node.state = TopologyView::State::ANSWERED;
-      for (const InterfaceInformation& interface : neighbor.device->get_interface_information_vector()) {
-        node.interfaces.push_back(
-            {interface.get_mac(), interface.get_interface_type(), interface.get_interface_mode()});
+  void add(const MACAddress& al_mac, const Device& device) {
+    Node& node = node_of(al_mac);
+    const ToldByDevice& told = device.told;
+    if (!told.name.empty()) {
+      view_.names.try_emplace(al_mac, visible(told.name));
+    }
+    node.state = device.state;
+    node.has_answered = device.answered_at.has_value();
+    if (device.answered_at) {
+      node.age = std::chrono::duration_cast<std::chrono::seconds>(now_ - *device.answered_at);
+    }
+    node.meshd_version = told.meshd_version;
+    for (const InterfaceInformation& interface : told.interfaces) {
+      node.interfaces.push_back({interface.get_mac(), interface.get_interface_type(), interface.get_interface_mode()});
+    }
+    for (const DeviceBridgingTuple& bridge : told.bridges) {
+      node.bridges.push_back(bridge.get_mac_address_vector());
+    }
+    add_blocked(node, told.blocked_interfaces);
+    for (const NonIEEE1905NeighborDeviceListTLV& tlv : told.hosts) {
+      node.hosts.push_back({tlv.get_local_MAC(), tlv.get_MAC_address_vector()});
+    }
+    for (const IEEE1905NeighborDeviceTLV& tlv : told.neighbors) {
+      for (const ALMAC19051Neighbor& neighbor : tlv.get_AL_MAC_neighbor_vector()) {
+        Link& link = link_of(al_mac, tlv.get_local_MAC(), neighbor.get_AL_MAC(), std::nullopt);
+        link.is_bridged = neighbor.get_IEEE802_1_bridge() == IEEE802_1_Bridge::IEEE802_1_BRIDGE;
       }
     }
-    for (const IEEE1905NeighborDeviceTLV& tlv : neighbor.neighbors) {
-      for (const ALMAC19051Neighbor& other : tlv.get_AL_MAC_neighbor_vector()) {
-        Link& link = link_of(neighbor.al_mac, tlv.get_local_MAC(), other.get_AL_MAC(), std::nullopt);
-        link.is_bridged = other.get_IEEE802_1_bridge() == IEEE802_1_Bridge::IEEE802_1_BRIDGE;
-      }
+    for (const TransmitterLinkMetricTLV& tlv : told.transmitter_metrics) {
+      add_metrics(al_mac, tlv);
     }
-    for (const TransmitterLinkMetricTLV& tlv : neighbor.transmitter_metrics) {
-      add_metrics(neighbor.al_mac, tlv);
-    }
-    for (const ReceiverLinkMetricTLV& tlv : neighbor.receiver_metrics) {
-      add_metrics(neighbor.al_mac, tlv);
+    for (const ReceiverLinkMetricTLV& tlv : told.receiver_metrics) {
+      add_metrics(al_mac, tlv);
     }
   }
 
   const Entity& entity_;
+  const Entity::TimePoint now_;
   TopologyView view_;
   std::map<MACAddress, std::size_t> nodes_;  // places in the view
   std::map<std::tuple<MACAddress, MACAddress, MACAddress>, std::vector<std::size_t>> links_;
@@ -153,8 +174,8 @@ std::string TopologyView::name_of(const MACAddress& mac) const {
   return place == names.end() ? "" : place->second;
 }
 
-TopologyView view_topology(const std::string& name, const Entity& entity, Entity::TimePoint, Names names) {
-  return Builder(name, entity, std::move(names)).take();
+TopologyView view_topology(const std::string& name, const Entity& entity, Entity::TimePoint now, Names names) {
+  return Builder(name, entity, now, std::move(names)).take();
 }
 
 }  // namespace meshd

@@ -30,11 +30,7 @@ struct TopologyView {
     std::vector<qel::MACAddress> macs;
   };
 
-  enum class State {
-    ANSWERED,
-    HEARD_OF,     ///< others told of it; it was not asked yet, or may still answer
-    UNREACHABLE,  ///< it does not answer, or not any more
-  };
+  using State = DeviceState;
 
   struct Node {
     qel::MACAddress al_mac;

@@ -1,0 +1,243 @@
+#include "tools/meshd/entity/device_map.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace meshd {
+
+namespace {
+
+using qel::MACAddress;
+using qel::ieee1905_1::QELBlockedInterface;
+using qel::ieee1905_1::ReceiverLinkMetricTLV;
+using qel::ieee1905_1::TransmitterLinkMetricTLV;
+
+/// A notifier is farther than all that we know the way to.
+unsigned int distance(unsigned int hops) { return hops == 0 ? std::numeric_limits<unsigned int>::max() : hops; }
+
+/// What a node of the map takes beside its value.
+constexpr std::size_t NODE_SIZE = 6 * sizeof(void*);
+
+bool was_proven(const Device& device) { return device.answered_at.has_value(); }
+
+/// From the one behind ours on: two nodes that hear of the same ones at once ask them in another order.
+std::vector<MACAddress> neighbors_of(const Device& device, const MACAddress& self) {
+  std::vector<MACAddress> al_macs = device.told.neighbor_al_macs();
+  std::ranges::rotate(al_macs, std::ranges::upper_bound(al_macs, self));
+  std::erase_if(al_macs,
+                [&](const MACAddress& al_mac) { return al_mac == self || !is_valid_individual_mac_address(al_mac); });
+  return al_macs;
+}
+
+/// Takes the place of what is told about the same neighbour.
+template <class TLV>
+void replace(std::vector<TLV>& known, TLV&& told) {
+  const auto place = std::ranges::find(known, told.get_neighbor_AL_MAC(), &TLV::get_neighbor_AL_MAC);
+  if (place != known.end()) {
+    *place = std::move(told);
+  } else {
+    known.push_back(std::move(told));
+  }
+}
+
+}  // namespace
+
+Device* DeviceMap::find(const MACAddress& al_mac) {
+  const auto place = devices_.find(al_mac);
+  return place == devices_.end() ? nullptr : &place->second;
+}
+
+const Device* DeviceMap::find(const MACAddress& al_mac) const {
+  const auto place = devices_.find(al_mac);
+  return place == devices_.end() ? nullptr : &place->second;
+}
+
+Device* DeviceMap::take_neighbor(const MACAddress& al_mac, std::size_t interface) {
+  const Way way{1, interface, self_};
+  Device* device = find(al_mac);
+  if (device == nullptr) {
+    device = add(al_mac, way);
+  } else {
+    device->hops = way.hops;
+    device->interface = way.interface;
+    device->told_by = way.told_by;
+  }
+  return device;
+}
+
+Device* DeviceMap::take_notifier(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
+  Device* device = find(al_mac);
+  if (device == nullptr && notifiers_ < MOST_UNPROVEN && is_valid_individual_mac_address(al_mac)) {
+    device = add(al_mac, {0, interface, {}});
+    notifiers_ += device != nullptr ? 1U : 0U;
+    is_waiting_ = true;
+  }
+  if (device != nullptr) {
+    device->noticed_at = now;
+  }
+  return device;
+}
+
+void DeviceMap::take_told(Device& device, ToldByDevice told) {
+  told_octets_ -= device.told.cost();
+  if (told.cost() > memory_left()) {
+    told.hosts.clear();
+  }
+  if (told.cost() > memory_left()) {
+    told = {};
+  }
+  device.told = std::move(told);
+  told_octets_ += device.told.cost();
+}
+
+void DeviceMap::take_metrics(Device& device, std::vector<TransmitterLinkMetricTLV> transmitter,
+                             std::vector<ReceiverLinkMetricTLV> receiver) {
+  const std::size_t before = device.told.cost();
+  const std::vector<MACAddress> neighbors = device.told.neighbor_al_macs();
+  const auto take = [&](auto& known, auto& tlvs) {
+    for (auto& tlv : tlvs) {
+      if (std::ranges::binary_search(neighbors, tlv.get_neighbor_AL_MAC()) &&
+          device.told.cost() < before + memory_left()) {
+        replace(known, std::move(tlv));
+      }
+    }
+  };
+  take(device.told.transmitter_metrics, transmitter);
+  take(device.told.receiver_metrics, receiver);
+  told_octets_ += device.told.cost() - before;
+}
+
+void DeviceMap::take_blocked(Device& device, std::vector<QELBlockedInterface> blocked) {
+  told_octets_ -= device.told.cost();
+  device.told.blocked_interfaces = std::move(blocked);
+  if (device.told.cost() > memory_left()) {
+    device.told.blocked_interfaces.clear();
+  }
+  told_octets_ += device.told.cost();
+}
+
+std::vector<MACAddress> DeviceMap::take_neighbors_of(const MACAddress& al_mac) {
+  return meet_neighbors_of(al_mac, nullptr);
+}
+
+std::vector<MACAddress> DeviceMap::walk(const NeighborTable& neighbors, TimePoint now) {
+  ++walk_;
+  is_waiting_ = false;
+  std::vector<MACAddress> met;
+  for (const Neighbor& neighbor : neighbors.all()) {
+    if (Device* device = take_neighbor(neighbor.al_mac, neighbor.best_link().interface)) {
+      device->walk = walk_;
+      met.push_back(neighbor.al_mac);
+    }
+  }
+  for (std::size_t place = 0; place < met.size(); ++place) {
+    meet_neighbors_of(MACAddress(met[place]), &met);
+  }
+  return forget(now);
+}
+
+/// The devices that are not met in a walk.
+std::vector<MACAddress> DeviceMap::forget(TimePoint now) {
+  std::vector<MACAddress> lost;
+  notifiers_ = 0;
+  for (auto place = devices_.begin(); place != devices_.end();) {
+    Device& device = place->second;
+    if (device.walk == walk_) {
+      ++place;
+    } else if (device.noticed_at && now - *device.noticed_at < NOTICE_TIME) {
+      device.hops = 0;
+      is_waiting_ = true;
+      notifiers_ += was_proven(device) ? 0U : 1U;
+      ++place;
+    } else {
+      if (device.is_found) {
+        lost.push_back(place->first);
+      }
+      place = erase(place);
+    }
+  }
+  return lost;
+}
+
+/// Those that are met first in the walk, if there is one, are appended to it.
+std::vector<MACAddress> DeviceMap::meet_neighbors_of(const MACAddress& al_mac, std::vector<MACAddress>* met) {
+  std::vector<MACAddress> added;
+  const Device* const teller = find(al_mac);
+  if (teller == nullptr) {  // it gave way to others
+    return added;
+  }
+  const Way way{teller->hops == 0 ? 0 : teller->hops + 1, teller->interface, al_mac};
+  const std::vector<MACAddress> told = neighbors_of(*teller, self_);
+  auto unproven = static_cast<std::size_t>(std::ranges::count_if(told, [&](const MACAddress& neighbor) {
+    const Device* device = find(neighbor);
+    return device != nullptr && device->told_by == al_mac && !was_proven(*device);
+  }));
+  for (const MACAddress& neighbor : told) {
+    Device* device = find(neighbor);
+    bool is_first = met != nullptr;
+    if (device != nullptr) {
+      is_first = is_first && device->walk != walk_;
+      if (is_first || distance(way.hops) < distance(device->hops)) {
+        lead(*device, way);
+      }
+    } else if (unproven >= MOST_UNPROVEN) {
+      is_waiting_ = true;
+    } else if ((device = add(neighbor, way)) != nullptr) {
+      ++unproven;
+      added.push_back(neighbor);
+    }
+    if (device != nullptr && is_first) {
+      device->walk = walk_;
+      met->push_back(neighbor);
+    }
+  }
+  return added;
+}
+
+/// An interface over which it answered stays good: another way may be blocked somewhere.
+void DeviceMap::lead(Device& device, const Way& way) {
+  device.hops = way.hops;
+  device.told_by = way.told_by;
+  if (device.state != DeviceState::ANSWERED) {
+    device.interface = way.interface;
+  }
+}
+
+Device* DeviceMap::add(const MACAddress& al_mac, const Way& way) {
+  if (devices_.size() >= most_ && !make_room(way.hops)) {
+    return nullptr;
+  }
+  Device& device = devices_[al_mac];
+  device.hops = way.hops;
+  device.interface = way.interface;
+  device.told_by = way.told_by;
+  return &device;
+}
+
+/// Room for a device so far away. Of those that never answered the farthest gives way to any neighbour and to those
+/// nearer than itself, of the others only to those nearer than itself.
+bool DeviceMap::make_room(unsigned int hops) {
+  const auto worth = [](const Devices::value_type& entry) {
+    return std::pair(was_proven(entry.second) || entry.second.hops == 1, ~distance(entry.second.hops));
+  };
+  const auto least = std::ranges::min_element(devices_, {}, worth);
+  if (least == devices_.end() || distance(least->second.hops) <= distance(hops)) {
+    return false;
+  }
+  erase(least);
+  return true;
+}
+
+DeviceMap::Devices::iterator DeviceMap::erase(Devices::iterator place) {
+  told_octets_ -= place->second.told.cost();
+  return devices_.erase(place);
+}
+
+std::size_t DeviceMap::memory_left() const {
+  const std::size_t most = most_ * DEVICE_SIZE;
+  const std::size_t taken = devices_.size() * (sizeof(Devices::value_type) + NODE_SIZE) + told_octets_;
+  return most - std::min(most, taken);
+}
+
+}  // namespace meshd

@@ -1,0 +1,294 @@
+#include "tools/meshd/entity/inquirer.h"
+
+#include <algorithm>
+#include <functional>
+#include <utility>
+
+#include "qel/ieee1905_1/device_identification_tlv.h"
+#include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
+#include "tools/meshd/entity/messages.h"
+
+namespace meshd {
+
+namespace {
+
+using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
+using qel::MACAddress;
+
+/// Metrics are of less weight than topology.
+constexpr int MOST_TRIES_FOR_METRICS = 2;
+
+/// Copies of all TLVs of the class.
+template <class T>
+std::vector<T> collect(const Message& message) {
+  const auto range = message.all<T>();
+  return {range.begin(), range.end()};
+}
+
+/// Without those about another device.
+template <class T>
+std::vector<T> collect_about(const MACAddress& al_mac, const Message& message) {
+  std::vector<T> tlvs = collect<T>(message);
+  std::erase_if(tlvs, [&](const T& tlv) { return tlv.get_local_AL_MAC() != al_mac; });
+  return tlvs;
+}
+
+template <class T>
+std::vector<T> keep_about(const std::vector<MACAddress>& neighbors, std::vector<T> metrics) {
+  std::erase_if(metrics,
+                [&](const T& tlv) { return !std::ranges::binary_search(neighbors, tlv.get_neighbor_AL_MAC()); });
+  return metrics;
+}
+
+std::string text_of(const DeviceIdentificationTypeTLV::Name& name) {
+  return {name.begin(), std::ranges::find(name, std::uint8_t{0})};
+}
+
+/// What it tells replaces what it told before, but for what comes in other messages too.
+ToldByDevice read_topology(const Message& message, const DeviceInformationTLV& information,
+                           const ToldByDevice& before) {
+  ToldByDevice told;
+  if (const auto* identification = message.find<DeviceIdentificationTypeTLV>()) {
+    told.name = text_of(identification->get_friendly_name());
+  }
+  const auto* version = message.find_vendor<QELMeshdVersionTLV>();
+  told.meshd_version = version != nullptr ? version->get_major_and_minor() : before.meshd_version;
+  told.blocked_interfaces = version != nullptr ? read_blocked_interfaces(message) : before.blocked_interfaces;
+  told.interfaces = information.get_interface_information_vector();
+  if (const auto* bridging = message.find<DeviceBridgingCapabilityTLV>()) {
+    told.bridges = bridging->get_bridging_tuple_vector();
+  }
+  told.neighbors = collect<IEEE1905NeighborDeviceTLV>(message);
+  told.hosts = collect<NonIEEE1905NeighborDeviceListTLV>(message);
+  const std::vector<MACAddress> neighbors = told.neighbor_al_macs();
+  told.transmitter_metrics = keep_about(neighbors, before.transmitter_metrics);
+  told.receiver_metrics = keep_about(neighbors, before.receiver_metrics);
+  return told;
+}
+
+template <class T>
+bool has_metrics_to(const std::vector<T>& metrics, const MACAddress& al_mac) {
+  return std::ranges::find(metrics, al_mac, &T::get_neighbor_AL_MAC) != metrics.end();
+}
+
+constexpr int SHARES = 1024;
+
+bool is_neighbor(const Device& device) { return device.hops == 1; }
+
+}  // namespace
+
+Inquirer::Inquirer(const MACAddress& self, const Limits& limits, std::chrono::milliseconds hold_time,
+                   const NeighborTable& neighbors, Sender& sender, Ports& ports)
+    : self_(self),
+      hold_time_(hold_time),
+      neighbors_(neighbors),
+      sender_(sender),
+      ports_(ports),
+      devices_(self, limits.devices),
+      last_asked_(self) {}
+
+void Inquirer::meet(const MACAddress& al_mac, TimePoint now) {
+  if (Device* device = devices_.take_neighbor(al_mac, neighbors_.find(al_mac)->best_link().interface)) {
+    device->is_found = false;
+    device->inquiry.hurry(now);
+    ask(al_mac, *device, now);
+  }
+}
+
+void Inquirer::ask_neighbors(TimePoint now) {
+  for (const Neighbor& neighbor : neighbors_.all()) {
+    if (Device* device = devices_.find(neighbor.al_mac)) {
+      device->inquiry.hurry(now);
+      ask(neighbor.al_mac, *device, now);
+    }
+  }
+}
+
+/// All of a large mesh hear of a change at once: each asks at a time of its own, within as long as the device needs to
+/// answer them all.
+bool Inquirer::on_notification(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
+  Device* device = devices_.take_notifier(al_mac, interface, now);
+  if (device == nullptr) {
+    return false;
+  }
+  const std::chrono::milliseconds spread(is_neighbor(*device) ? 0 : 1000 * devices_.all().size() / ASKERS_A_SECOND);
+  device->inquiry.hurry(now + spread * share_of(al_mac) / SHARES);
+  return true;
+}
+
+Device* Inquirer::take_topology(const MACAddress& source, std::size_t interface, const Message& message,
+                                TimePoint now) {
+  const auto& information = *message.find<DeviceInformationTLV>();
+  const MACAddress& al_mac = information.get_AL_MAC();
+  Device* device = devices_.find(al_mac);
+  if (device == nullptr) {
+    return nullptr;
+  }
+  ToldByDevice told = read_topology(message, information, device->told);
+  if (!sends_from(al_mac, told, source) ||
+      !device->inquiry.answer(Inquiry::Question::TOPOLOGY, message.get_head().get_message_id())) {
+    return nullptr;
+  }
+  const std::vector<MACAddress> before = device->told.neighbor_al_macs();
+  devices_.take_told(*device, std::move(told));
+  is_to_walk_ = is_to_walk_ || !std::ranges::includes(device->told.neighbor_al_macs(), before);
+  device->state = DeviceState::ANSWERED;
+  device->answered_at = now;
+  if (!is_neighbor(*device)) {
+    device->interface = interface;
+    if (!std::exchange(device->is_found, true)) {
+      ports_.on_device_found(al_mac);
+    }
+  }
+  for (const MACAddress& found : devices_.take_neighbors_of(al_mac)) {
+    if (!ask(found, *devices_.find(found), now)) {
+      break;
+    }
+  }
+  if (std::vector<MACAddress> neighbors = choose_neighbors(al_mac, *device, now); !neighbors.empty()) {
+    device->inquiry.go_on_with(std::move(neighbors), now);
+    ask(al_mac, *device, now);
+  } else {
+    end_row(al_mac, *device, now);
+  }
+  return device;
+}
+
+std::optional<MACAddress> Inquirer::take_metrics(const MACAddress& source, const Message& message, TimePoint now) {
+  const auto* transmitter = message.find<TransmitterLinkMetricTLV>();
+  const auto* receiver = message.find<ReceiverLinkMetricTLV>();
+  const Neighbor* sender = neighbors_.find_sender(source);
+  const MACAddress al_mac = transmitter != nullptr ? transmitter->get_local_AL_MAC()
+                            : receiver != nullptr  ? receiver->get_local_AL_MAC()
+                            : sender != nullptr    ? sender->al_mac
+                                                   : source;
+  Device* device = devices_.find(al_mac);
+  if (device == nullptr || !sends_from(al_mac, device->told, source) ||
+      !device->inquiry.answer(Inquiry::Question::METRICS, message.get_head().get_message_id())) {
+    return std::nullopt;
+  }
+  devices_.take_metrics(*device, collect_about<TransmitterLinkMetricTLV>(al_mac, message),
+                        collect_about<ReceiverLinkMetricTLV>(al_mac, message));
+  device->answered_at = now;
+  if (device->inquiry.next_neighbor(now)) {
+    ask(al_mac, *device, now);
+  } else {
+    end_row(al_mac, *device, now);
+  }
+  return al_mac;
+}
+
+void Inquirer::tend(TimePoint now) {
+  if (std::exchange(is_to_walk_, false) || devices_.is_waiting()) {
+    walk(now);
+  }
+  for (const Neighbor& neighbor : neighbors_.all()) {
+    if (Device* device = devices_.find(neighbor.al_mac)) {
+      ask(neighbor.al_mac, *device, now);
+    }
+  }
+  auto place = devices_.all().upper_bound(last_asked_);
+  for (std::size_t count = devices_.all().size(); count > 0; --count, ++place) {
+    place = place == devices_.all().end() ? devices_.all().begin() : place;
+    if (!is_neighbor(place->second) && !ask(place->first, *devices_.find(place->first), now)) {
+      return;
+    }
+    last_asked_ = place->first;
+  }
+}
+
+/// Puts the question that is due. False when there were too many already.
+bool Inquirer::ask(const MACAddress& al_mac, Device& device, TimePoint now) {
+  Inquiry& inquiry = device.inquiry;
+  if (now < inquiry.due()) {
+    return true;
+  }
+  const bool is_topology = inquiry.question() == Inquiry::Question::TOPOLOGY;
+  if (inquiry.is_open() && inquiry.tries() >= (is_topology ? Inquiry::MOST_TRIES : MOST_TRIES_FOR_METRICS)) {
+    give_up(al_mac, device, now);
+    return true;
+  }
+  if (const Neighbor* neighbor = neighbors_.find(al_mac)) {
+    device.interface = neighbor->best_link().interface;
+  } else if (!questions_.take(now)) {
+    return false;
+  } else if (inquiry.is_open() || !neighbors_.has_links(device.interface)) {
+    device.interface = neighbors_.next_interface(device.interface);  // the way may be blocked somewhere
+  }
+  const Message question = is_topology ? topology_query() : link_metric_query(inquiry.neighbor());
+  inquiry.put(question.get_head().get_message_id(), now);
+  sender_.send(device.interface, al_mac, question);
+  return true;
+}
+
+void Inquirer::give_up(const MACAddress& al_mac, Device& device, TimePoint now) {
+  if (device.inquiry.question() == Inquiry::Question::TOPOLOGY) {
+    device.state = DeviceState::UNREACHABLE;
+    if (std::exchange(device.is_found, false)) {
+      ports_.on_device_lost(al_mac);
+    }
+  }
+  end_row(al_mac, device, now);
+}
+
+/// The next row begins after the time that it has, a quarter more or less.
+void Inquirer::end_row(const MACAddress& al_mac, Device& device, TimePoint now) const {
+  const std::chrono::milliseconds time = REFRESH_HOLD_TIMES * hold_time_;
+  device.inquiry.rest(now + time * 3 / 4 + time / 2 * share_of(al_mac) / SHARES);
+}
+
+/// Those to which no metrics are known, and all the others too once those known are old; so many as a row has.
+std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Device& device, TimePoint now) const {
+  std::vector<MACAddress> neighbors = device.told.neighbor_al_macs();
+  std::erase(neighbors, al_mac);
+  const auto is_missing = [&](const MACAddress& neighbor) {
+    return !has_metrics_to(device.told.transmitter_metrics, neighbor) &&
+           !has_metrics_to(device.told.receiver_metrics, neighbor);
+  };
+  const std::chrono::milliseconds fresh = is_neighbor(device) ? hold_time_ / 4 : hold_time_;
+  if (device.metrics_asked_at && now - *device.metrics_asked_at < fresh) {
+    std::erase_if(neighbors, std::not_fn(is_missing));
+  } else if (!neighbors.empty()) {
+    device.metrics_asked_at = now;
+    std::ranges::rotate(
+        neighbors, neighbors.begin() +
+                       static_cast<std::ptrdiff_t>(device.metrics_turn++ * Inquiry::MOST_METRICS % neighbors.size()));
+    std::ranges::stable_partition(neighbors, is_missing);
+  }
+  neighbors.resize(std::min(neighbors.size(), Inquiry::MOST_METRICS));
+  std::ranges::reverse(neighbors);
+  return neighbors;
+}
+
+void Inquirer::walk(TimePoint now) {
+  for (const MACAddress& lost : devices_.walk(neighbors_, now)) {
+    ports_.on_device_lost(lost);
+  }
+  for (const auto& [al_mac, device] : devices_.all()) {  // those that were neighbours
+    if (!is_neighbor(device) && device.state == DeviceState::ANSWERED && !device.is_found) {
+      devices_.find(al_mac)->is_found = true;
+      ports_.on_device_found(al_mac);
+    }
+  }
+}
+
+/// From the device itself, whichever of its interfaces it names; another device's AL MAC is none of these.
+bool Inquirer::sends_from(const MACAddress& al_mac, const ToldByDevice& told, const MACAddress& source) const {
+  if (source == al_mac || devices_.find(source) != nullptr) {
+    return source == al_mac;
+  }
+  const Neighbor* sender = neighbors_.find_sender(source);
+  return told.has_interface(source) || (sender != nullptr && sender->al_mac == al_mac);
+}
+
+/// Where our share of what is spread lies, of SHARES: another place for each pair of devices.
+int Inquirer::share_of(const MACAddress& al_mac) const {
+  std::uint64_t key = 0;
+  for (std::size_t place = 0; place < al_mac.octets().size(); ++place) {
+    key = (key ^ al_mac.octets()[place]) * 0x100'0000'01B3U;
+    key = (key ^ self_.octets()[place]) * 0x100'0000'01B3U;
+  }
+  return static_cast<int>((key ^ key >> 32U) % SHARES);
+}
+
+}  // namespace meshd

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "qel/core/mac_address.h"
+#include "qel/ieee1905_1/message.h"
+#include "tools/meshd/entity/device_map.h"
+#include "tools/meshd/entity/limits.h"
+#include "tools/meshd/entity/neighbor_table.h"
+#include "tools/meshd/entity/ports.h"
+#include "tools/meshd/entity/sender.h"
+#include "tools/meshd/entity/token_bucket.h"
+
+namespace meshd {
+
+/// Learns the mesh: asks our neighbours, then those that they tell of, and so on, each for its topology and for its
+/// metrics to its neighbours, one after the other.
+///
+/// A device is asked when it is first heard of, again after each notification of its own, and from time to time:
+/// neighbours with each announcement of ours, others every REFRESH_HOLD_TIMES hold times or so, each at a time of its
+/// own.
+class Inquirer {
+ public:
+  using TimePoint = std::chrono::steady_clock::time_point;
+
+  /// Questions to devices beyond the neighbours, whoever tells of them.
+  static constexpr int QUESTIONS_A_SECOND = 32;
+  static constexpr int QUESTIONS_AT_ONCE = 64;
+
+  static constexpr int REFRESH_HOLD_TIMES = 2;
+
+  /// After a notification all others ask its sender: in a mesh of so many devices within a second, in a larger one
+  /// within more.
+  static constexpr std::size_t ASKERS_A_SECOND = 64;
+
+  /// Neighbours, sender and ports are borrowed.
+  Inquirer(const qel::MACAddress& self, const Limits& limits, std::chrono::milliseconds hold_time,
+           const NeighborTable& neighbors, Sender& sender, Ports& ports);
+
+  const DeviceMap& devices() const { return devices_; }
+  DeviceMap& devices() { return devices_; }
+
+  /// A neighbour was discovered, and is asked at once.
+  void meet(const qel::MACAddress& al_mac, TimePoint now);
+
+  /// All neighbours are asked again.
+  void ask_neighbors(TimePoint now);
+
+  /// A link to a neighbour is gone.
+  void on_link_lost() { is_to_walk_ = true; }
+
+  /// The device says that its topology changed: it is asked later, so that who sends many notifications gets few
+  /// questions. Returns false for a device that is unknown and not taken in.
+  bool on_notification(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
+
+  /// An answer that came from `source`; a topology response has its device information TLV. Returns the device that
+  /// was asked, null when none was or this is not its answer.
+  Device* take_topology(const qel::MACAddress& source, std::size_t interface, const qel::ieee1905_1::Message& message,
+                        TimePoint now);
+  /// The same; returns its AL MAC.
+  std::optional<qel::MACAddress> take_metrics(const qel::MACAddress& source, const qel::ieee1905_1::Message& message,
+                                              TimePoint now);
+
+  /// Forgets the devices that are gone, and asks those whose time has come.
+  void tend(TimePoint now);
+
+ private:
+  bool ask(const qel::MACAddress& al_mac, Device& device, TimePoint now);
+  void give_up(const qel::MACAddress& al_mac, Device& device, TimePoint now);
+  void end_row(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
+  std::vector<qel::MACAddress> choose_neighbors(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
+  void walk(TimePoint now);
+  bool sends_from(const qel::MACAddress& al_mac, const ToldByDevice& told, const qel::MACAddress& source) const;
+  int share_of(const qel::MACAddress& al_mac) const;
+
+  const qel::MACAddress self_;
+  const std::chrono::milliseconds hold_time_;
+  const NeighborTable& neighbors_;
+  Sender& sender_;
+  Ports& ports_;
+  DeviceMap devices_;
+  TokenBucket<QUESTIONS_A_SECOND, QUESTIONS_AT_ONCE> questions_;
+  qel::MACAddress last_asked_;  // of those beyond the neighbours, in tend()
+  bool is_to_walk_ = false;
+};
+
+}  // namespace meshd

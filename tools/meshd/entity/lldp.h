@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "qel/core/mac_address.h"
+
+// The frame that tells a link from a link with bridges in between, which do not forward it (IEEE 1905.1-2013, 6.1;
+// IEEE 802.1AB-2016, clause 8).
+namespace meshd {
+
+inline constexpr std::uint16_t LLDP_ETHERTYPE = 0x88CC;
+inline constexpr qel::MACAddress LLDP_MULTICAST_ADDRESS({0x01, 0x80, 0xC2, 0x00, 0x00, 0x0E});
+
+/// What we need of an LLDP frame.
+struct LldpNotice {
+  qel::MACAddress al_mac;     ///< the chassis
+  qel::MACAddress interface;  ///< the port
+
+  bool operator==(const LldpNotice&) const = default;
+};
+
+bool is_lldp(std::span<const std::uint8_t> frame);
+
+/// A whole frame from the interface.
+std::vector<std::uint8_t> encode_lldp(const LldpNotice& notice);
+
+/// Nothing for a frame that is damaged, that names chassis and port by other things than MAC addresses, or that
+/// withdraws what was said before.
+std::optional<LldpNotice> parse_lldp(std::span<const std::uint8_t> frame);
+
+}  // namespace meshd
