@@ -24,7 +24,7 @@ const TimePoint START{};
 Octets frame_of(const Message& message, const qel::MACAddress& source,
                 const qel::MACAddress& destination = CMDU_MULTICAST_ADDRESS) {
   Codec codec;
-  const auto octets = codec.encode(destination, source, message);
+  const auto octets = codec.encode(destination, source, message).at(0);
   return {octets.begin(), octets.end()};
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/meshd/entity/entity.h"
+#include "tools/meshd/entity/lldp.h"
 
 namespace meshd::test {
 
@@ -41,7 +42,7 @@ struct SentFrame {
 class RecordingPorts final : public Ports {
  public:
   void send(std::size_t interface, std::span<const std::uint8_t> frame) override {
-    sent.push_back({interface, {frame.begin(), frame.end()}});
+    (is_lldp(frame) ? lldp : sent).push_back({interface, {frame.begin(), frame.end()}});
   }
   InterfaceState read_state(std::size_t interface) override { return states[interface]; }
   std::vector<qel::MACAddress> read_hosts(std::size_t interface) override { return hosts[interface]; }
@@ -55,7 +56,8 @@ class RecordingPorts final : public Ports {
 
   std::vector<SentFrame> take() { return std::exchange(sent, {}); }
 
-  std::vector<SentFrame> sent;
+  std::vector<SentFrame> sent;  ///< of 1905.1
+  std::vector<SentFrame> lldp;
   std::map<std::size_t, InterfaceState> states;
   std::map<std::size_t, std::vector<qel::MACAddress>> hosts;
   std::vector<std::string> events;
@@ -88,8 +90,8 @@ struct Cable {
   std::size_t right_interface;
 };
 
-/// Carries frames over the cables until all is quiet; the frames carried, in order. Throws when it never gets quiet.
-inline std::vector<SentFrame> carry(const std::vector<Cable>& cables, TimePoint now) {
+/// Carries frames over the cables, in which there may be bridges of others, until all is quiet; the frames carried, in order. Throws when it never gets quiet.
+inline std::vector<SentFrame> carry(const std::vector<Cable>& cables, TimePoint now, bool has_bridges = false) {
   std::vector<SentFrame> carried;
   for (bool is_quiet = false; !is_quiet;) {
     is_quiet = true;
@@ -105,6 +107,13 @@ inline std::vector<SentFrame> carry(const std::vector<Cable>& cables, TimePoint 
         carried.push_back(std::move(frame));
         if (carried.size() > 1000) {
           throw std::runtime_error("the frames never end");
+        }
+      }
+      for (const SentFrame& frame : std::exchange(from.ports.lldp, {})) {
+        if (frame.interface == out && !has_bridges) {
+          to.entity.receive(in, frame.octets, now);
+        } else if (frame.interface != out) {
+          from.ports.lldp.push_back(frame);
         }
       }
       from.ports.sent.insert(from.ports.sent.begin(), others.begin(), others.end());
