@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "fuzz/round_trip.h"
+#include "tools/meshd/entity/lldp.h"
 #include "tools/meshd/view/topology_view.h"
 
 /// Any sequence of frames, time and commands as what an entity meets. It answers no more than its limits allow, says
@@ -46,9 +47,11 @@ using std::chrono::milliseconds;
 constexpr std::size_t INTERFACES = 3;
 constexpr std::size_t MOST_FRAMES = 2000;        // in one input
 constexpr std::size_t MOST_MEMORY = 512 * 1024;  // of an entity
-constexpr std::size_t MOST_WORDS = 5;            // upon a discovery: another one, two questions and two tellings
-constexpr std::size_t MOST_GROWTH = 8;           // of these, in octets, to the discovery
-const std::size_t ROUND = INTERFACES + 4 * meshd::Limits().links;  // frames at regular intervals
+constexpr meshd::Limits LIMITS{.links = 16, .devices = 32};
+constexpr std::size_t MOST_WORDS = 5;   // upon a discovery: another one, its LLDP, a question and two tellings
+constexpr std::size_t MOST_GROWTH = 8;  // of these, or of the questions upon an answer, in octets
+constexpr std::size_t MOST_QUESTIONS = 1 + meshd::Inquirer::QUESTIONS_AT_ONCE;     // upon an answer
+constexpr std::size_t ROUND = 2 * INTERFACES + 4 * LIMITS.links + MOST_QUESTIONS;  // frames at regular intervals
 constexpr std::size_t MESSAGE_ID = meshd::ETHER_HEADER_SIZE + 4;
 
 MACAddress address(unsigned int number) {
@@ -95,7 +98,7 @@ class World final : public meshd::Ports {
         receive(interface, frame);
       }
     }
-    const auto view = view_topology("fuzz", *entity_);
+    const auto view = view_topology("fuzz", *entity_, now_);
     to_text(view);
     to_json(view);
     to_dot(view);
@@ -106,7 +109,7 @@ class World final : public meshd::Ports {
   using Relayed = std::vector<std::pair<Octets, std::size_t>>;
 
   static meshd::Entity::Config configure() {
-    meshd::Entity::Config config{address(1), {0, 1}, {}, milliseconds(3000)};
+    meshd::Entity::Config config{address(1), {0, 1}, {}, milliseconds(3000), LIMITS};
     for (unsigned int number = 0; number < INTERFACES; ++number) {
       config.interfaces.push_back({"eth" + std::to_string(number), address(0x91 + number), number < 2 ? "br" : ""});
     }
@@ -131,7 +134,7 @@ class World final : public meshd::Ports {
       }
       case 3: {
         const std::size_t interface = input.number(1) % INTERFACES;
-        own([&] { entity_->replace_interface(interface, {"new", address(input.number(1)), ""}); }, 1);
+        own([&] { entity_->replace_interface(interface, {"new", address(input.number(1)), ""}); }, 2);
         break;
       }
       case 4: {
@@ -200,24 +203,37 @@ class World final : public meshd::Ports {
     entity_->receive(interface_, received, now_);
     ++frames_;
     const auto parsed = meshd::Codec().parse(received);
-    const bool is_discovery = parsed && parsed->head.get_message_type() == MessageType::TOPOLOGY_DISCOVERY_MESSAGE;
-    require(words_ <= (is_discovery ? MOST_WORDS : 0), "it speaks when it is spoken to");
-    require(word_octets_ <= MOST_GROWTH * received.size(), "a discovery is not amplified");
+    const MessageType type = parsed ? parsed->head.get_message_type() : MessageType::DUMMY;
+    const bool is_answer =
+        type == MessageType::TOPOLOGY_RESPONSE_MESSAGE || type == MessageType::LINK_METRIC_RESPONSE_MESSAGE;
+    const std::size_t most = type == MessageType::TOPOLOGY_DISCOVERY_MESSAGE ? MOST_WORDS
+                             : is_answer                                     ? MOST_QUESTIONS
+                                                                             : 0;
+    require(words_ <= most, "it speaks when it is spoken to");
+    require((parsed && parsed->head.is_fragmented()) || word_octets_ <= MOST_GROWTH * received.size(),
+            "words are not amplified");
     require(answers_ - answers <= 1, "a question has one answer");
     require(answers_ == answers || parsed->destination != qel::ieee1905_1::CMDU_MULTICAST_ADDRESS,
             "a question to all has none");
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(now_.time_since_epoch()).count() + 1;
-    require(answers_ <=
-                static_cast<std::size_t>(meshd::Entity::ANSWERS_AT_ONCE + meshd::Entity::ANSWERS_A_SECOND * seconds),
+    require(answers_ <= static_cast<std::size_t>(meshd::AnswerLimits::IN_ALL_AT_ONCE +
+                                                 meshd::AnswerLimits::IN_ALL_A_SECOND * seconds),
             "answers are limited");
-    const meshd::FrameCounts& counts = entity_->counts();
-    require(counts.processed + counts.ignored + counts.own + counts.duplicates + counts.rejected == frames_,
+    const meshd::FrameCounts counts = entity_->counts();
+    require(counts.processed + counts.ignored + counts.blocked + counts.foreign + counts.own + counts.duplicates +
+                    counts.fragments + counts.rejected + counts.unasked + counts.unanswered ==
+                frames_,
             "each frame is counted once");
   }
 
   void send(std::size_t interface, std::span<const std::uint8_t> octets) override {
     require(interface == blocking_ || !entity_->is_blocked(interface), "nothing is sent on a blocked interface");
     require(octets.size() <= meshd::MAX_FRAME_SIZE, "frames fit a link");
+    if (meshd::is_lldp(octets)) {
+      ++words_;
+      word_octets_ += octets.size();
+      return;
+    }
     const auto frame = meshd::Codec().parse(octets);
     require(frame.has_value(), "frames are whole");
     const MessageType type = frame->head.get_message_type();
@@ -228,12 +244,12 @@ class World final : public meshd::Ports {
       place->second = now_;
       relayed_.emplace_back(*received_, interface);
     } else if (type == MessageType::TOPOLOGY_RESPONSE_MESSAGE || type == MessageType::LINK_METRIC_RESPONSE_MESSAGE) {
-      ++answers_;
+      answers_ += frame->head.get_fragment_id() == 0 ? 1U : 0U;
     } else {
       ++words_;
       word_octets_ += octets.size();
     }
-    if (type == MessageType::TOPOLOGY_QUERY_MESSAGE) {
+    if (type == MessageType::TOPOLOGY_QUERY_MESSAGE || type == MessageType::LINK_METRIC_QUERY_MESSAGE) {
       last_question_ = frame->head.get_message_id();
     }
   }
@@ -249,7 +265,8 @@ class World final : public meshd::Ports {
         require(owner == nullptr || owner == &neighbor, "no link leads to another device");
       }
     }
-    require(links <= meshd::Limits().links, "links are limited");
+    require(links <= LIMITS.links, "links are limited");
+    require(entity_->devices().all().size() <= LIMITS.devices, "devices are limited");
   }
 
   void check_memory() {

@@ -10,6 +10,7 @@ namespace {
 using Discovery = NeighborTable::Discovery;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using namespace std::chrono_literals;
 
 TimePoint at(int seconds) { return TimePoint(std::chrono::seconds(seconds)); }
 
@@ -38,25 +39,23 @@ TEST(NeighborTable, DropsLinksAndThenNeighborsThatAreNotHeardOf) {
   table.hear(device_mac(1), 1, at(10));  // the link over that interface
   table.hear(device_mac(2), 0, at(10));
   table.hear(interface_mac(0x11), 0, at(10));  // which anybody may claim to have
-  EXPECT_THAT(table.expire(at(0)), IsEmpty()) << "heard of at the limit is not too old";
-  EXPECT_THAT(table.expire(at(10)), ElementsAre(device_mac(1)));
+  EXPECT_THAT(table.expire(at(10), 10s), IsEmpty()) << "heard of at the limit is not too old";
+  EXPECT_THAT(table.expire(at(11), 10s), ElementsAre(device_mac(1)));
   ASSERT_NE(table.find(device_mac(1)), nullptr);
   ASSERT_EQ(table.find(device_mac(1))->links.size(), 1U);
   EXPECT_EQ(table.find(device_mac(1))->links[0].interface, 1U);
-  EXPECT_THAT(table.expire(at(11)), ElementsAre(device_mac(1), device_mac(2)));
+  EXPECT_THAT(table.expire(at(21), 10s), ElementsAre(device_mac(1), device_mac(2)));
   EXPECT_THAT(table.all(), IsEmpty());
 }
 
-TEST(NeighborTable, WaitsForAnswersToTheLastQuestionsOnce) {
-  Questions questions;
-  for (std::uint16_t id = 1; id <= Questions::MOST + 1; ++id) {
-    questions.ask(id);
+TEST(NeighborTable, KeepsALinkForAWhileOnlyBySuchAsABridgeForwards) {
+  NeighborTable table;
+  table.discover(device_mac(1), 0, interface_mac(0x11), at(0));
+  for (int second = 0; second <= 30; ++second) {
+    table.hear(device_mac(1), 0, at(second));
+    EXPECT_THAT(table.expire(at(second), 10s), IsEmpty()) << second;
   }
-  EXPECT_FALSE(questions.answer(1)) << "given up";
-  EXPECT_TRUE(questions.answer(4));
-  EXPECT_FALSE(questions.answer(4));
-  EXPECT_FALSE(questions.answer(3)) << "older news";
-  EXPECT_TRUE(questions.answer(5));
+  EXPECT_THAT(table.expire(at(31), 10s), ElementsAre(device_mac(1)));
 }
 
 TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {
@@ -68,20 +67,20 @@ TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {
   EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(1)), Discovery::TABLE_FULL);
   EXPECT_EQ(table.find(device_mac(2)), nullptr);
   EXPECT_EQ(table.discover(device_mac(1), 0, interface_mac(0), at(1)), Discovery::REFRESHED);
-  table.expire(at(1));
+  table.expire(at(11), 10s);
   EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(1)), Discovery::NEW_NEIGHBOR);
 }
 
 TEST(NeighborTable, MakesRoomWhereMostClaimsAreUnlessThatWouldTurnTheTables) {
   NeighborTable table;
-  qel::ieee1905_1::DeviceInformationTLV told(device_mac(1));
-  told.add_interface_information({interface_mac(0x11), {}, {}});
+  ToldByDevice told;
+  told.interfaces.push_back({interface_mac(0x11), {}, {}});
   for (std::uint8_t i = 0; i < 6; ++i) {
     table.discover(device_mac(1), 0, interface_mac(0x11), at(0));
     table.discover(device_mac(1), 1, interface_mac(0x12), at(8));  // not among those that it tells of
     table.discover(device_mac(2), 1, interface_mac(static_cast<std::uint8_t>(0x21 + i)), at(9 - i));
   }
-  table.find(device_mac(1))->device = told;
+  table.prove(device_mac(1), told);
   EXPECT_THAT(table.make_room(1), IsEmpty());
   for (std::uint8_t gone = 0x26; gone > 0x22; --gone) {
     EXPECT_THAT(table.make_room(0), ElementsAre(device_mac(2)));

@@ -66,11 +66,12 @@ class RecordingPorts final : public Ports {
 /// A device with `interfaces` interfaces: device 3 has the addresses 31, 32, ... (hexadecimal).
 struct Device {
   explicit Device(std::uint8_t number, std::size_t interfaces = 1,
-                  std::chrono::milliseconds hold_time = std::chrono::seconds(180))
-      : entity(config(number, interfaces, hold_time), ports) {}
+                  std::chrono::milliseconds hold_time = std::chrono::seconds(180), const Limits& limits = {})
+      : entity(config(number, interfaces, hold_time, limits), ports) {}
 
-  static Entity::Config config(std::uint8_t number, std::size_t interfaces, std::chrono::milliseconds hold_time) {
-    Entity::Config config{device_mac(number), {0, number}, {}, hold_time};
+  static Entity::Config config(std::uint8_t number, std::size_t interfaces, std::chrono::milliseconds hold_time,
+                               const Limits& limits = {}) {
+    Entity::Config config{device_mac(number), {0, number}, {}, hold_time, limits};
     for (std::size_t index = 0; index < interfaces; ++index) {
       config.interfaces.push_back(
           {"eth" + std::to_string(index), interface_mac(static_cast<std::uint8_t>(number * 16U + index + 1)), ""});
@@ -90,7 +91,8 @@ struct Cable {
   std::size_t right_interface;
 };
 
-/// Carries frames over the cables, in which there may be bridges of others, until all is quiet; the frames carried, in order. Throws when it never gets quiet.
+/// Carries frames over the cables, in which there may be bridges of others, until all is quiet; the frames carried, in
+/// order. Throws when it never gets quiet.
 inline std::vector<SentFrame> carry(const std::vector<Cable>& cables, TimePoint now, bool has_bridges = false) {
   std::vector<SentFrame> carried;
   for (bool is_quiet = false; !is_quiet;) {

@@ -52,13 +52,16 @@ struct Device {
 
   DeviceState state = DeviceState::HEARD_OF;
   unsigned int hops = 0;                ///< 1 for a neighbour; 0 when only a notification told of it
-  std::size_t interface = 0;            ///< the one of ours over which it is asked
+  std::size_t interface = 0;            ///< the one of ours over which it is asked first
+  bool is_way_proven = false;           ///< it sent us something over that interface
   qel::MACAddress told_by;              ///< one of those nearest to us that tell of it; ours for a neighbour
   std::optional<TimePoint> noticed_at;  ///< when its last notification came
   std::optional<TimePoint> answered_at;
   ToldByDevice told;
 
   Inquiry inquiry;
+  bool has_more_metrics = false;              ///< than the last row asked for, and that are not known
+  unsigned int rows_unanswered = 0;           ///< since it answered a whole one
   std::optional<TimePoint> metrics_asked_at;  ///< when all were asked for, not only those that were missing
   unsigned int metrics_turn = 0;              ///< how often, for those that have more neighbours than a row asks for
   AskerLimit answers;                         ///< to what it asks us

@@ -195,11 +195,12 @@ std::vector<MACAddress> DeviceMap::meet_neighbors_of(const MACAddress& al_mac, s
   return added;
 }
 
-/// An interface over which it answered stays good: another way may be blocked somewhere.
+/// An interface over which it spoke to us stays good: another way may be blocked somewhere. And while it is asked over
+/// one interface after the other none is left out.
 void DeviceMap::lead(Device& device, const Way& way) {
   device.hops = way.hops;
   device.told_by = way.told_by;
-  if (device.state != DeviceState::ANSWERED) {
+  if (!device.is_way_proven && !device.inquiry.is_open()) {
     device.interface = way.interface;
   }
 }

@@ -36,6 +36,7 @@ class DeviceMap {
 
   /// In the order of their AL MACs.
   const Devices& all() const { return devices_; }
+  Devices& all() { return devices_; }
 
   /// By the AL MAC; null when there is none.
   Device* find(const qel::MACAddress& al_mac);

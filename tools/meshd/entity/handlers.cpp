@@ -116,8 +116,8 @@ Entity::Outcome Entity::process(const Received& received) {
 
 Entity::Outcome Entity::dispatch(const Handler& handler, const Received& received, std::span<const std::uint8_t> cmdu) {
   const LenientMessage message = codec_.decode_leniently(cmdu);
-  if (message.end == TLVWalkEnd::CUT_HEADER || message.end == TLVWalkEnd::CUT_BODY) {
-    throw Rejection("the TLVs break off at offset " + std::to_string(message.end_offset));
+  if (message.end != TLVWalkEnd::END_OF_MESSAGE) {
+    throw Rejection(enum_to_string(message.end) + " at offset " + std::to_string(message.end_offset));
   }
   for (const TLVType type : handler.needed) {
     if (type != Handler::NONE) {
@@ -178,6 +178,7 @@ bool Entity::may_answer(const Received& received) {
   if (NeighborLink* link = neighbors_.find_link(source, received.interface)) {
     limit = &link->answers;
   } else if (Device* device = inquirer_.devices().find(source); device != nullptr && device->hops > 1) {
+    Inquirer::learn_way(*device, received.interface);
     limit = &device->answers;
   }
   return limits_.take(limit, received.interface, received.time);

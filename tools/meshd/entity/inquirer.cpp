@@ -15,9 +15,6 @@ namespace {
 using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
 using qel::MACAddress;
 
-/// Metrics are of less weight than topology.
-constexpr int MOST_TRIES_FOR_METRICS = 2;
-
 /// Copies of all TLVs of the class.
 template <class T>
 std::vector<T> collect(const Message& message) {
@@ -73,6 +70,13 @@ bool has_metrics_to(const std::vector<T>& metrics, const MACAddress& al_mac) {
 
 constexpr int SHARES = 1024;
 
+constexpr std::chrono::milliseconds FIRST_REST{4000};
+
+/// What we have any device do for the whole mesh: less than it is able to.
+std::chrono::milliseconds time_to_answer(std::size_t questions) {
+  return std::chrono::milliseconds(1000 * questions / Inquirer::QUESTIONS_TO_ONE_A_SECOND);
+}
+
 bool is_neighbor(const Device& device) { return device.hops == 1; }
 
 }  // namespace
@@ -111,7 +115,7 @@ bool Inquirer::on_notification(const MACAddress& al_mac, std::size_t interface, 
   if (device == nullptr) {
     return false;
   }
-  const std::chrono::milliseconds spread(is_neighbor(*device) ? 0 : 1000 * devices_.all().size() / ASKERS_A_SECOND);
+  const std::chrono::milliseconds spread = time_to_answer(is_neighbor(*device) ? 0 : devices_.all().size());
   device->inquiry.hurry(now + spread * share_of(al_mac) / SHARES);
   return true;
 }
@@ -134,8 +138,8 @@ Device* Inquirer::take_topology(const MACAddress& source, std::size_t interface,
   is_to_walk_ = is_to_walk_ || !std::ranges::includes(device->told.neighbor_al_macs(), before);
   device->state = DeviceState::ANSWERED;
   device->answered_at = now;
+  learn_way(*device, interface);
   if (!is_neighbor(*device)) {
-    device->interface = interface;
     if (!std::exchange(device->is_found, true)) {
       ports_.on_device_found(al_mac);
     }
@@ -190,50 +194,85 @@ void Inquirer::tend(TimePoint now) {
   auto place = devices_.all().upper_bound(last_asked_);
   for (std::size_t count = devices_.all().size(); count > 0; --count, ++place) {
     place = place == devices_.all().end() ? devices_.all().begin() : place;
-    if (!is_neighbor(place->second) && !ask(place->first, *devices_.find(place->first), now)) {
+    if (!is_neighbor(place->second) && !ask(place->first, place->second, now)) {
       return;
     }
     last_asked_ = place->first;
   }
 }
 
-/// Puts the question that is due. False when there were too many already.
+/// Puts the question that is due. False when there were too many already. The way over an interface may be blocked
+/// somewhere: when no answer comes the others have their turns, from the first one on with twice as much patience.
 bool Inquirer::ask(const MACAddress& al_mac, Device& device, TimePoint now) {
   Inquiry& inquiry = device.inquiry;
   if (now < inquiry.due()) {
     return true;
   }
-  const bool is_topology = inquiry.question() == Inquiry::Question::TOPOLOGY;
-  if (inquiry.is_open() && inquiry.tries() >= (is_topology ? Inquiry::MOST_TRIES : MOST_TRIES_FOR_METRICS)) {
+  const std::vector<std::size_t> interfaces = interfaces_to(al_mac, device);
+  const std::size_t tries = inquiry.is_open() ? inquiry.tries() : 0;
+  if (interfaces.empty()) {
+    return true;  // no neighbours yet, or no longer
+  }
+  if (tries >= std::max(Inquiry::MOST_TRIES, interfaces.size())) {
     give_up(al_mac, device, now);
     return true;
   }
-  if (const Neighbor* neighbor = neighbors_.find(al_mac)) {
-    device.interface = neighbor->best_link().interface;
-  } else if (!questions_.take(now)) {
+  if (!is_neighbor(device) && !questions_.take(now)) {
     return false;
-  } else if (inquiry.is_open() || !neighbors_.has_links(device.interface)) {
-    device.interface = neighbors_.next_interface(device.interface);  // the way may be blocked somewhere
   }
-  const Message question = is_topology ? topology_query() : link_metric_query(inquiry.neighbor());
-  inquiry.put(question.get_head().get_message_id(), now);
-  sender_.send(device.interface, al_mac, question);
+  const Message question =
+      inquiry.question() == Inquiry::Question::TOPOLOGY ? topology_query() : link_metric_query(inquiry.neighbor());
+  inquiry.put(question.get_head().get_message_id(), now + Inquiry::PATIENCE * (1 << tries / interfaces.size()));
+  sender_.send(interfaces[tries % interfaces.size()], al_mac, question);
   return true;
+}
+
+/// Those over which it can be asked, the best one first.
+std::vector<std::size_t> Inquirer::interfaces_to(const MACAddress& al_mac, const Device& device) const {
+  if (const Neighbor* neighbor = neighbors_.find(al_mac)) {
+    return {neighbor->best_link().interface};
+  }
+  std::vector<std::size_t> interfaces = neighbors_.interfaces();
+  std::ranges::rotate(interfaces, std::ranges::lower_bound(interfaces, device.interface));
+  return interfaces;
+}
+
+void Inquirer::learn_way(Device& device, std::size_t interface) {
+  device.interface = interface;
+  device.is_way_proven = true;
 }
 
 void Inquirer::give_up(const MACAddress& al_mac, Device& device, TimePoint now) {
   if (device.inquiry.question() == Inquiry::Question::TOPOLOGY) {
     device.state = DeviceState::UNREACHABLE;
+    device.is_way_proven = false;
     if (std::exchange(device.is_found, false)) {
       ports_.on_device_lost(al_mac);
     }
   }
-  end_row(al_mac, device, now);
+  ++device.rows_unanswered;
+  rest(al_mac, device, now);
 }
 
-/// The next row begins after the time that it has, a quarter more or less.
+/// A device with more neighbours than a row asks for has another one soon, but not sooner than it can answer such rows
+/// of the whole mesh.
 void Inquirer::end_row(const MACAddress& al_mac, Device& device, TimePoint now) const {
-  const std::chrono::milliseconds time = REFRESH_HOLD_TIMES * hold_time_;
+  device.rows_unanswered = 0;
+  rest(al_mac, device, now);
+  if (device.has_more_metrics) {
+    device.inquiry.hurry(now + std::max<std::chrono::milliseconds>(
+                                   Inquiry::PATIENCE, time_to_answer(Inquiry::MOST_METRICS * devices_.all().size())));
+  }
+}
+
+/// The next row begins after the time that it has, a quarter more or less. A device that does not answer has little
+/// time at first: a bridge may need half a minute before it forwards.
+void Inquirer::rest(const MACAddress& al_mac, Device& device, TimePoint now) const {
+  const std::chrono::milliseconds most = REFRESH_HOLD_TIMES * hold_time_;
+  const std::chrono::milliseconds time =
+      device.rows_unanswered == 0
+          ? most
+          : std::min<std::chrono::milliseconds>(most, FIRST_REST * (1 << std::min(device.rows_unanswered, 10U)));
   device.inquiry.rest(now + time * 3 / 4 + time / 2 * share_of(al_mac) / SHARES);
 }
 
@@ -255,6 +294,8 @@ std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Dev
                        static_cast<std::ptrdiff_t>(device.metrics_turn++ * Inquiry::MOST_METRICS % neighbors.size()));
     std::ranges::stable_partition(neighbors, is_missing);
   }
+  const auto missing = static_cast<std::size_t>(std::ranges::count_if(neighbors, is_missing));
+  device.has_more_metrics = missing > Inquiry::MOST_METRICS;
   neighbors.resize(std::min(neighbors.size(), Inquiry::MOST_METRICS));
   std::ranges::reverse(neighbors);
   return neighbors;
@@ -264,9 +305,9 @@ void Inquirer::walk(TimePoint now) {
   for (const MACAddress& lost : devices_.walk(neighbors_, now)) {
     ports_.on_device_lost(lost);
   }
-  for (const auto& [al_mac, device] : devices_.all()) {  // those that were neighbours
+  for (auto& [al_mac, device] : devices_.all()) {  // those that were neighbours
     if (!is_neighbor(device) && device.state == DeviceState::ANSWERED && !device.is_found) {
-      devices_.find(al_mac)->is_found = true;
+      device.is_found = true;
       ports_.on_device_found(al_mac);
     }
   }

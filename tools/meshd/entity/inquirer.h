@@ -32,9 +32,8 @@ class Inquirer {
 
   static constexpr int REFRESH_HOLD_TIMES = 2;
 
-  /// After a notification all others ask its sender: in a mesh of so many devices within a second, in a larger one
-  /// within more.
-  static constexpr std::size_t ASKERS_A_SECOND = 64;
+  /// What all of a mesh together ask one device when they have the same cause: each of a large mesh waits for its turn.
+  static constexpr std::size_t QUESTIONS_TO_ONE_A_SECOND = 64;
 
   /// Neighbours, sender and ports are borrowed.
   Inquirer(const qel::MACAddress& self, const Limits& limits, std::chrono::milliseconds hold_time,
@@ -64,13 +63,18 @@ class Inquirer {
   std::optional<qel::MACAddress> take_metrics(const qel::MACAddress& source, const qel::ieee1905_1::Message& message,
                                               TimePoint now);
 
+  /// The device sent us something over the interface.
+  static void learn_way(Device& device, std::size_t interface);
+
   /// Forgets the devices that are gone, and asks those whose time has come.
   void tend(TimePoint now);
 
  private:
   bool ask(const qel::MACAddress& al_mac, Device& device, TimePoint now);
+  std::vector<std::size_t> interfaces_to(const qel::MACAddress& al_mac, const Device& device) const;
   void give_up(const qel::MACAddress& al_mac, Device& device, TimePoint now);
   void end_row(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
+  void rest(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
   std::vector<qel::MACAddress> choose_neighbors(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
   void walk(TimePoint now);
   bool sends_from(const qel::MACAddress& al_mac, const ToldByDevice& told, const qel::MACAddress& source) const;

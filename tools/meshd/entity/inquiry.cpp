@@ -5,14 +5,14 @@
 
 namespace meshd {
 
-void Inquiry::put(std::uint16_t message_id, TimePoint now) {
+void Inquiry::put(std::uint16_t message_id, TimePoint due) {
   if (!is_open_) {
     is_open_ = true;
     tries_ = 0;
     message_ids_.fill(message_id);
   }
   message_ids_[tries_ % message_ids_.size()] = message_id;
-  due_ = now + PATIENCE * (1 << tries_);
+  due_ = due;
   ++tries_;
 }
 

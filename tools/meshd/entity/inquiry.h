@@ -19,8 +19,8 @@ class Inquiry {
 
   enum class Question : std::uint8_t { TOPOLOGY, METRICS };
 
-  /// A question is put so often, each time with twice as much patience.
-  static constexpr int MOST_TRIES = 5;
+  /// A question is put so often at least, before it is given up.
+  static constexpr std::size_t MOST_TRIES = 5;
   static constexpr std::chrono::seconds PATIENCE{2};
 
   /// Neighbours that one row asks for: a device with more tells of the others in the next rows.
@@ -37,10 +37,10 @@ class Inquiry {
   const qel::MACAddress& neighbor() const { return neighbors_.back(); }
 
   /// How often the open question was put.
-  int tries() const { return tries_; }
+  std::size_t tries() const { return tries_; }
 
-  /// The question was put with this identifier, for the first time or again.
-  void put(std::uint16_t message_id, TimePoint now);
+  /// The question was put with this identifier, for the first time or again, and is due once more then.
+  void put(std::uint16_t message_id, TimePoint due);
 
   /// Whether it has the identifier of the open question, which it answers then. Answers to it that come later are none.
   bool answer(Question question, std::uint16_t message_id);

@@ -53,7 +53,8 @@ void add_in_parts(MessageBuilder& message, const TLV& empty, const List& list, s
 constexpr std::size_t NEIGHBORS_OF_A_TLV = 200;
 constexpr std::size_t BLOCKED_INTERFACES_OF_A_TLV = 32;
 constexpr std::size_t LINKS_OF_A_TLV = 48;
-constexpr std::size_t MOST_HOSTS = 240;  // of an interface, in one TLV
+constexpr std::size_t HOSTS_OF_A_TLV = 240;
+constexpr std::size_t MOST_HOSTS = 1024;  // in a response
 
 /// The neighbours that are reached over one interface, and whether each link there has bridges in between.
 void add_neighbors_on(std::size_t index, const OwnDevice& device, MessageBuilder& message) {
@@ -69,16 +70,14 @@ void add_neighbors_on(std::size_t index, const OwnDevice& device, MessageBuilder
                [](IEEE1905NeighborDeviceTLV& tlv, const ALMAC19051Neighbor& one) { tlv.add_AL_MAC_neighbor(one); });
 }
 
-void add_hosts_on(std::size_t index, const OwnDevice& device, MessageBuilder& message) {
-  const std::vector<MACAddress>& hosts = device.hosts[index];
-  if (hosts.empty()) {
-    return;
+void add_hosts(const OwnDevice& device, MessageBuilder& message) {
+  std::size_t room = MOST_HOSTS;
+  for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
+    const std::span hosts = std::span(device.hosts[index]).first(std::min(device.hosts[index].size(), room));
+    room -= hosts.size();
+    add_in_parts(message, NonIEEE1905NeighborDeviceListTLV(device.interfaces[index].mac), hosts, HOSTS_OF_A_TLV,
+                 [](NonIEEE1905NeighborDeviceListTLV& tlv, const MACAddress& host) { tlv.add_mac_address(host); });
   }
-  NonIEEE1905NeighborDeviceListTLV tlv(device.interfaces[index].mac);
-  for (std::size_t place = 0; place < std::min(hosts.size(), MOST_HOSTS); ++place) {
-    tlv.add_mac_address(hosts[place]);
-  }
-  message.add(std::move(tlv));
 }
 
 void add_blocked(const std::vector<QELBlockedInterface>& blocked, MessageBuilder& message) {
@@ -112,9 +111,7 @@ Message topology_response(std::uint16_t message_id, const OwnDevice& device) {
       !bridging.get_bridging_tuple_vector().empty()) {
     message.add(std::move(bridging));
   }
-  for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
-    add_hosts_on(index, device, message);
-  }
+  add_hosts(device, message);
   for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
     add_neighbors_on(index, device, message);
   }

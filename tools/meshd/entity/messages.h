@@ -47,7 +47,7 @@ qel::ieee1905_1::Message topology_notification(const qel::MACAddress& al_mac);
 qel::ieee1905_1::Message topology_query();
 
 /// One of the interfaces must be there at least (6.3.4). Beside what the standard has it tells our version and what we
-/// block, in vendor-specific TLVs.
+/// block, in vendor-specific TLVs; of hosts it tells a thousand at most.
 qel::ieee1905_1::Message topology_response(std::uint16_t message_id, const OwnDevice& device);
 
 /// Both directions of the receiver's links to one neighbour (6.3.5). The form for all neighbours has as many octets in

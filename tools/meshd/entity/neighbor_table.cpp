@@ -204,24 +204,16 @@ NeighborLink* NeighborTable::find_link(const MACAddress& source, std::size_t int
   return place == links.end() ? nullptr : &*place;
 }
 
-std::size_t NeighborTable::next_interface(std::size_t interface) const {
-  std::size_t next = interface;
-  std::size_t first = interface;
+std::vector<std::size_t> NeighborTable::interfaces() const {
+  std::vector<std::size_t> interfaces;
   for (const Neighbor& neighbor : neighbors_) {
     for (const NeighborLink& link : neighbor.links) {
-      if (link.interface > interface && (next == interface || link.interface < next)) {
-        next = link.interface;
-      }
-      first = std::min(first, link.interface);
+      interfaces.push_back(link.interface);
     }
   }
-  return next != interface ? next : first;
-}
-
-bool NeighborTable::has_links(std::size_t interface) const {
-  return std::ranges::any_of(neighbors_, [&](const Neighbor& neighbor) {
-    return std::ranges::find(neighbor.links, interface, &NeighborLink::interface) != neighbor.links.end();
-  });
+  std::ranges::sort(interfaces);
+  interfaces.erase(std::ranges::unique(interfaces).begin(), interfaces.end());
+  return interfaces;
 }
 
 std::size_t NeighborTable::count_links() const {

@@ -100,9 +100,8 @@ class NeighborTable {
   /// The link over which whoever sends from there reaches us on `interface`; null when there is none.
   NeighborLink* find_link(const qel::MACAddress& source, std::size_t interface);
 
-  /// The interface behind `interface`, by turns, over which there are links; `interface` itself when no other has some.
-  std::size_t next_interface(std::size_t interface) const;
-  bool has_links(std::size_t interface) const;
+  /// Those of ours over which there are links, sorted.
+  std::vector<std::size_t> interfaces() const;
 
   /// In the order of their AL MACs.
   const std::vector<Neighbor>& all() const { return neighbors_; }
