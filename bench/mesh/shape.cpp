@@ -28,7 +28,7 @@ Shape ring(std::size_t nodes) {
 }
 
 Shape star(std::size_t nodes) {
-  constexpr std::size_t MOST = 200;  // of those around one node; a message lists 255 interfaces
+  constexpr std::size_t MOST = 100;  // around one node: an entity has 128 interfaces at most
   Shape shape = begin("star", nodes);
   const std::size_t middles = nodes <= MOST ? 0 : nodes / MOST;  // besides node 0
   for (std::size_t node = 1; node < nodes; ++node) {

@@ -24,8 +24,8 @@ struct Shape {
 Shape chain(std::size_t nodes);
 Shape ring(std::size_t nodes);
 
-/// One node in the middle. It has no more interfaces than a message can list: the other nodes hang on several such
-/// nodes around it when they are many.
+/// One node in the middle, which has no more interfaces than an entity may have: many nodes hang on several such nodes
+/// around it.
 Shape star(std::size_t nodes);
 
 /// Each node has three below it.

@@ -70,6 +70,7 @@ std::uint64_t Traffic::all_octets() const { return std::accumulate(octets.begin(
 
 Traffic Traffic::operator-(const Traffic& earlier) const {
   Traffic difference = *this;
+  difference.to_ends -= earlier.to_ends;
   for (std::size_t kind = 0; kind < KINDS; ++kind) {
     difference.frames[kind] -= earlier.frames[kind];
     difference.octets[kind] -= earlier.octets[kind];
@@ -204,11 +205,17 @@ void Simulation::set_plugged_in(std::size_t cable, bool plugged_in) {
 }
 
 bool Simulation::knows_all(std::size_t node) const {
-  const std::vector<std::size_t>& cables = cables_of_[node];
-  return std::ranges::all_of(cables, [&](std::size_t cable) {
-    const Neighbor* neighbor = entity(node).neighbors().find(al_mac(other_end(cable, node)));
-    return !plugged_in_[cable] || other_end(cable, node) >= nodes_.size() || (neighbor != nullptr && neighbor->device);
-  });
+  const DeviceMap::Devices& devices = entity(node).devices().all();
+  return devices.size() == nodes_.size() - 1 && std::ranges::all_of(devices, [](const auto& entry) {
+           return entry.second.state == DeviceState::ANSWERED;
+         });
+}
+
+bool Simulation::knows_all_metrics(std::size_t node) const {
+  return knows_all(node) && std::ranges::all_of(entity(node).devices().all(), [](const auto& entry) {
+           const ToldByDevice& told = entry.second.told;
+           return told.transmitter_metrics.size() == told.neighbor_al_macs().size();
+         });
 }
 
 std::chrono::milliseconds Simulation::now() const {
@@ -257,7 +264,11 @@ void Simulation::send(std::size_t node, std::size_t interface, std::span<const s
   std::memcpy(&header, frame.data(), sizeof(header));
   const MACAddress& destination = header.get_dest_addr();
   const bool is_own = header.get_src_addr() == al_mac(node);
-  nodes_[node]->traffic().count(is_own ? kind_of_own(frame, destination) : Kind::RELAYED, frame.size());
+  Traffic& traffic = nodes_[node]->traffic();
+  traffic.count(is_own ? kind_of_own(frame, destination) : Kind::RELAYED, frame.size());
+  if (is_own && (destination == al_mac(cables_.back().left) || destination == al_mac(cables_.back().right))) {
+    ++traffic.to_ends;
+  }
   if (numbers_() % 1000 < settings_.lost_of_thousand) {
     return;
   }

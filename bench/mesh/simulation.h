@@ -27,6 +27,7 @@ inline constexpr std::array<const char*, KINDS> KIND_NAMES{"announced", "notifie
 struct Traffic {
   std::array<std::uint64_t, KINDS> frames{};
   std::array<std::uint64_t, KINDS> octets{};
+  std::uint64_t to_ends = 0;  ///< own frames to the two ends of the spare cable alone
 
   void count(Kind kind, std::size_t size);
   std::uint64_t own_frames() const;
@@ -72,8 +73,9 @@ class Simulation {
   /// Since the start.
   std::chrono::milliseconds now() const;
 
-  /// Whether the node has all of them in its view.
+  /// Whether the node has had answers from all others, and whether it knows the metrics of all their links too.
   bool knows_all(std::size_t node) const;
+  bool knows_all_metrics(std::size_t node) const;
 
   std::size_t nodes() const { return nodes_.size(); }
   const std::vector<Cable>& cables() const { return cables_; }
