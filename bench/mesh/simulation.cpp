@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <ctime>
 #include <numeric>
 #include <utility>
 
@@ -32,6 +33,13 @@ std::size_t number_at(std::span<const std::uint8_t> frame, std::size_t place) {
 
 constexpr std::uint8_t high(std::size_t number) { return static_cast<std::uint8_t>(number >> 8U); }
 constexpr std::uint8_t low(std::size_t number) { return static_cast<std::uint8_t>(number); }
+
+/// What this process has had of the processor: others may be running beside it.
+std::chrono::nanoseconds processor_time() {
+  timespec time{};
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+  return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+}
 
 Kind kind_of_own(std::span<const std::uint8_t> frame, const MACAddress& destination) {
   if (destination == LLDP_ADDRESS) {
@@ -125,19 +133,18 @@ class Simulation::Node final : public Ports {
 
  private:
   void enter() {
-    began_ = std::chrono::steady_clock::now();
+    cost_.time -= processor_time();
     cost_.heap -= simulation_.settings_.heap ? simulation_.settings_.heap() : 0;
   }
   void leave() {
     cost_.heap += simulation_.settings_.heap ? simulation_.settings_.heap() : 0;
-    cost_.time += std::chrono::steady_clock::now() - began_;
+    cost_.time += processor_time();
   }
 
   Simulation& simulation_;
   const std::size_t number_;
   Traffic traffic_;
   Cost cost_;
-  std::chrono::steady_clock::time_point began_;
   std::unique_ptr<Entity> entity_;
 };
 
@@ -206,9 +213,8 @@ void Simulation::set_plugged_in(std::size_t cable, bool plugged_in) {
 
 bool Simulation::knows_all(std::size_t node) const {
   const DeviceMap::Devices& devices = entity(node).devices().all();
-  return devices.size() == nodes_.size() - 1 && std::ranges::all_of(devices, [](const auto& entry) {
-           return entry.second.state == DeviceState::ANSWERED;
-         });
+  return devices.size() == nodes_.size() - 1 &&
+         std::ranges::all_of(devices, [](const auto& entry) { return entry.second.state == DeviceState::ANSWERED; });
 }
 
 bool Simulation::knows_all_metrics(std::size_t node) const {
@@ -263,7 +269,7 @@ void Simulation::send(std::size_t node, std::size_t interface, std::span<const s
   qel::EtherHeader header;
   std::memcpy(&header, frame.data(), sizeof(header));
   const MACAddress& destination = header.get_dest_addr();
-  const bool is_own = header.get_src_addr() == al_mac(node);
+  const bool is_own = header.get_src_addr() == al_mac(node) || destination == LLDP_ADDRESS;
   Traffic& traffic = nodes_[node]->traffic();
   traffic.count(is_own ? kind_of_own(frame, destination) : Kind::RELAYED, frame.size());
   if (is_own && (destination == al_mac(cables_.back().left) || destination == al_mac(cables_.back().right))) {

@@ -79,6 +79,7 @@ class Simulation {
 
   std::size_t nodes() const { return nodes_.size(); }
   const std::vector<Cable>& cables() const { return cables_; }
+  std::size_t interfaces(std::size_t node) const { return cables_of_[node].size(); }
   const Entity& entity(std::size_t node) const;
   const Traffic& traffic(std::size_t node) const;
   const Cost& cost(std::size_t node) const;

@@ -114,7 +114,8 @@ class Builder {
         self.hosts.push_back({config.interfaces[index].mac, hosts[index]});
       }
     }
-    for (const DeviceBridgingTuple& tuple : bridging_capability(config.interfaces).get_bridging_tuple_vector()) {
+    const DeviceBridgingCapabilityTLV bridging = bridging_capability(config.interfaces);
+    for (const DeviceBridgingTuple& tuple : bridging.get_bridging_tuple_vector()) {
       self.bridges.push_back(tuple.get_mac_address_vector());
     }
     add_blocked(self, entity_.blocked_interfaces());
