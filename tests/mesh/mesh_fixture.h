@@ -78,7 +78,7 @@ class Plug {
   void send(const Message& message, const MACAddress& source, const MACAddress& destination = CMDU_MULTICAST_ADDRESS,
             const Octets& tags = {}, std::size_t least_size = 0) {
     Codec codec;
-    const auto octets = codec.encode(destination, source, message);
+    const auto octets = codec.encode(destination, source, message).at(0);
     Octets frame(octets.begin(), octets.end());
     frame.resize(std::max(frame.size(), least_size));
     frame.insert(frame.begin() + 12, tags.begin(), tags.end());

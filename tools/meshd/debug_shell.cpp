@@ -144,7 +144,7 @@ std::string DebugShell::counters() const {
   for (const auto& [name, count] : FRAME_COUNTS) {
     os << name << ' ' << counts.*count << '\n';
   }
-  os << "bridge_refusals " << ports_.refused() << \'\n\';
+  os << "bridge_refusals " << ports_.refused() << '\n';
   return os.str();
 }
 
