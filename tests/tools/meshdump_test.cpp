@@ -94,10 +94,10 @@ TEST_F(Meshdump, PrintsOneJsonObjectInOneLine) {
               HasSubstr(R"("qel_message_type":"QEL_MESHD_VERSION_MESSAGE","consumed":22)"));
 }
 
-/// Every message of both live links: those that decode come out again as they came in, unless they hold another
-/// vendor's TLV. The numbers are those of a count by types and lengths alone: the rejected ones hold a TLV type without
-/// a class but for two in the second capture: a link metric query of 2 octets instead of 8, and a steering request that
-/// ends before the number of its targets.
+/// Every message of both live links: those that decode must encode to the same octets, unless they contain another
+/// vendor's TLV. The expected numbers were counted by types and lengths alone. The rejected messages contain a TLV type
+/// without a class, except two in the second capture: a link metric query of 2 octets instead of 8, and a steering
+/// request that ends before the number of its targets.
 TEST_F(Meshdump, ReproducesLiveTraffic) {
   const struct {
     std::string capture, summary;
@@ -133,7 +133,7 @@ TEST_F(Meshdump, ReproducesLiveTraffic) {
                          R"("error_offset":17,"type":"AP_AUTOCONFIGURATION_WSC_MESSAGE","mid":16,"tlvs":[)"));
 }
 
-/// A capture of Ethernet frames a second apart (pcap, microseconds, octets in the order of a little-endian machine).
+/// Makes a capture of Ethernet frames one second apart (pcap, microseconds, little-endian).
 std::string capture_of(const std::vector<std::string>& frames) {
   const auto number = [](std::size_t value) {
     return std::string{static_cast<char>(value), static_cast<char>(value >> 8U), 0, 0};
@@ -246,7 +246,7 @@ TEST_F(Meshdump, ReadsWrappedHexadecimal) {
   }
 }
 
-/// Friendly name: ESC, C1 and DEL characters, a letter cut short, a line feed and a tab.
+/// Friendly name: ESC, C1 and DEL characters, a truncated character, a line feed and a tab.
 TEST_F(Meshdump, CleansTextFromTheAir) {
   std::string names = "1b5b324ac285c3bc7f22e2820a0942";
   names.resize(3 * 64 * 2, '0');
@@ -329,7 +329,7 @@ TEST_F(Meshdump, TellsAboutItself) {
   EXPECT_EQ(help.err + version.err, "");
 }
 
-/// The writer keeps its end open until the reader has the answer.
+/// The writer keeps its end open until the reader has received the answer.
 TEST_F(Meshdump, AnswersEachLineOfAPipeAtOnce) {
   const Outcome outcome = shell(
       "mkfifo answered && { echo 00; timeout 10 cat answered || echo late >&2; } | $MESHDUMP --json -q --hex - | "

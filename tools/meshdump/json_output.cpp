@@ -65,7 +65,7 @@ void JsonOutput::put_text_and_fields(const TLV& tlv, std::span<const std::uint8_
   put_fields(json_, tlv, body);
 }
 
-/// What is known of a rejected message nonetheless.
+/// Writes what is known about a rejected message.
 void JsonOutput::put_rejected(const Cmdu& cmdu, const Decoding& decoding) {
   if (decoding.tlv) {
     json_.put("error_tlv", enum_to_string(decoding.tlv->type));

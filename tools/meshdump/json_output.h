@@ -12,15 +12,15 @@
 
 namespace meshdump {
 
-/// One JSON object in one line for each CMDU; its keys are described in meshdump(1).
+/// Writes one JSON object per line for each CMDU; meshdump(1) describes the keys.
 class JsonOutput final : public Output {
  public:
-  /// With the origin each object tells the file or the interface.
+  /// With `with_origin`, each object includes the file or interface.
   explicit JsonOutput(bool with_origin) : with_origin_(with_origin) {}
 
   void print(const Cmdu& cmdu, const Decoding& decoding, std::string& out) override;
 
-  /// One object in one line.
+  /// Returns one object on one line.
   std::string summary(const Tally& tally);
 
  private:
