@@ -2,5 +2,5 @@
 
 #include <cstddef>
 
-/// Number of calls of operator new; counts in a benchmark that is linked with allocations.cpp.
+/// Counts the calls of operator new in a benchmark that is linked with allocations.cpp.
 extern std::size_t allocations;

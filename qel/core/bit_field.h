@@ -27,10 +27,11 @@ void set_bits(std::bitset<N>& word, BitField field, unsigned int value) {
   word = std::bitset<N>((word.to_ulong() & ~(mask << field.first)) | (value & mask) << field.first);
 }
 
-/// The same for a single octet.
+/// Returns a field of a flag octet as a number.
 constexpr unsigned int get_bits(std::uint8_t octet, BitField field) {
   return unsigned{octet} >> field.first & ((1U << field.width) - 1);
 }
+/// Stores the low bits of `value` in a field of a flag octet.
 constexpr void set_bits(std::uint8_t& octet, BitField field, unsigned int value) {
   const unsigned int mask = (1U << field.width) - 1;
   octet = static_cast<std::uint8_t>((octet & ~(mask << field.first)) | (value & mask) << field.first);

@@ -40,7 +40,7 @@ void log_cause(const char* what, const std::string& name, int error) {
 
 void init_log_ring(const std::string& name) {
   const std::size_t size = veloenv_VeloHasLittleRAM() != 0 ? RING_SIZE_LITTLE_RAM : RING_SIZE;
-  // If the log still holds a ring of this name from an earlier loop, the new ring could not have the name.
+  // If the log still holds a ring of this name from an earlier loop, the new ring cannot take the name.
   debug::set_shringbuf(nullptr);
   errno = 0;
   std::unique_ptr<shringbuf, debug::shringbuf_deleter> ring(shringbuf_init(name.c_str(), size));

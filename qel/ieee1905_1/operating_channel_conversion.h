@@ -31,10 +31,10 @@ class QEL_EXPORT OperatingChannelConversion {
   ChannelInfo to_channel_info(const OperatingChannelReportTLV& report,
                               std::int64_t time = LastChanged<float>::now()) const;
 
-  /// Lists the class of each width up to that of the channel, from 20 MHz up; last the two halves of an 80+80 MHz
-  /// channel. Without a primary channel, it lists only the whole channel. If several classes have the same channel, it
-  /// lists the one that `OpclassLookup::get_opclass` finds; if necessary, one with a behaviour that no capability
-  /// expresses. The power is rounded to whole dBm, and is 0 if unset or NaN.
+  /// Lists one class for each width from 20 MHz up to the width of the channel; for an 80+80 MHz channel, the two
+  /// halves come last. Without a primary channel, it lists only the whole channel. If several classes have the same
+  /// channel, it lists the one that `OpclassLookup::get_opclass` finds; if necessary, one with a behaviour that no
+  /// capability expresses. The power is rounded to whole dBm, and is 0 if unset or NaN.
   ///
   /// Throws std::invalid_argument if `ChannelInfo::set_segment` would refuse the channel, or if no class of the region
   /// has it.

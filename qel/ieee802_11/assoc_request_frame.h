@@ -29,7 +29,7 @@ class QEL_EXPORT AssocRequestFrame final : public serialization::BinarySerializa
     std::span<const std::uint8_t> body;
   };
 
-  /// An association request without elements. It cannot be decoded into, because a body does not indicate its own end.
+  /// An association request without elements. Decoding into it throws, because a body does not indicate its own end.
   AssocRequestFrame() = default;
   /// For decoding a body of `octets` octets. The fixed fields are always read, so if `octets` is smaller, get_length()
   /// exceeds it. The kind of request is recognised by the position of the SSID, the first element of either kind;

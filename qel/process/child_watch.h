@@ -24,7 +24,7 @@ class QEL_EXPORT ChildWatch final : public SignalWatch {
   /// add and remove children.
   using EndHandler = std::function<void(int status)>;
 
-  /// If SIGCHLD is ignored, perhaps since before the process started, it no longer is. Throws std::system_error.
+  /// Stops ignoring SIGCHLD, which may have been ignored since before the process started. Throws std::system_error.
   ChildWatch();
 
   /// Calls the handler once, in a later turn, when the child has exited, even if it has exited already.

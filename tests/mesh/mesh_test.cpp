@@ -94,7 +94,8 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
     return matches(json_events.out(), R"(\{"time":"2[0-9T:.-]+Z","name":")" + name("b") +
                                           R"(","event":"NEIGHBOR_LOST","data":")" + c.to_string() + "\"\\}\n");
   })) << json_events.out();
-  EXPECT_THAT(meshctl({"topology"}, 2), HasSubstr("several daemons run: " + name("a") + ", " + name("b")));
+  EXPECT_THAT(meshctl({"topology"}, 2),
+              HasSubstr("several daemons are running, name one of them: " + name("a") + ", " + name("b")));
 
   for (const std::size_t survivor : {0U, 1U}) {
     daemons_[survivor].signal(survivor == 0 ? SIGTERM : SIGINT);
@@ -104,7 +105,7 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   EXPECT_THAT(meshctl({"list"}), IsEmpty());
   EXPECT_THAT(meshctl({"log", name("c")}), HasSubstr("found neighbor " + b.to_string())) << "of the one killed";
   if (const std::string ring = "/dev/shm/" + name("c") + "_log"; chown(ring.c_str(), 65534, 65534) == 0) {
-    EXPECT_THAT(meshctl({"log", name("c")}, 1), HasSubstr(" who is neither root nor you"));
+    EXPECT_THAT(meshctl({"log", name("c")}, 1), HasSubstr(", not to root, to you or to the group"));
   }
 }
 
@@ -475,12 +476,12 @@ TEST_F(MeshTest, TheShellAnswersAndLeaves) {
       {{"exec", name("i"), "mesh", "BLOCK", "--json"}, 1, "'--json' is none of our"},
       {{"exec", name("i"), "--", "mesh", "BLOCK", ""}, 1, "'' is none of our"},
       {{"exec", name("i"), std::string(65536, 'x')}, 1, "the command is longer than 64 KiB"},
-      {{"exec", name("nobody"), "HELP"}, 1, "there is no daemon of the name"},
-      {{"shell", name("nobody")}, 1, "there is no daemon of the name"},
+      {{"exec", name("nobody"), "HELP"}, 1, "no daemon named"},
+      {{"shell", name("nobody")}, 1, "no daemon named"},
       {{"topology", "--dot", "--json", name("i")}, 2, "meshctl --help"},
       {{"log", name("nobody")}, 1, "there is no log"},
-      {{"bogus"}, 2, "meshctl: 'bogus' is no command (see"},
-      {{"--bogus"}, 2, "'--bogus' is no option"},
+      {{"bogus"}, 2, "meshctl: unknown command 'bogus' (see"},
+      {{"--bogus"}, 2, "unknown option '--bogus'"},
       {{}, 2, "a command is required"},
   };
   for (const auto& [words, status, said] : refused) {

@@ -1,6 +1,6 @@
 /// Measures the turns of an event loop from outside, as a preloaded library. A turn lasts from the end of one wait in
-/// epoll_wait() to the beginning of the next. Counted are the processor time that it used and the time that it was
-/// blocked in system calls; delays caused by others are not counted:
+/// epoll_wait() to the beginning of the next. It counts processor time and time blocked in system calls, but no delays
+/// that others cause:
 ///
 ///   - A turn that never gave up its processor counts with the processor time of its thread. Time that a hypervisor
 ///     takes from this machine is thus excluded, if the kernel knows it.

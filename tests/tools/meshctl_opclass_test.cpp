@@ -91,14 +91,14 @@ TEST(MeshctlOpclass, PrintsTheTable) {
 TEST(MeshctlOpclass, RefusesWhatMakesNoSenseInOneLine) {
   const std::pair<const char*, const char*> rows[] = {
       {"", "a command is required"},
-      {"bogus", "'bogus' is no command"},
+      {"bogus", "unknown command 'bogus'"},
       {"table --region 'ja\npan'", "--region: ja\\x0apan not in"},
       {"of", "--freq is required"},
-      {"of --freq 0", "--freq: Value 0 is no whole number from 1 to 100000"},
+      {"of --freq 0", "--freq: Value 0 is not an integer from 1 to 100000"},
       {"of --freq 5180.5", "--freq: Value 5180.5"},
       {"of --freq 5000", "No mapping available for primary segment of channel info primary frequency: 5000000 kHz"},
       {"of --freq 5180 --width 30 --center 5190", "--width: 30 not in {20,40,80,160,80+80}"},
-      {"of --freq 2437 --width 40", "the center may be 2427 or 2447 MHz: give one with --center"},
+      {"of --freq 2437 --width 40", "the center may be 2427 or 2447 MHz; choose one with --center"},
       {"of --freq 2437 --width 80", "no operating class has a channel of 80 MHz around 2437 MHz"},
       {"of --freq 5180 --center 5190", "--center requires --width"},
       {"of --freq 5180 --width 40 --center 5290", "not within primary segment"},

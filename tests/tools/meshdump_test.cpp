@@ -157,11 +157,10 @@ TEST_F(Meshdump, PutsFragmentsTogether) {
   EXPECT_EQ(together.err, "meshdump: 1 CMDU: 1 decoded, 0 rejected; 3 fragments, 1 message incomplete\n");
   EXPECT_EQ(count_of("\n", together.out), 4U);
   EXPECT_THAT(together.out, HasSubstr(R"("consumed":29,"reassembled":true,"time":1.000000,)"));
-  EXPECT_THAT(
-      run(file).out,
-      HasSubstr("frame 2  1970-01-01 00:00:01.000000  02:19:05:00:0C:01 > 01:80:C2:00:00:13  (put together from "
-                "its fragments)\nType: TOPOLOGY_RESPONSE_MESSAGE version: IEEE1905_1 MID: 4660 FID: 0 LastFragment: "
-                "true Relay: false\n\ttype: AL_MAC_ADDRESS"));
+  EXPECT_THAT(run(file).out,
+              HasSubstr("frame 2  1970-01-01 00:00:01.000000  02:19:05:00:0C:01 > 01:80:C2:00:00:13  (reassembled)\n"
+                        "Type: TOPOLOGY_RESPONSE_MESSAGE version: IEEE1905_1 MID: 4660 FID: 0 LastFragment: "
+                        "true Relay: false\n\ttype: AL_MAC_ADDRESS"));
   EXPECT_EQ(run("--no-reassembly " + file).err, "meshdump: 3 CMDUs: 1 decoded, 2 rejected\n");
 }
 
@@ -223,10 +222,10 @@ TEST_F(Meshdump, ReadsHexadecimalLineByLine) {
   EXPECT_EQ(outcome.out,
             "line 3\n" + query + "Re-encoded: the same 11 octets\n\n" +
                 "line 4\nRejected after 2 octets, in the head: Deserialization of type std::uint16_t failed.\n\n" +
-                "line 7\n" + query + "Re-encoded: differs from offset 1 on, 00 instead of 5a\n\n" + "line 8\n" + query +
+                "line 7\n" + query + "Re-encoded: differs from offset 1, 00 instead of 5a\n\n" + "line 8\n" + query +
                 "Re-encoded: the same 11 octets\n");
   EXPECT_EQ(outcome.err,
-            "meshdump: standard input: line 5: no hexadecimal digit in column 1\n"
+            "meshdump: standard input: line 5: not a hexadecimal digit in column 1\n"
             "meshdump: standard input: line 6: odd number of hexadecimal digits (3)\n"
             "meshdump: 4 CMDUs: 3 decoded, 1 rejected; 2 re-encoded to the same octets, 1 differ, 0 not encodable; "
             "2 lines not hexadecimal\n");
@@ -269,8 +268,10 @@ TEST_F(Meshdump, ReportsBrokenCaptures) {
   cooked[20] = 105;  // the link type
   const Outcome other = run("-", cooked);
   EXPECT_EQ(other.status, 2);
-  EXPECT_EQ(other.err, "meshdump: standard input: frames of link type IEEE802_11, neither Ethernet nor Linux cooked\n");
-  EXPECT_EQ(run("-", "\x1F\x8B\x08").err, "meshdump: standard input: compressed: try zcat FILE | meshdump -\n");
+  EXPECT_EQ(other.err,
+            "meshdump: standard input: unsupported link type IEEE802_11; only Ethernet and Linux cooked frames are "
+            "supported\n");
+  EXPECT_EQ(run("-", "\x1F\x8B\x08").err, "meshdump: standard input: compressed; try zcat FILE | meshdump -\n");
   const Outcome next = run("--summary missing.pcap " + TWO_NODES);  // one bad file does not hide the next
   EXPECT_EQ(next.status, 2);
   EXPECT_THAT(next.err,
@@ -285,17 +286,18 @@ TEST_F(Meshdump, RefusesWrongUsage) {
   const struct {
     std::string arguments, complaint;
   } rows[] = {
-      {"", "no input: name a capture or use --hex or --interface" + usage},
-      {"--json --reencode", "no input: name a capture or use --hex or --interface" + usage},
-      {TWO_NODES + " --hex -", "a capture, --hex and --interface exclude each other" + usage},
-      {"--src 02:19:05:00:0A:00 --hex -", "--src needs a capture: messages in hexadecimal have no frame" + usage},
-      {"-w out --hex -", "--write needs a capture: messages in hexadecimal have no frame" + usage},
-      {"-w out --json " + TWO_NODES, "--write prints nothing: leave --json and --summary out" + usage},
+      {"", "no input: name a capture, or use --hex or --interface" + usage},
+      {"--json --reencode", "no input: name a capture, or use --hex or --interface" + usage},
+      {TWO_NODES + " --hex -", "captures, --hex and --interface cannot be combined" + usage},
+      {"--src 02:19:05:00:0A:00 --hex -",
+       "--src cannot be combined with --hex: hexadecimal messages have no frame" + usage},
+      {"-w out --hex -", "--write cannot be combined with --hex: hexadecimal messages have no frame" + usage},
+      {"-w out --json " + TWO_NODES, "--write cannot be combined with --json or --summary" + usage},
       {"-w /dev/full " + TWO_NODES, "cannot write /dev/full: No space left on device"},
       {"--filter 'tcp or' " + TWO_NODES, TWO_NODES + ": filter 'tcp or': can't parse filter expression: syntax error"},
       {"--type FOO " + TWO_NODES, "--type: unknown message type 'FOO'" + usage},
       {"--tlv 256 " + TWO_NODES, "--tlv: unknown TLV type '256'" + usage},
-      {"--src 1:2 " + TWO_NODES, "--src: '1:2' is no MAC address of the form 02:00:5E:10:00:01" + usage},
+      {"--src 1:2 " + TWO_NODES, "--src: '1:2' is not a MAC address such as 02:00:5E:10:00:01" + usage},
       {"missing.pcap", "missing.pcap: No such file or directory"},
       {"--hex /", "/: Is a directory"},
       {"in", "in: truncated dump file; tried to read 4 file header bytes, only got 0"},

@@ -46,14 +46,14 @@ std::vector<std::string> Client::list() {
 std::string Client::the_only_one() {
   const std::vector<std::string> names = list();
   if (names.empty()) {
-    throw std::runtime_error("no daemon runs");
+    throw std::runtime_error("no daemon is running");
   }
   if (names.size() > 1) {
     std::string all;
     for (const std::string& name : names) {
       all += (all.empty() ? "" : ", ") + name;
     }
-    throw AmbiguousName("several daemons run: " + all + "; which one?");
+    throw AmbiguousName("several daemons are running, name one of them: " + all);
   }
   return names.front();
 }
@@ -83,13 +83,13 @@ Answer Client::ask(const std::string& daemon, Call call) {
   const int status = call(answer.result, text);
   switch (-status) {
     case ENXIO:
-      throw std::runtime_error("there is no daemon of the name '" + daemon + "'");
+      throw std::runtime_error("no daemon named '" + daemon + "' is running");
     case EINVAL:
-      throw std::runtime_error("the command is not in UTF-8");
+      throw std::runtime_error("the command is not valid UTF-8");
     case EMSGSIZE:
       throw std::runtime_error("the command is longer than " + std::to_string(QELIPC_COMMAND_MAX / 1024) + " KiB");
     case ENOBUFS:
-      throw std::runtime_error("'" + daemon + "' has too many long answers to give, try again");
+      throw std::runtime_error("'" + daemon + "' has too many long answers pending; try again");
     default:
       check(status, "no answer from '" + daemon + "'");
   }
@@ -111,7 +111,8 @@ void Client::watch_events(const std::string& daemon, const EventHandler& take) {
       active.failure = std::current_exception();
     }
   };
-  check(qelipc_client_subscribe(client_.get(), daemon.c_str(), pass_on, &watch), "cannot watch '" + daemon + "'");
+  check(qelipc_client_subscribe(client_.get(), daemon.c_str(), pass_on, &watch),
+        "cannot watch the events of '" + daemon + "'");
   while (watch.failure == nullptr) {
     check(qelipc_client_wait(client_.get(), -1), "lost the message bus");
   }

@@ -43,14 +43,14 @@ void LogReader::Closer::operator()(shringbuf_reader* reader) const { shringbuf_d
 LogReader::LogReader(const std::string& daemon)
     : reader_(shringbuf_attach((daemon + "_log").c_str())), buffer_(LONGEST_LINE, '\0') {
   if (reader_ == nullptr) {
-    throw std::runtime_error(errno == ENOENT ? "there is no log of a daemon of the name '" + daemon + "'"
+    throw std::runtime_error(errno == ENOENT ? "there is no log of a daemon named '" + daemon + "'"
                                              : "cannot read the log of '" + daemon + "': " + std::strerror(errno));
   }
   uid_t owner = 0;
   gid_t group = 0;
   if (shringbuf_owner(reader_.get(), &owner, &group) < 0 || !is_trusted(owner, group)) {
     throw std::runtime_error("the log of '" + daemon + "' belongs to " + name_of(owner) +
-                             ", who is neither root nor you, and not to the group " + TRUSTED_GROUP);
+                             ", not to root, to you or to the group " + TRUSTED_GROUP);
   }
 }
 

@@ -79,7 +79,7 @@ kHz center_of(const OpclassQuery& query, const Lookup& lookup) {
   }
   if (centers.size() > 1) {
     throw std::logic_error("the center may be " + std::to_string(centers.begin()->value() / 1000) + " or " +
-                           in_mhz(*centers.rbegin()) + ": give one with --center");
+                           in_mhz(*centers.rbegin()) + "; choose one with --center");
   }
   return *centers.begin();
 }
@@ -238,7 +238,7 @@ std::string answer(const OpclassQuery& query) {
     case OpclassVerb::FREQ:
       return frequency_of(query, lookup);
   }
-  throw std::logic_error("no such question");
+  throw std::logic_error("unknown query");
 }
 
 }  // namespace meshctl

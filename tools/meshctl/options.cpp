@@ -12,17 +12,17 @@ namespace meshctl {
 
 namespace {
 
-constexpr const char* DESCRIPTION = "Talks to the daemons on this machine's message bus.";
+constexpr const char* DESCRIPTION = "Controls the daemons on this machine's message bus.";
 constexpr const char* COMMANDS = "Commands";  // the parser calls them subcommands
-constexpr const char* FOOTER = "Exit status: 0 for success, 1 for failure, 2 for wrong usage.";
+constexpr const char* FOOTER = "Exit status: 0 on success, 1 on failure, 2 for wrong usage.";
 
 CLI::App* add_verb(CLI::App& app, Options& options, Verb verb, const std::string& name,
                    const std::string& description) {
   CLI::App* subcommand = app.add_subcommand(name, description)->group(COMMANDS);
   subcommand->callback([&options, verb] { options.verb = verb; });
   if (verb != Verb::LIST) {
-    const std::string hint = verb == Verb::EXEC ? "" : "; not needed where only one runs";
-    subcommand->add_option("NAME", options.name, "The daemon's name, as \"meshctl list\" shows it" + hint)
+    const std::string hint = verb == Verb::EXEC ? "" : "; not needed if only one is running";
+    subcommand->add_option("NAME", options.name, "The daemon's name, as shown by \"meshctl list\"" + hint)
         ->type_name("")
         ->required(verb == Verb::EXEC);
   }
@@ -51,7 +51,7 @@ CLI::Validator number_from_to(long lowest, long highest) {
     const char* const end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
     if (error != std::errc() || rest != end || number < lowest || number > highest) {
-      return "Value " + text + " is no whole number from " + std::to_string(lowest) + " to " + std::to_string(highest);
+      return "Value " + text + " is not an integer from " + std::to_string(lowest) + " to " + std::to_string(highest);
     }
     text = std::to_string(number);
     return {};
@@ -69,7 +69,7 @@ CLI::App* add_opclass_verb(CLI::App& opclass, Options& options, OpclassVerb verb
     options.verb = Verb::OPCLASS;
     options.opclass.verb = verb;
   });
-  add_choice(*subcommand, "--region", query.region, regions, "Whose table: global (the default) or europe");
+  add_choice(*subcommand, "--region", query.region, regions, "Region of the table: global (the default) or europe");
   subcommand->add_flag("--json", query.json, "As JSON");
   return subcommand;
 }
@@ -83,7 +83,7 @@ void add_opclass(CLI::App& app, Options& options) {
                                         {"80+80", ChannelWidth::WIDTH_80_80_MHZ}};
   constexpr long HIGHEST = 100'000;  // MHz; no class has higher frequencies
   OpclassQuery& query = options.opclass;
-  CLI::App* opclass = app.add_subcommand("opclass", "Look operating classes up; no daemon is asked")->group(COMMANDS);
+  CLI::App* opclass = app.add_subcommand("opclass", "Look up operating classes, without a daemon")->group(COMMANDS);
   opclass->require_subcommand(1);
   add_opclass_verb(*opclass, options, OpclassVerb::TABLE, "table", "Print the classes of a region");
 
@@ -92,14 +92,15 @@ void add_opclass(CLI::App& app, Options& options) {
     return of->add_option(name, frequency, description)->type_name("MHZ")->transform(number_from_to(1, HIGHEST));
   };
   add_frequency("--freq", query.frequency, "Center of the primary 20 MHz channel")->required();
-  CLI::Option* width = add_choice(*of, "--width", query.width, widths, "Of the channel: 20, 40, 80, 160 or 80+80");
+  CLI::Option* width =
+      add_choice(*of, "--width", query.width, widths, "Width of the channel: 20, 40, 80, 160 or 80+80");
   add_frequency("--center", query.center,
-                "Center of the channel, or of its first segment; not needed where there is only one")
+                "Center of the channel, or of its first segment; not needed if there is only one")
       ->needs(width);
   add_frequency("--secondary", query.secondary_center, "Center of the second segment of an 80+80 MHz channel")
       ->needs(width);
 
-  CLI::App* freq = add_opclass_verb(*opclass, options, OpclassVerb::FREQ, "freq", "Print where a channel lies");
+  CLI::App* freq = add_opclass_verb(*opclass, options, OpclassVerb::FREQ, "freq", "Print the frequencies of a channel");
   const auto add_number = [freq](const std::string& name, unsigned char& number, const std::string& description) {
     freq->add_option_function<int>(
             name, [&number](int value) { number = static_cast<unsigned char>(value); }, description)
@@ -144,7 +145,7 @@ std::string explain(const CLI::App& app, const CLI::ParseError& error) {
     return error.what();
   }
   return rest.empty() ? "a command is required"
-                      : "'" + rest.front() + "' is no " + (rest.front().starts_with('-') ? "option" : "command");
+                      : (rest.front().starts_with('-') ? "unknown option '" : "unknown command '") + rest.front() + "'";
 }
 
 }  // namespace
@@ -157,22 +158,22 @@ Options parse_options(int argc, const char* const* argv) {
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_version_flag("--version", "meshctl " MESHCTL_VERSION, "Print the version and exit");
   app.require_subcommand(1);
-  add_verb(app, options, Verb::LIST, "list", "List the daemons that run");
+  add_verb(app, options, Verb::LIST, "list", "List the running daemons");
   add_verb(app, options, Verb::EXEC, "exec", "Run a command of a daemon's debug shell")
       ->add_option("COMMAND", options.words, "The command with its arguments, or a module, its command and arguments")
       ->type_name("")
       ->required();
-  add_verb(app, options, Verb::SHELL, "shell", "Run commands line by line; QUIT leaves");
+  add_verb(app, options, Verb::SHELL, "shell", "Run commands line by line; QUIT exits");
   add_verb(app, options, Verb::LOG, "log", "Print a daemon's last log lines")
-      ->add_flag("-f,--follow", options.follow, "Go on with those to come until the daemon ends");
-  add_verb(app, options, Verb::EVENTS, "events", "Print a daemon's events as they come, with their times")
-      ->add_flag("--json", options.json, "As JSON, an object in each line");
+      ->add_flag("-f,--follow", options.follow, "Wait for further lines until the daemon exits");
+  add_verb(app, options, Verb::EVENTS, "events", "Print a daemon's events as they arrive, with their times")
+      ->add_flag("--json", options.json, "As JSON, one object per line");
   CLI::App* topology = add_verb(app, options, Verb::TOPOLOGY, "topology", "Print what a daemon knows of the mesh");
   const auto add_format = [&](const std::string& name, const std::string& format, const std::string& description) {
     return topology->add_flag_callback(
         name, [&options, format] { options.format = format; }, description);
   };
-  CLI::Option* brief = add_format("--brief", "BRIEF", "A line for each node");
+  CLI::Option* brief = add_format("--brief", "BRIEF", "One line per node");
   CLI::Option* json = add_format("--json", "JSON", "As JSON")->excludes(brief);
   add_format("--dot", "DOT", "As a graph for Graphviz")->excludes(brief)->excludes(json);
   add_opclass(app, options);

@@ -17,7 +17,7 @@ constexpr unsigned char GZIP_MAGIC = 0x1F;  // first octet; no capture begins wi
 void refuse_compressed(const std::string& path, std::FILE* file) {
   const int first = std::getc(file);
   if (first == GZIP_MAGIC) {
-    throw input_error(path, "compressed: try zcat FILE | meshdump -");
+    throw input_error(path, "compressed; try zcat FILE | meshdump -");
   }
   if (first != EOF) {
     std::ungetc(first, file);

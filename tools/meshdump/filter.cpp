@@ -54,7 +54,7 @@ std::optional<E> parse_enum(const std::string& text, const std::string& suffix) 
 qel::MACAddress parse_address(const std::string& text) {
   qel::MACAddress address;
   if (!address.parse_string(text)) {
-    throw std::invalid_argument("'" + text + "' is no MAC address of the form 02:00:5E:10:00:01");
+    throw std::invalid_argument("'" + text + "' is not a MAC address such as 02:00:5E:10:00:01");
   }
   return address;
 }

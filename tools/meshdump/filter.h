@@ -11,7 +11,7 @@
 
 namespace meshdump {
 
-/// Selects CMDUs that match, of each kind of condition given, at least one value.
+/// Selects CMDUs. If a condition has several values, one of them must match; all conditions given must match.
 class Filter {
  public:
   /// Takes a name as printed, in upper or lower case, or a number, in decimal or in hexadecimal after "0x"; the suffix

@@ -33,7 +33,7 @@ std::optional<HexLine> parse_hex_line(std::string_view line, std::size_t number)
     }
     const std::optional<std::uint8_t> value = digit_value(line[position]);
     if (!value) {
-      result.error = "no hexadecimal digit in column " + std::to_string(position + 1);
+      result.error = "not a hexadecimal digit in column " + std::to_string(position + 1);
       return result;
     }
     if (digits % 2 == 0) {

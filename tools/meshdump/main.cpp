@@ -138,7 +138,7 @@ class Dump {
   void begin() {
     opened_ = true;
     if (const std::error_code error = tools::keep_capabilities({})) {
-      complain("cannot give up capabilities: " + error.message());
+      complain("cannot drop capabilities: " + error.message());
     }
   }
 

@@ -12,8 +12,8 @@ namespace {
 
 constexpr const char* DESCRIPTION = "Decodes IEEE 1905.1 and Multi-AP messages and prints them.";
 constexpr const char* FOOTER =
-    "Values of one filter are alternatives; different filters must all match. \"-\" stands for standard input.\n"
-    "Exit status: 0 when every message was decoded, 1 when some were not, 2 for wrong usage or bad input.";
+    "Values of one filter are alternatives; different filters must all match. \"-\" is standard input.\n"
+    "Exit status: 0 if every message was decoded, 1 if some were not, 2 for wrong usage or bad input.";
 
 /// Adds a repeatable option with one value. The values are passed to the filter as they are read.
 const CLI::Option* add_filter(CLI::App& app, const std::string& name, const std::string& value,
@@ -41,29 +41,31 @@ Options parse_options(int argc, const char* const* argv) {
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_version_flag("--version", "meshdump " MESHDUMP_VERSION, "Print the version and exit");
   app.add_option("FILE", options.captures, "Captures of Ethernet frames, pcap or pcapng")->type_name("");
-  app.add_option("--hex", options.hex, "Read messages in hexadecimal instead, one in a line")->type_name("FILE");
+  app.add_option("--hex", options.hex, "Read messages in hexadecimal instead, one per line")->type_name("FILE");
   app.add_option("-i,--interface", options.interfaces,
                  "Capture on these interfaces instead, or on \"any\", until SIGINT or SIGTERM")
       ->type_name("IF");
   const CLI::Option* capture_filter =
-      app.add_option("--filter", options.capture_filter, "Only frames that this filter of libpcap lets through")
+      app.add_option("--filter", options.capture_filter, "Read only frames that match this pcap filter")
           ->type_name("EXPRESSION");
-  app.add_option("-c,--count", options.most, "End after so many messages")->type_name("N")->check(CLI::PositiveNumber);
+  app.add_option("-c,--count", options.most, "Exit after this many messages")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber);
   const CLI::Option* write =
       app.add_option("-w,--write", options.write, "Write the frames of the messages as pcapng instead of printing them")
           ->type_name("FILE");
-  app.add_flag("--json", options.json, "Print one JSON object in one line for each message");
+  app.add_flag("--json", options.json, "Print one JSON object per line for each message");
   app.add_flag("--reencode", options.reencode, "Encode each decoded message again and compare the octets");
   bool no_reassembly = false;
-  app.add_flag("--no-reassembly", no_reassembly, "Do not put the messages together that came in fragments");
-  app.add_flag("--summary", options.summary, "Count by type, sender and refusal instead of printing the messages");
+  app.add_flag("--no-reassembly", no_reassembly, "Do not reassemble fragmented messages");
+  app.add_flag("--summary", options.summary, "Print counts by type, sender and reason for rejection instead");
   std::string color = "auto";
   app.add_option("--color", color, "Colour the text: auto (on a terminal), always or never")
       ->check(CLI::IsMember({"auto", "always", "never"}));
   std::string time = "absolute";
-  app.add_option("--time", time, "Times: absolute, relative to the first message, or delta to the last one")
+  app.add_option("--time", time, "Times: absolute, relative to the first message, or delta to the previous one")
       ->check(CLI::IsMember({"absolute", "relative", "delta"}));
-  app.add_flag("-q,--quiet", options.quiet, "Print no summary");
+  app.add_flag("-q,--quiet", options.quiet, "Do not print a summary");
   Filter& filter = options.filter;
   add_filter(app, "--type", "NAME|NUMBER", "Only messages of this type",
              [&filter](const std::string& text) { filter.add_message_type(text); });
@@ -93,18 +95,19 @@ Options parse_options(int argc, const char* const* argv) {
   const int inputs =
       (options.captures.empty() ? 0 : 1) + (options.hex.empty() ? 0 : 1) + (options.interfaces.empty() ? 0 : 1);
   if (inputs == 0) {
-    throw UsageError("no input: name a capture or use --hex or --interface");
+    throw UsageError("no input: name a capture, or use --hex or --interface");
   }
   if (inputs > 1) {
-    throw UsageError("a capture, --hex and --interface exclude each other");
+    throw UsageError("captures, --hex and --interface cannot be combined");
   }
   for (const CLI::Option* option : {source, destination, capture_filter, write}) {
     if (!options.hex.empty() && option->count() != 0) {
-      throw UsageError("--" + option->get_lnames().front() + " needs a capture: messages in hexadecimal have no frame");
+      throw UsageError("--" + option->get_lnames().front() +
+                       " cannot be combined with --hex: hexadecimal messages have no frame");
     }
   }
   if (!options.write.empty() && (options.json || options.summary)) {
-    throw UsageError("--write prints nothing: leave --json and --summary out");
+    throw UsageError("--write cannot be combined with --json or --summary");
   }
   return options;
 }

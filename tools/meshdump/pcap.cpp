@@ -25,9 +25,9 @@ LinkType link_type_of(pcap* capture) {
   const int link_type = pcap_datalink(capture);
   if (!is_supported(link_type)) {
     const char* name = pcap_datalink_val_to_name(link_type);
-    throw std::runtime_error("frames of link type " +
+    throw std::runtime_error("unsupported link type " +
                              (name != nullptr ? std::string(name) : std::to_string(link_type)) +
-                             ", neither Ethernet nor Linux cooked");
+                             "; only Ethernet and Linux cooked frames are supported");
   }
   return static_cast<LinkType>(link_type);
 }

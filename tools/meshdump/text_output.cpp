@@ -66,7 +66,7 @@ void add_leniently(std::span<const std::uint8_t> cmdu, const LenientMessage& len
     out += "\n\ttype: " + enum_to_string(entry.raw.type) + " offset: " + std::to_string(entry.raw.offset) +
            " octets: " + to_hex(entry.raw.body);
     if (!entry.error.empty()) {
-      out += " refused: " + tools::for_terminal_line(entry.error);
+      out += " error: " + tools::for_terminal_line(entry.error);
     }
   }
   if (lenient.end == TLVWalkEnd::CUT_HEADER || lenient.end == TLVWalkEnd::CUT_BODY) {
@@ -77,7 +77,7 @@ void add_leniently(std::span<const std::uint8_t> cmdu, const LenientMessage& len
 
 std::string difference_text(std::span<const std::uint8_t> received, std::span<const std::uint8_t> encoded) {
   const auto [left, right] = std::mismatch(received.begin(), received.end(), encoded.begin(), encoded.end());
-  std::string text = "differs from offset " + std::to_string(left - received.begin()) + " on";
+  std::string text = "differs from offset " + std::to_string(left - received.begin());
   if (left != received.end() && right != encoded.end()) {
     text += ", " + to_hex({right, 1}) + " instead of " + to_hex({left, 1});
   }
@@ -140,7 +140,7 @@ std::string TextOutput::head_line(const Cmdu& cmdu) {
     text += " > " + frame.destination->to_string();
   }
   if (cmdu.reassembled) {
-    text += "  (put together from its fragments)";
+    text += "  (reassembled)";
   } else if (frame.captured.missing != 0) {
     text += "  (the last " + octets_text(frame.captured.missing) + " not captured)";
   }

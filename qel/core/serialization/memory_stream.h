@@ -73,6 +73,7 @@ inline std::optional<std::uint8_t> peek_octet(std::istream& is, const MemoryRead
   const std::istream::int_type octet = is.peek();
   return is.good() ? std::optional(static_cast<std::uint8_t>(octet)) : std::nullopt;
 }
+/// Peeks at the next octet of any stream.
 inline std::optional<std::uint8_t> peek_octet(std::istream& is) { return peek_octet(is, MemoryReadBuffer::of(is)); }
 
 /// Collects output in memory that grows as needed and is kept for reuse.

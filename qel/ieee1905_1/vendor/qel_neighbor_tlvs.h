@@ -15,8 +15,8 @@
 namespace qel::ieee1905_1 {
 
 /// The neighbours seen on a local interface: the interface's address and name, then neighbours up to the end of the
-/// body. The sub-length is checked against what was read; Derived has the texts, and the accessor of the neighbours.
-/// The list may be empty.
+/// body. The sub-length is checked against what was read. Derived defines the texts of the refusals and the accessor of
+/// the neighbours. The list may be empty.
 template <class Derived, QELVendorTLVType TYPE, class Neighbor>
 class QEL_EXPORT QELNeighborList : public VendorPayload<Derived, TYPE> {
  public:
