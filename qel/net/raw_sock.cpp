@@ -41,7 +41,7 @@ void bind_to(int socket, int interface, std::uint16_t protocol) {
   require(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0);
 }
 
-/// What the kernel knows of a frame besides its octets, as a place that a filter can load from.
+/// A property of a frame besides its octets, as an offset from which a filter can load it.
 constexpr std::uint32_t known(int property) { return static_cast<std::uint32_t>(SKF_AD_OFF + property); }
 
 std::error_code attach_filter(int socket, const sock_fprog* program) {
@@ -78,17 +78,17 @@ std::vector<sock_filter> untagged_program(std::span<const unsigned short> ethert
 
 FileDescriptor open_filtered(unsigned int interface, std::vector<sock_filter> code) {
   const sock_fprog program{static_cast<unsigned short>(code.size()), code.data()};
-  // Without a protocol it receives nothing before it is bound.
+  // Without a protocol, it receives nothing before it is bound.
   FileDescriptor socket(::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, 0));
   require(socket.get() >= 0);
   require(!attach_filter(socket.get(), &program));
-  // Spares the kernel a copy of each frame sent. Older ones do not know it, and the filter does not need it.
+  // Saves the kernel a copy of each frame sent. Older kernels do not support it, and the filter does not need it.
   const int one = 1;
   ::setsockopt(socket.get(), SOL_PACKET, PACKET_IGNORE_OUTGOING, &one, sizeof(one));
-  if (interface == 0) {  // would mean all of them
+  if (interface == 0) {  // 0 would mean all interfaces
     throw std::system_error(ENODEV, std::generic_category());
   }
-  // Of all protocols: to a socket of one the kernel gives frames whose VLAN it has forgotten, and none that a bridge
+  // For all protocols: to a socket for one protocol, the kernel gives frames without their VLAN, and none that a bridge
   // takes.
   bind_to(socket.get(), static_cast<int>(interface), htons(ETH_P_ALL));
   return socket;
@@ -115,7 +115,7 @@ RawSock::RawSock(const std::string& ifname, const DataCallback& on_data, const W
 }
 
 RawSock::~RawSock() {
-  // The platform lets go of the descriptor while it is still open.
+  // The platform must release the descriptor while it is still open.
   RawSock::remove_from_evsock();
 }
 
@@ -213,7 +213,7 @@ void RawSock::on_writable() {
 evsock* RawSock::add_to_evsock_impl() {
   set_fd(socket_.get());
   evsock* handle = ISimpleFDWatch::add_to_evsock_impl();
-  if (is_nonblocking_) {  // the base class has made it wait
+  if (is_nonblocking_) {  // the base class has made it blocking
     set_nonblocking();
   }
   return handle;
