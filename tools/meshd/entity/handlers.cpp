@@ -86,7 +86,7 @@ const Entity::Handler* Entity::find_handler(MessageType type) {
        NOT_RELAYED,
        {TLVType::AL_MAC_ADDRESS, TLVType::MAC_ADDRESS},
        &Entity::on_topology_discovery},
-      {TOPOLOGY_NOTIFICATION_MESSAGE, ANY, {TLVType::AL_MAC_ADDRESS, NONE}, &Entity::on_topology_notification},
+      {TOPOLOGY_NOTIFICATION_MESSAGE, ANY, {NONE, NONE}, &Entity::on_topology_notification},
       {TOPOLOGY_QUERY_MESSAGE, TO_US_ALONE, {NONE, NONE}, &Entity::on_topology_query},
       {TOPOLOGY_RESPONSE_MESSAGE, ANY, {TLVType::DEVICE_INFORMATION, NONE}, &Entity::on_topology_response},
       {LINK_METRIC_QUERY_MESSAGE, TO_US_ALONE, {NONE, NONE}, &Entity::on_link_metric_query},
@@ -166,10 +166,11 @@ Entity::Outcome Entity::on_topology_discovery(const Received& received, const Le
   return &FrameCounts::processed;
 }
 
-Entity::Outcome Entity::on_topology_notification(const Received& received, const LenientMessage& message) {
-  const MACAddress& al_mac = named_address<ALMACAddressTLV>(message);
-  return inquirer_.on_notification(al_mac, received.interface, received.time) ? &FrameCounts::processed
-                                                                              : &FrameCounts::ignored;
+/// Some leave out the AL MAC that the standard wants in it.
+Entity::Outcome Entity::on_topology_notification(const Received& received, const LenientMessage&) {
+  return inquirer_.on_notification(originator(received.frame), received.interface, received.time)
+             ? &FrameCounts::processed
+             : &FrameCounts::ignored;
 }
 
 bool Entity::may_answer(const Received& received) {
