@@ -214,7 +214,7 @@ void measure(Table& table, const Shape& shape) {
   table.add("  frames sent by a node until then", 0, spread(start, &Traffic::all_frames).mean);
   table.add("  time of the processor until then, ms", 1, cost(mesh, milliseconds).mean);
 
-  mesh.run(10 * INTERVAL);  // all have asked all again
+  mesh.run(4 * INTERVAL);  // the first wave of asking again begins
   const double time_before = cost(mesh, milliseconds).mean;
   constexpr int MINUTES = 6;  // of quiet
   const std::vector<Traffic> quiet = traffic_in(mesh, std::chrono::minutes(MINUTES));

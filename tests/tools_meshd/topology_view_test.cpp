@@ -183,6 +183,30 @@ TEST(TopologyView, IsAGraph) {
 )"));
 }
 
+/// The middle of a chain of three tells of the other end, which no bridge connects with us here.
+TEST(TopologyView, IsWhatTheEntityKnows) {
+  Device left{1};
+  Device middle{2, 3};
+  Device right{3};
+  middle.ports.states[0] = {400, 3, 500, 4, 1000, true};
+  middle.ports.hosts[2] = {mac(0x55, 1)};
+  for (int round = 0; round < 2; ++round) {
+    for (Device* device : {&left, &middle, &right}) {
+      device->entity.announce(TimePoint{});
+      carry({{left, 0, middle, 0}, {middle, 1, right, 0}}, TimePoint{});
+    }
+  }
+  const std::string text = to_text(view_topology("one", left.entity, TimePoint{} + std::chrono::seconds(5)));
+  EXPECT_THAT(text, StartsWith("node 02:19:05:A0:00:01 (one, this node), meshd 0.1\n"
+                               "  interface 02:19:05:10:00:11 ETHERNET GIGABIT_ETHERNET eth0\n"
+                               "    link to 02:19:05:A0:00:02 at 02:19:05:10:00:21: 0 Mb/s"));
+  EXPECT_THAT(text, HasSubstr("node 02:19:05:A0:00:02, meshd 0.2, answered 5 s ago\n"));
+  EXPECT_THAT(text, HasSubstr("    link to 02:19:05:A0:00:01 (one) at 02:19:05:10:00:11: 1000 Mb/s, 100 % available, "
+                              "sent 500 packets with 4 errors, received 400 packets with 3 errors\n"));
+  EXPECT_THAT(text, HasSubstr("    host 02:19:05:55:00:01\n"));
+  EXPECT_THAT(text, EndsWith("\nnode 02:19:05:A0:00:03, heard of, told by 02:19:05:A0:00:02\n"));
+}
+
 TEST(TopologyView, TakesNamesFromEthers) {
   std::istringstream file("# 2:19:5:a0:0:1 no\n\n02:19:05:A0:00:01 one # the first\n2:19:5:a0:0:2 tw\x1B\n2:19:5 no\n");
   EXPECT_EQ(read_names(file), (Names{{device_mac(1), "one"}, {device_mac(2), "tw?"}}));
