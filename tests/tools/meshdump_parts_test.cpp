@@ -136,13 +136,13 @@ TEST(Filter, UnderstandsNamesAndNumbers) {
     for (const std::string& text : row.matching) {
       Filter filter;
       (filter.*row.add)(text);
-      EXPECT_TRUE(filter.matches(cmdu, rejected)) << text;
+      EXPECT_TRUE(filter.matches_head(cmdu) && filter.matches_tlvs(cmdu, rejected)) << text;
     }
     Filter filter;
     for (const std::string& text : row.other) {
       (filter.*row.add)(text);
     }
-    EXPECT_FALSE(filter.matches(cmdu, rejected)) << row.other[0];
+    EXPECT_FALSE(filter.matches_head(cmdu) && filter.matches_tlvs(cmdu, rejected)) << row.other[0];
     for (const std::string& text : row.refused) {
       EXPECT_THROW((filter.*row.add)(text), std::invalid_argument) << text;
     }
@@ -159,7 +159,7 @@ TEST(Filter, FindsTlvsOfADecodedMessageInTheMessage) {
   for (const auto& [text, expected] : rows) {
     Filter filter;
     filter.add_tlv_type(text);
-    EXPECT_EQ(filter.matches(cmdu, decoded), expected) << text;
+    EXPECT_EQ(filter.matches_tlvs(cmdu, decoded), expected) << text;
   }
 }
 

@@ -147,8 +147,11 @@ std::string capture_of(const std::vector<std::string>& frames) {
   return capture;
 }
 
+const std::string ETHER = "0180C2000013 021905000C01 893A ", AL_MAC = "01 0006 021A2B3C4D5E";
+const std::string QUERY = "0000 0002 1001 0080 000000";
+
 TEST_F(Meshdump, PutsFragmentsTogether) {
-  const std::string ether = "0180C2000013 021905000C01 893A ", al = "01 0006 021A2B3C4D5E";
+  const std::string &ether = ETHER, &al = AL_MAC;
   const std::string file =
       write_file("fragments", capture_of({ether + "0000 0003 1234 0180 02 0006 06F1E2D3C4B5 00 0000",
                                           ether + "0000 0003 1234 0000" + al, ether + "0000 0003 1235 0000" + al}));
@@ -162,6 +165,32 @@ TEST_F(Meshdump, PutsFragmentsTogether) {
                         "Type: TOPOLOGY_RESPONSE_MESSAGE version: IEEE1905_1 MID: 4660 FID: 0 LastFragment: "
                         "true Relay: false\n\ttype: AL_MAC_ADDRESS"));
   EXPECT_EQ(run("--no-reassembly " + file).err, "meshdump: 3 CMDUs: 1 decoded, 2 rejected\n");
+}
+
+TEST_F(Meshdump, CountsMessagesOfFragments) {
+  const std::string first = ETHER + "0000 0003 1234 0000" + AL_MAC;
+  const std::string last = ETHER + "0000 0003 1234 0180 02 0006 06F1E2D3C4B5 00 0000";
+  write_file("first", capture_of({first}));
+  write_file("last", capture_of({last}));
+  write_file("whole", capture_of({first, last}));
+  write_file("late", capture_of({ETHER + "0000 0003 1235 0000" + AL_MAC, ETHER + QUERY, ETHER + QUERY}));
+  const struct {
+    std::string arguments, summary;
+    int status;
+  } rows[] = {
+      {"first last", "0 CMDUs: 0 decoded, 0 rejected; 2 fragments, 2 messages incomplete", 1},
+      {"first whole", "1 CMDU: 1 decoded, 0 rejected; 3 fragments, 1 message incomplete", 1},
+      {"--src 02:19:05:00:0C:02 first", "0 CMDUs: 0 decoded, 0 rejected; 1 filtered out", 0},
+      {"--type 2 first", "0 CMDUs: 0 decoded, 0 rejected; 1 filtered out", 0},
+      {"-c 1 whole whole", "1 CMDU: 1 decoded, 0 rejected; 2 fragments", 0},
+      {"-c 1 late", "1 CMDU: 1 decoded, 0 rejected; 1 fragment", 0},
+      {"-q -w o --tlv MAC_ADDRESS whole && $MESHDUMP o", "1 CMDU: 1 decoded, 0 rejected; 2 fragments", 0},
+  };
+  for (const auto& row : rows) {
+    const Outcome outcome = run(row.arguments);
+    EXPECT_EQ(outcome.err, "meshdump: " + row.summary + "\n") << row.arguments;
+    EXPECT_EQ(outcome.status, row.status) << row.arguments;
+  }
 }
 
 TEST_F(Meshdump, Filters) {
@@ -283,6 +312,7 @@ TEST_F(Meshdump, ReportsBrokenCaptures) {
 
 TEST_F(Meshdump, RefusesWrongUsage) {
   const std::string usage = " (see 'meshdump --help')";
+  const std::string count = " is not a whole number from 1 to 18446744073709551615";
   const struct {
     std::string arguments, complaint;
   } rows[] = {
@@ -298,6 +328,10 @@ TEST_F(Meshdump, RefusesWrongUsage) {
       {"--type FOO " + TWO_NODES, "--type: unknown message type 'FOO'" + usage},
       {"--tlv 256 " + TWO_NODES, "--tlv: unknown TLV type '256'" + usage},
       {"--src 1:2 " + TWO_NODES, "--src: '1:2' is not a MAC address such as 02:00:5E:10:00:01" + usage},
+      {"-c 0 -", "--count: '0'" + count + usage},
+      {"-c x -", "--count: 'x'" + count + usage},
+      {"-c -1 -", "--count: '-1'" + count + usage},
+      {"-c 99999999999999999999999 -", "--count: '99999999999999999999999'" + count + usage},
       {"missing.pcap", "missing.pcap: No such file or directory"},
       {"--hex /", "/: Is a directory"},
       {"in", "in: truncated dump file; tried to read 4 file header bytes, only got 0"},
@@ -311,7 +345,7 @@ TEST_F(Meshdump, RefusesWrongUsage) {
     EXPECT_EQ(outcome.out, "") << row.arguments;
     EXPECT_EQ(outcome.err, "meshdump: " + row.complaint + "\n");
   }
-  for (const char* arguments : {"--bogus", "-c 0", "--color maybe", "--type", "--interface"}) {
+  for (const char* arguments : {"--bogus", "--color maybe", "--type", "--interface"}) {
     const Outcome outcome = run(arguments);
     EXPECT_EQ(outcome.status, 2) << arguments;
     EXPECT_THAT(outcome.err, MatchesRegex("meshdump: [^\n]+ \\(see 'meshdump --help'\\)\n"));

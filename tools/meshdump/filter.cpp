@@ -102,7 +102,7 @@ void Filter::add_source(const std::string& text) { sources_.push_back(parse_addr
 
 void Filter::add_destination(const std::string& text) { destinations_.push_back(parse_address(text)); }
 
-bool Filter::matches(const Cmdu& cmdu, const Decoding& decoding) const {
+bool Filter::matches_head(const Cmdu& cmdu) const {
   if (!sources_.empty() && !(cmdu.frame && holds(sources_, cmdu.frame->source))) {
     return false;
   }
@@ -110,12 +110,11 @@ bool Filter::matches(const Cmdu& cmdu, const Decoding& decoding) const {
       !(cmdu.frame && cmdu.frame->destination && holds(destinations_, *cmdu.frame->destination))) {
     return false;
   }
-  if (!message_types_.empty()) {
-    const std::optional<MessageType> type = message_type(cmdu.octets);
-    if (!type || !holds(message_types_, *type)) {
-      return false;
-    }
-  }
+  const std::optional<MessageType> type = message_type(cmdu.octets);
+  return message_types_.empty() || (type && holds(message_types_, *type));
+}
+
+bool Filter::matches_tlvs(const Cmdu& cmdu, const Decoding& decoding) const {
   return tlv_types_.empty() || has_tlv(cmdu, decoding, tlv_types_);
 }
 

@@ -25,7 +25,9 @@ class Filter {
     return message_types_.empty() && tlv_types_.empty() && sources_.empty() && destinations_.empty();
   }
 
-  bool matches(const Cmdu& cmdu, const Decoding& decoding) const;
+  /// Compares the addresses of the frame and the message type, which a fragment shares with its message.
+  bool matches_head(const Cmdu& cmdu) const;
+  bool matches_tlvs(const Cmdu& cmdu, const Decoding& decoding) const;
 
  private:
   std::vector<qel::ieee1905_1::MessageType> message_types_;

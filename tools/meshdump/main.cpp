@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -98,6 +100,7 @@ class Dump {
         begin();
         dump_frames(capture);
       });
+      end_capture();
     } else if (!options_.hex.empty()) {
       guard([&] { dump_hex(); });
     } else {
@@ -107,7 +110,6 @@ class Dump {
       write(json_ ? json_->summary(tally_) : tally_.text());
     }
     flush();
-    summary_.set_incomplete(reassembly_.count_incomplete());
     if (opened_ && !options_.quiet) {
       complain(summary_.text(options_.reencode));
     }
@@ -152,6 +154,7 @@ class Dump {
     }
     for (CaptureFile& capture : captures) {
       guard([&] { dump_frames(capture); });
+      end_capture();
     }
   }
 
@@ -188,14 +191,34 @@ class Dump {
     }
   }
 
+  /// Drops unfinished messages, because those of another capture have nothing to do with them. They count as incomplete
+  /// unless the run ended before the capture, when their fragments might still have come.
+  void end_capture() {
+    const bool is_live = !options_.interfaces.empty();
+    for (auto& [origin, reassembly] : reassemblies_) {
+      if (is_live) {
+        reassembly.expire(Reassembly::TimePoint(std::chrono::system_clock::now().time_since_epoch()));
+      }
+      const Reassembly::Counts& counts = reassembly.counts();
+      summary_.count_incomplete(is_live || is_enough() ? counts.spoiled + counts.expired + counts.displaced
+                                                       : reassembly.count_incomplete());
+    }
+    reassemblies_.clear();
+  }
+
   void dump(const Cmdu& cmdu) {
+    if (!options_.filter.matches_head(cmdu)) {
+      summary_.count_filtered_out();
+      return;
+    }
     const Decoding decoding = decoder_.decode(cmdu.octets);
     const bool is_fragment = options_.reassemble && cmdu.frame && decoding.head() && decoding.head()->is_fragmented();
     show(cmdu, decoding, is_fragment);
     if (is_fragment) {
       // Captures record the time of day; only the time between frames matters here.
       const Reassembly::TimePoint time(cmdu.frame->captured.time);
-      if (const auto octets = reassembly_.add(cmdu.frame->source, cmdu.octets, time)) {
+      Reassembly& reassembly = reassemblies_[std::string(cmdu.frame->captured.origin)];
+      if (const auto octets = reassembly.add(cmdu.frame->source, cmdu.octets, time)) {
         const Cmdu whole{*octets, cmdu.number, cmdu.frame, true};
         show(whole, decoder_.decode(whole.octets), false);
       }
@@ -203,7 +226,9 @@ class Dump {
   }
 
   void show(const Cmdu& cmdu, const Decoding& decoding, bool is_fragment) {
-    if (!options_.filter.matches(cmdu, decoding)) {
+    // The TLV asked for may be in another fragment, and the capture that is written needs all of them.
+    const bool is_written_anyway = is_fragment && writer_;
+    if (!is_written_anyway && !options_.filter.matches_tlvs(cmdu, decoding)) {
       summary_.count_filtered_out();
       return;
     }
@@ -212,8 +237,8 @@ class Dump {
     } else {
       summary_.count(cmdu, decoding);
       tally_.count(cmdu, decoding);
+      ++shown_;
     }
-    ++shown_;
     if (writer_) {
       if (!cmdu.reassembled) {  // its fragments have been written already
         writer_->write(cmdu.frame->captured, comment_of(cmdu, decoding));
@@ -248,9 +273,9 @@ class Dump {
   std::string text_;
   Summary summary_;
   Tally tally_;
-  Reassembly reassembly_;
-  std::uint64_t shown_ = 0;
-  bool live_;  // somebody may be waiting for the answer to what they just sent
+  std::map<std::string, Reassembly> reassemblies_;  // by file or interface, of the captures being read
+  std::uint64_t shown_ = 0;                         // messages, without fragments
+  bool live_;                                       // somebody may be waiting for the answer to what they just sent
   bool opened_ = false;
   bool failed_ = false;
 };

@@ -3,7 +3,13 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
 #include <functional>
+#include <limits>
+#include <string>
+#include <system_error>
 #include <vector>
 
 namespace meshdump {
@@ -32,6 +38,16 @@ const CLI::Option* add_filter(CLI::App& app, const std::string& name, const std:
       ->allow_extra_args(false);
 }
 
+std::uint64_t parse_count(const std::string& text) {
+  std::uint64_t count = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
+  if (error != std::errc() || end != text.data() + text.size() || count == 0) {
+    throw UsageError("--count: '" + text + "' is not a whole number from 1 to " +
+                     std::to_string(std::numeric_limits<std::uint64_t>::max()));
+  }
+  return count;
+}
+
 }  // namespace
 
 Options parse_options(int argc, const char* const* argv) {
@@ -48,9 +64,10 @@ Options parse_options(int argc, const char* const* argv) {
   const CLI::Option* capture_filter =
       app.add_option("--filter", options.capture_filter, "Read only frames that match this pcap filter")
           ->type_name("EXPRESSION");
-  app.add_option("-c,--count", options.most, "Exit after this many messages")
-      ->type_name("N")
-      ->check(CLI::PositiveNumber);
+  app.add_option_function<std::string>(
+         "-c,--count", [&options](const std::string& text) { options.most = parse_count(text); },
+         "Exit after N messages; fragments do not count")
+      ->type_name("N");
   const CLI::Option* write =
       app.add_option("-w,--write", options.write, "Write the frames of the messages as pcapng instead of printing them")
           ->type_name("FILE");

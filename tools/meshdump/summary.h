@@ -16,8 +16,7 @@ class Summary {
   void count_skipped_frame() { ++skipped_frames_; }
   void count_bad_line() { ++bad_lines_; }
   void count_fragment() { ++fragments_; }
-  /// Sets the number of messages with missing fragments.
-  void set_incomplete(std::uint64_t messages) { incomplete_ = messages; }
+  void count_incomplete(std::uint64_t messages) { incomplete_ += messages; }
 
   /// True if a message was rejected or incomplete.
   bool any_fault() const { return rejected_ != 0 || incomplete_ != 0; }
