@@ -9,6 +9,7 @@
 #include "tools/meshdump/filter.h"
 #include "tools/meshdump/hex_text.h"
 #include "tools/meshdump/link_frame.h"
+#include "tools/meshdump/tally.h"
 #include "tools/safe_text.h"
 
 namespace meshdump {
@@ -48,6 +49,20 @@ TEST(LinkFrame, LooksThroughTagsAndSurvivesEveryLength) {
       EXPECT_FALSE(parse_link_frame(row.link_type, {frame.data(), size})) << row.octets << " cut to " << size;
     }
   }
+}
+
+TEST(Tally, BoundsTheNumberOfSenders) {
+  const Octets query = octets("0000 0002 1001 0080 000000");
+  const Decoding decoded = Decoder(false).decode(query);
+  Tally tally;
+  for (std::uint8_t high = 0; high < 8; ++high) {
+    for (unsigned int low = 0; low < 256; ++low) {
+      const qel::MACAddress sender({2, 0, 0, 0, high, static_cast<std::uint8_t>(low)});
+      tally.count({query, 1, FrameInfo{sender, std::nullopt, {}}}, decoded);
+    }
+  }
+  EXPECT_EQ(tally.senders().size(), 1025U);
+  EXPECT_EQ(tally.senders().at("OTHERS"), 1024U);
 }
 
 TEST(SafeText, ReplacesWhatIsNoUtf8) {

@@ -90,6 +90,12 @@ TEST_F(Meshdump, PrintsOneJsonObjectInOneLine) {
           "\n");
   EXPECT_EQ(outcome.err,
             "meshdump: 3 CMDUs: 2 decoded, 1 rejected; 0 re-encoded to the same octets, 1 differ, 1 not encodable\n");
+  const std::string nested = "0b000c" + to_hex(qel::VENDOR_OUI) + "000b00050ab1050900";
+  for (const std::string& tlv : {std::string("0b00050ab1050900"), nested}) {
+    EXPECT_THAT(run("--hex -", "0000000401020080" + tlv + "000000\n").out,
+                HasSubstr("type: VENDOR_UNKNOWN length: 2 Bytes\n\t\toctets: 0900\n\ttype: END_OF_MESSAGE\n"));
+    EXPECT_THAT(run("--hex -", "0000000401020080" + tlv + "ff0000\n").out, HasSubstr("\n\t\toctets: 0900\n"));
+  }
   EXPECT_THAT(run("--json --hex -", "0000000401020080 0b0008" + to_hex(qel::VENDOR_OUI) + "0900020001 000000\n").out,
               HasSubstr(R"("qel_message_type":"QEL_MESHD_VERSION_MESSAGE","consumed":22)"));
 }
@@ -133,12 +139,13 @@ TEST_F(Meshdump, ReproducesLiveTraffic) {
                          R"("error_offset":17,"type":"AP_AUTOCONFIGURATION_WSC_MESSAGE","mid":16,"tlvs":[)"));
 }
 
-/// Makes a capture of Ethernet frames one second apart (pcap, microseconds, little-endian).
-std::string capture_of(const std::vector<std::string>& frames) {
+/// Makes a capture of frames one second apart (pcap, microseconds, little-endian).
+std::string capture_of(const std::vector<std::string>& frames, std::size_t link_type = 1) {
   const auto number = [](std::size_t value) {
     return std::string{static_cast<char>(value), static_cast<char>(value >> 8U), 0, 0};
   };
-  std::string capture = std::string("\xD4\xC3\xB2\xA1\2\0\4\0", 8) + number(0) + number(0) + number(65535) + number(1);
+  std::string capture =
+      std::string("\xD4\xC3\xB2\xA1\2\0\4\0", 8) + number(0) + number(0) + number(65535) + number(link_type);
   for (std::size_t frame = 0; frame < frames.size(); ++frame) {
     const auto octets = parse_hex_line(frames[frame], 1)->octets;
     capture += number(frame) + number(0) + number(octets.size()) + number(octets.size());
@@ -191,6 +198,21 @@ TEST_F(Meshdump, CountsMessagesOfFragments) {
     EXPECT_EQ(outcome.err, "meshdump: " + row.summary + "\n") << row.arguments;
     EXPECT_EQ(outcome.status, row.status) << row.arguments;
   }
+}
+
+/// Fragments at the ends of the range of a 64-bit count of seconds (pcapng).
+TEST_F(Meshdump, SurvivesAnyTime) {
+  std::string capture =
+      "0A0D0D0A0000001C1A2B3C4D00010000FFFFFFFFFFFFFFFF0000001C"
+      "000000010000002000010000000000000009000100000000000000000000000000000020";
+  capture.erase(capture.size() - 16, 8);
+  for (const char* time : {"7FFFFFFFFFFFFFFF", "0000000000000001", "8000000000000000"}) {
+    capture += std::string("000000060000004000000000") + time + "0000001F0000001F" + ETHER + "0000 0003 1234 0000" +
+               AL_MAC + "00 00000040";
+  }
+  const auto octets = parse_hex_line(capture, 1)->octets;
+  EXPECT_THAT(run("--time relative -", std::string(octets.begin(), octets.end())).out,
+              MatchesRegex("frame 1  \\+0\\.0.*\nframe 2  -4294967295\\.0.*\nframe 3  -8589934592\\.0.*"));
 }
 
 TEST_F(Meshdump, Filters) {

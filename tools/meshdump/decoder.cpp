@@ -25,7 +25,7 @@ Decoding Decoder::decode(std::span<const std::uint8_t> cmdu) {
     Reencoding& reencoding = result.reencoding.emplace();
     output_.reset();
     try {
-      result.message->serialize_impl(output_, context_);
+      qel::ieee1905_1::encode(*result.message, output_, context_);
       reencoding.octets = output_.octets();
     } catch (const SerializationException& exception) {
       reencoding.error = exception.what();

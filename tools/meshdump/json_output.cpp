@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
-#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
+#include "tools/meshdump/bodies.h"
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
 #include "tools/meshdump/tlv_fields.h"
@@ -17,8 +17,6 @@ using qel::ieee1905_1::LenientMessage;
 using qel::ieee1905_1::Message;
 using qel::ieee1905_1::TLV;
 using qel::ieee1905_1::TLVWalkEnd;
-using qel::ieee1905_1::VendorSpecificTLV;
-using qel::serialization::SerializationContext;
 
 void put_reencoding(JsonWriter& json, const Reencoding& reencoding) {
   if (reencoding.error) {
@@ -28,34 +26,6 @@ void put_reencoding(JsonWriter& json, const Reencoding& reencoding) {
     json.put("reencoded", to_hex(reencoding.octets));
   }
 }
-
-/// The body from which a TLV was decoded; empty if the TLV did not read all of it.
-std::span<const std::uint8_t> whole_body(const LenientMessage::Entry& entry) {
-  return entry.tlv != nullptr && entry.unread == 0 ? entry.raw.body : std::span<const std::uint8_t>();
-}
-
-/// The bodies of the TLVs in a decoded message, for octets that the TLVs do not keep. If the length of a body differs
-/// from that of its fields, it and all later ones are unknown.
-class Bodies {
- public:
-  Bodies(const Message& message, std::span<const std::uint8_t> cmdu, SerializationContext& context) {
-    if (message.find<VendorSpecificTLV>() != nullptr) {
-      lenient_ = qel::ieee1905_1::decode_leniently(cmdu, context);
-    }
-  }
-
-  /// The body of the next TLV; empty if it is unknown.
-  std::span<const std::uint8_t> next() {
-    const auto& entries = lenient_.entries;
-    const auto body = next_ < entries.size() ? whole_body(entries[next_]) : std::span<const std::uint8_t>();
-    next_ = body.data() != nullptr ? next_ + 1 : entries.size();
-    return body;
-  }
-
- private:
-  LenientMessage lenient_;
-  std::size_t next_ = 0;
-};
 
 }  // namespace
 

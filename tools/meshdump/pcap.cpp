@@ -10,11 +10,13 @@ namespace meshdump {
 
 namespace {
 
-/// A damaged file may contain any time, so seconds are limited to prevent overflow.
+/// A damaged file may contain any time. It is limited to the seconds that a pcap file can express, so that even the
+/// difference of two times fits into 64 bits of nanoseconds.
 std::chrono::microseconds time_of(const timeval& time) {
-  constexpr std::int64_t LIMIT = 9'000'000'000'000;
-  const std::int64_t seconds = std::clamp<std::int64_t>(time.tv_sec, -LIMIT, LIMIT);
-  return std::chrono::seconds(seconds) + std::chrono::microseconds(time.tv_usec);
+  constexpr std::int64_t LIMIT = 1LL << 32U;
+  constexpr std::int64_t LAST_MICROSECOND = 999'999;
+  return std::chrono::seconds(std::clamp<std::int64_t>(time.tv_sec, -LIMIT, LIMIT)) +
+         std::chrono::microseconds(std::clamp<std::int64_t>(time.tv_usec, 0, LAST_MICROSECOND));
 }
 
 }  // namespace

@@ -28,16 +28,20 @@ std::string table(const std::string& title, const Tally::Counts& counts) {
   return text;
 }
 
+void add(Tally::Counts& counts, const std::string& name) {
+  ++(counts.size() < Tally::MOST_ROWS || counts.contains(name) ? counts[name] : counts["OTHERS"]);
+}
+
 }  // namespace
 
 void Tally::count(const Cmdu& cmdu, const Decoding& decoding) {
   const auto type = message_type(cmdu.octets);
-  ++types_[type ? enum_to_string(*type) : "NONE"];
+  add(types_, type ? enum_to_string(*type) : "NONE");
   if (cmdu.frame) {
-    ++senders_[cmdu.frame->source.to_string()];
+    add(senders_, cmdu.frame->source.to_string());
   }
   if (!decoding.message) {
-    ++refusals_[decoding.error];
+    add(refusals_, decoding.error);
   }
 }
 

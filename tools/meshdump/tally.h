@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -9,9 +10,12 @@
 
 namespace meshdump {
 
-/// Counts messages by type, sender and reason for rejection.
+/// Counts messages by type, sender and reason for rejection. Senders can invent any number of addresses, so a table has
+/// at most MOST_ROWS names; all others are counted together as "OTHERS".
 class Tally {
  public:
+  static constexpr std::size_t MOST_ROWS = 1024;
+
   void count(const Cmdu& cmdu, const Decoding& decoding);
 
   using Counts = std::map<std::string, std::uint64_t>;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "tools/meshdump/bodies.h"
 #include "tools/meshdump/debug_text.h"
 #include "tools/meshdump/hex_text.h"
 #include "tools/safe_text.h"
@@ -15,6 +16,8 @@ namespace meshdump {
 namespace {
 
 using qel::ieee1905_1::LenientMessage;
+using qel::ieee1905_1::Message;
+using qel::ieee1905_1::TLV;
 using qel::ieee1905_1::TLVWalkEnd;
 using qel::serialization::MemoryOStream;
 
@@ -52,12 +55,21 @@ std::string rejection_text(const Decoding& decoding) {
          tools::for_terminal_line(decoding.error);
 }
 
+/// Adds the debug text of a TLV. If its payload is another vendor's, the octets follow, because the text tells only
+/// their number.
+void add_tlv(const TLV& tlv, std::span<const std::uint8_t> body, MemoryOStream& stream, std::string& out) {
+  out += "\n\t" + tools::for_terminal(debug_text(stream, tlv));
+  if (const auto octets = foreign_payload(tlv, body); !octets.empty()) {
+    out += "\n\t\toctets: " + to_hex(octets);
+  }
+}
+
 /// Adds the debug text of each TLV, and the octets of those that were not decoded.
 void add_leniently(std::span<const std::uint8_t> cmdu, const LenientMessage& lenient, MemoryOStream& stream,
                    std::string& out) {
   for (const LenientMessage::Entry& entry : lenient.entries) {
     if (entry.tlv != nullptr) {
-      out += "\n\t" + tools::for_terminal(debug_text(stream, *entry.tlv));
+      add_tlv(*entry.tlv, whole_body(entry), stream, out);
       if (entry.unread != 0) {
         out += " rest: " + to_hex(entry.raw.body.last(entry.unread));
       }
@@ -110,7 +122,13 @@ void TextOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
   add(BOLD, head_line(cmdu));
   first_ = false;
   if (decoding.message) {
-    out += tools::for_terminal(debug_text(text_, *decoding.message)) + '\n';
+    const Message& message = *decoding.message;
+    out += tools::for_terminal(debug_text(text_, message.get_head()));
+    Bodies bodies(message, cmdu.octets, context_);
+    for (const auto& tlv : message.get_list().get_TLV_list()) {
+      add_tlv(*tlv, bodies.next(), text_, out);
+    }
+    out += '\n';
   } else {
     add(RED, rejection_text(decoding));
     if (decoding.lenient) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "qel/core/serialization/memory_stream.h"
+#include "qel/core/serialization/serialization_context.h"
 #include "tools/meshdump/output.h"
 
 namespace meshdump {
@@ -36,6 +37,7 @@ class TextOutput final : public Output {
   bool first_ = true;
   std::chrono::microseconds reference_{};  // the base of relative times
   qel::serialization::MemoryOStream text_;
+  qel::serialization::SerializationContext context_;
 };
 
 }  // namespace meshdump
