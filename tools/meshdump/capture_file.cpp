@@ -45,6 +45,8 @@ CaptureFile::CaptureFile(const std::string& path, const std::string& filter) : p
   }
 }
 
+bool CaptureFile::reads(const std::string& path) const { return is_same_file(pcap_file(capture_.get()), path); }
+
 std::optional<CapturedFrame> CaptureFile::next() {
   pcap_pkthdr* header = nullptr;
   const u_char* octets = nullptr;

@@ -16,6 +16,10 @@ class CaptureFile {
   /// capture.
   CaptureFile(const std::string& path, const std::string& filter);
 
+  LinkType link_type() const { return link_type_; }
+  /// True if `path` names the file that is read; "-" is standard output.
+  bool reads(const std::string& path) const;
+
   /// Returns nothing at the end. Throws InputError if the capture ends within a frame or is damaged.
   std::optional<CapturedFrame> next();
 

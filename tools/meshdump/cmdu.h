@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 
 #include "qel/core/mac_address.h"
 #include "qel/ieee1905_1/message_type.h"
@@ -16,6 +17,7 @@ struct FrameInfo {
   qel::MACAddress source;
   std::optional<qel::MACAddress> destination;  ///< empty if the capture does not record it
   CapturedFrame captured;
+  std::string interface = {};  ///< name or index, if the frame records it; otherwise empty
 };
 
 /// A CMDU as received, not yet decoded.

@@ -1,5 +1,8 @@
 #include "tools/meshdump/input.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstring>
 
@@ -22,6 +25,14 @@ File open_input(const std::string& path) {
     throw input_error(path, std::strerror(errno));
   }
   return file;
+}
+
+bool is_same_file(std::FILE* file, const std::string& path) {
+  struct stat left {};
+  struct stat right {};
+  const int status = path == "-" ? fstat(STDOUT_FILENO, &right) : stat(path.c_str(), &right);
+  return status == 0 && fstat(fileno(file), &left) == 0 && S_ISREG(left.st_mode) && left.st_dev == right.st_dev &&
+         left.st_ino == right.st_ino;
 }
 
 InputError input_error(const std::string& path, const std::string& what) {

@@ -25,6 +25,9 @@ bool is_standard_input(const std::string& path);
 /// Throws InputError.
 File open_input(const std::string& path);
 
+/// True if the open file is a regular one and is also the file at `path`; there, "-" means standard output.
+bool is_same_file(std::FILE* file, const std::string& path);
+
 /// Makes an error with the text `what` for the input.
 InputError input_error(const std::string& path, const std::string& what);
 

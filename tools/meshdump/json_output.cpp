@@ -114,6 +114,9 @@ void JsonOutput::print(const Cmdu& cmdu, const Decoding& decoding, std::string& 
     if (cmdu.frame->destination) {
       json_.put("dst", cmdu.frame->destination->to_string());
     }
+    if (!cmdu.frame->interface.empty()) {
+      json_.put("interface", cmdu.frame->interface);
+    }
     if (with_origin_) {
       json_.put("origin", cmdu.frame->captured.origin);
     }

@@ -8,17 +8,30 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
+
+#include "qel/ieee1905_1/cmdu.h"
 
 namespace meshdump {
 
 namespace {
 
-/// Each "vlan" looks one tag further; it does not apply to cooked frames.
-constexpr const char* FILTER = "ether proto 0x893a or (vlan and (ether proto 0x893a or (vlan and ether proto 0x893a)))";
-constexpr const char* COOKED_FILTER = "ether proto 0x893a";
+using qel::ieee1905_1::CMDU_ETHERTYPE;
+
+std::string is(std::uint16_t ethertype) { return "ether proto " + std::to_string(ethertype); }
+
+/// In libpcap's filter language: IEEE 1905.1 frames with up to two tags. Each "vlan" looks one tag further, but does
+/// not apply to cooked frames: of those it lets all tagged ones through, because the kernel shows the filter either the
+/// tag or what follows it, depending on the direction.
+std::string filter_for(LinkType link_type) {
+  const std::string cmdu = is(CMDU_ETHERTYPE);
+  return link_type == LinkType::ETHERNET ? cmdu + " or (vlan and (" + cmdu + " or (vlan and " + cmdu + ")))"
+                                         : cmdu + " or " + is(C_TAG_ETHERTYPE) + " or " + is(S_TAG_ETHERTYPE);
+}
+
 constexpr int WHOLE_FRAMES = 65535;  // octets
 
 /// The signals that end a capture.
@@ -38,9 +51,8 @@ InputError error_of(const std::string& interface, const std::string& what) {
 void check(const std::string& interface, pcap_t* capture, int status) {
   if (status < 0) {
     const std::string detail = pcap_geterr(capture);
-    throw error_of(interface, detail.empty() || status != PCAP_ERROR
-                                  ? pcap_statustostr(status) + (detail.empty() ? "" : ": " + detail)
-                                  : detail);
+    const std::string meaning = status == PCAP_ERROR && !detail.empty() ? detail : pcap_statustostr(status);
+    throw error_of(interface, detail.empty() || detail == meaning ? meaning : meaning + ": " + detail);
   }
 }
 
@@ -60,6 +72,14 @@ LiveCapture::~LiveCapture() {
   sigprocmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
+std::set<LinkType> LiveCapture::link_types() const {
+  std::set<LinkType> types;
+  for (const Source& source : sources_) {
+    types.insert(source.link_type);
+  }
+  return types;
+}
+
 LiveCapture::Source LiveCapture::open(const std::string& interface, const std::string& filter) {
   std::array<char, PCAP_ERRBUF_SIZE> text{};
   Source source{interface, Pcap(pcap_create(interface.c_str(), text.data()))};
@@ -72,8 +92,12 @@ LiveCapture::Source LiveCapture::open(const std::string& interface, const std::s
   check(interface, capture, pcap_set_immediate_mode(capture, 1));
   check(interface, capture, pcap_activate(capture));
   try {
+    if (pcap_datalink(capture) == static_cast<int>(LinkType::LINUX_COOKED)) {
+      // It records the interface. Where libpcap does not know it, the first version remains.
+      static_cast<void>(pcap_set_datalink(capture, static_cast<int>(LinkType::LINUX_COOKED_V2)));
+    }
     source.link_type = link_type_of(capture);
-    const std::string ours = source.link_type == LinkType::ETHERNET ? FILTER : COOKED_FILTER;
+    const std::string ours = filter_for(source.link_type);
     set_filter(capture, filter.empty() ? ours : "(" + filter + ") and (" + ours + ")");
   } catch (const std::runtime_error& exception) {
     throw error_of(interface, exception.what());

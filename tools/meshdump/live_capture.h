@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,9 @@ class LiveCapture {
   LiveCapture(const LiveCapture&) = delete;
   LiveCapture& operator=(const LiveCapture&) = delete;
   ~LiveCapture();
+
+  /// Those of its frames.
+  std::set<LinkType> link_types() const;
 
   /// Waits for a frame; returns nothing at the end. Throws InputError if an interface disappears.
   std::optional<CapturedFrame> next();

@@ -1,6 +1,10 @@
+#include <net/if.h>
+
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +12,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -63,13 +68,16 @@ std::string comment_of(const Cmdu& cmdu, const Decoding& decoding) {
   if (const MessageHead* head = decoding.head()) {
     text += " MID: " + std::to_string(head->get_message_id());
   }
-  const char* separator = "; ";
+  const char* separator = "; ";  // there are TLVs only after a header
   TLVWalk walk(cmdu.octets);
   while (const std::optional<RawTLV> tlv = walk.next()) {
     text += separator + enum_to_string(tlv->type);
     separator = ", ";
   }
-  return decoding.message ? text : text + "; rejected " + decoding.place + ": " + tools::to_utf8(decoding.error);
+  if (!decoding.message) {
+    text += (text.empty() ? "" : "; ") + ("rejected " + decoding.place) + ": " + tools::to_utf8(decoding.error);
+  }
+  return text;
 }
 
 /// A run over all inputs.
@@ -88,16 +96,13 @@ class Dump {
       style.origin = several;
       text_output_ = std::make_unique<TextOutput>(style);
     }
-    if (!options.write.empty()) {
-      writer_.emplace(options.write);
-    }
   }
 
   ExitStatus run() {
     if (!options_.interfaces.empty()) {
       guard([&] {
         LiveCapture capture(options_.interfaces, options_.capture_filter);
-        begin();
+        begin(capture.link_types());
         dump_frames(capture);
       });
       end_capture();
@@ -136,9 +141,15 @@ class Dump {
 
   bool is_enough() const { return options_.most != 0 && shown_ >= options_.most; }
 
-  /// Called when all input is open; its contents cannot be trusted.
-  void begin() {
+  /// Called when all input is open; its contents cannot be trusted. `link_types` are those of its frames.
+  void begin(const std::set<LinkType>& link_types) {
     opened_ = true;
+    if (!options_.write.empty()) {
+      if (link_types.size() > 1) {  // pcapng has room for several, but libpcap does not read them
+        throw std::runtime_error("cannot write frames of several link types into one capture");
+      }
+      writer_.emplace(options_.write);  // replaces the file, so not before everything else can be read
+    }
     if (const std::error_code error = tools::keep_capabilities({})) {
       complain("cannot drop capabilities: " + error.message());
     }
@@ -149,8 +160,16 @@ class Dump {
     for (const std::string& path : options_.captures) {
       guard([&] { captures.emplace_back(path, options_.capture_filter); });
     }
+    std::set<LinkType> link_types;
+    for (const CaptureFile& capture : captures) {
+      link_types.insert(capture.link_type());
+      if (!options_.write.empty() && capture.reads(options_.write)) {
+        throw std::runtime_error((options_.write == "-" ? "the output" : options_.write) +
+                                 " is an input: write to another file");
+      }
+    }
     if (!captures.empty()) {
-      begin();
+      begin(link_types);
     }
     for (CaptureFile& capture : captures) {
       guard([&] { dump_frames(capture); });
@@ -167,16 +186,27 @@ class Dump {
       }
       const std::optional<LinkFrame> frame = parse_link_frame(captured->link_type, captured->octets);
       if (frame && frame->ethertype == CMDU_ETHERTYPE) {
-        dump({frame->payload, captured->number, FrameInfo{frame->source, frame->destination, *captured}});
+        dump({frame->payload, captured->number,
+              FrameInfo{frame->source, frame->destination, *captured, interface_text(frame->interface)}});
       } else {
         summary_.count_skipped_frame();
       }
     }
   }
 
+  /// In a live capture the name; otherwise, the index belongs to another machine. Empty for no interface.
+  std::string interface_text(std::uint32_t index) const {
+    std::array<char, IF_NAMESIZE> name{};
+    if (index == 0) {
+      return {};
+    }
+    const bool is_named = !options_.interfaces.empty() && if_indextoname(index, name.data()) != nullptr;
+    return is_named ? name.data() : std::to_string(index);
+  }
+
   void dump_hex() {
     HexFile file(options_.hex);
-    begin();
+    begin({});
     while (!is_enough()) {
       const std::optional<HexLine> line = file.next();
       if (!line) {

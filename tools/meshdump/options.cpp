@@ -12,6 +12,8 @@
 #include <system_error>
 #include <vector>
 
+#include "tools/meshdump/input.h"
+
 namespace meshdump {
 
 namespace {
@@ -56,11 +58,13 @@ Options parse_options(int argc, const char* const* argv) {
   app.footer(FOOTER);
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_version_flag("--version", "meshdump " MESHDUMP_VERSION, "Print the version and exit");
-  app.add_option("FILE", options.captures, "Captures of Ethernet frames, pcap or pcapng")->type_name("");
+  app.add_option("FILE", options.captures, "Captures of Ethernet or Linux cooked frames, pcap or pcapng")
+      ->type_name("");
   app.add_option("--hex", options.hex, "Read messages in hexadecimal instead, one per line")->type_name("FILE");
   app.add_option("-i,--interface", options.interfaces,
-                 "Capture on these interfaces instead, or on \"any\", until SIGINT or SIGTERM")
-      ->type_name("IF");
+                 "Capture on this interface instead, or on \"any\", until SIGINT or SIGTERM; repeatable")
+      ->type_name("IF")
+      ->allow_extra_args(false);
   const CLI::Option* capture_filter =
       app.add_option("--filter", options.capture_filter, "Read only frames that match this pcap filter")
           ->type_name("EXPRESSION");
@@ -116,6 +120,9 @@ Options parse_options(int argc, const char* const* argv) {
   }
   if (inputs > 1) {
     throw UsageError("captures, --hex and --interface cannot be combined");
+  }
+  if (std::count_if(options.captures.begin(), options.captures.end(), is_standard_input) > 1) {
+    throw UsageError("standard input can be read only once");
   }
   for (const CLI::Option* option : {source, destination, capture_filter, write}) {
     if (!options.hex.empty() && option->count() != 0) {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 namespace meshdump {
 
@@ -91,7 +92,7 @@ void PcapngWriter::flush() { check(std::fflush(file_.get()) == 0); }
 /// Returns the number of the interface or file; describes it when its first frame is written.
 std::uint32_t PcapngWriter::interface_of(const CapturedFrame& frame) {
   const auto number = static_cast<std::uint32_t>(interfaces_.size());
-  const auto [place, is_new] = interfaces_.try_emplace({std::string(frame.origin), frame.link_type}, number);
+  const auto [place, is_new] = interfaces_.try_emplace(std::string(frame.origin), number);
   if (is_new) {
     Block description(INTERFACE_DESCRIPTION);
     description.put(static_cast<std::uint16_t>(frame.link_type));

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tools/meshdump/captured_frame.h"
@@ -11,7 +11,7 @@
 
 namespace meshdump {
 
-/// Writes frames as a pcapng capture, each with a comment (draft-ietf-opsawg-pcapng).
+/// Writes frames of one link type as a pcapng capture, each with a comment (draft-ietf-opsawg-pcapng).
 class PcapngWriter {
  public:
   /// Replaces any file at `path`; "-" is standard output. Throws std::runtime_error.
@@ -28,7 +28,7 @@ class PcapngWriter {
 
   std::string path_;
   File file_;
-  std::map<std::pair<std::string, LinkType>, std::uint32_t> interfaces_;  // numbers of those described so far
+  std::map<std::string, std::uint32_t, std::less<>> interfaces_;  // numbers of those described so far
 };
 
 }  // namespace meshdump

@@ -153,6 +153,9 @@ std::string TextOutput::head_line(const Cmdu& cmdu) {
   if (style_.origin) {
     text += "  " + tools::for_terminal_line(frame.captured.origin);
   }
+  if (!frame.interface.empty()) {
+    text += "  interface " + tools::for_terminal_line(frame.interface);
+  }
   text += "  " + time_text(frame.captured.time) + "  " + frame.source.to_string();
   if (frame.destination) {
     text += " > " + frame.destination->to_string();
