@@ -205,6 +205,7 @@ void Inquirer::tend(TimePoint now) {
 /// somewhere: when no answer comes the others have their turns, from the first one on with twice as much patience.
 bool Inquirer::ask(const MACAddress& al_mac, Device& device, TimePoint now) {
   Inquiry& inquiry = device.inquiry;
+  inquiry.give_way(now);
   if (now < inquiry.due()) {
     return true;
   }

@@ -46,6 +46,12 @@ void Inquiry::rest(TimePoint until) {
   std::vector<qel::MACAddress>().swap(neighbors_);
 }
 
+void Inquiry::give_way(TimePoint now) {
+  if (question_ == Question::METRICS && hurried_ && *hurried_ <= now) {
+    rest(now);
+  }
+}
+
 void Inquiry::hurry(TimePoint due) {
   if (is_open_ || question_ == Question::METRICS) {
     hurried_ = hurried_ ? std::min(due, *hurried_) : due;

@@ -54,8 +54,11 @@ class Inquiry {
   /// The row is over, and the next is due then.
   void rest(TimePoint until);
 
-  /// Brings the next row forward. While one goes on that is the one behind it.
+  /// Brings the next row forward. While one goes on that is the one behind it; see give_way().
   void hurry(TimePoint due);
+
+  /// Ends a row of metrics, answered or not, when the next row was brought forward and is due.
+  void give_way(TimePoint now);
 
  private:
   static constexpr std::size_t IDENTIFIERS = 4;
