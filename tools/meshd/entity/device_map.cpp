@@ -145,8 +145,7 @@ std::vector<MACAddress> DeviceMap::forget(TimePoint now) {
     Device& device = place->second;
     if (device.walk == walk_) {
       ++place;
-    } else if (device.noticed_at && now - *device.noticed_at < NOTICE_TIME) {
-      device.hops = 0;
+    } else if (device.hops == 0 && device.noticed_at && now - *device.noticed_at < NOTICE_TIME) {
       is_waiting_ = true;
       notifiers_ += was_proven(device) ? 0U : 1U;
       ++place;

@@ -25,7 +25,7 @@ class DeviceMap {
   /// have answered: who invents devices keeps out few.
   static constexpr std::size_t MOST_UNPROVEN = 64;
 
-  /// A device that sent a notification is told of by another one in the meantime, or it is forgotten.
+  /// A device that only its notification told of is told of by another one in the meantime, or it is forgotten.
   static constexpr std::chrono::seconds NOTICE_TIME{30};
 
   /// What one device takes of memory on average, what it told included. One may take what others leave.

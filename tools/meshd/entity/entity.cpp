@@ -137,7 +137,10 @@ void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
   announce_on(interface);
 }
 
-void Entity::disconnect(std::size_t interface) { on_links_lost(neighbors_.disconnect(interface)); }
+void Entity::disconnect(std::size_t interface) {
+  on_links_lost(neighbors_.disconnect(interface));
+  inquirer_.forget();
+}
 
 void Entity::set_blocked(std::size_t interface, bool blocked) {
   if (blocked_[interface] == blocked) {

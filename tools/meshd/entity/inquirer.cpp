@@ -182,10 +182,16 @@ std::optional<MACAddress> Inquirer::take_metrics(const MACAddress& source, const
   return al_mac;
 }
 
-void Inquirer::tend(TimePoint now) {
-  if (std::exchange(is_to_walk_, false) || devices_.is_waiting()) {
-    walk(now);
+void Inquirer::forget() {
+  if (std::exchange(is_to_walk_, false)) {
+    walk(last_tended_);
   }
+}
+
+void Inquirer::tend(TimePoint now) {
+  last_tended_ = now;
+  is_to_walk_ = is_to_walk_ || devices_.is_waiting();
+  forget();
   for (const Neighbor& neighbor : neighbors_.all()) {
     if (Device* device = devices_.find(neighbor.al_mac)) {
       ask(neighbor.al_mac, *device, now);

@@ -48,8 +48,11 @@ class Inquirer {
   /// All neighbours are asked again.
   void ask_neighbors(TimePoint now);
 
-  /// A link to a neighbour is gone.
+  /// A link to a neighbour is gone: what was behind it is forgotten soon.
   void on_link_lost() { is_to_walk_ = true; }
+
+  /// What is known of no more is forgotten at once.
+  void forget();
 
   /// The device says that its topology changed: it is asked later, so that who sends many notifications gets few
   /// questions. Returns false for a device that is unknown and not taken in.
@@ -88,6 +91,7 @@ class Inquirer {
   DeviceMap devices_;
   TokenBucket<QUESTIONS_A_SECOND, QUESTIONS_AT_ONCE> questions_;
   qel::MACAddress last_asked_;  // of those beyond the neighbours, in tend()
+  TimePoint last_tended_;
   bool is_to_walk_ = false;
 };
 
