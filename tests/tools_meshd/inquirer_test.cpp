@@ -54,7 +54,8 @@ class InquirerTest : public testing::Test {
   }
 
   /// The device tells of its neighbours, in answer to the last question.
-  void answer(std::uint8_t sender, const std::vector<std::uint8_t>& neighbors, std::size_t interface) {
+  void answer(std::uint8_t sender, const std::vector<std::uint8_t>& neighbors, std::size_t interface,
+              const std::vector<qel::MACAddress>& hosts = {}) {
     const auto asked = questions(sender);
     ASSERT_FALSE(asked.empty()) << int(sender);
     NeighborTable table;
@@ -65,7 +66,7 @@ class InquirerTest : public testing::Test {
         {"eth0", interface_mac(static_cast<std::uint8_t>(sender * 16 + 1)), ""}};
     receive(
         interface,
-        topology_response(asked.back().second, {device_mac(sender), {0, sender}, interfaces, {{}}, {{}}, {}, table}),
+        topology_response(asked.back().second, {device_mac(sender), {0, sender}, interfaces, {{}}, {hosts}, {}, table}),
         sender);
   }
 
@@ -253,6 +254,26 @@ TEST_F(InquirerTest, UnderstandsWhatItCanOfOthers) {
   EXPECT_EQ(device.entity.counts().unknown_tlvs, 2U);
   EXPECT_EQ(device.entity.counts().malformed_tlvs, 2U);
   EXPECT_EQ(device.entity.counts().rejected, rejected);
+}
+
+TEST_F(InquirerTest, TellsOfTheHostsThatAreItsOwn) {
+  const auto behind = [&](std::size_t interface, std::initializer_list<std::uint8_t> hosts) {
+    device.ports.hosts[interface].clear();
+    for (const std::uint8_t host : hosts) {
+      device.ports.hosts[interface].push_back(mac(0x40, host));
+    }
+  };
+  device.entity.add_interface({"eth2", interface_mac(0x13), "br0"});
+  behind(0, {1, 2});
+  behind(1, {3});
+  behind(2, {4, 2});
+  device.ports.hosts[2].push_back(device_mac(2));
+  answer(2, {}, 0, {mac(0x40, 2)});
+  device.entity.receive(1, encode_lldp({device_mac(3), interface_mac(0x31)}), now);
+  const auto hosts = device.entity.find_hosts(now);
+  EXPECT_THAT(hosts[0], ElementsAre(mac(0x40, 1))) << "through bridges, but for what another has";
+  EXPECT_THAT(hosts[1], IsEmpty()) << "all is behind the neighbor";
+  EXPECT_THAT(hosts[2], ElementsAre(mac(0x40, 4), mac(0x40, 2))) << "no neighbor there";
 }
 
 }  // namespace
