@@ -218,9 +218,17 @@ bool Simulation::knows_all(std::size_t node) const {
 }
 
 bool Simulation::knows_all_metrics(std::size_t node) const {
-  return knows_all(node) && std::ranges::all_of(entity(node).devices().all(), [](const auto& entry) {
-           const ToldByDevice& told = entry.second.told;
-           return told.transmitter_metrics.size() == told.neighbor_al_macs().size();
+  const DeviceMap& devices = entity(node).devices();
+  const auto tells = [&](const MACAddress& from, const MACAddress& to) {
+    const Device* device = devices.find(from);
+    return device != nullptr && std::ranges::find(device->told.transmitter_metrics, to,
+                                                  &qel::ieee1905_1::TransmitterLinkMetricTLV::get_neighbor_AL_MAC) !=
+                                    device->told.transmitter_metrics.end();
+  };
+  return knows_all(node) && std::ranges::all_of(devices.all(), [&](const auto& entry) {
+           return std::ranges::all_of(entry.second.told.neighbor_al_macs(), [&](const MACAddress& neighbor) {
+             return neighbor == al_mac(node) || tells(entry.first, neighbor) || tells(neighbor, entry.first);
+           });
          });
 }
 

@@ -283,10 +283,16 @@ void Inquirer::rest(const MACAddress& al_mac, Device& device, TimePoint now) con
   device.inquiry.rest(now + time * 3 / 4 + time / 2 * share_of(al_mac) / SHARES);
 }
 
-/// Those to which no metrics are known, and all the others too once those known are old; so many as a row has.
+/// Returns the neighbours to which no metrics are known, and all the others too once those known are old; as many as a
+/// row has. A device with many neighbours is not asked about those with few: they tell of the link themselves, so that
+/// the whole mesh does not wait for the answers of one device.
 std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Device& device, TimePoint now) const {
   std::vector<MACAddress> neighbors = device.told.neighbor_al_macs();
   std::erase(neighbors, al_mac);
+  if (neighbors.size() > Inquiry::MOST_METRICS) {
+    std::erase_if(neighbors,
+                  [&](const MACAddress& neighbor) { return neighbor == self_ || tells_of_itself(neighbor); });
+  }
   const auto is_missing = [&](const MACAddress& neighbor) {
     return !has_metrics_to(device.told.transmitter_metrics, neighbor) &&
            !has_metrics_to(device.told.receiver_metrics, neighbor);
@@ -306,6 +312,13 @@ std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Dev
   neighbors.resize(std::min(neighbors.size(), Inquiry::MOST_METRICS));
   std::ranges::reverse(neighbors);
   return neighbors;
+}
+
+/// It has few neighbours, or is still to be asked how many.
+bool Inquirer::tells_of_itself(const MACAddress& al_mac) const {
+  const Device* device = devices_.find(al_mac);
+  return device != nullptr && device->state != DeviceState::UNREACHABLE &&
+         device->told.neighbor_al_macs().size() <= Inquiry::MOST_METRICS;
 }
 
 void Inquirer::walk(TimePoint now) {

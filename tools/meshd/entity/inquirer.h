@@ -27,7 +27,7 @@ class Inquirer {
   using TimePoint = std::chrono::steady_clock::time_point;
 
   /// Questions to devices beyond the neighbours, whoever tells of them.
-  static constexpr int QUESTIONS_A_SECOND = 32;
+  static constexpr int QUESTIONS_A_SECOND = 64;
   static constexpr int QUESTIONS_AT_ONCE = 64;
 
   static constexpr int REFRESH_HOLD_TIMES = 2;
@@ -79,6 +79,7 @@ class Inquirer {
   void end_row(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
   void rest(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
   std::vector<qel::MACAddress> choose_neighbors(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
+  bool tells_of_itself(const qel::MACAddress& al_mac) const;
   void walk(TimePoint now);
   bool sends_from(const qel::MACAddress& al_mac, const ToldByDevice& told, const qel::MACAddress& source) const;
   int share_of(const qel::MACAddress& al_mac) const;
