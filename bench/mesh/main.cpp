@@ -12,7 +12,6 @@
 #include <functional>
 #include <iomanip>
 #include <iostream>
-#include <ranges>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -203,8 +202,11 @@ void measure(Table& table, const Shape& shape) {
   Simulation mesh(shape, {.interval = INTERVAL, .heap = heap_in_use});
   const auto time_until = [&](bool (Simulation::*knows)(std::size_t) const) {
     const auto all_know = [&] {
-      const auto nodes = std::views::iota(std::size_t{0}, mesh.nodes());
-      return std::ranges::all_of(nodes, [&](std::size_t node) { return (mesh.*knows)(node); });
+      std::size_t node = 0;
+      while (node < mesh.nodes() && (mesh.*knows)(node)) {
+        ++node;
+      }
+      return node == mesh.nodes();
     };
     return mesh.run_until(all_know, 10 * INTERVAL) ? static_cast<double>(mesh.now().count()) / 1000 : -1;
   };

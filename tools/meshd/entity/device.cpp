@@ -27,7 +27,7 @@ std::vector<MACAddress> ToldByDevice::neighbor_al_macs() const {
     }
   }
   std::ranges::sort(al_macs);
-  al_macs.erase(std::ranges::unique(al_macs).begin(), al_macs.end());
+  al_macs.erase(std::unique(al_macs.begin(), al_macs.end()), al_macs.end());
   return al_macs;
 }
 

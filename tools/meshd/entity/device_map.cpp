@@ -24,7 +24,7 @@ bool was_proven(const Device& device) { return device.answered_at.has_value(); }
 /// From the one behind ours on: two nodes that hear of the same ones at once ask them in another order.
 std::vector<MACAddress> neighbors_of(const Device& device, const MACAddress& self) {
   std::vector<MACAddress> al_macs = device.told.neighbor_al_macs();
-  std::ranges::rotate(al_macs, std::ranges::upper_bound(al_macs, self));
+  std::rotate(al_macs.begin(), std::ranges::upper_bound(al_macs, self), al_macs.end());
   std::erase_if(al_macs,
                 [&](const MACAddress& al_mac) { return al_mac == self || !is_valid_individual_mac_address(al_mac); });
   return al_macs;

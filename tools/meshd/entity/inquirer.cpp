@@ -240,7 +240,7 @@ std::vector<std::size_t> Inquirer::interfaces_to(const MACAddress& al_mac, const
     return {neighbor->best_link().interface};
   }
   std::vector<std::size_t> interfaces = neighbors_.interfaces();
-  std::ranges::rotate(interfaces, std::ranges::lower_bound(interfaces, device.interface));
+  std::rotate(interfaces.begin(), std::ranges::lower_bound(interfaces, device.interface), interfaces.end());
   return interfaces;
 }
 
@@ -302,10 +302,9 @@ std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Dev
     std::erase_if(neighbors, std::not_fn(is_missing));
   } else if (!neighbors.empty()) {
     device.metrics_asked_at = now;
-    std::ranges::rotate(
-        neighbors, neighbors.begin() +
-                       static_cast<std::ptrdiff_t>(device.metrics_turn++ * Inquiry::MOST_METRICS % neighbors.size()));
-    std::ranges::stable_partition(neighbors, is_missing);
+    const std::size_t turn = device.metrics_turn++ * Inquiry::MOST_METRICS % neighbors.size();
+    std::rotate(neighbors.begin(), neighbors.begin() + static_cast<std::ptrdiff_t>(turn), neighbors.end());
+    std::stable_partition(neighbors.begin(), neighbors.end(), is_missing);
   }
   const auto missing = static_cast<std::size_t>(std::ranges::count_if(neighbors, is_missing));
   device.has_more_metrics = missing > Inquiry::MOST_METRICS;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <map>
-#include <ranges>
+#include <span>
 #include <string>
 #include <utility>
 
@@ -53,6 +53,10 @@ void add_in_parts(MessageBuilder& message, const TLV& empty, const List& list, s
 constexpr std::size_t NEIGHBORS_OF_A_TLV = 200;
 constexpr std::size_t BLOCKED_INTERFACES_OF_A_TLV = 32;
 constexpr std::size_t LINKS_OF_A_TLV = 48;
+
+std::span<const NeighborLink> links_of_a_tlv(const Neighbor& neighbor) {
+  return std::span(neighbor.links).first(std::min(neighbor.links.size(), LINKS_OF_A_TLV));
+}
 constexpr std::size_t HOSTS_OF_A_TLV = 240;
 constexpr std::size_t MOST_HOSTS = 1024;  // in a response
 
@@ -192,7 +196,7 @@ TransmitterLinkMetricTLV transmitter_metrics(const MACAddress& al_mac, const Nei
                                              const std::vector<LocalInterface>& interfaces,
                                              const std::vector<InterfaceState>& states) {
   TransmitterLinkMetricTLV tlv(al_mac, neighbor.al_mac);
-  for (const NeighborLink& link : neighbor.links | std::views::take(LINKS_OF_A_TLV)) {
+  for (const NeighborLink& link : links_of_a_tlv(neighbor)) {
     const InterfaceState& state = states[link.interface];
     TransmitterLinkMetricInformation information;
     information.set_interface_type(InterfaceType::ETHERNET);
@@ -217,7 +221,7 @@ ReceiverLinkMetricTLV receiver_metrics(const MACAddress& al_mac, const Neighbor&
                                        const std::vector<LocalInterface>& interfaces,
                                        const std::vector<InterfaceState>& states) {
   ReceiverLinkMetricTLV tlv(al_mac, neighbor.al_mac);
-  for (const NeighborLink& link : neighbor.links | std::views::take(LINKS_OF_A_TLV)) {
+  for (const NeighborLink& link : links_of_a_tlv(neighbor)) {
     const InterfaceState& state = states[link.interface];
     ReceiverLinkMetricInformation information;
     information.set_interface_type(InterfaceType::ETHERNET);

@@ -212,7 +212,7 @@ std::vector<std::size_t> NeighborTable::interfaces() const {
     }
   }
   std::ranges::sort(interfaces);
-  interfaces.erase(std::ranges::unique(interfaces).begin(), interfaces.end());
+  interfaces.erase(std::unique(interfaces.begin(), interfaces.end()), interfaces.end());
   return interfaces;
 }
 

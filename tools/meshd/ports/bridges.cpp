@@ -76,7 +76,9 @@ void Bridges::guard(const std::set<unsigned int>& ports) {
 }
 
 void Bridges::tell(const LinkTable& links, const std::set<unsigned int>& bridges) {
-  for (const auto& [index, link] : links.all()) {
+  for (const auto& entry : links.all()) {
+    const unsigned int index = entry.first;
+    const Link& link = entry.second;
     if (!link.is_bridge || has_address(links, index, al_mac_)) {
       told_.erase(index);
     } else if (bridges.contains(index)) {
