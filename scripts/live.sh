@@ -131,6 +131,18 @@ link() {
   inside "$3" ip link set "$4" up
 }
 
+# bridge NODE PORT...: the ports in a bridge br0 of the node, as on a router.
+bridge() {
+  node=$1
+  shift
+  inside "$node" ip link add name br0 type bridge stp_state 0 forward_delay 0 mcast_snooping 0
+  inside "$node" ip link set dev br0 addrgenmode none 2>/dev/null || :
+  for port in "$@"; do
+    inside "$node" ip link set dev "$port" master br0
+  done
+  inside "$node" ip link set dev br0 up
+}
+
 bus() { QELIPC_BUS_ADDRESS=unix:path=$run/bus "$@"; }
 
 start_bus() {
