@@ -7,13 +7,13 @@
 
 namespace meshd {
 
-/// The file that keeps the AL MAC address of a daemon over its restarts.
+/// The file that keeps the AL MAC address of a daemon across restarts.
 class AlMacFile {
  public:
-  /// In an existing directory; an empty one stands for no file: nothing is kept then.
+  /// In an existing directory. With an empty name of a directory nothing is kept.
   AlMacFile(const std::string& directory, const std::string& daemon);
 
-  /// Nothing if there is no such file or it holds no MAC address of a device.
+  /// Nothing if the file is missing or holds no individual MAC address.
   std::optional<qel::MACAddress> read() const;
 
   /// Replaces the file as a whole. Throws std::system_error.

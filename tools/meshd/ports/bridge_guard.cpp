@@ -29,8 +29,8 @@ std::string table_of(const std::string& daemon) {
   return table;
 }
 
-/// Where a bridge forwards, it may have given a tag to a frame that came without one. So the frames are marked where
-/// they still are as they came, and dropped here.
+/// A bridge that filters VLANs has tagged every frame by the time it forwards it. So the frames are marked on arrival,
+/// where they still show whether they came with a tag, and dropped when they are forwarded.
 constexpr const char* CHAINS = R"(
   chain prerouting {
     type filter hook prerouting priority -300; policy accept;
@@ -44,8 +44,8 @@ constexpr const char* CHAINS = R"(
   }
 )";
 
-/// Throws std::system_error. The library would end the process where the kernel has no netfilter, and write to the
-/// standard error where we lack the right.
+/// Throws std::system_error if not. The library itself would end the process if the kernel has no netfilter, and write
+/// to the standard error if we lack the capability.
 void ask_whether_allowed() {
   const nfgenmsg body{};
   netlink::Socket(0, NETLINK_NETFILTER)
@@ -97,14 +97,14 @@ void BridgeGuard::keep_apart(const std::vector<unsigned int>& ports) {
     } else if (is_first) {
       try {
         run(remove_if_any);
-      } catch (const std::system_error&) {  // who may not remove has most likely made none
+      } catch (const std::system_error&) {  // without the right to remove one, none was made
       }
     }
     context_.reset();
     return;
   }
   const bool is_made = context_ != nullptr;
-  // A table that is bound is not added once more; one that is not, somebody else may have removed.
+  // A bound table cannot be added again; one that is not bound may have been removed by somebody else.
   const std::optional<std::string> refusal = run((is_made ? remove : remove_if_any) + make("flags owner; "));
   if (refusal && run(remove_if_any + make(""))) {
     if (!is_made) {

@@ -13,18 +13,18 @@
 
 namespace meshd {
 
-/// What our ports being ports of bridges asks for: that the bridges forward nothing between them that is for the next
-/// device only, and that they know where the AL MAC lives. What was changed is undone at the end. Nothing of it is
-/// needed to go on: what the system refuses is logged, once for each cause.
+/// Changes the bridges that our ports are in: they no longer forward between our ports what is for the next device
+/// only, and they know where the AL MAC address is. The destructor undoes the changes. What the system refuses is
+/// logged, once for each cause, and done without.
 class Bridges {
  public:
-  /// `daemon` is our name, which no other daemon on this machine has.
+  /// `daemon` is the name of this daemon, unique on this machine.
   Bridges(const std::string& daemon, const qel::MACAddress& al_mac) : guard_(daemon), al_mac_(al_mac) {}
   Bridges(const Bridges&) = delete;
   Bridges& operator=(const Bridges&) = delete;
   ~Bridges();
 
-  /// To be called at the start and whenever something has changed: these are our ports, by their numbers.
+  /// To be called at the start and whenever a link has changed, with the indexes of our ports.
   void follow(const LinkTable& links, const std::vector<unsigned int>& ports);
 
   /// How often the system refused something.
@@ -33,16 +33,17 @@ class Bridges {
  private:
   void guard(const std::set<unsigned int>& ports);
   void tell(const LinkTable& links, const std::set<unsigned int>& bridges);
-  /// Does what may be refused; false when it was. `what` tells the refusals of different things apart.
+  /// Runs an action that the system may refuse; false if it did. `what` says in the log what was refused; without it
+  /// nothing is logged.
   template <class Action>
   bool attempt(const std::string& what, Action action);
 
   BridgeGuard guard_;
   qel::MACAddress al_mac_;
-  std::optional<std::set<unsigned int>> guarded_;  // ports that were to be kept apart, since there was a bridge
-  std::set<unsigned int> told_;                    // bridges that know the AL MAC through us
+  std::optional<std::set<unsigned int>> guarded_;  // the last ports to keep apart; nothing before the first bridge
+  std::set<unsigned int> told_;                    // bridges that have an entry of ours
   bool has_begun_ = false;
-  std::map<std::string, std::string> causes_;  // of what is refused now
+  std::map<std::string, std::string> causes_;  // by what is refused now
   std::uint64_t refused_ = 0;
 };
 

@@ -11,14 +11,14 @@
 
 namespace meshd {
 
-/// What bridges have learned of the addresses behind their ports, and what they are told of ours (bridge(8), fdb).
+/// The addresses that bridges have learned behind their ports (bridge(8), fdb).
 class ForwardingTable {
  public:
-  /// Of all bridges together: who sends from ever new addresses makes us neither large nor slow.
+  /// For all bridges together, so that a flood of new addresses makes us neither large nor slow.
   static constexpr std::size_t MOST_ADDRESSES = 4096;
 
-  /// Which addresses the bridge has learned, or was told by the administrator, behind the interface of this number, and
-  /// not forgotten since; sorted, at most a second old. Empty for a port of no bridge. Throws std::system_error.
+  /// The addresses behind the port with this interface index, learned and not yet aged, or set by the administrator;
+  /// sorted, and up to a second old. Empty for an interface in no bridge. Throws std::system_error.
   const std::vector<qel::MACAddress>& hosts(unsigned int port);
 
  private:
@@ -28,10 +28,10 @@ class ForwardingTable {
   std::map<unsigned int, std::vector<qel::MACAddress>> hosts_;
 };
 
-/// Tells a bridge, by its number, that frames to the address are for this machine, so that it does not flood them.
-/// Needs CAP_NET_ADMIN. Throws std::system_error.
+/// Tells the bridge with this interface index that frames to the address are for this machine, so that it does not flood
+/// them. Needs CAP_NET_ADMIN. Throws std::system_error.
 void add_bridge_address(unsigned int bridge, const qel::MACAddress& address);
-/// Undoes that. Throws std::system_error, also when there is no such entry or bridge.
+/// Undoes that. Throws std::system_error, also if there is no such entry or bridge.
 void remove_bridge_address(unsigned int bridge, const qel::MACAddress& address);
 
 }  // namespace meshd

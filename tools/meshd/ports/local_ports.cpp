@@ -127,8 +127,8 @@ void LocalPorts::find(Given& given) {
 }
 
 void LocalPorts::open(Given& given, const Link& link) {
-  // One that was given keeps its number for the next of its name; others take the lowest that is free, as in the
-  // entity.
+  // An interface that was named keeps its index for the next one of the name; others take the lowest free index, as the
+  // entity does.
   auto place = std::ranges::find_if(
       ports_, [&](const Port& port) { return !given.is_bridge && port.given == &given && port.socket == nullptr; });
   const bool is_known = place != ports_.end();
@@ -197,7 +197,7 @@ bool LocalPorts::close_one() {
     if (port.socket == nullptr) {
       continue;
     }
-    // That it is gone its socket tells: one made anew may have the same number.
+    // The socket tells that its interface is gone: one that was made anew may have the same index.
     const bool is_gone = port.socket->get_interface() == 0;
     const Link* link = links_.find(port.index);
     if (is_gone || (link != nullptr && owner_of(*link) != port.given)) {
@@ -263,7 +263,7 @@ void LocalPorts::prepare_bridges() {
 void LocalPorts::follow() {
   states_.forget();
   for (Given& given : given_) {
-    // Of a bridge its number tells that it is gone: what one made anew with the same has for ports is told of them.
+    // A bridge made anew with the same index is no other to us: its ports tell that they have left it.
     if (given.is_bridge && links_.find(given.index) == nullptr) {
       given.index = 0;
     }

@@ -17,7 +17,7 @@ namespace meshd::netlink {
 
 using Octets = std::span<const std::byte>;
 
-/// Visits the messages of a datagram or the attributes of a message: each header, and the octets behind it.
+/// Visits the messages of a datagram or the attributes of a message: each header with the octets that follow it.
 template <class Header, auto LENGTH, class Visit>
 void for_each(Octets octets, Visit visit) {
   constexpr std::size_t ALIGNMENT = 4;
@@ -57,7 +57,7 @@ Octets attributes_behind(Octets message) {
 /// Up to the first NUL.
 std::string_view text_of(Octets octets);
 
-/// A message to the kernel: what it begins with, and attributes.
+/// A message to the kernel: a body of fixed size, then attributes.
 class Request {
  public:
   template <class Body>
@@ -76,14 +76,13 @@ class Request {
 
  private:
   Request(unsigned short type, unsigned short flags);
-  /// With zeros up to the alignment of all parts, and the length of the whole renewed.
+  /// Pads with zeros to the alignment of netlink, and updates the length in the header.
   void append(const void* part, std::size_t size);
 
   std::vector<std::byte> octets_;
 };
 
-/// A socket to what the kernel keeps of the network (netlink(7)). The kernel answers while a request is sent, so that the
-/// answer can be received at once.
+/// A netlink(7) socket. The kernel answers while it takes the request, so the answer can be received at once.
 class Socket {
  public:
   enum class Result {
@@ -93,18 +92,19 @@ class Socket {
   };
   using Handler = std::function<void(const nlmsghdr& header, Octets message)>;
 
-  /// Hears of the events of the groups, a mask of bits such as RTMGRP_LINK. Throws std::system_error, as all functions do.
+  /// Receives the events of these groups, a mask of bits such as RTMGRP_LINK. Throws std::system_error, as all
+  /// functions do.
   explicit Socket(unsigned int groups, int family = NETLINK_ROUTE);
 
   int get_fd() const { return socket_.get(); }
 
   void send(const Request& request);
 
-  /// Receives some messages, after waiting for them if it `waits`. What refuses is thrown, such as ENODEV for an
-  /// interface that is gone; what ends an answer is handed on.
+  /// Receives some messages; if it `waits`, blocks until there are some. Throws the error of a refusal, such as ENODEV
+  /// for an interface that is gone, and hands on the message that ends an answer.
   Result receive(bool waits, const Handler& handle);
 
-  /// Sends a request that changes something, with NLM_F_ACK, and waits until it is done. Not with groups.
+  /// Sends a request with NLM_F_ACK and waits until it is done. Not for a socket with groups.
   void run(const Request& request);
 
  private:
