@@ -24,9 +24,10 @@ struct InterfaceState {
   std::uint32_t receive_errors = 0;
   std::uint32_t sent_packets = 0;
   std::uint32_t send_errors = 0;
-  std::uint16_t speed = 0;    ///< Mb/s; 0 when the driver tells none
-  bool up = true;             ///< there is a carrier
-  std::uint64_t dropped = 0;  ///< frames of ours that could not be sent, since we began
+  std::uint16_t speed = 0;           ///< Mb/s; 0 when the driver tells none
+  bool up = true;                    ///< there is a carrier
+  std::uint16_t availability = 100;  ///< percent of the speed that was not used for sending lately
+  std::uint64_t dropped = 0;         ///< frames of ours that could not be sent, since we began
 };
 
 }  // namespace meshd

@@ -206,7 +206,7 @@ TransmitterLinkMetricTLV transmitter_metrics(const MACAddress& al_mac, const Nei
     information.set_packet_errors(state.send_errors);
     information.set_transmitted_packets(state.sent_packets);
     information.set_mac_throughput_capacity(state.speed);
-    information.set_link_availability(state.up ? 100 : 0);
+    information.set_link_availability(state.up ? state.availability : 0);
     information.set_phy_rate(state.speed);
     TransmitterLinkMetric metric;
     metric.set_receiving_interface_MAC(interfaces[link.interface].mac);

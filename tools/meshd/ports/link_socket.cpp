@@ -62,6 +62,9 @@ std::optional<Link> parse(Octets message) {
       case IFLA_STATS:
         set_counts(link.state, value_of<rtnl_link_stats>(value));
         break;
+      case IFLA_STATS64:
+        link.sent_octets = value_of<rtnl_link_stats64>(value).tx_bytes;
+        break;
       case IFLA_WIRELESS:
         is_described = false;
         break;

@@ -17,7 +17,8 @@ struct Link {
   std::optional<qel::MACAddress> mac;  ///< nothing for what is no Ethernet
   unsigned int bridge = 0;             ///< the number of the bridge that it is a port of; 0 when of none
   bool is_bridge = false;
-  InterfaceState state;  ///< without speed
+  std::uint64_t sent_octets = 0;
+  InterfaceState state;  ///< without speed and availability
 };
 
 /// Asks the kernel for the interfaces of this network namespace and hears of their changes (rtnetlink(7)).

@@ -7,6 +7,7 @@
 #include <sys/socket.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -36,6 +37,13 @@ std::uint16_t speed_of(const std::string& name) {
   return static_cast<std::uint16_t>(std::min<std::uint32_t>(speed, std::numeric_limits<std::uint16_t>::max()));
 }
 
+/// Percent; all of it when the speed is not known.
+std::uint16_t unused_share(std::uint16_t speed, std::uint64_t octets, std::chrono::steady_clock::duration time) {
+  const double possible = speed * 1e6 / 8 * std::chrono::duration<double>(time).count();
+  const double used = possible > 0 ? std::min(static_cast<double>(octets) / possible, 1.0) : 0;
+  return static_cast<std::uint16_t>(std::lround(100 * (1 - used)));
+}
+
 }  // namespace
 
 InterfaceState StateReader::read(unsigned int index) {
@@ -45,6 +53,7 @@ InterfaceState StateReader::read(unsigned int index) {
     return place->second.state;
   }
   InterfaceState state;
+  std::uint64_t sent_octets = 0;
   state.up = false;
   if (index == 0) {
     return state;
@@ -55,12 +64,17 @@ InterfaceState StateReader::read(unsigned int index) {
       if (link.index == index) {
         state = link.state;
         state.speed = state.up ? speed_of(link.name) : 0;
+        sent_octets = link.sent_octets;
       }
     });
   } catch (const std::system_error&) {  // it has gone this moment
   }
   if (state.up) {
-    known_[index] = {now, state};
+    if (place != known_.end() && sent_octets >= place->second.sent_octets) {
+      state.availability =
+          unused_share(state.speed, sent_octets - place->second.sent_octets, now - place->second.read_at);
+    }
+    known_[index] = {now, sent_octets, state};
   }
   return state;
 }

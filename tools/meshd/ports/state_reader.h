@@ -24,6 +24,7 @@ class StateReader {
  private:
   struct Known {
     std::chrono::steady_clock::time_point read_at;
+    std::uint64_t sent_octets;
     InterfaceState state;
   };
 
