@@ -185,9 +185,9 @@ forgot() (
 # answered NUMBER: the pattern of a device that has reported its interfaces and version.
 answered() { printf '"al_mac":"%s%s","self":[a-z]*,"answered":true,"meshd_version":"' "$AL_MAC" "$1"; }
 # measured NUMBER: the pattern of a link that the device has measured.
-measured() { printf '"from":"%s%s","from_interface":"[^"]*","to":"[^"]*","to_interface":"[^"]*","transmitter":{[^}]*"link_availability":100,' "$AL_MAC" "$1"; }
+measured() { printf '"from":"%s%s","from_interface":"[^"]*","to":"[^"]*","to_interface":"[^"]*","transmitter":{[^}]*"link_availability":[1-9][0-9]*,' "$AL_MAC" "$1"; }
 
 # What one, two and three know of each other in a working chain.
-one_knows_all() { knows one "$(answered 2)" "$(measured 2)" "\"to\":\"${AL_MAC}3\""; }
+one_knows_all() { knows one "$(answered 2)" "$(answered 3)" "$(measured 2)" "$(measured 3)"; }
 two_knows_all() { knows two "$(answered 1)" "$(answered 3)" "$(measured 1)" "$(measured 3)"; }
-three_knows_all() { knows three "$(answered 2)" "$(measured 2)" "\"to\":\"${AL_MAC}1\""; }
+three_knows_all() { knows three "$(answered 1)" "$(answered 2)" "$(measured 1)" "$(measured 2)"; }

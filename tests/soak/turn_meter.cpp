@@ -5,9 +5,9 @@
 ///   - A turn that never gave up its processor counts with the processor time of its thread. Time that a hypervisor
 ///     takes from this machine is thus excluded, if the kernel knows it.
 ///   - Any other turn counts with its elapsed time, less the time that it was ready to run and waited for a processor
-///     (proc(5), schedstat), and less the time that it was blocked in calls that set up, query and close sockets and
-///     interfaces: there the kernel waits for whoever changes an interface anywhere on the machine, and for all
-///     processors to have seen the change.
+///     (proc(5), schedstat), and less the time that it was blocked in calls that set up, query and close sockets,
+///     interfaces and packet rules: there the kernel waits for whoever changes an interface anywhere on the machine,
+///     and for all processors to have seen the change.
 ///
 /// The results are in the file named by SOAK_TURNS, as three 64-bit numbers in the machine's byte order: the number of
 /// turns, and in ns the longest turn as counted and the longest elapsed time. They survive a SIGKILL.
@@ -152,6 +152,11 @@ ssize_t recvfrom(int socket, void* data, std::size_t room, int flags, sockaddr* 
 ssize_t send(int socket, const void* data, std::size_t size, int flags) {
   static auto* const function = next(&::send, "send");
   return call_network(function, socket, data, size, flags);
+}
+
+ssize_t sendmsg(int socket, const msghdr* message, int flags) {
+  static auto* const function = next(&::sendmsg, "sendmsg");
+  return call_network(function, socket, message, flags);
 }
 
 int setsockopt(int socket, int level, int option, const void* value, socklen_t size) noexcept {
