@@ -179,7 +179,7 @@ AL_MAC=02:19:05:AA:00:0 # without the last digit, which is the node's number
 # forgot NODE NUMBER: true if the view of a node does not contain the device.
 forgot() (
   view=$(topology --json "${prefix}_$1") || exit
-  ! printf '%s\n' "$view" | grep -q "$AL_MAC$2"
+  ! printf '%s\n' "$view" | grep -q "\"al_mac\":\"$AL_MAC$2\""
 )
 
 # answered NUMBER: the pattern of a device that has reported its interfaces and version.

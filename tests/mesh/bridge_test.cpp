@@ -87,6 +87,18 @@ TEST_F(BridgeTest, NodesInAChainOfBridgesAreNeighborsOfTheNextOneOnly) {
   EXPECT_THAT(neighbors("bb"),
               AllOf(HasSubstr(a.to_string()), HasSubstr(" on bb0,"), HasSubstr(c.to_string()), HasSubstr(" on bb1,")));
   EXPECT_THAT(neighbors("bc"), AllOf(HasSubstr(b.to_string()), Not(HasSubstr(a.to_string()))));
+
+  Plug host("bh");
+  host.send(topology_notification(device_mac(30)), device_mac(30), device_mac(31));  // any frame of a host
+  EXPECT_TRUE(eventually([&] {
+    const std::string seen = view("ba");
+    return contains(seen, answered(c)) && matches(seen, link(c, b)) && matches(seen, link(b, c)) &&
+           matches(seen, R"("hosts":\[[^]]*")" + device_mac(30).to_string());
+  })) << view("ba");
+  EXPECT_TRUE(eventually([&] { return contains(view("bc"), answered(a)) && matches(view("bc"), link(a, b)); }));
+  daemons_.back().signal(SIGTERM);
+  EXPECT_EQ(daemons_.back().wait(), 0);
+  EXPECT_TRUE(eventually([&] { return !contains(view("ba"), R"("al_mac":")" + c.to_string()); })) << view("ba");
 }
 
 TEST_F(BridgeTest, ABridgeForwardsAllButDiscoveryAndIsLeftAsItWas) {
@@ -141,6 +153,30 @@ TEST_F(BridgeTest, ABridgeForwardsAllButDiscoveryAndIsLeftAsItWas) {
                                            "ERROR: meshd: cannot tell bridge bd where we are: [^\n]*not permitted\n"))
       << powerless.err();
   EXPECT_EQ(forwards(), all);
+}
+
+/// STP keeps one of the links from forwarding; not even the nodes at its ends miss anything.
+TEST_F(BridgeTest, ARingOfBridgesIsKnownWholeAtEachNode) {
+  constexpr int SIZE = 4;
+  const auto node = [](int number) { return "br" + std::to_string(number % SIZE); };
+  for (int number = 0; number < SIZE; ++number) {
+    add_veth_pair(node(number) + "r", node(number + 1) + "l");
+  }
+  for (int number = 0; number < SIZE; ++number) {
+    add_bridge(node(number), {});
+    ip("link set dev " + node(number) + " type bridge stp_state 1 forward_delay 200 hello_time 100");
+    ip("link set dev " + node(number) + "l master " + node(number));
+    ip("link set dev " + node(number) + "r master " + node(number));
+    start_meshd(node(number), {"--interface", node(number), "--al-mac",
+                               device_mac(static_cast<std::uint8_t>(20 + number)).to_string()});
+  }
+  for (int number = 0; number < SIZE; ++number) {
+    for (int other = 1; other < SIZE; ++other) {
+      const MACAddress device = device_mac(static_cast<std::uint8_t>(20 + (number + other) % SIZE));
+      EXPECT_TRUE(eventually([&] { return contains(view(node(number)), answered(device)); })) << view(node(number));
+      EXPECT_EQ(contains(neighbors(node(number)), device.to_string()), other != 2) << neighbors(node(number));
+    }
+  }
 }
 
 TEST_F(BridgeTest, ItsAddressLastsWhateverBecomesOfTheInterface) {

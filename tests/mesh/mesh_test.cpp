@@ -509,6 +509,38 @@ void answer(Plug& plug, const MACAddress& device, MessageType query, MessageType
   plug.send(message, device, asked.source);
 }
 
+TEST_F(MeshTest, UnknownTLVsOfAPeerCostNothingElse) {
+  const Octets capture = captured_frame(QEL_TEST_DATA "/captures/gateway-and-repeater-multiap.pcap", 10);
+  const Octets unknown(capture.begin() + 38, capture.begin() + 38 + 3 + 396);  // of type WSC
+  qel::test::add_veth_pair("n0", "n1");
+  start_meshd("n", {"--al-mac", device_mac(99).to_string(), "--interface", "n0"});
+  ASSERT_TRUE(listens("n"));
+  Plug plug("n1");
+  const auto send = [&](const Message& message, const MACAddress& destination) {
+    Codec codec;
+    const auto octets = codec.encode(destination, device_mac(1), message);
+    Octets frame(octets.begin(), octets.end() - 3);
+    frame.insert(frame.end(), unknown.begin(), unknown.end());
+    frame.resize(frame.size() + 3);  // the end of the message
+    plug.send(frame);
+  };
+  send(topology_discovery(device_mac(1), device_mac(1)), CMDU_MULTICAST_ADDRESS);
+  const std::optional<Octets> query = plug.receive(MessageType::TOPOLOGY_QUERY_MESSAGE);
+  ASSERT_TRUE(query);
+  Message response(Codec().parse(*query)->head);
+  response.get_head().set_message_type(MessageType::TOPOLOGY_RESPONSE_MESSAGE);
+  DeviceInformationTLV information(device_mac(1));
+  information.add_interface_information({device_mac(1), InterfaceType::ETHERNET, {}});
+  response.get_list().add_TLV(std::make_unique<DeviceInformationTLV>(information));
+  response.get_list().add_TLV(std::make_unique<EndOfMessageTLV>());
+  send(response, device_mac(99));
+  EXPECT_TRUE(eventually([&] {
+    return contains(view("n"), R"("al_mac":")" + device_mac(1).to_string() + R"(","self":false,"answered":true)");
+  })) << view("n");
+  send(topology_query(), device_mac(99));
+  EXPECT_TRUE(plug.receive(MessageType::TOPOLOGY_RESPONSE_MESSAGE));
+}
+
 /// As many devices as the daemon takes, each of which tells of as many others as fit a frame.
 TEST_F(MeshTest, AnAnswerOfMoreThanAMegabyteArrivesWhole) {
   qel::test::add_veth_pair("k0", "k1");

@@ -35,6 +35,7 @@ MACAddress make_al_mac(const MACAddress& interface) {
 Entity::Config configure(const Options& options, const LinkTable& links, const AlMacFile& file) {
   Entity::Config config;
   config.version = qel::BasicVersion(MESHD_VERSION_MAJOR, MESHD_VERSION_MINOR);
+  config.limits.devices = options.devices;
   config.hold_time = SILENT_ANNOUNCEMENTS * options.discovery_interval;
   const Link& first = get_link(links, options.interfaces.front());
   const std::optional<MACAddress> al_mac = options.al_mac ? options.al_mac : file.read();

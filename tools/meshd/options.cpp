@@ -16,6 +16,7 @@ namespace meshd {
 namespace {
 
 constexpr int LONGEST_INTERVAL = 3600;  // seconds
+constexpr int MOST_DEVICES = 4096;      // what they take fits into the limit of our data
 
 /// All that log something, here and in the library.
 constexpr std::array<std::string_view, 8> COMPONENTS = {
@@ -34,6 +35,7 @@ Options:
       --name NAME               What meshctl finds this daemon by; meshd by default
       --discovery-interval SECONDS
                                 Between two announcements, from 1 to 3600; 60 by default
+      --devices NUMBER          Know so many others at most, up to 4096; 1024 by default
       --daemonize               Run in the background, or as a service of a service manager
       --debug COMPONENT...      Show the debug messages of these components
 )";
@@ -46,6 +48,7 @@ enum Option : int {
   AL_MAC,
   STATE_DIRECTORY,
   NAME,
+  DEVICES,
   INTERVAL,
   DAEMONIZE,
   DEBUG
@@ -61,6 +64,7 @@ constexpr option LONG_OPTIONS[] = {
     {"al-mac", required_argument, nullptr, AL_MAC},
     {"state-directory", required_argument, nullptr, STATE_DIRECTORY},
     {"name", required_argument, nullptr, NAME},
+    {"devices", required_argument, nullptr, DEVICES},
     {"discovery-interval", required_argument, nullptr, INTERVAL},
     {"daemonize", no_argument, nullptr, DAEMONIZE},
     {"debug", required_argument, nullptr, DEBUG},
@@ -75,14 +79,15 @@ qel::MACAddress parse_al_mac(const std::string& text) {
   return address;
 }
 
-std::chrono::seconds parse_interval(const char* text) {
-  int seconds = 0;
+/// From 1 to `most`.
+int parse_number(const std::string& option, const char* text, int most) {
+  int number = 0;
   const char* end = text + std::strlen(text);
-  const auto [rest, error] = std::from_chars(text, end, seconds);
-  if (error != std::errc() || rest != end || seconds < 1 || seconds > LONGEST_INTERVAL) {
-    throw UsageError(std::string("--discovery-interval: '") + text + "' is no number from 1 to 3600");
+  const auto [rest, error] = std::from_chars(text, end, number);
+  if (error != std::errc() || rest != end || number < 1 || number > most) {
+    throw UsageError(option + ": '" + text + "' is no number from 1 to " + std::to_string(most));
   }
-  return std::chrono::seconds(seconds);
+  return number;
 }
 
 void check_components(const std::vector<std::string>& components) {
@@ -156,7 +161,11 @@ Options parse_options(int argc, char* const* argv) {
         options.name = value;
         break;
       case INTERVAL:
-        options.discovery_interval = parse_interval(value);
+        options.discovery_interval =
+            std::chrono::seconds(parse_number("--discovery-interval", value, LONGEST_INTERVAL));
+        break;
+      case DEVICES:
+        options.devices = static_cast<std::size_t>(parse_number("--devices", value, MOST_DEVICES));
         break;
       case DAEMONIZE:
         options.daemonize = true;

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "qel/core/mac_address.h"
+#include "tools/meshd/entity/limits.h"
 
 namespace meshd {
 
@@ -21,6 +23,7 @@ struct Options {
   std::string state_directory;            ///< where the AL MAC is kept; empty for nowhere
   std::string name = "meshd";             ///< on the IPC
   std::chrono::seconds discovery_interval{60};
+  std::size_t devices = Limits().devices;  ///< beside us, at most
   bool daemonize = false;
   std::vector<std::string> debug_components;
   std::string notice;  ///< the help or the version when it was asked for: nothing else is to be done

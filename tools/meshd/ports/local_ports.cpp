@@ -14,6 +14,7 @@
 
 #include "qel/daemon/log.h"
 #include "qel/ieee1905_1/cmdu.h"
+#include "tools/meshd/entity/lldp.h"
 
 namespace meshd {
 
@@ -28,10 +29,6 @@ using Clock = std::chrono::steady_clock;
 /// Between two steps: another turn, or another try.
 constexpr std::chrono::milliseconds NEXT_TURN{1};
 constexpr std::chrono::seconds NEXT_TRY{1};
-
-/// IEEE Std 802.1AB-2016, 7.1 and 7.4.
-constexpr unsigned short LLDP_ETHERTYPE = 0x88CC;
-constexpr MACAddress LLDP_MULTICAST_ADDRESS({0x01, 0x80, 0xC2, 0x00, 0x00, 0x0E});
 
 std::ostream& log() { return qel::debug::stream("meshd"); }
 
