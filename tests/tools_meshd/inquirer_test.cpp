@@ -189,6 +189,21 @@ TEST_F(InquirerTest, NearDevicesKeepTheirPlaceInAFullMap) {
   EXPECT_THAT(map.find(device_mac(7))->told.hosts, IsEmpty()) << "more than three devices may take";
 }
 
+TEST_F(InquirerTest, KeepsWhatWasToldHoweverManyComeAndGo) {
+  DeviceMap map(device_mac(1), 4);
+  NeighborTable table;
+  table.discover(device_mac(2), 0, interface_mac(0x21), now);
+  for (int round = 0; round < 100; ++round) {
+    map.take_neighbor(device_mac(3), 0);
+    map.walk(table, now);
+    ASSERT_EQ(map.find(device_mac(3)), nullptr);
+    ToldByDevice told;
+    told.name = "two";
+    map.take_told(*map.find(device_mac(2)), told);
+    ASSERT_EQ(map.find(device_mac(2))->told.name, "two") << round;
+  }
+}
+
 TEST_F(InquirerTest, TellsALinkFromABridgedOne) {
   const auto is_bridged = [&](std::uint8_t number) {
     return device.entity.neighbors().find(device_mac(number))->links.at(0).is_bridged;

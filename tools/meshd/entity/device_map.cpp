@@ -30,6 +30,12 @@ std::vector<MACAddress> neighbors_of(const Device& device, const MACAddress& sel
   return al_macs;
 }
 
+/// Clears the list, which keeps no memory.
+template <class T>
+void release(std::vector<T>& list) {
+  std::vector<T>().swap(list);
+}
+
 /// Takes the place of what is told about the same neighbour.
 template <class TLV>
 void replace(std::vector<TLV>& known, TLV&& told) {
@@ -42,6 +48,21 @@ void replace(std::vector<TLV>& known, TLV&& told) {
 }
 
 }  // namespace
+
+/// What the device told may change as long as this lives, also by an exception.
+class DeviceMap::Recount {
+ public:
+  Recount(DeviceMap& map, const Device& device) : map_(map), device_(device) {
+    map_.told_octets_ -= device_.told.cost();
+  }
+  ~Recount() { map_.told_octets_ += device_.told.cost(); }
+  Recount(const Recount&) = delete;
+  Recount& operator=(const Recount&) = delete;
+
+ private:
+  DeviceMap& map_;
+  const Device& device_;
+};
 
 Device* DeviceMap::find(const MACAddress& al_mac) {
   const auto place = devices_.find(al_mac);
@@ -80,41 +101,37 @@ Device* DeviceMap::take_notifier(const MACAddress& al_mac, std::size_t interface
 }
 
 void DeviceMap::take_told(Device& device, ToldByDevice told) {
-  told_octets_ -= device.told.cost();
+  const Recount recount(*this, device);
   if (told.cost() > memory_left()) {
-    told.hosts.clear();
+    release(told.hosts);
   }
   if (told.cost() > memory_left()) {
     told = {};
   }
   device.told = std::move(told);
-  told_octets_ += device.told.cost();
 }
 
 void DeviceMap::take_metrics(Device& device, std::vector<TransmitterLinkMetricTLV> transmitter,
                              std::vector<ReceiverLinkMetricTLV> receiver) {
-  const std::size_t before = device.told.cost();
+  const Recount recount(*this, device);
   const std::vector<MACAddress> neighbors = device.told.neighbor_al_macs();
   const auto take = [&](auto& known, auto& tlvs) {
     for (auto& tlv : tlvs) {
-      if (std::ranges::binary_search(neighbors, tlv.get_neighbor_AL_MAC()) &&
-          device.told.cost() < before + memory_left()) {
+      if (std::ranges::binary_search(neighbors, tlv.get_neighbor_AL_MAC()) && device.told.cost() < memory_left()) {
         replace(known, std::move(tlv));
       }
     }
   };
   take(device.told.transmitter_metrics, transmitter);
   take(device.told.receiver_metrics, receiver);
-  told_octets_ += device.told.cost() - before;
 }
 
 void DeviceMap::take_blocked(Device& device, std::vector<QELBlockedInterface> blocked) {
-  told_octets_ -= device.told.cost();
+  const Recount recount(*this, device);
   device.told.blocked_interfaces = std::move(blocked);
   if (device.told.cost() > memory_left()) {
-    device.told.blocked_interfaces.clear();
+    release(device.told.blocked_interfaces);
   }
-  told_octets_ += device.told.cost();
 }
 
 std::vector<MACAddress> DeviceMap::take_neighbors_of(const MACAddress& al_mac) {
@@ -212,6 +229,7 @@ Device* DeviceMap::add(const MACAddress& al_mac, const Way& way) {
   device.hops = way.hops;
   device.interface = way.interface;
   device.told_by = way.told_by;
+  told_octets_ += device.told.cost();
   return &device;
 }
 

@@ -70,6 +70,8 @@ class DeviceMap {
   bool is_waiting() const { return is_waiting_; }
 
  private:
+  class Recount;
+
   struct Way {
     unsigned int hops;
     std::size_t interface;
