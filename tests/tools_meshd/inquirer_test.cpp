@@ -34,9 +34,10 @@ class InquirerTest : public testing::Test {
   void receive(std::size_t interface, const Message& message, std::uint8_t sender) {
     Codec codec;
     const bool is_to_all = message.get_head().get_message_type() == TOPOLOGY_DISCOVERY_MESSAGE;
-    device.entity.receive(
-        interface, codec.encode(is_to_all ? CMDU_MULTICAST_ADDRESS : device_mac(1), device_mac(sender), message).at(0),
-        now);
+    for (const auto& frame :
+         codec.encode(is_to_all ? CMDU_MULTICAST_ADDRESS : device_mac(1), device_mac(sender), message)) {
+      device.entity.receive(interface, frame, now);
+    }
   }
 
   /// The questions that were put to a device since the last call, where and with which identifier.
@@ -56,12 +57,17 @@ class InquirerTest : public testing::Test {
   /// The device tells of its neighbours, in answer to the last question.
   void answer(std::uint8_t sender, const std::vector<std::uint8_t>& neighbors, std::size_t interface,
               const std::vector<qel::MACAddress>& hosts = {}) {
-    const auto asked = questions(sender);
-    ASSERT_FALSE(asked.empty()) << int(sender);
     NeighborTable table;
     for (const std::uint8_t neighbor : neighbors) {
       table.discover(device_mac(neighbor), 0, interface_mac(neighbor), now);
     }
+    answer_with(sender, table, interface, hosts);
+  }
+
+  void answer_with(std::uint8_t sender, const NeighborTable& table, std::size_t interface,
+                   const std::vector<qel::MACAddress>& hosts = {}) {
+    const auto asked = questions(sender);
+    ASSERT_FALSE(asked.empty()) << int(sender);
     const std::vector<LocalInterface> interfaces{
         {"eth0", interface_mac(static_cast<std::uint8_t>(sender * 16 + 1)), ""}};
     receive(
@@ -126,19 +132,33 @@ TEST_F(InquirerTest, TriesOtherWaysAndShowsWhoDoesNotAnswer) {
 }
 
 TEST_F(InquirerTest, AsksForMetricsOfOneNeighborAfterTheOther) {
-  answer(2, {1, 4}, 0);
+  NeighborTable table;
   for (const std::uint8_t neighbor : std::initializer_list<std::uint8_t>{1, 4}) {
+    table.discover(device_mac(neighbor), 0, interface_mac(neighbor), now);
+  }
+  answer_with(2, table, 0);
+  for (const std::size_t known : {1U, 2U}) {
     const auto asked = questions(2, LINK_METRIC_QUERY_MESSAGE);
     ASSERT_THAT(asked, SizeIs(1)) << "one at a time";
-    NeighborTable table;
-    table.discover(device_mac(neighbor), 0, interface_mac(neighbor), now);
     receive(0,
             link_metric_response(asked[0].second, {{}, LinkMetricQuery::TX_RX_LINK_METRY}, device_mac(2),
                                  {{"eth0", interface_mac(0x21), ""}}, {{}}, table),
             2);
+    EXPECT_THAT(device.entity.devices().all().at(device_mac(2)).told.transmitter_metrics, SizeIs(known))
+        << "others than the one asked for do not count";
   }
-  EXPECT_THAT(device.entity.devices().all().at(device_mac(2)).told.transmitter_metrics, SizeIs(2));
   EXPECT_THAT(questions(2, LINK_METRIC_QUERY_MESSAGE), IsEmpty());
+}
+
+TEST_F(InquirerTest, TakesNoMoreNeighborsThanOneDeviceMayHave) {
+  NeighborTable table(ToldByDevice::MOST_NEIGHBORS + 1);
+  for (std::size_t i = 0; i <= ToldByDevice::MOST_NEIGHBORS; ++i) {
+    table.discover(mac(static_cast<std::uint8_t>(0xB0 + i / 256), static_cast<std::uint8_t>(i)), 0, interface_mac(1),
+                   now);
+  }
+  answer_with(2, table, 0);
+  EXPECT_THAT(device.entity.devices().all().at(device_mac(2)).told.neighbor_al_macs(),
+              SizeIs(ToldByDevice::MOST_NEIGHBORS));
 }
 
 TEST_F(InquirerTest, PacesQuestionsAndTakesFewWhoNeverAnswered) {

@@ -28,6 +28,9 @@ enum class DeviceState : std::uint8_t {
 
 /// What a device told about itself in answer to our questions. The addresses of its interfaces are its local MACs.
 struct ToldByDevice {
+  /// Entries in all neighbour lists together; who reads an answer leaves out the rest.
+  static constexpr std::size_t MOST_NEIGHBORS = 1024;
+
   std::string name;  ///< as it calls itself: any octets; empty when it does not say
   std::optional<qel::BasicVersion> meshd_version;
   std::vector<qel::ieee1905_1::InterfaceInformation> interfaces;

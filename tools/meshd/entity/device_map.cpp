@@ -36,17 +36,6 @@ void release(std::vector<T>& list) {
   std::vector<T>().swap(list);
 }
 
-/// Takes the place of what is told about the same neighbour.
-template <class TLV>
-void replace(std::vector<TLV>& known, TLV&& told) {
-  const auto place = std::ranges::find(known, told.get_neighbor_AL_MAC(), &TLV::get_neighbor_AL_MAC);
-  if (place != known.end()) {
-    *place = std::move(told);
-  } else {
-    known.push_back(std::move(told));
-  }
-}
-
 }  // namespace
 
 /// What the device told may change as long as this lives, also by an exception.
@@ -111,15 +100,22 @@ void DeviceMap::take_told(Device& device, ToldByDevice told) {
   device.told = std::move(told);
 }
 
-void DeviceMap::take_metrics(Device& device, std::vector<TransmitterLinkMetricTLV> transmitter,
-                             std::vector<ReceiverLinkMetricTLV> receiver) {
-  const Recount recount(*this, device);
+void DeviceMap::take_metrics(Device& device, const MACAddress& neighbor, const TransmitterLinkMetricTLV* transmitter,
+                             const ReceiverLinkMetricTLV* receiver) {
   const std::vector<MACAddress> neighbors = device.told.neighbor_al_macs();
-  const auto take = [&](auto& known, auto& tlvs) {
-    for (auto& tlv : tlvs) {
-      if (std::ranges::binary_search(neighbors, tlv.get_neighbor_AL_MAC()) && device.told.cost() < memory_left()) {
-        replace(known, std::move(tlv));
-      }
+  if (!std::ranges::binary_search(neighbors, neighbor)) {
+    return;
+  }
+  const Recount recount(*this, device);
+  const auto take = [&]<class TLV>(std::vector<TLV>& known, const TLV* told) {
+    if (told == nullptr) {
+      return;
+    }
+    std::erase_if(known, [&](const TLV& tlv) { return tlv.get_neighbor_AL_MAC() == neighbor; });
+    known.push_back(*told);
+    if (device.told.cost() > memory_left()) {
+      known.pop_back();
+      known.shrink_to_fit();
     }
   };
   take(device.told.transmitter_metrics, transmitter);

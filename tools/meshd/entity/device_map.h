@@ -52,10 +52,11 @@ class DeviceMap {
   /// out first, then all.
   void take_told(Device& device, ToldByDevice told);
 
-  /// What a device of the map measured on its links to its neighbours; what it measured to the same ones before goes.
-  /// It is left out when it is about others or when there is no memory for it.
-  void take_metrics(Device& device, std::vector<qel::ieee1905_1::TransmitterLinkMetricTLV> transmitter,
-                    std::vector<qel::ieee1905_1::ReceiverLinkMetricTLV> receiver);
+  /// What a device of the map measured on its links to the neighbour; what it measured there before goes. Null when it
+  /// told nothing. It is left out when the device has no such neighbour, or when there is no memory for it.
+  void take_metrics(Device& device, const qel::MACAddress& neighbor,
+                    const qel::ieee1905_1::TransmitterLinkMetricTLV* transmitter,
+                    const qel::ieee1905_1::ReceiverLinkMetricTLV* receiver);
 
   void take_blocked(Device& device, std::vector<qel::ieee1905_1::QELBlockedInterface> blocked);
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
+#include <span>
 #include <utility>
 
 #include "qel/ieee1905_1/device_identification_tlv.h"
@@ -22,12 +24,33 @@ std::vector<T> collect(const Message& message) {
   return {range.begin(), range.end()};
 }
 
-/// Without those about another device.
+/// What a device tells of its links to a neighbour; null when it does not.
 template <class T>
-std::vector<T> collect_about(const MACAddress& al_mac, const Message& message) {
-  std::vector<T> tlvs = collect<T>(message);
-  std::erase_if(tlvs, [&](const T& tlv) { return tlv.get_local_AL_MAC() != al_mac; });
-  return tlvs;
+const T* find_metrics(const Message& message, const MACAddress& al_mac, const MACAddress& neighbor) {
+  for (const T& tlv : message.all<T>()) {
+    if (tlv.get_local_AL_MAC() == al_mac && tlv.get_neighbor_AL_MAC() == neighbor) {
+      return &tlv;
+    }
+  }
+  return nullptr;
+}
+
+/// The first entries, as many as are taken of one device.
+std::vector<IEEE1905NeighborDeviceTLV> collect_neighbors(const Message& message) {
+  std::vector<IEEE1905NeighborDeviceTLV> lists = collect<IEEE1905NeighborDeviceTLV>(message);
+  std::size_t room = ToldByDevice::MOST_NEIGHBORS;
+  for (IEEE1905NeighborDeviceTLV& list : lists) {
+    const std::span entries(list.get_AL_MAC_neighbor_vector());
+    if (entries.size() > room) {
+      IEEE1905NeighborDeviceTLV part(list.get_local_MAC());
+      for (const ALMAC19051Neighbor& entry : entries.first(room)) {
+        part.add_AL_MAC_neighbor(entry);
+      }
+      list = std::move(part);
+    }
+    room -= list.get_AL_MAC_neighbor_vector().size();
+  }
+  return lists;
 }
 
 template <class T>
@@ -55,7 +78,7 @@ ToldByDevice read_topology(const Message& message, const DeviceInformationTLV& i
   if (const auto* bridging = message.find<DeviceBridgingCapabilityTLV>()) {
     told.bridges = bridging->get_bridging_tuple_vector();
   }
-  told.neighbors = collect<IEEE1905NeighborDeviceTLV>(message);
+  told.neighbors = collect_neighbors(message);
   told.hosts = collect<NonIEEE1905NeighborDeviceListTLV>(message);
   const std::vector<MACAddress> neighbors = told.neighbor_al_macs();
   told.transmitter_metrics = keep_about(neighbors, before.transmitter_metrics);
@@ -63,9 +86,16 @@ ToldByDevice read_topology(const Message& message, const DeviceInformationTLV& i
   return told;
 }
 
-template <class T>
-bool has_metrics_to(const std::vector<T>& metrics, const MACAddress& al_mac) {
-  return std::ranges::find(metrics, al_mac, &T::get_neighbor_AL_MAC) != metrics.end();
+/// Those that the device told metrics to, sorted.
+std::vector<MACAddress> measured_neighbors(const ToldByDevice& told) {
+  std::vector<MACAddress> al_macs;
+  al_macs.reserve(told.transmitter_metrics.size() + told.receiver_metrics.size());
+  std::ranges::transform(told.transmitter_metrics, std::back_inserter(al_macs),
+                         &TransmitterLinkMetricTLV::get_neighbor_AL_MAC);
+  std::ranges::transform(told.receiver_metrics, std::back_inserter(al_macs),
+                         &ReceiverLinkMetricTLV::get_neighbor_AL_MAC);
+  std::ranges::sort(al_macs);
+  return al_macs;
 }
 
 constexpr int SHARES = 1024;
@@ -171,8 +201,9 @@ std::optional<MACAddress> Inquirer::take_metrics(const MACAddress& source, const
       !device->inquiry.answer(Inquiry::Question::METRICS, message.get_head().get_message_id())) {
     return std::nullopt;
   }
-  devices_.take_metrics(*device, collect_about<TransmitterLinkMetricTLV>(al_mac, message),
-                        collect_about<ReceiverLinkMetricTLV>(al_mac, message));
+  const MACAddress& neighbor = device->inquiry.neighbor();
+  devices_.take_metrics(*device, neighbor, find_metrics<TransmitterLinkMetricTLV>(message, al_mac, neighbor),
+                        find_metrics<ReceiverLinkMetricTLV>(message, al_mac, neighbor));
   device->answered_at = now;
   if (device->inquiry.next_neighbor(now)) {
     ask(al_mac, *device, now);
@@ -293,10 +324,8 @@ std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Dev
     std::erase_if(neighbors,
                   [&](const MACAddress& neighbor) { return neighbor == self_ || tells_of_itself(neighbor); });
   }
-  const auto is_missing = [&](const MACAddress& neighbor) {
-    return !has_metrics_to(device.told.transmitter_metrics, neighbor) &&
-           !has_metrics_to(device.told.receiver_metrics, neighbor);
-  };
+  const std::vector<MACAddress> measured = measured_neighbors(device.told);
+  const auto is_missing = [&](const MACAddress& neighbor) { return !std::ranges::binary_search(measured, neighbor); };
   const std::chrono::milliseconds fresh = is_neighbor(device) ? hold_time_ / 4 : hold_time_;
   if (device.metrics_asked_at && now - *device.metrics_asked_at < fresh) {
     std::erase_if(neighbors, std::not_fn(is_missing));
