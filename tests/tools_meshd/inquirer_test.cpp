@@ -224,6 +224,28 @@ TEST_F(InquirerTest, KeepsWhatWasToldHoweverManyComeAndGo) {
   }
 }
 
+TEST_F(InquirerTest, LeavesEachDeviceMemoryOfItsOwn) {
+  DeviceMap map(device_mac(1), 16);
+  const auto tell = [&](std::uint8_t teller, std::size_t neighbors, std::size_t others) {
+    ToldByDevice told;
+    told.neighbors.resize(neighbors);
+    told.hosts.resize(others);
+    told.transmitter_metrics.resize(others);
+    map.take_told(*map.take_neighbor(device_mac(teller), 0), std::move(told));
+    return map.find(device_mac(teller))->told;
+  };
+  for (std::uint8_t greedy = 2; greedy < 12; ++greedy) {
+    std::size_t count = 1024;
+    while (count > 4 && tell(greedy, count, 0).neighbors.empty()) {
+      count /= 2;
+    }
+  }
+  const ToldByDevice told = tell(12, 20, 400);
+  EXPECT_THAT(told.neighbors, SizeIs(20));
+  EXPECT_THAT(told.hosts, IsEmpty());
+  EXPECT_THAT(told.transmitter_metrics, IsEmpty());
+}
+
 TEST_F(InquirerTest, TellsALinkFromABridgedOne) {
   const auto is_bridged = [&](std::uint8_t number) {
     return device.entity.neighbors().find(device_mac(number))->links.at(0).is_bridged;

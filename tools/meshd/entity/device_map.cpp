@@ -42,9 +42,9 @@ void release(std::vector<T>& list) {
 class DeviceMap::Recount {
  public:
   Recount(DeviceMap& map, const Device& device) : map_(map), device_(device) {
-    map_.told_octets_ -= device_.told.cost();
+    map_.spare_taken_ -= excess(device_.told);
   }
-  ~Recount() { map_.told_octets_ += device_.told.cost(); }
+  ~Recount() { map_.spare_taken_ += excess(device_.told); }
   Recount(const Recount&) = delete;
   Recount& operator=(const Recount&) = delete;
 
@@ -91,10 +91,14 @@ Device* DeviceMap::take_notifier(const MACAddress& al_mac, std::size_t interface
 
 void DeviceMap::take_told(Device& device, ToldByDevice told) {
   const Recount recount(*this, device);
-  if (told.cost() > memory_left()) {
+  if (!has_memory_for(told)) {
     release(told.hosts);
   }
-  if (told.cost() > memory_left()) {
+  if (!has_memory_for(told)) {
+    release(told.transmitter_metrics);
+    release(told.receiver_metrics);
+  }
+  if (!has_memory_for(told)) {
     told = {};
   }
   device.told = std::move(told);
@@ -113,7 +117,7 @@ void DeviceMap::take_metrics(Device& device, const MACAddress& neighbor, const T
     }
     std::erase_if(known, [&](const TLV& tlv) { return tlv.get_neighbor_AL_MAC() == neighbor; });
     known.push_back(*told);
-    if (device.told.cost() > memory_left()) {
+    if (!has_memory_for(device.told)) {
       known.pop_back();
       known.shrink_to_fit();
     }
@@ -125,7 +129,7 @@ void DeviceMap::take_metrics(Device& device, const MACAddress& neighbor, const T
 void DeviceMap::take_blocked(Device& device, std::vector<QELBlockedInterface> blocked) {
   const Recount recount(*this, device);
   device.told.blocked_interfaces = std::move(blocked);
-  if (device.told.cost() > memory_left()) {
+  if (!has_memory_for(device.told)) {
     release(device.told.blocked_interfaces);
   }
 }
@@ -225,7 +229,7 @@ Device* DeviceMap::add(const MACAddress& al_mac, const Way& way) {
   device.hops = way.hops;
   device.interface = way.interface;
   device.told_by = way.told_by;
-  told_octets_ += device.told.cost();
+  spare_taken_ += excess(device.told);
   return &device;
 }
 
@@ -244,14 +248,19 @@ bool DeviceMap::make_room(unsigned int hops) {
 }
 
 DeviceMap::Devices::iterator DeviceMap::erase(Devices::iterator place) {
-  told_octets_ -= place->second.told.cost();
+  spare_taken_ -= excess(place->second.told);
   return devices_.erase(place);
 }
 
-std::size_t DeviceMap::memory_left() const {
-  const std::size_t most = most_ * DEVICE_SIZE;
-  const std::size_t taken = devices_.size() * (sizeof(Devices::value_type) + NODE_SIZE) + told_octets_;
-  return most - std::min(most, taken);
+/// What a device that tells so takes beyond its own memory.
+std::size_t DeviceMap::excess(const ToldByDevice& told) {
+  const std::size_t size = sizeof(Devices::value_type) + NODE_SIZE + told.cost();
+  return size - std::min(size, OWN_SIZE);
+}
+
+bool DeviceMap::has_memory_for(const ToldByDevice& told) const {
+  const std::size_t spare = most_ * (DEVICE_SIZE - OWN_SIZE);
+  return excess(told) <= (spare - std::min(spare, spare_taken_)) / 4;
 }
 
 }  // namespace meshd

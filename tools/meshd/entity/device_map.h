@@ -28,8 +28,12 @@ class DeviceMap {
   /// A device that only its notification told of is told of by another one in the meantime, or it is forgotten.
   static constexpr std::chrono::seconds NOTICE_TIME{30};
 
-  /// What one device takes of memory on average, what it told included. One may take what others leave.
+  /// What one device takes of memory on average, what it told included.
   static constexpr std::size_t DEVICE_SIZE = 4096;
+
+  /// What of it each device has for itself. The rest is spare for those that tell more: one may take a quarter of what
+  /// is left of it.
+  static constexpr std::size_t OWN_SIZE = DEVICE_SIZE / 4 * 3;
 
   /// `self` is our AL MAC. There is room for `most` devices and DEVICE_SIZE octets for each.
   DeviceMap(const qel::MACAddress& self, std::size_t most) : self_(self), most_(most) {}
@@ -49,7 +53,7 @@ class DeviceMap {
   Device* take_notifier(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
   /// What a device of the map told replaces what it told before, as far as there is memory for it: the hosts are left
-  /// out first, then all.
+  /// out first, then the metrics, then all.
   void take_told(Device& device, ToldByDevice told);
 
   /// What a device of the map measured on its links to the neighbour; what it measured there before goes. Null when it
@@ -85,13 +89,14 @@ class DeviceMap {
   Device* add(const qel::MACAddress& al_mac, const Way& way);
   bool make_room(unsigned int hops);
   Devices::iterator erase(Devices::iterator place);
-  std::size_t memory_left() const;
+  static std::size_t excess(const ToldByDevice& told);
+  bool has_memory_for(const ToldByDevice& told) const;
 
   qel::MACAddress self_;
   std::size_t most_;
   Devices devices_;
-  std::size_t told_octets_ = 0;
-  std::size_t notifiers_ = 0;  // known by nothing else, as of the last walk
+  std::size_t spare_taken_ = 0;  // octets, by all
+  std::size_t notifiers_ = 0;    // known by nothing else, as of the last walk
   std::uint32_t walk_ = 0;
   bool is_waiting_ = false;
 };
