@@ -250,7 +250,7 @@ TEST_F(InquirerTest, TellsALinkFromABridgedOne) {
   const auto is_bridged = [&](std::uint8_t number) {
     return device.entity.neighbors().find(device_mac(number))->links.at(0).is_bridged;
   };
-  const Octets notice = encode_lldp({device_mac(2), interface_mac(0x21)});
+  const Octets notice = encode_lldp({device_mac(2), interface_mac(0x21), 180s});
   EXPECT_EQ(notice, qel::test::octets("0180C200000E 021905100021 88CC"
                                       "02 07 04 021905A00002 04 07 03 021905100021 06 02 00B4 00 00"));
   Octets others = notice;
@@ -270,6 +270,22 @@ TEST_F(InquirerTest, TellsALinkFromABridgedOne) {
   pass(4min);
   EXPECT_TRUE(is_bridged(2)) << "nothing was heard that a bridge would not forward";
   EXPECT_EQ(notifications(), 2);
+  const auto tell = [&](std::uint16_t time_to_live) {
+    Octets timed = notice;
+    timed[34] = static_cast<std::uint8_t>(time_to_live >> 8U);
+    timed[35] = static_cast<std::uint8_t>(time_to_live);
+    device.entity.receive(0, timed, now);
+  };
+  for (const auto& [time_to_live, time] : {std::pair(1, 2min), std::pair(600, 9min), std::pair(0xFFFF, 29min)}) {
+    tell(static_cast<std::uint16_t>(time_to_live));
+    pass(time);
+    EXPECT_FALSE(is_bridged(2)) << time_to_live;
+    pass(2min);
+    EXPECT_TRUE(is_bridged(2)) << time_to_live;
+  }
+  tell(600);
+  tell(0);
+  EXPECT_TRUE(is_bridged(2)) << "withdrawn";
   for (std::size_t size = 0; size < notice.size(); ++size) {
     device.entity.receive(0, std::span(notice).first(size), now);
   }
@@ -326,7 +342,7 @@ TEST_F(InquirerTest, TellsOfTheHostsThatAreItsOwn) {
   behind(2, {4, 2});
   device.ports.hosts[2].push_back(device_mac(2));
   answer(2, {}, 0, {mac(0x40, 2)});
-  device.entity.receive(1, encode_lldp({device_mac(3), interface_mac(0x31)}), now);
+  device.entity.receive(1, encode_lldp({device_mac(3), interface_mac(0x31), 1s}), now);
   const auto hosts = device.entity.find_hosts(now);
   EXPECT_THAT(hosts[0], ElementsAre(mac(0x40, 1))) << "through bridges, but for what another has";
   EXPECT_THAT(hosts[1], IsEmpty()) << "all is behind the neighbor";

@@ -51,11 +51,11 @@ TEST(NeighborTable, DropsLinksAndThenNeighborsThatAreNotHeardOf) {
 TEST(NeighborTable, KeepsALinkForAWhileOnlyBySuchAsABridgeForwards) {
   NeighborTable table;
   table.discover(device_mac(1), 0, interface_mac(0x11), at(0));
-  for (int second = 0; second <= 30; ++second) {
+  for (int second = 0; second <= 180; ++second) {
     table.hear(device_mac(1), 0, at(second));
     EXPECT_THAT(table.expire(at(second), 10s), IsEmpty()) << second;
   }
-  EXPECT_THAT(table.expire(at(31), 10s), ElementsAre(device_mac(1)));
+  EXPECT_THAT(table.expire(at(181), 10s), ElementsAre(device_mac(1)));
 }
 
 TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {

@@ -53,7 +53,7 @@ void Entity::announce(TimePoint now) {
 
 void Entity::tend(TimePoint now) {
   on_links_lost(neighbors_.expire(now, config_.hold_time));
-  has_changed_ = neighbors_.expire_unbridged(now, config_.hold_time) || has_changed_;
+  has_changed_ = neighbors_.expire_unbridged(now) || has_changed_;
   reassembly_.expire(now);
   if (std::exchange(has_changed_, false)) {
     const Message notification = topology_notification(config_.al_mac);
@@ -212,7 +212,9 @@ void Entity::announce_on(std::size_t interface) {
   if (is_usable(interface)) {
     const MACAddress& mac = config_.interfaces[interface].mac;
     sender_.send(interface, CMDU_MULTICAST_ADDRESS, topology_discovery(config_.al_mac, mac));
-    ports_.send(interface, encode_lldp({config_.al_mac, mac}));  // behind the discovery, which tells whose link it is
+    const auto time_to_live = std::chrono::ceil<std::chrono::seconds>(config_.hold_time);
+    // Behind the discovery, which tells whose link it is.
+    ports_.send(interface, encode_lldp({config_.al_mac, mac, time_to_live}));
   }
 }
 

@@ -22,6 +22,9 @@ namespace {
 using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
 using qel::MACAddress;
 
+/// What an LLDP frame says is believed no longer than so: a bridge may be put into the link.
+constexpr std::chrono::seconds LONGEST_LLDP_TIME = std::chrono::minutes(30);
+
 /// A message that is not understood as far as it would have to be.
 class Rejection : public std::runtime_error {
   using std::runtime_error::runtime_error;
@@ -266,7 +269,13 @@ Entity::Outcome Entity::take_lldp(std::size_t interface, std::span<const std::ui
   if (!notice || neighbors_.find(notice->al_mac) == nullptr) {
     return notice && notice->al_mac == config_.al_mac ? &FrameCounts::own : &FrameCounts::ignored;
   }
-  has_changed_ = neighbors_.hear_unbridged(notice->al_mac, interface, notice->interface, now) || has_changed_;
+  // The other may announce less often than we do, so that its word counts, unless it is shorter than our own.
+  std::optional<TimePoint> until;
+  if (notice->time_to_live != std::chrono::seconds::zero()) {
+    until =
+        now + std::max<std::chrono::milliseconds>(config_.hold_time, std::min(notice->time_to_live, LONGEST_LLDP_TIME));
+  }
+  has_changed_ = neighbors_.hear_unbridged(notice->al_mac, interface, notice->interface, until) || has_changed_;
   return &FrameCounts::processed;
 }
 

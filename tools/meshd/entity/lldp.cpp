@@ -17,7 +17,7 @@ constexpr std::uint8_t PORT_ID = 2;
 constexpr std::uint8_t TIME_TO_LIVE = 3;
 constexpr std::uint8_t CHASSIS_IS_MAC_ADDRESS = 4;
 constexpr std::uint8_t PORT_IS_MAC_ADDRESS = 3;
-constexpr std::uint8_t SECONDS = 180;  // three announcements, as often as they are by default
+constexpr std::chrono::seconds LONGEST_TIME_TO_LIVE{0xFFFF};
 
 constexpr std::size_t ETHERTYPE_PLACE = 12;
 constexpr std::size_t HEADER_SIZE = 2;  // of a TLV: seven bits of type, nine of length
@@ -74,7 +74,8 @@ std::vector<std::uint8_t> encode_lldp(const LldpNotice& notice) {
   add_address(notice.al_mac);
   add({PORT_ID << 1U, 7, PORT_IS_MAC_ADDRESS});
   add_address(notice.interface);
-  add({TIME_TO_LIVE << 1U, 2, 0, SECONDS});
+  const auto seconds = static_cast<std::uint16_t>(std::min(notice.time_to_live, LONGEST_TIME_TO_LIVE).count());
+  add({TIME_TO_LIVE << 1U, 2, static_cast<std::uint8_t>(seconds >> 8U), static_cast<std::uint8_t>(seconds & 0xFFU)});
   add({END, 0});
   return frame;
 }
@@ -84,10 +85,10 @@ std::optional<LldpNotice> parse_lldp(std::span<const std::uint8_t> frame) {
   const auto al_mac = walk.next_address(CHASSIS_ID, CHASSIS_IS_MAC_ADDRESS);
   const auto interface = walk.next_address(PORT_ID, PORT_IS_MAC_ADDRESS);
   const auto time = walk.next(TIME_TO_LIVE, 2);
-  if (!al_mac || !interface || !time || ((*time)[0] == 0 && (*time)[1] == 0)) {
+  if (!al_mac || !interface || !time) {
     return std::nullopt;
   }
-  return LldpNotice{*al_mac, *interface};
+  return LldpNotice{*al_mac, *interface, std::chrono::seconds((*time)[0] << 8U | (*time)[1])};
 }
 
 }  // namespace meshd

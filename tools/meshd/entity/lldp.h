@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -16,19 +17,19 @@ inline constexpr qel::MACAddress LLDP_MULTICAST_ADDRESS({0x01, 0x80, 0xC2, 0x00,
 
 /// What we need of an LLDP frame.
 struct LldpNotice {
-  qel::MACAddress al_mac;     ///< the chassis
-  qel::MACAddress interface;  ///< the port
+  qel::MACAddress al_mac;             ///< the chassis
+  qel::MACAddress interface;          ///< the port
+  std::chrono::seconds time_to_live;  ///< up to 65535; 0 withdraws what was said before
 
   bool operator==(const LldpNotice&) const = default;
 };
 
 bool is_lldp(std::span<const std::uint8_t> frame);
 
-/// A whole frame from the interface.
+/// A whole frame from the interface. A longer time to live is sent as 65535 s.
 std::vector<std::uint8_t> encode_lldp(const LldpNotice& notice);
 
-/// Nothing for a frame that is damaged, that names chassis and port by other things than MAC addresses, or that
-/// withdraws what was said before.
+/// Nothing for a frame that is damaged or that names chassis and port by other things than MAC addresses.
 std::optional<LldpNotice> parse_lldp(std::span<const std::uint8_t> frame);
 
 }  // namespace meshd

@@ -12,6 +12,8 @@ using qel::MACAddress;
 
 /// Other frames than discoveries keep a link alive for so many hold times.
 constexpr int UNDISCOVERED_HOLD_TIMES = 3;
+/// And for so long at least, since others may send discoveries less often than we do.
+constexpr std::chrono::seconds LEAST_UNDISCOVERED_TIME{180};
 
 bool has_link_to(const Neighbor& neighbor, const MACAddress& mac) {
   return std::any_of(neighbor.links.begin(), neighbor.links.end(),
@@ -120,12 +122,13 @@ void NeighborTable::hear(const MACAddress& al_mac, std::size_t interface, TimePo
 }
 
 bool NeighborTable::hear_unbridged(const MACAddress& al_mac, std::size_t interface, const MACAddress& mac,
-                                   TimePoint now) {
+                                   std::optional<TimePoint> until) {
   if (Neighbor* neighbor = entry(al_mac)) {
     for (NeighborLink& link : neighbor->links) {
       if (link.interface == interface && link.mac == mac) {
-        link.last_lldp = now;
-        return std::exchange(link.is_bridged, false);
+        link.unbridged_until = until.value_or(TimePoint());
+        const bool was_bridged = std::exchange(link.is_bridged, !until);
+        return was_bridged != link.is_bridged;
       }
     }
   }
@@ -133,19 +136,19 @@ bool NeighborTable::hear_unbridged(const MACAddress& al_mac, std::size_t interfa
 }
 
 std::vector<MACAddress> NeighborTable::expire(TimePoint now, std::chrono::milliseconds hold_time) {
+  const auto undiscovered_time =
+      std::max<std::chrono::milliseconds>(UNDISCOVERED_HOLD_TIMES * hold_time, LEAST_UNDISCOVERED_TIME);
   return drop([&](const Neighbor&, const NeighborLink& link) {
-    return now - link.last_heard > hold_time || now - link.last_discovered > UNDISCOVERED_HOLD_TIMES * hold_time;
+    return now - link.last_heard > hold_time || now - link.last_discovered > undiscovered_time;
   });
 }
 
-bool NeighborTable::expire_unbridged(TimePoint now, std::chrono::milliseconds hold_time) {
+bool NeighborTable::expire_unbridged(TimePoint now) {
   bool has_changed = false;
   for (Neighbor& neighbor : neighbors_) {
     for (NeighborLink& link : neighbor.links) {
-      if (link.last_lldp && now - *link.last_lldp > hold_time) {
-        link.last_lldp.reset();
-        has_changed = true;
-        link.is_bridged = true;
+      if (!link.is_bridged && now > link.unbridged_until) {
+        link.is_bridged = has_changed = true;
       }
     }
   }

@@ -29,9 +29,9 @@ struct NeighborLink {
   TimePoint last_heard;
   TimePoint last_discovered;
   Standing standing = Standing::CLAIMED;
-  std::optional<TimePoint> last_lldp = {};  ///< what no bridge forwards came over it
-  bool is_bridged = true;                   ///< there are bridges in between, as far as we know
-  AskerLimit answers = {};                  ///< to what is asked over it
+  bool is_bridged = true;          ///< there are bridges in between, as far as we know
+  TimePoint unbridged_until = {};  ///< while it is not bridged: so long we believe it
+  AskerLimit answers = {};         ///< to what is asked over it
 };
 
 /// Another device that was discovered.
@@ -76,16 +76,19 @@ class NeighborTable {
   /// forwarded it from elsewhere, so that this holds for a while only when no discovery comes.
   void hear(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
-  /// What no bridge forwards came over a link. Returns whether we took it for bridged.
-  bool hear_unbridged(const qel::MACAddress& al_mac, std::size_t interface, const qel::MACAddress& mac, TimePoint now);
+  /// What no bridge forwards came over a link and holds until then; nothing when it withdraws what came before.
+  /// Returns whether we thought otherwise.
+  bool hear_unbridged(const qel::MACAddress& al_mac, std::size_t interface, const qel::MACAddress& mac,
+                      std::optional<TimePoint> until);
 
-  /// Drops the links not heard of for `hold_time` and returns the AL MACs of the neighbours that lost one; one that
+  /// Drops the links not heard of for `hold_time`, or not discovered for three of them or three announcements of a
+  /// device with the usual interval, whichever is longer. Returns the AL MACs of the neighbours that lost one; one that
   /// lost its last is gone.
   std::vector<qel::MACAddress> expire(TimePoint now, std::chrono::milliseconds hold_time);
 
-  /// Takes the links for bridged over which nothing came for `hold_time` that a bridge would not forward. Returns
-  /// whether there are new ones.
-  bool expire_unbridged(TimePoint now, std::chrono::milliseconds hold_time);
+  /// Takes the links for bridged for which nothing holds any more that a bridge would not forward. Returns whether
+  /// there are new ones.
+  bool expire_unbridged(TimePoint now);
 
   /// Drops the links of one of our interfaces; the same is returned.
   std::vector<qel::MACAddress> disconnect(std::size_t interface);
