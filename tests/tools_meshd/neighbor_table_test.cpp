@@ -92,5 +92,26 @@ TEST(NeighborTable, MakesRoomWhereMostClaimsAreUnlessThatWouldTurnTheTables) {
   EXPECT_THAT(table.make_room(0), IsEmpty()) << "two against one";
 }
 
+TEST(NeighborTable, MakesRoomAlsoWhereAllIsProvenButNoMoreThanOthersHaveAShareOf) {
+  NeighborTable table(8);
+  for (std::uint8_t i = 1; i <= 8; ++i) {
+    table.discover(device_mac(i), 0, interface_mac(i), at(10 - i));
+    ToldByDevice told;
+    told.interfaces.push_back({interface_mac(i), {}, {}});
+    table.prove(device_mac(i), told);
+  }
+  EXPECT_THAT(table.make_room(0), IsEmpty());
+  for (std::uint8_t gone = 8; gone > 4; --gone) {
+    EXPECT_THAT(table.make_room(1), ElementsAre(device_mac(gone)));
+    const std::uint8_t newcomer = 0x20 + gone;
+    table.discover(device_mac(newcomer), 1, interface_mac(newcomer), at(20));
+    EXPECT_THAT(table.make_room(1), IsEmpty()) << "before it has proven the first";
+    ToldByDevice told;
+    told.interfaces.push_back({interface_mac(newcomer), {}, {}});
+    table.prove(device_mac(newcomer), told);
+  }
+  EXPECT_THAT(table.make_room(1), IsEmpty()) << "each has its share";
+}
+
 }  // namespace
 }  // namespace meshd::test

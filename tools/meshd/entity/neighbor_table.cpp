@@ -81,33 +81,46 @@ void NeighborTable::prove(const MACAddress& al_mac, const ToldByDevice& told) {
 }
 
 std::vector<MACAddress> NeighborTable::make_room(std::size_t interface) {
-  std::map<std::size_t, std::size_t> claims;
+  struct Held {
+    std::size_t claims = 0;
+    std::size_t links = 0;
+  };
+  std::map<std::size_t, Held> held;
+  const Held& ours = held[interface];
   for (const Neighbor& neighbor : neighbors_) {
     for (const NeighborLink& link : neighbor.links) {
-      claims[link.interface] += is_claim(link) ? 1U : 0U;
+      ++held[link.interface].links;
+      held[link.interface].claims += is_claim(link) ? 1U : 0U;
     }
   }
-  const auto most = std::max_element(claims.begin(), claims.end(),
-                                     [](const auto& left, const auto& right) { return left.second < right.second; });
-  if (most == claims.end() || most->second < claims[interface] + 2) {
-    return {};
+  const auto most = [&](std::size_t Held::*count) {
+    return *std::max_element(held.begin(), held.end(), [count](const auto& left, const auto& right) {
+      return left.second.*count < right.second.*count;
+    });
+  };
+  const auto claimed = most(&Held::claims);
+  if (claimed.second.claims >= ours.claims + 2) {
+    return drop_oldest([&](const NeighborLink& link) { return link.interface == claimed.first && is_claim(link); });
   }
-  Neighbor* owner = nullptr;
-  std::size_t place = 0;
-  for (Neighbor& neighbor : neighbors_) {
-    for (std::size_t i = 0; i < neighbor.links.size(); ++i) {
-      const NeighborLink& link = neighbor.links[i];
-      if (link.interface == most->first && is_claim(link) &&
-          (owner == nullptr || link.last_heard < owner->links[place].last_heard)) {
-        owner = &neighbor;
-        place = i;
+  const auto full = most(&Held::links);
+  if (ours.claims == 0 && full.second.links > most_links_ / held.size() && full.second.links >= ours.links + 2) {
+    return drop_oldest([&](const NeighborLink& link) { return link.interface == full.first; });
+  }
+  return {};
+}
+
+template <class Predicate>
+std::vector<MACAddress> NeighborTable::drop_oldest(Predicate may_go) {
+  const NeighborLink* oldest = nullptr;
+  for (const Neighbor& neighbor : neighbors_) {
+    for (const NeighborLink& link : neighbor.links) {
+      if (may_go(link) && (oldest == nullptr || std::pair(!is_claim(link), link.last_heard) <
+                                                    std::pair(!is_claim(*oldest), oldest->last_heard))) {
+        oldest = &link;
       }
     }
   }
-  const MACAddress al_mac = owner->al_mac;
-  owner->links.erase(owner->links.begin() + static_cast<std::ptrdiff_t>(place));
-  std::erase_if(neighbors_, [](const Neighbor& neighbor) { return neighbor.links.empty(); });
-  return {al_mac};
+  return drop([oldest](const Neighbor&, const NeighborLink& link) { return &link == oldest; });
 }
 
 void NeighborTable::hear(const MACAddress& al_mac, std::size_t interface, TimePoint now) {

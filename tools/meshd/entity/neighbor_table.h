@@ -69,7 +69,9 @@ class NeighborTable {
 
   /// Room for one more link in a full table, so that who floods one interface keeps nobody out on the others. The
   /// interface with the most claims gives up the one not heard of for longest, but only if it has still no fewer than
-  /// `interface` with one more. What is returned is as of `expire`, empty when there is no room.
+  /// `interface` with one more. When there is none, the interface with the most links gives up such a one, a claim
+  /// first, if it has more than its equal share of the table; but only for the first claim on `interface`, so that
+  /// claims alone displace few that are proven. What is returned is as of `expire`, empty when there is no room.
   std::vector<qel::MACAddress> make_room(std::size_t interface);
 
   /// Something came from this device, if it is known, on `interface`: its links there are alive. A bridge may have
@@ -114,6 +116,9 @@ class NeighborTable {
   std::size_t count_links() const;
   template <class Predicate>
   std::vector<qel::MACAddress> drop(Predicate is_gone);
+  /// Of the links that may go: the claim not heard of for longest, else such a proven one.
+  template <class Predicate>
+  std::vector<qel::MACAddress> drop_oldest(Predicate may_go);
 
   std::size_t most_links_;
   std::vector<Neighbor> neighbors_;
