@@ -178,14 +178,14 @@ Entity::Outcome Entity::on_topology_notification(const Received& received, const
 
 bool Entity::may_answer(const Received& received) {
   const MACAddress& source = received.frame.source;
-  AskerLimit* limit = nullptr;
   if (NeighborLink* link = neighbors_.find_link(source, received.interface)) {
-    limit = &link->answers;
-  } else if (Device* device = inquirer_.devices().find(source); device != nullptr && device->hops > 1) {
-    Inquirer::learn_way(*device, received.interface);
-    limit = &device->answers;
+    return limits_.take(AnswerLimits::Asker::LINK, link->answers, received.time);
   }
-  return limits_.take(limit, received.interface, received.time);
+  if (Device* device = inquirer_.devices().find(source); device != nullptr && device->hops > 1) {
+    Inquirer::learn_way(*device, received.interface);
+    return limits_.take(AnswerLimits::Asker::FAR_DEVICE, device->answers, received.time);
+  }
+  return limits_.take(received.interface, received.time);
 }
 
 template <class MakeAnswer>

@@ -11,13 +11,17 @@ class TokenBucket {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// Whether one more may pass.
+  /// Whether one more may pass and `spare` behind it.
+  constexpr bool has_room(TimePoint now, int spare = 0) const {
+    return std::max(full_at_, now) - now <= (BURST - 1 - spare) * INTERVAL;
+  }
+
+  /// Whether one more may pass, which then has.
   constexpr bool take(TimePoint now) {
-    const TimePoint full_at = std::max(full_at_, now) + INTERVAL;
-    if (full_at - now > BURST * INTERVAL) {
+    if (!has_room(now)) {
       return false;
     }
-    full_at_ = full_at;
+    full_at_ = std::max(full_at_, now) + INTERVAL;
     return true;
   }
 
