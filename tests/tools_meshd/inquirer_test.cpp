@@ -126,6 +126,7 @@ TEST_F(InquirerTest, TriesOtherWaysAndShowsWhoDoesNotAnswer) {
   pass(2min);
   answer(4, {2}, 1);
   EXPECT_EQ(state_of(4), DeviceState::ANSWERED);
+  receive(0, topology_query(), 4);  // which anybody can send
   receive(1, topology_notification(device_mac(4)), 4);
   pass(2s);
   EXPECT_EQ(questions(4, TOPOLOGY_QUERY_MESSAGE).at(0).first, 1U) << "where it answered";

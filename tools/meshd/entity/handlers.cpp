@@ -182,7 +182,6 @@ bool Entity::may_answer(const Received& received) {
     return limits_.take(AnswerLimits::Asker::LINK, link->answers, received.time);
   }
   if (Device* device = inquirer_.devices().find(source); device != nullptr && device->hops > 1) {
-    Inquirer::learn_way(*device, received.interface);
     return limits_.take(AnswerLimits::Asker::FAR_DEVICE, device->answers, received.time);
   }
   return limits_.take(received.interface, received.time);
