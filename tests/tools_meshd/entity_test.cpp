@@ -571,6 +571,7 @@ TEST(Entity, TakesUpInterfacesAndGivesThemBack) {
   EXPECT_THAT(text_of(ports.take().at(0).message()), testing::Not(HasSubstr("02:19:05:10:00:12")));
   EXPECT_EQ(entity.add_interface({"new", interface_mac(0x22), ""}), 1U);
   EXPECT_FALSE(entity.is_blocked(1));
+  EXPECT_TRUE(entity.is_blocked(entity.add_interface({"eth1", interface_mac(0x12), ""}))) << "as it was when it left";
   EXPECT_THROW(entity.add_interface({}), std::invalid_argument);
 }
 

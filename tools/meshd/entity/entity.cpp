@@ -117,6 +117,7 @@ std::size_t Entity::add_interface(LocalInterface added) {
   }
   config_.interfaces.resize(std::max(config_.interfaces.size(), interface + 1));
   blocked_.resize(config_.interfaces.size());
+  blocked_[interface] = gone_blocked_.erase(added.name) != 0;
   config_.interfaces[interface] = std::move(added);
   has_changed_ = true;
   announce_on(interface);
@@ -126,7 +127,11 @@ std::size_t Entity::add_interface(LocalInterface added) {
 void Entity::remove_interface(std::size_t interface) {
   disconnect(interface);
   has_changed_ = true;
-  config_.interfaces.at(interface) = {};
+  LocalInterface& ours = config_.interfaces.at(interface);
+  if (blocked_[interface]) {
+    gone_blocked_.insert(std::move(ours.name));
+  }
+  ours = {};
   blocked_[interface] = false;
 }
 

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -70,7 +71,8 @@ class Entity {
   FrameCounts counts() const;
 
   /// Takes up an interface at the lowest number that is free, and announces us there. Throws std::invalid_argument for
-  /// one without a name or one too many.
+  /// one without a name or one too many. One with the name of an interface that was blocked when it was removed is
+  /// blocked again.
   std::size_t add_interface(LocalInterface added);
 
   /// The interface is no longer ours: its links are gone, and its number is free.
@@ -141,8 +143,9 @@ class Entity {
   mutable HostFinder hosts_;
   AnswerLimits limits_;
   FrameCounts counts_;
-  std::vector<bool> blocked_;  // by the numbers of the interfaces
-  bool has_changed_ = false;   // our links, since the mesh was told
+  std::vector<bool> blocked_;           // by the numbers of the interfaces
+  std::set<std::string> gone_blocked_;  // names of interfaces that were blocked when they were removed
+  bool has_changed_ = false;            // our links, since the mesh was told
 };
 
 }  // namespace meshd
