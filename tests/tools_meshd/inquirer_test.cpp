@@ -208,6 +208,13 @@ TEST_F(InquirerTest, NearDevicesKeepTheirPlaceInAFullMap) {
   much.hosts.resize(400);
   map.take_told(*map.find(device_mac(7)), std::move(much));
   EXPECT_THAT(map.find(device_mac(7))->told.hosts, IsEmpty()) << "more than three devices may take";
+  NeighborTable neighbors;
+  neighbors.discover(device_mac(2), 0, interface_mac(0x21), now);
+  map.walk(neighbors, now);
+  EXPECT_TRUE(map.is_waiting()) << "there is room again";
+  map.walk(neighbors, now);
+  EXPECT_NE(map.find(device_mac(3)), nullptr);
+  EXPECT_FALSE(map.is_waiting());
 }
 
 TEST_F(InquirerTest, KeepsWhatWasToldHoweverManyComeAndGo) {

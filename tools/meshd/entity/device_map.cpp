@@ -81,7 +81,7 @@ Device* DeviceMap::take_notifier(const MACAddress& al_mac, std::size_t interface
   if (device == nullptr && notifiers_ < MOST_UNPROVEN && is_valid_individual_mac_address(al_mac)) {
     device = add(al_mac, {0, interface, {}});
     notifiers_ += device != nullptr ? 1U : 0U;
-    is_waiting_ = true;
+    is_waiting_ = is_waiting_ || device != nullptr;
   }
   if (device != nullptr) {
     device->noticed_at = now;
@@ -141,6 +141,7 @@ std::vector<MACAddress> DeviceMap::take_neighbors_of(const MACAddress& al_mac) {
 std::vector<MACAddress> DeviceMap::walk(const NeighborTable& neighbors, TimePoint now) {
   ++walk_;
   is_waiting_ = false;
+  is_crowded_ = false;
   std::vector<MACAddress> met;
   for (const Neighbor& neighbor : neighbors.all()) {
     if (Device* device = take_neighbor(neighbor.al_mac, neighbor.best_link().interface)) {
@@ -189,6 +190,7 @@ std::vector<MACAddress> DeviceMap::meet_neighbors_of(const MACAddress& al_mac, s
     const Device* device = find(neighbor);
     return device != nullptr && device->told_by == al_mac && !was_proven(*device);
   }));
+  bool has_room = true;
   for (const MACAddress& neighbor : told) {
     Device* device = find(neighbor);
     bool is_first = met != nullptr;
@@ -199,9 +201,11 @@ std::vector<MACAddress> DeviceMap::meet_neighbors_of(const MACAddress& al_mac, s
       }
     } else if (unproven >= MOST_UNPROVEN) {
       is_waiting_ = true;
-    } else if ((device = add(neighbor, way)) != nullptr) {
+    } else if (has_room && (device = add(neighbor, way)) != nullptr) {
       ++unproven;
       added.push_back(neighbor);
+    } else {
+      has_room = false;  // for none so far away
     }
     if (device != nullptr && is_first) {
       device->walk = walk_;
@@ -223,6 +227,7 @@ void DeviceMap::lead(Device& device, const Way& way) {
 
 Device* DeviceMap::add(const MACAddress& al_mac, const Way& way) {
   if (devices_.size() >= most_ && !make_room(way.hops)) {
+    is_crowded_ = true;
     return nullptr;
   }
   Device& device = devices_[al_mac];

@@ -71,8 +71,8 @@ class DeviceMap {
   /// tells no more of another or a link of ours is gone. Returns the devices forgotten that were `is_found`.
   std::vector<qel::MACAddress> walk(const NeighborTable& neighbors, TimePoint now);
 
-  /// Some were not taken in, or wait to be told of: another walk is to follow soon.
-  bool is_waiting() const { return is_waiting_; }
+  /// Some were not taken in though there is room by now, or wait to be told of: another walk is to follow soon.
+  bool is_waiting() const { return is_waiting_ || (is_crowded_ && devices_.size() < most_); }
 
  private:
   class Recount;
@@ -99,6 +99,7 @@ class DeviceMap {
   std::size_t notifiers_ = 0;    // known by nothing else, as of the last walk
   std::uint32_t walk_ = 0;
   bool is_waiting_ = false;
+  bool is_crowded_ = false;  // some had no room
 };
 
 }  // namespace meshd
