@@ -48,12 +48,14 @@ Edges find_edges(const TopologyView& view) {
 /// Sets of ports that grow together.
 class Groups {
  public:
+  /// The port that stands for the set; halves the way there for the next time.
   Port find(const Port& port) {
-    Port& parent = parents_.try_emplace(port, port).first->second;
-    if (parent != port) {
-      parent = find(Port(parent));
+    auto place = parents_.try_emplace(port, port).first;
+    while (place->second != place->first) {
+      place->second = parents_.at(place->second);
+      place = parents_.find(place->second);
     }
-    return parent;
+    return place->first;
   }
   void join(const Port& left, const Port& right) { parents_[find(left)] = find(right); }
 
