@@ -100,6 +100,7 @@ class Traffic {
         seeds_(read_seeds(test_data, Octets(OURS.octets().begin(), OURS.octets().end()))),
         sockets_("/proc/" + process + "/net/packet"),
         oracle_(al_mac),
+        sieve_(al_mac),
         identifier_(identifier) {}
 
   void run(const std::string& mode, std::chrono::milliseconds duration) {
@@ -156,7 +157,22 @@ class Traffic {
     frame[TYPE + 1] = static_cast<std::uint8_t>(type & 0xFFU);
   }
 
+  /// A message that a node takes: one of another type may lack a TLV that its handler needs.
   Octets make_whole() {
+    Octets frame;
+    std::uint64_t before = 0;
+    do {
+      frame = make_well_formed();
+      before = sieve_.rejected();
+      sieve_.take(frame);
+    } while (sieve_.rejected() != before);
+    frame[FLAGS] = static_cast<std::uint8_t>(frame[FLAGS] | (random_() % 8 == 0 ? RELAY : 0));
+    stamp(frame);
+    return frame;
+  }
+
+  /// Not relayed, so that the sieve takes none for a duplicate.
+  Octets make_well_formed() {
     Octets frame = seeds_.well_formed[next_++ % seeds_.well_formed.size()];
     switch (random_() % 4) {
       case 0:
@@ -167,8 +183,7 @@ class Traffic {
       default:
         set_type(frame, DECODED_TYPES[random_() % std::size(DECODED_TYPES)]);
     }
-    frame[FLAGS] = static_cast<std::uint8_t>((frame[FLAGS] & ~RELAY) | (random_() % 8 == 0 ? RELAY : 0));
-    stamp(frame);
+    frame[FLAGS] = static_cast<std::uint8_t>(frame[FLAGS] & ~RELAY);
     return frame;
   }
 
@@ -242,6 +257,7 @@ class Traffic {
   const Seeds seeds_;
   const std::string sockets_;
   Oracle oracle_;
+  Oracle sieve_;
   std::mt19937 random_{std::random_device()()};
   std::size_t next_ = 0;
   std::uint16_t identifier_;
