@@ -10,10 +10,10 @@ namespace meshd {
 /// The file that keeps the AL MAC address of a daemon across restarts.
 class AlMacFile {
  public:
-  /// In an existing directory. With an empty name of a directory nothing is kept.
+  /// The directory must exist. If its name is empty, nothing is kept.
   AlMacFile(const std::string& directory, const std::string& daemon);
 
-  /// Nothing if the file is missing or holds no individual MAC address.
+  /// Nothing if the file is missing or does not hold an individual MAC address.
   std::optional<qel::MACAddress> read() const;
 
   /// Replaces the file as a whole. Throws std::system_error.

@@ -28,7 +28,7 @@ class DebugShell {
   std::string interfaces() const;
   std::string counters() const;
 
-  /// Throws std::invalid_argument for a name that is none of our interfaces'.
+  /// Throws std::invalid_argument if no interface of ours has the name.
   std::string set_blocked(const std::string& name, bool blocked);
 
  private:

@@ -25,7 +25,7 @@ namespace {
 
 using qel::daemon::Mainloop;
 
-/// Message identifiers begin anywhere: those used before a restart are still in the memory of others.
+/// Message identifiers start at a random value, because others still remember those from before a restart.
 void scatter_message_ids() {
   for (unsigned int count = std::random_device()() & 0xFFFFU; count > 0; --count) {
     qel::ieee1905_1::make_IEEE1905_1_msg_id();

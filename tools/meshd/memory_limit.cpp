@@ -27,7 +27,7 @@ rlim_t data_size() {
 std::error_code limit_memory() {
   rlimit limit{};
   if (getrlimit(RLIMIT_DATA, &limit) != 0 || limit.rlim_cur <= MOST_DATA || data_size() > MOST_DATA / 2) {
-    return {};  // a sanitizer has more from the start
+    return {};  // a sanitizer uses more from the start
   }
   limit.rlim_cur = MOST_DATA;
   return setrlimit(RLIMIT_DATA, &limit) == 0 ? std::error_code() : std::error_code(errno, std::generic_category());

@@ -20,7 +20,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds TEND_INTERVAL{1};
 
-/// A link is given up when its other end was silent for so many announcements: each asks the neighbours for an answer.
+/// A link is dropped after its other end was silent for this many announcements; with each of them we query the
+/// neighbours.
 constexpr int SILENT_ANNOUNCEMENTS = 3;
 
 std::ostream& log() { return qel::debug::stream("meshd"); }
@@ -52,7 +53,7 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
       entity_(configure(options, *links_, AlMacFile(options.state_directory, options.name)), *this),
       ports_(*links_, entity_, loop, troubles_),
       shell_(entity_, ports_, loop) {
-  // The first of the watches: what changed before a frame came is known when the frame is taken.
+  // The first of the watches, so that changes that precede a frame are known when it is handled.
   loop_.add_watch(links_);
   ports_.open_all(options.interfaces);
   try {
@@ -113,7 +114,7 @@ void Node::on_device_lost(const MACAddress& al_mac) {
   loop_.send_qelipc_event("DEVICE_LOST", data.data(), static_cast<unsigned int>(data.size()));
 }
 
-/// Once a second at most: whoever sends rubbish must not push everything else out of the log ring.
+/// At most once a second, so that a sender of garbage does not push everything else out of the log.
 void Node::on_rejected(const Frame& frame, const std::string& reason) {
   const std::optional<std::uint64_t> others = rejections_.count(Clock::now());
   if (!others) {

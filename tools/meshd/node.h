@@ -18,7 +18,7 @@
 
 namespace meshd {
 
-/// The entity on real interfaces, in a main loop: its sockets, its timers, its debug shell and its events.
+/// Runs the entity on real interfaces in a main loop, with its sockets, timers, debug shell and events.
 class Node final : private Ports {
  public:
   /// Opens everything and makes the first announcement. The loop is borrowed. Throws std::system_error and

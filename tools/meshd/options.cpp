@@ -16,9 +16,9 @@ namespace meshd {
 namespace {
 
 constexpr int LONGEST_INTERVAL = 3600;  // seconds
-constexpr int MOST_DEVICES = 4096;      // what they take fits into the limit of our data
+constexpr int MOST_DEVICES = 4096;      // their memory fits into the limit on our data
 
-/// All that log something, here and in the library.
+/// All loggers, here and in the library.
 constexpr std::array<std::string_view, 8> COMPONENTS = {
     "meshd", "mainloop",      "QELAssociatedSTAIdleStateTLV", "QELBTMQueryTLV", "state_machine", "Task",
     "Timer", "type_validator"};
@@ -54,7 +54,7 @@ enum Option : int {
   DEBUG
 };
 
-/// Words are given in their order, those that are no options too; what lacks its value is told apart.
+/// Words are returned in order, including those that are not options. An option without its value is reported as such.
 constexpr const char* SHORT_OPTIONS = "-:hi:";
 
 constexpr option LONG_OPTIONS[] = {
@@ -119,8 +119,8 @@ void check_interfaces(std::vector<std::string> interfaces) {
 
 Options parse_options(int argc, char* const* argv) {
   Options options;
-  std::vector<std::string>* list = nullptr;  // of the last option that takes several words
-  std::set<int> given;                       // of those that may be given once
+  std::vector<std::string>* list = nullptr;  // the list of the last option that takes several words
+  std::set<int> given;                       // options that may be given only once
   opterr = 0;
   for (;;) {
     const std::string word = optind < argc ? argv[optind] : "";

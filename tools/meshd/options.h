@@ -19,14 +19,14 @@ class UsageError : public std::runtime_error {
 
 struct Options {
   std::vector<std::string> interfaces;    ///< at least one, none twice
-  std::optional<qel::MACAddress> al_mac;  ///< when absent that of the last time, or made of the first interface's
-  std::string state_directory;            ///< where the AL MAC is kept; empty for nowhere
+  std::optional<qel::MACAddress> al_mac;  ///< if absent, that of the last run, or one derived from an interface
+  std::string state_directory;            ///< where the AL MAC is kept; empty to keep none
   std::string name = "meshd";             ///< on the IPC
   std::chrono::seconds discovery_interval{60};
   std::size_t devices = Limits().devices;  ///< beside us, at most
   bool daemonize = false;
   std::vector<std::string> debug_components;
-  std::string notice;  ///< the help or the version when it was asked for: nothing else is to be done
+  std::string notice;  ///< the help or the version, if requested: print it and exit
 };
 
 /// Throws UsageError.

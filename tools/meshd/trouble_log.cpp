@@ -9,7 +9,7 @@ namespace meshd {
 
 namespace {
 
-/// `more`: how many times it happened since the last line, 0 when it is new.
+/// `more` is how often it happened since the last line; 0 if it is new.
 void write(const std::string& cause, std::uint64_t more) {
   std::ostream& log = qel::debug::stream("meshd");
   log << qel::debug::LogLevels::ERROR << cause;

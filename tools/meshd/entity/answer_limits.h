@@ -8,15 +8,15 @@
 
 namespace meshd {
 
-/// How many frames answers may take. Who forges a question has the answer, which is many times as long, sent to
-/// somebody else: so each link to a neighbour and each device of the mesh beyond has its own limit, all others that ask
-/// on one interface have one together, and there is one for all. Of that a part is kept for the links: whoever forges
-/// what strangers and far devices ask keeps no neighbour from its answers.
+/// Limits the frames sent as responses. A forged query makes us send a response, many times as long, to a victim. So
+/// each link to a neighbour and each device beyond has a limit of its own, all strangers on one interface share one,
+/// and there is a limit for all together. A part of the latter is reserved for links: forged queries from strangers and
+/// far devices do not keep neighbours from their responses.
 class AnswerLimits {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// Devices of a large mesh ask each other before they know each other.
+  /// Devices of a large mesh query each other before they know each other.
   static constexpr int STRANGERS_A_SECOND = 32;
   static constexpr int STRANGERS_AT_ONCE = 64;
   static constexpr int IN_ALL_A_SECOND = 128;
@@ -25,22 +25,22 @@ class AnswerLimits {
 
   enum class Asker { LINK, FAR_DEVICE };
 
-  /// Whether one may be answered that has `own` as its limit.
+  /// Whether to answer an asker with the limit `own`.
   bool take(Asker asker, AskerLimit& own, TimePoint now) {
     return take(own, asker == Asker::LINK ? 0 : KEPT_FOR_LINKS, now);
   }
 
-  /// Whether a stranger on the interface may be answered.
+  /// Whether to answer a stranger on the interface.
   bool take(std::size_t interface, TimePoint now) {
     strangers_.resize(std::max(strangers_.size(), interface + 1));
     return take(strangers_[interface], KEPT_FOR_LINKS, now);
   }
 
-  /// The last answer took so many frames more than one.
+  /// The last response took this many frames in addition to the first.
   void charge(int frames) { in_all_.charge(frames); }
 
  private:
-  /// Spends nothing of the asker's own for what the limit for all refuses.
+  /// Does not charge the asker's own limit if the common limit refuses.
   bool take(auto& own, int spare, TimePoint now) {
     return in_all_.has_room(now, spare) && own.take(now) && in_all_.take(now);
   }

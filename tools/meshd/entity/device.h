@@ -19,19 +19,19 @@
 
 namespace meshd {
 
-/// Whether a device tells about itself.
+/// Whether a device reports itself.
 enum class DeviceState : std::uint8_t {
-  HEARD_OF,     ///< others told of it, or it was discovered; it was not asked yet, or there is still time to answer
-  ANSWERED,     ///< it answered when it was last asked
-  UNREACHABLE,  ///< it did not, however often; what it told before is kept
+  HEARD_OF,     ///< others reported it, or it was discovered; it has not been queried yet, or may still answer
+  ANSWERED,     ///< it answered the last query
+  UNREACHABLE,  ///< it did not answer, nor when asked again; what it reported before is kept
 };
 
-/// What a device told about itself in answer to our questions. The addresses of its interfaces are its local MACs.
+/// What a device reported about itself in response to our queries. The addresses of its interfaces are its local MACs.
 struct ToldByDevice {
-  /// Entries in all neighbour lists together; who reads an answer leaves out the rest.
+  /// Limit on the entries of all neighbour lists together; the rest of a response is ignored.
   static constexpr std::size_t MOST_NEIGHBORS = 1024;
 
-  std::string name;  ///< as it calls itself: any octets; empty when it does not say
+  std::string name;  ///< as it calls itself: any octets; empty if not reported
   std::optional<qel::BasicVersion> meshd_version;
   std::vector<qel::ieee1905_1::InterfaceInformation> interfaces;
   std::vector<qel::ieee1905_1::DeviceBridgingTuple> bridges;
@@ -45,7 +45,7 @@ struct ToldByDevice {
   /// Sorted, each once.
   std::vector<qel::MACAddress> neighbor_al_macs() const;
 
-  /// Octets of memory that the lists take.
+  /// The octets of memory that the lists take.
   std::size_t cost() const;
 };
 
@@ -54,22 +54,22 @@ struct Device {
   using TimePoint = std::chrono::steady_clock::time_point;
 
   DeviceState state = DeviceState::HEARD_OF;
-  unsigned int hops = 0;                ///< 1 for a neighbour; 0 when only a notification told of it
-  std::size_t interface = 0;            ///< the one of ours over which it is asked first
-  bool is_way_proven = false;           ///< it sent us something over that interface
-  qel::MACAddress told_by;              ///< one of those nearest to us that tell of it; ours for a neighbour
+  unsigned int hops = 0;       ///< 1 for a neighbour; 0 if only a notification told of it
+  std::size_t interface = 0;   ///< our interface over which it is queried first
+  bool is_way_proven = false;  ///< it has sent us something over that interface
+  qel::MACAddress told_by;  ///< the AL MAC of a device that reports it, among those nearest to us; ours for a neighbour
   std::optional<TimePoint> noticed_at;  ///< when its last notification came
   std::optional<TimePoint> answered_at;
   ToldByDevice told;
 
   Inquiry inquiry;
-  bool has_more_metrics = false;              ///< than the last row asked for, and that are not known
-  unsigned int rows_unanswered = 0;           ///< since it answered a whole one
-  std::optional<TimePoint> metrics_asked_at;  ///< when all were asked for, not only those that were missing
-  unsigned int metrics_turn = 0;              ///< how often, for those that have more neighbours than a row asks for
-  AskerLimit answers;                         ///< to what it asks us
-  bool is_found = false;                      ///< beyond the neighbours, and the world was told
-  std::uint32_t walk = 0;                     ///< the last walk that came by, see DeviceMap
+  bool has_more_metrics = false;              ///< unknown ones that the last sequence did not ask for
+  unsigned int rows_unanswered = 0;           ///< sequences since it last answered a whole one
+  std::optional<TimePoint> metrics_asked_at;  ///< when all were asked for, not only missing ones
+  unsigned int metrics_turn = 0;  ///< how many times, for a device with more neighbours than a sequence asks for
+  AskerLimit answers;             ///< the limit on responses to it
+  bool is_found = false;          ///< it is beyond the neighbours and was announced as found
+  std::uint32_t walk = 0;         ///< the last walk that met it; see DeviceMap
 };
 
 }  // namespace meshd

@@ -13,26 +13,25 @@
 
 namespace meshd {
 
-/// All other devices of the mesh: our neighbours, those that are told of by a device in the map, and for a while those
-/// that told of themselves in a notification. Devices that never answered give way to others, and so do those far away
-/// to nearer ones.
+/// All other devices of the mesh: our neighbours, those that a device in the map reports, and for a while those that
+/// sent a notification. Devices that never answered give way to others, and far devices to nearer ones.
 class DeviceMap {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
   using Devices = std::map<qel::MACAddress, Device>;
 
-  /// Devices that never answered and that one device told of, or that told of themselves. More wait until some of these
-  /// have answered: who invents devices keeps out few.
+  /// Limit on devices that never answered among those that one device reports, and among those known only by
+  /// notifications. More wait until some of these have answered, so invented devices keep out few real ones.
   static constexpr std::size_t MOST_UNPROVEN = 64;
 
-  /// A device that only its notification told of is told of by another one in the meantime, or it is forgotten.
+  /// A device known only by its notification is forgotten unless another device reports it within this time.
   static constexpr std::chrono::seconds NOTICE_TIME{30};
 
-  /// What one device takes of memory on average, what it told included.
+  /// The memory of one device on average, in octets, including what it reported.
   static constexpr std::size_t DEVICE_SIZE = 4096;
 
-  /// What of it each device has for itself. The rest is spare for those that tell more: one may take a quarter of what
-  /// is left of it.
+  /// The part of it that each device has for itself. The rest is shared by devices that report more: one may take a
+  /// quarter of what is left.
   static constexpr std::size_t OWN_SIZE = DEVICE_SIZE / 4 * 3;
 
   /// `self` is our AL MAC. There is room for `most` devices and DEVICE_SIZE octets for each.
@@ -42,14 +41,14 @@ class DeviceMap {
   const Devices& all() const { return devices_; }
   Devices& all() { return devices_; }
 
-  /// By the AL MAC; null when there is none.
+  /// By its AL MAC; null if there is none.
   Device* find(const qel::MACAddress& al_mac);
   const Device* find(const qel::MACAddress& al_mac) const;
 
-  /// A device was discovered as neighbour on the interface; null when there is no room beside other neighbours.
+  /// Takes in a device that was discovered as a neighbour on the interface. Null if other neighbours leave no room.
   Device* take_neighbor(const qel::MACAddress& al_mac, std::size_t interface);
 
-  /// A device told of itself in a notification that came on the interface; null when it is unknown and has no room.
+  /// Takes in a device whose notification came on the interface. Null if it is unknown and there is no room.
   Device* take_notifier(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
   /// What a device of the map told replaces what it told before, as far as there is memory for it: the hosts are left
@@ -64,14 +63,15 @@ class DeviceMap {
 
   void take_blocked(Device& device, std::vector<qel::ieee1905_1::QELBlockedInterface> blocked);
 
-  /// Those that this device of the map tells of are taken in. Returns those that are new.
+  /// Takes in the neighbours that this device of the map reports. Returns the new ones.
   std::vector<qel::MACAddress> take_neighbors_of(const qel::MACAddress& al_mac);
 
-  /// Goes from our neighbours to what they tell of, and on: who is not met is forgotten. Has to follow when a device
-  /// tells no more of another or a link of ours is gone. Returns the devices forgotten that were `is_found`.
+  /// Walks from our neighbours to the devices that they report, and on; forgets the devices that it does not meet.
+  /// Required after a device no longer reports another, or a link of ours is gone. Returns the forgotten devices that
+  /// were `is_found`.
   std::vector<qel::MACAddress> walk(const NeighborTable& neighbors, TimePoint now);
 
-  /// Some were not taken in though there is room by now, or wait to be told of: another walk is to follow soon.
+  /// Whether another walk should follow soon: devices that were left out have room by now, or wait to be reported.
   bool is_waiting() const { return is_waiting_ || (is_crowded_ && devices_.size() < most_); }
 
  private:
@@ -95,11 +95,11 @@ class DeviceMap {
   qel::MACAddress self_;
   std::size_t most_;
   Devices devices_;
-  std::size_t spare_taken_ = 0;  // octets, by all
-  std::size_t notifiers_ = 0;    // known by nothing else, as of the last walk
+  std::size_t spare_taken_ = 0;  // octets, of all devices
+  std::size_t notifiers_ = 0;    // devices known only by a notification, as of the last walk
   std::uint32_t walk_ = 0;
   bool is_waiting_ = false;
-  bool is_crowded_ = false;  // some had no room
+  bool is_crowded_ = false;  // some devices had no room
 };
 
 }  // namespace meshd

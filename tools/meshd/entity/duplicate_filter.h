@@ -12,46 +12,47 @@
 
 namespace meshd {
 
-/// Remembers the messages that were relayed in the last seconds, so that each is relayed once. None is forgotten before
-/// its time, else it would circle in a ring of slow links; what there is no room to remember must not be relayed.
+/// Remembers the messages relayed in the last seconds, so that each is relayed only once. None is forgotten early,
+/// since it could then circulate in a ring of slow links. A message that there is no room to remember must not be
+/// relayed.
 class DuplicateFilter {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// A device that starts again may use the same numbers again, so that the time must be short.
+  /// This time must be short because a restarted device may reuse message identifiers.
   static constexpr std::chrono::seconds MEMORY{3};
 
-  /// The messages remembered of those that came on one interface, and among them from one originator: who floods leaves
-  /// room for the others. A message takes some 32 octets, and the memory is given back when it is forgotten.
+  /// Limits on the messages remembered for one interface, and for one originator on it, so that a flood leaves room for
+  /// others. A message takes about 32 octets, which are freed when it is forgotten.
   static constexpr std::size_t ROOM = 1024;
   static constexpr std::size_t ROOM_OF_ORIGINATOR = ROOM / 4;
 
   enum class Verdict { NEW, DUPLICATE, NO_ROOM };
 
-  /// Messages are equal in originator, message type and identifier, and fragment, on whichever interface they came. A
-  /// new one is remembered if there is room. `now` never goes back.
+  /// Messages are the same if originator, message type, message identifier and fragment identifier are equal, whatever
+  /// the interface. A new message is remembered if there is room. `now` never decreases.
   Verdict take(std::size_t interface, const qel::MACAddress& originator, const qel::ieee1905_1::MessageHead& head,
                TimePoint now);
 
-  /// The messages remembered.
+  /// The number of remembered messages.
   std::size_t size() const { return entries_.size(); }
 
  private:
-  /// Entries have running numbers from 1 on.
+  /// Entries are numbered consecutively from 1.
   struct Entry {
     qel::MACAddress originator;
     std::uint16_t message_id;
     qel::ieee1905_1::MessageType message_type;
     std::uint8_t fragment_id;
     std::uint8_t interface;
-    std::uint64_t next;  ///< with the same hash: an older one, which may be forgotten
+    std::uint64_t next;  ///< an older entry with the same hash, which may be forgotten
     TimePoint time;
 
     bool operator==(const Entry& other) const;
     std::uint64_t hash() const;
   };
 
-  /// What the messages of one interface take. Originators whose addresses are alike in the sum share their room.
+  /// The room that the messages of one interface take. Originators whose addresses have the same hash share theirs.
   struct Share {
     std::size_t count = 0;
     std::array<std::uint16_t, 256> by_originator{};

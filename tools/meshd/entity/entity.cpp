@@ -83,7 +83,7 @@ Entity::Outcome Entity::take(const Received& received) {
   if (origin == config_.al_mac || received.frame.source == config_.al_mac) {
     return &FrameCounts::own;
   }
-  if (!received.frame.head.get_relay_indicator()) {  // else it may have come from behind somebody
+  if (!received.frame.head.get_relay_indicator()) {  // a relayed message may come from a device further away
     neighbors_.hear(received.frame.source, received.interface, received.time);
   }
   if (!is_for_us(received)) {
@@ -199,7 +199,7 @@ bool Entity::is_to_be_relayed(const Received& received) const {
   return received.frame.head.get_relay_indicator() && received.frame.destination == CMDU_MULTICAST_ADDRESS;
 }
 
-/// Unchanged, and whether or not it is understood (IEEE 1905.1-2013, 7.2).
+/// Unchanged, and even if it is not understood (IEEE 1905.1-2013, 7.2).
 void Entity::relay(const Received& received, bool has_room) {
   bool has_way = false;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
@@ -218,7 +218,7 @@ void Entity::announce_on(std::size_t interface) {
     const MACAddress& mac = config_.interfaces[interface].mac;
     sender_.send(interface, CMDU_MULTICAST_ADDRESS, topology_discovery(config_.al_mac, mac));
     const auto time_to_live = std::chrono::ceil<std::chrono::seconds>(config_.hold_time);
-    // Behind the discovery, which tells whose link it is.
+    // After the discovery, which tells whose link it is.
     ports_.send(interface, encode_lldp({config_.al_mac, mac, time_to_live}));
   }
 }
@@ -228,7 +228,7 @@ void Entity::tell_about_us(const Neighbor& neighbor) {
   tell_blocked_interfaces(neighbor);
 }
 
-/// Also that there are none: a message that was lost is made good by the next.
+/// Sent even if none are blocked: the next message makes up for a lost one.
 void Entity::tell_blocked_interfaces(const Neighbor& neighbor) {
   sender_.send(neighbor.best_link().interface, neighbor.al_mac, blocked_interface_list(blocked_interfaces()));
 }

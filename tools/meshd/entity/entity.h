@@ -29,21 +29,21 @@
 
 namespace meshd {
 
-/// A 1905.1 abstraction layer entity: discovers its neighbours, learns the mesh beyond them, answers questions about
-/// topology and links, and relays. It knows neither sockets nor timers: whoever owns it hands over what comes in and
-/// the time.
+/// A 1905.1 abstraction layer entity. It discovers its neighbours, learns the mesh beyond them, answers queries about
+/// topology and links, and relays messages. It has no sockets and no timers: its owner passes in the received frames
+/// and the time.
 class Entity {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// So many are told of in one TLV of a frame.
+  /// As many as fit in one TLV of a frame.
   static constexpr std::size_t MAX_INTERFACES = 128;
 
   struct Config {
     qel::MACAddress al_mac;
     qel::BasicVersion version;
-    std::vector<LocalInterface> interfaces;  ///< MAX_INTERFACES at most; none without a name at the start
-    std::chrono::milliseconds hold_time;     ///< a link not heard of for so long is gone
+    std::vector<LocalInterface> interfaces;  ///< at most MAX_INTERFACES; each has a name
+    std::chrono::milliseconds hold_time;     ///< a link not heard from for this long is gone
     Limits limits = {};
   };
 
@@ -54,15 +54,15 @@ class Entity {
   Entity& operator=(const Entity&) = delete;
   ~Entity() = default;
 
-  /// To be called at start and then at regular intervals, several in a hold time: announces us on all interfaces and
-  /// asks all neighbours again, so that what we know of them does not grow old and that those alive are heard of.
+  /// Call this at start and then at regular intervals, several within a hold time. Announces us on all interfaces and
+  /// queries all neighbours again, which keeps what we know of them fresh and their links alive.
   void announce(TimePoint now);
 
-  /// To be called once a second or so: drops links that have grown too old, tells the mesh when our links have changed,
-  /// and asks the devices whose time has come.
+  /// Call this about once a second. Drops links that are too old, notifies the mesh if our links have changed, and
+  /// queries the devices that are due.
   void tend(TimePoint now);
 
-  /// Takes a frame that was received on an interface: of the ethertype of 1905.1 or of LLDP, others are ignored.
+  /// Handles a frame received on an interface. Frames of other ethertypes than those of 1905.1 and LLDP are ignored.
   void receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now);
 
   const Config& config() const { return config_; }
@@ -70,41 +70,41 @@ class Entity {
   const DeviceMap& devices() const { return inquirer_.devices(); }
   FrameCounts counts() const;
 
-  /// Takes up an interface at the lowest number that is free, and announces us there. Throws std::invalid_argument for
-  /// one without a name or one too many. One with the name of an interface that was blocked when it was removed is
-  /// blocked again.
+  /// Adds an interface at the lowest free number, and announces us there. If an interface of the same name was blocked
+  /// when it was removed, the new one is blocked too. Throws std::invalid_argument if it has no name or there are
+  /// MAX_INTERFACES already.
   std::size_t add_interface(LocalInterface added);
 
-  /// The interface is no longer ours: its links are gone, and its number is free.
+  /// Removes the interface and its links, and frees its number.
   void remove_interface(std::size_t interface);
 
-  /// The interface has come to work, or has another name, address or bridge now: announces us there, and tells the mesh
-  /// of another address. Throws std::out_of_range.
+  /// The interface came up, or its name, address or bridge changed. Announces us there, and notifies the mesh of a new
+  /// address. Throws std::out_of_range.
   void replace_interface(std::size_t interface, LocalInterface renewed);
 
   /// The interface has lost its carrier: its links are gone.
   void disconnect(std::size_t interface);
 
-  /// Nothing is sent on a blocked interface, and what it receives is ignored: its links are gone. The neighbours are
-  /// told before, so that those behind it know as well. None is blocked at first.
+  /// Nothing is sent on a blocked interface, what it receives is ignored, and its links are removed. The neighbours are
+  /// told first, including those behind it. Initially no interface is blocked.
   void set_blocked(std::size_t interface, bool blocked);
   bool is_blocked(std::size_t interface) const { return blocked_[interface]; }
   std::vector<qel::ieee1905_1::QELBlockedInterface> blocked_interfaces() const;
 
-  /// Of all interfaces, by their numbers.
+  /// The state of each interface, by its number.
   std::vector<InterfaceState> read_states() const;
 
-  /// Of all interfaces, by their numbers: the hosts without 1905.1 behind them.
+  /// The hosts without 1905.1 behind each interface, by its number.
   std::vector<std::vector<qel::MACAddress>> find_hosts(TimePoint now) const;
 
  private:
   struct Received;
   struct Handler;
 
-  /// The count at which a message is counted that a handler has taken.
+  /// The counter for a message that a handler has accepted.
   using Outcome = std::uint64_t FrameCounts::*;
 
-  /// There is such an interface, and we do not block it.
+  /// True if the interface exists and is not blocked.
   bool is_usable(std::size_t interface) const;
 
   Outcome take(const Received& received);
@@ -145,7 +145,7 @@ class Entity {
   FrameCounts counts_;
   std::vector<bool> blocked_;           // by the numbers of the interfaces
   std::set<std::string> gone_blocked_;  // names of interfaces that were blocked when they were removed
-  bool has_changed_ = false;            // our links, since the mesh was told
+  bool has_changed_ = false;            // whether our links changed since the last notification
 };
 
 }  // namespace meshd

@@ -21,32 +21,32 @@ namespace meshd {
 inline constexpr std::size_t ETHER_HEADER_SIZE = sizeof(qel::EtherHeader);
 inline constexpr std::size_t MAX_FRAME_SIZE = qel::RawSock::MAX_FRAME_SIZE;
 
-/// A received frame, read as far as its TLVs need not be understood.
+/// A received frame whose headers are decoded but whose TLVs are not.
 struct Frame {
   qel::MACAddress destination;
   qel::MACAddress source;
   qel::ieee1905_1::MessageHead head;
-  std::span<const std::uint8_t> octets;  ///< all of it; borrowed
+  std::span<const std::uint8_t> octets;  ///< the whole frame; borrowed
 
   std::span<const std::uint8_t> cmdu() const { return octets.subspan(ETHER_HEADER_SIZE); }
 };
 
-/// Encodes and decodes messages, and keeps the memory for it.
+/// Encodes and decodes messages, and reuses the memory for it.
 class Codec {
  public:
-  /// Nothing for a frame without room for a message, of another ethertype, or from a group address.
+  /// Returns nothing for a frame that is too short, of another ethertype, or from a group address.
   std::optional<Frame> parse(std::span<const std::uint8_t> octets);
 
   /// Throws qel::serialization::SerializationException.
   qel::ieee1905_1::Message decode(const Frame& frame);
 
-  /// TLV by TLV; the octets are borrowed by what is returned.
+  /// Decodes TLV by TLV. The result refers to the octets of the frame.
   qel::ieee1905_1::LenientMessage decode_leniently(std::span<const std::uint8_t> cmdu);
 
   using Frames = std::vector<std::span<const std::uint8_t>>;
 
-  /// One frame, or several with a fragment each, to be sent in this order; borrowed until the next call. Throws
-  /// qel::serialization::SerializationException, also for a TLV that does not fit a frame.
+  /// Returns one frame, or one for each fragment in the order of sending; valid until the next call. Throws
+  /// qel::serialization::SerializationException, also if a TLV does not fit into a frame.
   const Frames& encode(const qel::MACAddress& destination, const qel::MACAddress& source,
                        const qel::ieee1905_1::Message& message);
 
@@ -58,8 +58,8 @@ class Codec {
   Frames frames_;
 };
 
-/// Who sent a message first. That is its AL MAC address TLV, which is found by types and lengths alone, so that it
-/// tells also for messages that cannot be decoded; without such a TLV it is the source of the frame.
+/// The originator of a message: its AL MAC address TLV, or the source of the frame if it has none. Only the types and
+/// lengths of TLVs are read, so this also works for messages that cannot be decoded.
 qel::MACAddress originator(const Frame& frame);
 
 }  // namespace meshd

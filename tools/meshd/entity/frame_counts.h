@@ -5,24 +5,25 @@
 
 namespace meshd {
 
-/// What became of the frames received. Each is counted once, but those below `relayed` are counted beside.
+/// What became of the received frames. Each frame is counted once; `relayed` and the counters after it are counted in
+/// addition.
 struct FrameCounts {
   std::uint64_t processed = 0;
-  std::uint64_t ignored = 0;     ///< of another ethertype, too short, or nothing that we answer or keep
-  std::uint64_t blocked = 0;     ///< came on an interface that we block
-  std::uint64_t foreign = 0;     ///< sent to others
-  std::uint64_t own = 0;         ///< came back to us
-  std::uint64_t duplicates = 0;  ///< came before
-  std::uint64_t fragments = 0;   ///< kept until the others of their message come
-  std::uint64_t rejected = 0;    ///< without a TLV that is needed, or with one that cannot be decoded
-  std::uint64_t unasked = 0;     ///< answers to no question of ours
-  std::uint64_t unanswered = 0;  ///< questions above the limits
+  std::uint64_t ignored = 0;     ///< of another ethertype, too short, or of no interest to us
+  std::uint64_t blocked = 0;     ///< received on a blocked interface
+  std::uint64_t foreign = 0;     ///< addressed to others
+  std::uint64_t own = 0;         ///< our own, come back
+  std::uint64_t duplicates = 0;  ///< received before
+  std::uint64_t fragments = 0;   ///< held until the rest of the message arrives
+  std::uint64_t rejected = 0;    ///< a required TLV was missing or could not be decoded
+  std::uint64_t unasked = 0;     ///< responses to no query of ours
+  std::uint64_t unanswered = 0;  ///< queries above the rate limits
 
   std::uint64_t relayed = 0;
-  std::uint64_t unrelayed = 0;       ///< to be relayed, but dropped: there were too many to remember
-  std::uint64_t incomplete = 0;      ///< messages of which not all fragments came
-  std::uint64_t unknown_tlvs = 0;    ///< passed over in messages that were processed all the same
-  std::uint64_t malformed_tlvs = 0;  ///< the same, of a known type
+  std::uint64_t unrelayed = 0;       ///< not relayed because too many messages had to be remembered
+  std::uint64_t incomplete = 0;      ///< messages whose fragments did not all arrive
+  std::uint64_t unknown_tlvs = 0;    ///< TLVs without a class, skipped in messages that were processed
+  std::uint64_t malformed_tlvs = 0;  ///< TLVs of a known type that could not be decoded, skipped likewise
 };
 
 /// A count and its name, in the order in which they are shown.

@@ -1,4 +1,4 @@
-// What the entity makes of the messages that are for it.
+// How the entity handles the messages that are addressed to it.
 
 #include <algorithm>
 #include <array>
@@ -22,17 +22,17 @@ namespace {
 using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
 using qel::MACAddress;
 
-/// What an LLDP frame says is believed no longer than so: a bridge may be put into the link.
+/// An LLDP frame is trusted for no longer than this, since a bridge may be inserted into the link.
 constexpr std::chrono::seconds LONGEST_LLDP_TIME = std::chrono::minutes(30);
 
-/// A message that is not understood as far as it would have to be.
+/// The message lacks a TLV that is required, or cannot be decoded where it must be.
 class Rejection : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
 using Entry = LenientMessage::Entry;
 
-/// The address that the message names; there is one.
+/// The address that the message names; it must have one.
 template <class T>
 const MACAddress& named_address(const LenientMessage& message) {
   return message.message.find<T>()->get_MAC();
@@ -47,7 +47,7 @@ std::string place_of(TLVType type, std::size_t offset) {
   return " in " + enum_to_string(type) + " at offset " + std::to_string(offset);
 }
 
-/// Throws Rejection unless there is a TLV of the type, and it was understood.
+/// Throws Rejection unless there is a TLV of the type that could be decoded.
 void require(const LenientMessage& message, TLVType type) {
   if (std::ranges::any_of(message.entries,
                           [&](const Entry& entry) { return entry.raw.type == type && entry.tlv != nullptr; })) {
@@ -60,18 +60,18 @@ void require(const LenientMessage& message, TLVType type) {
 }  // namespace
 
 struct Entity::Handler {
-  /// How the message has to come; else it is ignored.
+  /// How the message must arrive; otherwise it is ignored.
   enum class Way : std::uint8_t {
     ANY,
     NOT_RELAYED,  ///< from a neighbour
-    TO_US_ALONE,  ///< answered by all it would have the mesh send to whom its sender names
+    TO_US_ALONE,  ///< if relayed, the whole mesh would answer to the address that its sender names
   };
 
   static constexpr TLVType NONE = TLVType::END_OF_MESSAGE;
 
   MessageType type;
   Way way;
-  std::array<TLVType, 2> needed;  ///< without them, or with such as cannot be decoded, the message is rejected
+  std::array<TLVType, 2> needed;  ///< required TLVs; if one is missing or cannot be decoded, the message is rejected
   Outcome (Entity::*take)(const Received&, const LenientMessage&);
 
   bool accepts(const Frame& frame) const {
@@ -159,7 +159,7 @@ Entity::Outcome Entity::on_topology_discovery(const Received& received, const Le
   if (const Device* device = devices().find(al_mac); device != nullptr && device->answered_at) {
     neighbors_.prove(al_mac, device->told);
   }
-  announce_on(received.interface);  // first, since it believes only whom it knows
+  announce_on(received.interface);  // first, since the neighbour accepts answers only from devices that it knows
   if (discovery == NeighborTable::Discovery::NEW_NEIGHBOR) {
     const Neighbor& neighbor = *neighbors_.find(al_mac);
     ports_.on_neighbor_found(neighbor, received.interface);
@@ -169,7 +169,7 @@ Entity::Outcome Entity::on_topology_discovery(const Received& received, const Le
   return &FrameCounts::processed;
 }
 
-/// Some leave out the AL MAC that the standard wants in it.
+/// Some devices omit the AL MAC that the standard requires.
 Entity::Outcome Entity::on_topology_notification(const Received& received, const LenientMessage&) {
   return inquirer_.on_notification(originator(received.frame), received.interface, received.time)
              ? &FrameCounts::processed
@@ -262,13 +262,13 @@ Entity::Outcome Entity::on_vendor_specific(const Received& received, const Lenie
   }
 }
 
-/// From others than 1905.1 devices, of which there are many, it says nothing to us.
+/// LLDP from devices without 1905.1, which is common, means nothing to us.
 Entity::Outcome Entity::take_lldp(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now) {
   const std::optional<LldpNotice> notice = parse_lldp(octets);
   if (!notice || neighbors_.find(notice->al_mac) == nullptr) {
     return notice && notice->al_mac == config_.al_mac ? &FrameCounts::own : &FrameCounts::ignored;
   }
-  // The other may announce less often than we do, so that its word counts, unless it is shorter than our own.
+  // The neighbour may announce itself less often than we do, so its time to live counts if it is longer than ours.
   std::optional<TimePoint> until;
   if (notice->time_to_live != std::chrono::seconds::zero()) {
     until =

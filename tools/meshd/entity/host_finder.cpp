@@ -8,7 +8,7 @@ namespace {
 
 using qel::MACAddress;
 
-/// What devices tell takes a second to go through now and then, not for each answer.
+/// Going through all reports can take a second, so it is done now and then, not for each response.
 constexpr std::chrono::seconds LEARNED_FOR{1};
 
 enum class Way { NO_LINK, BRIDGED, UNBRIDGED };

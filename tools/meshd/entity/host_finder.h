@@ -13,18 +13,18 @@
 
 namespace meshd {
 
-/// Tells which hosts without 1905.1 are our neighbours. A bridge learns all that lives in a direction, however far, and
-/// the devices of the mesh too:
+/// Finds the hosts without 1905.1 that are our neighbours. A bridge learns every address behind a port, however far
+/// away, including those of mesh devices:
 ///
-/// - behind an interface without a link are hosts of ours;
-/// - behind one with a link through bridges are hosts of ours, but for those that another device told to have where it
-///   has no links;
-/// - behind one with a link without bridges are only those of others.
+/// - all hosts behind an interface without a link are ours;
+/// - so are those behind an interface whose link has bridges on it, except hosts that another device reports on an
+///   interface without links;
+/// - behind an interface whose link has no bridges, all hosts belong to others.
 class HostFinder {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// By the numbers of the interfaces.
+  /// Indexed by the numbers of the interfaces.
   std::vector<std::vector<qel::MACAddress>> find(const std::vector<LocalInterface>& interfaces, Ports& ports,
                                                  const NeighborTable& neighbors, const DeviceMap& devices,
                                                  TimePoint now);
@@ -32,7 +32,7 @@ class HostFinder {
  private:
   void learn(const DeviceMap& devices, TimePoint now);
 
-  // As they were at that time, sorted.
+  // As of that time, sorted.
   std::optional<TimePoint> learned_at_;
   std::vector<qel::MACAddress> of_devices_;
   std::vector<qel::MACAddress> hosts_of_others_;

@@ -16,23 +16,23 @@
 
 namespace meshd {
 
-/// Learns the mesh: asks our neighbours, then those that they tell of, and so on, each for its topology and for its
-/// metrics to its neighbours, one after the other.
+/// Learns the mesh. Queries our neighbours, then the devices that they report, and so on: each for its topology and for
+/// its metrics to its neighbours, one after another.
 ///
-/// A device is asked when it is first heard of, again after each notification of its own, and from time to time:
-/// neighbours with each announcement of ours, others every REFRESH_HOLD_TIMES hold times or so, each at a time of its
-/// own.
+/// A device is queried when it is first heard of, after each of its notifications, and from time to time: neighbours
+/// with each of our announcements, others about every REFRESH_HOLD_TIMES hold times, each at its own time.
 class Inquirer {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// Questions to devices beyond the neighbours, whoever tells of them.
+  /// Limits on queries to all devices beyond the neighbours.
   static constexpr int QUESTIONS_A_SECOND = 64;
   static constexpr int QUESTIONS_AT_ONCE = 64;
 
   static constexpr int REFRESH_HOLD_TIMES = 2;
 
-  /// What all of a mesh together ask one device when they have the same cause: each of a large mesh waits for its turn.
+  /// The rate at which the whole mesh queries one device for the same cause; in a large mesh each node waits for its
+  /// turn.
   static constexpr std::size_t QUESTIONS_TO_ONE_A_SECOND = 64;
 
   /// Neighbours, sender and ports are borrowed.
@@ -42,34 +42,34 @@ class Inquirer {
   const DeviceMap& devices() const { return devices_; }
   DeviceMap& devices() { return devices_; }
 
-  /// A neighbour was discovered, and is asked at once.
+  /// A neighbour was discovered: queries it at once.
   void meet(const qel::MACAddress& al_mac, TimePoint now);
 
-  /// All neighbours are asked again.
+  /// Queries all neighbours again.
   void ask_neighbors(TimePoint now);
 
-  /// A link to a neighbour is gone: what was behind it is forgotten soon.
+  /// A link to a neighbour is gone: what was behind it will be forgotten soon.
   void on_link_lost() { is_to_walk_ = true; }
 
-  /// What is known of no more is forgotten at once.
+  /// Forgets at once the devices that nothing leads to any more.
   void forget();
 
-  /// The device says that its topology changed: it is asked later, so that who sends many notifications gets few
-  /// questions. Returns false for a device that is unknown and not taken in.
+  /// The device has notified a topology change. It is queried later, so that many notifications cause few queries.
+  /// Returns false if the device is unknown and was not taken in.
   bool on_notification(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
-  /// An answer that came from `source`; a topology response has its device information TLV. Returns the device that
-  /// was asked, null when none was or this is not its answer.
+  /// A response that came from `source`; a topology response has its device information TLV. Returns the device that
+  /// was queried; null if none was, or if this is not its response.
   Device* take_topology(const qel::MACAddress& source, std::size_t interface, const qel::ieee1905_1::Message& message,
                         TimePoint now);
   /// The same; returns its AL MAC.
   std::optional<qel::MACAddress> take_metrics(const qel::MACAddress& source, const qel::ieee1905_1::Message& message,
                                               TimePoint now);
 
-  /// The device sent us something over the interface.
+  /// The device has sent us something over the interface.
   static void learn_way(Device& device, std::size_t interface);
 
-  /// Forgets the devices that are gone, and asks those whose time has come.
+  /// Forgets the devices that are gone, and queries those that are due.
   void tend(TimePoint now);
 
  private:
@@ -91,7 +91,7 @@ class Inquirer {
   Ports& ports_;
   DeviceMap devices_;
   TokenBucket<QUESTIONS_A_SECOND, QUESTIONS_AT_ONCE> questions_;
-  qel::MACAddress last_asked_;  // of those beyond the neighbours, in tend()
+  qel::MACAddress last_asked_;  // the last device queried beyond the neighbours; see tend()
   TimePoint last_tended_;
   bool is_to_walk_ = false;
 };

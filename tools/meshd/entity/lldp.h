@@ -8,7 +8,7 @@
 
 #include "qel/core/mac_address.h"
 
-// The frame that tells a link from a link with bridges in between, which do not forward it (IEEE 1905.1-2013, 6.1;
+// The LLDP frame shows whether there are bridges on a link, because bridges do not forward it (IEEE 1905.1-2013, 6.1;
 // IEEE 802.1AB-2016, clause 8).
 namespace meshd {
 
@@ -19,7 +19,7 @@ inline constexpr qel::MACAddress LLDP_MULTICAST_ADDRESS({0x01, 0x80, 0xC2, 0x00,
 struct LldpNotice {
   qel::MACAddress al_mac;             ///< the chassis
   qel::MACAddress interface;          ///< the port
-  std::chrono::seconds time_to_live;  ///< up to 65535; 0 withdraws what was said before
+  std::chrono::seconds time_to_live;  ///< up to 65535; 0 withdraws the previous notice
 
   bool operator==(const LldpNotice&) const = default;
 };
@@ -29,7 +29,7 @@ bool is_lldp(std::span<const std::uint8_t> frame);
 /// A whole frame from the interface. A longer time to live is sent as 65535 s.
 std::vector<std::uint8_t> encode_lldp(const LldpNotice& notice);
 
-/// Nothing for a frame that is damaged or that names chassis and port by other things than MAC addresses.
+/// Returns nothing if the frame is damaged, or if it does not identify chassis and port by MAC addresses.
 std::optional<LldpNotice> parse_lldp(std::span<const std::uint8_t> frame);
 
 }  // namespace meshd

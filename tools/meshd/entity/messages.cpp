@@ -23,7 +23,7 @@ using qel::BasicVersion;
 using qel::MACAddress;
 
 constexpr std::uint16_t GIGABIT = 1000;     // Mb/s
-constexpr std::uint8_t RCPI_UNKNOWN = 255;  // a wire has none
+constexpr std::uint8_t RCPI_UNKNOWN = 255;  // a cable has none
 
 /// One of this system's own messages.
 MessageBuilder begin(QELMessageType type) {
@@ -38,7 +38,7 @@ _InterfaceMode mode_of(const InterfaceState& state) {
                                              : EthernetMode1905_1::GIGABIT_ETHERNET);
 }
 
-/// Adds the list in TLVs of `most` elements each: one that takes more than a frame cannot be sent.
+/// Adds the list in TLVs of at most `most` elements, so that each fits into a frame.
 template <class TLV, class List, class Add>
 void add_in_parts(MessageBuilder& message, const TLV& empty, const List& list, std::size_t most, Add add) {
   for (auto element = list.begin(); element != list.end();) {
@@ -60,7 +60,7 @@ std::span<const NeighborLink> links_of_a_tlv(const Neighbor& neighbor) {
 constexpr std::size_t HOSTS_OF_A_TLV = 240;
 constexpr std::size_t MOST_HOSTS = 1024;  // in a response
 
-/// The neighbours that are reached over one interface, and whether each link there has bridges in between.
+/// The neighbours that are reached over one interface, and whether there are bridges on each link.
 void add_neighbors_on(std::size_t index, const OwnDevice& device, MessageBuilder& message) {
   std::vector<ALMAC19051Neighbor> here;
   for (const Neighbor& neighbor : device.neighbors.all()) {

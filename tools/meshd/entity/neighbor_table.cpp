@@ -10,9 +10,9 @@ namespace {
 
 using qel::MACAddress;
 
-/// Other frames than discoveries keep a link alive for so many hold times.
+/// Frames other than discoveries keep a link alive for this many hold times.
 constexpr int UNDISCOVERED_HOLD_TIMES = 3;
-/// And for so long at least, since others may send discoveries less often than we do.
+/// And at least for this long, since others may send discoveries less often than we do.
 constexpr std::chrono::seconds LEAST_UNDISCOVERED_TIME{180};
 
 bool has_link_to(const Neighbor& neighbor, const MACAddress& mac) {
@@ -22,7 +22,7 @@ bool has_link_to(const Neighbor& neighbor, const MACAddress& mac) {
 
 bool is_claim(const NeighborLink& link) { return link.standing != NeighborLink::Standing::PROVEN; }
 
-/// Where the device is, or belongs.
+/// The place of the device, or where to insert it.
 template <class Neighbors>
 auto place_of(Neighbors& neighbors, const MACAddress& al_mac) {
   return std::ranges::lower_bound(neighbors, al_mac, {}, &Neighbor::al_mac);
@@ -126,7 +126,8 @@ std::vector<MACAddress> NeighborTable::drop_oldest(Predicate may_go) {
 void NeighborTable::hear(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
   if (Neighbor* neighbor = entry(al_mac)) {
     for (NeighborLink& link : neighbor->links) {
-      // An interface that a device does not tell of lives by its own word: it may have another address by now.
+      // A link whose interface the device does not report is kept alive by discoveries alone: the interface may have a
+      // new address by now.
       if (link.interface == interface && link.standing != NeighborLink::Standing::WITHDRAWN) {
         link.last_heard = now;
       }

@@ -17,11 +17,11 @@ namespace meshd {
 struct NeighborLink {
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// What the neighbour says of the interface that a discovery claimed for it.
+  /// Whether the neighbour confirms the interface that a discovery claimed for it.
   enum class Standing : std::uint8_t {
-    CLAIMED,    ///< nothing yet: it was not asked, or did not answer
-    PROVEN,     ///< it told of the interface when it was asked
-    WITHDRAWN,  ///< it told of others only
+    CLAIMED,    ///< not yet: it was not asked, or did not answer
+    PROVEN,     ///< it reported the interface when it was asked
+    WITHDRAWN,  ///< it reported only other interfaces
   };
 
   std::size_t interface;  ///< the index of ours
@@ -29,9 +29,9 @@ struct NeighborLink {
   TimePoint last_heard;
   TimePoint last_discovered;
   Standing standing = Standing::CLAIMED;
-  bool is_bridged = true;          ///< there are bridges in between, as far as we know
-  TimePoint unbridged_until = {};  ///< while it is not bridged: so long we believe it
-  AskerLimit answers = {};         ///< to what is asked over it
+  bool is_bridged = true;          ///< as far as we know, there are bridges on the link
+  TimePoint unbridged_until = {};  ///< if not bridged, when that ceases to hold unless it is confirmed
+  AskerLimit answers = {};         ///< the limit on responses over this link
 };
 
 /// Another device that was discovered.
@@ -39,76 +39,76 @@ struct Neighbor {
   qel::MACAddress al_mac;
   std::vector<NeighborLink> links;  ///< never empty
 
-  /// The one that was heard of last.
+  /// The most recently heard one.
   const NeighborLink& best_link() const;
 };
 
-/// Devices are told apart by their AL MACs. What one says about where it lives is a claim until it has told of an
-/// interface there in answer to a question. No link leads to the AL MAC of another device in the table.
+/// Devices are identified by their AL MACs. A discovery only claims a link; the link is proven once the device has
+/// reported the interface in a response to a query. No link leads to the AL MAC of another device in the table.
 class NeighborTable {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
   enum class Discovery { REFRESHED, NEW_LINK, NEW_NEIGHBOR, TABLE_FULL };
 
-  /// More links are not taken in, whoever may send.
+  /// The table never holds more than `most_links` links.
   explicit NeighborTable(std::size_t most_links = Limits().links) : most_links_(most_links) {}
 
-  /// Whether what is known speaks against a device `al_mac` that has an interface `mac`: that is another device's AL
-  /// MAC, or another device lives at `al_mac` and told so.
+  /// Whether the table contradicts a device `al_mac` with an interface `mac`: `mac` is the AL MAC of another device, or
+  /// another device has proven an interface `al_mac`.
   bool contradicts(const qel::MACAddress& al_mac, const qel::MACAddress& mac) const;
 
-  /// Drops the links of other devices that lead to the AL MAC of this one. What is returned is as of `expire`.
+  /// Drops the links of other devices that lead to the AL MAC of this one. Returns the same as expire().
   std::vector<qel::MACAddress> drop_claims_to(const qel::MACAddress& al_mac);
 
-  /// What `contradicts` is not to be taken in, and claims to a new device's AL MAC are to be dropped before.
+  /// Call this only if contradicts() is false, and for a new device after drop_claims_to().
   Discovery discover(const qel::MACAddress& al_mac, std::size_t interface, const qel::MACAddress& mac, TimePoint now);
 
-  /// The neighbour told about its interfaces: its links are proven or withdrawn.
+  /// The neighbour has reported its interfaces: marks its links as proven or withdrawn.
   void prove(const qel::MACAddress& al_mac, const ToldByDevice& told);
 
-  /// Room for one more link in a full table, so that who floods one interface keeps nobody out on the others. The
-  /// interface with the most claims gives up the one not heard of for longest, but only if it has still no fewer than
-  /// `interface` with one more. When there is none, the interface with the most links gives up such a one, a claim
-  /// first, if it has more than its equal share of the table; but only for the first claim on `interface`, so that
-  /// claims alone displace few that are proven. What is returned is as of `expire`, empty when there is no room.
+  /// Makes room for one more link in a full table, so that a flood on one interface does not keep neighbours on others
+  /// out. The interface with the most claims gives up the claim not heard from for longest, provided that it still has
+  /// no fewer claims than `interface` with one more. If that fails, the interface with the most links gives up a link,
+  /// claims first, provided that it has more than an equal share of the table. This happens only for the first claim on
+  /// `interface`, so that claims alone displace few proven links. Returns the same as expire(); empty if there is no
+  /// room.
   std::vector<qel::MACAddress> make_room(std::size_t interface);
 
-  /// Something came from this device, if it is known, on `interface`: its links there are alive. A bridge may have
-  /// forwarded it from elsewhere, so that this holds for a while only when no discovery comes.
+  /// A frame from this device came on `interface`: if it is known, its links there are alive. A bridge may have
+  /// forwarded the frame from elsewhere, so without discoveries this keeps a link only for a while.
   void hear(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
-  /// What no bridge forwards came over a link and holds until then; nothing when it withdraws what came before.
-  /// Returns whether we thought otherwise.
+  /// A frame that no bridge forwards came over a link. It shows that the link has no bridges `until` then; without a
+  /// time, it withdraws that. Returns whether this changes what was known.
   bool hear_unbridged(const qel::MACAddress& al_mac, std::size_t interface, const qel::MACAddress& mac,
                       std::optional<TimePoint> until);
 
-  /// Drops the links not heard of for `hold_time`, or not discovered for three of them or three announcements of a
-  /// device with the usual interval, whichever is longer. Returns the AL MACs of the neighbours that lost one; one that
-  /// lost its last is gone.
+  /// Drops the links not heard from for `hold_time`, and those not discovered for three hold times, or for 180 s if
+  /// that is longer. Returns the AL MACs of the neighbours that lost a link; a neighbour that lost its last link is
+  /// gone.
   std::vector<qel::MACAddress> expire(TimePoint now, std::chrono::milliseconds hold_time);
 
-  /// Takes the links for bridged for which nothing holds any more that a bridge would not forward. Returns whether
-  /// there are new ones.
+  /// Marks the links as bridged whose proof of the contrary has expired. Returns whether there were any.
   bool expire_unbridged(TimePoint now);
 
-  /// Drops the links of one of our interfaces; the same is returned.
+  /// Drops the links of one of our interfaces. Returns the same as expire().
   std::vector<qel::MACAddress> disconnect(std::size_t interface);
 
-  /// By the AL MAC; null when there is none.
+  /// By its AL MAC; null if there is none.
   const Neighbor* find(const qel::MACAddress& al_mac) const;
 
-  /// Whoever sends from there: the device with this AL MAC, else the one with a link to such an interface; null when
-  /// there is none or several are said to have it.
+  /// The device that sends from this address: the one with this AL MAC, else the one with a link to such an interface.
+  /// Null if there is none, or if several claim the interface.
   const Neighbor* find_sender(const qel::MACAddress& source) const;
 
-  /// The link over which whoever sends from there reaches us on `interface`; null when there is none.
+  /// The link over which the device that sends from this address reaches `interface`; null if there is none.
   NeighborLink* find_link(const qel::MACAddress& source, std::size_t interface);
 
-  /// Those of ours over which there are links, sorted.
+  /// Our interfaces that have links, sorted.
   std::vector<std::size_t> interfaces() const;
 
-  /// In the order of their AL MACs.
+  /// Sorted by AL MAC.
   const std::vector<Neighbor>& all() const { return neighbors_; }
 
  private:
@@ -116,7 +116,7 @@ class NeighborTable {
   std::size_t count_links() const;
   template <class Predicate>
   std::vector<qel::MACAddress> drop(Predicate is_gone);
-  /// Of the links that may go: the claim not heard of for longest, else such a proven one.
+  /// Of the links that may go, drops the claim not heard from for longest, or if there is no claim, such a proven link.
   template <class Predicate>
   std::vector<qel::MACAddress> drop_oldest(Predicate may_go);
 

@@ -13,7 +13,7 @@
 
 namespace meshd {
 
-/// What the entity needs of the world around it.
+/// What the entity needs from its environment.
 class Ports {
  public:
   virtual ~Ports() = default;
@@ -21,16 +21,16 @@ class Ports {
   /// Sends a whole frame; the octets are borrowed. A frame that cannot be sent is lost.
   virtual void send(std::size_t interface, std::span<const std::uint8_t> frame) = 0;
   virtual InterfaceState read_state(std::size_t interface) = 0;
-  /// What the bridge has learned to live behind this port of it, and not forgotten since: no address of our own. Empty
-  /// for an interface in no bridge.
+  /// The addresses that the bridge has learned behind this port and not aged out, without our own. Empty for an
+  /// interface in no bridge.
   virtual std::vector<qel::MACAddress> read_hosts(std::size_t interface) = 0;
 
   virtual void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) = 0;
   virtual void on_neighbor_lost(const qel::MACAddress& al_mac) = 0;
-  /// Of devices beyond the neighbours, once they have told about themselves.
+  /// For devices beyond the neighbours, once they have reported themselves.
   virtual void on_device_found(const qel::MACAddress& al_mac) = 0;
   virtual void on_device_lost(const qel::MACAddress& al_mac) = 0;
-  /// A message for us that was not understood, and why.
+  /// A message to us was not understood, and why.
   virtual void on_rejected(const Frame& frame, const std::string& reason) = 0;
 };
 

@@ -15,8 +15,8 @@ class Sender {
   /// The ports are borrowed.
   Sender(const qel::MACAddress& al_mac, Ports& ports) : al_mac_(al_mac), ports_(ports) {}
 
-  /// In fragments when the message does not fit a frame; returns how many frames it took. Throws
-  /// qel::serialization::SerializationException for a TLV that does not fit a frame.
+  /// Sends fragments if the message does not fit into a frame. Returns the number of frames sent. Throws
+  /// qel::serialization::SerializationException if a TLV does not fit into a frame.
   std::size_t send(std::size_t interface, const qel::MACAddress& destination, const qel::ieee1905_1::Message& message);
 
  private:

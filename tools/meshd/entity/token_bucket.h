@@ -5,18 +5,18 @@
 
 namespace meshd {
 
-/// Lets `BURST` at once through when it is full, and fills with `RATE` a second.
+/// A token bucket that holds `BURST` tokens and gains `RATE` a second.
 template <int RATE, int BURST>
 class TokenBucket {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// Whether one more may pass and `spare` behind it.
+  /// Whether one more event may pass and leave `spare` tokens.
   constexpr bool has_room(TimePoint now, int spare = 0) const {
     return std::max(full_at_, now) - now <= (BURST - 1 - spare) * INTERVAL;
   }
 
-  /// Whether one more may pass, which then has.
+  /// Takes a token if there is one. Returns whether it did.
   constexpr bool take(TimePoint now) {
     if (!has_room(now)) {
       return false;
@@ -25,17 +25,17 @@ class TokenBucket {
     return true;
   }
 
-  /// So many more passed: they are missing to those that come.
+  /// Takes `tokens` unconditionally; later events wait for them to be regained.
   constexpr void charge(int count) { full_at_ += count * INTERVAL; }
 
  private:
-  /// That one token takes to come.
+  /// The time in which one token is gained.
   static constexpr TimePoint::duration INTERVAL = TimePoint::duration(std::chrono::seconds(1)) / RATE;
 
   TimePoint full_at_;
 };
 
-/// How often one device may be answered: a row of questions at once, and then as many as are put again.
+/// How often one device is answered: a complete sequence of queries at once, then at the rate of repeated ones.
 using AskerLimit = TokenBucket<4, 20>;
 
 }  // namespace meshd

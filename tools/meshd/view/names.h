@@ -10,8 +10,8 @@ namespace meshd {
 
 using Names = std::map<qel::MACAddress, std::string>;
 
-/// What people call addresses, in the form of ethers(5). Lines of another form are passed over; octets of a name that
-/// are no visible ASCII are replaced by '?'.
+/// Names that people give to addresses, in the form of ethers(5). Lines of another form are skipped; octets of a name
+/// that are not visible ASCII become '?'.
 Names read_names(std::istream& file);
 
 /// The name with the octets replaced.

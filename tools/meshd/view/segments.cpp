@@ -11,14 +11,14 @@ using qel::MACAddress;
 using qel::ieee1905_1::InterfaceType;
 using Link = TopologyView::Link;
 
-/// A link between two ports, as told by both of them or one.
+/// A link between two ports, as reported by one or both of them.
 struct Edge {
   bool is_bridged = false;
   std::map<Port, const qel::ieee1905_1::TransmitterLinkMetricInformation*> told;
 };
 using Edges = std::map<std::pair<Port, Port>, Edge>;
 
-/// The interface that the other end of a link tells of, if that is one alone.
+/// The interface that the other end of a link reports, if there is exactly one.
 MACAddress far_interface(const Link& link,
                          const std::map<std::pair<MACAddress, MACAddress>, std::set<MACAddress>>& told) {
   if (link.to_interface) {
@@ -45,10 +45,10 @@ Edges find_edges(const TopologyView& view) {
   return edges;
 }
 
-/// Sets of ports that grow together.
+/// Disjoint sets of ports, which can be joined.
 class Groups {
  public:
-  /// The port that stands for the set; halves the way there for the next time.
+  /// The port that represents the set. Halves the path to it.
   Port find(const Port& port) {
     auto place = parents_.try_emplace(port, port).first;
     while (place->second != place->first) {
@@ -65,7 +65,7 @@ class Groups {
 
 bool is_known(const Port& port) { return port.interface != MACAddress(); }
 
-/// The ports that may hear many others without a switch between: those of a radio.
+/// Ports of radios, which may hear many others without a switch.
 std::set<Port> find_radios(const TopologyView& view) {
   std::set<Port> radios;
   for (const TopologyView::Node& node : view.nodes) {
@@ -117,7 +117,7 @@ std::vector<Segment> find_segments(const TopologyView& view) {
   }
   std::vector<Segment> result;
   for (auto& [key, segment] : segments) {
-    // One end that is known by the device alone is one of those known better.
+    // An end of which only the device is known is one of those whose interface is known.
     std::erase_if(segment.ports, [&ports = segment.ports](const auto& end) {
       const auto next = ports.upper_bound(end.first);
       return !is_known(end.first) && next != ports.end() && next->first.al_mac == end.first.al_mac;

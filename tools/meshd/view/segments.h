@@ -10,7 +10,7 @@
 
 namespace meshd {
 
-/// The interface of a node; of one that nobody tells the address is zero.
+/// An interface of a node. The address is zero if nobody reports it.
 struct Port {
   qel::MACAddress al_mac;
   qel::MACAddress interface;
@@ -18,15 +18,14 @@ struct Port {
   friend auto operator<=>(const Port&, const Port&) = default;
 };
 
-/// What joins ports: a cable, a channel, or a switch. However many of its ends tell of it, and whatever each of them
-/// knows of it, it is there once.
+/// Something that joins ports: a cable, a channel, or a switch. It is listed once, however many of its ends report it.
 struct Segment {
-  /// What an end told of its own side; null when it told no metrics.
+  /// The link as each end reported it; null if it reported no metrics.
   std::map<Port, const qel::ieee1905_1::TransmitterLinkMetricInformation*> ports;
   bool is_switch = false;  ///< a plain one, or a bridge between two devices
 };
 
-/// In the order of their ports. The view is borrowed.
+/// Sorted by their ports. The view is borrowed.
 std::vector<Segment> find_segments(const TopologyView& view);
 
 }  // namespace meshd

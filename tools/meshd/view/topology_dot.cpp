@@ -15,7 +15,7 @@ using State = TopologyView::State;
 
 constexpr std::size_t MOST_HOSTS = 8;  // listed at one interface
 
-/// As Graphviz reads it within a label of HTML.
+/// Escaped for an HTML-like label of Graphviz.
 std::string escaped(const std::string& text) {
   std::string result;
   for (const char character : text) {
@@ -122,7 +122,7 @@ class Drawing {
     return place == view_.nodes.end() ? nullptr : &*place;
   }
 
-  /// Where an edge ends: at the interface if it is drawn.
+  /// The end of an edge: the interface if it is drawn.
   std::string end(const Port& port) const {
     std::string text = '"' + port.al_mac.to_string() + '"';
     if (const Node* node = find(port.al_mac)) {
@@ -134,7 +134,7 @@ class Drawing {
     return text;
   }
 
-  /// What either end told; the link is as good as the worse of them says.
+  /// What either end reported; of two values, the worse.
   static std::string speed(const qel::ieee1905_1::TransmitterLinkMetricInformation* left,
                            const qel::ieee1905_1::TransmitterLinkMetricInformation* right) {
     const auto* const best = left == nullptr ? right : left;
@@ -147,7 +147,7 @@ class Drawing {
     return (rate == 0 ? "" : std::to_string(rate) + " Mb/s, ") + std::to_string(availability) + " %";
   }
 
-  /// Dashed: that an end is not known well. Red: that one is blocked.
+  /// Dashed if an end has not answered. Red if one is blocked.
   std::string style(const Port& left, const Port& right) const {
     bool is_unknown = false;
     bool is_cut = false;
@@ -159,7 +159,7 @@ class Drawing {
     return std::string(is_unknown ? ", style=dashed" : "") + (is_cut ? ", color=\"#c0392b\"" : "");
   }
 
-  /// Which of the node's bridges the interface is in, if in any.
+  /// The bridge of the node that the interface is in, if any.
   static std::string bridge_of(const Node& node, const MACAddress& interface) {
     for (std::size_t i = 0; i < node.bridges.size(); ++i) {
       if (std::ranges::find(node.bridges[i], interface) != node.bridges[i].end()) {

@@ -37,7 +37,7 @@ std::string state_of(const TopologyView& view, const Node& node) {
   return text;
 }
 
-/// Each node with its interfaces, and at each interface what is there.
+/// Prints each node with its interfaces, and what each interface is connected to.
 class Text {
  public:
   explicit Text(const TopologyView& view) : view_(view) {
@@ -83,7 +83,7 @@ class Text {
     }
   }
 
-  /// Those that it has not told of, but something at them.
+  /// Interfaces that the node has not reported but that something is connected to.
   std::vector<MACAddress> interfaces_not_told(const Node& node) const {
     std::vector<MACAddress> macs;
     for (auto place = links_.lower_bound({node.al_mac, MACAddress()});

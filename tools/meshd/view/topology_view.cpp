@@ -45,8 +45,8 @@ class Builder {
     return view_.nodes[place->second];
   }
 
-  /// The link that is meant by a metric. A neighbour list names no interface of the neighbour: a link from there is as
-  /// good, and gets the name.
+  /// The link that a metric is about. A neighbour list names no interface of the neighbour, so a link from such a list
+  /// matches, and takes the interface from the metric.
   Link& link_of(const MACAddress& from, const MACAddress& from_interface, const MACAddress& to,
                 const std::optional<MACAddress>& to_interface) {
     std::vector<std::size_t>& known = links_[{from, from_interface, to}];
@@ -82,7 +82,7 @@ class Builder {
     }
   }
 
-  /// Others give their interfaces any name; those of real interfaces hold no white space.
+  /// Other devices may give their interfaces any name; those of real interfaces have no white space.
   void add_blocked(Node& node, const std::vector<QELBlockedInterface>& blocked) {
     for (QELBlockedInterface interface : blocked) {
       interface.set_name(visible(interface.get_name()));

@@ -16,7 +16,7 @@
 
 namespace meshd {
 
-/// What one node knows of the mesh: itself and all devices that it heard of.
+/// What one node knows of the mesh: itself and all devices that it has heard of.
 struct TopologyView {
   struct Interface {
     qel::MACAddress mac;
@@ -35,18 +35,18 @@ struct TopologyView {
   struct Node {
     qel::MACAddress al_mac;
     bool is_self = false;
-    bool has_answered = false;  ///< it told its interfaces
+    bool has_answered = false;  ///< it has reported its interfaces
     State state = State::HEARD_OF;
-    std::optional<std::chrono::seconds> age;  ///< since it answered last; nothing when it never did
-    std::vector<qel::MACAddress> told_by;     ///< AL MACs of the devices that have it as a neighbour
+    std::optional<std::chrono::seconds> age;  ///< since its last response; nothing if it never responded
+    std::vector<qel::MACAddress> told_by;     ///< AL MACs of the devices that report it as a neighbour
     std::optional<qel::BasicVersion> meshd_version;
     std::vector<Interface> interfaces;
-    std::vector<std::vector<qel::MACAddress>> bridges;          ///< of each the interfaces
+    std::vector<std::vector<qel::MACAddress>> bridges;          ///< the interfaces of each
     std::vector<qel::ieee1905_1::QELBlockedInterface> blocked;  ///< names made printable
     std::vector<Hosts> hosts;
   };
 
-  /// A link as one of its ends tells it.
+  /// A link as one of its ends reports it.
   struct Link {
     qel::MACAddress from;
     qel::MACAddress from_interface;
@@ -59,10 +59,10 @@ struct TopologyView {
 
   std::string name;         ///< of the daemon
   std::vector<Node> nodes;  ///< ourselves first
-  std::vector<Link> links;  ///< by the node that tells them, in the order of the nodes
-  Names names;              ///< of nodes, interfaces and hosts, as far as they are known
+  std::vector<Link> links;  ///< by the node that reports them, in the order of the nodes
+  Names names;              ///< the known names of nodes, interfaces and hosts
 
-  /// Empty when it is not known.
+  /// Empty if it is unknown.
   std::string name_of(const qel::MACAddress& mac) const;
 };
 
@@ -74,13 +74,13 @@ std::string enum_to_string(TopologyView::State state);
 /// For people; ends with a line feed, like the others.
 std::string to_text(const TopologyView& view);
 
-/// For people who have many nodes: a line for each.
+/// For people with many nodes: one line for each node.
 std::string to_brief_text(const TopologyView& view);
 
 /// One object in one line; the keys are described in meshctl(1).
 std::string to_json(const TopologyView& view);
 
-/// An undirected graph for Graphviz: the nodes with their interfaces, plain switches, and what is joined with what.
+/// An undirected graph for Graphviz: nodes with their interfaces, plain switches, and the links between them.
 std::string to_dot(const TopologyView& view);
 
 }  // namespace meshd
