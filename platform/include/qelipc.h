@@ -16,7 +16,7 @@
  *     signal Event(s event, ay data)                  an event, sent to everyone
  *
  * An answer is sent in pieces of 64 KiB. The rest is kept for the asker alone, for five seconds from one piece to the
- * next. All kept answers together take at most 8 MiB; the least recently used one is dropped first.
+ * next. All kept answers together take at most 16 MiB; the least recently used one is dropped first.
  *
  * An endpoint runs in the loop of qelevsock.h; all its callbacks are called inside evsock_select_with_msecs(), in the
  * reading or timer phase. While the bus is away, sending fails at once; the endpoint reconnects by itself and takes its
@@ -41,8 +41,8 @@ typedef struct qelipc qelipc;
 /** Maximum size of a command, 64 KiB: its words, each with a NUL, or its line and a NUL. */
 #define QELIPC_COMMAND_MAX 65536u
 
-/** Maximum size of the answer to a command, 4 MiB. */
-#define QELIPC_ANSWER_MAX 4194304u
+/** Maximum size of the answer to a command, 16 MiB. */
+#define QELIPC_ANSWER_MAX 16777216u
 
 /** Receives a message (`name` is the endpoint name that the sender gives) or an event (`name` is the event's name). The
  * `size` octets at `data` belong to the library and are valid during the call. A callback may destroy its own endpoint.

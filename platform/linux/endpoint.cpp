@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -23,17 +24,29 @@ constexpr std::size_t kWaitingMax = std::size_t{8} * 1024 * 1024;
 
 /// The output of a command.
 struct Output {
-  std::string text = {};
-  bool is_too_long = false;  ///< none of it is kept then
+  LongAnswers::Text text = {};
+  int result = 0;  ///< not 0 once it has failed; the text says why then
 
   static void append(void* output, const char* text, size_t length) {
     auto& self = *static_cast<Output*>(output);
-    self.is_too_long = self.is_too_long || length > QELIPC_ANSWER_MAX - self.text.size();
-    if (self.is_too_long) {
-      std::string().swap(self.text);
-    } else {
-      self.text.append(text, length);
+    if (self.result != 0) {
+      return;
     }
+    if (length > QELIPC_ANSWER_MAX - self.text.size()) {
+      self.fail(CTLCMD_TOO_LONG,
+                "the answer is longer than " + std::to_string(QELIPC_ANSWER_MAX / 1024 / 1024) + " MiB\n");
+      return;
+    }
+    try {
+      self.text.insert(self.text.end(), text, text + length);
+    } catch (const std::bad_alloc&) {
+      self.fail(CTLCMD_FAILED, "out of memory\n");
+    }
+  }
+
+  void fail(int with, const std::string& why) {
+    result = with;
+    LongAnswers::Text(why.begin(), why.end()).swap(text);
   }
 };
 
@@ -364,17 +377,13 @@ int Endpoint::run_command(sd_bus_message* message, sd_bus_error* error, Run run)
     return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "too many answers wait for the bus");
   }
   Output output;
-  int result = run(output);
-  std::string answer = to_utf8(std::move(output.text));
-  if (output.is_too_long || answer.size() > QELIPC_ANSWER_MAX) {
-    result = CTLCMD_TOO_LONG;
-    answer = "the answer is longer than " + std::to_string(QELIPC_ANSWER_MAX / 1024 / 1024) + " MiB\n";
-  }
+  const int result = run(output);
   if (sd_bus_message_get_expect_reply(message) <= 0) {
     return 1;
   }
-  const auto piece = long_answers_.begin(std::move(answer), sd_bus_message_get_sender(message), now_us());
-  return sd_bus_reply_method_return(message, "ist", result, piece.text.c_str(), piece.more);
+  const auto piece = long_answers_.begin(std::move(output.text), sd_bus_message_get_sender(message), now_us());
+  return sd_bus_reply_method_return(message, "ist", output.result != 0 ? output.result : result,
+                                    to_utf8(piece.text).c_str(), piece.more);
 }
 
 int Endpoint::take_more(sd_bus_message* message, sd_bus_error* error) {
@@ -389,7 +398,7 @@ int Endpoint::take_more(sd_bus_message* message, sd_bus_error* error) {
   if (!piece) {
     return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the rest of this answer is not kept any more");
   }
-  return sd_bus_reply_method_return(message, "st", piece->text.c_str(), piece->more);
+  return sd_bus_reply_method_return(message, "st", to_utf8(piece->text).c_str(), piece->more);
 }
 
 // ---- Outgoing

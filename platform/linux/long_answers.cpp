@@ -4,13 +4,14 @@
 #include <utility>
 
 namespace qel::platform {
+namespace {
 
-LongAnswers::Piece LongAnswers::begin(std::string answer, const char* asker, std::uint64_t now) {
-  if (answer.size() <= kPiece) {
-    return {std::move(answer), 0};
-  }
-  answer.shrink_to_fit();
-  return take_piece({++last_name_, asker, std::move(answer), 0, 0}, now);
+constexpr int kLongestCharacter = 4;  // octets, in UTF-8
+
+}  // namespace
+
+LongAnswers::Piece LongAnswers::begin(Text answer, const char* asker, std::uint64_t now) {
+  return take_piece({++last_name_, asker, std::move(answer), 0}, now);
 }
 
 std::optional<LongAnswers::Piece> LongAnswers::go_on(std::uint64_t more, const char* asker, std::uint64_t now) {
@@ -25,18 +26,19 @@ std::optional<LongAnswers::Piece> LongAnswers::go_on(std::uint64_t more, const c
 }
 
 LongAnswers::Piece LongAnswers::take_piece(Answer answer, std::uint64_t now) {
-  const auto is_inside_character = [&](std::size_t at) {
-    return (static_cast<unsigned char>(answer.text[at]) & 0xc0) == 0x80;
+  const auto is_inside_character = [&](Text::const_iterator at) {
+    return (static_cast<unsigned char>(*at) & 0xc0) == 0x80;
   };
-  std::size_t end = answer.given + kPiece;
-  if (end >= answer.text.size()) {
-    return {answer.text.substr(answer.given), 0};
-  }
-  while (is_inside_character(end)) {
+  const bool is_last = answer.text.size() <= kPiece;
+  auto end = is_last ? answer.text.cend() : answer.text.cbegin() + kPiece;
+  for (int octets = 1; !is_last && octets < kLongestCharacter && is_inside_character(end); ++octets) {
     --end;
   }
-  Piece piece{answer.text.substr(answer.given, end - answer.given), answer.name};
-  answer.given = end;
+  Piece piece{{answer.text.cbegin(), end}, is_last ? 0 : answer.name};
+  if (is_last) {
+    return piece;
+  }
+  answer.text.erase(answer.text.cbegin(), end);
   answer.overdue = now + kPatienceUs;
   kept_.push_back(std::move(answer));
   std::size_t total = 0;

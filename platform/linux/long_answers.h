@@ -4,9 +4,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <list>
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "qelipc.h"
 
 namespace qel::platform {
 
@@ -15,17 +18,20 @@ namespace qel::platform {
 /// the least recently used one. Times are those of now_us().
 class LongAnswers {
  public:
-  static constexpr std::size_t kPiece = std::size_t{64} * 1024;       ///< maximum octets in a message
-  static constexpr std::size_t kKept = std::size_t{8} * 1024 * 1024;  ///< maximum octets of all answers together
-  static constexpr std::uint64_t kPatienceUs = 5'000'000;             ///< maximum time between two pieces
+  static constexpr std::size_t kPiece = std::size_t{64} * 1024;  ///< maximum octets in a message
+  static constexpr std::size_t kKept = QELIPC_ANSWER_MAX;        ///< maximum octets of all answers together
+  static constexpr std::uint64_t kPatienceUs = 5'000'000;        ///< maximum time between two pieces
+
+  /// Needs no memory in one piece: it grows without being copied, and shrinks as it is fetched.
+  using Text = std::deque<char>;
 
   struct Piece {
-    std::string text;
+    std::string text;    ///< cut between characters if the answer is UTF-8
     std::uint64_t more;  ///< identifies the next piece in a request; 0 if this is the last
   };
 
-  /// Returns the first piece of an answer, which is UTF-8. Only `asker` may fetch the others.
-  Piece begin(std::string answer, const char* asker, std::uint64_t now);
+  /// Returns the first piece of an answer. Only `asker` may fetch the others.
+  Piece begin(Text answer, const char* asker, std::uint64_t now);
   /// Returns nothing if there is no such answer, it has been dropped, or it belongs to another client.
   std::optional<Piece> go_on(std::uint64_t more, const char* asker, std::uint64_t now);
 
@@ -38,15 +44,14 @@ class LongAnswers {
   struct Answer {
     std::uint64_t name;
     std::string asker;
-    std::string text;
-    std::size_t given;  ///< octets already fetched
+    Text text;  ///< what has not been fetched yet
     std::uint64_t overdue;
   };
 
   Piece take_piece(Answer answer, std::uint64_t now);
 
   std::uint64_t last_name_ = 0;
-  std::vector<Answer> kept_;  ///< most recently used last
+  std::list<Answer> kept_;  ///< most recently used last
 };
 
 }  // namespace qel::platform

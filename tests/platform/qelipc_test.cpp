@@ -294,12 +294,12 @@ int use_shell() {
   for (int count = 0; count < 1365; ++count) {
     euros += "\xe2\x82\xac";
   }
-  for (int count = 0; count < 1023; ++count) {
+  for (int count = 0; count < 4095; ++count) {
     whole += "[" + euros + "]";
   }
-  EXPECT_TRUE(ask(client, {"test", "say", "1023", euros.c_str()}) == whole);
-  EXPECT_EQ(ask(client, {"test", "say", "1024", euros.c_str()}),
-            std::to_string(CTLCMD_TOO_LONG) + " the answer is longer than 4 MiB\n");
+  EXPECT_TRUE(ask(client, {"test", "say", "4095", euros.c_str()}) == whole);
+  EXPECT_EQ(ask(client, {"test", "say", "4096", euros.c_str()}),
+            std::to_string(CTLCMD_TOO_LONG) + " the answer is longer than 16 MiB\n");
 
   const qelipc_client_event take = [](void* list, const char* endpoint, const char* event, const void* data,
                                       unsigned size) {
@@ -361,7 +361,7 @@ TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
   while (text.size() < 3 * LongAnswers::kPiece) {
     text += "\xe2\x82\xac";  // 64 KiB is not a multiple of three
   }
-  LongAnswers::Piece piece = answers.begin(text, "a", 100);
+  LongAnswers::Piece piece = answers.begin({text.begin(), text.end()}, "a", 100);
   EXPECT_EQ(answers.go_on(piece.more, "b", 100), std::nullopt);
   std::string got = piece.text;
   while (piece.more != 0) {
@@ -373,7 +373,7 @@ TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
   EXPECT_EQ(got, text);
   EXPECT_EQ(answers.next_overdue(), UINT64_MAX) << "nothing is left";
 
-  const std::string half(LongAnswers::kKept / 2, 'x');
+  const LongAnswers::Text half(LongAnswers::kKept / 2, 'x');
   const auto first = answers.begin(half, "a", 0), second = answers.begin(half, "a", 1);
   EXPECT_NE(answers.go_on(first.more, "a", 2), std::nullopt);
   const auto third = answers.begin(half, "a", 3);  // no room for three, so the least recently used, the second, is
