@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -99,9 +100,10 @@ class World final : public meshd::Ports {
       }
     }
     const auto view = view_topology("fuzz", *entity_, now_);
-    to_text(view);
-    to_json(view);
-    to_dot(view);
+    std::ostringstream os;
+    print_text(os, view);
+    print_json(os, view);
+    print_dot(os, view);
     check_memory();
   }
 

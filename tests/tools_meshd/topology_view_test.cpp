@@ -93,8 +93,14 @@ TopologyView everything() {
   return view;
 }
 
+std::string text_of(void (*print)(std::ostream&, const TopologyView&), const TopologyView& view) {
+  std::ostringstream os;
+  print(os, view);
+  return os.str();
+}
+
 TEST(TopologyView, IsShownAsText) {
-  EXPECT_EQ(to_text(everything()), R"(node 02:19:05:A0:00:01 (a "name" & <more>, this node), meshd 0.1
+  EXPECT_EQ(text_of(print_text, everything()), R"(node 02:19:05:A0:00:01 (a "name" & <more>, this node), meshd 0.1
   interface 02:19:05:10:00:11 ETHERNET GIGABIT_ETHERNET, bridge 1
     link to 02:19:05:A0:00:02 (two) at 02:19:05:10:00:21 over a bridge: 1000 Mb/s, 100 % available, sent 500 packets with 4 errors, received 400 packets with 0 errors
     link to 02:19:05:A0:00:03 at 02:19:05:10:00:31
@@ -134,7 +140,7 @@ node 02:19:05:A0:00:06, heard of, told by 02:19:05:A0:00:03
 node 02:19:05:A0:00:07, unreachable, answered 300 s ago, told by two, 02:19:05:A0:00:03
   interface 02:19:05:10:00:71 ETHERNET GIGABIT_ETHERNET
 )");
-  EXPECT_THAT(to_brief_text(everything()),
+  EXPECT_THAT(text_of(print_brief_text, everything()),
               StartsWith(
                   R"(AL MAC             NAME               MESHD  INTERFACES  LINKS  HOSTS  STATE
 02:19:05:A0:00:01  a "name" & <more>  0.1             2      2      2  this node
@@ -144,7 +150,7 @@ node 02:19:05:A0:00:07, unreachable, answered 300 s ago, told by two, 02:19:05:A
 
 /// Each case once: the rest of the object is more of the same.
 TEST(TopologyView, IsJsonInOneLine) {
-  const std::string json = to_json(everything());
+  const std::string json = text_of(print_json, everything());
   for (
       const char* part :
       {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"told_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"]}]},{)",
@@ -160,7 +166,7 @@ TEST(TopologyView, IsJsonInOneLine) {
 
 /// Parts are drawn once however many tell of them; what is not known well is dashed, what is blocked red.
 TEST(TopologyView, IsAGraph) {
-  const std::string dot = to_dot(everything());
+  const std::string dot = text_of(print_dot, everything());
   EXPECT_THAT(
       dot,
       HasSubstr(
@@ -196,7 +202,8 @@ TEST(TopologyView, IsWhatTheEntityKnows) {
       carry({{left, 0, middle, 0}, {middle, 1, right, 0}}, TimePoint{});
     }
   }
-  const std::string text = to_text(view_topology("one", left.entity, TimePoint{} + std::chrono::seconds(5)));
+  const std::string text =
+      text_of(print_text, view_topology("one", left.entity, TimePoint{} + std::chrono::seconds(5)));
   EXPECT_THAT(text, StartsWith("node 02:19:05:A0:00:01 (one, this node), meshd 0.1\n"
                                "  interface 02:19:05:10:00:11 ETHERNET GIGABIT_ETHERNET eth0\n"
                                "    link to 02:19:05:A0:00:02 at 02:19:05:10:00:21: 0 Mb/s"));

@@ -1,11 +1,15 @@
 #include "tools/meshd/debug_shell.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <exception>
 #include <fstream>
-#include <sstream>
+#include <new>
+#include <ostream>
 #include <stdexcept>
+#include <streambuf>
+#include <utility>
 
 #include "ctlcmd.h"
 #include "qel/core/text.h"
@@ -15,67 +19,74 @@ namespace meshd {
 
 namespace {
 
-/// Runs one command of the shell given as context, and answers why it fails.
-template <class Answer>
-int answer(ctlcmd_session* session, int argc, int most_arguments, void* context, Answer&& make_answer) {
-  try {
-    if (argc - 1 > most_arguments) {
-      throw std::invalid_argument("too many arguments");
-    }
-    const std::string text = make_answer(*static_cast<DebugShell*>(context));
-    ctlcmd_printf(session, "%s", text.c_str());
-    return 0;
-  } catch (const std::exception& exception) {
-    ctlcmd_printf(session, "%s\n", exception.what());
-    return CTLCMD_FAILED;
+/// Hands the answer to the session piece by piece, so that it is nowhere in memory as a whole but where it is kept for
+/// the client.
+class SessionBuffer final : public std::streambuf {
+ public:
+  explicit SessionBuffer(ctlcmd_session* session) : session_(session) { setp(piece_.begin(), piece_.end()); }
+
+ protected:
+  int_type overflow(int_type character) override {
+    sync();
+    return traits_type::eq_int_type(character, traits_type::eof()) ? traits_type::not_eof(character)
+                                                                   : sputc(traits_type::to_char_type(character));
   }
-}
 
-int on_topology(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
-  return answer(session, argc, 1, context,
-                [&](const DebugShell& shell) { return shell.topology(argc > 1 ? argv[1] : "TEXT"); });
-}
+  /// Throws std::bad_alloc, which makes the stream bad.
+  int sync() override {
+    ctlcmd_printf(session_, "%.*s", static_cast<int>(pptr() - pbase()), pbase());
+    setp(piece_.begin(), piece_.end());
+    return 0;
+  }
 
-int on_neighbors(ctlcmd_session* session, int argc, const char* const*, void* context) {
-  return answer(session, argc, 0, context, [](const DebugShell& shell) { return shell.neighbors(); });
-}
-
-int on_interfaces(ctlcmd_session* session, int argc, const char* const*, void* context) {
-  return answer(session, argc, 0, context, [](const DebugShell& shell) { return shell.interfaces(); });
-}
-
-int on_counters(ctlcmd_session* session, int argc, const char* const*, void* context) {
-  return answer(session, argc, 0, context, [](const DebugShell& shell) { return shell.counters(); });
-}
-
-int on_set_blocked(ctlcmd_session* session, int argc, const char* const* argv, void* context, bool blocked) {
-  return answer(session, argc, 1, context, [&](DebugShell& shell) {
-    if (argc < 2) {
-      throw std::invalid_argument("which interface?");
-    }
-    return shell.set_blocked(argv[1], blocked);
-  });
-}
-
-int on_block(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
-  return on_set_blocked(session, argc, argv, context, true);
-}
-
-int on_unblock(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
-  return on_set_blocked(session, argc, argv, context, false);
-}
+ private:
+  ctlcmd_session* session_;
+  std::array<char, 4096> piece_;
+};
 
 }  // namespace
 
+template <DebugShell::Answer ANSWER, bool HAS_ARGUMENT>
+int DebugShell::run(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
+  SessionBuffer buffer(session);
+  std::ostream os(&buffer);
+  int result = 0;
+  try {
+    if (argc > (HAS_ARGUMENT ? 2 : 1)) {
+      throw std::invalid_argument("too many arguments");
+    }
+    (static_cast<DebugShell*>(context)->*ANSWER)(os, argc > 1 ? argv[1] : "");
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& exception) {
+    os << exception.what() << '\n';
+    result = CTLCMD_FAILED;
+  }
+  if (!os.flush()) {
+    throw std::bad_alloc();
+  }
+  return result;
+}
+
 DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop)
     : entity_(entity), ports_(ports), loop_(loop) {
+  static constexpr struct {
+    const char* name;
+    qel::daemon::CtlcmdModule::Handler handler;
+    const char* help;
+  } COMMANDS[] = {
+      {"TOPOLOGY", run<&DebugShell::topology, true>,
+       "show what is known of the mesh: TEXT (default), BRIEF, JSON or DOT"},
+      {"NEIGHBORS", run<&DebugShell::neighbors, false>, "show the links to neighbors and when they were last heard"},
+      {"INTERFACES", run<&DebugShell::interfaces, false>, "show our interfaces"},
+      {"COUNTERS", run<&DebugShell::counters, false>, "show what became of the frames received"},
+      {"BLOCK", run<&DebugShell::block, true>, "neither send nor receive on this interface until it is unblocked"},
+      {"UNBLOCK", run<&DebugShell::unblock, true>, "use this interface again"},
+  };
   const auto module = loop_.create_ctlcmd_module(MODULE, this);
-  module->add_command("TOPOLOGY", on_topology, "show what is known of the mesh: TEXT (default), BRIEF, JSON or DOT");
-  module->add_command("NEIGHBORS", on_neighbors, "show the links to neighbors and when they were heard of");
-  module->add_command("INTERFACES", on_interfaces, "show our interfaces");
-  module->add_command("COUNTERS", on_counters, "show what became of the frames received");
-  module->add_command("BLOCK", on_block, "neither send nor receive on this interface until it is unblocked");
-  module->add_command("UNBLOCK", on_unblock, "use this interface again");
+  for (const auto& [name, handler, help] : COMMANDS) {
+    module->add_command(name, handler, help);
+  }
   if (!module->start()) {
     loop_.remove_ctlcmd_module(MODULE);
     throw std::runtime_error(std::string("the debug shell refuses the module ") + MODULE);
@@ -84,41 +95,30 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mai
 
 DebugShell::~DebugShell() { loop_.remove_ctlcmd_module(MODULE); }
 
-std::string DebugShell::topology(std::string format) const {
+void DebugShell::topology(std::ostream& os, const std::string& format) {
+  constexpr std::pair<const char*, decltype(&print_text)> FORMATS[] = {
+      {"TEXT", print_text}, {"BRIEF", print_brief_text}, {"JSON", print_json}, {"DOT", print_dot}};
+  const std::string name = format.empty() ? FORMATS[0].first : qel::to_upper(format);
+  const auto* const place = std::ranges::find(FORMATS, name, [](const auto& row) { return std::string(row.first); });
+  if (place == std::end(FORMATS)) {
+    throw std::invalid_argument("the formats are TEXT, BRIEF, JSON and DOT");
+  }
   std::ifstream names("/etc/ethers");
-  const TopologyView view =
-      view_topology(loop_.get_name(), entity_, std::chrono::steady_clock::now(), read_names(names));
-  format = qel::to_upper(std::move(format));
-  if (format == "TEXT") {
-    return to_text(view);
-  }
-  if (format == "BRIEF") {
-    return to_brief_text(view);
-  }
-  if (format == "JSON") {
-    return to_json(view);
-  }
-  if (format == "DOT") {
-    return to_dot(view);
-  }
-  throw std::invalid_argument("the formats are TEXT, BRIEF, JSON and DOT");
+  place->second(os, view_topology(loop_.get_name(), entity_, std::chrono::steady_clock::now(), read_names(names)));
 }
 
-std::string DebugShell::neighbors() const {
-  std::ostringstream os;
+void DebugShell::neighbors(std::ostream& os, const std::string&) {
   const auto now = std::chrono::steady_clock::now();
   for (const Neighbor& neighbor : entity_.neighbors().all()) {
     for (const NeighborLink& link : neighbor.links) {
       os << neighbor.al_mac << ' ' << link.mac << " on " << entity_.config().interfaces[link.interface].name
-         << ", heard of " << std::chrono::duration_cast<std::chrono::milliseconds>(now - link.last_heard).count()
+         << ", last heard " << std::chrono::duration_cast<std::chrono::milliseconds>(now - link.last_heard).count()
          << " ms ago\n";
     }
   }
-  return os.str();
 }
 
-std::string DebugShell::interfaces() const {
-  std::ostringstream os;
+void DebugShell::interfaces(std::ostream& os, const std::string&) {
   const std::vector<InterfaceState> states = entity_.read_states();
   for (std::size_t index = 0; index < states.size(); ++index) {
     const LocalInterface& interface = entity_.config().interfaces[index];
@@ -135,29 +135,36 @@ std::string DebugShell::interfaces() const {
     }
     os << (entity_.is_blocked(index) ? ", blocked\n" : "\n");
   }
-  return os.str();
 }
 
-std::string DebugShell::counters() const {
+void DebugShell::counters(std::ostream& os, const std::string&) {
   const FrameCounts counts = entity_.counts();
-  std::ostringstream os;
   for (const auto& [name, count] : FRAME_COUNTS) {
     os << name << ' ' << counts.*count << '\n';
   }
   os << "bridge_refusals " << ports_.refused() << '\n';
-  return os.str();
 }
 
-std::string DebugShell::set_blocked(const std::string& name, bool blocked) {
+void DebugShell::block(std::ostream& os, const std::string& name) {
+  set_blocked(name, true);
+  os << name << " is blocked\n";
+}
+
+void DebugShell::unblock(std::ostream& os, const std::string& name) {
+  set_blocked(name, false);
+  os << name << " is not blocked\n";
+}
+
+void DebugShell::set_blocked(const std::string& name, bool blocked) {
   const std::vector<LocalInterface>& interfaces = entity_.config().interfaces;
   const auto place = std::find_if(interfaces.begin(), interfaces.end(), [&](const LocalInterface& interface) {
     return interface.is_there() && interface.name == name;
   });
   if (place == interfaces.end()) {
-    throw std::invalid_argument("'" + name + "' is none of our interfaces");
+    throw std::invalid_argument(name.empty() ? "the name of an interface is required"
+                                             : "'" + name + "' is not one of our interfaces");
   }
   entity_.set_blocked(static_cast<std::size_t>(place - interfaces.begin()), blocked);
-  return name + (blocked ? " is blocked\n" : " is not blocked\n");
 }
 
 }  // namespace meshd

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <memory>
+#include <iosfwd>
 #include <string>
 
-#include "qel/daemon/ctlcmd_module.h"
 #include "qel/daemon/mainloop.h"
 #include "tools/meshd/entity/entity.h"
 #include "tools/meshd/ports/local_ports.h"
@@ -15,23 +14,30 @@ class DebugShell {
  public:
   static constexpr const char* MODULE = "mesh";
 
-  /// All are borrowed. Throws std::runtime_error when the shell does not take the module.
+  /// Everything is borrowed. Throws std::runtime_error if the shell does not accept the module.
   DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop);
   DebugShell(const DebugShell&) = delete;
   DebugShell& operator=(const DebugShell&) = delete;
   ~DebugShell();
 
-  /// The answers to the commands. `format` is TEXT, JSON or DOT in either case; throws std::invalid_argument for
-  /// others.
-  std::string topology(std::string format) const;
-  std::string neighbors() const;
-  std::string interfaces() const;
-  std::string counters() const;
-
-  /// Throws std::invalid_argument if no interface of ours has the name.
-  std::string set_blocked(const std::string& name, bool blocked);
-
  private:
+  /// A command with the argument it was given, or "". Throws std::invalid_argument for one that it does not take.
+  using Answer = void (DebugShell::*)(std::ostream& os, const std::string& argument);
+
+  void topology(std::ostream& os, const std::string& format);
+  void neighbors(std::ostream& os, const std::string& none);
+  void interfaces(std::ostream& os, const std::string& none);
+  void counters(std::ostream& os, const std::string& none);
+  void block(std::ostream& os, const std::string& name);
+  void unblock(std::ostream& os, const std::string& name);
+
+  /// Runs the command of the shell given as context, and answers why it fails.
+  template <Answer ANSWER, bool HAS_ARGUMENT>
+  static int run(ctlcmd_session* session, int argc, const char* const* argv, void* context);
+
+  /// Throws std::invalid_argument if we have no interface of this name.
+  void set_blocked(const std::string& name, bool blocked);
+
   Entity& entity_;
   const LocalPorts& ports_;
   qel::daemon::Mainloop& loop_;

@@ -33,7 +33,7 @@ void scatter_message_ids() {
 }
 
 void run(const Options& options) {
-  const std::error_code unlimited = limit_memory();
+  const std::error_code unlimited = limit_memory(options.devices);
   const std::vector<int> ending{SIGTERM, SIGINT};
   const qel::daemon::BlockedSignals blocked(ending);  // to the end of the loop
   for (const std::string& component : options.debug_components) {

@@ -3,6 +3,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 
@@ -10,7 +11,9 @@ namespace meshd {
 
 namespace {
 
-constexpr rlim_t MOST_DATA = rlim_t{32} * 1024 * 1024;
+constexpr rlim_t LEAST_LIMIT = rlim_t{32} * 1024 * 1024;
+/// What is known of one, in the map and in a view, and what the answer to a command says of it.
+constexpr rlim_t DATA_OF_DEVICE = rlim_t{32} * 1024;
 
 /// What this process has now; see proc(5).
 rlim_t data_size() {
@@ -24,12 +27,13 @@ rlim_t data_size() {
 
 }  // namespace
 
-std::error_code limit_memory() {
+std::error_code limit_memory(std::size_t devices) {
+  const rlim_t most = std::max(LEAST_LIMIT, devices * DATA_OF_DEVICE);
   rlimit limit{};
-  if (getrlimit(RLIMIT_DATA, &limit) != 0 || limit.rlim_cur <= MOST_DATA || data_size() > MOST_DATA / 2) {
+  if (getrlimit(RLIMIT_DATA, &limit) != 0 || limit.rlim_cur <= most || data_size() > most / 2) {
     return {};  // a sanitizer uses more from the start
   }
-  limit.rlim_cur = MOST_DATA;
+  limit.rlim_cur = most;
   return setrlimit(RLIMIT_DATA, &limit) == 0 ? std::error_code() : std::error_code(errno, std::generic_category());
 }
 

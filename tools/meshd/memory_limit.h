@@ -1,12 +1,14 @@
 #pragma once
 
+#include <cstddef>
 #include <system_error>
 
 namespace meshd {
 
-/// Limits the data of this process to 32 MiB, unless an administrator has set less. Larger allocations then fail. Any
-/// peer on the message bus can send messages of up to 128 MiB, which the bus library buffers before we can look at
-/// them; with the limit the connection is lost instead, and the endpoint reconnects.
-std::error_code limit_memory();
+/// Limits the data of this process to 32 KiB for each of the `devices` it may know, at least 32 MiB, unless an
+/// administrator has set less. Larger allocations then fail. Any peer on the message bus can send messages of up to
+/// 128 MiB, which the bus library buffers before we can look at them; with the limit the connection is lost instead,
+/// and the endpoint reconnects.
+std::error_code limit_memory(std::size_t devices);
 
 }  // namespace meshd

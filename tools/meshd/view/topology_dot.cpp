@@ -1,6 +1,6 @@
 #include <algorithm>
+#include <ostream>
 #include <set>
-#include <sstream>
 
 #include "tools/meshd/view/segments.h"
 #include "tools/meshd/view/topology_view.h"
@@ -45,7 +45,10 @@ bool is_blocked(const Node& node, const MACAddress& interface) {
 
 class Drawing {
  public:
-  explicit Drawing(const TopologyView& view) : view_(view) {
+  Drawing(std::ostream& os, const TopologyView& view) : os_(os), view_(view) {
+    for (const Node& node : view.nodes) {
+      nodes_[node.al_mac] = &node;
+    }
     os_ << "graph mesh {\n"
            "  graph [rankdir=LR, ranksep=1.2];\n"
            "  node [shape=plain, fontname=\"sans-serif\", fontsize=11];\n"
@@ -54,8 +57,6 @@ class Drawing {
     std::ranges::for_each(find_segments(view), [this](const Segment& segment) { add(segment); });
     os_ << "}\n";
   }
-
-  std::string text() const { return os_.str(); }
 
  private:
   void add(const Node& node) {
@@ -118,8 +119,8 @@ class Drawing {
   }
 
   const Node* find(const MACAddress& al_mac) const {
-    const auto place = std::ranges::find(view_.nodes, al_mac, &Node::al_mac);
-    return place == view_.nodes.end() ? nullptr : &*place;
+    const auto place = nodes_.find(al_mac);
+    return place == nodes_.end() ? nullptr : place->second;
   }
 
   /// The end of an edge: the interface if it is drawn.
@@ -169,13 +170,14 @@ class Drawing {
     return "";
   }
 
+  std::ostream& os_;
   const TopologyView& view_;
-  std::ostringstream os_;
+  std::map<MACAddress, const Node*> nodes_;
   int switches_ = 0;
 };
 
 }  // namespace
 
-std::string to_dot(const TopologyView& view) { return Drawing(view).text(); }
+void print_dot(std::ostream& os, const TopologyView& view) { Drawing(os, view); }
 
 }  // namespace meshd

@@ -1,4 +1,4 @@
-#include <sstream>
+#include <ostream>
 
 #include "qel/core/serialization/json_serializable_type.h"
 #include "qel/core/serialization/yajl_wrappers.h"
@@ -128,11 +128,10 @@ class Writer {
 
 }  // namespace
 
-std::string to_json(const TopologyView& view) {
-  std::ostringstream os;
+void print_json(std::ostream& os, const TopologyView& view) {
   YAJLStream stream(os, qel::serialization::YAJLIndentation::COMPACT);
   Writer(stream, view).write();
-  return os.str() + '\n';
+  os << '\n';
 }
 
 }  // namespace meshd

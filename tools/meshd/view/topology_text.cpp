@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <iomanip>
 #include <map>
-#include <sstream>
+#include <ostream>
 #include <utility>
 #include <vector>
 
@@ -40,7 +40,7 @@ std::string state_of(const TopologyView& view, const Node& node) {
 /// Prints each node with its interfaces, and what each interface is connected to.
 class Text {
  public:
-  explicit Text(const TopologyView& view) : view_(view) {
+  Text(std::ostream& os, const TopologyView& view) : os_(os), view_(view) {
     for (const Link& link : view.links) {
       links_[{link.from, link.from_interface}].push_back(&link);
     }
@@ -48,8 +48,6 @@ class Text {
       print(node);
     }
   }
-
-  std::string text() const { return os_.str(); }
 
  private:
   void print(const Node& node) {
@@ -145,9 +143,9 @@ class Text {
     return mac.to_string() + (name.empty() ? "" : " (" + name + ')');
   }
 
+  std::ostream& os_;
   const TopologyView& view_;
   std::map<std::pair<MACAddress, MACAddress>, std::vector<const Link*>> links_;  // by node and interface
-  std::ostringstream os_;
 };
 
 }  // namespace
@@ -164,9 +162,9 @@ std::string enum_to_string(TopologyView::State state) {
   return "";
 }
 
-std::string to_text(const TopologyView& view) { return Text(view).text(); }
+void print_text(std::ostream& os, const TopologyView& view) { Text(os, view); }
 
-std::string to_brief_text(const TopologyView& view) {
+void print_brief_text(std::ostream& os, const TopologyView& view) {
   std::map<MACAddress, std::size_t> links;
   for (const Link& link : view.links) {
     ++links[link.from];
@@ -175,7 +173,6 @@ std::string to_brief_text(const TopologyView& view) {
   for (const Node& node : view.nodes) {
     width = std::max(width, view.name_of(node.al_mac).size());
   }
-  std::ostringstream os;
   const auto print = [&](const auto& al_mac, const std::string& name, const auto& version, const auto& interfaces,
                          const auto& told_links, const auto& hosts, const std::string& state) {
     os << std::left << std::setw(19) << al_mac << std::setw(static_cast<int>(width) + 2) << name << std::setw(7)
@@ -193,7 +190,6 @@ std::string to_brief_text(const TopologyView& view) {
           node.meshd_version ? node.meshd_version->to_string() : "-", node.interfaces.size(), links[node.al_mac], hosts,
           state_of(view, node));
   }
-  return os.str();
 }
 
 }  // namespace meshd

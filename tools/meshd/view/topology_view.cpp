@@ -1,7 +1,7 @@
 #include "tools/meshd/view/topology_view.h"
 
 #include <algorithm>
-#include <tuple>
+#include <map>
 #include <utility>
 
 #include "tools/meshd/entity/messages.h"
@@ -26,10 +26,10 @@ class Builder {
     for (const auto& [al_mac, device] : entity.devices().all()) {
       add(al_mac, device);
     }
-    for (const Link& link : view_.links) {
-      Node& node = node_of(link.to);
-      if (std::ranges::find(node.told_by, link.from) == node.told_by.end()) {
-        node.told_by.push_back(link.from);
+    for (const Link& link : view_.links) {  // which are in the order of the tellers
+      Node* node = find_or_add(link.to);
+      if (node != nullptr && (node->told_by.empty() || node->told_by.back() != link.from)) {
+        node->told_by.push_back(link.from);
       }
     }
   }
@@ -37,21 +37,30 @@ class Builder {
   TopologyView take() { return std::move(view_); }
 
  private:
-  Node& node_of(const MACAddress& al_mac) {
-    const auto [place, is_new] = nodes_.try_emplace(al_mac, view_.nodes.size());
-    if (is_new) {
-      view_.nodes.emplace_back().al_mac = al_mac;
-    }
-    return view_.nodes[place->second];
+  Node& add_node(const MACAddress& al_mac) {
+    nodes_.emplace(al_mac, view_.nodes.size());
+    Node& node = view_.nodes.emplace_back();
+    node.al_mac = al_mac;
+    links_.clear();
+    return node;
   }
 
-  /// The link that a metric is about. A neighbour list names no interface of the neighbour, so a link from such a list
-  /// matches, and takes the interface from the metric.
+  /// Null if it is one too many.
+  Node* find_or_add(const MACAddress& al_mac) {
+    const auto place = nodes_.find(al_mac);
+    if (place != nodes_.end()) {
+      return &view_.nodes[place->second];
+    }
+    return view_.nodes.size() < TopologyView::MOST_NODES ? &add_node(al_mac) : nullptr;
+  }
+
+  /// The link of the node added last that a metric is about. A neighbour list names no interface of the neighbour, so a
+  /// link from such a list matches, and takes the interface from the metric.
   Link& link_of(const MACAddress& from, const MACAddress& from_interface, const MACAddress& to,
                 const std::optional<MACAddress>& to_interface) {
-    std::vector<std::size_t>& known = links_[{from, from_interface, to}];
-    for (const std::size_t place : known) {
-      Link& link = view_.links[place];
+    const auto [begin, end] = links_.equal_range({from_interface, to});
+    for (auto place = begin; place != end; ++place) {
+      Link& link = view_.links[place->second];
       if (!link.to_interface || !to_interface || link.to_interface == to_interface) {
         if (to_interface) {
           link.to_interface = to_interface;
@@ -59,7 +68,7 @@ class Builder {
         return link;
       }
     }
-    known.push_back(view_.links.size());
+    links_.emplace(std::pair(from_interface, to), view_.links.size());
     return view_.links.emplace_back(Link{from, from_interface, to, to_interface, false, {}, {}});
   }
 
@@ -94,7 +103,7 @@ class Builder {
   void add_self() {
     const Entity::Config& config = entity_.config();
     const std::vector<InterfaceState> states = entity_.read_states();
-    Node& self = node_of(config.al_mac);
+    Node& self = add_node(config.al_mac);
     self.is_self = true;
     self.has_answered = true;
     self.state = DeviceState::ANSWERED;
@@ -126,7 +135,7 @@ class Builder {
   }
 
   void add(const MACAddress& al_mac, const Device& device) {
-    Node& node = node_of(al_mac);
+    Node& node = add_node(al_mac);
     const ToldByDevice& told = device.told;
     if (!told.name.empty()) {
       view_.names.try_emplace(al_mac, visible(told.name));
@@ -164,8 +173,8 @@ class Builder {
   const Entity& entity_;
   const Entity::TimePoint now_;
   TopologyView view_;
-  std::map<MACAddress, std::size_t> nodes_;  // places in the view
-  std::map<std::tuple<MACAddress, MACAddress, MACAddress>, std::vector<std::size_t>> links_;
+  std::map<MACAddress, std::size_t> nodes_;  // places in the view, as those of the links of the node added last
+  std::multimap<std::pair<MACAddress, MACAddress>, std::size_t> links_;  // by our interface and the other device
 };
 
 }  // namespace

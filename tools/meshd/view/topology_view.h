@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -18,6 +20,10 @@ namespace meshd {
 
 /// What one node knows of the mesh: itself and all devices that it has heard of.
 struct TopologyView {
+  /// Beyond the devices that the entity knows, others that these tell of are nodes up to so many in all; the rest only
+  /// ends of links.
+  static constexpr std::size_t MOST_NODES = 16384;
+
   struct Interface {
     qel::MACAddress mac;
     qel::ieee1905_1::InterfaceType type;
@@ -71,16 +77,32 @@ TopologyView view_topology(const std::string& name, const Entity& entity, Entity
 
 std::string enum_to_string(TopologyView::State state);
 
-/// For people; ends with a line feed, like the others.
-std::string to_text(const TopologyView& view);
+/// For people; ends with a line feed, as the others do.
+void print_text(std::ostream& os, const TopologyView& view);
 
+<<<<<<< HEAD
 /// For people with many nodes: one line for each node.
 std::string to_brief_text(const TopologyView& view);
+||||||| parent of 2b038b1 (Write views of the mesh straight into the answer)
+/// For people who have many nodes: a line for each.
+std::string to_brief_text(const TopologyView& view);
+=======
+/// For people who have many nodes: a line for each.
+void print_brief_text(std::ostream& os, const TopologyView& view);
+>>>>>>> 2b038b1 (Write views of the mesh straight into the answer)
 
 /// One object in one line; the keys are described in meshctl(1).
-std::string to_json(const TopologyView& view);
+void print_json(std::ostream& os, const TopologyView& view);
 
+<<<<<<< HEAD
 /// An undirected graph for Graphviz: nodes with their interfaces, plain switches, and the links between them.
 std::string to_dot(const TopologyView& view);
+||||||| parent of 2b038b1 (Write views of the mesh straight into the answer)
+/// An undirected graph for Graphviz: the nodes with their interfaces, plain switches, and what is joined with what.
+std::string to_dot(const TopologyView& view);
+=======
+/// An undirected graph for Graphviz: the nodes with their interfaces, plain switches, and what is joined with what.
+void print_dot(std::ostream& os, const TopologyView& view);
+>>>>>>> 2b038b1 (Write views of the mesh straight into the answer)
 
 }  // namespace meshd
