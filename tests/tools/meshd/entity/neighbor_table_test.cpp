@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/tools_meshd/wire.h"
+#include "tests/tools/meshd/wire.h"
 
 namespace meshd::test {
 namespace {

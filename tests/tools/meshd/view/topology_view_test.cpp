@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "tests/tools_meshd/wire.h"
+#include "tests/tools/meshd/wire.h"
 
 namespace meshd::test {
 namespace {

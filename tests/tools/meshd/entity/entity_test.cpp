@@ -6,7 +6,7 @@
 
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
-#include "tests/tools_meshd/wire.h"
+#include "tests/tools/meshd/wire.h"
 #include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {

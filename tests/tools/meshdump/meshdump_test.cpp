@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "qel/core/vendor_oui.h"
-#include "tests/tools/meshdump_run.h"
+#include "tests/tools/meshdump/meshdump_run.h"
 #include "tools/meshdump/hex_text.h"
 
 namespace meshdump {

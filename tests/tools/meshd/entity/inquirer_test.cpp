@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/support/octets.h"
-#include "tests/tools_meshd/wire.h"
+#include "tests/tools/meshd/wire.h"
 #include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {

@@ -11,7 +11,7 @@
 #include "qel/core/vendor_oui.h"
 #include "qel/ieee1905_1/tlv_classes_impl.h"
 #include "qel/ieee1905_1/vendor/vendor_classes_impl.h"
-#include "tests/tools/meshdump_run.h"
+#include "tests/tools/meshdump/meshdump_run.h"
 #include "tools/meshdump/hex_text.h"
 
 namespace meshdump {
