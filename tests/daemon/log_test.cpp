@@ -3,6 +3,7 @@
 #include <shringbuf.h>
 
 #include "tests/daemon/fixture.h"
+#include "tests/support/enumerations.h"
 
 namespace qel::debug {
 namespace {
@@ -62,14 +63,12 @@ TEST_F(LogTest, AStreamIsMadeOnceAndRecoversFromFailure) {
 TEST_F(LogTest, LevelsArePrintedOnOtherStreamsAndParsedExactly) {
   std::ostringstream os;
   os.copyfmt(stream("log-f"));  // the mark is copied with the format, but does not make another stream a log stream
-  const std::pair<const char*, LogLevels> rows[] = {
-      {"NOTE", LogLevels::NOTE}, {"DEBUG", LogLevels::DEBUG}, {"LOG", LogLevels::LOG}, {"ERROR", LogLevels::ERROR}};
-  for (const auto& [text, level] : rows) {
-    os << level;
-    EXPECT_EQ(string_to_loglevels(text), level);
+  os << LogLevels::NOTE << LogLevels(-1);
+  EXPECT_EQ(os.str(), "NOTEINVALID_LOG_LEVEL");
+  test::check_enum<LogLevels>("0 NOTE 1 DEBUG 2 LOG 3 ERROR", "INVALID_LOG_LEVEL");
+  for (int level = 0; level <= 3; ++level) {
+    EXPECT_EQ(string_to_loglevels(loglevels_to_string(LogLevels(level))), LogLevels(level));
   }
-  os << LogLevels(-1);
-  EXPECT_EQ(os.str(), "NOTEDEBUGLOGERRORINVALID_LOG_LEVEL");
   for (const char* text : {"debug", "", "ERROR ", "INVALID_LOG_LEVEL"}) {
     EXPECT_THAT([text] { string_to_loglevels(text); }, ThrowsMessage<std::out_of_range>("map::at")) << text;
   }

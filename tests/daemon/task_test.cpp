@@ -2,6 +2,7 @@
 
 #include "qel/daemon/value_task.h"
 #include "tests/daemon/fixture.h"
+#include "tests/support/enumerations.h"
 
 namespace qel::async {
 namespace {
@@ -186,10 +187,10 @@ TEST_F(TaskTest, AContinuationMayDestroyItsTask) {
 }
 
 TEST(TaskState, Texts) {
-  const char* const texts[] = {"NEVER_STARTED",           "RUNNING", "CANCELLED", "COMPLETE_WITH_VALUE",
-                               "COMPLETE_WITH_EXCEPTION", "TIMEOUT", "DELETED",   "INVALID"};
+  test::check_enum<TaskState>(
+      "0 NEVER_STARTED 1 RUNNING 2 CANCELLED 3 COMPLETE_WITH_VALUE 4 COMPLETE_WITH_EXCEPTION 5 TIMEOUT 6 DELETED",
+      "INVALID");
   for (int value = 0; value <= 7; ++value) {
-    EXPECT_EQ((std::ostringstream() << TaskState(value)).str(), texts[value]);
     EXPECT_EQ(task_state_is_done(TaskState(value)), value >= 2 && value <= 6) << value;
   }
 }
@@ -208,6 +209,9 @@ TEST(TaskError, TextsAndGenericConditions) {
     EXPECT_EQ(category.message(code), rows[code - 1].first);
     EXPECT_EQ(category.default_error_condition(code), rows[code - 1].second) << code;
   }
+  test::check_enum<TaskErrc>(
+      "1 TIMED_OUT 2 CANCELLED 3 ALREADY_RUNNING 4 NOT_RUNNING 5 IS_RUNNING 6 NO_CONTINUATION 7 HAS_CONTINUATION "
+      "8 COMPOSITION_INVALID");
   EXPECT_EQ(category.message(9), "(unrecognised error)");
   EXPECT_EQ(make_error_condition(TaskErrc::CANCELLED), std::error_condition(2, category));
   EXPECT_STREQ(category.name(), "Task");

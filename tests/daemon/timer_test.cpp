@@ -2,6 +2,7 @@
 
 #include "qel/daemon/periodic_timer.h"
 #include "tests/daemon/fixture.h"
+#include "tests/support/enumerations.h"
 
 namespace qel::time {
 namespace {
@@ -118,6 +119,9 @@ TEST_F(TimerTest, ErrorsHaveTextsAndGenericConditions) {
   for (int code = 1; code <= 8; ++code) {
     EXPECT_EQ(category.message(code), texts[code - 1]);
   }
+  test::check_enum<TimerErrc>(
+      "1 ALREADY_RUNNING 2 NOT_RUNNING 3 INVALID_PARAMETER 4 INVALID_HANDLE 5 DELETED_HANDLE 6 CHANGED_HANDLE "
+      "7 RESOURCE_PROBLEM");
   EXPECT_EQ(category.default_error_condition(2), make_error_condition(TimerErrc::NOT_RUNNING));
   EXPECT_EQ(category.default_error_condition(3), std::errc::invalid_argument);
   EXPECT_EQ(category.default_error_condition(7), std::errc::device_or_resource_busy);
