@@ -80,29 +80,13 @@ std::string enum_to_string(TopologyView::State state);
 /// For people; ends with a line feed, as the others do.
 void print_text(std::ostream& os, const TopologyView& view);
 
-<<<<<<< HEAD
 /// For people with many nodes: one line for each node.
-std::string to_brief_text(const TopologyView& view);
-||||||| parent of 2b038b1 (Write views of the mesh straight into the answer)
-/// For people who have many nodes: a line for each.
-std::string to_brief_text(const TopologyView& view);
-=======
-/// For people who have many nodes: a line for each.
 void print_brief_text(std::ostream& os, const TopologyView& view);
->>>>>>> 2b038b1 (Write views of the mesh straight into the answer)
 
 /// One object in one line; the keys are described in meshctl(1).
 void print_json(std::ostream& os, const TopologyView& view);
 
-<<<<<<< HEAD
 /// An undirected graph for Graphviz: nodes with their interfaces, plain switches, and the links between them.
-std::string to_dot(const TopologyView& view);
-||||||| parent of 2b038b1 (Write views of the mesh straight into the answer)
-/// An undirected graph for Graphviz: the nodes with their interfaces, plain switches, and what is joined with what.
-std::string to_dot(const TopologyView& view);
-=======
-/// An undirected graph for Graphviz: the nodes with their interfaces, plain switches, and what is joined with what.
 void print_dot(std::ostream& os, const TopologyView& view);
->>>>>>> 2b038b1 (Write views of the mesh straight into the answer)
 
 }  // namespace meshd
