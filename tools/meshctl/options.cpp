@@ -41,7 +41,7 @@ CLI::Option* add_choice(CLI::App& app, const std::string& name, Target& target, 
   };
   return app.add_option_function<std::string>(name, take, description)
       ->type_name(qel::to_upper(name.substr(2)))
-      ->check(CLI::IsMember(choices).description(""));
+      ->check(CLI::IsMember(choices));
 }
 
 /// Integers in decimal; the parser would take a leading zero for octal.
@@ -69,7 +69,7 @@ CLI::App* add_opclass_verb(CLI::App& opclass, Options& options, OpclassVerb verb
     options.verb = Verb::OPCLASS;
     options.opclass.verb = verb;
   });
-  add_choice(*subcommand, "--region", query.region, regions, "Region of the table: global (the default) or europe");
+  add_choice(*subcommand, "--region", query.region, regions, "Region of the table; global by default");
   subcommand->add_flag("--json", query.json, "As JSON");
   return subcommand;
 }
@@ -92,8 +92,7 @@ void add_opclass(CLI::App& app, Options& options) {
     return of->add_option(name, frequency, description)->type_name("MHZ")->transform(number_from_to(1, HIGHEST));
   };
   add_frequency("--freq", query.frequency, "Center of the primary 20 MHz channel")->required();
-  CLI::Option* width =
-      add_choice(*of, "--width", query.width, widths, "Width of the channel: 20, 40, 80, 160 or 80+80");
+  CLI::Option* width = add_choice(*of, "--width", query.width, widths, "Width of the channel");
   add_frequency("--center", query.center,
                 "Center of the channel, or of its first segment; not needed if there is only one")
       ->needs(width);

@@ -38,7 +38,8 @@ Options:
       --devices NUMBER          Know so many others at most, up to 4096; 1024 by default
       --daemonize               Run in the background, or as a service of a service manager
       --debug COMPONENT...      Show the debug messages of these components
-)";
+
+Components: )";
 
 enum Option : int {
   FURTHER_WORD = 1,
@@ -90,14 +91,18 @@ int parse_number(const std::string& option, const char* text, int most) {
   return number;
 }
 
+std::string list_components() {
+  std::string text;
+  for (const std::string_view component : COMPONENTS) {
+    text.append(text.empty() ? "" : ", ").append(component);
+  }
+  return text;
+}
+
 void check_components(const std::vector<std::string>& components) {
   for (const std::string& component : components) {
     if (std::ranges::find(COMPONENTS, component) == COMPONENTS.end()) {
-      std::string text = "--debug: '" + component + "' is no component; there are";
-      for (const std::string_view& known : COMPONENTS) {
-        text.append(&known == COMPONENTS.data() ? " " : ", ").append(known);
-      }
-      throw UsageError(text);
+      throw UsageError("--debug: '" + component + "' is no component; there are " + list_components());
     }
   }
 }
@@ -142,7 +147,7 @@ Options parse_options(int argc, char* const* argv) {
     }
     switch (option) {
       case HELP_OPTION:
-        options.notice = HELP;
+        options.notice = HELP + list_components() + '\n';
         return options;
       case VERSION:
         options.notice = "meshd " MESHD_VERSION "\n";

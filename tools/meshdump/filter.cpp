@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <iomanip>
 #include <limits>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string_view>
 #include <type_traits>
@@ -51,6 +53,17 @@ std::optional<E> parse_enum(const std::string& text, const std::string& suffix) 
   return std::nullopt;
 }
 
+template <class E>
+void list_enum(std::ostream& os, const char* option) {
+  using Number = std::underlying_type_t<E>;
+  for (std::uint32_t value = 0; value <= std::numeric_limits<Number>::max(); ++value) {
+    const std::string name = enum_to_string(static_cast<E>(value));
+    if (!parse_number<Number>(name)) {
+      os << option << " 0x" << std::setw(2 * sizeof(Number)) << value << ' ' << name << '\n';
+    }
+  }
+}
+
 qel::MACAddress parse_address(const std::string& text) {
   qel::MACAddress address;
   if (!address.parse_string(text)) {
@@ -81,6 +94,14 @@ bool has_tlv(const Cmdu& cmdu, const Decoding& decoding, const std::vector<TLVTy
 }
 
 }  // namespace
+
+std::string list_types() {
+  std::ostringstream os;
+  os << std::hex << std::setfill('0');
+  list_enum<MessageType>(os, "type");
+  list_enum<TLVType>(os, "tlv");
+  return os.str();
+}
 
 void Filter::add_message_type(const std::string& text) {
   const std::optional<MessageType> type = parse_enum<MessageType>(text, "_MESSAGE");

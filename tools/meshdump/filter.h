@@ -11,6 +11,9 @@
 
 namespace meshdump {
 
+/// Lists what `--type` and `--tlv` take, one in a line: the option's name, the number in hexadecimal, and the name.
+std::string list_types();
+
 /// Selects CMDUs. If a condition has several values, one of them must match; all conditions given must match.
 class Filter {
  public:

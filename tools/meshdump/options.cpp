@@ -58,6 +58,8 @@ Options parse_options(int argc, const char* const* argv) {
   app.footer(FOOTER);
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.set_version_flag("--version", "meshdump " MESHDUMP_VERSION, "Print the version and exit");
+  app.add_flag_callback(
+      "--types", [&options] { options.notice = list_types(); }, "Print the message and TLV types by name and exit");
   app.add_option("FILE", options.captures, "Captures of Ethernet or Linux cooked frames, pcap or pcapng")
       ->type_name("");
   app.add_option("--hex", options.hex, "Read messages in hexadecimal instead, one per line")->type_name("FILE");
