@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <vector>
 
 #include "fuzz/round_trip.h"
@@ -23,7 +24,7 @@ using qel::serialization::SerializationException;
 
 using Octets = std::vector<std::uint8_t>;
 
-void check_whole(const Octets& octets, std::uint8_t size) {
+void check_whole(std::span<const std::uint8_t> octets, std::uint8_t size) {
   SerializationContext context;
   const LenientMessage lenient = decode_leniently(octets, context);
   require(!lenient.message.get_head().is_fragmented(), "what is put together is no fragment");
@@ -48,7 +49,7 @@ void check_whole(const Octets& octets, std::uint8_t size) {
   for (auto fragment = fragments.rbegin(); fragment != fragments.rend(); ++fragment) {
     const auto message = reassembly.add(MACAddress(), *fragment, {});
     require(message.has_value() == (fragment + 1 == fragments.rend()), "the last fragment completes the message");
-    require(!message || *message == encoded, "what was split is put together again");
+    require(!message || std::ranges::equal(*message, encoded), "what was split is put together again");
   }
 }
 

@@ -78,30 +78,36 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
   void set_head(const MessageHead& head) { head_ = head; }
   void set_head(MessageHead&& head) { head_ = std::move(head); }
 
+  // What these return belongs to the message, so they refuse a temporary one.
+
   /// Returns the first TLV of the class, or null if there is none: `message.find<DeviceInformationTLV>()`.
   template <TypedTLV T>
-  const T* find() const {
+  const T* find() const& {
     return first_of(all<T>());
   }
   template <TypedTLV T>
-  T* find() {
+  T* find() & {
     return first_of(all<T>());
   }
+  template <TypedTLV T>
+  const T* find() const&& = delete;
 
   /// Returns all TLVs of the class: `for (const auto& metric : message.all<TransmitterLinkMetricTLV>())`.
   template <TypedTLV T>
-  TypedRange<const T> all() const {
+  TypedRange<const T> all() const& {
     return TypedRange<const T>(list_.get_TLV_list());
   }
   template <TypedTLV T>
-  TypedRange<T> all() {
+  TypedRange<T> all() & {
     return TypedRange<T>(list_.get_TLV_list());
   }
+  template <TypedTLV T>
+  TypedRange<const T> all() const&& = delete;
 
   /// Returns the first payload of the class in a vendor-specific TLV, or null if there is none:
   /// `message.find_vendor<QELMeshdVersionTLV>()`.
   template <TypedPayload T>
-  const T* find_vendor() const {
+  const T* find_vendor() const& {
     for (const VendorSpecificTLV& tlv : all<VendorSpecificTLV>()) {
       if (const T* payload = tlv.find<T>(); payload != nullptr) {
         return payload;
@@ -110,9 +116,11 @@ class QEL_EXPORT Message final : public serialization::BinarySerializable {
     return nullptr;
   }
   template <TypedPayload T>
-  T* find_vendor() {
+  T* find_vendor() & {
     return const_cast<T*>(std::as_const(*this).find_vendor<T>());
   }
+  template <TypedPayload T>
+  const T* find_vendor() const&& = delete;
 
   const MessageList& get_list() const { return list_; }
   MessageList& get_list() { return list_; }

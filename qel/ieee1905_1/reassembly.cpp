@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <stdexcept>
-#include <utility>
 
 #include "qel/core/serialization/memory_stream.h"
 #include "qel/core/serialization/serialization_context.h"
@@ -75,15 +74,15 @@ Reassembly::Reassembly(const Limits& limits) : limits_(limits) {
   }
 }
 
-std::optional<std::vector<std::uint8_t>> Reassembly::add(const MACAddress& sender, std::span<const std::uint8_t> cmdu,
-                                                         TimePoint now) {
+std::optional<std::span<const std::uint8_t>> Reassembly::add(const MACAddress& sender,
+                                                             std::span<const std::uint8_t> cmdu, TimePoint now) {
   expire(now);
   MessageHead head;
   SerializationContext context;
   MemoryIStream in(cmdu);
   head.deserialize_impl(in, context);
   if (!head.is_fragmented()) {
-    return std::vector<std::uint8_t>(cmdu.begin(), cmdu.end());
+    return cmdu;
   }
   Partials::iterator partial = find(sender, head);
   if (partial == messages_.end()) {
@@ -107,10 +106,10 @@ std::optional<std::vector<std::uint8_t>> Reassembly::add(const MACAddress& sende
   }
   octets_ += tlvs.size();
   if (is_complete(*partial)) {
-    std::optional<std::vector<std::uint8_t>> message = join(*partial);
-    ++(message ? counts_.messages : counts_.spoiled);
+    const bool is_whole = join(*partial);
+    ++(is_whole ? counts_.messages : counts_.spoiled);
     close(*partial);
-    return message;
+    return is_whole ? std::optional(std::span<const std::uint8_t>(whole_)) : std::nullopt;
   }
   keep_within_octets();
   return std::nullopt;
@@ -205,20 +204,21 @@ bool Reassembly::is_complete(const Partial& partial) {
   return partial.last && partial.fragments.size() == std::size_t{*partial.last} + 1;
 }
 
-std::optional<std::vector<std::uint8_t>> Reassembly::join(const Partial& partial) {
+/// Puts the message into `whole_`. Returns false if the fragments do not form TLVs.
+bool Reassembly::join(const Partial& partial) {
   MessageHead head = partial.head;
   head.set_last_fragment_indicator(true);
   SerializationContext context;
   MemoryOStream head_octets;
   head.serialize_impl(head_octets, context);
-  std::vector<std::uint8_t> message(head_octets.octets().begin(), head_octets.octets().end());
-  Joiner joiner(message);
+  whole_.assign(head_octets.octets().begin(), head_octets.octets().end());
+  Joiner joiner(whole_);
   for (const Fragment& fragment : partial.fragments) {
     if (!joiner.append(fragment.octets, fragment.id == *partial.last)) {
-      return std::nullopt;
+      return false;
     }
   }
-  return joiner.is_whole() ? std::optional(std::move(message)) : std::nullopt;
+  return joiner.is_whole();
 }
 
 }  // namespace qel::ieee1905_1

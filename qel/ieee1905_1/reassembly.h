@@ -46,12 +46,12 @@ class QEL_EXPORT Reassembly {
   /// Throws std::invalid_argument if a limit is 0 messages.
   explicit Reassembly(const Limits& limits);
 
-  /// Adds a CMDU from `sender`; padding may follow its TLVs. The octets are copied. Returns the octets of the whole
-  /// message once it is complete: the header of its first fragment, changed to that of an unfragmented message, and all
-  /// TLVs. A CMDU that is not a fragment is returned unchanged. Throws SerializationException if the header is
-  /// incomplete.
-  std::optional<std::vector<std::uint8_t>> add(const MACAddress& sender, std::span<const std::uint8_t> cmdu,
-                                               TimePoint now);
+  /// Adds a CMDU from `sender`; padding may follow its TLVs. Copies the octets of a fragment, and returns those of the
+  /// whole message once it is complete: the header of its first fragment, changed to that of an unfragmented message,
+  /// and all TLVs. They are valid until the next call. A CMDU that is not a fragment is itself returned. Throws
+  /// SerializationException if the header is incomplete.
+  std::optional<std::span<const std::uint8_t>> add(const MACAddress& sender, std::span<const std::uint8_t> cmdu,
+                                                   TimePoint now);
 
   /// Drops the messages that have timed out, and those that began after `now`; `add` also does so. Times lie within a
   /// century of the clock's epoch.
@@ -93,11 +93,12 @@ class QEL_EXPORT Reassembly {
   static bool is_waiting(const Partial& partial) { return !partial.is_closed; }
   static Taken take(Partial& partial, const MessageHead& head, std::span<const std::uint8_t> tlvs);
   static bool is_complete(const Partial& partial);
-  static std::optional<std::vector<std::uint8_t>> join(const Partial& partial);
+  bool join(const Partial& partial);
 
   Limits limits_;
   Partials messages_;  // oldest first
   std::size_t octets_ = 0;
+  std::vector<std::uint8_t> whole_;  // the message completed last
   Counts counts_;
 };
 

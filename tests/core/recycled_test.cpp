@@ -66,6 +66,8 @@ TEST(Recycled, LeavesTheOtherFormsOfNewAsTheyAre) {
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aligned.get()) % 256, 0U);
   alignas(Object<8>) char place[sizeof(Object<8>)];
   EXPECT_EQ(static_cast<void*>(new (place) Object<8>), place);
+  delete new (std::nothrow) Object<8>;
+  delete new (std::nothrow) Aligned;
 }
 
 TEST(Recycled, LetsTheNextDecodeTakeNoBlock) {

@@ -25,6 +25,14 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 using test::Octets;
 
+/// Whether such a message gives access to its TLVs; a temporary one does not.
+template <class M>
+concept Lends = requires(M&& message) {
+  std::forward<M>(message).template find<ALMACAddressTLV>();
+}
+|| requires(M&& message) { std::forward<M>(message).template all<ALMACAddressTLV>(); }
+|| requires(M&& message) { std::forward<M>(message).template find_vendor<QELMeshdVersionTLV>(); };
+
 const char* const HEAD = "00 00 0003 1234 00 80 ";
 
 Octets encoded(const Message& message) {
@@ -63,7 +71,9 @@ TEST(Roads, BuildsAndFinds) {
   EXPECT_EQ(message.find_vendor<QELMeshdVersionTLV>(), nullptr);
   EXPECT_EQ(message.find_vendor<VendorSpecificUnknown>(), nullptr);
 
-  EXPECT_TRUE(make_message(VENDOR_SPECIFIC_MESSAGE, 0x1234).find<EndOfMessageTLV>() != nullptr);
+  message = make_message(VENDOR_SPECIFIC_MESSAGE, 0x1234);
+  EXPECT_NE(message.find<EndOfMessageTLV>(), nullptr);
+  static_assert(Lends<Message&> && Lends<const Message&> && !Lends<Message> && !Lends<const Message>);
   EXPECT_THROW(message.get_list().add_TLV(std::unique_ptr<TLV>()), std::invalid_argument);
   EXPECT_THROW(builder.add(std::unique_ptr<TLV>()), std::invalid_argument);
 }
@@ -96,7 +106,8 @@ TEST(Roads, ErrorsTellThePlace) {
   }
   const Octets whole = octets(string(HEAD) + "01 0006 021A2B3C4D5E 00 0000 01");
   std::size_t size = 0;
-  EXPECT_EQ(decode(whole, context, &size).find<ALMACAddressTLV>()->get_MAC(), A);
+  const Message message = decode(whole, context, &size);
+  EXPECT_EQ(message.find<ALMACAddressTLV>()->get_MAC(), A);
   EXPECT_EQ(size, whole.size() - 1);
 }
 
@@ -197,10 +208,10 @@ TEST(Roads, FragmentsInAnyOrderGiveTheMessage) {
     std::map<MACAddress, Octets> got;
     const auto now = START + round * seconds(10);
     for (const auto& [sender, frame] : frames) {
-      if (auto whole = reassembly.add(sender, frame, now)) {
-        whole->resize(std::min(whole->size(), sent[sender].size()));  // removes the padding of a message that was not
-                                                                      // split
-        got[sender] = *whole;
+      if (const auto whole = reassembly.add(sender, frame, now)) {
+        // Without the padding of a message that was not split.
+        const auto octets = whole->first(std::min(whole->size(), sent[sender].size()));
+        got[sender].assign(octets.begin(), octets.end());
       }
     }
     ASSERT_EQ(got, sent) << round;
