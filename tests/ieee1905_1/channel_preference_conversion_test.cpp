@@ -1,16 +1,14 @@
 #include "qel/ieee1905_1/channel_preference_conversion.h"
 
-#include <gmock/gmock.h>
-
 #include <random>
 
 #include "qel/core/text.h"
 #include "tests/ieee1905_1/tlv_test.h"
+#include "tests/support/testing.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using testing::ThrowsMessage;
 using enum ChannelWidth;
 using enum OperatingClassDeduction::Region;
 using enum UnknownChannels;

@@ -1,18 +1,12 @@
 #include "qel/ieee1905_1/operating_channel_conversion.h"
 
-#include <gmock/gmock.h>
-
-#include <limits>
-#include <sstream>
-
 #include "qel/core/text.h"
 #include "tests/ieee1905_1/tlv_test.h"
+#include "tests/support/testing.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using testing::StartsWith;
-using testing::ThrowsMessage;
 using enum ChannelWidth;
 using enum OperatingClassDeduction::Region;
 using Entries = std::vector<OperatingClassChannel>;

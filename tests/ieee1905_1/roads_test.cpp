@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <map>
 #include <random>
 
 #include "qel/ieee1905_1/device_information_tlv.h"
@@ -13,6 +11,7 @@
 #include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "tests/ieee1905_1/tlv_test.h"
+#include "tests/support/testing.h"
 
 /// What programs do with a message as a whole: build it, find its TLVs, read it leniently, send it in fragments.
 namespace qel::ieee1905_1 {

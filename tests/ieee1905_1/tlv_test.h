@@ -1,16 +1,13 @@
 #pragma once
 
-#include <memory>
-#include <string>
 #include <type_traits>
-#include <utility>
-#include <vector>
 
 #include "qel/ieee1905_1/media_specific_information.h"
 #include "qel/ieee1905_1/tlv_factory.h"
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
 #include "tests/support/fields.h"
 #include "tests/support/golden.h"
+#include "tests/support/testing.h"
 
 // Shared by the tests of TLVs and of vendor payloads.
 namespace qel::ieee1905_1 {

@@ -1,14 +1,9 @@
 // Daemons on routers: their ports are in bridges, which forward between them.
-#include <gmock/gmock.h>
 #include <linux/if_ether.h>
-
-#include <cstdint>
-#include <set>
-#include <string>
-#include <vector>
 
 #include "tests/mesh/mesh_fixture.h"
 #include "tests/net/private_network.h"
+#include "tests/support/testing.h"
 #include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {
@@ -16,9 +11,6 @@ namespace {
 
 using qel::test::add_veth_pair;
 using qel::test::ip;
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::Not;
 
 constexpr std::uint16_t OTHER_ETHERTYPE = 0x88B5;  // for experiments (IEEE Std 802-2014, 9.2.3)
 const std::string WITHOUT_RIGHTS = "ERROR: meshd: cannot keep bridges from forwarding discovery between our ports: ";

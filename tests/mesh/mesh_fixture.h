@@ -1,28 +1,17 @@
 // Daemons on real links: virtual cables in a network namespace of the test's own, and a message bus of its own.
 #pragma once
 
-#include <gmock/gmock.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <functional>
 #include <iostream>
-#include <memory>
-#include <optional>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "tests/mesh/process.h"
 #include "tests/net/private_network.h"
 #include "tests/platform/private_bus.h"
 #include "tests/support/emulator.h"
+#include "tests/support/testing.h"
 #include "tools/meshd/entity/frame.h"
 
 namespace meshd::test {

@@ -1,40 +1,25 @@
 // Daemons on real links: virtual cables in a network namespace of the test's own, and a message bus of its own.
-#include <gmock/gmock.h>
 #include <net/if.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <systemd/sd-bus.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <optional>
 #include <random>
 #include <regex>
-#include <set>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "tests/mesh/mesh_fixture.h"
 #include "tests/mesh/process.h"
 #include "tests/net/private_network.h"
+#include "tests/support/testing.h"
 #include "tools/meshd/entity/frame.h"
 #include "tools/meshd/entity/limits.h"
 #include "tools/meshd/entity/messages.h"
 
 namespace meshd::test {
 namespace {
-
-using testing::AllOf;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
 
 TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   qel::test::add_veth_pair("a0", "b0");

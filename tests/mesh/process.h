@@ -4,14 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
-#include <fstream>
-#include <sstream>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
+
+#include "tests/support/testing.h"
 
 namespace qel::test {
 

@@ -45,6 +45,7 @@ using testing::IsEmpty;
 using testing::IsSupersetOf;
 using testing::MatchesRegex;
 using testing::Not;
+using testing::SizeIs;
 using testing::StartsWith;
 using testing::ThrowsMessage;
 using testing::UnorderedElementsAre;

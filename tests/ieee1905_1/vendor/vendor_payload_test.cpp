@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include "qel/ieee1905_1/vendor/qel_ap_non_operational_bss_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_btm_query_tlv.h"
@@ -12,12 +10,11 @@
 #include "qel/ieee802_11/security_mapping.h"
 #include "tests/fake_platform/fake_platform.h"
 #include "tests/ieee1905_1/tlv_test.h"
+#include "tests/support/testing.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using G = Row<VendorSpecific>;
 
 template <class T>

@@ -1,18 +1,8 @@
-#include <gmock/gmock.h>
 #include <sys/wait.h>
 
-#include <array>
-#include <cstdio>
-#include <string>
-#include <utility>
+#include "tests/support/testing.h"
 
 namespace {
-
-using testing::AllOf;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::MatchesRegex;
-using testing::StartsWith;
 
 struct Outcome {
   int status;

@@ -1,10 +1,8 @@
 #pragma once
 
 #include <deque>
-#include <map>
-#include <string>
-#include <vector>
 
+#include "tests/support/testing.h"
 #include "tools/meshd/entity/entity.h"
 #include "tools/meshd/entity/lldp.h"
 

@@ -1,23 +1,14 @@
-#include <gmock/gmock.h>
-
-#include <array>
-#include <set>
-#include <string>
-#include <tuple>
 #include <type_traits>
-#include <utility>
-#include <vector>
 
 #include "qel/core/vendor_oui.h"
 #include "qel/ieee1905_1/tlv_classes_impl.h"
 #include "qel/ieee1905_1/vendor/vendor_classes_impl.h"
+#include "tests/support/testing.h"
 #include "tests/tools/meshdump/meshdump_run.h"
 #include "tools/meshdump/hex_text.h"
 
 namespace meshdump {
 namespace {
-
-using testing::HasSubstr;
 
 /// Returns the octets of a TLV inside `levels` vendor-specific ones.
 std::string nested(int levels, const std::string& tlv) {

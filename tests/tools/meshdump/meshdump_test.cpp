@@ -1,23 +1,12 @@
-#include <gmock/gmock.h>
-
 #include <ctime>
-#include <map>
-#include <string>
-#include <vector>
 
 #include "qel/core/vendor_oui.h"
+#include "tests/support/testing.h"
 #include "tests/tools/meshdump/meshdump_run.h"
 #include "tools/meshdump/hex_text.h"
 
 namespace meshdump {
 namespace {
-
-using testing::AllOf;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::MatchesRegex;
-using testing::Not;
-using testing::StartsWith;
 
 std::size_t count_of(const std::string& part, const std::string& text) {
   std::size_t count = 0;

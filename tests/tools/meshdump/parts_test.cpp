@@ -1,10 +1,4 @@
-#include <gmock/gmock.h>
-
-#include <stdexcept>
-#include <string>
-#include <utility>
-#include <vector>
-
+#include "tests/support/testing.h"
 #include "tools/meshdump/decoder.h"
 #include "tools/meshdump/filter.h"
 #include "tools/meshdump/hex_text.h"

@@ -1,7 +1,6 @@
 #include "tools/meshd/entity/duplicate_filter.h"
 
-#include <gtest/gtest.h>
-
+#include "tests/support/testing.h"
 #include "tests/tools/meshd/wire.h"
 
 namespace meshd::test {

@@ -1,11 +1,8 @@
 #include "tools/meshd/entity/entity.h"
 
-#include <gmock/gmock.h>
-
-#include <sstream>
-
 #include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
+#include "tests/support/testing.h"
 #include "tests/tools/meshd/wire.h"
 #include "tools/meshd/entity/messages.h"
 
@@ -14,10 +11,6 @@ namespace {
 
 using namespace qel::ieee1905_1;
 using enum MessageType;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 const TimePoint START{};
 

@@ -1,8 +1,7 @@
 #include "tools/meshd/entity/inquirer.h"
 
-#include <gmock/gmock.h>
-
 #include "tests/support/octets.h"
+#include "tests/support/testing.h"
 #include "tests/tools/meshd/wire.h"
 #include "tools/meshd/entity/messages.h"
 
@@ -12,9 +11,6 @@ namespace {
 using namespace qel::ieee1905_1;
 using namespace std::chrono_literals;
 using enum MessageType;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::SizeIs;
 
 /// Device 1 with an interface to each of its neighbours 2 and 3; behind them is what the test says.
 class InquirerTest : public testing::Test {

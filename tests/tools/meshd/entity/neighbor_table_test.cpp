@@ -1,15 +1,12 @@
 #include "tools/meshd/entity/neighbor_table.h"
 
-#include <gmock/gmock.h>
-
+#include "tests/support/testing.h"
 #include "tests/tools/meshd/wire.h"
 
 namespace meshd::test {
 namespace {
 
 using Discovery = NeighborTable::Discovery;
-using testing::ElementsAre;
-using testing::IsEmpty;
 using namespace std::chrono_literals;
 
 TimePoint at(int seconds) { return TimePoint(std::chrono::seconds(seconds)); }

@@ -1,8 +1,6 @@
 #include "bench/mesh/simulation.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
+#include "tests/support/testing.h"
 
 namespace meshd::simulation::test {
 namespace {

@@ -1,11 +1,11 @@
 #include "tools/meshd/ports/link_table.h"
 
-#include <gtest/gtest.h>
 #include <net/if.h>
 #include <sys/socket.h>
 
 #include "tests/net/private_network.h"
 #include "tests/support/emulator.h"
+#include "tests/support/testing.h"
 
 namespace meshd::test {
 namespace {

@@ -1,18 +1,12 @@
 #include "tools/meshd/view/topology_view.h"
 
-#include <gmock/gmock.h>
-
-#include <sstream>
-
+#include "tests/support/testing.h"
 #include "tests/tools/meshd/wire.h"
 
 namespace meshd::test {
 namespace {
 
 using namespace qel::ieee1905_1;
-using testing::EndsWith;
-using testing::HasSubstr;
-using testing::StartsWith;
 using State = TopologyView::State;
 
 TransmitterLinkMetricInformation sent(std::uint16_t speed, std::uint16_t availability) {
