@@ -147,7 +147,7 @@ TEST(Failures, NameThePrimitiveThatIsCutShort) {
   }
 }
 
-TEST(DummyTLV, SkipsAndAddsUp) {
+TEST(DummyTLV, SkipsAddsUpAndStandsForAType) {
   const char* const NO_SEEK = "Deserialization of DummyTLV failed, could not seek stream!";
   DummyTLV dummy(TLVType::WSC);
   const auto state = [&] {
@@ -165,9 +165,7 @@ TEST(DummyTLV, SkipsAndAddsUp) {
   EXPECT_EQ(test::refusal([&] { dummy.deserialize_impl(is, context); }), NO_SEEK);
   EXPECT_EQ(state(), std::tuple(TLVType::WSC, 4, 10));
   EXPECT_EQ(test::decode<DummyTLV>(octets("FF 0002 A1")).outcome.refused, NO_SEEK);
-}
 
-TEST(DummyTLV, StandsForAType) {
   EXPECT_TRUE(DummyTLV(TLVType::WSC) == DummyTLV(TLVType::WSC));
   test::expect_unequal<TLV>(DummyTLV(TLVType::WSC), DummyTLV());
   test::expect_unequal<TLV>(EndOfMessageTLV(), DummyTLV(TLVType::END_OF_MESSAGE));

@@ -10,6 +10,7 @@
 #include "tests/mesh/process.h"
 #include "tests/net/private_network.h"
 #include "tests/platform/private_bus.h"
+#include "tests/support/captures.h"
 #include "tests/support/emulator.h"
 #include "tests/support/testing.h"
 #include "tools/meshd/entity/frame.h"
@@ -41,18 +42,7 @@ inline MACAddress device_mac(std::uint8_t number) { return MACAddress({0x02, 0x1
 
 /// A frame from a capture, by its place in it; places count from 1.
 inline Octets captured_frame(const std::string& path, std::size_t place) {
-  std::ifstream file(path, std::ios::binary);
-  const std::string text{std::istreambuf_iterator<char>(file), {}};
-  const auto number = [&text](std::size_t at) {
-    return static_cast<std::size_t>(static_cast<std::uint8_t>(text.at(at)) | static_cast<std::uint8_t>(text.at(at + 1))
-                                                                                 << 8U);
-  };
-  std::size_t at = 24;
-  for (; place > 1; --place) {
-    at += 16 + number(at + 8);
-  }
-  return {text.begin() + static_cast<std::ptrdiff_t>(at + 16),
-          text.begin() + static_cast<std::ptrdiff_t>(at + 16 + number(at + 8))};
+  return qel::test::frames_of_capture(path).at(place - 1);
 }
 
 /// The test's end of a cable.

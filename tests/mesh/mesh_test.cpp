@@ -114,14 +114,8 @@ TEST_F(MeshTest, AReplayedTopologyQueryIsAnsweredWithoutFault) {
   const Frame answer = codec.parse(*response).value();
   EXPECT_EQ(answer.source, asked.destination);
   EXPECT_EQ(answer.destination, asked.source);
-  const Message message = codec.decode(answer);
-  const auto& tlvs = message.get_list().get_TLV_list();
-  ASSERT_EQ(tlvs.size(), 4U);
-  EXPECT_EQ(static_cast<const DeviceInformationTLV&>(*tlvs.front()).get_AL_MAC(), asked.destination);
-  const auto& neighbors = static_cast<const IEEE1905NeighborDeviceTLV&>(**std::next(tlvs.begin()));
-  ASSERT_EQ(neighbors.get_type(), TLVType::IEEE1905_NEIGHBOR_DEVICE);
-  ASSERT_EQ(neighbors.get_AL_MAC_neighbor_vector().size(), 1U);
-  EXPECT_EQ(neighbors.get_AL_MAC_neighbor_vector()[0].get_AL_MAC(), asked.source);
+  EXPECT_EQ(codec.decode(answer).find<IEEE1905NeighborDeviceTLV>()->get_AL_MAC_neighbor_vector().at(0).get_AL_MAC(),
+            asked.source);
 
   if (std::system("command -v tshark >/dev/null") != 0) {
     GTEST_SKIP() << "tshark, which would look at the answer too, is not installed";
@@ -141,7 +135,7 @@ TEST_F(MeshTest, AReplayedTopologyQueryIsAnsweredWithoutFault) {
   EXPECT_THAT(whole.out(), AllOf(Not(HasSubstr("Expert Info")), Not(HasSubstr("Malformed"))));
 }
 
-TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
+TEST_F(MeshTest, OutlivesHostileFrames) {
   qel::test::add_veth_pair("e0", "e1");
   qel::test::add_veth_pair("f0", "f1");
   start_meshd("e", {"--interface", "e0", "f0"});
@@ -154,17 +148,6 @@ TEST_F(MeshTest, RelaysOnceAndOutlivesHostileFrames) {
              originator(frame) == device_mac(device);
     };
   };
-  Message twice = topology_notification(device_mac(1));
-  near.send(twice, device_mac(1));
-  near.send(twice, device_mac(1));
-  near.send(topology_notification(device_mac(2)), device_mac(2));
-  int copies = 0;
-  ASSERT_TRUE(far.receive([&](const Frame& frame) {
-    copies += relayed_from(1)(frame) ? 1 : 0;
-    return relayed_from(2)(frame);
-  }));
-  EXPECT_EQ(copies, 1);
-
   // Waits until the daemon has read all that was sent; more than its socket holds would be lost.
   const auto catch_up = [&] {
     const Message last = topology_notification(device_mac(250));
@@ -494,38 +477,6 @@ void answer(Plug& plug, const MACAddress& device, MessageType query, MessageType
   plug.send(message, device, asked.source);
 }
 
-TEST_F(MeshTest, UnknownTLVsOfAPeerCostNothingElse) {
-  const Octets capture = captured_frame(QEL_TEST_DATA "/captures/gateway-and-repeater-multiap.pcap", 10);
-  const Octets unknown(capture.begin() + 38, capture.begin() + 38 + 3 + 396);  // of type WSC
-  qel::test::add_veth_pair("n0", "n1");
-  start_meshd("n", {"--al-mac", device_mac(99).to_string(), "--interface", "n0"});
-  ASSERT_TRUE(listens("n"));
-  Plug plug("n1");
-  const auto send = [&](const Message& message, const MACAddress& destination) {
-    Codec codec;
-    const auto octets = codec.encode(destination, device_mac(1), message).at(0);
-    Octets frame(octets.begin(), octets.end() - 3);
-    frame.insert(frame.end(), unknown.begin(), unknown.end());
-    frame.resize(frame.size() + 3);  // the end of the message
-    plug.send(frame);
-  };
-  send(topology_discovery(device_mac(1), device_mac(1)), CMDU_MULTICAST_ADDRESS);
-  const std::optional<Octets> query = plug.receive(MessageType::TOPOLOGY_QUERY_MESSAGE);
-  ASSERT_TRUE(query);
-  Message response(Codec().parse(*query)->head);
-  response.get_head().set_message_type(MessageType::TOPOLOGY_RESPONSE_MESSAGE);
-  DeviceInformationTLV information(device_mac(1));
-  information.add_interface_information({device_mac(1), InterfaceType::ETHERNET, {}});
-  response.get_list().add_TLV(std::make_unique<DeviceInformationTLV>(information));
-  response.get_list().add_TLV(std::make_unique<EndOfMessageTLV>());
-  send(response, device_mac(99));
-  EXPECT_TRUE(eventually([&] {
-    return contains(view("n"), R"("al_mac":")" + device_mac(1).to_string() + R"(","self":false,"answered":true)");
-  })) << view("n");
-  send(topology_query(), device_mac(99));
-  EXPECT_TRUE(plug.receive(MessageType::TOPOLOGY_RESPONSE_MESSAGE));
-}
-
 /// Sixty devices tell of 205 others each.
 TEST_F(MeshTest, AnAnswerOfFourMegabytesArrivesWhole) {
   qel::test::add_veth_pair("k0", "k1");
@@ -591,31 +542,21 @@ TEST_F(MeshTest, NobodyMakesItGrowThroughTheBus) {
 
 TEST_F(MeshTest, FramesAreCapturedLive) {
   qel::test::add_veth_pair("j0", "j1");
-  Process capture = run({MESHDUMP, "--interface", "j0"});
+  Process capture = run({MESHDUMP, "--json", "--quiet", "--interface", "j1"});
   Plug plug("j1");
-  const Octets frame = captured_frame(TWO_NODES, 1);
-  Octets tagged = frame;
-  tagged.insert(tagged.begin() + 12, {0x81, 0x00, 0x00, 0x05});
-  Octets foreign = frame;
+  Octets tagged = captured_frame(TWO_NODES, 1);
+  Octets foreign = tagged;
   foreign[12] = 0x08;
-  const std::string text = "02:19:05:AA:00:01 > 01:80:C2:00:00:13\nType: TOPOLOGY_DISCOVERY_MESSAGE";
+  tagged.insert(tagged.begin() + 12, {0x81, 0x00, 0x00, 0x05});
   EXPECT_TRUE(eventually([&] {  // it may not listen yet
-    plug.send(frame);
-    return contains(capture.out(), text);
-  })) << capture.err();
-  expect_capabilities(child_that_runs(MESHDUMP), "0000000000000000");
-  capture.signal(SIGTERM);
-  EXPECT_EQ(capture.wait(), 0);
-  EXPECT_THAT(capture.err(), testing::EndsWith(" decoded, 0 rejected\n"));
-
-  Process json = run({MESHDUMP, "--json", "--quiet", "--interface", "j1"});
-  EXPECT_TRUE(eventually([&] {
     plug.send(foreign);
     plug.send(tagged);  // captured on its way out
-    return contains(json.out(), R"("src":"02:19:05:AA:00:01")");
-  })) << json.err();
-  json.signal(SIGINT);
-  EXPECT_EQ(json.wait(), 0);
+    return contains(capture.out(), R"("src":"02:19:05:AA:00:01")");
+  })) << capture.err();
+  expect_capabilities(child_that_runs(MESHDUMP), "0000000000000000");
+  capture.signal(SIGINT);
+  EXPECT_EQ(capture.wait(), 0);
+  EXPECT_THAT(capture.err(), IsEmpty());
 }
 
 }  // namespace

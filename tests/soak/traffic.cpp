@@ -136,8 +136,7 @@ class Traffic {
     std::printf("whole %llu\ndamaged %llu\nrate %.0f\nrejected %llu\nrejected_behind %llu\n", whole_, damaged_,
                 static_cast<double>(whole_ + damaged_) / seconds_, static_cast<unsigned long long>(oracle_.rejected()),
                 static_cast<unsigned long long>(oracle_.rejected_behind()));
-    std::printf("message_types %zu\ntlv_types %zu\npayload_types %zu\nidentifier %u\n", seeds_.message_types.size(),
-                seeds_.tlv_types.size(), seeds_.payload_types.size(), static_cast<unsigned int>(identifier_));
+    std::printf("identifier %u\n", static_cast<unsigned int>(identifier_));
   }
 
  private:

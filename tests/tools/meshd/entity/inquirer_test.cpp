@@ -311,6 +311,14 @@ TEST_F(InquirerTest, UnderstandsWhatItCanOfOthers) {
     EXPECT_THAT(questions(3), SizeIs(1));
     now += 1min;
   }
+  // A discovery and a query with a TLV of no class before the one that is needed.
+  for (const char* frame : {"0180C2000013 021905A00004 893A 0000 0000 0017 0080 11 0001 55"
+                            " 01 0006 021905A00004 02 0006 021905100041 000000",
+                            "021905A00001 021905A00004 893A 0000 0002 0018 0080 11 0001 55 000000"}) {
+    device.ports.take();
+    device.entity.receive(1, octets(frame), now);
+    EXPECT_THAT(device.ports.take(), Not(IsEmpty())) << "a question, and an answer";
+  }
   // A response with a TLV of no class before the one that is needed, and a damaged one behind it.
   const std::uint64_t rejected = device.entity.counts().rejected;
   const auto response = [&](const char* tlvs) {
@@ -328,7 +336,7 @@ TEST_F(InquirerTest, UnderstandsWhatItCanOfOthers) {
   EXPECT_EQ(
       response("F7 0001 00 03 0019 021905A00003 02 021905100031 0001 00 021905100032 0001 00 07 0003 010203 000000"),
       2U);
-  EXPECT_EQ(device.entity.counts().unknown_tlvs, 2U);
+  EXPECT_EQ(device.entity.counts().unknown_tlvs, 4U);
   EXPECT_EQ(device.entity.counts().malformed_tlvs, 2U);
   EXPECT_EQ(device.entity.counts().rejected, rejected);
 }
