@@ -167,7 +167,7 @@ void Mainloop::run_until_finished() {
 
 void Mainloop::on_second_timer() {
   slab_reap();
-  second_timer_.start(HOUSEKEEPING_INTERVAL, [this] { on_second_timer(); });
+  second_timer_.start_ctimer(HOUSEKEEPING_INTERVAL);  // the same callback again, for which no memory is needed
 }
 
 bool Mainloop::add_watch(const std::shared_ptr<IWatchBase>& watch) {

@@ -540,6 +540,28 @@ TEST_F(MeshTest, NobodyMakesItGrowThroughTheBus) {
   EXPECT_LT(std::stoul(peak.out().substr(6)), 48U * 1024) << "KiB";
 }
 
+/// Frames and turns of its timers fail meanwhile; an interface is exchanged.
+TEST_F(MeshTest, OutlivesALackOfMemory) {
+#ifdef QEL_SANITIZE
+  GTEST_SKIP() << "a sanitizer has an allocator of its own";
+#endif
+  qel::test::add_veth_pair("p0", "p1");
+  const std::string flag = folder_ + "/no_memory";
+  daemons_.emplace_back(Process(folder_, {"env", "LD_PRELOAD=" SCARCE_MEMORY, "NO_MEMORY=" + flag, MESHD, "--name",
+                                          name("p"), "--discovery-interval", "1", "--interface", "p0"}));
+  ASSERT_TRUE(listens("p"));
+  Plug plug("p1");
+  std::ofstream(flag).close();
+  plug.send(topology_discovery(device_mac(1), device_mac(1)), device_mac(1));
+  ASSERT_TRUE(eventually([&] { return std::filesystem::file_size(flag) > 5; }));
+  qel::test::remove_interface("p0");
+  qel::test::add_veth_pair("p0", "p1");
+  std::filesystem::remove(flag);
+  ASSERT_TRUE(listens("p"));
+  EXPECT_TRUE(Plug("p1").receive(MessageType::TOPOLOGY_DISCOVERY_MESSAGE));
+  EXPECT_THAT(daemons_[0].err(), testing::ContainsRegex("out of memory: lost 1 received frames and [1-9][0-9]* turns"));
+}
+
 TEST_F(MeshTest, FramesAreCapturedLive) {
   qel::test::add_veth_pair("j0", "j1");
   Process capture = run({MESHDUMP, "--json", "--quiet", "--interface", "j1"});

@@ -1,13 +1,16 @@
 #include <linux/capability.h>
 
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
+#include <new>
 #include <ostream>
 #include <random>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 #include "qel/daemon/log.h"
@@ -29,6 +32,20 @@ using qel::daemon::Mainloop;
 void scatter_message_ids() {
   for (unsigned int count = std::random_device()() & 0xFFFFU; count > 0; --count) {
     qel::ieee1905_1::make_IEEE1905_1_msg_id();
+  }
+}
+
+/// Since memory is limited, a turn of the loop may need more than there is. The turn is lost then, but not the daemon.
+void run_until_finished(Mainloop& loop, Node& node) {
+  constexpr std::chrono::milliseconds PAUSE{10};  // what is left undone may make the next turn begin at once
+  for (bool is_finished = false; !is_finished;) {
+    try {
+      loop.run_until_finished();
+      is_finished = true;
+    } catch (const std::bad_alloc&) {
+      node.on_turn_lost();
+      std::this_thread::sleep_for(PAUSE);
+    }
   }
 }
 
@@ -56,8 +73,8 @@ void run(const Options& options) {
     qel::debug::stream("meshd") << qel::debug::LogLevels::LOG << "ends" << std::endl;
     loop.finish();
   }));
-  const Node node(options, loop);
-  loop.run_until_finished();
+  Node node(options, loop);
+  run_until_finished(loop, node);
 }
 
 }  // namespace

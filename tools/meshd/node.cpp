@@ -63,23 +63,30 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
   }
   log() << LogLevels::LOG << loop_.get_name() << " is " << entity_.config().al_mac << " on "
         << entity_.config().interfaces.size() << " interfaces" << std::endl;
-  announce_timer_.start(interval_, [this] { announce_and_repeat(); });
-  tend_and_repeat();
+  // A timer is armed again before its work, and without new memory, so that it goes on when the work fails.
+  announce_timer_.start(interval_, [this] {
+    announce_timer_.start_ctimer(interval_);
+    entity_.announce(Clock::now());
+  });
+  tend_timer_.start(TEND_INTERVAL, [this] {
+    tend_timer_.start_ctimer(TEND_INTERVAL);
+    tend();
+  });
+  tend();
 }
 
 Node::~Node() { loop_.remove_watch(links_); }
 
-void Node::announce_and_repeat() {
-  announce_timer_.start(interval_, [this] { announce_and_repeat(); });
-  entity_.announce(Clock::now());
-}
-
-void Node::tend_and_repeat() {
-  tend_timer_.start(TEND_INTERVAL, [this] { tend_and_repeat(); });
-  if (const std::uint64_t lost = ports_.take_lost_frames(); lost != 0) {
-    log() << LogLevels::ERROR << "no memory for " << lost << " received frames" << std::endl;
+void Node::tend() {
+  const std::uint64_t lost_frames = ports_.take_lost_frames();
+  const std::uint64_t lost_turns = std::exchange(lost_turns_, 0);
+  if (lost_frames != 0 || lost_turns != 0) {
+    log() << LogLevels::ERROR << "out of memory: lost " << lost_frames << " received frames and " << lost_turns
+          << " turns of the main loop" << std::endl;
   }
   troubles_.flush(Clock::now());
+  links_->tend();
+  ports_.tend();
   entity_.tend(Clock::now());
 }
 

@@ -28,6 +28,9 @@ class Node final : private Ports {
   Node& operator=(const Node&) = delete;
   ~Node() override;
 
+  /// A turn of the loop ended because there was no memory for what it had to do.
+  void on_turn_lost() { ++lost_turns_; }
+
  private:
   void send(std::size_t interface, std::span<const std::uint8_t> frame) override;
   InterfaceState read_state(std::size_t interface) override;
@@ -38,8 +41,7 @@ class Node final : private Ports {
   void on_device_lost(const qel::MACAddress& al_mac) override;
   void on_rejected(const Frame& frame, const std::string& reason) override;
 
-  void announce_and_repeat();
-  void tend_and_repeat();
+  void tend();
 
   qel::daemon::Mainloop& loop_;
   const std::chrono::seconds interval_;
@@ -49,6 +51,7 @@ class Node final : private Ports {
   LocalPorts ports_;
   DebugShell shell_;
   OnceASecond rejections_;
+  std::uint64_t lost_turns_ = 0;  // since the last line about them
   qel::time::Timer announce_timer_;
   qel::time::Timer tend_timer_;
 };

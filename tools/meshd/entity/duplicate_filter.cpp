@@ -52,11 +52,11 @@ DuplicateFilter::Verdict DuplicateFilter::take(std::size_t interface, const MACA
   if (share.count == ROOM || share.of(originator) == ROOM_OF_ORIGINATOR) {
     return Verdict::NO_ROOM;
   }
+  entry.next = newest;
+  entries_.push_back(entry);
+  newest = first_ + entries_.size() - 1;
   ++share.count;
   ++share.of(originator);
-  entry.next = newest;
-  newest = first_ + entries_.size();
-  entries_.push_back(entry);
   return Verdict::NEW;
 }
 

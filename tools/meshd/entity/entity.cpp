@@ -55,13 +55,14 @@ void Entity::tend(TimePoint now) {
   on_links_lost(neighbors_.expire(now, config_.hold_time));
   has_changed_ = neighbors_.expire_unbridged(now) || has_changed_;
   reassembly_.expire(now);
-  if (std::exchange(has_changed_, false)) {
+  if (has_changed_) {
     const Message notification = topology_notification(config_.al_mac);
     for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
       if (is_usable(interface)) {
         sender_.send(interface, CMDU_MULTICAST_ADDRESS, notification);
       }
     }
+    has_changed_ = false;
   }
   inquirer_.tend(now);
 }
@@ -115,8 +116,9 @@ std::size_t Entity::add_interface(LocalInterface added) {
   if (interface == MAX_INTERFACES) {
     throw std::invalid_argument("more than " + std::to_string(MAX_INTERFACES) + " interfaces");
   }
-  config_.interfaces.resize(std::max(config_.interfaces.size(), interface + 1));
-  blocked_.resize(config_.interfaces.size());
+  config_.interfaces.reserve(interface + 1);
+  blocked_.resize(std::max(config_.interfaces.size(), interface + 1));
+  config_.interfaces.resize(blocked_.size());
   blocked_[interface] = gone_blocked_.erase(added.name) != 0;
   config_.interfaces[interface] = std::move(added);
   has_changed_ = true;

@@ -59,7 +59,6 @@ void HostFinder::learn(const DeviceMap& devices, TimePoint now) {
   if (learned_at_ && now - *learned_at_ < LEARNED_FOR) {
     return;
   }
-  learned_at_ = now;
   of_devices_.clear();
   hosts_of_others_.clear();
   for (const auto& [al_mac, device] : devices.all()) {
@@ -76,6 +75,7 @@ void HostFinder::learn(const DeviceMap& devices, TimePoint now) {
   }
   std::ranges::sort(of_devices_);
   std::ranges::sort(hosts_of_others_);
+  learned_at_ = now;
 }
 
 }  // namespace meshd

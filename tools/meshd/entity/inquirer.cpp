@@ -214,8 +214,9 @@ std::optional<MACAddress> Inquirer::take_metrics(const MACAddress& source, const
 }
 
 void Inquirer::forget() {
-  if (std::exchange(is_to_walk_, false)) {
+  if (is_to_walk_) {
     walk(last_tended_);
+    is_to_walk_ = false;
   }
 }
 

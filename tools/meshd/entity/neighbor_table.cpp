@@ -63,12 +63,13 @@ NeighborTable::Discovery NeighborTable::discover(const MACAddress& al_mac, std::
   if (count_links() >= most_links_) {
     return Discovery::TABLE_FULL;
   }
-  const bool is_known = neighbor != nullptr;
-  if (!is_known) {
-    neighbor = &*neighbors_.insert(place_of(neighbors_, al_mac), {al_mac, {}});
+  const NeighborLink link{interface, mac, now, now};
+  if (neighbor != nullptr) {
+    neighbor->links.push_back(link);
+    return Discovery::NEW_LINK;
   }
-  neighbor->links.push_back({interface, mac, now, now});
-  return is_known ? Discovery::NEW_LINK : Discovery::NEW_NEIGHBOR;
+  neighbors_.insert(place_of(neighbors_, al_mac), {al_mac, {link}});
+  return Discovery::NEW_NEIGHBOR;
 }
 
 void NeighborTable::prove(const MACAddress& al_mac, const ToldByDevice& told) {
@@ -175,11 +176,18 @@ std::vector<MACAddress> NeighborTable::disconnect(std::size_t interface) {
 
 template <class Predicate>
 std::vector<MACAddress> NeighborTable::drop(Predicate is_gone) {
-  std::vector<MACAddress> shrunk;
-  for (Neighbor& neighbor : neighbors_) {
-    if (std::erase_if(neighbor.links, [&](const NeighborLink& link) { return is_gone(neighbor, link); }) != 0) {
+  const auto is_gone_from = [&](const Neighbor& neighbor) {
+    return [&](const NeighborLink& link) { return is_gone(neighbor, link); };
+  };
+  std::vector<MACAddress> shrunk;  // filled before anything changes, since memory may be lacking
+  for (const Neighbor& neighbor : neighbors_) {
+    if (std::ranges::any_of(neighbor.links, is_gone_from(neighbor))) {
       shrunk.push_back(neighbor.al_mac);
     }
+  }
+  for (const MACAddress& al_mac : shrunk) {
+    Neighbor& neighbor = *entry(al_mac);
+    std::erase_if(neighbor.links, is_gone_from(neighbor));
   }
   std::erase_if(neighbors_, [](const Neighbor& neighbor) { return neighbor.links.empty(); });
   return shrunk;

@@ -1,6 +1,6 @@
 #include "tools/meshd/ports/link_table.h"
 
-#include <chrono>
+#include <new>
 #include <ostream>
 #include <system_error>
 #include <utility>
@@ -13,9 +13,6 @@ namespace {
 
 /// Datagrams in a turn. More changes than these come in the next one.
 constexpr int MOST_IN_A_TURN = 64;
-
-/// After the kernel refused an answer.
-constexpr std::chrono::seconds NEXT_TRY{1};
 
 }  // namespace
 
@@ -42,19 +39,26 @@ void LinkTable::on_readable() {
       result = receive(false);
     }
     // After an overrun the kernel tells nothing new before all is read: what changes until then would be missed.
-    if (result == LinkSocket::Result::NOTHING && !retry_timer_.is_running()) {
+    if (result == LinkSocket::Result::NOTHING) {
       ask_if_needed();
     }
   } catch (const std::system_error& error) {  // the kernel is short of memory, for example
     is_asked_ = false;
     must_ask_ = true;
-    if (!retry_timer_.is_running()) {
-      qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot follow the interfaces: " << error.what()
-                                  << std::endl;
-      retry_timer_.start(NEXT_TRY, [this] { on_readable(); });
-    }
+    qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot follow the interfaces: " << error.what()
+                                << std::endl;
+  } catch (const std::bad_alloc&) {
+    is_asked_ = false;
+    must_ask_ = true;
+    throw;
   }
   on_change_();
+}
+
+void LinkTable::tend() {
+  if (must_ask_) {
+    on_readable();
+  }
 }
 
 LinkSocket::Result LinkTable::receive(bool waits) {

@@ -4,7 +4,6 @@
 #include <map>
 #include <set>
 
-#include "qel/daemon/timer.h"
 #include "qel/daemon/watches.h"
 #include "tools/meshd/ports/link_socket.h"
 
@@ -27,6 +26,9 @@ class LinkTable final : public qel::daemon::ISimpleFDWatch {
   void on_readable() override;
   void on_writable() override {}
 
+  /// Call this once a second: asks again if the last answer could not be read.
+  void tend();
+
  private:
   LinkSocket::Result receive(bool waits);
   void ask_if_needed();
@@ -38,7 +40,6 @@ class LinkTable final : public qel::daemon::ISimpleFDWatch {
   std::set<unsigned int> told_;  // since all were asked for
   bool is_asked_ = false;        // for all
   bool must_ask_ = true;
-  qel::time::Timer retry_timer_;
 };
 
 }  // namespace meshd

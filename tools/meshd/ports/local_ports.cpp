@@ -135,8 +135,9 @@ void LocalPorts::open(Given& given, const Link& link) {
   const auto interface = static_cast<std::size_t>(place - ports_.begin());
   ports_.resize(std::max(ports_.size(), interface + 1));
   auto socket = open_socket(interface, link);
+  loop_.add_watch(socket);
   Port& port = ports_[interface];
-  port = {&given, std::move(socket), link.index, link.state.up, port.dropped};
+  const Port before = std::exchange(port, {&given, socket, link.index, link.state.up, port.dropped});
   try {
     if (is_known) {
       entity_.replace_interface(interface, describe(link, links_));
@@ -144,10 +145,13 @@ void LocalPorts::open(Given& given, const Link& link) {
       entity_.add_interface(describe(link, links_));
     }
   } catch (...) {
-    port = {};
+    port = before;
+    loop_.remove_watch(socket);
+    if (!is_known && entity_.has_interface(interface)) {
+      entity_.remove_interface(interface);
+    }
     throw;
   }
-  loop_.add_watch(port.socket);
 }
 
 std::shared_ptr<qel::RawSock> LocalPorts::open_socket(std::size_t interface, const Link& link) {
@@ -179,12 +183,12 @@ void LocalPorts::close(std::size_t interface) {
   Port& port = ports_[interface];
   loop_.remove_watch(port.socket);
   if (port.given->is_bridge) {
-    port = {};
     entity_.remove_interface(interface);
+    port = {};
   } else {
+    entity_.disconnect(interface);
     port.given->index = 0;
     port = {port.given, nullptr, 0, false, port.dropped};
-    entity_.disconnect(interface);
   }
 }
 
@@ -258,6 +262,7 @@ void LocalPorts::prepare_bridges() {
 }
 
 void LocalPorts::follow() {
+  is_following_ = true;
   states_.forget();
   for (Given& given : given_) {
     // A bridge made anew with the same index is no other to us: its ports tell that they have left it.
@@ -267,6 +272,7 @@ void LocalPorts::follow() {
   }
   if (close_one()) {
     follow_timer_.start(NEXT_TURN, [this] { follow(); });
+    is_following_ = false;
     return;
   }
   for (Given& given : given_) {
@@ -282,6 +288,13 @@ void LocalPorts::follow() {
   }
   if (open_one()) {
     follow_timer_.start(NEXT_TURN, [this] { follow(); });
+  }
+  is_following_ = false;
+}
+
+void LocalPorts::tend() {
+  if (is_following_) {
+    follow();
   }
 }
 

@@ -41,6 +41,9 @@ class LocalPorts {
   /// socket, so each call opens or closes one at most and leaves the next to another turn of the loop.
   void follow();
 
+  /// Call this once a second: repeats the last follow() if it failed for lack of memory.
+  void tend();
+
   /// These take the entity's index of an interface.
   void send(std::size_t interface, std::span<const std::uint8_t> frame);
   InterfaceState read_state(std::size_t interface);
@@ -100,6 +103,7 @@ class LocalPorts {
   std::vector<Given> given_;  // the ports point to its elements
   std::vector<Port> ports_;   // by the entity's indexes of interfaces
   std::uint64_t lost_frames_ = 0;
+  bool is_following_ = false;  // or the last follow() did not come to its end
   qel::time::Timer follow_timer_;
 };
 
