@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "qel/core/hex_text.h"
+
 namespace tools {
 
 namespace {
@@ -52,23 +54,27 @@ Character first_character(std::string_view octets) {
 
 bool is_control(char32_t code_point) { return code_point < 0x20 || (code_point >= 0x7F && code_point < 0xA0); }
 
-/// Converts the text to UTF-8; the characters selected by `is_escaped`, all below U+0100, are shown as `prefix` and NN.
+/// Appends the octets in UTF-8; the characters selected by `is_escaped`, all below U+0100, are shown as `prefix` and
+/// NN.
 template <class Predicate>
-std::string clean(std::string_view octets, Predicate is_escaped, std::string_view prefix = "\\x") {
-  constexpr std::string_view DIGITS = "0123456789abcdef";
-  std::string text;
-  text.reserve(octets.size());
+void append_clean(std::string& text, std::string_view octets, Predicate is_escaped, std::string_view prefix) {
   while (!octets.empty()) {
     const Character character = first_character(octets);
     if (is_escaped(character.code_point)) {
       text += prefix;
-      text += DIGITS[character.code_point >> 4U];
-      text += DIGITS[character.code_point & 0xFU];
+      qel::append_hex(text, static_cast<std::uint8_t>(character.code_point), qel::LOWER_CASE_DIGITS);
     } else {
       text += character.code_point == REPLACEMENT ? REPLACEMENT_UTF8 : octets.substr(0, character.size);
     }
     octets.remove_prefix(character.size);
   }
+}
+
+template <class Predicate>
+std::string clean(std::string_view octets, Predicate is_escaped) {
+  std::string text;
+  text.reserve(octets.size());
+  append_clean(text, octets, is_escaped, "\\x");
   return text;
 }
 
@@ -85,9 +91,16 @@ std::string for_terminal(std::string_view octets) {
 
 std::string for_terminal_line(std::string_view octets) { return clean(octets, is_control); }
 
+void append_json_for_terminal(std::string& text, std::string_view json) {
+  append_clean(
+      text, json, [](char32_t code_point) { return is_control(code_point) && code_point >= 0x7F; }, "\\u00");
+}
+
 std::string json_for_terminal(std::string_view json) {
-  return clean(
-      json, [](char32_t code_point) { return is_control(code_point) && code_point >= 0x7F; }, "\\u00");
+  std::string text;
+  text.reserve(json.size());
+  append_json_for_terminal(text, json);
+  return text;
 }
 
 }  // namespace tools

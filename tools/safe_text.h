@@ -19,4 +19,7 @@ std::string for_terminal_line(std::string_view octets);
 /// Escapes the control characters that JSON permits unescaped, DEL and C1.
 std::string json_for_terminal(std::string_view json);
 
+/// The same for a piece of JSON that ends between two characters.
+void append_json_for_terminal(std::string& text, std::string_view json);
+
 }  // namespace tools

@@ -5,27 +5,14 @@
 #include <istream>
 #include <ostream>
 #include <stdexcept>
-#include <string_view>
+
+#include "qel/core/hex_text.h"
 
 namespace qel {
 
 namespace {
 
-using Text = std::array<char, MACAddress::MAC_ADDR_STRING_LEN>;
-
-Text format(const MACAddress& address) {
-  constexpr std::string_view DIGITS = "0123456789ABCDEF";
-  Text text;
-  std::size_t position = 0;
-  for (const std::uint8_t octet : address.octets()) {
-    if (position != 0) {
-      text[position++] = ':';
-    }
-    text[position++] = DIGITS[octet >> 4U];
-    text[position++] = DIGITS[octet & 0xFU];
-  }
-  return text;
-}
+auto format(const MACAddress& address) { return ColonHex(address.octets(), UPPER_CASE_DIGITS); }
 
 /// The second is the address on which HomePlug AV powerline adapters answer local management. Every adapter has it, so
 /// it identifies none.
@@ -54,15 +41,9 @@ bool MACAddress::parse_string(const std::string& text) {
   return converted == 6 && consumed == static_cast<int>(MAC_ADDR_STRING_LEN);
 }
 
-std::string MACAddress::to_string() const {
-  const Text text = format(*this);
-  return {text.data(), text.size()};
-}
+std::string MACAddress::to_string() const { return std::string(format(*this).view()); }
 
-std::ostream& operator<<(std::ostream& os, const MACAddress& address) {
-  const Text text = format(address);
-  return os << std::string_view(text.data(), text.size());
-}
+std::ostream& operator<<(std::ostream& os, const MACAddress& address) { return os << format(address).view(); }
 
 std::istream& operator>>(std::istream& is, MACAddress& address) {
   std::string word;

@@ -5,12 +5,12 @@
 #include <ostream>
 #include <string>
 
+#include "qel/core/hex_text.h"
 #include "qel/core/serialization/reader.h"
 #include "qel/core/serialization/serialization_context.h"
 #include "qel/core/serialization/serialization_exception.h"
 #include "qel/core/serialization/writer.h"
 #include "qel/core/text.h"
-#include "qel/ieee802_11/hex_text.h"
 #include "qel/ieee802_11/rsn_element.h"
 
 namespace qel::ieee802_11 {

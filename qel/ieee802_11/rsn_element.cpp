@@ -3,8 +3,8 @@
 #include <numeric>
 #include <ostream>
 
+#include "qel/core/hex_text.h"
 #include "qel/ieee802_11/element_impl.h"
-#include "qel/ieee802_11/hex_text.h"
 #include "qel/ieee802_11/little_endian.h"
 
 namespace qel::ieee802_11 {
@@ -45,7 +45,7 @@ void take_list(ElementBody& body, OptionalList<E>& list) {
 }
 
 void print(std::ostream& os, const IEEE802_11_CipherSuite& suite) { os << suite; }
-void print(std::ostream& os, const IEEE802_11_RSNElement::PMKID& pmkid) { os << hex_text(pmkid); }
+void print(std::ostream& os, const IEEE802_11_RSNElement::PMKID& pmkid) { os << hex_text(pmkid, UPPER_CASE_DIGITS); }
 
 template <class E>
 void print_list(std::ostream& os, const char* label, const OptionalList<E>& list) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "qel/core/hex_text.h"
 #include "qel/ieee1905_1/tlv_walk.h"
 
 namespace meshdump {
@@ -10,11 +11,10 @@ namespace {
 
 constexpr std::string_view WHITE_SPACE = " \t\r\n\v\f";
 constexpr std::string_view SEPARATORS = " \t\r\n\v\f:-";
-constexpr std::string_view DIGITS = "0123456789abcdef";
 
 std::optional<std::uint8_t> digit_value(char character) {
   const char lower = character >= 'A' && character <= 'F' ? static_cast<char>(character - 'A' + 'a') : character;
-  const std::size_t value = DIGITS.find(lower);
+  const std::size_t value = qel::LOWER_CASE_DIGITS.find(lower);
   return value != std::string_view::npos ? std::optional(static_cast<std::uint8_t>(value)) : std::nullopt;
 }
 
@@ -68,14 +68,6 @@ std::optional<HexLine> join_wrapped_lines(std::span<const HexLine> lines) {
   return is_one ? std::optional(std::move(joined)) : std::nullopt;
 }
 
-std::string to_hex(std::span<const std::uint8_t> octets) {
-  std::string text;
-  text.reserve(2 * octets.size());
-  for (const std::uint8_t octet : octets) {
-    text += DIGITS[octet >> 4U];
-    text += DIGITS[octet & 0xFU];
-  }
-  return text;
-}
+std::string to_hex(std::span<const std::uint8_t> octets) { return qel::hex_text(octets, qel::LOWER_CASE_DIGITS); }
 
 }  // namespace meshdump

@@ -14,28 +14,9 @@ namespace meshdump {
 
 namespace {
 
-/// The generator escapes only the C0 control characters. DEL and the C1 control characters, C2 80 to C2 9F in UTF-8,
-/// occur only in strings, and the generator never passes on part of a character.
+/// The generator escapes only the C0 control characters, and passes on whole characters.
 void append(void* context, const char* text, std::size_t size) {
-  constexpr std::string_view DIGITS = "0123456789abcdef";
-  std::string& line = *static_cast<std::string*>(context);
-  const auto escape = [&line, DIGITS](std::uint8_t control) {
-    line += "\\u00";
-    line += DIGITS[control >> 4U];
-    line += DIGITS[control & 0xFU];
-  };
-  for (std::size_t position = 0; position < size; ++position) {
-    const auto octet = static_cast<std::uint8_t>(text[position]);
-    const auto next = static_cast<std::uint8_t>(position + 1 < size ? text[position + 1] : 0);
-    if (octet == 0x7F) {
-      escape(octet);
-    } else if (octet == 0xC2 && next >= 0x80 && next <= 0x9F) {
-      escape(next);
-      ++position;
-    } else {
-      line += text[position];
-    }
-  }
+  tools::append_json_for_terminal(*static_cast<std::string*>(context), {text, size});
 }
 
 /// The generator only refuses violations of the grammar.

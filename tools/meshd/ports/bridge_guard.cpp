@@ -8,6 +8,7 @@
 #include <system_error>
 #include <utility>
 
+#include "qel/core/hex_text.h"
 #include "tools/meshd/ports/netlink.h"
 
 namespace meshd {
@@ -16,14 +17,14 @@ namespace {
 
 /// An identifier of nftables, different for each name.
 std::string table_of(const std::string& daemon) {
-  constexpr const char* DIGITS = "0123456789abcdef";
   std::string table = "mesh_";
   for (const char c : daemon) {
     const auto octet = static_cast<unsigned char>(c);
     if ((octet >= 'a' && octet <= 'z') || (octet >= 'A' && octet <= 'Z') || (octet >= '0' && octet <= '9')) {
       table += c;
     } else {
-      table.append({'_', DIGITS[octet >> 4U], DIGITS[octet & 0xFU]});
+      table += '_';
+      qel::append_hex(table, octet, qel::LOWER_CASE_DIGITS);
     }
   }
   return table;
