@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "ctlcmd.h"
+#include "tools/command_line.h"
 #include "tools/meshctl/client.h"
 #include "tools/meshctl/json_line.h"
 #include "tools/meshctl/log_reader.h"
@@ -167,7 +168,7 @@ int main(int argc, char** argv) {
       return meshctl::SUCCESS;
     }
     return meshctl::run(options);
-  } catch (const meshctl::UsageError& error) {
+  } catch (const tools::UsageError& error) {
     meshctl::complain(std::string(error.what()) + " (see 'meshctl --help')");
     return meshctl::WRONG_USAGE;
   } catch (const meshctl::AmbiguousName& error) {

@@ -2,11 +2,12 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 #include "qel/core/text.h"
+#include "tools/command_line.h"
 
 namespace meshctl {
 
@@ -47,13 +48,11 @@ CLI::Option* add_choice(CLI::App& app, const std::string& name, Target& target, 
 /// Integers in decimal; the parser would take a leading zero for octal.
 CLI::Validator number_from_to(long lowest, long highest) {
   const auto take = [=](std::string& text) -> std::string {
-    long number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || number < lowest || number > highest) {
+    const std::optional<long> number = tools::parse_number<long>(text);
+    if (!number || *number < lowest || *number > highest) {
       return "Value " + text + " is not an integer from " + std::to_string(lowest) + " to " + std::to_string(highest);
     }
-    text = std::to_string(number);
+    text = std::to_string(*number);
     return {};
   };
   return CLI::Validator(take, "");
@@ -115,10 +114,10 @@ void add_opclass(CLI::App& app, Options& options) {
 void check(const OpclassQuery& query) {
   const bool has_two_segments = query.width == qel::ChannelWidth::WIDTH_80_80_MHZ;
   if (has_two_segments && !query.secondary_center) {
-    throw UsageError("--width 80+80 requires --secondary");
+    throw tools::UsageError("--width 80+80 requires --secondary");
   }
   if (!has_two_segments && query.secondary_center) {
-    throw UsageError("--secondary requires --width 80+80");
+    throw tools::UsageError("--secondary requires --width 80+80");
   }
 }
 
@@ -184,7 +183,7 @@ Options parse_options(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     options.notice = std::string(version.what()) + '\n';
   } catch (const CLI::ParseError& error) {
-    throw UsageError(explain(app, error));
+    throw tools::UsageError(explain(app, error));
   }
   if (words > 0) {
     options.words.assign(argv + words, argv + argc);

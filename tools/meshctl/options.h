@@ -1,17 +1,11 @@
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tools/meshctl/opclass.h"
 
 namespace meshctl {
-
-class UsageError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 enum class Verb { LIST, EXEC, SHELL, LOG, EVENTS, TOPOLOGY, OPCLASS };
 
@@ -26,7 +20,7 @@ struct Options {
   std::string notice;              ///< the help or the version if it was requested; nothing else is to be done
 };
 
-/// Throws UsageError.
+/// Throws tools::UsageError.
 Options parse_options(int argc, const char* const* argv);
 
 }  // namespace meshctl

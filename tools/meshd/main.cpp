@@ -18,6 +18,7 @@
 #include "qel/ieee1905_1/message.h"
 #include "qel/process/signal_watch.h"
 #include "tools/capabilities.h"
+#include "tools/command_line.h"
 #include "tools/meshd/memory_limit.h"
 #include "tools/meshd/node.h"
 #include "tools/meshd/options.h"
@@ -90,7 +91,7 @@ int main(int argc, char** argv) {
     }
     meshd::run(options);
     return EXIT_SUCCESS;
-  } catch (const meshd::UsageError& error) {
+  } catch (const tools::UsageError& error) {
     std::fprintf(stderr, "meshd: %s (see 'meshd --help')\n", error.what());
     return 2;
   } catch (const std::exception& error) {

@@ -4,11 +4,10 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cstring>
 #include <set>
 #include <string_view>
 
+#include "tools/command_line.h"
 #include "tools/meshd/entity/entity.h"
 
 namespace meshd {
@@ -75,18 +74,16 @@ constexpr option LONG_OPTIONS[] = {
 qel::MACAddress parse_al_mac(const std::string& text) {
   qel::MACAddress address;
   if (!address.parse_string(text) || !is_valid_individual_mac_address(address)) {
-    throw UsageError("--al-mac: '" + text + "' is no MAC address of a device");
+    throw tools::UsageError("--al-mac: '" + text + "' is no MAC address of a device");
   }
   return address;
 }
 
 /// From 1 to `most`.
-int parse_number(const std::string& option, const char* text, int most) {
-  int number = 0;
-  const char* end = text + std::strlen(text);
-  const auto [rest, error] = std::from_chars(text, end, number);
-  if (error != std::errc() || rest != end || number < 1 || number > most) {
-    throw UsageError(option + ": '" + text + "' is no number from 1 to " + std::to_string(most));
+int parse_number(const std::string& option, const std::string& text, int most) {
+  const int number = tools::parse_number<int>(text).value_or(0);
+  if (number < 1 || number > most) {
+    throw tools::UsageError(option + ": '" + text + "' is no number from 1 to " + std::to_string(most));
   }
   return number;
 }
@@ -102,21 +99,21 @@ std::string list_components() {
 void check_components(const std::vector<std::string>& components) {
   for (const std::string& component : components) {
     if (std::ranges::find(COMPONENTS, component) == COMPONENTS.end()) {
-      throw UsageError("--debug: '" + component + "' is no component; there are " + list_components());
+      throw tools::UsageError("--debug: '" + component + "' is no component; there are " + list_components());
     }
   }
 }
 
 void check_interfaces(std::vector<std::string> interfaces) {
   if (interfaces.empty()) {
-    throw UsageError("--interface is required");
+    throw tools::UsageError("--interface is required");
   }
   std::sort(interfaces.begin(), interfaces.end());
   if (const auto twice = std::adjacent_find(interfaces.begin(), interfaces.end()); twice != interfaces.end()) {
-    throw UsageError("--interface: '" + *twice + "' is given twice");
+    throw tools::UsageError("--interface: '" + *twice + "' is given twice");
   }
   if (interfaces.size() > Entity::MAX_INTERFACES) {
-    throw UsageError("--interface: there may be " + std::to_string(Entity::MAX_INTERFACES) + " at most");
+    throw tools::UsageError("--interface: there may be " + std::to_string(Entity::MAX_INTERFACES) + " at most");
   }
 }
 
@@ -140,10 +137,10 @@ Options parse_options(int argc, char* const* argv) {
     }
     list = nullptr;
     if (option == ':' || (value == argv[optind - 1] && *value == '-')) {
-      throw UsageError(word + " needs a value");
+      throw tools::UsageError(word + " needs a value");
     }
     if (option >= AL_MAC && option <= INTERVAL && !given.insert(option).second) {
-      throw UsageError(word + " is given twice");
+      throw tools::UsageError(word + " is given twice");
     }
     switch (option) {
       case HELP_OPTION:
@@ -180,11 +177,11 @@ Options parse_options(int argc, char* const* argv) {
         list->emplace_back(value);
         break;
       default:
-        throw UsageError("'" + word + "' is no option");
+        throw tools::UsageError("'" + word + "' is no option");
     }
   }
   if (optind < argc) {
-    throw UsageError(std::string("'") + argv[optind] + "' is no option");
+    throw tools::UsageError(std::string("'") + argv[optind] + "' is no option");
   }
   check_interfaces(options.interfaces);
   check_components(options.debug_components);

@@ -3,7 +3,6 @@
 #include <chrono>
 #include <cstddef>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -11,11 +10,6 @@
 #include "tools/meshd/entity/limits.h"
 
 namespace meshd {
-
-class UsageError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 struct Options {
   std::vector<std::string> interfaces;    ///< at least one, none twice
@@ -29,7 +23,7 @@ struct Options {
   std::string notice;  ///< the help or the version, if requested: print it and exit
 };
 
-/// Throws UsageError.
+/// Throws tools::UsageError.
 Options parse_options(int argc, char* const* argv);
 
 }  // namespace meshd

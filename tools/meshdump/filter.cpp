@@ -1,7 +1,6 @@
 #include "tools/meshdump/filter.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <iomanip>
 #include <limits>
@@ -13,6 +12,7 @@
 
 #include "qel/core/text.h"
 #include "qel/ieee1905_1/tlv_walk.h"
+#include "tools/command_line.h"
 
 namespace meshdump {
 
@@ -32,9 +32,7 @@ std::optional<Number> parse_number(std::string_view text) {
     text.remove_prefix(2);
     base = 16;
   }
-  Number number{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
-  return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+  return tools::parse_number<Number>(text, base);
 }
 
 template <class E>

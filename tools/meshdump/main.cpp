@@ -22,6 +22,7 @@
 #include "qel/ieee1905_1/reassembly.h"
 #include "qel/ieee1905_1/tlv_walk.h"
 #include "tools/capabilities.h"
+#include "tools/command_line.h"
 #include "tools/meshdump/capture_file.h"
 #include "tools/meshdump/cmdu.h"
 #include "tools/meshdump/decoder.h"
@@ -327,7 +328,7 @@ int run(int argc, const char* const* argv) {
 int main(int argc, char** argv) {
   try {
     return meshdump::run(argc, argv);
-  } catch (const meshdump::UsageError& error) {
+  } catch (const tools::UsageError& error) {
     meshdump::complain(std::string(error.what()) + " (see 'meshdump --help')");
   } catch (const std::exception& error) {
     meshdump::complain(error.what());

@@ -4,14 +4,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <string>
-#include <system_error>
 #include <vector>
 
+#include "tools/command_line.h"
 #include "tools/meshdump/input.h"
 
 namespace meshdump {
@@ -31,7 +30,7 @@ const CLI::Option* add_filter(CLI::App& app, const std::string& name, const std:
       try {
         add(text);
       } catch (const std::invalid_argument& exception) {
-        throw UsageError(name + ": " + exception.what());
+        throw tools::UsageError(name + ": " + exception.what());
       }
     }
   };
@@ -41,11 +40,10 @@ const CLI::Option* add_filter(CLI::App& app, const std::string& name, const std:
 }
 
 std::uint64_t parse_count(const std::string& text) {
-  std::uint64_t count = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), count);
-  if (error != std::errc() || end != text.data() + text.size() || count == 0) {
-    throw UsageError("--count: '" + text + "' is not a whole number from 1 to " +
-                     std::to_string(std::numeric_limits<std::uint64_t>::max()));
+  const std::uint64_t count = tools::parse_number<std::uint64_t>(text).value_or(0);
+  if (count == 0) {
+    throw tools::UsageError("--count: '" + text + "' is not a whole number from 1 to " +
+                            std::to_string(std::numeric_limits<std::uint64_t>::max()));
   }
   return count;
 }
@@ -107,7 +105,7 @@ Options parse_options(int argc, const char* const* argv) {
   } catch (const CLI::CallForVersion& version) {
     options.notice = std::string(version.what()) + '\n';
   } catch (const CLI::ParseError& error) {
-    throw UsageError(error.what());
+    throw tools::UsageError(error.what());
   }
   if (!options.notice.empty()) {
     return options;
@@ -118,22 +116,22 @@ Options parse_options(int argc, const char* const* argv) {
   const int inputs =
       (options.captures.empty() ? 0 : 1) + (options.hex.empty() ? 0 : 1) + (options.interfaces.empty() ? 0 : 1);
   if (inputs == 0) {
-    throw UsageError("no input: name a capture, or use --hex or --interface");
+    throw tools::UsageError("no input: name a capture, or use --hex or --interface");
   }
   if (inputs > 1) {
-    throw UsageError("captures, --hex and --interface cannot be combined");
+    throw tools::UsageError("captures, --hex and --interface cannot be combined");
   }
   if (std::count_if(options.captures.begin(), options.captures.end(), is_standard_input) > 1) {
-    throw UsageError("standard input can be read only once");
+    throw tools::UsageError("standard input can be read only once");
   }
   for (const CLI::Option* option : {source, destination, capture_filter, write}) {
     if (!options.hex.empty() && option->count() != 0) {
-      throw UsageError("--" + option->get_lnames().front() +
-                       " cannot be combined with --hex: hexadecimal messages have no frame");
+      throw tools::UsageError("--" + option->get_lnames().front() +
+                              " cannot be combined with --hex: hexadecimal messages have no frame");
     }
   }
   if (!options.write.empty() && (options.json || options.summary)) {
-    throw UsageError("--write cannot be combined with --json or --summary");
+    throw tools::UsageError("--write cannot be combined with --json or --summary");
   }
   return options;
 }

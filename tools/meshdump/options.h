@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -9,11 +8,6 @@
 #include "tools/meshdump/text_output.h"
 
 namespace meshdump {
-
-class UsageError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
 
 struct Options {
   std::vector<std::string> captures;    ///< exactly one of these
@@ -32,7 +26,7 @@ struct Options {
   std::string notice;  ///< the help or the version if it was requested; nothing else is to be done
 };
 
-/// Throws UsageError.
+/// Throws tools::UsageError.
 Options parse_options(int argc, const char* const* argv);
 
 }  // namespace meshdump
