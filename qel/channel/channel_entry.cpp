@@ -4,8 +4,8 @@
 #include <ostream>
 
 #include "qel/channel/frequency.h"
-#include "qel/channel/json_member.h"
 #include "qel/channel/power.h"
+#include "qel/core/serialization/json_member.h"
 #include "qel/core/serialization/yajl_wrappers.h"
 #include "qel/core/text.h"
 

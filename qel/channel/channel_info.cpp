@@ -6,9 +6,9 @@
 #include <string>
 
 #include "qel/channel/frequency.h"
-#include "qel/channel/json_member.h"
 #include "qel/channel/power.h"
 #include "qel/channel/segment_range.h"
+#include "qel/core/serialization/json_member.h"
 #include "qel/core/serialization/yajl_wrappers.h"
 #include "qel/core/text.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "qel/channel/frequency.h"
-#include "qel/channel/json_member.h"
+#include "qel/core/serialization/json_member.h"
 #include "qel/core/serialization/yajl_wrappers.h"
 #include "qel/core/text.h"
 

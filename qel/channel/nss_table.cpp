@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <ostream>
 
-#include "qel/channel/json_member.h"
+#include "qel/core/serialization/json_member.h"
 #include "qel/core/serialization/yajl_wrappers.h"
 #include "qel/core/text.h"
 

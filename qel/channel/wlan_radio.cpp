@@ -2,9 +2,9 @@
 
 #include <ostream>
 
-#include "qel/channel/json_member.h"
 #include "qel/channel/wlan_types.h"
 #include "qel/core/mac_address.h"
+#include "qel/core/serialization/json_member.h"
 #include "qel/core/serialization/yajl_wrappers.h"
 
 namespace qel {

@@ -13,8 +13,8 @@
 
 #include "ctlcmd.h"
 #include "tools/command_line.h"
+#include "tools/json_line.h"
 #include "tools/meshctl/client.h"
-#include "tools/meshctl/json_line.h"
 #include "tools/meshctl/log_reader.h"
 #include "tools/meshctl/opclass.h"
 #include "tools/meshctl/options.h"
@@ -109,8 +109,7 @@ ExitStatus events(const Options& options) {
       write(time + ' ' + tools::for_terminal_line(event) + ' ' + tools::for_terminal_line(data) + '\n');
       return;
     }
-    JsonLine json;
-    write(tools::json_for_terminal(json.write([&] {
+    write(tools::json_for_terminal(tools::json_line([&](tools::JsonLine& json) {
       json.member("time", time);
       json.member("name", tools::to_utf8(name));
       json.member("event", tools::to_utf8(event));

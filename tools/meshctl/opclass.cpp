@@ -12,7 +12,7 @@
 
 #include "qel/channel/frequency.h"
 #include "qel/core/text.h"
-#include "tools/meshctl/json_line.h"
+#include "tools/json_line.h"
 
 namespace meshctl {
 
@@ -99,8 +99,7 @@ std::string table(const OpclassQuery& query, const Lookup& lookup) {
     lookup.print_lookup_table(text);
     return text.str();
   }
-  JsonLine json;
-  return json.write([&] {
+  return tools::json_line([&](tools::JsonLine& json) {
     json.member("region", to_string(query.region));
     json.objects("opclasses", lookup.get_all_region_opclasses(), [&](std::uint8_t opclass) {
       const std::vector<std::uint8_t> channels = lookup.get_all_opclass_channels(opclass);
@@ -178,8 +177,7 @@ std::string opclasses_of(const OpclassQuery& query, const Lookup& lookup) {
     }
     return text;
   }
-  JsonLine json;
-  return json.write([&] {
+  return tools::json_line([&](tools::JsonLine& json) {
     json.member("region", to_string(query.region));
     json.member("channel_info", info);
     json.member("opclasses", opclasses);
@@ -213,8 +211,7 @@ std::string frequency_of(const OpclassQuery& query, const Lookup& lookup) {
            "\nlisted in the class: " + (is_listed ? "yes" : "no") + "\ncapabilities: " + names_of(capabilities) +
            "\nsecondary segment: " + (is_secondary ? "yes" : "no") + '\n';
   }
-  JsonLine json;
-  return json.write([&] {
+  return tools::json_line([&](tools::JsonLine& json) {
     json.member("region", to_string(query.region));
     json.member("opclass", query.opclass);
     json.member("channel", query.channel);

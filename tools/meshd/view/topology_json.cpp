@@ -1,7 +1,6 @@
 #include <ostream>
 
-#include "qel/core/serialization/json_serializable_type.h"
-#include "qel/core/serialization/yajl_wrappers.h"
+#include "tools/json_line.h"
 #include "tools/meshd/view/topology_view.h"
 
 namespace meshd {
@@ -9,18 +8,13 @@ namespace meshd {
 namespace {
 
 using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
-using qel::serialization::JSONSerializableType;
-using qel::serialization::SerializationContext;
-using qel::serialization::wrap_in_yajl_array;
-using qel::serialization::wrap_in_yajl_object;
-using qel::serialization::YAJLStream;
 
 class Writer {
  public:
-  Writer(YAJLStream& stream, const TopologyView& view) : stream_(stream), view_(view) {}
+  Writer(std::ostream& os, const TopologyView& view) : json_(os), view_(view) {}
 
   void write() {
-    wrap_in_yajl_object(stream_, [&] {
+    json_.write([&] {
       put("name", view_.name);
       put("al_mac", view_.nodes.front().al_mac);
       put_array("nodes", view_.nodes);
@@ -30,32 +24,18 @@ class Writer {
 
  private:
   template <class T>
-  void put(const std::string& key, const T& value) {
-    JSONSerializableType<std::string>::serialize(stream_, context_, key);
-    JSONSerializableType<T>::serialize(stream_, context_, value);
+  void put(const char* key, const T& value) {
+    json_.member(key, value);
   }
 
   template <class T>
-  void put_optional(const std::string& key, const std::optional<T>& value) {
-    value ? put(key, *value) : put(key, nullptr);
+  void put_array(const char* key, const std::vector<T>& elements) {
+    json_.objects(key, elements, [this](const T& element) { put_content(element); });
   }
 
   template <class T>
-  void put_array(const std::string& key, const std::vector<T>& elements) {
-    wrap_in_yajl_array(stream_, key, [&] {
-      for (const T& element : elements) {
-        wrap_in_yajl_object(stream_, [&] { put_content(element); });
-      }
-    });
-  }
-
-  template <class T>
-  void put_object(const std::string& key, const std::optional<T>& content) {
-    if (content) {
-      wrap_in_yajl_object(stream_, key, [&] { put_content(*content); });
-    } else {
-      put(key, nullptr);
-    }
+  void put_object(const char* key, const std::optional<T>& content) {
+    json_.object(key, content, [this](const T& value) { put_content(value); });
   }
 
   std::optional<std::string> name_of(const qel::MACAddress& mac) const {
@@ -67,12 +47,12 @@ class Writer {
     put("al_mac", node.al_mac);
     put("self", node.is_self);
     put("answered", node.has_answered);
-    put_optional("meshd_version", node.meshd_version ? std::optional(node.meshd_version->to_string()) : std::nullopt);
+    put("meshd_version", node.meshd_version ? std::optional(node.meshd_version->to_string()) : std::nullopt);
     put_array("interfaces", node.interfaces);
     put_array("blocked", node.blocked);
-    put_optional("name", name_of(node.al_mac));
+    put("name", name_of(node.al_mac));
     put("state", enum_to_string(node.state));
-    put_optional("age", node.age ? std::optional(node.age->count()) : std::nullopt);
+    put("age", node.age ? std::optional(node.age->count()) : std::nullopt);
     put("told_by", node.told_by);
     put("bridges", node.bridges);
     put_array("hosts", node.hosts);
@@ -85,7 +65,7 @@ class Writer {
 
   void put_content(const TopologyView::Interface& interface) {
     put("mac", interface.mac);
-    put_optional("name", name_of(interface.mac));
+    put("name", name_of(interface.mac));
     put("type", enum_to_string(interface.type));
     put("mode", interface_mode_to_string(interface.type, interface.mode));
   }
@@ -101,7 +81,7 @@ class Writer {
     put("from", link.from);
     put("from_interface", link.from_interface);
     put("to", link.to);
-    put_optional("to_interface", link.to_interface);
+    put("to_interface", link.to_interface);
     put_object("transmitter", link.transmitter);
     put_object("receiver", link.receiver);
     put("bridged", link.is_bridged);
@@ -121,17 +101,12 @@ class Writer {
     put("rcpi", information.get_RCPI());
   }
 
-  YAJLStream& stream_;
+  tools::JsonLine json_;
   const TopologyView& view_;
-  SerializationContext context_;
 };
 
 }  // namespace
 
-void print_json(std::ostream& os, const TopologyView& view) {
-  YAJLStream stream(os, qel::serialization::YAJLIndentation::COMPACT);
-  Writer(stream, view).write();
-  os << '\n';
-}
+void print_json(std::ostream& os, const TopologyView& view) { Writer(os, view).write(); }
 
 }  // namespace meshd
