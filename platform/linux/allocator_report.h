@@ -1,9 +1,8 @@
-// The allocator's own figures, for the command shell.
-#ifndef QEL_PLATFORM_ALLOCATOR_REPORT_H
-#define QEL_PLATFORM_ALLOCATOR_REPORT_H
+#pragma once
 
 #include <string>
 
+/// The allocator's own figures, for the command shell.
 namespace qel::platform {
 
 /// The totals, one per line.
@@ -13,5 +12,3 @@ std::string allocator_totals();
 std::string allocator_account();
 
 }  // namespace qel::platform
-
-#endif

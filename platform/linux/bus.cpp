@@ -1,4 +1,4 @@
-#include "bus.h"
+#include "platform/linux/bus.h"
 
 #include <stdlib.h>
 #include <time.h>
@@ -6,9 +6,10 @@
 #include <algorithm>
 
 namespace qel::platform {
+
 namespace {
 
-constexpr std::size_t kBusNameMax = 255;
+constexpr std::size_t BUS_NAME_MAX = 255;
 
 const char* bus_address() {
   for (const char* variable : {"QELIPC_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS"}) {
@@ -88,23 +89,23 @@ int wait_for_bus(sd_bus* bus, std::uint64_t until_us) {
 
 BusPlace place_of(const char* endpoint) {
   char* encoded = nullptr;
-  if (sd_bus_path_encode(kPathPrefix, endpoint, &encoded) < 0) {
+  if (sd_bus_path_encode(PATH_PREFIX, endpoint, &encoded) < 0) {
     throw std::bad_alloc();
   }
   BusPlace place;
   place.path = encoded;
   free(encoded);
-  place.label = place.path.substr(sizeof kPathPrefix);  // sizeof counts the NUL in place of the slash
-  if (sizeof kBusNamePrefix - 1 + place.label.size() <= kBusNameMax) {
-    place.bus_name = kBusNamePrefix + place.label;
+  place.label = place.path.substr(sizeof PATH_PREFIX);  // sizeof counts the NUL in place of the slash
+  if (sizeof BUS_NAME_PREFIX - 1 + place.label.size() <= BUS_NAME_MAX) {
+    place.bus_name = BUS_NAME_PREFIX + place.label;
   }
   return place;
 }
 
 std::string unescape(const char* label) {
   char* decoded = nullptr;
-  const std::string path = std::string(kPathPrefix) + "/" + label;
-  if (sd_bus_path_decode(path.c_str(), kPathPrefix, &decoded) <= 0) {
+  const std::string path = std::string(PATH_PREFIX) + "/" + label;
+  if (sd_bus_path_decode(path.c_str(), PATH_PREFIX, &decoded) <= 0) {
     return label;
   }
   std::string name(decoded);

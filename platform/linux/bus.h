@@ -1,6 +1,4 @@
-// Shared by endpoints and clients: the bus's address, the names on it, and owning handles for sd-bus objects.
-#ifndef QEL_PLATFORM_BUS_H
-#define QEL_PLATFORM_BUS_H
+#pragma once
 
 #include <systemd/sd-bus.h>
 
@@ -11,13 +9,14 @@
 #include <string>
 #include <string_view>
 
+/// Shared by endpoints and clients: the bus's address, the names on it, and owning handles for sd-bus objects.
 namespace qel::platform {
 
 /// Every endpoint owns this name or queues for it before it has its own name: the bus's policy treats both as owners.
-constexpr char kCommonBusName[] = "org.qel.ipc";
-constexpr char kBusNamePrefix[] = "org.qel.ipc.";
-constexpr char kPathPrefix[] = "/org/qel/ipc";
-constexpr char kInterface[] = "org.qel.ipc.Endpoint1";
+constexpr char COMMON_BUS_NAME[] = "org.qel.ipc";
+constexpr char BUS_NAME_PREFIX[] = "org.qel.ipc.";
+constexpr char PATH_PREFIX[] = "/org/qel/ipc";
+constexpr char INTERFACE[] = "org.qel.ipc.Endpoint1";
 
 struct UnrefBus {
   void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
@@ -49,7 +48,7 @@ int guarded(Call call) {
 
 /// How long the bus may take to accept us. sd-bus itself would wait 90 s for a bus that accepts the connection and then
 /// stays silent.
-constexpr std::uint64_t kConnectTimeoutUs = 5'000'000;
+constexpr std::uint64_t CONNECT_TIMEOUT_US = 5'000'000;
 
 /// Microseconds of the clock that sd-bus uses.
 std::uint64_t now_us();
@@ -85,5 +84,3 @@ bool is_utf8(std::string_view text);
 std::string to_utf8(std::string text);
 
 }  // namespace qel::platform
-
-#endif

@@ -1,20 +1,21 @@
 #include <climits>
 #include <new>
 
-#include "export.h"
-#include "loop.h"
+#include "platform/linux/export.h"
+#include "platform/linux/loop.h"
 
 namespace qel::platform {
+
 namespace {
 
 // A handle has the slot's index + 1 in the lower half of the word and the slot's generation in the upper half.
-constexpr unsigned kHalf = sizeof(std::uintptr_t) * CHAR_BIT / 2;
-constexpr std::uintptr_t kLowHalf = (std::uintptr_t{1} << kHalf) - 1;
+constexpr unsigned HALF = sizeof(std::uintptr_t) * CHAR_BIT / 2;
+constexpr std::uintptr_t LOW_HALF = (std::uintptr_t{1} << HALF) - 1;
 
 // Three years; a double still distinguishes microseconds at that distance.
-constexpr double kAnchorSeconds = 1e8;
+constexpr double ANCHOR_SECONDS = 1e8;
 // The possible loss by rounding; added so that no timer is early.
-constexpr double kRounding = 1e-7;
+constexpr double ROUNDING = 1e-7;
 
 }  // namespace
 
@@ -26,7 +27,7 @@ void Loop::anchor_clock() {
     ev_timer_stop(ev_, &anchor_);
     before = monotonic_now();
     ev_now_update(ev_);
-    ev_timer_set(&anchor_, kAnchorSeconds, 0.);
+    ev_timer_set(&anchor_, ANCHOR_SECONDS, 0.);
     ev_timer_start(ev_, &anchor_);
     if (monotonic_now() - before <= 20) {
       break;
@@ -37,38 +38,38 @@ void Loop::anchor_clock() {
 
 // The time from which libev counts when a timer is started, in seconds of the monotonic clock.
 double Loop::libev_now() const {
-  return anchor_started_ + kAnchorSeconds - ev_timer_remaining(ev_, const_cast<ev_timer*>(&anchor_));
+  return anchor_started_ + ANCHOR_SECONDS - ev_timer_remaining(ev_, const_cast<ev_timer*>(&anchor_));
 }
 
 ctimerhandle Loop::name_of(const TimerSlot& slot) {
-  return reinterpret_cast<ctimerhandle>(slot.generation << kHalf |  // NOLINT(performance-no-int-to-ptr): a number
+  return reinterpret_cast<ctimerhandle>(slot.generation << HALF |  // NOLINT(performance-no-int-to-ptr): a number
                                         (slot.index + 1));
 }
 
 TimerSlot* Loop::find(ctimerhandle handle, bool& known) {
   const auto word = reinterpret_cast<std::uintptr_t>(handle);
-  const std::uintptr_t number = word & kLowHalf;
-  known = number >= 1 && number <= chunks_.size() * kTimersInChunk;
+  const std::uintptr_t number = word & LOW_HALF;
+  known = number >= 1 && number <= chunks_.size() * TIMERS_IN_CHUNK;
   if (!known) {
     return nullptr;
   }
-  TimerSlot& slot = chunks_[(number - 1) / kTimersInChunk][(number - 1) % kTimersInChunk];
-  return slot.armed && slot.generation == word >> kHalf ? &slot : nullptr;
+  TimerSlot& slot = chunks_[(number - 1) / TIMERS_IN_CHUNK][(number - 1) % TIMERS_IN_CHUNK];
+  return slot.armed && slot.generation == word >> HALF ? &slot : nullptr;
 }
 
 TimerSlot* Loop::take_slot() {
   if (free_slots_ == nullptr) {
-    const std::size_t first = chunks_.size() * kTimersInChunk;
-    if (first + kTimersInChunk > kLowHalf) {
+    const std::size_t first = chunks_.size() * TIMERS_IN_CHUNK;
+    if (first + TIMERS_IN_CHUNK > LOW_HALF) {
       return nullptr;
     }
     try {
-      due_.reserve(first + kTimersInChunk);
-      chunks_.push_back(std::make_unique<TimerSlot[]>(kTimersInChunk));
+      due_.reserve(first + TIMERS_IN_CHUNK);
+      chunks_.push_back(std::make_unique<TimerSlot[]>(TIMERS_IN_CHUNK));
     } catch (const std::bad_alloc&) {
       return nullptr;
     }
-    for (std::size_t i = kTimersInChunk; i-- > 0;) {
+    for (std::size_t i = TIMERS_IN_CHUNK; i-- > 0;) {
       TimerSlot& slot = chunks_.back()[i];
       slot.index = first + i;
       slot.next_free = free_slots_;
@@ -92,7 +93,7 @@ int Loop::arm(ctimerhandle* handle, std::int64_t microseconds, ctimer_callback_f
   slot->order = next_arming_++;
   slot->armed = true;
   // A count of 0 is due in the next turn, however far the clock has advanced by then.
-  const double after = microseconds > 0 ? static_cast<double>(slot->deadline) * 1e-6 - libev_now() + kRounding : 0.;
+  const double after = microseconds > 0 ? static_cast<double>(slot->deadline) * 1e-6 - libev_now() + ROUNDING : 0.;
   ev_timer_init(&slot->timer, note_timer, after, 0.);
   slot->timer.data = slot;
   ev_timer_start(ev_, &slot->timer);
@@ -104,7 +105,7 @@ int Loop::arm(ctimerhandle* handle, std::int64_t microseconds, ctimer_callback_f
 void Loop::disarm(TimerSlot* slot) {
   ev_timer_stop(ev_, &slot->timer);
   slot->armed = false;
-  slot->generation = (slot->generation + 1) & kLowHalf;
+  slot->generation = (slot->generation + 1) & LOW_HALF;
   slot->next_free = free_slots_;
   free_slots_ = slot;
 }

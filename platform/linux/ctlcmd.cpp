@@ -13,9 +13,9 @@
 #include <string_view>
 #include <vector>
 
-#include "allocator_report.h"
-#include "endpoint_operations.h"
-#include "export.h"
+#include "platform/linux/allocator_report.h"
+#include "platform/linux/endpoint_operations.h"
+#include "platform/linux/export.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "endpoint.h"
+#include "platform/linux/endpoint.h"
 
 #include <poll.h>
 
@@ -13,14 +13,15 @@
 #include "qellog.h"
 
 namespace qel::platform {
+
 namespace {
 
-constexpr std::uint64_t kCallTimeoutUs = 1'000'000;
-constexpr int kReconnectMs = 250;
+constexpr std::uint64_t CALL_TIMEOUT_US = 1'000'000;
+constexpr int RECONNECT_MS = 250;
 /// Maximum number of incoming messages handled in one turn, so that a flood leaves time for the rest of the loop.
-constexpr int kMessagesInTurn = 32;
+constexpr int MESSAGES_IN_TURN = 32;
 /// Maximum number of octets queued for the bus.
-constexpr std::size_t kWaitingMax = std::size_t{8} * 1024 * 1024;
+constexpr std::size_t WAITING_MAX = std::size_t{8} * 1024 * 1024;
 
 /// The output of a command.
 struct Output {
@@ -52,7 +53,7 @@ struct Output {
 
 }  // namespace
 
-const sd_bus_vtable Endpoint::kVtable[] = {
+const sd_bus_vtable Endpoint::VTABLE[] = {
     SD_BUS_VTABLE_START(0),
     SD_BUS_METHOD_WITH_ARGS("Message", SD_BUS_ARGS("s", source, "ay", data), SD_BUS_NO_RESULT,
                             on_call<&Endpoint::take_message>,
@@ -87,8 +88,8 @@ int Endpoint::open() {
   if (place_.bus_name.empty()) {
     return -EINVAL;
   }
-  const std::uint64_t until = now_us() + kConnectTimeoutUs;
-  int result = connect(kConnectTimeoutUs);
+  const std::uint64_t until = now_us() + CONNECT_TIMEOUT_US;
+  int result = connect(CONNECT_TIMEOUT_US);
   if (result >= 0) {
     result = wait_for_bus(bus_.get(), until);
   }
@@ -97,13 +98,13 @@ int Endpoint::open() {
     return sd_bus_request_name(bus_.get(), name, flags);
   };
   if (result >= 0) {
-    result = request(kCommonBusName, SD_BUS_NAME_QUEUE);
+    result = request(COMMON_BUS_NAME, SD_BUS_NAME_QUEUE);
   }
   if (result >= 0) {
     result = request(place_.bus_name.c_str(), 0);
   }
   if (result >= 0) {
-    sd_bus_set_method_call_timeout(bus_.get(), kCallTimeoutUs);
+    sd_bus_set_method_call_timeout(bus_.get(), CALL_TIMEOUT_US);
     result = watch_connection();
   }
   if (result < 0) {
@@ -128,7 +129,7 @@ int Endpoint::connect(std::uint64_t call_timeout_us) {
   if (result < 0) {
     return result;
   }
-  result = sd_bus_add_object_vtable(bus_.get(), nullptr, place_.path.c_str(), kInterface, kVtable, this);
+  result = sd_bus_add_object_vtable(bus_.get(), nullptr, place_.path.c_str(), INTERFACE, VTABLE, this);
   return result < 0 || notifiers_.empty() ? result : listen_for_events();
 }
 
@@ -139,25 +140,25 @@ int Endpoint::watch_connection() {
 }
 
 int Endpoint::listen_for_events() {
-  return sd_bus_match_signal_async(bus_.get(), nullptr, nullptr, nullptr, kInterface, "Event", on_event, nullptr, this);
+  return sd_bus_match_signal_async(bus_.get(), nullptr, nullptr, nullptr, INTERFACE, "Event", on_event, nullptr, this);
 }
 
 void Endpoint::begin_reconnect() {
-  give_up_at_ = now_us() + kConnectTimeoutUs;
-  int result = connect(kCallTimeoutUs);
+  give_up_at_ = now_us() + CONNECT_TIMEOUT_US;
+  int result = connect(CALL_TIMEOUT_US);
   if (result >= 0) {
     result = watch_connection();
   }
   if (result >= 0) {
     // Without a callback, sd-bus closes the connection if this fails.
-    result = sd_bus_request_name_async(bus_.get(), nullptr, kCommonBusName, SD_BUS_NAME_QUEUE, nullptr, nullptr);
+    result = sd_bus_request_name_async(bus_.get(), nullptr, COMMON_BUS_NAME, SD_BUS_NAME_QUEUE, nullptr, nullptr);
   }
   if (result >= 0) {
     result = sd_bus_request_name_async(bus_.get(), nullptr, place_.bus_name.c_str(), 0, on_name_reply, this);
   }
   if (result < 0) {
     drop_connection();
-    set_timer(kReconnectMs);
+    set_timer(RECONNECT_MS);
     return;
   }
   schedule();
@@ -191,7 +192,7 @@ void Endpoint::drop_connection() {
 
 void Endpoint::reopen_later() {
   drop_connection();
-  set_timer(kReconnectMs);
+  set_timer(RECONNECT_MS);
 }
 
 // Lets sd-bus do its pending work.
@@ -205,7 +206,7 @@ void Endpoint::process() {
   }
   processing_ = true;
   int result = 1;
-  for (int i = 0; i < kMessagesInTurn && result > 0 && !destroyed_ && !broken_ && thrown_ == nullptr; ++i) {
+  for (int i = 0; i < MESSAGES_IN_TURN && result > 0 && !destroyed_ && !broken_ && thrown_ == nullptr; ++i) {
     result = sd_bus_process(bus_.get(), nullptr);
   }
   processing_ = false;
@@ -373,7 +374,7 @@ int Endpoint::run_command(sd_bus_message* message, sd_bus_error* error, Run run)
   if (server_ == nullptr) {
     return sd_bus_error_set(error, SD_BUS_ERROR_NOT_SUPPORTED, "this endpoint serves no commands");
   }
-  if (!has_room_for(LongAnswers::kPiece)) {
+  if (!has_room_for(LongAnswers::PIECE)) {
     return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "too many answers wait for the bus");
   }
   Output output;
@@ -392,7 +393,7 @@ int Endpoint::take_more(sd_bus_message* message, sd_bus_error* error) {
   if (result < 0) {
     return result;
   }
-  const auto piece = has_room_for(LongAnswers::kPiece)
+  const auto piece = has_room_for(LongAnswers::PIECE)
                          ? long_answers_.go_on(more, sd_bus_message_get_sender(message), now_us())
                          : std::nullopt;
   if (!piece) {
@@ -429,7 +430,7 @@ int Endpoint::send_message(const char* destination, const void* data, unsigned s
     return result;
   }
   sd_bus_message* created = nullptr;
-  result = sd_bus_message_new_method_call(bus_.get(), &created, place.bus_name.c_str(), place.path.c_str(), kInterface,
+  result = sd_bus_message_new_method_call(bus_.get(), &created, place.bus_name.c_str(), place.path.c_str(), INTERFACE,
                                           "Message");
   BusMessage message(created);
   if (result < 0 || (result = sd_bus_message_set_expect_reply(created, 0)) < 0 ||
@@ -444,7 +445,7 @@ int Endpoint::send_event(const char* event, const void* data, unsigned size) {
     return -ENOTCONN;
   }
   sd_bus_message* created = nullptr;
-  const int result = sd_bus_message_new_signal(bus_.get(), &created, place_.path.c_str(), kInterface, "Event");
+  const int result = sd_bus_message_new_signal(bus_.get(), &created, place_.path.c_str(), INTERFACE, "Event");
   BusMessage message(created);
   return result < 0 ? result : send(std::move(message), event, data, size);
 }
@@ -455,7 +456,7 @@ bool Endpoint::has_room_for(std::size_t octets) {
   if (sd_bus_get_n_queued_write(bus_.get(), &messages) < 0 || messages == 0) {
     waiting_octets_ = 0;
   }
-  if (octets > kWaitingMax - waiting_octets_) {
+  if (octets > WAITING_MAX - waiting_octets_) {
     return false;
   }
   waiting_octets_ += octets;

@@ -1,19 +1,18 @@
-// An IPC endpoint on the D-Bus bus.
-#ifndef QEL_PLATFORM_ENDPOINT_H
-#define QEL_PLATFORM_ENDPOINT_H
+#pragma once
 
 #include <cstdint>
 #include <exception>
 #include <string>
 #include <vector>
 
-#include "bus.h"
 #include "ctimer.h"
-#include "endpoint_operations.h"
-#include "long_answers.h"
+#include "platform/linux/bus.h"
+#include "platform/linux/endpoint_operations.h"
+#include "platform/linux/long_answers.h"
 #include "qelevsock.h"
 #include "qelipc.h"
 
+/// An IPC endpoint on the D-Bus bus.
 namespace qel::platform {
 
 /// The receiver of messages, or of the events of one name.
@@ -81,7 +80,7 @@ class Endpoint final : public qelipc {
   static int on_call(sd_bus_message* message, void* endpoint, sd_bus_error* error);
   static int on_event(sd_bus_message* message, void* endpoint, sd_bus_error*);
   static int on_name_reply(sd_bus_message* message, void* endpoint, sd_bus_error*);
-  static const sd_bus_vtable kVtable[];
+  static const sd_bus_vtable VTABLE[];
 
   std::string name_;
   BusPlace place_;
@@ -103,5 +102,3 @@ class Endpoint final : public qelipc {
 };
 
 }  // namespace qel::platform
-
-#endif

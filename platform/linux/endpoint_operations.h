@@ -1,12 +1,11 @@
-// What the command shell, in the event-loop library, needs of an IPC endpoint, in the IPC library. The IPC library
-// depends on the event-loop library, not the reverse, so the endpoint provides these functions.
-#ifndef QEL_PLATFORM_ENDPOINT_OPERATIONS_H
-#define QEL_PLATFORM_ENDPOINT_OPERATIONS_H
+#pragma once
 
 #include <cstddef>
 
 #include "ctlcmd.h"
 
+/// What the command shell, in the event-loop library, needs of an IPC endpoint, in the IPC library. The IPC library
+/// depends on the event-loop library, not the reverse, so the endpoint provides these functions.
 namespace qel::platform {
 
 /// Runs commands that arrive through an endpoint.
@@ -41,5 +40,3 @@ struct qelipc : qel::platform::EndpointOperations {
  protected:
   ~qelipc() = default;
 };
-
-#endif

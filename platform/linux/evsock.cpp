@@ -10,8 +10,8 @@
 #include <cstring>
 #include <new>
 
-#include "export.h"
-#include "loop.h"
+#include "platform/linux/export.h"
+#include "platform/linux/loop.h"
 
 using qel::platform::Loop;
 

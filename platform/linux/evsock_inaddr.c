@@ -1,6 +1,6 @@
 #include <arpa/inet.h>
 
-#include "export.h"
+#include "platform/linux/export.h"
 #include "qelevsock.h"
 
 QEL_EXPORT const char* evsock_inaddr2str(int family, const void* address, char* text, size_t text_size) {

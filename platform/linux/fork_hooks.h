@@ -1,7 +1,6 @@
-// Hooks around the fork of daemon_start(), for parts of the platform that the event-loop library does not know.
-#ifndef QEL_PLATFORM_FORK_HOOKS_H
-#define QEL_PLATFORM_FORK_HOOKS_H
+#pragma once
 
+/// Hooks around the fork of daemon_start(), for parts of the platform that the event-loop library does not know.
 namespace qel::platform {
 
 struct ForkHooks {
@@ -13,5 +12,3 @@ struct ForkHooks {
 __attribute__((visibility("default"))) void set_fork_hooks(const ForkHooks& hooks);
 
 }  // namespace qel::platform
-
-#endif

@@ -1,12 +1,13 @@
-#include "long_answers.h"
+#include "platform/linux/long_answers.h"
 
 #include <algorithm>
 #include <utility>
 
 namespace qel::platform {
+
 namespace {
 
-constexpr int kLongestCharacter = 4;  // octets, in UTF-8
+constexpr int LONGEST_CHARACTER = 4;  // octets, in UTF-8
 
 }  // namespace
 
@@ -29,9 +30,9 @@ LongAnswers::Piece LongAnswers::take_piece(Answer answer, std::uint64_t now) {
   const auto is_inside_character = [&](Text::const_iterator at) {
     return (static_cast<unsigned char>(*at) & 0xc0) == 0x80;
   };
-  const bool is_last = answer.text.size() <= kPiece;
-  auto end = is_last ? answer.text.cend() : answer.text.cbegin() + kPiece;
-  for (int octets = 1; !is_last && octets < kLongestCharacter && is_inside_character(end); ++octets) {
+  const bool is_last = answer.text.size() <= PIECE;
+  auto end = is_last ? answer.text.cend() : answer.text.cbegin() + PIECE;
+  for (int octets = 1; !is_last && octets < LONGEST_CHARACTER && is_inside_character(end); ++octets) {
     --end;
   }
   Piece piece{{answer.text.cbegin(), end}, is_last ? 0 : answer.name};
@@ -39,12 +40,12 @@ LongAnswers::Piece LongAnswers::take_piece(Answer answer, std::uint64_t now) {
     return piece;
   }
   answer.text.erase(answer.text.cbegin(), end);
-  answer.overdue = now + kPatienceUs;
+  answer.overdue = now + PATIENCE_US;
   kept_.push_back(std::move(answer));
   std::size_t total = 0;
   const auto first_to_stay = std::find_if(kept_.rbegin(), kept_.rend(), [&](const Answer& any) {
     total += any.text.size();
-    return total > kKept;
+    return total > KEPT;
   });
   kept_.erase(kept_.begin(), first_to_stay.base());
   return piece;

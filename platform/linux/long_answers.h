@@ -1,6 +1,4 @@
-// Answers that are too long for one message.
-#ifndef QEL_PLATFORM_LONG_ANSWERS_H
-#define QEL_PLATFORM_LONG_ANSWERS_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -11,6 +9,7 @@
 
 #include "qelipc.h"
 
+/// Answers that are too long for one message.
 namespace qel::platform {
 
 /// Sends answers in pieces, and keeps the rest of each until the client has fetched it. Limits bound the cost of a slow
@@ -18,9 +17,9 @@ namespace qel::platform {
 /// the least recently used one. Times are those of now_us().
 class LongAnswers {
  public:
-  static constexpr std::size_t kPiece = std::size_t{64} * 1024;  ///< maximum octets in a message
-  static constexpr std::size_t kKept = QELIPC_ANSWER_MAX;        ///< maximum octets of all answers together
-  static constexpr std::uint64_t kPatienceUs = 5'000'000;        ///< maximum time between two pieces
+  static constexpr std::size_t PIECE = std::size_t{64} * 1024;  ///< maximum octets in a message
+  static constexpr std::size_t KEPT = QELIPC_ANSWER_MAX;        ///< maximum octets of all answers together
+  static constexpr std::uint64_t PATIENCE_US = 5'000'000;       ///< maximum time between two pieces
 
   /// Needs no memory in one piece: it grows without being copied, and shrinks as it is fetched.
   using Text = std::deque<char>;
@@ -55,5 +54,3 @@ class LongAnswers {
 };
 
 }  // namespace qel::platform
-
-#endif

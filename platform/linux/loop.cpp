@@ -1,4 +1,4 @@
-#include "loop.h"
+#include "platform/linux/loop.h"
 
 #include <sys/epoll.h>
 #include <time.h>
@@ -60,7 +60,7 @@ void Loop::release() {
 
 void Loop::take_down() {
   for (auto& chunk : chunks_) {
-    for (std::size_t i = 0; i < kTimersInChunk; ++i) {
+    for (std::size_t i = 0; i < TIMERS_IN_CHUNK; ++i) {
       if (chunk[i].armed) {
         *chunk[i].home = nullptr;
         disarm(&chunk[i]);

@@ -1,8 +1,4 @@
-// The event loop of the process, based on libev. libev's callbacks only record what is ready. The handlers are called
-// afterwards, phase by phase, so that their order does not depend on libev and nothing is called that was stopped in
-// the meantime.
-#ifndef QEL_PLATFORM_LOOP_H
-#define QEL_PLATFORM_LOOP_H
+#pragma once
 
 #include <ev.h>
 
@@ -14,6 +10,9 @@
 #include "ctimer.h"
 #include "qelevsock.h"
 
+/// The event loop of the process, based on libev. libev's callbacks only record what is ready. The handlers are called
+/// afterwards, phase by phase, so that their order does not depend on libev and nothing is called that was stopped in
+/// the meantime.
 namespace qel::platform {
 
 /// A slot for a timer. Slots never move or disappear, and are reused; the generation distinguishes the uses.
@@ -30,7 +29,7 @@ struct TimerSlot {
   bool armed;
 };
 
-constexpr std::size_t kTimersInChunk = 64;
+constexpr std::size_t TIMERS_IN_CHUNK = 64;
 
 /// Microseconds of the monotonic clock, rounded down.
 std::int64_t monotonic_now();
@@ -134,5 +133,3 @@ struct evsock {
   std::unique_ptr<char[]> name;
   evsock* next_removed = nullptr;
 };
-
-#endif

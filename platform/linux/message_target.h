@@ -1,12 +1,9 @@
-// The destination of messages, for the rest of the platform library.
-#ifndef QEL_PLATFORM_MESSAGE_TARGET_H
-#define QEL_PLATFORM_MESSAGE_TARGET_H
+#pragma once
 
+/// The destination of messages, for the rest of the platform library.
 namespace qel::platform {
 
 /// From now on, sends the messages to the system log, as a daemon in the background does.
 void use_system_log();
 
 }  // namespace qel::platform
-
-#endif

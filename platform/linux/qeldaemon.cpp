@@ -10,10 +10,10 @@
 #include <cstdint>
 
 #include "ctimer.h"
-#include "export.h"
-#include "fork_hooks.h"
-#include "loop.h"
-#include "message_target.h"
+#include "platform/linux/export.h"
+#include "platform/linux/fork_hooks.h"
+#include "platform/linux/loop.h"
+#include "platform/linux/message_target.h"
 #include "qellog.h"
 
 namespace {
@@ -28,7 +28,7 @@ struct Daemon {
 };
 Daemon daemon_state;
 
-constexpr char kReady = 'R';
+constexpr char READY = 'R';
 
 // The parent's part: exits with the child's result.
 [[noreturn]] void await_verdict(int fd) {
@@ -37,7 +37,7 @@ constexpr char kReady = 'R';
   do {
     count = read(fd, &verdict, 1);
   } while (count < 0 && errno == EINTR);
-  _exit(count == 1 && verdict == kReady ? EXIT_SUCCESS : EXIT_FAILURE);
+  _exit(count == 1 && verdict == READY ? EXIT_SUCCESS : EXIT_FAILURE);
 }
 
 int go_into_background(bool nochdir) {
@@ -137,7 +137,7 @@ QEL_EXPORT void daemon_ready(void) {
     return;
   }
   // The parent may have been killed in the meantime; the daemon works all the same.
-  send(daemon_state.verdict_fd, &kReady, 1, MSG_NOSIGNAL);
+  send(daemon_state.verdict_fd, &READY, 1, MSG_NOSIGNAL);
   close(daemon_state.verdict_fd);
   daemon_state.verdict_fd = -1;
   qel::platform::use_system_log();

@@ -6,9 +6,9 @@
 #include <new>
 #include <vector>
 
-#include "endpoint.h"
-#include "export.h"
-#include "fork_hooks.h"
+#include "platform/linux/endpoint.h"
+#include "platform/linux/export.h"
+#include "platform/linux/fork_hooks.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <new>
 
-#include "bus.h"
-#include "export.h"
+#include "platform/linux/bus.h"
+#include "platform/linux/export.h"
 #include "qelipc.h"
 
 using namespace qel::platform;
@@ -32,7 +32,7 @@ int on_event(sd_bus_message* message, void* userdata, sd_bus_error*) {
   const void* data = nullptr;
   size_t size = 0;
   char* endpoint = nullptr;
-  if (sd_bus_path_decode(sd_bus_message_get_path(message), kPathPrefix, &endpoint) > 0) {
+  if (sd_bus_path_decode(sd_bus_message_get_path(message), PATH_PREFIX, &endpoint) > 0) {
     if (sd_bus_message_read(message, "s", &event) >= 0 && sd_bus_message_read_array(message, 'y', &data, &size) >= 0) {
       subscription.client->delivered = true;
       subscription.take(subscription.context, endpoint, event, size > 0 ? data : "", static_cast<unsigned>(size));
@@ -79,8 +79,8 @@ class Conversation {
   template <class Append>
   int call(const char* method, Append append) {
     sd_bus_message* created = nullptr;
-    int status = sd_bus_message_new_method_call(bus_, &created, place_.bus_name.c_str(), place_.path.c_str(),
-                                                kInterface, method);
+    int status =
+        sd_bus_message_new_method_call(bus_, &created, place_.bus_name.c_str(), place_.path.c_str(), INTERFACE, method);
     const BusMessage call(created);
     if (status < 0 || (status = sd_bus_message_set_auto_start(created, 0)) < 0 || (status = append(created)) < 0) {
       return status;
@@ -111,8 +111,8 @@ extern "C" {
 
 QEL_EXPORT qelipc_client* qelipc_client_open(void) {
   std::unique_ptr<qelipc_client> client(new (std::nothrow) qelipc_client);
-  const std::uint64_t until = now_us() + kConnectTimeoutUs;
-  int result = client != nullptr ? connect_to_bus(client->bus, kConnectTimeoutUs) : -ENOMEM;
+  const std::uint64_t until = now_us() + CONNECT_TIMEOUT_US;
+  int result = client != nullptr ? connect_to_bus(client->bus, CONNECT_TIMEOUT_US) : -ENOMEM;
   if (result >= 0) {
     result = wait_for_bus(client->bus.get(), until);
   }
@@ -132,9 +132,9 @@ QEL_EXPORT int qelipc_client_list(qelipc_client* client, void (*take)(void* cont
     return result;
   }
   int count = 0;
-  constexpr std::size_t prefix_length = sizeof kBusNamePrefix - 1;
+  constexpr std::size_t prefix_length = sizeof BUS_NAME_PREFIX - 1;
   for (char** name = names; *name != nullptr; ++name) {
-    if (strncmp(*name, kBusNamePrefix, prefix_length) == 0) {
+    if (strncmp(*name, BUS_NAME_PREFIX, prefix_length) == 0) {
       take(context, unescape(*name + prefix_length).c_str());
       ++count;
     }
@@ -180,7 +180,7 @@ QEL_EXPORT int qelipc_client_subscribe(qelipc_client* client, const char* endpoi
   }
   sd_bus_slot* slot = nullptr;
   const int result = sd_bus_match_signal(client->bus.get(), &slot, nullptr,
-                                         endpoint != nullptr ? place_of(endpoint).path.c_str() : nullptr, kInterface,
+                                         endpoint != nullptr ? place_of(endpoint).path.c_str() : nullptr, INTERFACE,
                                          "Event", on_event, subscription);
   if (result < 0) {
     delete subscription;

@@ -21,8 +21,8 @@
 #include <string>
 #include <string_view>
 
-#include "export.h"
-#include "message_target.h"
+#include "platform/linux/export.h"
+#include "platform/linux/message_target.h"
 
 struct debughandle {
   std::string component;

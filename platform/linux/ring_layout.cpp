@@ -1,9 +1,10 @@
-#include "ring_layout.h"
+#include "platform/linux/ring_layout.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
 
 namespace qel::platform {
+
 namespace {
 
 struct flock whole_object(short type) {

@@ -1,6 +1,4 @@
-// The shared memory of a log ring, as shringbuf.h describes it.
-#ifndef QEL_PLATFORM_RING_LAYOUT_H
-#define QEL_PLATFORM_RING_LAYOUT_H
+#pragma once
 
 #include <atomic>
 #include <cstddef>
@@ -9,6 +7,7 @@
 
 #include "shringbuf.h"
 
+/// The shared memory of a log ring, as shringbuf.h describes it.
 namespace qel::platform {
 
 // Everything in shared memory is a 32-bit atomic word. Wider ones are not lock-free on every target, and the text is
@@ -16,13 +15,13 @@ namespace qel::platform {
 using Word = std::atomic<std::uint32_t>;
 static_assert(Word::is_always_lock_free && sizeof(Word) == 4);
 
-constexpr std::size_t kTextWords = 60;
-constexpr std::size_t kTextOctets = kTextWords * 4;
+constexpr std::size_t TEXT_WORDS = 60;
+constexpr std::size_t TEXT_OCTETS = TEXT_WORDS * 4;
 // In RingSlot::length.
-constexpr std::uint32_t kGoesOn = 0x80000000;
-constexpr std::uint32_t kGoneOn = 0x40000000;
-constexpr std::uint32_t kLengthMask = 0x3fffffff;
-constexpr std::uint32_t kPartMask = 0x7fffffff;
+constexpr std::uint32_t GOES_ON = 0x80000000;
+constexpr std::uint32_t GONE_ON = 0x40000000;
+constexpr std::uint32_t LENGTH_MASK = 0x3fffffff;
+constexpr std::uint32_t PART_MASK = 0x7fffffff;
 
 template <class Number>
 struct BasicRingSlot {
@@ -30,7 +29,7 @@ struct BasicRingSlot {
   Number length;
   Number time_low;
   Number time_high;
-  Number text[kTextWords];
+  Number text[TEXT_WORDS];
 };
 using RingSlot = BasicRingSlot<Word>;
 static_assert(sizeof(RingSlot) == 256);
@@ -52,10 +51,10 @@ static_assert(sizeof(RingHeader) == 64);
 using RingSlotCopy = BasicRingSlot<std::uint32_t>;
 using RingHeaderCopy = BasicRingHeader<std::uint32_t>;
 
-constexpr std::uint32_t kRingMagic = 0x524c4551;  // "QELR" on a little-endian machine
-constexpr std::uint32_t kRingVersion = 1;
+constexpr std::uint32_t RING_MAGIC = 0x524c4551;  // "QELR" on a little-endian machine
+constexpr std::uint32_t RING_VERSION = 1;
 /// A power of two. A reader accepts no more, so that the contents of the memory cannot keep it busy.
-constexpr std::uint32_t kSlotsMax = SHRINGBUF_SIZE_MAX / sizeof(RingSlot);
+constexpr std::uint32_t SLOTS_MAX = SHRINGBUF_SIZE_MAX / sizeof(RingSlot);
 
 /// The name of the shared memory object of a ring.
 std::string object_name(const char* ring_name);
@@ -72,5 +71,3 @@ bool has_writer(int fd);
 bool claim(int fd);
 
 }  // namespace qel::platform
-
-#endif

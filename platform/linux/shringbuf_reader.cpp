@@ -10,8 +10,8 @@
 #include <cstring>
 #include <new>
 
-#include "export.h"
-#include "ring_layout.h"
+#include "platform/linux/export.h"
+#include "platform/linux/ring_layout.h"
 #include "shringbuf.h"
 
 using namespace qel::platform;
@@ -62,9 +62,9 @@ Copy copy_part(const shringbuf_reader& reader, std::uint32_t number, Part& part)
     return Copy::NOT_YET;
   }
   std::atomic_thread_fence(std::memory_order_acquire);
-  part.goes_on = (part.slot.length & kGoesOn) != 0;
-  part.gone_on = (part.slot.length & kGoneOn) != 0;
-  part.length = std::min<std::size_t>(part.slot.length & kLengthMask, kTextOctets);
+  part.goes_on = (part.slot.length & GOES_ON) != 0;
+  part.gone_on = (part.slot.length & GONE_ON) != 0;
+  part.length = std::min<std::size_t>(part.slot.length & LENGTH_MASK, TEXT_OCTETS);
   part.time = static_cast<std::int64_t>(std::uint64_t{part.slot.time_high} << 32 | part.slot.time_low);
   return sequence_for(reader, number) == complete ? Copy::DONE : Copy::OVERWRITTEN;
 }
@@ -75,26 +75,26 @@ std::uint32_t oldest_part(const shringbuf_reader& reader) {
   std::atomic_thread_fence(std::memory_order_acquire);
   // In the first round, the last slot is still empty.
   const bool full = header.next_part >= reader.slots || sequence_for(reader, reader.slots - 1) != 0;
-  return full ? (header.next_part - reader.slots) & kPartMask : 0;
+  return full ? (header.next_part - reader.slots) & PART_MASK : 0;
 }
 
 // Continues at the oldest part, but after the current one, which is known to be gone. Returns the number of skipped
 // parts.
 std::uint32_t catch_up(shringbuf_reader& reader) {
-  std::uint32_t skipped = (oldest_part(reader) - reader.next_part) & kPartMask;
-  if (skipped == 0 || skipped > kPartMask / 2) {
+  std::uint32_t skipped = (oldest_part(reader) - reader.next_part) & PART_MASK;
+  if (skipped == 0 || skipped > PART_MASK / 2) {
     skipped = 1;
   }
-  reader.next_part = (reader.next_part + skipped) & kPartMask;
+  reader.next_part = (reader.next_part + skipped) & PART_MASK;
   return skipped;
 }
 
 // Copies the header if the object may be a ring.
 bool is_ring(int fd, RingHeaderCopy& header) {
   struct stat status;
-  return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && read_at(fd, 0, header) && header.magic == kRingMagic &&
-         header.version == kRingVersion && header.slot_size == sizeof(RingSlot) && std::has_single_bit(header.slots) &&
-         header.slots <= kSlotsMax &&
+  return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && read_at(fd, 0, header) && header.magic == RING_MAGIC &&
+         header.version == RING_VERSION && header.slot_size == sizeof(RingSlot) && std::has_single_bit(header.slots) &&
+         header.slots <= SLOTS_MAX &&
          status.st_size >= static_cast<off_t>(sizeof(RingHeader) + header.slots * sizeof(RingSlot));
 }
 
@@ -161,7 +161,7 @@ QEL_EXPORT int shringbuf_read(shringbuf_reader* reader, char* text, size_t size,
     Copy copy = copy_next(number);
     if (copy == Copy::DONE && part.gone_on) {
       // The beginning of this line was overwritten.
-      reader->next_part = (number + 1) & kPartMask;
+      reader->next_part = (number + 1) & PART_MASK;
       ++lost_parts;
       continue;
     }
@@ -169,7 +169,7 @@ QEL_EXPORT int shringbuf_read(shringbuf_reader* reader, char* text, size_t size,
       const std::size_t taken = std::min(part.length, size > 0 ? size - 1 - filled : 0);
       std::memcpy(text + filled, part.slot.text, taken);
       filled += taken;
-      number = (number + 1) & kPartMask;
+      number = (number + 1) & PART_MASK;
       if (!part.goes_on) {
         break;
       }

@@ -16,14 +16,14 @@
 #include <string_view>
 #include <utility>
 
-#include "export.h"
+#include "platform/linux/export.h"
+#include "platform/linux/ring_layout.h"
 #include "qellog.h"
-#include "ring_layout.h"
 #include "shringbuf.h"
 
 using namespace qel::platform;
 
-constexpr char kFolder[] = "/dev/shm";  // used by the C library's shm_open()
+constexpr char FOLDER[] = "/dev/shm";  // used by the C library's shm_open()
 
 struct shringbuf {
   RingHeader* header;
@@ -55,7 +55,7 @@ int clear_name(const std::string& name) {
 
 void tell_why_private(const char* ring_name, const std::string& name, int error) {
   struct stat status;
-  if (lstat((kFolder + name).c_str(), &status) == 0 && status.st_uid != geteuid()) {
+  if (lstat((FOLDER + name).c_str(), &status) == 0 && status.st_uid != geteuid()) {
     errmsg("the log ring \"%s\" can be read by nobody: its name belongs to the user %u", ring_name,
            unsigned{status.st_uid});
   } else {
@@ -106,11 +106,11 @@ int create_object(const char* ring_name, std::string& name, std::size_t size) {
 
 // A loop without a name has a different number each time, so nobody else would remove the ring that a killed one left.
 bool is_of_nameless_loop(std::string_view file) {
-  constexpr std::string_view kStart = "app_", kEnd = "_log";
-  if (file.size() <= kStart.size() + kEnd.size() || !file.starts_with(kStart) || !file.ends_with(kEnd)) {
+  constexpr std::string_view START = "app_", END = "_log";
+  if (file.size() <= START.size() + END.size() || !file.starts_with(START) || !file.ends_with(END)) {
     return false;
   }
-  file = file.substr(kStart.size(), file.size() - kStart.size() - kEnd.size());
+  file = file.substr(START.size(), file.size() - START.size() - END.size());
   return file.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
@@ -119,11 +119,11 @@ bool is_left_ring(int fd) {
   std::uint32_t magic = 0;
   struct stat status;
   return fstat(fd, &status) == 0 && status.st_uid == geteuid() && pread(fd, &magic, sizeof magic, 0) == sizeof magic &&
-         magic == kRingMagic && !has_writer(fd);
+         magic == RING_MAGIC && !has_writer(fd);
 }
 
 void remove_left_by_nameless_loops() {
-  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(kFolder), closedir);
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir(FOLDER), closedir);
   while (const dirent* file = folder != nullptr ? readdir(folder.get()) : nullptr) {
     if (!is_of_nameless_loop(file->d_name)) {
       continue;
@@ -170,7 +170,7 @@ void write_part(shringbuf& ring, std::string_view text, std::uint32_t flags, std
     slot.text[done / 4].store(word, std::memory_order_relaxed);
   }
   slot.sequence.store(2 * part + 2, std::memory_order_release);
-  ring.next_part = (part + 1) & kPartMask;
+  ring.next_part = (part + 1) & PART_MASK;
   ring.header->next_part.store(ring.next_part, std::memory_order_release);
 }
 
@@ -178,15 +178,15 @@ void write_line(shringbuf& ring, std::string_view line) {
   timespec now;
   clock_gettime(CLOCK_REALTIME, &now);
   const std::int64_t time = std::int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
-  line = line.substr(0, kTextOctets * (ring.slots / 2));
-  for (std::uint32_t flags = 0;; flags = kGoneOn) {
-    const std::string_view text = line.substr(0, kTextOctets);
+  line = line.substr(0, TEXT_OCTETS * (ring.slots / 2));
+  for (std::uint32_t flags = 0;; flags = GONE_ON) {
+    const std::string_view text = line.substr(0, TEXT_OCTETS);
     line.remove_prefix(text.size());
     if (line.empty()) {
       write_part(ring, text, flags, time);
       return;
     }
-    write_part(ring, text, flags | kGoesOn, time);
+    write_part(ring, text, flags | GOES_ON, time);
   }
 }
 
@@ -216,10 +216,10 @@ QEL_EXPORT shringbuf* shringbuf_init(const char* name, size_t size) {
       return nullptr;
     }
     auto* header = new (memory) RingHeader{};
-    header->version.store(kRingVersion);
+    header->version.store(RING_VERSION);
     header->slot_size.store(sizeof(RingSlot));
     header->slots.store(slots);
-    header->magic.store(kRingMagic);  // written last: until then, readers see no ring
+    header->magic.store(RING_MAGIC);  // written last: until then, readers see no ring
     return new shringbuf{header, total, slots, 0, fd, std::move(object)};
   } catch (const std::bad_alloc&) {
     errno = ENOMEM;

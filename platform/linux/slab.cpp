@@ -4,8 +4,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-#include "allocator_report.h"
-#include "export.h"
+#include "platform/linux/allocator_report.h"
+#include "platform/linux/export.h"
 
 namespace qel::platform {
 

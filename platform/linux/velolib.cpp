@@ -13,11 +13,11 @@
 #include <optional>
 #include <string>
 
-#include "export.h"
+#include "platform/linux/export.h"
 
 namespace {
 
-constexpr unsigned long long kLittleRam = 128ull * 1024 * 1024;
+constexpr unsigned long long LITTLE_RAM = 128ull * 1024 * 1024;
 
 const char* environment_or(const char* name, const char* otherwise) {
   const char* value = getenv(name);
@@ -84,7 +84,7 @@ extern "C" {
 
 QEL_EXPORT int veloenv_VeloHasLittleRAM(void) {
   struct sysinfo info;
-  return sysinfo(&info) == 0 && static_cast<unsigned long long>(info.totalram) * info.mem_unit < kLittleRam ? 1 : 0;
+  return sysinfo(&info) == 0 && static_cast<unsigned long long>(info.totalram) * info.mem_unit < LITTLE_RAM ? 1 : 0;
 }
 
 QEL_EXPORT const char* kelvar_getenv(const char* name) {

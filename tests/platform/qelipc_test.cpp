@@ -54,7 +54,7 @@ class Ipc : public LoopTest {
   /// A round trip after a subscription ensures that the bus knows it.
   static void settle(const Endpoint& subscriber) { EXPECT_EQ(send(subscriber, "nobody", ""), -ENXIO); }
 
-  PrivateBus bus_{PrivateBus::kAllowAll +
+  PrivateBus bus_{PrivateBus::ALLOW_ALL +
                   "<policy context=\"default\"><deny receive_interface=\"org.qel.ipc.Endpoint1\" "
                   "receive_type=\"signal\"/><allow receive_sender=\"org.qel.ipc\"/></policy>"};
   Endpoint alice_, bob_;
@@ -358,7 +358,7 @@ TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
   using qel::platform::LongAnswers;
   LongAnswers answers;
   std::string text;
-  while (text.size() < 3 * LongAnswers::kPiece) {
+  while (text.size() < 3 * LongAnswers::PIECE) {
     text += "\xe2\x82\xac";  // 64 KiB is not a multiple of three
   }
   LongAnswers::Piece piece = answers.begin({text.begin(), text.end()}, "a", 100);
@@ -366,21 +366,21 @@ TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
   std::string got = piece.text;
   while (piece.more != 0) {
     EXPECT_EQ(piece.text.size() % 3, 0u) << "cut within a character";
-    EXPECT_LE(piece.text.size(), LongAnswers::kPiece);
+    EXPECT_LE(piece.text.size(), LongAnswers::PIECE);
     piece = answers.go_on(piece.more, "a", 200).value();
     got += piece.text;
   }
   EXPECT_EQ(got, text);
   EXPECT_EQ(answers.next_overdue(), UINT64_MAX) << "nothing is left";
 
-  const LongAnswers::Text half(LongAnswers::kKept / 2, 'x');
+  const LongAnswers::Text half(LongAnswers::KEPT / 2, 'x');
   const auto first = answers.begin(half, "a", 0), second = answers.begin(half, "a", 1);
   EXPECT_NE(answers.go_on(first.more, "a", 2), std::nullopt);
   const auto third = answers.begin(half, "a", 3);  // no room for three, so the least recently used, the second, is
                                                    // dropped
   EXPECT_EQ(answers.go_on(second.more, "a", 3), std::nullopt);
-  EXPECT_EQ(answers.next_overdue(), 2 + LongAnswers::kPatienceUs);
-  answers.drop_overdue(2 + LongAnswers::kPatienceUs);
+  EXPECT_EQ(answers.next_overdue(), 2 + LongAnswers::PATIENCE_US);
+  answers.drop_overdue(2 + LongAnswers::PATIENCE_US);
   EXPECT_EQ(answers.go_on(first.more, "a", 3), std::nullopt);
   EXPECT_NE(answers.go_on(third.more, "a", 3), std::nullopt);
 }
