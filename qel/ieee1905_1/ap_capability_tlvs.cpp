@@ -42,13 +42,12 @@ void BackhaulSTARadioCapabilitiesTLV::dbg_str(std::ostream& os) const {
   }
 }
 
-template const serialization::Codec& TableTLV<APCapabilityTLV, TLVType::AP_CAPABILITY>::codec();
-template const serialization::Codec&
-TableTLV<APRadioBasicCapabilitiesTLV, TLVType::AP_RADIO_BASIC_CAPABILITIES>::codec();
-template const serialization::Codec&
-TableTLV<BackhaulSTARadioCapabilitiesTLV, TLVType::BACKHAUL_STA_RADIO_CAPABILITIES>::codec();
+template const serialization::Codec& TableOf<APCapabilityTLV>::codec();
+template const serialization::Codec& TableOf<APRadioBasicCapabilitiesTLV>::codec();
+template const serialization::Codec& TableOf<BackhaulSTARadioCapabilitiesTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::OperatingClassInformation>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::OperatingClassInformation>::codec();
+}  // namespace qel::serialization

@@ -77,6 +77,6 @@ void APHECapabilitiesTLV::dbg_str(std::ostream& os) const {
      << " DL_OFDMA:" << true_or_false(get_dl_ofdma_capable());
 }
 
-template const serialization::Codec& TableTLV<APHECapabilitiesTLV, TLVType::AP_HE_CAPABILITIES>::codec();
+template const serialization::Codec& TableOf<APHECapabilitiesTLV>::codec();
 
 }  // namespace qel::ieee1905_1

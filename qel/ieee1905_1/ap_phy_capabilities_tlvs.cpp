@@ -32,7 +32,7 @@ void APVHTCapabilitiesTLV::dbg_str(std::ostream& os) const {
      << " MUBeamforming:" << true_or_false(get_mu_beamformer_capable());
 }
 
-template const serialization::Codec& TableTLV<APHTCapabilitiesTLV, TLVType::AP_HT_CAPABILITIES>::codec();
-template const serialization::Codec& TableTLV<APVHTCapabilitiesTLV, TLVType::AP_VHT_CAPABILITIES>::codec();
+template const serialization::Codec& TableOf<APHTCapabilitiesTLV>::codec();
+template const serialization::Codec& TableOf<APVHTCapabilitiesTLV>::codec();
 
 }  // namespace qel::ieee1905_1

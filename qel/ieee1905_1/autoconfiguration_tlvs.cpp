@@ -25,9 +25,9 @@ std::string enum_to_string(FrequencyBand band) { return enum_text(FREQUENCY_BAND
 std::ostream& operator<<(std::ostream& os, RoleType role) { return print_enum(os, ROLES, role); }
 std::ostream& operator<<(std::ostream& os, FrequencyBand band) { return print_enum(os, FREQUENCY_BANDS, band); }
 
-template const serialization::Codec& TableTLV<SearchedRoleTLV, TLVType::SEARCHED_ROLE>::codec();
-template const serialization::Codec& TableTLV<SupportedRoleTLV, TLVType::SUPPORTED_ROLE>::codec();
-template const serialization::Codec& TableTLV<AutoconfigFrequencyBandTLV, TLVType::AUTOCONFIG_FREQUENCY_BAND>::codec();
-template const serialization::Codec& TableTLV<SupportedFrequencyBandTLV, TLVType::SUPPORTED_FREQUENCY_BAND>::codec();
+template const serialization::Codec& TableOf<SearchedRoleTLV>::codec();
+template const serialization::Codec& TableOf<SupportedRoleTLV>::codec();
+template const serialization::Codec& TableOf<AutoconfigFrequencyBandTLV>::codec();
+template const serialization::Codec& TableOf<SupportedFrequencyBandTLV>::codec();
 
 }  // namespace qel::ieee1905_1

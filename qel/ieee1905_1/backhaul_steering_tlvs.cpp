@@ -20,8 +20,7 @@ std::ostream& operator<<(std::ostream& os, BackhaulSteeringResultCode code) {
   return print_enum(os, RESULT_CODES, code);
 }
 
-template const serialization::Codec& TableTLV<BackhaulSteeringRequestTLV, TLVType::BACKHAUL_STEERING_REQUEST>::codec();
-template const serialization::Codec&
-TableTLV<BackhaulSteeringResponseTLV, TLVType::BACKHAUL_STEERING_RESPONSE>::codec();
+template const serialization::Codec& TableOf<BackhaulSteeringRequestTLV>::codec();
+template const serialization::Codec& TableOf<BackhaulSteeringResponseTLV>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -37,9 +37,11 @@ constexpr serialization::CountLimits only_if(bool meaningful, const serializatio
   serialization::encode_rows(out, *this);
 }
 
-template const serialization::Codec& TableTLV<BeaconMetricsQueryTLV, TLVType::BEACON_METRICS_QUERY>::codec();
-template const serialization::Codec& TableTLV<BeaconMetricsResponseTLV, TLVType::BEACON_METRICS_RESOPNSE>::codec();
+template const serialization::Codec& TableOf<BeaconMetricsQueryTLV>::codec();
+template const serialization::Codec& TableOf<BeaconMetricsResponseTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::APChannelReportList>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::APChannelReportList>::codec();
+}  // namespace qel::serialization

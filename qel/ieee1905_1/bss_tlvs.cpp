@@ -12,13 +12,14 @@ void BSSOperatingOnRadio::dbg_str(std::ostream& os) const {
   os << '"';
 }
 
-template const serialization::Codec& TableTLV<APOperationalBSSTLV, TLVType::AP_OPERATIONAL_BSS>::codec();
-template const serialization::Codec& TableTLV<AssociatedClientsTLV, TLVType::ASSOCIATED_CLIENTS>::codec();
+template const serialization::Codec& TableOf<APOperationalBSSTLV>::codec();
+template const serialization::Codec& TableOf<AssociatedClientsTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::BSSOperatingOnRadio>::codec();
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::BSSOperationalRadioReport>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::AssociatedClient>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::OperatedBSSClients>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::BSSOperatingOnRadio>::codec();
+template const Codec& Record<ieee1905_1::BSSOperationalRadioReport>::codec();
+template const Codec& Record<ieee1905_1::AssociatedClient>::codec();
+template const Codec& Record<ieee1905_1::OperatedBSSClients>::codec();
+}  // namespace qel::serialization

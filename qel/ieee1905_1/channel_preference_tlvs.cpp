@@ -52,13 +52,13 @@ void ChannelPreference::dbg_str(std::ostream& os) const {
   os << " Preference: " << Decimal(get_preference_score()) << " ReasonCode: " << get_reason_code();
 }
 
-template const serialization::Codec& TableTLV<ChannelPreferenceTLV, TLVType::CHANNEL_PREFERENCE>::codec();
-template const serialization::Codec&
-TableTLV<RadioOperationRestrictionTLV, TLVType::RADIO_OPERATION_RESTRICTION>::codec();
+template const serialization::Codec& TableOf<ChannelPreferenceTLV>::codec();
+template const serialization::Codec& TableOf<RadioOperationRestrictionTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::ChannelPreference>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::RestrictedChannel>::codec();
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::RestrictedOperatingClass>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::ChannelPreference>::codec();
+template const Codec& Record<ieee1905_1::RestrictedChannel>::codec();
+template const Codec& Record<ieee1905_1::RestrictedOperatingClass>::codec();
+}  // namespace qel::serialization

@@ -20,7 +20,6 @@ std::ostream& operator<<(std::ostream& os, ClientAssociationControl control) {
   return print_enum(os, CONTROLS, control);
 }
 
-template const serialization::Codec&
-TableTLV<ClientAssociationControlRequestTLV, TLVType::CLIENT_ASSOCIATION_CONTROL_REQUEST>::codec();
+template const serialization::Codec& TableOf<ClientAssociationControlRequestTLV>::codec();
 
 }  // namespace qel::ieee1905_1

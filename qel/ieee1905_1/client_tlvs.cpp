@@ -90,9 +90,9 @@ void ClientAssociationEventTLV::dbg_str(std::ostream& os) const {
   os << " Client " << (get_client_associated_event() ? "joined BSS" : "left BSS");
 }
 
-template const serialization::Codec& TableTLV<ClientInfoTLV, TLVType::CLIENT_INFO>::codec();
-template const serialization::Codec& TableTLV<ClientCapabilityReportTLV, TLVType::CLIENT_CAPABILITY_REPORT>::codec();
-template const serialization::Codec& TableTLV<ClientAssociationEventTLV, TLVType::CLIENT_ASSOCIATION_EVENT>::codec();
-template const serialization::Codec& TableTLV<ErrorCodeTLV, TLVType::ERROR_CODE>::codec();
+template const serialization::Codec& TableOf<ClientInfoTLV>::codec();
+template const serialization::Codec& TableOf<ClientCapabilityReportTLV>::codec();
+template const serialization::Codec& TableOf<ClientAssociationEventTLV>::codec();
+template const serialization::Codec& TableOf<ErrorCodeTLV>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -24,7 +24,6 @@ void DeviceIdentificationTypeTLV::dbg_str(std::ostream& os) const {
      << "\n\t Manufacturer Model: " << up_to_nul(manufacturer_model_);
 }
 
-template const serialization::Codec&
-TableTLV<DeviceIdentificationTypeTLV, TLVType::DEVICE_IDENTIFICATION_TYPE>::codec();
+template const serialization::Codec& TableOf<DeviceIdentificationTypeTLV>::codec();
 
 }  // namespace qel::ieee1905_1

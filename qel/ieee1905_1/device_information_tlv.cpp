@@ -41,8 +41,10 @@ bool InterfaceInformation::is_less_than(const InterfaceInformation& other) const
   return get_media_specific_information() < other.get_media_specific_information();
 }
 
-template const serialization::Codec& TableTLV<DeviceInformationTLV, TLVType::DEVICE_INFORMATION>::codec();
+template const serialization::Codec& TableOf<DeviceInformationTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::InterfaceInformation>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::InterfaceInformation>::codec();
+}  // namespace qel::serialization

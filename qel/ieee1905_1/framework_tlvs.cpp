@@ -38,13 +38,10 @@ bool DummyTLV::operator==(const TLV& other) const {
   return same_class != nullptr && represented_type_ == same_class->represented_type_;
 }
 
-template const serialization::Codec& TableTLV<EndOfMessageTLV, TLVType::END_OF_MESSAGE>::codec();
-template const serialization::Codec&
-TableTLV<MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>, TLVType::AL_MAC_ADDRESS>::codec();
-template const serialization::Codec& TableTLV<MACAddressTLVCommon<TLVType::MAC_ADDRESS>, TLVType::MAC_ADDRESS>::codec();
-template const serialization::Codec&
-TableTLV<MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>, TLVType::AP_RADIO_IDENTIFIER>::codec();
-template const serialization::Codec&
-TableTLV<MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>, TLVType::STA_MAC_ADDRESS>::codec();
+template const serialization::Codec& TableOf<EndOfMessageTLV>::codec();
+template const serialization::Codec& TableOf<MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>>::codec();
+template const serialization::Codec& TableOf<MACAddressTLVCommon<TLVType::MAC_ADDRESS>>::codec();
+template const serialization::Codec& TableOf<MACAddressTLVCommon<TLVType::AP_RADIO_IDENTIFIER>>::codec();
+template const serialization::Codec& TableOf<MACAddressTLVCommon<TLVType::STA_MAC_ADDRESS>>::codec();
 
 }  // namespace qel::ieee1905_1

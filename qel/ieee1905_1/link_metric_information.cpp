@@ -43,7 +43,7 @@ void ReceiverLinkMetricInformation::dbg_str(std::ostream& os) const {
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::TransmitterLinkMetricInformation>::codec();
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::ReceiverLinkMetricInformation>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::TransmitterLinkMetricInformation>::codec();
+template const Codec& Record<ieee1905_1::ReceiverLinkMetricInformation>::codec();
+}  // namespace qel::serialization

@@ -55,12 +55,14 @@ void LinkMetric<Derived, Information>::dbg_str(std::ostream& os) const {
 template class LinkMetric<TransmitterLinkMetric, TransmitterLinkMetricInformation>;
 template class LinkMetric<ReceiverLinkMetric, ReceiverLinkMetricInformation>;
 
-template const serialization::Codec& TableTLV<LinkMetricQueryTLV, TLVType::LINK_METRIC_QUERY>::codec();
-template const serialization::Codec& TableTLV<TransmitterLinkMetricTLV, TLVType::TRANSMITTER_LINK_METRIC>::codec();
-template const serialization::Codec& TableTLV<ReceiverLinkMetricTLV, TLVType::RECEIVER_LINK_METRIC>::codec();
-template const serialization::Codec& TableTLV<LinkMetricResultCodeTLV, TLVType::LINK_METRIC_RESULT_CODE>::codec();
+template const serialization::Codec& TableOf<LinkMetricQueryTLV>::codec();
+template const serialization::Codec& TableOf<TransmitterLinkMetricTLV>::codec();
+template const serialization::Codec& TableOf<ReceiverLinkMetricTLV>::codec();
+template const serialization::Codec& TableOf<LinkMetricResultCodeTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::TransmitterLinkMetric>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::ReceiverLinkMetric>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::TransmitterLinkMetric>::codec();
+template const Codec& Record<ieee1905_1::ReceiverLinkMetric>::codec();
+}  // namespace qel::serialization

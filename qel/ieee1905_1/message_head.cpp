@@ -35,4 +35,6 @@ void MessageHead::dbg_str(std::ostream& os) const {
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::MessageHead>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::MessageHead>::codec();
+}  // namespace qel::serialization

@@ -44,13 +44,13 @@ bool APMetricsTLV::equals(const APMetricsTLV& other) const {
          });
 }
 
-template const serialization::Codec& TableTLV<APMetricQueryTLV, TLVType::AP_METRIC_QUERY>::codec();
-template const serialization::Codec& TableTLV<APMetricsTLV, TLVType::AP_METRICS>::codec();
-template const serialization::Codec&
-TableTLV<AssociatedSTALinkMetricsTLV, TLVType::ASSOCIATED_STA_LINK_METRICS>::codec();
-template const serialization::Codec&
-TableTLV<AssociatedSTATrafficStatsTLV, TLVType::ASSOCIATED_STA_TRAFFIC_STATS>::codec();
+template const serialization::Codec& TableOf<APMetricQueryTLV>::codec();
+template const serialization::Codec& TableOf<APMetricsTLV>::codec();
+template const serialization::Codec& TableOf<AssociatedSTALinkMetricsTLV>::codec();
+template const serialization::Codec& TableOf<AssociatedSTATrafficStatsTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::STALinkMetric>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::STALinkMetric>::codec();
+}  // namespace qel::serialization

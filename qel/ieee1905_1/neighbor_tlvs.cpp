@@ -33,13 +33,13 @@ void DeviceBridgingTuple::dbg_str(std::ostream& os) const {
   }
 }
 
-template const serialization::Codec&
-TableTLV<DeviceBridgingCapabilityTLV, TLVType::DEVICE_BRIDGING_CAPABILITY>::codec();
-template const serialization::Codec&
-TableTLV<NonIEEE1905NeighborDeviceListTLV, TLVType::NON_IEEE1905_NEIGHBOR_DEVICE_LIST>::codec();
-template const serialization::Codec& TableTLV<IEEE1905NeighborDeviceTLV, TLVType::IEEE1905_NEIGHBOR_DEVICE>::codec();
+template const serialization::Codec& TableOf<DeviceBridgingCapabilityTLV>::codec();
+template const serialization::Codec& TableOf<NonIEEE1905NeighborDeviceListTLV>::codec();
+template const serialization::Codec& TableOf<IEEE1905NeighborDeviceTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::DeviceBridgingTuple>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::ALMAC19051Neighbor>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::DeviceBridgingTuple>::codec();
+template const Codec& Record<ieee1905_1::ALMAC19051Neighbor>::codec();
+}  // namespace qel::serialization

@@ -32,11 +32,12 @@ void OperatingChannelReportTLV::dbg_str(std::ostream& os) const {
   serialization::print_list(os, {.before = "  [", .prefix = "\n\t", .after = "]"}, operating_class_channel_vector_);
 }
 
-template const serialization::Codec& TableTLV<TransmitPowerLimitTLV, TLVType::TRANSMIT_POWER_LIMIT>::codec();
-template const serialization::Codec&
-TableTLV<ChannelSelectionResponseTLV, TLVType::CHANNEL_SELECTION_RESPONSE>::codec();
-template const serialization::Codec& TableTLV<OperatingChannelReportTLV, TLVType::OPERATING_CHANNEL_REPORT>::codec();
+template const serialization::Codec& TableOf<TransmitPowerLimitTLV>::codec();
+template const serialization::Codec& TableOf<ChannelSelectionResponseTLV>::codec();
+template const serialization::Codec& TableOf<OperatingChannelReportTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::OperatingClassChannel>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::OperatingClassChannel>::codec();
+}  // namespace qel::serialization

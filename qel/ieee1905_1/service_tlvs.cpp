@@ -36,8 +36,8 @@ void HigherLayerDataTLV::dbg_str(std::ostream& os) const {
   os << " Datasize: " << Decimal(static_cast<std::int64_t>(payload_.size()));
 }
 
-template const serialization::Codec& TableTLV<SupportedServiceTLV, TLVType::SUPPORTED_SERVICE>::codec();
-template const serialization::Codec& TableTLV<SearchedServiceTLV, TLVType::SEARCHED_SERVICE>::codec();
-template const serialization::Codec& TableTLV<HigherLayerDataTLV, TLVType::HIGHER_LAYER_DATA>::codec();
+template const serialization::Codec& TableOf<SupportedServiceTLV>::codec();
+template const serialization::Codec& TableOf<SearchedServiceTLV>::codec();
+template const serialization::Codec& TableOf<HigherLayerDataTLV>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -28,11 +28,12 @@ void MetricReportingRadioPolicy::dbg_str(std::ostream& os) const {
   os << " Stats: " << true_or_false(get_statistics()) << " Metrics: " << true_or_false(get_metrics());
 }
 
-template const serialization::Codec& TableTLV<SteeringPolicyTLV, TLVType::STEERING_POLICY>::codec();
-template const serialization::Codec& TableTLV<MetricReportingPolicyTLV, TLVType::METRIC_REPORTING_POLICY>::codec();
+template const serialization::Codec& TableOf<SteeringPolicyTLV>::codec();
+template const serialization::Codec& TableOf<MetricReportingPolicyTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::SteeringRadioPolicy>::codec();
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::MetricReportingRadioPolicy>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::SteeringRadioPolicy>::codec();
+template const Codec& Record<ieee1905_1::MetricReportingRadioPolicy>::codec();
+}  // namespace qel::serialization

@@ -72,10 +72,11 @@ bool SteeringBTMReportTLV::equals(const SteeringBTMReportTLV& other) const {
   return serialization::equal_rows(*this, other) && target_bssid_ == other.target_bssid_;
 }
 
-template const serialization::Codec& TableTLV<SteeringRequestTLV, TLVType::STEERING_REQUEST>::codec();
-template const serialization::Codec& TableTLV<SteeringBTMReportTLV, TLVType::STEERING_BTM_REPORT>::codec();
+template const serialization::Codec& TableOf<SteeringRequestTLV>::codec();
+template const serialization::Codec& TableOf<SteeringBTMReportTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::SteeringRequestTargetBSSID>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::SteeringRequestTargetBSSID>::codec();
+}  // namespace qel::serialization

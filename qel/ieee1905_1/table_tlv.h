@@ -10,7 +10,7 @@ namespace qel::ieee1905_1 {
 ///
 /// What does not fit a table is ordinary code in Derived: `encode_body(Writer&) const` and `decode_body(Reader&,
 /// std::uint16_t length)` for the body, `equals` for comparison, an override of `dbg_str` for the text. The source file
-/// of Derived must contain `template const serialization::Codec& TableTLV<Derived, TYPE>::codec();`.
+/// of Derived must contain `template const serialization::Codec& TableOf<Derived>::codec();` (table_tlv_impl.h).
 template <class Derived, TLVType TYPE>
 class QEL_EXPORT TableTLV : public TLVCommon<TYPE> {
  public:

@@ -11,4 +11,9 @@ const serialization::Codec& TableTLV<Derived, TYPE>::codec() {
   return serialization::FRAMED_CODEC<Derived, TYPE>;
 }
 
+/// For explicit instantiations: `template const serialization::Codec& TableOf<ClientInfoTLV>::codec();`. C++ allows no
+/// alias that is not a template there.
+template <class Derived>
+using TableOf = TableTLV<Derived, Derived::TYPE>;
+
 }  // namespace qel::ieee1905_1

@@ -5,12 +5,12 @@
 
 namespace qel::ieee1905_1 {
 
-template const serialization::Codec&
-TableTLV<UnassociatedSTALinkMetricsQueryTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS>::codec();
-template const serialization::Codec&
-TableTLV<UnassociatedSTALinkMetricsResponseTLV, TLVType::UNASSOCIATED_STA_LINK_METRICS_RESPONSE>::codec();
+template const serialization::Codec& TableOf<UnassociatedSTALinkMetricsQueryTLV>::codec();
+template const serialization::Codec& TableOf<UnassociatedSTALinkMetricsResponseTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::UnassociatedSTAChannel>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::UnassociatedSTAReport>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::UnassociatedSTAChannel>::codec();
+template const Codec& Record<ieee1905_1::UnassociatedSTAReport>::codec();
+}  // namespace qel::serialization

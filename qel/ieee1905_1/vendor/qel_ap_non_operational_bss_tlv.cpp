@@ -11,11 +11,11 @@ void QELNonOperationalBSS::dbg_str(std::ostream& os) const {
   os << "BSS not operating on Radio: " << bssid_ << " SSID: \"" << ssid_ << "\"";
 }
 
-template const serialization::Codec&
-VendorPayload<QELAPNonOperationalBSSTLV, QELVendorTLVType::QEL_AP_NON_OPERATIONAL_BSS_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELAPNonOperationalBSSTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELNonOperationalBSS>::codec();
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::QELNonOperationalBSSReport>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::QELNonOperationalBSS>::codec();
+template const Codec& Record<ieee1905_1::QELNonOperationalBSSReport>::codec();
+}  // namespace qel::serialization

@@ -12,9 +12,10 @@ void QELBlockedInterface::dbg_str(std::ostream& os) const {
      << " filter_actions: " << filter_actions_.to_string();
 }
 
-template const serialization::Codec&
-VendorPayload<QELBlockedInterfaceListTLV, QELVendorTLVType::QEL_BLOCKED_INTERFACE_LIST_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELBlockedInterfaceListTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELBlockedInterface>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::QELBlockedInterface>::codec();
+}  // namespace qel::serialization

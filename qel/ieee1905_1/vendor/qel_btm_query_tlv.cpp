@@ -24,9 +24,10 @@ void QELBTMQueryTLV::dbg_str(std::ostream& os) const {
   os << " Candidates: " << Decimal(static_cast<std::int64_t>(candidate_list_.size()));
 }
 
-template const serialization::Codec& VendorPayload<QELBTMQueryTLV, QELVendorTLVType::QEL_BTM_QUERY_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELBTMQueryTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::QELNeighborReportElement>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::QELNeighborReportElement>::codec();
+}  // namespace qel::serialization

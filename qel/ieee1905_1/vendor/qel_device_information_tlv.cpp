@@ -54,9 +54,10 @@ bool QELInterfaceInformation::is_less_than(const QELInterfaceInformation& other)
   return media_specific_rest_ < other.media_specific_rest_;
 }
 
-template const serialization::Codec&
-VendorPayload<QELDeviceInformationTLV, QELVendorTLVType::QEL_DEVICE_INFORMATION_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELDeviceInformationTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELInterfaceInformation>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::QELInterfaceInformation>::codec();
+}  // namespace qel::serialization

@@ -17,13 +17,12 @@ void QELLinkMetric<Derived, Information>::dbg_str(std::ostream& os) const {
 template class QELLinkMetric<QELReceiverLinkMetric, ReceiverLinkMetricInformation>;
 template class QELLinkMetric<QELTransmitterLinkMetric, TransmitterLinkMetricInformation>;
 
-template const serialization::Codec&
-VendorPayload<QELReceiverLinkMetricTLV, QELVendorTLVType::QEL_RECEIVER_LINK_METRIC_TLV>::codec();
-template const serialization::Codec&
-VendorPayload<QELTransmitterLinkMetricTLV, QELVendorTLVType::QEL_TRANSMITTER_LINK_METRIC_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELReceiverLinkMetricTLV>::codec();
+template const serialization::Codec& PayloadOf<QELTransmitterLinkMetricTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELReceiverLinkMetric>::codec();
-template const qel::serialization::Codec&
-qel::serialization::Record<qel::ieee1905_1::QELTransmitterLinkMetric>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::QELReceiverLinkMetric>::codec();
+template const Codec& Record<ieee1905_1::QELTransmitterLinkMetric>::codec();
+}  // namespace qel::serialization

@@ -26,8 +26,10 @@ void QELInterfaceLinkState::dbg_str(std::ostream& os) const {
      << " speed: " << Decimal(speed_) << " Mb/s";
 }
 
-template const serialization::Codec& VendorPayload<QELLinkStateTLV, QELVendorTLVType::QEL_LINK_STATE_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELLinkStateTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::QELInterfaceLinkState>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::QELInterfaceLinkState>::codec();
+}  // namespace qel::serialization

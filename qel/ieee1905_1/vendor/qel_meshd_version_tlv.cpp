@@ -4,7 +4,6 @@
 
 namespace qel::ieee1905_1 {
 
-template const serialization::Codec&
-VendorPayload<QELMeshdVersionTLV, QELVendorTLVType::QEL_MESHD_VERSION_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELMeshdVersionTLV>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -36,6 +36,6 @@ QELMessageType get_qel_message_type(const Message& message) {
   return static_cast<const QELMessageTypeTLV&>(payload).get_qel_message_type();
 }
 
-template const serialization::Codec& VendorPayload<QELMessageTypeTLV, QELVendorTLVType::QEL_MESSAGETYPE_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELMessageTypeTLV>::codec();
 
 }  // namespace qel::ieee1905_1

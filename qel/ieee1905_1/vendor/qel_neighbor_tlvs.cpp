@@ -32,12 +32,8 @@ template <class Derived, QELVendorTLVType TYPE, class Neighbor>
   decode_row(RestRow{&QELPSQ19NonIEEE1905NeighborDeviceListTLV::rest_}, in, *this, length, 0);
 }
 
-template const serialization::Codec&
-VendorPayload<QELIEEE1905NeighborDeviceTLV, QELVendorTLVType::QEL_IEEE1905_NEIGHBOR_DEVICE_TLV>::codec();
-template const serialization::Codec& VendorPayload<
-    QELNonIEEE1905NeighborDeviceListTLV, QELVendorTLVType::QEL_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV>::codec();
-template const serialization::Codec&
-VendorPayload<QELPSQ19NonIEEE1905NeighborDeviceListTLV,
-              QELVendorTLVType::QEL_PSQ19_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELIEEE1905NeighborDeviceTLV>::codec();
+template const serialization::Codec& PayloadOf<QELNonIEEE1905NeighborDeviceListTLV>::codec();
+template const serialization::Codec& PayloadOf<QELPSQ19NonIEEE1905NeighborDeviceListTLV>::codec();
 
 }  // namespace qel::ieee1905_1

@@ -49,15 +49,15 @@ void WLANSecurityTLVEntry::dbg_str(std::ostream& os) const {
   os << "WLANSecurityTLVEntry: " << mac_ << " security " << ieee802_11::security_from_rsn_element(rsn_ie_);
 }
 
-template const serialization::Codec& VendorPayload<QELAPAnpiTLV, QELVendorTLVType::QEL_AP_ANPI_TLV>::codec();
-template const serialization::Codec&
-VendorPayload<QELAssociatedSTAIdleStateTLV, QELVendorTLVType::QEL_ASSOCIATED_STA_IDLE_STATE_TLV>::codec();
-template const serialization::Codec& VendorPayload<QELWLANOpmodeTLV, QELVendorTLVType::QEL_AP_WLAN_OPMODE_TLV>::codec();
-template const serialization::Codec&
-VendorPayload<QELWLANSecurityTLV, QELVendorTLVType::QEL_AP_WLAN_SECURITY_TLV>::codec();
+template const serialization::Codec& PayloadOf<QELAPAnpiTLV>::codec();
+template const serialization::Codec& PayloadOf<QELAssociatedSTAIdleStateTLV>::codec();
+template const serialization::Codec& PayloadOf<QELWLANOpmodeTLV>::codec();
+template const serialization::Codec& PayloadOf<QELWLANSecurityTLV>::codec();
 
 }  // namespace qel::ieee1905_1
 
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::WLANLinkIdleState>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::WLANOpmodeTLVEntry>::codec();
-template const qel::serialization::Codec& qel::serialization::Record<qel::ieee1905_1::WLANSecurityTLVEntry>::codec();
+namespace qel::serialization {
+template const Codec& Record<ieee1905_1::WLANLinkIdleState>::codec();
+template const Codec& Record<ieee1905_1::WLANOpmodeTLVEntry>::codec();
+template const Codec& Record<ieee1905_1::WLANSecurityTLVEntry>::codec();
+}  // namespace qel::serialization

@@ -10,7 +10,7 @@ namespace qel::ieee1905_1 {
 /// of Derived. When reading, the subtype is not checked, nor is the length unless the class says so.
 ///
 /// As with TableTLV, what does not fit a table is ordinary code in Derived. The source file of Derived must contain
-/// `template const serialization::Codec& VendorPayload<Derived, TYPE>::codec();`.
+/// `template const serialization::Codec& PayloadOf<Derived>::codec();` (vendor_payload_impl.h).
 template <class Derived, QELVendorTLVType SUBTYPE>
 class QEL_EXPORT VendorPayload : public VendorSpecific {
  public:

@@ -32,4 +32,8 @@ const serialization::Codec& VendorPayload<Derived, TYPE>::codec() {
   return serialization::FRAMED_CODEC<Derived, TYPE>;
 }
 
+/// For explicit instantiations; see TableOf.
+template <class Derived>
+using PayloadOf = VendorPayload<Derived, Derived::TYPE>;
+
 }  // namespace qel::ieee1905_1
