@@ -135,13 +135,13 @@ class QEL_EXPORT BackhaulSTARadioCapabilitiesTLV final
     return serialization::rows(Field{" Reported Radio MAC: ", &T::reported_radio_mac_},  //
                                serialization::accessed_by<&T::get_is_mac_included>(Field{&T::flags_}));
   }
-  bool equals(const BackhaulSTARadioCapabilitiesTLV& other) const;
 
  private:
   friend serialization::BodyAccess;
   /// The rows of the table, then the address if included.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
+  bool equals(const BackhaulSTARadioCapabilitiesTLV& other) const;
 
   static constexpr std::size_t MAC_INCLUDED = 7;
 

@@ -34,10 +34,10 @@ class QEL_EXPORT APChannelReportList final : public serialization::Record<APChan
         serialization::Field{"Operating Class: ", &T::operating_class_},
         serialization::list8({.before = " Channels: [", .prefix = " ", .after = " ]"}, &T::channel_vector_, COUNT));
   }
-  static constexpr std::size_t MIN_WIRE_SIZE = 3;
 
  private:
   friend serialization::BodyAccess;
+  static constexpr std::size_t MIN_WIRE_SIZE = 3;
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
 

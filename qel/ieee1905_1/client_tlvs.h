@@ -85,14 +85,13 @@ class QEL_EXPORT ClientCapabilityReportTLV final
     return serialization::rows(serialization::Field{" ResultCode:", &ClientCapabilityReportTLV::result_code_});
   }
 
-  /// A SUCCESS without a frame is not a report and equals nothing, not even itself. Without SUCCESS, frames are not
-  /// compared.
-  bool equals(const ClientCapabilityReportTLV& other) const;
-
  private:
   friend serialization::BodyAccess;
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
+  /// A SUCCESS without a frame is not a report and equals nothing, not even itself. Without SUCCESS, frames are not
+  /// compared.
+  bool equals(const ClientCapabilityReportTLV& other) const;
 
   ClientCapabilityResultCode result_code_ = ClientCapabilityResultCode::INVALID;
   std::shared_ptr<const AssocRequestFrame> assoc_req_frame_;

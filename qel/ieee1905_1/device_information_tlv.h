@@ -37,7 +37,6 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
 
   void dbg_str(std::ostream& os) const;
 
-  static constexpr std::size_t MIN_WIRE_SIZE = 9;
   static constexpr auto table() {
     using serialization::Field;
     using T = InterfaceInformation;
@@ -46,14 +45,14 @@ class QEL_EXPORT InterfaceInformation final : public serialization::Record<Inter
                                Field{&T::interface_mode_});
   }
 
-  bool equals(const InterfaceInformation& other) const;
-  bool is_less_than(const InterfaceInformation& other) const;
-
  private:
   friend serialization::BodyAccess;
+  static constexpr std::size_t MIN_WIRE_SIZE = 9;
   /// The rows of the table, then the media-specific block.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
+  bool equals(const InterfaceInformation& other) const;
+  bool is_less_than(const InterfaceInformation& other) const;
 
   MACAddress mac_;
   InterfaceType interface_type_ = InterfaceType::ETHERNET;

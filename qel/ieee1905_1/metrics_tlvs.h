@@ -87,14 +87,13 @@ class QEL_EXPORT APMetricsTLV final : public TableTLV<APMetricsTLV, TLVType::AP_
         Field{&T::information_ac_be_});
   }
 
-  /// Parameters that are not included are not compared.
-  bool equals(const APMetricsTLV& other) const;
-
  private:
   friend serialization::BodyAccess;
   /// The rows of the table, then the included parameters.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
+  /// Parameters that are not included are not compared.
+  bool equals(const APMetricsTLV& other) const;
 
   enum IncludeBit : std::size_t { AC_VI = 4, AC_VO = 5, AC_BK = 6, AC_BE = 7 };
 

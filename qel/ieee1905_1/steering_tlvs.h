@@ -40,11 +40,12 @@ class QEL_EXPORT SteeringRequestTargetBSSID final : public serialization::Record
                                Field{" ChannelNumber: ", &T::channel_number_});
   }
 
+ private:
+  friend serialization::BodyAccess;
   /// All wildcard targets are equal, because class and channel mean nothing without a BSS. The ordering has no such
   /// exception.
   bool equals(const SteeringRequestTargetBSSID& other) const;
 
- private:
   MACAddress bssid_;
   std::uint8_t operating_class_ = 0;
   std::uint8_t channel_number_ = 0;
@@ -150,13 +151,13 @@ class QEL_EXPORT SteeringBTMReportTLV final : public TableTLV<SteeringBTMReportT
                                Field{" STAMAC: ", &T::sta_mac_address_},  //
                                Field{" BTM Status Code: ", &T::btm_status_code_});
   }
-  bool equals(const SteeringBTMReportTLV& other) const;
 
  private:
   friend serialization::BodyAccess;
   /// The rows of the table, then the target if there is one.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
+  bool equals(const SteeringBTMReportTLV& other) const;
 
   MACAddress bssid_;
   MACAddress sta_mac_address_;

@@ -19,7 +19,7 @@ void encode_record(MemoryWriteBuffer& memory, const BinarySerializable& record) 
 template <class R>
 void decode_record(ReadSource& source, BinarySerializable& record) {
   Reader in(source);
-  decode_record(in, static_cast<R&>(record));
+  decode_body_of(in, static_cast<R&>(record));
 }
 
 /// The primitives at the beginning of a record.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <concepts>
 #include <cstddef>
 #include <string>
@@ -29,7 +30,7 @@ concept HasTable = requires {
   R::table();
 };
 
-/// Gives the codec access to the private body functions of a class. Always inlined.
+/// Gives the codec access to what a class declares privately for it. Always inlined.
 struct BodyAccess {
   template <class R>
   static constexpr bool encodes() {
@@ -46,6 +47,26 @@ struct BodyAccess {
   template <class R, class... Length>
   [[gnu::always_inline]] static void decode(R& record, Reader& in, Length... length) {
     record.decode_body(in, length...);
+  }
+  template <class R>
+  static constexpr std::size_t min_wire_size() {
+    return R::MIN_WIRE_SIZE;
+  }
+  template <class R>
+  static constexpr bool compares() {
+    return requires { &R::equals; };
+  }
+  template <class R>
+  static constexpr bool orders() {
+    return requires { &R::is_less_than; };
+  }
+  template <class R>
+  [[gnu::always_inline]] static bool equal(const R& left, const R& right) {
+    return left.equals(right);
+  }
+  template <class R>
+  [[gnu::always_inline]] static bool less(const R& left, const R& right) {
+    return left.is_less_than(right);
   }
 };
 
@@ -112,7 +133,7 @@ constexpr std::size_t min_wire_size() {
   if constexpr (FixedWire<R>) {
     return WireType<R>::SIZE;
   } else if constexpr (DecodesItself<R>) {
-    return R::MIN_WIRE_SIZE;
+    return BodyAccess::min_wire_size<R>();
   } else {
     return detail::min_size<R>(ROWS<R>);
   }
@@ -154,7 +175,7 @@ template <class R, class... More>
   detail::with_rows<R>([&](const auto&... row) { in.get(row.of(record)..., more...); });
 }
 
-template <class R, std::size_t FIRST = 0, class... Lead>
+template <class R, std::size_t FIRST = 0, std::size_t LAST = ROWS<R>, class... Lead>
 [[gnu::always_inline]] inline void encode_rows(Writer& out, const R& record, const Lead&... lead);
 
 template <class R, std::size_t FIRST = 0, class... Lead>
@@ -171,9 +192,9 @@ template <class R, class... Lead>
   }
 }
 
-/// Reads a record inside another one.
+/// Reads a record, which has no length of its own.
 template <class R>
-[[gnu::always_inline]] inline void decode_record(Reader& in, R& record) {
+[[gnu::always_inline]] inline void decode_body_of(Reader& in, R& record) {
   if constexpr (DecodesItself<R>) {
     BodyAccess::decode(record, in);
   } else {
@@ -207,7 +228,7 @@ template <class E>
     std::vector<E> elements;
     elements.reserve(std::min(count, in.present(min_wire_size<E>())));
     for (; count != 0; --count) {
-      decode_record(in, elements.emplace_back());
+      decode_body_of(in, elements.emplace_back());
     }
     return elements;
   }
@@ -261,15 +282,15 @@ template <class C, class E>
   row.of(record) = decode_elements<E>(in, (length - head) / WireType<E>::SIZE);
 }
 
-/// Writes the fields `lead` and the rows from FIRST on.
-template <class R, std::size_t FIRST, class... Lead>
+/// Writes the fields `lead` and the rows from FIRST to before LAST.
+template <class R, std::size_t FIRST, std::size_t LAST, class... Lead>
 [[gnu::always_inline]] inline void encode_rows(Writer& out, const R& record, const Lead&... lead) {
-  constexpr std::size_t END = detail::end_of_fixed_run<R>(FIRST);
+  constexpr std::size_t END = std::min(detail::end_of_fixed_run<R>(FIRST), LAST);
   [&]<std::size_t... K>(std::index_sequence<K...>) { out.put(lead..., std::get<FIRST + K>(TABLE<R>).of(record)...); }
   (std::make_index_sequence<END - FIRST>{});
-  if constexpr (END < ROWS<R>) {
+  if constexpr (END < LAST) {
     encode_row(std::get<END>(TABLE<R>), out, record);
-    encode_rows<R, END + 1>(out, record);
+    encode_rows<R, END + 1, LAST>(out, record);
   }
 }
 

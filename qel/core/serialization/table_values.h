@@ -62,8 +62,8 @@ bool equal_rows(const R& left, const R& right) {
 /// Uses `equals` of R if it has one.
 template <class R>
 bool equal_bodies(const R& left, const R& right) {
-  if constexpr (requires { left.equals(right); }) {
-    return left.equals(right);
+  if constexpr (BodyAccess::compares<R>()) {
+    return BodyAccess::equal(left, right);
   } else {
     return equal_rows(left, right);
   }
@@ -101,8 +101,8 @@ bool less_rows(const R& left, const R& right) {
 /// Uses `is_less_than` of R if it has one.
 template <class R>
 bool less_bodies(const R& left, const R& right) {
-  if constexpr (requires { left.is_less_than(right); }) {
-    return left.is_less_than(right);
+  if constexpr (BodyAccess::orders<R>()) {
+    return BodyAccess::less(left, right);
   } else {
     return less_rows(left, right);
   }

@@ -50,7 +50,6 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
 
   void dbg_str(std::ostream& os) const;
 
-  static constexpr std::size_t MIN_WIRE_SIZE = 10;
   static constexpr auto table() {
     using serialization::Field;
     using T = QELInterfaceInformation;
@@ -60,14 +59,14 @@ class QEL_EXPORT QELInterfaceInformation final : public serialization::Record<QE
                                Field{&T::interface_mode_});
   }
 
-  bool equals(const QELInterfaceInformation& other) const;
-  bool is_less_than(const QELInterfaceInformation& other) const;
-
  private:
   friend serialization::BodyAccess;
+  static constexpr std::size_t MIN_WIRE_SIZE = 10;
   /// The rows of the table, then the media-specific block.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
+  bool equals(const QELInterfaceInformation& other) const;
+  bool is_less_than(const QELInterfaceInformation& other) const;
 
   MACAddress mac_;
   std::string name_;

@@ -151,16 +151,15 @@ class QEL_EXPORT WLANSecurityTLVEntry final : public serialization::Record<WLANS
   /// Prints the security mode of the element.
   void dbg_str(std::ostream& os) const;
 
-  static constexpr std::size_t MIN_WIRE_SIZE = 10;
   static constexpr auto table() { return serialization::rows(serialization::Field{&WLANSecurityTLVEntry::mac_}); }
-
-  bool equals(const WLANSecurityTLVEntry& other) const { return mac_ == other.mac_ && rsn_ie_ == other.rsn_ie_; }
 
  private:
   friend serialization::BodyAccess;
+  static constexpr std::size_t MIN_WIRE_SIZE = 10;
   /// The rows of the table, then the element.
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in);
+  bool equals(const WLANSecurityTLVEntry& other) const { return mac_ == other.mac_ && rsn_ie_ == other.rsn_ie_; }
 
   MACAddress mac_;
   ieee802_11::IEEE802_11_RSNElement rsn_ie_;

@@ -26,7 +26,7 @@ struct Body : BinarySerializable {
 };
 
 #ifdef WRONG_RECORD
-constexpr void (*DECODE)(Reader&, Body&) = decode_record<Body>;
+constexpr void (*DECODE)(Reader&, Body&) = decode_body_of<Body>;
 #else
 constexpr void (*DECODE)(ReadSource&, BinarySerializable&) = decode_framed<Body>;
 #endif
