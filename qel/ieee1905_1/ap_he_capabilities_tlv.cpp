@@ -19,12 +19,12 @@ constexpr std::uint8_t MAPS_SIZE = 4;
   // The length does not show which widths the maps are for. With 80+80 but without 160 MHz, every reader, including
   // this one, finds the maps for 80+80 where it expects those for 160 and refuses the TLV; peers rely on this format.
   const int pairs = 1 + int{get_he_160_mhz_support()} + int{get_he_80_80_mhz_support()};
-  out.put(radio_identifier_, static_cast<std::uint8_t>(pairs * MAPS_SIZE), mcs_80_);
+  out.put(radio_identifier_, static_cast<std::uint8_t>(pairs * MAPS_SIZE), rx_mcs_80_, tx_mcs_80_);
   if (get_he_160_mhz_support()) {
-    out.put(mcs_160_);
+    out.put(rx_mcs_160_, tx_mcs_160_);
   }
   if (get_he_80_80_mhz_support()) {
-    out.put(mcs_8080_);
+    out.put(rx_mcs_8080_, tx_mcs_8080_);
   }
   out.put(flags_);
 }
@@ -37,12 +37,12 @@ constexpr std::uint8_t MAPS_SIZE = 4;
   }
   const bool has_160 = size >= 2 * MAPS_SIZE;
   const bool has_8080 = size == 3 * MAPS_SIZE;
-  in.get(mcs_80_);
+  in.get(rx_mcs_80_, tx_mcs_80_);
   if (has_160) {
-    in.get(mcs_160_);
+    in.get(rx_mcs_160_, tx_mcs_160_);
   }
   if (has_8080) {
-    in.get(mcs_8080_);
+    in.get(rx_mcs_8080_, tx_mcs_8080_);
   }
   in.get(flags_);
   if ((has_160 && !get_he_160_mhz_support()) || (has_8080 && !get_he_80_80_mhz_support())) {
@@ -51,19 +51,18 @@ constexpr std::uint8_t MAPS_SIZE = 4;
 }
 
 bool APHECapabilitiesTLV::equals(const APHECapabilitiesTLV& other) const {
-  return radio_identifier_ == other.radio_identifier_ && mcs_80_ == other.mcs_80_ && mcs_160_ == other.mcs_160_ &&
-         mcs_8080_ == other.mcs_8080_ && flags_ == other.flags_;
+  return serialization::equal_rows(*this, other);
 }
 
 void APHECapabilitiesTLV::dbg_str(std::ostream& os) const {
   TLV::dbg_str(os);
   os << " RadioIdentifier:" << radio_identifier_                                //
-     << " HE_TX_MCS_80:0x" << Hexadecimal(mcs_80_.tx.to_ulong())                //
-     << " HE_RX_MCS_80:0x" << Hexadecimal(mcs_80_.rx.to_ulong())                //
-     << " HE_TX_MCS_160:0x" << Hexadecimal(mcs_160_.tx.to_ulong())              //
-     << " HE_RX_MCS_160:0x" << Hexadecimal(mcs_160_.rx.to_ulong())              //
-     << " HE_TX_MCS_8080:0x" << Hexadecimal(mcs_8080_.tx.to_ulong())            //
-     << " HE_RX_MCS_8080:0x" << Hexadecimal(mcs_8080_.rx.to_ulong())            //
+     << " HE_TX_MCS_80:0x" << Hexadecimal(tx_mcs_80_.to_ulong())                //
+     << " HE_RX_MCS_80:0x" << Hexadecimal(rx_mcs_80_.to_ulong())                //
+     << " HE_TX_MCS_160:0x" << Hexadecimal(tx_mcs_160_.to_ulong())              //
+     << " HE_RX_MCS_160:0x" << Hexadecimal(rx_mcs_160_.to_ulong())              //
+     << " HE_TX_MCS_8080:0x" << Hexadecimal(tx_mcs_8080_.to_ulong())            //
+     << " HE_RX_MCS_8080:0x" << Hexadecimal(rx_mcs_8080_.to_ulong())            //
      << " TXSpatialStreams:" << Decimal(get_number_tx_spatial_streams())        //
      << " RXSpatialStreams:" << Decimal(get_number_rx_spatial_streams())        //
      << "\n\tHE80+80:" << true_or_false(get_he_80_80_mhz_support())             //

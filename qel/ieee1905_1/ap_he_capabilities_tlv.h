@@ -28,32 +28,32 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
   const MACAddress& get_radio_identifier() const { return radio_identifier_; }
   void set_radio_identifier(const MACAddress& radio) { radio_identifier_ = radio; }
 
-  const MCSMap& get_he_tx_mcs_80() const { return mcs_80_.tx; }
-  void set_he_tx_mcs_80(const MCSMap& map) { mcs_80_.tx = map; }
-  const MCSMap& get_he_rx_mcs_80() const { return mcs_80_.rx; }
-  void set_he_rx_mcs_80(const MCSMap& map) { mcs_80_.rx = map; }
-  const MCSMap& get_he_tx_mcs_160() const { return mcs_160_.tx; }
-  void set_he_tx_mcs_160(const MCSMap& map) { mcs_160_.tx = map; }
-  const MCSMap& get_he_rx_mcs_160() const { return mcs_160_.rx; }
-  void set_he_rx_mcs_160(const MCSMap& map) { mcs_160_.rx = map; }
-  const MCSMap& get_he_tx_mcs_8080() const { return mcs_8080_.tx; }
-  void set_he_tx_mcs_8080(const MCSMap& map) { mcs_8080_.tx = map; }
-  const MCSMap& get_he_rx_mcs_8080() const { return mcs_8080_.rx; }
-  void set_he_rx_mcs_8080(const MCSMap& map) { mcs_8080_.rx = map; }
+  const MCSMap& get_he_tx_mcs_80() const { return tx_mcs_80_; }
+  void set_he_tx_mcs_80(const MCSMap& map) { tx_mcs_80_ = map; }
+  const MCSMap& get_he_rx_mcs_80() const { return rx_mcs_80_; }
+  void set_he_rx_mcs_80(const MCSMap& map) { rx_mcs_80_ = map; }
+  const MCSMap& get_he_tx_mcs_160() const { return tx_mcs_160_; }
+  void set_he_tx_mcs_160(const MCSMap& map) { tx_mcs_160_ = map; }
+  const MCSMap& get_he_rx_mcs_160() const { return rx_mcs_160_; }
+  void set_he_rx_mcs_160(const MCSMap& map) { rx_mcs_160_ = map; }
+  const MCSMap& get_he_tx_mcs_8080() const { return tx_mcs_8080_; }
+  void set_he_tx_mcs_8080(const MCSMap& map) { tx_mcs_8080_ = map; }
+  const MCSMap& get_he_rx_mcs_8080() const { return rx_mcs_8080_; }
+  void set_he_rx_mcs_8080(const MCSMap& map) { rx_mcs_8080_ = map; }
 
   // The scheme for one number of streams in a map; see get_mcs and set_mcs.
-  std::uint8_t get_he_tx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(mcs_80_.tx, nss); }
-  void set_he_tx_mcs_spatial_stream_80(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_80_.tx, nss, mcs); }
-  std::uint8_t get_he_rx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(mcs_80_.rx, nss); }
-  void set_he_rx_mcs_spatial_stream_80(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_80_.rx, nss, mcs); }
-  std::uint8_t get_he_tx_mcs_spatial_stream_160(unsigned int nss) const { return get_mcs(mcs_160_.tx, nss); }
-  void set_he_tx_mcs_spatial_stream_160(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_160_.tx, nss, mcs); }
-  std::uint8_t get_he_rx_mcs_spatial_stream_160(unsigned int nss) const { return get_mcs(mcs_160_.rx, nss); }
-  void set_he_rx_mcs_spatial_stream_160(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_160_.rx, nss, mcs); }
-  std::uint8_t get_he_tx_mcs_spatial_stream_8080(unsigned int nss) const { return get_mcs(mcs_8080_.tx, nss); }
-  void set_he_tx_mcs_spatial_stream_8080(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_8080_.tx, nss, mcs); }
-  std::uint8_t get_he_rx_mcs_spatial_stream_8080(unsigned int nss) const { return get_mcs(mcs_8080_.rx, nss); }
-  void set_he_rx_mcs_spatial_stream_8080(unsigned int nss, HEMCSBit mcs) { set_mcs(mcs_8080_.rx, nss, mcs); }
+  std::uint8_t get_he_tx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(tx_mcs_80_, nss); }
+  void set_he_tx_mcs_spatial_stream_80(unsigned int nss, HEMCSBit mcs) { set_mcs(tx_mcs_80_, nss, mcs); }
+  std::uint8_t get_he_rx_mcs_spatial_stream_80(unsigned int nss) const { return get_mcs(rx_mcs_80_, nss); }
+  void set_he_rx_mcs_spatial_stream_80(unsigned int nss, HEMCSBit mcs) { set_mcs(rx_mcs_80_, nss, mcs); }
+  std::uint8_t get_he_tx_mcs_spatial_stream_160(unsigned int nss) const { return get_mcs(tx_mcs_160_, nss); }
+  void set_he_tx_mcs_spatial_stream_160(unsigned int nss, HEMCSBit mcs) { set_mcs(tx_mcs_160_, nss, mcs); }
+  std::uint8_t get_he_rx_mcs_spatial_stream_160(unsigned int nss) const { return get_mcs(rx_mcs_160_, nss); }
+  void set_he_rx_mcs_spatial_stream_160(unsigned int nss, HEMCSBit mcs) { set_mcs(rx_mcs_160_, nss, mcs); }
+  std::uint8_t get_he_tx_mcs_spatial_stream_8080(unsigned int nss) const { return get_mcs(tx_mcs_8080_, nss); }
+  void set_he_tx_mcs_spatial_stream_8080(unsigned int nss, HEMCSBit mcs) { set_mcs(tx_mcs_8080_, nss, mcs); }
+  std::uint8_t get_he_rx_mcs_spatial_stream_8080(unsigned int nss) const { return get_mcs(rx_mcs_8080_, nss); }
+  void set_he_rx_mcs_spatial_stream_8080(unsigned int nss, HEMCSBit mcs) { set_mcs(rx_mcs_8080_, nss, mcs); }
 
   // 1 to 8; see get_stream_count. 0 is stored as 8.
   std::uint8_t get_number_tx_spatial_streams() const { return get_stream_count(flags_, TX_STREAMS); }
@@ -82,12 +82,29 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
 
   void dbg_str(std::ostream& os) const override;
 
-  bool equals(const APHECapabilitiesTLV& other) const;
+  /// Used for comparison only: on the wire, a size precedes the maps, and the flags tell which there are.
+  static constexpr auto table() {
+    using serialization::accessed_by;
+    using serialization::Field;
+    using T = APHECapabilitiesTLV;
+    return serialization::rows(
+        Field{&T::radio_identifier_}, accessed_by<&T::get_he_tx_mcs_spatial_stream_80>(Field{&T::tx_mcs_80_}),
+        accessed_by<&T::get_he_rx_mcs_spatial_stream_80>(Field{&T::rx_mcs_80_}),
+        accessed_by<&T::get_he_tx_mcs_spatial_stream_160>(Field{&T::tx_mcs_160_}),
+        accessed_by<&T::get_he_rx_mcs_spatial_stream_160>(Field{&T::rx_mcs_160_}),
+        accessed_by<&T::get_he_tx_mcs_spatial_stream_8080>(Field{&T::tx_mcs_8080_}),
+        accessed_by<&T::get_he_rx_mcs_spatial_stream_8080>(Field{&T::rx_mcs_8080_}),
+        accessed_by<&T::get_number_tx_spatial_streams, &T::get_number_rx_spatial_streams, &T::get_he_80_80_mhz_support,
+                    &T::get_he_160_mhz_support, &T::get_su_beamformer_capable, &T::get_mu_beamformer_capable,
+                    &T::get_ul_mumimo_capable, &T::get_ul_mumimo_ofdma_capable, &T::get_dl_mumimo_ofdma_capable,
+                    &T::get_ul_ofdma_capable, &T::get_dl_ofdma_capable>(Field{&T::flags_}));
+  }
 
  private:
   friend serialization::BodyAccess;
   inline void encode_body(serialization::Writer& out) const;
   inline void decode_body(serialization::Reader& in, std::uint16_t length);
+  bool equals(const APHECapabilitiesTLV& other) const;
 
   /// Bits of the flags; bit 0 is reserved.
   enum Flag : std::size_t {
@@ -104,21 +121,13 @@ class QEL_EXPORT APHECapabilitiesTLV final : public TableTLV<APHECapabilitiesTLV
   static constexpr BitField TX_STREAMS{13, 3};
   static constexpr BitField RX_STREAMS{10, 3};
 
-  /// The maps for one width, in wire order.
-  struct MCSMaps {
-    MCSMap rx = NO_MCS_SUPPORTED;
-    MCSMap tx = NO_MCS_SUPPORTED;
-
-    bool operator==(const MCSMaps&) const = default;
-    static constexpr auto table() {
-      return serialization::rows(serialization::Field{&MCSMaps::rx}, serialization::Field{&MCSMaps::tx});
-    }
-  };
-
   MACAddress radio_identifier_;
-  MCSMaps mcs_80_;
-  MCSMaps mcs_160_;
-  MCSMaps mcs_8080_;
+  MCSMap rx_mcs_80_ = NO_MCS_SUPPORTED;
+  MCSMap tx_mcs_80_ = NO_MCS_SUPPORTED;
+  MCSMap rx_mcs_160_ = NO_MCS_SUPPORTED;
+  MCSMap tx_mcs_160_ = NO_MCS_SUPPORTED;
+  MCSMap rx_mcs_8080_ = NO_MCS_SUPPORTED;
+  MCSMap tx_mcs_8080_ = NO_MCS_SUPPORTED;
   std::bitset<16> flags_;
 };
 

@@ -24,21 +24,16 @@ const MediaSpecificInformation& InterfaceInformation::get_media_specific_informa
 }
 
 void InterfaceInformation::dbg_str(std::ostream& os) const {
-  os << "\tInterfaceInformation: mac: " << mac_ << " type: " << interface_type_
-     << " mode: " << interface_mode_to_string(interface_type_, interface_mode_)
-     << " media-specific: " << get_media_specific_information();
+  os << "\tInterfaceInformation: mac: " << mac_;
+  print_type_and_block(os, *this);
 }
 
 bool InterfaceInformation::equals(const InterfaceInformation& other) const {
-  return serialization::equal_rows(*this, other) &&
-         get_media_specific_information() == other.get_media_specific_information();
+  return equal_rows_and_blocks(*this, other);
 }
 
 bool InterfaceInformation::is_less_than(const InterfaceInformation& other) const {
-  if (!serialization::equal_rows(*this, other)) {
-    return serialization::less_rows(*this, other);
-  }
-  return get_media_specific_information() < other.get_media_specific_information();
+  return less_rows_and_blocks(*this, other);
 }
 
 template const serialization::Codec& TableOf<DeviceInformationTLV>::codec();

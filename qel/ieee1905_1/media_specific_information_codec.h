@@ -2,9 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 #include <variant>
 
 #include "qel/core/serialization/table_codec.h"
+#include "qel/core/serialization/table_values.h"
 #include "qel/ieee1905_1/media_specific_information.h"
 
 namespace qel::ieee1905_1 {
@@ -53,6 +55,28 @@ template <class Put>
       information.emplace<NoMediaSpecificInformation>();
       break;
   }
+}
+
+/// What both records of an interface, here and in vendor/, have in common: text, equality and ordering of the rows and
+/// the block.
+template <class Interface>
+void print_type_and_block(std::ostream& os, const Interface& interface) {
+  os << " type: " << interface.get_interface_type()
+     << " mode: " << interface_mode_to_string(interface.get_interface_type(), interface.get_interface_mode())
+     << " media-specific: " << interface.get_media_specific_information();
+}
+
+template <class Interface>
+bool equal_rows_and_blocks(const Interface& left, const Interface& right) {
+  return serialization::equal_rows(left, right) &&
+         left.get_media_specific_information() == right.get_media_specific_information();
+}
+
+template <class Interface>
+bool less_rows_and_blocks(const Interface& left, const Interface& right) {
+  return serialization::equal_rows(left, right)
+             ? left.get_media_specific_information() < right.get_media_specific_information()
+             : serialization::less_rows(left, right);
 }
 
 inline const MediaSpecificInformation& block_of(const AnyMediaSpecificInformation& information) {

@@ -21,11 +21,12 @@ bool SteeringRequestTargetBSSID::equals(const SteeringRequestTargetBSSID& other)
   if (mandated && targets != 1 && targets != stations) {
     serialization::fail("Invalid size: Constrains violated!");
   }
-  out.put(bssid_, flags_, steering_opertunity_window_, disassociation_timer_, static_cast<std::uint8_t>(stations));
-  out.put_list(steering_sta_mac_vector_);
-  out.put(static_cast<std::uint8_t>(mandated ? targets : 0));
+  constexpr std::size_t TARGETS = serialization::ROWS<SteeringRequestTLV> - 1;
+  serialization::encode_rows<SteeringRequestTLV, 0, TARGETS>(out, *this);
   if (mandated) {
-    out.put_list(target_bssid_vector_);
+    serialization::encode_rows<SteeringRequestTLV, TARGETS>(out, *this);
+  } else {
+    out.put(std::uint8_t{0});
   }
 }
 

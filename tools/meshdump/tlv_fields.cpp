@@ -17,17 +17,6 @@ namespace meshdump {
 namespace ieee802_11 = qel::ieee802_11;
 using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
 
-static void put_members(JsonWriter& json, const APHECapabilitiesTLV& tlv) {
-  using T = APHECapabilitiesTLV;
-  put_accessed<&T::get_radio_identifier, &T::get_he_tx_mcs_spatial_stream_80, &T::get_he_rx_mcs_spatial_stream_80,
-               &T::get_he_tx_mcs_spatial_stream_160, &T::get_he_rx_mcs_spatial_stream_160,
-               &T::get_he_tx_mcs_spatial_stream_8080, &T::get_he_rx_mcs_spatial_stream_8080,
-               &T::get_number_tx_spatial_streams, &T::get_number_rx_spatial_streams>(json, tlv);
-  put_flags<&T::get_he_80_80_mhz_support, &T::get_he_160_mhz_support, &T::get_su_beamformer_capable,
-            &T::get_mu_beamformer_capable, &T::get_ul_mumimo_capable, &T::get_ul_mumimo_ofdma_capable,
-            &T::get_dl_mumimo_ofdma_capable, &T::get_ul_ofdma_capable, &T::get_dl_ofdma_capable>(json, "flags", tlv);
-}
-
 static void put_members(JsonWriter& json, const BackhaulSTARadioCapabilitiesTLV& tlv) {
   put_rows(json, tlv);
   put_member(json, "backhaul_sta_mac", tlv.get_is_mac_included() ? &tlv.get_backhaul_sta_mac() : nullptr);

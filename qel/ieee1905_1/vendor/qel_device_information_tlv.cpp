@@ -30,28 +30,20 @@ const MediaSpecificInformation& QELInterfaceInformation::get_media_specific_info
 }
 
 void QELInterfaceInformation::dbg_str(std::ostream& os) const {
-  os << "QELInterfaceInformation: mac: " << mac_ << " (" << name_ << ") type: " << interface_type_
-     << " mode: " << interface_mode_to_string(interface_type_, interface_mode_)
-     << " media-specific: " << get_media_specific_information();
+  os << "QELInterfaceInformation: mac: " << mac_ << " (" << name_ << ")";
+  print_type_and_block(os, *this);
   if (!media_specific_rest_.empty()) {
     os << " rest: " << Decimal(static_cast<std::int64_t>(media_specific_rest_.size())) << " Bytes";
   }
 }
 
 bool QELInterfaceInformation::equals(const QELInterfaceInformation& other) const {
-  return serialization::equal_rows(*this, other) &&
-         get_media_specific_information() == other.get_media_specific_information() &&
-         media_specific_rest_ == other.media_specific_rest_;
+  return equal_rows_and_blocks(*this, other) && media_specific_rest_ == other.media_specific_rest_;
 }
 
 bool QELInterfaceInformation::is_less_than(const QELInterfaceInformation& other) const {
-  if (!serialization::equal_rows(*this, other)) {
-    return serialization::less_rows(*this, other);
-  }
-  if (get_media_specific_information() != other.get_media_specific_information()) {
-    return get_media_specific_information() < other.get_media_specific_information();
-  }
-  return media_specific_rest_ < other.media_specific_rest_;
+  return equal_rows_and_blocks(*this, other) ? media_specific_rest_ < other.media_specific_rest_
+                                             : less_rows_and_blocks(*this, other);
 }
 
 template const serialization::Codec& PayloadOf<QELDeviceInformationTLV>::codec();
