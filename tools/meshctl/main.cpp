@@ -1,10 +1,8 @@
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
@@ -13,6 +11,7 @@
 
 #include "ctlcmd.h"
 #include "tools/command_line.h"
+#include "tools/console.h"
 #include "tools/json_line.h"
 #include "tools/meshctl/client.h"
 #include "tools/meshctl/log_reader.h"
@@ -28,16 +27,12 @@ enum ExitStatus : int { SUCCESS = 0, FAILURE = 1, WRONG_USAGE = 2 };
 
 constexpr std::chrono::milliseconds LOG_POLL_INTERVAL{100};
 
-/// Prints one line, whatever arguments the text quotes.
-void complain(const std::string& text) {
-  std::fprintf(stderr, "meshctl: %s\n", tools::for_terminal_line(text).c_str());
-}
+void complain(const std::string& text) { tools::complain("meshctl", text); }
 
-/// Flushes at once, because somebody may be waiting for the output. Throws if it cannot be written.
+/// Flushes at once, because somebody may be waiting for the output.
 void write(const std::string& text) {
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-    throw std::runtime_error(std::string("cannot write the output: ") + std::strerror(errno));
-  }
+  tools::write_output(text);
+  tools::flush_output();
 }
 
 ExitStatus list() {

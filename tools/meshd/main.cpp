@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -10,6 +9,7 @@
 #include <ostream>
 #include <random>
 #include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -19,6 +19,7 @@
 #include "qel/process/signal_watch.h"
 #include "tools/capabilities.h"
 #include "tools/command_line.h"
+#include "tools/console.h"
 #include "tools/meshd/memory_limit.h"
 #include "tools/meshd/node.h"
 #include "tools/meshd/options.h"
@@ -86,16 +87,17 @@ int main(int argc, char** argv) {
   try {
     const meshd::Options options = meshd::parse_options(argc, argv);
     if (!options.notice.empty()) {
-      std::fputs(options.notice.c_str(), stdout);
-      return std::fflush(stdout) == 0 ? EXIT_SUCCESS : EXIT_FAILURE;
+      tools::write_output(options.notice);
+      tools::flush_output();
+      return EXIT_SUCCESS;
     }
     meshd::run(options);
     return EXIT_SUCCESS;
   } catch (const tools::UsageError& error) {
-    std::fprintf(stderr, "meshd: %s (see 'meshd --help')\n", error.what());
+    tools::complain("meshd", std::string(error.what()) + " (see 'meshd --help')");
     return 2;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "meshd: %s\n", error.what());
+    tools::complain("meshd", error.what());
     return EXIT_FAILURE;
   }
 }

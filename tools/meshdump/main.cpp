@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <map>
 #include <memory>
@@ -23,6 +20,7 @@
 #include "qel/ieee1905_1/tlv_walk.h"
 #include "tools/capabilities.h"
 #include "tools/command_line.h"
+#include "tools/console.h"
 #include "tools/meshdump/capture_file.h"
 #include "tools/meshdump/cmdu.h"
 #include "tools/meshdump/decoder.h"
@@ -50,17 +48,7 @@ using qel::ieee1905_1::TLVWalk;
 
 enum ExitStatus : int { ALL_DECODED = 0, SOME_REJECTED = 1, FAILED = 2 };
 
-void complain(const std::string& text) { std::fprintf(stderr, "meshdump: %s\n", text.c_str()); }
-
-void check_written(bool written) {
-  if (!written) {
-    throw std::runtime_error(std::string("cannot write the output: ") + std::strerror(errno));
-  }
-}
-
-void write(const std::string& text) { check_written(std::fwrite(text.data(), 1, text.size(), stdout) == text.size()); }
-
-void flush() { check_written(std::fflush(stdout) == 0); }
+void complain(const std::string& text) { tools::complain("meshdump", text); }
 
 /// The comment on a message in a capture.
 std::string comment_of(const Cmdu& cmdu, const Decoding& decoding) {
@@ -113,7 +101,7 @@ class Dump {
       dump_captures();
     }
     if (options_.summary) {
-      write(json_ ? json_->summary(tally_) : tally_.text());
+      tools::write_output(json_ ? json_->summary(tally_) : tally_.text());
     }
     flush();
     if (opened_ && !options_.quiet) {
@@ -286,14 +274,14 @@ class Dump {
     text_.clear();
     Output& output = json_ ? static_cast<Output&>(*json_) : *text_output_;
     output.print(cmdu, decoding, text_);
-    write(text_);
+    tools::write_output(text_);
   }
 
   void flush() {
     if (writer_) {
       writer_->flush();
     }
-    meshdump::flush();
+    tools::flush_output();
   }
 
   const Options& options_;
@@ -314,8 +302,8 @@ class Dump {
 int run(int argc, const char* const* argv) {
   const Options options = parse_options(argc, argv);
   if (!options.notice.empty()) {
-    write(options.notice);
-    flush();
+    tools::write_output(options.notice);
+    tools::flush_output();
     return EXIT_SUCCESS;
   }
   return Dump(options).run();

@@ -374,6 +374,7 @@ TEST_F(Meshdump, RefusesWrongUsage) {
       {"-c 0 -", "--count: '0'" + count + usage},
       {"-c 99999999999999999999999 -", "--count: '99999999999999999999999'" + count + usage},
       {"missing.pcap", "missing.pcap: No such file or directory"},
+      {"\"$(printf 'a\\033b')\"", "a\\x1bb: No such file or directory"},
       {"--hex /", "/: Is a directory"},
       {"in", "in: truncated dump file; tried to read 4 file header bytes, only got 0"},
       {TWO_NODES + " >/dev/full", "cannot write the output: No space left on device"},
