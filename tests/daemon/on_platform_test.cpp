@@ -19,7 +19,7 @@ class OnPlatform : public testing::Test {
 
   template <class Condition>
   bool run_until(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + kBound;
+    const auto end = std::chrono::steady_clock::now() + BOUND;
     while (!condition() && std::chrono::steady_clock::now() < end) {
       loop.run(50ms);
     }

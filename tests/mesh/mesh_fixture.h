@@ -103,7 +103,7 @@ class MeshTest : public testing::Test {
     }
     char folder[] = "/tmp/qelmeshXXXXXX";
     folder_ = mkdtemp(folder);
-    bus_ = std::make_unique<PrivateBus>(PrivateBus::kAllowAll + "<limit name=\"max_message_size\">120000000</limit>");
+    bus_ = std::make_unique<PrivateBus>(PrivateBus::ALLOW_ALL + "<limit name=\"max_message_size\">120000000</limit>");
   }
 
   void TearDown() override {

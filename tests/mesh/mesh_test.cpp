@@ -114,8 +114,8 @@ TEST_F(MeshTest, AReplayedTopologyQueryIsAnsweredWithoutFault) {
   const Frame answer = codec.parse(*response).value();
   EXPECT_EQ(answer.source, asked.destination);
   EXPECT_EQ(answer.destination, asked.source);
-  EXPECT_EQ(codec.decode(answer).find<IEEE1905NeighborDeviceTLV>()->get_AL_MAC_neighbor_vector().at(0).get_AL_MAC(),
-            asked.source);
+  const Message message = codec.decode(answer);
+  EXPECT_EQ(message.find<IEEE1905NeighborDeviceTLV>()->get_AL_MAC_neighbor_vector().at(0).get_AL_MAC(), asked.source);
 
   if (std::system("command -v tshark >/dev/null") != 0) {
     GTEST_SKIP() << "tshark, which would look at the answer too, is not installed";

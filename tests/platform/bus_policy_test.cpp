@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr char kInterface[] = "org.qel.ipc.Endpoint1";
-constexpr char kStranger[] = "com.example.Stranger";
+constexpr char BUS_INTERFACE[] = "org.qel.ipc.Endpoint1";
+constexpr char STRANGER[] = "com.example.Stranger";
 
 struct Free {
   void operator()(qelipc* ipc) const { qelipc_destroy(ipc); }
@@ -71,7 +71,7 @@ void forge_events(sd_bus* bus) {
   ASSERT_GE(sd_bus_list_names(bus, &names, nullptr), 0);
   for (char** name = names;; ++name) {
     sd_bus_message* event = nullptr;
-    ASSERT_GE(sd_bus_message_new_signal(bus, &event, "/org/qel/ipc/root", kInterface, "Event"), 0);
+    ASSERT_GE(sd_bus_message_new_signal(bus, &event, "/org/qel/ipc/root", BUS_INTERFACE, "Event"), 0);
     sd_bus_message_append(event, "s", "up");
     sd_bus_message_append_array(event, 'y', "forged", 6);
     if (*name == nullptr || **name == ':') {
@@ -97,19 +97,19 @@ int act(gid_t group, bool is_member) {
   EXPECT_GE(sd_bus_creds_get_unique_name(owner, &unique), 0);
   const struct {
     const char *destination, *interface, *member;
-  } calls[] = {{"org.qel.ipc.root", kInterface, "Command"},
+  } calls[] = {{"org.qel.ipc.root", BUS_INTERFACE, "Command"},
                {"org.qel.ipc.root", nullptr, "Command"},
                {"org.qel.ipc.root", "org.freedesktop.DBus.Properties", "GetAll"},
                {"org.qel.ipc.root", "org.freedesktop.DBus.Peer", "Ping"},
-               {unique, kInterface, "Command"},
+               {unique, BUS_INTERFACE, "Command"},
                {unique, nullptr, "Command"},
-               {kStranger, kStranger, "Hello"},
-               {kStranger, nullptr, "Hello"}};
+               {STRANGER, STRANGER, "Hello"},
+               {STRANGER, nullptr, "Hello"}};
   Inbox inbox;
   const Client client = listener(inbox);
   for (const auto& call : calls) {
     EXPECT_EQ(may_call(bus.get(), call.destination, call.interface, call.member),
-              is_member || call.destination == kStranger)
+              is_member || call.destination == STRANGER)
         << call.destination << ' ' << (call.interface != nullptr ? call.interface : "-") << ' ' << call.member;
   }
   while (qelipc_client_wait(client.get(), 0) == 1) {
@@ -153,7 +153,7 @@ TEST(BusPolicy, RootAndTheGroupMayAndStrangersAreAsBefore) {
   EXPECT_EQ(qelipc_event_register_notifier(root.get(), "up", note, &endpoint_inbox), 0);
   const Client client = listener(client_inbox);
   const Bus stranger = connect();
-  ASSERT_GE(sd_bus_request_name(stranger.get(), kStranger, 0), 0);
+  ASSERT_GE(sd_bus_request_name(stranger.get(), STRANGER, 0), 0);
   const sd_bus_message_handler_t greet = [](sd_bus_message* message, void* ipc, sd_bus_error*) {
     if (sd_bus_message_is_method_call(message, nullptr, "Hello") == 0) {
       return 0;

@@ -28,7 +28,7 @@ int fail(Session session, int, Words, void*) {
   throw std::runtime_error("fail");
 }
 
-const ctlcmd_command kCommands[] = {
+const ctlcmd_command COMMANDS[] = {
     {"ECHO", echo, "say it again"}, {"LEAVE", leave, "remove the module"},   {"HELP", ctlcmd_help, "help"},
     {"QUIT", ctlcmd_quit, "leave"}, {"SLABSHOW", ctlcmd_slabshow, "totals"}, {"SLABDUMP", ctlcmd_slabdump, "all"},
     {"FAIL", fail, "throw"}};
@@ -45,13 +45,13 @@ std::string run(const char* line, const char* module = "mod") {
 
 class Ctlcmd : public testing::Test {
  protected:
-  void SetUp() override { ASSERT_EQ(ctlcmd_register_library("mod", kCommands, std::size(kCommands)), 0); }
+  void SetUp() override { ASSERT_EQ(ctlcmd_register_library("mod", COMMANDS, std::size(COMMANDS)), 0); }
   void TearDown() override { ctlcmd_unregister_library("mod"); }
 };
 
 TEST_F(Ctlcmd, ModulesComeAndGo) {
-  EXPECT_EQ(ctlcmd_register_library("mod", kCommands, 1), -EEXIST);
-  EXPECT_EQ(ctlcmd_register_library("", kCommands, 1), -EINVAL);
+  EXPECT_EQ(ctlcmd_register_library("mod", COMMANDS, 1), -EEXIST);
+  EXPECT_EQ(ctlcmd_register_library("", COMMANDS, 1), -EINVAL);
   char context[] = "context";
   EXPECT_EQ(ctlcmd_module_set_ctx("mod", context), 0);
   EXPECT_EQ(run("echo a"), "7 [echo][a]context");

@@ -11,7 +11,7 @@
 #include <filesystem>
 #include <fstream>
 
-const std::string PrivateBus::kAllowAll =
+const std::string PrivateBus::ALLOW_ALL =
     "<policy context=\"default\"><allow own=\"*\"/><allow send_destination=\"*\"/>"
     "<allow receive_sender=\"*\"/></policy>";
 

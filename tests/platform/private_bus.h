@@ -10,7 +10,7 @@
 class PrivateBus {
  public:
   /// `policies` are elements of the daemon's configuration.
-  explicit PrivateBus(const std::string& policies = kAllowAll);
+  explicit PrivateBus(const std::string& policies = ALLOW_ALL);
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
   ~PrivateBus();
@@ -23,7 +23,7 @@ class PrivateBus {
   /// Sends the daemon a signal.
   void signal(int number) { kill(daemon_, number); }
 
-  static const std::string kAllowAll;
+  static const std::string ALLOW_ALL;
 
  private:
   std::string folder_;

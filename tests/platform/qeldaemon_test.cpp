@@ -18,7 +18,7 @@ class DatagramServer {
     address.sun_family = AF_UNIX;
     path_.copy(address.sun_path, sizeof address.sun_path - 1);
     fd_ = socket(AF_UNIX, SOCK_DGRAM, 0);
-    const timeval bound = {kBound.count(), 0};
+    const timeval bound = {BOUND.count(), 0};
     setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &bound, sizeof bound);
     EXPECT_EQ(bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   }

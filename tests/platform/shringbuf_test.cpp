@@ -186,10 +186,10 @@ TEST(ShringbufTest, WhateverBecomesOfTheMemoryReadingEndsSoon) {
     off_t size;
     std::uint32_t sequence;  ///< of all slots; 0 leaves them
   };
-  constexpr off_t kSize = (1 << 20) + 64;
+  constexpr off_t SIZE = (1 << 20) + 64;
   for (const auto& [what, size, sequence] :
-       {Damage{"nothing is left", 0, 0}, Damage{"half a slot is left", 64 + 100, 0},
-        Damage{"far ahead", kSize, 1 << 30}, Damage{"just ahead", kSize, 4}, Damage{"behind", kSize, 0x90000000}}) {
+       {Damage{"nothing is left", 0, 0}, Damage{"half a slot is left", 64 + 100, 0}, Damage{"far ahead", SIZE, 1 << 30},
+        Damage{"just ahead", SIZE, 4}, Damage{"behind", SIZE, 0x90000000}}) {
     const Object object{unique_name("damaged")};
     const Ring ring(shringbuf_init(object.name.c_str(), 1 << 20));
     ASSERT_TRUE(ring);
@@ -200,12 +200,12 @@ TEST(ShringbufTest, WhateverBecomesOfTheMemoryReadingEndsSoon) {
       ASSERT_EQ(pwrite(fd, &sequence, sizeof sequence, slot), static_cast<ssize_t>(sizeof sequence));
     }
     // A copy of the ring is truncated, because the writer also maps the ring.
-    std::vector<char> copy(kSize);
-    ASSERT_EQ(pread(fd, copy.data(), copy.size(), 0), kSize);
+    std::vector<char> copy(SIZE);
+    ASSERT_EQ(pread(fd, copy.data(), copy.size(), 0), SIZE);
     close(fd);
     const Object cut{unique_name("cut")};
     const int cut_fd = cut.open_it();
-    ASSERT_EQ(write(cut_fd, copy.data(), copy.size()), kSize);
+    ASSERT_EQ(write(cut_fd, copy.data(), copy.size()), SIZE);
     const Reader cut_reader = attach(cut.name);
     ASSERT_EQ(ftruncate(cut_fd, size), 0);
     close(cut_fd);

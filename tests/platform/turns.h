@@ -10,12 +10,12 @@
 #include "tests/support/testing.h"
 
 /// Longer than anything takes on a loaded machine; tests normally wait much less.
-constexpr std::chrono::seconds kBound{20};
+constexpr std::chrono::seconds BOUND{20};
 
 /// Runs turns until the condition is true. Returns false if it never is.
 template <class Condition>
 bool turn_until(Condition condition) {
-  const auto end = std::chrono::steady_clock::now() + kBound;
+  const auto end = std::chrono::steady_clock::now() + BOUND;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) {
       return false;
