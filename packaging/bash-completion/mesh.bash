@@ -54,7 +54,8 @@ _mesh() {
     if [[ ${commands[0]-} == exec && ${#arguments[@]} -gt 0 ]]; then
       arguments+=("$word")
     elif [[ $word == -* ]]; then
-      option=$word value=$(_mesh_value "$help" "$word")
+      option=$word value=
+      [[ ! $word =~ ^--?[a-z-]+$ ]] || value=$(_mesh_value "$help" "$word")
     elif [[ -n $value && $word != = ]]; then
       [[ $value == *... ]] || value=
     elif _mesh_commands "$help" | grep -qxF -e "$word"; then
