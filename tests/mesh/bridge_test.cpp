@@ -1,5 +1,9 @@
 // Daemons on routers: their ports are in bridges, which forward between them.
 #include <linux/if_ether.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <regex>
 
 #include "tests/mesh/mesh_fixture.h"
 #include "tests/net/private_network.h"
@@ -145,6 +149,32 @@ TEST_F(BridgeTest, ABridgeForwardsAllButDiscoveryAndIsLeftAsItWas) {
                                            "ERROR: meshd: cannot tell bridge bd where we are: [^\n]*not permitted\n"))
       << powerless.err();
   EXPECT_EQ(forwards(), all);
+}
+
+/// Another program has the table, and marks frames as we do.
+TEST_F(BridgeTest, TriesAgainWhatIsRefusedAndLeavesForeignMarksAlone) {
+  if (std::system("command -v nft >/dev/null") != 0) {
+    GTEST_SKIP() << "nft is not installed";
+  }
+  add_veth_pair("bi0", "bi1");
+  add_veth_pair("bj0", "bj1");
+  add_bridge("bi", {"bi0", "bj0"});
+  const std::string fifo = folder_ + "/nft";
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+  const Process nft = run({"sh", "-c", "exec nft -i <" + fifo});
+  std::ofstream commands(fifo);
+  commands << "add table bridge mesh_" << std::regex_replace(name("bi"), std::regex("_"), "_5f")
+           << " { flags owner; }\nadd table bridge foreign\n"
+              "add chain bridge foreign mark_all { type filter hook prerouting priority -200; }\n"
+              "add rule bridge foreign mark_all meta mark set 0x893a\n"
+           << std::flush;
+  ASSERT_TRUE(
+      eventually([] { return std::system("nft list chain bridge foreign mark_all 2>/dev/null | grep -q 0x") == 0; }));
+  start_meshd("bi", {"--al-mac", device_mac(4).to_string(), "--interface", "bi"});
+  EXPECT_TRUE(eventually([&] { return contains(daemons_.back().err(), WITHOUT_RIGHTS); }));
+  nft.signal(SIGTERM);
+  EXPECT_TRUE(eventually([&] { return forwarded("bi1", "bj1", device_mac(4)) == std::set<std::size_t>{5, 6}; }));
+  EXPECT_FALSE(matches(daemons_.back().err(), WITHOUT_RIGHTS + "[^\n]*\n.*" + WITHOUT_RIGHTS)) << "said once";
 }
 
 /// STP keeps one of the links from forwarding; not even the nodes at its ends miss anything.

@@ -31,7 +31,8 @@ std::string table_of(const std::string& daemon) {
 }
 
 /// A bridge that filters VLANs has tagged every frame by the time it forwards it. So the frames are marked on arrival,
-/// where they still show whether they came with a tag, and dropped when they are forwarded.
+/// where they still show whether they came with a tag, and dropped when they are forwarded. Other programs may use the
+/// same mark for frames of their own, so the mark alone is not enough.
 constexpr const char* CHAINS = R"(
   chain prerouting {
     type filter hook prerouting priority -300; policy accept;
@@ -41,7 +42,8 @@ constexpr const char* CHAINS = R"(
   }
   chain forward {
     type filter hook forward priority -300; policy accept;
-    iif @ports oif @ports meta mark 0x893a drop
+    iif @ports oif @ports meta mark 0x893a ether daddr 01:80:c2:00:00:13 meta protocol 0x893a drop
+    iif @ports oif @ports meta mark 0x893a ether daddr 01:80:c2:00:00:0e meta protocol 0x88cc drop
   }
 )";
 
@@ -91,17 +93,17 @@ void BridgeGuard::keep_apart(const std::vector<unsigned int>& ports) {
   const std::string remove_if_any = "add table " + table_ + '\n' + remove;
   const std::string set = "set ports { type iface_index; elements = { " + join(ports) + " } }";
   const auto make = [&](const char* flags) { return "table " + table_ + " {" + flags + set + CHAINS + "}\n"; };
-  const bool is_first = !std::exchange(has_begun_, true);
   if (ports.size() < 2) {
     if (context_ != nullptr) {
       run(remove);
-    } else if (is_first) {
+    } else if (!has_begun_) {
       try {
         run(remove_if_any);
       } catch (const std::system_error&) {  // without the right to remove one, none was made
       }
     }
     context_.reset();
+    has_begun_ = true;
     return;
   }
   const bool is_made = context_ != nullptr;
@@ -113,6 +115,7 @@ void BridgeGuard::keep_apart(const std::vector<unsigned int>& ports) {
     }
     throw std::runtime_error(*refusal);
   }
+  has_begun_ = true;
 }
 
 }  // namespace meshd

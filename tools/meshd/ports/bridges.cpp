@@ -4,6 +4,7 @@
 #include <exception>
 #include <ostream>
 #include <system_error>
+#include <utility>
 
 #include "qel/daemon/log.h"
 #include "tools/meshd/ports/forwarding_table.h"
@@ -11,6 +12,9 @@
 namespace meshd {
 
 namespace {
+
+/// Between two tries of what the system refuses.
+constexpr std::chrono::seconds LONGEST_GAP{64};
 
 /// Whether the bridge knows the address anyway: as its own, or as that of a port.
 bool has_address(const LinkTable& links, unsigned int bridge, const qel::MACAddress& address) {
@@ -32,16 +36,14 @@ template <class Action>
 bool Bridges::attempt(const std::string& what, Action action) {
   try {
     action();
-    causes_.erase(what);
     return true;
   } catch (const std::exception& error) {
     const auto* const system_error = dynamic_cast<const std::system_error*>(&error);
     const bool is_gone = system_error != nullptr && system_error->code() == std::errc::no_such_device;
     if (!what.empty() && !is_gone) {
       ++refused_;
-      std::string& cause = causes_[what];
-      if (cause != error.what()) {
-        cause = error.what();
+      std::string& cause = causes_[what] = error.what();
+      if (cause != former_causes_[what]) {
         qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot " << what << ": " << cause << std::endl;
       }
     }
@@ -60,8 +62,14 @@ void Bridges::follow(const LinkTable& links, const std::vector<unsigned int>& po
   }
   const bool has_bridge = std::ranges::any_of(links.all(), [](const auto& entry) { return entry.second.is_bridge; });
   if (has_bridge || guarded_) {  // else nothing of nftables is even looked at
+    former_causes_ = std::exchange(causes_, {});
     guard(ports_of_bridges);
     tell(links, bridges);
+    retry_at_.reset();
+    gap_ = causes_.empty() ? std::chrono::seconds(1) : std::min(2 * gap_, LONGEST_GAP);
+    if (!causes_.empty()) {
+      retry_at_ = std::chrono::steady_clock::now() + gap_;
+    }
   }
 }
 
@@ -69,9 +77,9 @@ void Bridges::guard(const std::set<unsigned int>& ports) {
   if (ports == guarded_) {
     return;
   }
-  guarded_ = ports;
   attempt("keep bridges from forwarding discovery between our ports", [&] {
     guard_.keep_apart({ports.begin(), ports.end()});
+    guarded_ = ports;
   });
 }
 

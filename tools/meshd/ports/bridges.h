@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -27,6 +28,10 @@ class Bridges {
   /// To be called at the start and whenever a link has changed, with the indexes of our ports.
   void follow(const LinkTable& links, const std::vector<unsigned int>& ports);
 
+  /// Whether follow() is to be called although no link has changed: the system refused something, and some time has
+  /// passed, more each time and up to a minute.
+  bool is_to_retry(std::chrono::steady_clock::time_point now) const { return retry_at_ && now >= *retry_at_; }
+
   /// How often the system refused something.
   std::uint64_t refused() const { return refused_; }
 
@@ -40,11 +45,14 @@ class Bridges {
 
   BridgeGuard guard_;
   qel::MACAddress al_mac_;
-  std::optional<std::set<unsigned int>> guarded_;  // the last ports to keep apart; nothing before the first bridge
+  std::optional<std::set<unsigned int>> guarded_;  // the ports kept apart; nothing before the first bridge
   std::set<unsigned int> told_;                    // bridges that have an entry of ours
   bool has_begun_ = false;
-  std::map<std::string, std::string> causes_;  // by what is refused now
+  std::map<std::string, std::string> causes_;         // by what was refused in the last follow()
+  std::map<std::string, std::string> former_causes_;  // in the one before
   std::uint64_t refused_ = 0;
+  std::chrono::seconds gap_{1};  // to the next try
+  std::optional<std::chrono::steady_clock::time_point> retry_at_;
 };
 
 }  // namespace meshd

@@ -28,8 +28,8 @@ class ForwardingTable {
   std::map<unsigned int, std::vector<qel::MACAddress>> hosts_;
 };
 
-/// Tells the bridge with this interface index that frames to the address are for this machine, so that it does not flood
-/// them. Needs CAP_NET_ADMIN. Throws std::system_error.
+/// Tells the bridge with this interface index that frames to the address are for this machine, so that it does not
+/// flood them. Needs CAP_NET_ADMIN. Throws std::system_error.
 void add_bridge_address(unsigned int bridge, const qel::MACAddress& address);
 /// Undoes that. Throws std::system_error, also if there is no such entry or bridge.
 void remove_bridge_address(unsigned int bridge, const qel::MACAddress& address);

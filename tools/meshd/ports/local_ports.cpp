@@ -295,6 +295,8 @@ void LocalPorts::follow() {
 void LocalPorts::tend() {
   if (is_following_) {
     follow();
+  } else if (bridges_.is_to_retry(Clock::now())) {
+    prepare_bridges();
   }
 }
 

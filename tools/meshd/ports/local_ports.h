@@ -41,7 +41,7 @@ class LocalPorts {
   /// socket, so each call opens or closes one at most and leaves the next to another turn of the loop.
   void follow();
 
-  /// Call this once a second: repeats the last follow() if it failed for lack of memory.
+  /// Call this once a second: repeats the last follow() if memory was lacking, and what the system refused.
   void tend();
 
   /// These take the entity's index of an interface.
