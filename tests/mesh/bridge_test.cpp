@@ -218,6 +218,7 @@ TEST_F(BridgeTest, ItsAddressLastsWhateverBecomesOfTheInterface) {
   ip("link set dev bf0 address " + device_mac(8).to_string());
   EXPECT_EQ(address_with(kept), address);
   EXPECT_NE(address_with({}), address);
+  EXPECT_THAT(daemons_.back().err(), HasSubstr("use --state-directory"));
   std::ofstream(folder_ + "/" + name("bf") + ".al_mac") << "01:80:C2:00:00:13\n";
   EXPECT_THAT(address_with(kept), HasSubstr("02:51:4C:BB:00:08")) << "no address of a device was kept";
   EXPECT_THAT(address_with({"--state-directory", "/nonexistent"}), HasSubstr("02:51:4C:"));

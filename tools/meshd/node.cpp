@@ -40,6 +40,10 @@ Entity::Config configure(const Options& options, const LinkTable& links, const A
   config.hold_time = SILENT_ANNOUNCEMENTS * options.discovery_interval;
   const Link& first = get_link(links, options.interfaces.front());
   const std::optional<MACAddress> al_mac = options.al_mac ? options.al_mac : file.read();
+  if (first.is_bridge && !options.al_mac && options.state_directory.empty()) {
+    log() << LogLevels::LOG << "the AL MAC address follows the address of bridge " << first.name
+          << ", which can change; use --state-directory to keep it" << std::endl;
+  }
   config.al_mac = al_mac.value_or(make_al_mac(*first.mac));
   return config;
 }

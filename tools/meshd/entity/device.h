@@ -47,6 +47,13 @@ struct ToldByDevice {
 
   /// The octets of memory that the lists take.
   std::size_t cost() const;
+
+  /// Leaves out entries of the neighbour lists beyond the first `most`.
+  void limit_neighbors(std::size_t most);
+
+  /// Leaves out what exceeds so many octets: the hosts first, then the metrics, then neighbours one by one, and
+  /// interfaces only if they alone exceed it. Returns whether anything was left out.
+  bool fit_into(std::size_t octets);
 };
 
 /// Another device of the mesh.
@@ -61,6 +68,7 @@ struct Device {
   std::optional<TimePoint> noticed_at;  ///< when its last notification came
   std::optional<TimePoint> answered_at;
   ToldByDevice told;
+  bool is_truncated = false;  ///< it reported more, for which there was no memory
 
   Inquiry inquiry;
   bool has_more_metrics = false;              ///< unknown ones that the last sequence did not ask for

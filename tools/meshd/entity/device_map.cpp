@@ -30,12 +30,6 @@ std::vector<MACAddress> neighbors_of(const Device& device, const MACAddress& sel
   return al_macs;
 }
 
-/// Clears the list, which keeps no memory.
-template <class T>
-void release(std::vector<T>& list) {
-  std::vector<T>().swap(list);
-}
-
 }  // namespace
 
 /// What the device told may change as long as this lives, also by an exception.
@@ -91,15 +85,9 @@ Device* DeviceMap::take_notifier(const MACAddress& al_mac, std::size_t interface
 
 void DeviceMap::take_told(Device& device, ToldByDevice told) {
   const Recount recount(*this, device);
-  if (!has_memory_for(told)) {
-    release(told.hosts);
-  }
-  if (!has_memory_for(told)) {
-    release(told.transmitter_metrics);
-    release(told.receiver_metrics);
-  }
-  if (!has_memory_for(told)) {
-    told = {};
+  device.is_truncated = false;
+  if (told.fit_into(room_for_told())) {
+    note_truncated(device);
   }
   device.told = std::move(told);
 }
@@ -117,9 +105,10 @@ void DeviceMap::take_metrics(Device& device, const MACAddress& neighbor, const T
     }
     std::erase_if(known, [&](const TLV& tlv) { return tlv.get_neighbor_AL_MAC() == neighbor; });
     known.push_back(*told);
-    if (!has_memory_for(device.told)) {
+    if (device.told.cost() > room_for_told()) {
       known.pop_back();
       known.shrink_to_fit();
+      note_truncated(device);
     }
   };
   take(device.told.transmitter_metrics, transmitter);
@@ -129,8 +118,9 @@ void DeviceMap::take_metrics(Device& device, const MACAddress& neighbor, const T
 void DeviceMap::take_blocked(Device& device, std::vector<QELBlockedInterface> blocked) {
   const Recount recount(*this, device);
   device.told.blocked_interfaces = std::move(blocked);
-  if (!has_memory_for(device.told)) {
-    release(device.told.blocked_interfaces);
+  if (device.told.cost() > room_for_told()) {
+    std::vector<QELBlockedInterface>().swap(device.told.blocked_interfaces);
+    note_truncated(device);
   }
 }
 
@@ -263,9 +253,15 @@ std::size_t DeviceMap::excess(const ToldByDevice& told) {
   return size - std::min(size, OWN_SIZE);
 }
 
-bool DeviceMap::has_memory_for(const ToldByDevice& told) const {
+/// Its own memory, and a quarter of the spare memory that is left.
+std::size_t DeviceMap::room_for_told() const {
   const std::size_t spare = most_ * (DEVICE_SIZE - OWN_SIZE);
-  return excess(told) <= (spare - std::min(spare, spare_taken_)) / 4;
+  return OWN_SIZE - sizeof(Devices::value_type) - NODE_SIZE + (spare - std::min(spare, spare_taken_)) / 4;
+}
+
+void DeviceMap::note_truncated(Device& device) {
+  device.is_truncated = true;
+  ++truncated_;
 }
 
 }  // namespace meshd

@@ -51,8 +51,8 @@ class DeviceMap {
   /// Takes in a device whose notification came on the interface. Null if it is unknown and there is no room.
   Device* take_notifier(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
-  /// What a device of the map told replaces what it told before, as far as there is memory for it: the hosts are left
-  /// out first, then the metrics, then all.
+  /// What a device of the map told replaces what it told before, as far as there is memory for it; see
+  /// ToldByDevice::fit_into().
   void take_told(Device& device, ToldByDevice told);
 
   /// What a device of the map measured on its links to the neighbour; what it measured there before goes. Null when it
@@ -70,6 +70,9 @@ class DeviceMap {
   /// Required after a device no longer reports another, or a link of ours is gone. Returns the forgotten devices that
   /// were `is_found`.
   std::vector<qel::MACAddress> walk(const NeighborTable& neighbors, TimePoint now);
+
+  /// How often a part of what a device told was not kept, for lack of memory.
+  std::uint64_t count_truncated() const { return truncated_; }
 
   /// Whether another walk should follow soon: devices that were left out have room by now, or wait to be reported.
   bool is_waiting() const { return is_waiting_ || (is_crowded_ && devices_.size() < most_); }
@@ -90,13 +93,15 @@ class DeviceMap {
   bool make_room(unsigned int hops);
   Devices::iterator erase(Devices::iterator place);
   static std::size_t excess(const ToldByDevice& told);
-  bool has_memory_for(const ToldByDevice& told) const;
+  std::size_t room_for_told() const;
+  void note_truncated(Device& device);
 
   qel::MACAddress self_;
   std::size_t most_;
   Devices devices_;
   std::size_t spare_taken_ = 0;  // octets, of all devices
-  std::size_t notifiers_ = 0;    // devices known only by a notification, as of the last walk
+  std::uint64_t truncated_ = 0;
+  std::size_t notifiers_ = 0;  // devices known only by a notification, as of the last walk
   std::uint32_t walk_ = 0;
   bool is_waiting_ = false;
   bool is_crowded_ = false;  // some devices had no room

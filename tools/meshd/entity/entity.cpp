@@ -104,6 +104,7 @@ Entity::Outcome Entity::take(const Received& received) {
 FrameCounts Entity::counts() const {
   FrameCounts counts = counts_;
   counts.incomplete = reassembly_.count_incomplete() - reassembly_.count_messages();
+  counts.truncated = devices().count_truncated();
   return counts;
 }
 

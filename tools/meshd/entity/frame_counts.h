@@ -24,6 +24,7 @@ struct FrameCounts {
   std::uint64_t incomplete = 0;      ///< messages whose fragments did not all arrive
   std::uint64_t unknown_tlvs = 0;    ///< TLVs without a class, skipped in messages that were processed
   std::uint64_t malformed_tlvs = 0;  ///< TLVs of a known type that could not be decoded, skipped likewise
+  std::uint64_t truncated = 0;       ///< responses of which a part was not kept, for lack of memory
 };
 
 /// A count and its name, in the order in which they are shown.
@@ -48,6 +49,7 @@ inline constexpr NamedFrameCount FRAME_COUNTS[] = {
     {"unasked", &FrameCounts::unasked},
     {"unknown_tlvs", &FrameCounts::unknown_tlvs},
     {"malformed_tlvs", &FrameCounts::malformed_tlvs},
+    {"truncated", &FrameCounts::truncated},
 };
 
 }  // namespace meshd

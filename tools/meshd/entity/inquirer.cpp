@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <functional>
 #include <iterator>
-#include <span>
 #include <utility>
 
 #include "qel/ieee1905_1/device_identification_tlv.h"
@@ -35,24 +34,6 @@ const T* find_metrics(const Message& message, const MACAddress& al_mac, const MA
   return nullptr;
 }
 
-/// The first entries, as many as are taken of one device.
-std::vector<IEEE1905NeighborDeviceTLV> collect_neighbors(const Message& message) {
-  std::vector<IEEE1905NeighborDeviceTLV> lists = collect<IEEE1905NeighborDeviceTLV>(message);
-  std::size_t room = ToldByDevice::MOST_NEIGHBORS;
-  for (IEEE1905NeighborDeviceTLV& list : lists) {
-    const std::span entries(list.get_AL_MAC_neighbor_vector());
-    if (entries.size() > room) {
-      IEEE1905NeighborDeviceTLV part(list.get_local_MAC());
-      for (const ALMAC19051Neighbor& entry : entries.first(room)) {
-        part.add_AL_MAC_neighbor(entry);
-      }
-      list = std::move(part);
-    }
-    room -= list.get_AL_MAC_neighbor_vector().size();
-  }
-  return lists;
-}
-
 template <class T>
 std::vector<T> keep_about(const std::vector<MACAddress>& neighbors, std::vector<T> metrics) {
   std::erase_if(metrics,
@@ -78,7 +59,8 @@ ToldByDevice read_topology(const Message& message, const DeviceInformationTLV& i
   if (const auto* bridging = message.find<DeviceBridgingCapabilityTLV>()) {
     told.bridges = bridging->get_bridging_tuple_vector();
   }
-  told.neighbors = collect_neighbors(message);
+  told.neighbors = collect<IEEE1905NeighborDeviceTLV>(message);
+  told.limit_neighbors(ToldByDevice::MOST_NEIGHBORS);
   told.hosts = collect<NonIEEE1905NeighborDeviceListTLV>(message);
   const std::vector<MACAddress> neighbors = told.neighbor_al_macs();
   told.transmitter_metrics = keep_about(neighbors, before.transmitter_metrics);

@@ -66,13 +66,12 @@ class Inquirer {
   std::optional<qel::MACAddress> take_metrics(const qel::MACAddress& source, const qel::ieee1905_1::Message& message,
                                               TimePoint now);
 
-  /// The device has sent us something over the interface.
-  static void learn_way(Device& device, std::size_t interface);
-
   /// Forgets the devices that are gone, and queries those that are due.
   void tend(TimePoint now);
 
  private:
+  /// The device has sent us something over the interface.
+  static void learn_way(Device& device, std::size_t interface);
   bool ask(const qel::MACAddress& al_mac, Device& device, TimePoint now);
   std::vector<std::size_t> interfaces_to(const qel::MACAddress& al_mac, const Device& device) const;
   void give_up(const qel::MACAddress& al_mac, Device& device, TimePoint now);

@@ -13,8 +13,6 @@ using qel::MACAddress;
 using Node = TopologyView::Node;
 using State = TopologyView::State;
 
-constexpr std::size_t MOST_HOSTS = 8;  // listed at one interface
-
 /// Escaped for an HTML-like label of Graphviz.
 std::string escaped(const std::string& text) {
   std::string result;
@@ -88,11 +86,11 @@ class Drawing {
   void add(const Node& node, const TopologyView::Hosts& hosts) {
     const std::string name = "\"hosts " + hosts.interface.to_string() + '"';
     os_ << "  " << name << " [shape=box, style=filled, fillcolor=\"#eeeeee\", color=\"#bbbbbb\", label=<";
-    for (std::size_t i = 0; i < std::min(hosts.macs.size(), MOST_HOSTS); ++i) {
+    for (std::size_t i = 0; i < std::min(hosts.macs.size(), TopologyView::MOST_HOSTS); ++i) {
       os_ << named(hosts.macs[i], " ") << "<br/>";
     }
-    if (hosts.macs.size() > MOST_HOSTS) {
-      os_ << "and " << hosts.macs.size() - MOST_HOSTS << " more<br/>";
+    if (hosts.macs.size() > TopologyView::MOST_HOSTS) {
+      os_ << "and " << hosts.macs.size() - TopologyView::MOST_HOSTS << " more<br/>";
     }
     os_ << ">];\n  " << end({node.al_mac, hosts.interface}) << " -- " << name << " [color=\"#999999\"];\n";
   }

@@ -56,6 +56,7 @@ class Writer {
     put("told_by", node.told_by);
     put("bridges", node.bridges);
     put_array("hosts", node.hosts);
+    put("truncated", node.is_truncated);
   }
 
   void put_content(const TopologyView::Hosts& hosts) {

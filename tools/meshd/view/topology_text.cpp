@@ -23,12 +23,13 @@ std::string state_of(const TopologyView& view, const Node& node) {
   if (node.is_self) {
     return "this node";
   }
+  const std::string truncated = node.is_truncated ? ", truncated" : "";
   const std::string ago = node.age ? ' ' + std::to_string(node.age->count()) + " s ago" : "";
   if (node.state == State::ANSWERED) {
-    return "answered" + ago;
+    return "answered" + ago + truncated;
   }
   std::string text = node.state == State::UNREACHABLE ? "unreachable" : "heard of";
-  text += ago.empty() ? "" : ", answered" + ago;
+  text += (ago.empty() ? "" : ", answered" + ago) + truncated;
   const char* before = ", told by ";
   for (const MACAddress& teller : node.told_by) {
     const std::string name = view.name_of(teller);
@@ -112,8 +113,12 @@ class Text {
     }
     for (const Hosts& hosts : node.hosts) {
       if (hosts.interface == interface) {
-        for (const MACAddress& host : hosts.macs) {
-          os_ << "    host " << named(host) << '\n';
+        const std::size_t shown = std::min(hosts.macs.size(), TopologyView::MOST_HOSTS);
+        for (std::size_t i = 0; i < shown; ++i) {
+          os_ << "    host " << named(hosts.macs[i]) << '\n';
+        }
+        if (shown < hosts.macs.size()) {
+          os_ << "    and " << hosts.macs.size() - shown << " more hosts\n";
         }
       }
     }

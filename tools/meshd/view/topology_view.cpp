@@ -141,6 +141,7 @@ class Builder {
       view_.names.try_emplace(al_mac, visible(told.name));
     }
     node.state = device.state;
+    node.is_truncated = device.is_truncated;
     node.has_answered = device.answered_at.has_value();
     if (device.answered_at) {
       node.age = std::chrono::duration_cast<std::chrono::seconds>(now_ - *device.answered_at);

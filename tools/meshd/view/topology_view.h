@@ -24,6 +24,9 @@ struct TopologyView {
   /// ends of links.
   static constexpr std::size_t MOST_NODES = 16384;
 
+  /// Text and graph list so many hosts at one interface, and count the rest.
+  static constexpr std::size_t MOST_HOSTS = 8;
+
   struct Interface {
     qel::MACAddress mac;
     qel::ieee1905_1::InterfaceType type;
@@ -50,6 +53,7 @@ struct TopologyView {
     std::vector<std::vector<qel::MACAddress>> bridges;          ///< the interfaces of each
     std::vector<qel::ieee1905_1::QELBlockedInterface> blocked;  ///< names made printable
     std::vector<Hosts> hosts;
+    bool is_truncated = false;  ///< it reported more, for which there was no memory
   };
 
   /// A link as one of its ends reports it.

@@ -228,6 +228,30 @@ TEST_F(InquirerTest, KeepsWhatWasToldHoweverManyComeAndGo) {
   }
 }
 
+TEST_F(InquirerTest, KeepsOfADeviceWhatFitsInterfacesFirst) {
+  DeviceMap map(device_mac(1), 4);
+  meshd::Device& much = *map.take_neighbor(device_mac(2), 0);
+  IEEE1905NeighborDeviceTLV neighbors(interface_mac(0x21));
+  for (std::uint8_t number = 0; number < 250; ++number) {
+    neighbors.add_AL_MAC_neighbor({mac(0x60, number), IEEE802_1_Bridge::NO_IEEE802_1_BRIDGE});
+  }
+  ToldByDevice told;
+  told.interfaces.resize(20);
+  told.neighbors = {neighbors, neighbors};
+  map.take_told(much, told);
+  EXPECT_THAT(much.told.interfaces, SizeIs(20));
+  EXPECT_GT(much.told.neighbor_al_macs().size(), 50U);
+  EXPECT_LT(much.told.cost(), DeviceMap::DEVICE_SIZE + DeviceMap::DEVICE_SIZE / 4);
+  told.interfaces.resize(1000);
+  map.take_told(much, told);
+  EXPECT_GT(much.told.interfaces.size(), 20U);
+  EXPECT_THAT(much.told.neighbors, IsEmpty());
+  EXPECT_TRUE(much.is_truncated);
+  map.take_told(much, {});
+  EXPECT_FALSE(much.is_truncated);
+  EXPECT_EQ(map.count_truncated(), 2U);
+}
+
 TEST_F(InquirerTest, LeavesEachDeviceMemoryOfItsOwn) {
   DeviceMap map(device_mac(1), 16);
   const auto tell = [&](std::uint8_t teller, std::size_t neighbors, std::size_t others) {

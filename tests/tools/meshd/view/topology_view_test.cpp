@@ -65,7 +65,8 @@ TopologyView everything() {
   view.nodes[0].hosts = {{interface_mac(0x12), {mac(0x55, 1), mac(0x55, 2)}}};
   view.nodes[1].age = std::chrono::seconds(12);
   view.nodes[1].blocked = {{InterfaceType::ETHERNET, interface_mac(0x22), "lan2", 0b11}};
-  view.nodes[2].hosts = {{interface_mac(0x39), {mac(0x55, 3)}}};
+  view.nodes[1].is_truncated = true;
+  view.nodes[2].hosts = {{interface_mac(0x39), std::vector(10, mac(0x55, 3))}};
   view.nodes[2].interfaces[1] = {interface_mac(0x32), InterfaceType::WLAN,
                                  static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ)};
   view.nodes[4].interfaces[0] = {interface_mac(0x51), InterfaceType::WLAN,
@@ -102,7 +103,7 @@ TEST(TopologyView, IsShownAsText) {
     host 02:19:05:55:00:01
     host 02:19:05:55:00:02 (tv)
 
-node 02:19:05:A0:00:02 (two), answered 12 s ago
+node 02:19:05:A0:00:02 (two), answered 12 s ago, truncated
   interface 02:19:05:10:00:21 ETHERNET GIGABIT_ETHERNET
     link to 02:19:05:A0:00:01 (a "name" & <more>) at 02:19:05:10:00:11
     link to 02:19:05:A0:00:03
@@ -120,6 +121,14 @@ node 02:19:05:A0:00:03, answered
     link to 02:19:05:A0:00:07
   interface 02:19:05:10:00:39
     host 02:19:05:55:00:03
+    host 02:19:05:55:00:03
+    host 02:19:05:55:00:03
+    host 02:19:05:55:00:03
+    host 02:19:05:55:00:03
+    host 02:19:05:55:00:03
+    host 02:19:05:55:00:03
+    host 02:19:05:55:00:03
+    and 2 more hosts
 
 node 02:19:05:A0:00:04, answered
   interface 02:19:05:10:00:41 ETHERNET GIGABIT_ETHERNET
@@ -138,7 +147,7 @@ node 02:19:05:A0:00:07, unreachable, answered 300 s ago, told by two, 02:19:05:A
               StartsWith(
                   R"(AL MAC             NAME               MESHD  INTERFACES  LINKS  HOSTS  STATE
 02:19:05:A0:00:01  a "name" & <more>  0.1             2      2      2  this node
-02:19:05:A0:00:02  two                -               2      3      0  answered 12 s ago
+02:19:05:A0:00:02  two                -               2      3      0  answered 12 s ago, truncated
 )"));
 }
 
@@ -147,9 +156,9 @@ TEST(TopologyView, IsJsonInOneLine) {
   const std::string json = text_of(print_json, everything());
   for (
       const char* part :
-      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"told_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"]}]},{)",
+      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"told_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"]}],"truncated":false},{)",
        R"("blocked":[{"mac":"02:19:05:10:00:22","name":"lan2","type":"ETHERNET","filter_actions":3}],"name":"two","state":"answered","age":12,)",
-       R"(,{"al_mac":"02:19:05:A0:00:06","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[],"name":null,"state":"heard_of","age":null,"told_by":["02:19:05:A0:00:03"],"bridges":[],"hosts":[]},{)",
+       R"(,{"al_mac":"02:19:05:A0:00:06","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[],"name":null,"state":"heard_of","age":null,"told_by":["02:19:05:A0:00:03"],"bridges":[],"hosts":[],"truncated":false},{)",
        R"("state":"unreachable","age":300,)",
        R"(}],"links":[{"from":"02:19:05:A0:00:01","from_interface":"02:19:05:10:00:11","to":"02:19:05:A0:00:02","to_interface":"02:19:05:10:00:21","transmitter":{"packet_errors":4,"transmitted_packets":500,"mac_throughput_capacity":0,"link_availability":100,"phy_rate":1000},"receiver":{"packet_errors":0,"packets_received":400,"rcpi":255},"bridged":true},{)",
        R"("to":"02:19:05:A0:00:03","to_interface":null,"transmitter":null,"receiver":null,"bridged":false},{)"}) {
