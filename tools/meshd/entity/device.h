@@ -77,7 +77,8 @@ struct Device {
   unsigned int metrics_turn = 0;  ///< how many times, for a device with more neighbours than a sequence asks for
   AskerLimit answers;             ///< the limit on responses to it
   bool is_found = false;          ///< it is beyond the neighbours and was announced as found
-  std::uint32_t walk = 0;         ///< the last walk that met it; see DeviceMap
+  std::optional<TimePoint> scheduled_for;  ///< its place in the agenda of the map
+  std::uint32_t walk = 0;                  ///< the last walk that met it; see DeviceMap
 };
 
 }  // namespace meshd

@@ -17,7 +17,7 @@ using qel::ieee1905_1::TransmitterLinkMetricTLV;
 unsigned int distance(unsigned int hops) { return hops == 0 ? std::numeric_limits<unsigned int>::max() : hops; }
 
 /// What a node of the map takes beside its value.
-constexpr std::size_t NODE_SIZE = 6 * sizeof(void*);
+constexpr std::size_t NODE_SIZE = 6 * sizeof(void*) + 6 * sizeof(void*) + sizeof(DeviceMap::Agenda::value_type);
 
 bool was_proven(const Device& device) { return device.answered_at.has_value(); }
 
@@ -55,6 +55,17 @@ Device* DeviceMap::find(const MACAddress& al_mac) {
 const Device* DeviceMap::find(const MACAddress& al_mac) const {
   const auto place = devices_.find(al_mac);
   return place == devices_.end() ? nullptr : &place->second;
+}
+
+void DeviceMap::schedule(const MACAddress& al_mac, Device& device) {
+  const TimePoint due = device.inquiry.next_step();
+  if (device.scheduled_for == due) {
+    return;
+  }
+  auto entry = agenda_.extract({device.scheduled_for.value_or(TimePoint()), al_mac});
+  entry.value().first = due;
+  agenda_.insert(std::move(entry));
+  device.scheduled_for = due;
 }
 
 Device* DeviceMap::take_neighbor(const MACAddress& al_mac, std::size_t interface) {
@@ -220,7 +231,10 @@ Device* DeviceMap::add(const MACAddress& al_mac, const Way& way) {
     is_crowded_ = true;
     return nullptr;
   }
+  constexpr TimePoint AT_ONCE{};
+  agenda_.emplace(AT_ONCE, al_mac);
   Device& device = devices_[al_mac];
+  device.scheduled_for = AT_ONCE;
   device.hops = way.hops;
   device.interface = way.interface;
   device.told_by = way.told_by;
@@ -243,6 +257,7 @@ bool DeviceMap::make_room(unsigned int hops) {
 }
 
 DeviceMap::Devices::iterator DeviceMap::erase(Devices::iterator place) {
+  agenda_.erase({place->second.scheduled_for.value_or(TimePoint()), place->first});
   spare_taken_ -= excess(place->second.told);
   return devices_.erase(place);
 }

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "qel/core/mac_address.h"
@@ -19,6 +21,7 @@ class DeviceMap {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
   using Devices = std::map<qel::MACAddress, Device>;
+  using Agenda = std::set<std::pair<TimePoint, qel::MACAddress>>;
 
   /// Limit on devices that never answered among those that one device reports, and among those known only by
   /// notifications. More wait until some of these have answered, so invented devices keep out few real ones.
@@ -44,6 +47,13 @@ class DeviceMap {
   /// By its AL MAC; null if there is none.
   Device* find(const qel::MACAddress& al_mac);
   const Device* find(const qel::MACAddress& al_mac) const;
+
+  /// All devices by the time at which their inquiries have something to do. After a lack of memory it may have the
+  /// address of a device that is not in the map.
+  Agenda& agenda() { return agenda_; }
+
+  /// Required after a change of the device's inquiry.
+  void schedule(const qel::MACAddress& al_mac, Device& device);
 
   /// Takes in a device that was discovered as a neighbour on the interface. Null if other neighbours leave no room.
   Device* take_neighbor(const qel::MACAddress& al_mac, std::size_t interface);
@@ -99,6 +109,7 @@ class DeviceMap {
   qel::MACAddress self_;
   std::size_t most_;
   Devices devices_;
+  Agenda agenda_;
   std::size_t spare_taken_ = 0;  // octets, of all devices
   std::uint64_t truncated_ = 0;
   std::size_t notifiers_ = 0;  // devices known only by a notification, as of the last walk

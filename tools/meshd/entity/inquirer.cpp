@@ -100,8 +100,7 @@ Inquirer::Inquirer(const MACAddress& self, const Limits& limits, std::chrono::mi
       neighbors_(neighbors),
       sender_(sender),
       ports_(ports),
-      devices_(self, limits.devices),
-      last_asked_(self) {}
+      devices_(self, limits.devices) {}
 
 void Inquirer::meet(const MACAddress& al_mac, TimePoint now) {
   if (Device* device = devices_.take_neighbor(al_mac, neighbors_.find(al_mac)->best_link().interface)) {
@@ -129,6 +128,7 @@ bool Inquirer::on_notification(const MACAddress& al_mac, std::size_t interface, 
   }
   const std::chrono::milliseconds spread = time_to_answer(is_neighbor(*device) ? 0 : devices_.all().size());
   device->inquiry.hurry(now + spread * share_of(al_mac) / SHARES);
+  devices_.schedule(al_mac, *device);
   return true;
 }
 
@@ -166,6 +166,7 @@ Device* Inquirer::take_topology(const MACAddress& source, std::size_t interface,
     ask(al_mac, *device, now);
   } else {
     end_row(al_mac, *device, now);
+    devices_.schedule(al_mac, *device);
   }
   return device;
 }
@@ -191,6 +192,7 @@ std::optional<MACAddress> Inquirer::take_metrics(const MACAddress& source, const
     ask(al_mac, *device, now);
   } else {
     end_row(al_mac, *device, now);
+    devices_.schedule(al_mac, *device);
   }
   return al_mac;
 }
@@ -211,19 +213,30 @@ void Inquirer::tend(TimePoint now) {
       ask(neighbor.al_mac, *device, now);
     }
   }
-  auto place = devices_.all().upper_bound(last_asked_);
-  for (std::size_t count = devices_.all().size(); count > 0; --count, ++place) {
-    place = place == devices_.all().end() ? devices_.all().begin() : place;
-    if (!is_neighbor(place->second) && !ask(place->first, place->second, now)) {
+  DeviceMap::Agenda& agenda = devices_.agenda();
+  for (auto place = agenda.begin(); place != agenda.end() && place->first <= now;) {
+    const MACAddress al_mac = place->second;
+    Device* device = devices_.find(al_mac);
+    if (device == nullptr) {
+      place = agenda.erase(place);
+      continue;
+    }
+    ++place;  // before asking moves the entry
+    if (!is_neighbor(*device) && !ask(al_mac, *device, now)) {
       return;
     }
-    last_asked_ = place->first;
   }
 }
 
 /// Puts the question that is due. False when there were too many already. The way over an interface may be blocked
 /// somewhere: when no answer comes the others have their turns, from the first one on with twice as much patience.
 bool Inquirer::ask(const MACAddress& al_mac, Device& device, TimePoint now) {
+  const bool is_allowed = put_question(al_mac, device, now);
+  devices_.schedule(al_mac, device);
+  return is_allowed;
+}
+
+bool Inquirer::put_question(const MACAddress& al_mac, Device& device, TimePoint now) {
   Inquiry& inquiry = device.inquiry;
   inquiry.give_way(now);
   if (now < inquiry.due()) {

@@ -73,6 +73,7 @@ class Inquirer {
   /// The device has sent us something over the interface.
   static void learn_way(Device& device, std::size_t interface);
   bool ask(const qel::MACAddress& al_mac, Device& device, TimePoint now);
+  bool put_question(const qel::MACAddress& al_mac, Device& device, TimePoint now);
   std::vector<std::size_t> interfaces_to(const qel::MACAddress& al_mac, const Device& device) const;
   void give_up(const qel::MACAddress& al_mac, Device& device, TimePoint now);
   void end_row(const qel::MACAddress& al_mac, Device& device, TimePoint now) const;
@@ -90,7 +91,6 @@ class Inquirer {
   Ports& ports_;
   DeviceMap devices_;
   TokenBucket<QUESTIONS_A_SECOND, QUESTIONS_AT_ONCE> questions_;
-  qel::MACAddress last_asked_;  // the last device queried beyond the neighbours; see tend()
   TimePoint last_tended_;
   bool is_to_walk_ = false;
 };

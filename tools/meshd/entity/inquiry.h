@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <cstddef>
@@ -32,6 +33,9 @@ class Inquiry {
 
   /// When to send the next query, or to repeat the open one.
   TimePoint due() const { return due_; }
+
+  /// When there is something to do: the next query, or giving way to a row that was brought forward.
+  TimePoint next_step() const { return question_ == Question::METRICS && hurried_ ? std::min(due_, *hurried_) : due_; }
 
   /// The neighbour that the query asks about. Only for METRICS.
   const qel::MACAddress& neighbor() const { return neighbors_.back(); }

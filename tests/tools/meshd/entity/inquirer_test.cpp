@@ -20,6 +20,12 @@ class InquirerTest : public testing::Test {
     device.entity.tend(now);
   }
 
+  void TearDown() override {
+    for (const auto& [al_mac, other] : device.entity.devices().all()) {
+      EXPECT_EQ(other.scheduled_for, other.inquiry.next_step()) << al_mac;
+    }
+  }
+
   void discover() {
     for (const std::uint8_t neighbor : std::initializer_list<std::uint8_t>{2, 3}) {
       const auto mac = interface_mac(static_cast<std::uint8_t>(neighbor * 16 + 1));
