@@ -29,7 +29,7 @@ class QEL_EXPORT Reassembly {
   struct Limits {
     std::size_t messages = 32;             ///< incomplete and remembered ones; the latter go first
     std::size_t messages_of_a_sender = 4;  ///< incomplete messages of each sender; a new one replaces the oldest
-    std::size_t octets = 256 * 1024;       ///< in all fragments; 256 Ethernet frames would take more
+    std::size_t octets = 262'144;          ///< in all fragments; 256 KiB; 256 Ethernet frames would take more
     std::chrono::milliseconds age{2000};   ///< of a message since its first fragment arrived
   };
 

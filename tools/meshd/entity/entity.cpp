@@ -18,7 +18,7 @@ using qel::MACAddress;
 
 /// A response about 200 links takes some ten frames.
 constexpr Reassembly::Limits REASSEMBLY_LIMITS{
-    .messages = 16, .messages_of_a_sender = 2, .octets = 128 * 1024, .age = std::chrono::seconds(2)};
+    .messages = 16, .messages_of_a_sender = 2, .octets = 131'072, .age = std::chrono::seconds(2)};
 
 }  // namespace
 
