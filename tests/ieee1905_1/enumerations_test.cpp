@@ -76,6 +76,8 @@ TEST(Enumerations, OfTheChannelModel) {
 
 TEST(Enumerations, OfElementsAndIdentifiers) {
   check_enum<OperatingClassDeduction::Region>("0 USA 1 EUROPE 2 JAPAN 3 GLOBAL 4 CHINA", "unknown region value #");
+  check_enum<OperatingClassDeduction::Behavior>(
+      "0 EIGHTY_PLUS_BEHAVIOR 1 UNMAPPED_BEHAVIOR 2 PRIMARY_LOWER_BEHAVIOR 3 PRIMARY_UPPER_BEHAVIOR");
   check_enum<serialization::UIDType>("0 NODE 1 NODE_INTERFACE 2 NODE_LINK");
   using namespace ieee802_11;
   check_enum<DeviceIDSubtype>(

@@ -82,6 +82,10 @@ TEST_F(Ctlcmd, LinesAreSplitIntoWordsAndAnswered) {
   EXPECT_THAT(run("mod", ""),
               StartsWith(result(CTLCMD_NO_COMMAND) +
                          "module \"mod\" needs one of its commands:\n  ECHO              say it again\n"));
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(ctlcmd_docommand("mod", "echo a"), 7);
+  EXPECT_EQ(ctlcmd_docommand("mod", "quit"), CTLCMD_CLOSED);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "[echo][a]-\n") << "an answer is a message";
   const ctlcmd_output deaf = [](void*, const char*, size_t) { throw std::runtime_error("deaf"); };
   EXPECT_EQ(ctlcmd_docommand_to("mod", "fail", deaf, nullptr), CTLCMD_FAILED);
 }
