@@ -268,6 +268,15 @@ Channel Width: 40 MHz
 )");
 }
 
+TEST(OperatingClass, BehaviorsAreCapabilities) {
+  const auto all = std::make_unique<std::vector<Deduction::Behavior>>(
+      std::initializer_list<Deduction::Behavior>{UPPER, UNMAPPED, EIGHTY_PLUS, LOWER});
+  EXPECT_EQ(Lookup::behaviors_to_channel_capabilities(all), Capabilities(0x1C0));
+  EXPECT_EQ(Lookup::behaviors_to_channel_capabilities(nullptr), Capabilities());
+  EXPECT_THAT(Lookup::behaviors_from_channel_capabilities(0x0BF), ElementsAre(LOWER));
+  EXPECT_THAT(Lookup::behaviors_from_channel_capabilities(0x140), ElementsAre(EIGHTY_PLUS, UPPER));
+}
+
 TEST(OperatingClass, IsKnownForTwoRegions) {
   EXPECT_EQ(enum_to_string(static_cast<Deduction::Behavior>(65537)), "65537");
   for (const int code : {0, 2, 4, 5, 7}) {

@@ -124,6 +124,7 @@ TEST(ChannelPreferenceConversion, ReadsAScoreForEachChannelOfTheRadio) {
   EXPECT_EQ(read({{115, {36}, 3, 4}, {115, {36}, 2, 0}, {128, {}, 0, 7}, {115, {36}, 2, 5}, {115, {}, 15, 0}}),
             expected);
   EXPECT_THROW(conversion.to_scores(preferences({}, B)), std::invalid_argument);
+  EXPECT_EQ(conversion.get_radio_identifier(), A);
 }
 
 TEST(ChannelPreferenceConversion, RefusesOrSkipsWhatIsUnknown) {

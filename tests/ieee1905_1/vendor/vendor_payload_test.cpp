@@ -23,6 +23,8 @@ T decoded(const std::string& wire) {
 }
 
 TEST(VendorPayloads, Neighbors) {
+  const auto psq19 = decoded<QELPSQ19NonIEEE1905NeighborDeviceListTLV>("10 000F 021A2B3C4D5E 03 776C31 0A91827364");
+  EXPECT_EQ(psq19.get_rest(), octets("0A91827364"));
   check_rows({
       G(fields(QELIEEE1905NeighborDeviceTLV(A, "wlan0"), FIELD(local_MAC), A, FIELD(local_interface_name), "wlan0",
                FIELD_OF(add_AL_MAC_neighbor, get_AL_MAC_neighbor_vector),
@@ -40,8 +42,7 @@ TEST(VendorPayloads, Neighbors) {
         "type: QEL_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV local mac: 02:1A:2B:3C:4D:5E (eth1)"
         "\n\t\t{06:F1:E2:D3:C4:B5,0A:09:18:27:36:45,}",
         {0}),
-      G(fields(decoded<QELPSQ19NonIEEE1905NeighborDeviceListTLV>("10 000F 021A2B3C4D5E 03 776C31 0A91827364"),
-               FIELD(local_MAC), A, FIELD(local_interface_name), "wl1",
+      G(fields(psq19, FIELD(local_MAC), A, FIELD(local_interface_name), "wl1",
                FIELD_OF(add_mac_address, get_MAC_address_vector), std::vector{B}),
         "10 0015 021A2B3C4D5E 03 776C31 06F1E2D3C4B5 0A91827364",
         "type: QEL_PSQ19_NON_IEEE1905_NEIGHBOR_DEVICE_LIST_TLV local mac: 02:1A:2B:3C:4D:5E (wl1)"

@@ -183,6 +183,9 @@ TEST_F(InquirerTest, PacesQuestionsAndTakesFewWhoNeverAnswered) {
     receive(1, topology_notification(device_mac(number)), number);
   }
   EXPECT_THAT(device.entity.devices().all(), SizeIs(2 + 2 * DeviceMap::MOST_UNPROVEN));
+  EXPECT_EQ(device.entity.counts().ignored, 80 - DeviceMap::MOST_UNPROVEN);
+  pass(DeviceMap::NOTICE_TIME + 1s);
+  EXPECT_THAT(device.entity.devices().all(), SizeIs(2 + DeviceMap::MOST_UNPROVEN)) << "they never answered";
 }
 
 TEST_F(InquirerTest, NearDevicesKeepTheirPlaceInAFullMap) {
