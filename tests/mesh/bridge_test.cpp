@@ -146,7 +146,7 @@ TEST_F(BridgeTest, ABridgeForwardsAllButDiscoveryAndIsLeftAsItWas) {
   ASSERT_TRUE(listens("bd3"));
   EXPECT_TRUE(matches(powerless.err(), "^" + WITHOUT_RIGHTS +
                                            "[^\n]*not permitted[^\n]*\n"
-                                           "ERROR: meshd: cannot tell bridge bd where we are: [^\n]*not permitted\n"))
+                                           "ERROR: meshd: cannot add our address to bridge bd: [^\n]*not permitted\n"))
       << powerless.err();
   EXPECT_EQ(forwards(), all);
 }

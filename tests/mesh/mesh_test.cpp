@@ -331,20 +331,21 @@ TEST_F(MeshTest, FollowsItsInterface) {
   EXPECT_TRUE(loses_neighbor()) << "gone";
   EXPECT_TRUE(eventually([&] { return contains(interfaces("m"), " down, "); }));
   qel::test::ip("link set lo name m0");
-  EXPECT_TRUE(eventually([&] { return contains(daemons_[0].err(), "meshd: cannot use m0: not an Ethernet\n"); }));
+  EXPECT_TRUE(
+      eventually([&] { return contains(daemons_[0].err(), "meshd: cannot use m0: not an Ethernet interface\n"); }));
   qel::test::ip("link set m0 name lo");
-  const auto make_anew = [&](const MACAddress& address) {  // by chance with the number of the old one
+  const auto recreate = [&](const MACAddress& address) {  // by chance with the number of the old one
     qel::test::ip("link add m0 up index " + index + " address " + address.to_string() + " type veth peer name m1");
     plug.emplace("m1");
     qel::test::ip("link set m1 up");
   };
-  make_anew(device_mac(8));
-  announces("made anew", device_mac(8));
+  recreate(device_mac(8));
+  announces("recreated", device_mac(8));
   daemons_[0].signal(SIGSTOP);
   qel::test::remove_interface("m0");
-  make_anew(device_mac(9));
+  recreate(device_mac(9));
   daemons_[0].signal(SIGCONT);
-  announces("made anew meanwhile", device_mac(9));
+  announces("recreated meanwhile", device_mac(9));
   EXPECT_TRUE(has_neighbor("m0")) << interfaces("m");
 }
 
@@ -356,17 +357,18 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
     EXPECT_THAT(meshd.err(), HasSubstr(text));
   };
   expect_failure({"--interface", "nosuch0"}, 1, "meshd: interface nosuch0: No such device\n");
-  expect_failure({"--interface", "lo"}, 1, "meshd: interface lo: not an Ethernet\n");
+  expect_failure({"--interface", "lo"}, 1, "meshd: interface lo: not an Ethernet interface\n");
   expect_failure({"--interface", "g0", "g0"}, 2, "'g0' is given twice");
-  expect_failure({"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2, "no MAC address of a");
+  expect_failure({"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2, "not the MAC address of a");
   expect_failure({"--interface", "g0", "--name", "n"}, 2, "--name is given twice");
   expect_failure({"--interface", "g0", "--debug", "--daemonize"}, 2, "--debug needs a value");
-  expect_failure({"--interface", "g0", "--debug", "meshd", "nosuch"}, 2, "'nosuch' is no component; there are ");
-  expect_failure({"--interface", "g0", "--nosuch"}, 2, "'--nosuch' is no option");
-  expect_failure({"g0"}, 2, "'g0' is no option");
+  expect_failure({"--interface", "g0", "--debug", "meshd", "nosuch"}, 2,
+                 "unknown component 'nosuch'; the components are ");
+  expect_failure({"--interface", "g0", "--nosuch"}, 2, "unknown option '--nosuch'");
+  expect_failure({"g0"}, 2, "unexpected argument 'g0'");
   Process meshd = run({MESHD, "--interface", "g0", "--discovery-interval", "3601"});
   EXPECT_EQ(meshd.wait(), 2);
-  EXPECT_THAT(meshd.err(), HasSubstr("'3601' is no number from 1 to 3600"));
+  EXPECT_THAT(meshd.err(), HasSubstr("'3601' is not a number from 1 to 3600"));
   expect_failure({}, 2, "--interface is required");
   expect_failure({"--interface", "nosuch0", "--daemonize"}, 1, "interface nosuch0");
   start_meshd("g", {"--interface", "g0"});
@@ -418,7 +420,7 @@ TEST_F(MeshTest, RunsInTheBackgroundOnceItWorks) {
   EXPECT_EQ(waitpid(daemon, &status, 0), daemon);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(log.wait(), 0) << "the log ends with the daemon";
-  EXPECT_THAT(log.out(), HasSubstr("meshd: ends\n"));
+  EXPECT_THAT(log.out(), HasSubstr("meshd: exiting\n"));
   EXPECT_TRUE(eventually([&] { return meshctl({"list"}).empty(); }));
 }
 

@@ -75,11 +75,10 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mai
     qel::daemon::CtlcmdModule::Handler handler;
     const char* help;
   } COMMANDS[] = {
-      {"TOPOLOGY", run<&DebugShell::topology, true>,
-       "show what is known of the mesh: TEXT (default), BRIEF, JSON or DOT"},
+      {"TOPOLOGY", run<&DebugShell::topology, true>, "show the mesh as known here: TEXT (default), BRIEF, JSON or DOT"},
       {"NEIGHBORS", run<&DebugShell::neighbors, false>, "show the links to neighbors and when they were last heard"},
       {"INTERFACES", run<&DebugShell::interfaces, false>, "show our interfaces"},
-      {"COUNTERS", run<&DebugShell::counters, false>, "show what became of the frames received"},
+      {"COUNTERS", run<&DebugShell::counters, false>, "show how received frames were handled"},
       {"BLOCK", run<&DebugShell::block, true>, "neither send nor receive on this interface until it is unblocked"},
       {"UNBLOCK", run<&DebugShell::unblock, true>, "use this interface again"},
   };
@@ -89,7 +88,7 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mai
   }
   if (!module->start()) {
     loop_.remove_ctlcmd_module(MODULE);
-    throw std::runtime_error(std::string("the debug shell refuses the module ") + MODULE);
+    throw std::runtime_error(std::string("the debug shell rejects the module ") + MODULE);
   }
 }
 

@@ -72,7 +72,7 @@ void run(const Options& options) {
                                 << std::endl;
   }
   loop.add_watch(std::make_shared<qel::daemon::SignalWatch>(ending, [&loop](int) {
-    qel::debug::stream("meshd") << qel::debug::LogLevels::LOG << "ends" << std::endl;
+    qel::debug::stream("meshd") << qel::debug::LogLevels::LOG << "exiting" << std::endl;
     loop.finish();
   }));
   Node node(options, loop);

@@ -134,7 +134,7 @@ void Node::on_rejected(const Frame& frame, const std::string& reason) {
   std::ostream& line = log();
   line << "rejected a " << frame.head.get_message_type() << " from " << frame.source << ": " << reason;
   if (*others != 0) {
-    line << " (and " << *others << " others before)";
+    line << " (and " << *others << " more before it)";
   }
   line << std::endl;
 }

@@ -22,20 +22,20 @@ constexpr std::array<std::string_view, 8> COMPONENTS = {
     "meshd", "mainloop",      "QELAssociatedSTAIdleStateTLV", "QELBTMQueryTLV", "state_machine", "Task",
     "Timer", "type_validator"};
 
-constexpr const char* HELP = R"(A node of an IEEE 1905.1 mesh: one abstraction layer entity on some interfaces.
+constexpr const char* HELP = R"(A node of an IEEE 1905.1 mesh on the given Ethernet interfaces.
 Usage: meshd --interface IF... [OPTION]...
 
 Options:
   -h, --help                    Print this help and exit
       --version                 Print the version and exit
-  -i, --interface IF...         The Ethernet interfaces to work on; a bridge stands for its ports
-      --al-mac MAC              The address of this device; by default made from the first interface's
-      --state-directory DIR     Keep that address here over restarts
-      --name NAME               What meshctl finds this daemon by; meshd by default
+  -i, --interface IF...         The Ethernet interfaces to use; a bridge stands for its ports
+      --al-mac MAC              The AL MAC address of this device; by default derived from the first interface
+      --state-directory DIR     Keep the AL MAC address in this directory across restarts
+      --name NAME               The name under which meshctl finds this daemon; meshd by default
       --discovery-interval SECONDS
-                                Between two announcements, from 1 to 3600; 60 by default
-      --devices NUMBER          Know so many others at most, up to 4096; 1024 by default
-      --daemonize               Run in the background, or as a service of a service manager
+                                Time between announcements, 1 to 3600; 60 by default
+      --devices NUMBER          Maximum number of other devices to know, up to 4096; 1024 by default
+      --daemonize               Run in the background, or as a service under a service manager
       --debug COMPONENT...      Show the debug messages of these components
 
 Components: )";
@@ -74,7 +74,7 @@ constexpr option LONG_OPTIONS[] = {
 qel::MACAddress parse_al_mac(const std::string& text) {
   qel::MACAddress address;
   if (!address.parse_string(text) || !is_valid_individual_mac_address(address)) {
-    throw tools::UsageError("--al-mac: '" + text + "' is no MAC address of a device");
+    throw tools::UsageError("--al-mac: '" + text + "' is not the MAC address of a device");
   }
   return address;
 }
@@ -83,7 +83,7 @@ qel::MACAddress parse_al_mac(const std::string& text) {
 int parse_number(const std::string& option, const std::string& text, int most) {
   const int number = tools::parse_number<int>(text).value_or(0);
   if (number < 1 || number > most) {
-    throw tools::UsageError(option + ": '" + text + "' is no number from 1 to " + std::to_string(most));
+    throw tools::UsageError(option + ": '" + text + "' is not a number from 1 to " + std::to_string(most));
   }
   return number;
 }
@@ -99,7 +99,8 @@ std::string list_components() {
 void check_components(const std::vector<std::string>& components) {
   for (const std::string& component : components) {
     if (std::ranges::find(COMPONENTS, component) == COMPONENTS.end()) {
-      throw tools::UsageError("--debug: '" + component + "' is no component; there are " + list_components());
+      throw tools::UsageError("--debug: unknown component '" + component + "'; the components are " +
+                              list_components());
     }
   }
 }
@@ -113,7 +114,7 @@ void check_interfaces(std::vector<std::string> interfaces) {
     throw tools::UsageError("--interface: '" + *twice + "' is given twice");
   }
   if (interfaces.size() > Entity::MAX_INTERFACES) {
-    throw tools::UsageError("--interface: there may be " + std::to_string(Entity::MAX_INTERFACES) + " at most");
+    throw tools::UsageError("--interface: at most " + std::to_string(Entity::MAX_INTERFACES) + " are allowed");
   }
 }
 
@@ -177,11 +178,11 @@ Options parse_options(int argc, char* const* argv) {
         list->emplace_back(value);
         break;
       default:
-        throw tools::UsageError("'" + word + "' is no option");
+        throw tools::UsageError((option == FURTHER_WORD ? "unexpected argument '" : "unknown option '") + word + "'");
     }
   }
   if (optind < argc) {
-    throw tools::UsageError(std::string("'") + argv[optind] + "' is no option");
+    throw tools::UsageError(std::string("unexpected argument '") + argv[optind] + "'");
   }
   check_interfaces(options.interfaces);
   check_components(options.debug_components);

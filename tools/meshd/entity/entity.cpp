@@ -37,7 +37,7 @@ Entity::Entity(Config config, Ports& ports)
     throw std::invalid_argument("an interface has no name");
   }
   if (!is_valid_individual_mac_address(config_.al_mac)) {
-    throw std::invalid_argument(config_.al_mac.to_string() + " is no individual MAC address");
+    throw std::invalid_argument(config_.al_mac.to_string() + " is not an individual MAC address");
   }
 }
 

@@ -210,7 +210,7 @@ Entity::Outcome Entity::on_link_metric_query(const Received& received, const Len
   const auto question = query == nullptr ? std::nullopt : read_link_metric_query(query->raw.body);
   if (!question) {
     throw Rejection(query == nullptr ? "no " + enum_to_string(TLVType::LINK_METRIC_QUERY)
-                                     : "No such question" + place_of(query->raw.type, query->raw.offset));
+                                     : "Unsupported query" + place_of(query->raw.type, query->raw.offset));
   }
   return answer(received, [&](std::uint16_t message_id) {
     return link_metric_response(message_id, *question, config_.al_mac, config_.interfaces, read_states(), neighbors_);

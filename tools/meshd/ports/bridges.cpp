@@ -91,7 +91,7 @@ void Bridges::tell(const LinkTable& links, const std::set<unsigned int>& bridges
       told_.erase(index);
     } else if (bridges.contains(index)) {
       // Each time, since a bridge that has got another VLAN does not know the address there.
-      if (attempt("tell bridge " + link.name + " where we are", [&] { add_bridge_address(index, al_mac_); })) {
+      if (attempt("add our address to bridge " + link.name, [&] { add_bridge_address(index, al_mac_); })) {
         told_.insert(index);
       }
     } else if (told_.erase(index) != 0 || !has_begun_) {  // or one that was killed may have told it

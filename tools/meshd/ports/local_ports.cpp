@@ -45,7 +45,7 @@ const Link& get_link(const LinkTable& links, const std::string& name) {
     throw std::system_error(ENODEV, std::generic_category(), "interface " + name);
   }
   if (!link->mac) {
-    throw std::runtime_error("interface " + name + ": not an Ethernet");
+    throw std::runtime_error("interface " + name + ": not an Ethernet interface");
   }
   return *link;
 }
@@ -67,7 +67,7 @@ void LocalPorts::open_all(const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     const Link& link = get_link(links_, name);
     if (given_as(link.index) != nullptr) {
-      throw std::runtime_error("interface " + name + ": given twice, by different names");
+      throw std::runtime_error("interface " + name + ": already given under another name");
     }
     given_.push_back({name, link.index, link.is_bridge});
   }
@@ -110,12 +110,12 @@ void LocalPorts::find(Given& given) {
   }
   if (!link->mac) {
     given.refused = link->index;
-    troubles_.note("cannot use " + given.name + ": not an Ethernet", Clock::now());
+    troubles_.note("cannot use " + given.name + ": not an Ethernet interface", Clock::now());
     return;
   }
   given.index = link->index;
   given.is_bridge = link->is_bridge;
-  log() << LogLevels::LOG << given.name << " was made anew" << std::endl;
+  log() << LogLevels::LOG << given.name << " was recreated" << std::endl;
   const auto kept = std::ranges::find(ports_, &given, &Port::given);
   if (given.is_bridge && kept != ports_.end()) {  // it was no bridge before
     *kept = {};
@@ -234,10 +234,10 @@ void LocalPorts::update(std::size_t interface, const Link& link) {
   const LocalInterface& known = entity_.config().interfaces[interface];
   LocalInterface current = describe(link, links_);
   if (current.name != known.name) {
-    log() << LogLevels::LOG << known.name << " is named " << current.name << " now" << std::endl;
+    log() << LogLevels::LOG << known.name << " was renamed to " << current.name << std::endl;
   }
   if (current.mac != known.mac) {
-    log() << LogLevels::LOG << current.name << " has the address " << current.mac << " now" << std::endl;
+    log() << LogLevels::LOG << current.name << " has the new address " << current.mac << std::endl;
   }
   const bool was_up = std::exchange(ports_[interface].is_up, link.state.up);
   if (link.state.up != was_up) {
