@@ -15,11 +15,12 @@
 #include "tools/meshd/entity/lldp.h"
 #include "tools/meshd/view/topology_view.h"
 
-/// Any sequence of frames, time and commands as what an entity meets. It answers no more than its limits allow, says
-/// nothing of its own but upon a question or a discovery, relays nothing twice while it is remembered, lets no device
-/// live at another's address, and takes a bounded amount of memory.
+/// Feeds an entity any sequence of frames, times and commands. The entity must answer no more than its limits allow,
+/// send nothing unasked except after a query or a discovery, relay no message twice while it remembers it, accept no
+/// device at the address of another, and use a bounded amount of memory.
 ///
-/// The input is a row of steps, each an octet that says which (modulo 8) and its fields, numbers in network order:
+/// The input is a sequence of steps. Each begins with an octet that selects the step (modulo 8); its fields follow,
+/// with numbers in network byte order:
 ///
 ///   0  time passes               milliseconds (2)
 ///   1  announce
@@ -31,10 +32,10 @@
 ///   7  a message                 interface (1), destination (1), source (1), type (2), identifier (2), flags (1),
 ///                                size of its TLVs (2), TLVs
 ///
-/// An address is the octet in one of two rows, of devices and (with the uppermost bit) of interfaces; 0 is that of the
-/// mesh. With the lowest bit of the flags the identifier counts from that of the entity's last question.
+/// An address is one octet: the number of a device or, with the highest bit set, of an interface; 0 is the group
+/// address. With the lowest bit of the flags set, the identifier is relative to that of the entity's last query.
 
-// Of the sanitizer, when there is one.
+// From the sanitizer, if there is one.
 extern "C" __attribute__((weak)) std::size_t __sanitizer_get_current_allocated_bytes();
 
 namespace {
@@ -49,9 +50,9 @@ constexpr std::size_t INTERFACES = 3;
 constexpr std::size_t MOST_FRAMES = 2000;        // in one input
 constexpr std::size_t MOST_MEMORY = 512 * 1024;  // of an entity
 constexpr meshd::Limits LIMITS{.links = 16, .devices = 32};
-constexpr std::size_t MOST_WORDS = 5;   // upon a discovery: another one, its LLDP, a question and two tellings
-constexpr std::size_t MOST_GROWTH = 8;  // of these, or of the questions upon an answer, in octets
-constexpr std::size_t MOST_QUESTIONS = 1 + meshd::Inquirer::QUESTIONS_AT_ONCE;     // upon an answer
+constexpr std::size_t MOST_WORDS = 5;   // after a discovery: another one, LLDP, a query and two messages about us
+constexpr std::size_t MOST_GROWTH = 8;  // of these, or of the queries after a response, in octets
+constexpr std::size_t MOST_QUESTIONS = 1 + meshd::Inquirer::QUESTIONS_AT_ONCE;     // after a response
 constexpr std::size_t ROUND = 2 * INTERFACES + 4 * LIMITS.links + MOST_QUESTIONS;  // frames at regular intervals
 constexpr std::size_t MESSAGE_ID = meshd::ETHER_HEADER_SIZE + 4;
 
@@ -66,7 +67,7 @@ class Input {
   explicit Input(std::span<const std::uint8_t> octets) : rest_(octets) {}
 
   bool is_empty() const { return rest_.empty(); }
-  /// As far as there is something, else zero.
+  /// Missing octets are zero.
   unsigned int number(int size) {
     unsigned int value = 0;
     for (; size > 0; --size) {
@@ -129,7 +130,7 @@ class World final : public meshd::Ports {
         break;
       case 2: {
         const unsigned int number = input.number(1);
-        blocking_ = number % INTERFACES;  // who lives there is told before
+        blocking_ = number % INTERFACES;  // the neighbour there is told before
         own([&] { entity_->set_blocked(blocking_, number < 0x80); }, ROUND);
         blocking_ = INTERFACES;
         break;
@@ -186,7 +187,7 @@ class World final : public meshd::Ports {
     return frame;
   }
 
-  /// What the entity does of its own, with so many frames at most.
+  /// What the entity does unasked, with at most this many frames.
   template <class Action>
   void own(Action action, std::size_t most) {
     received_ = nullptr;
@@ -298,10 +299,10 @@ class World final : public meshd::Ports {
   Relayed relayed_;
   std::map<std::pair<std::size_t, Octets>, meshd::Entity::TimePoint> relayed_at_;
 
-  const Octets* received_ = nullptr;  // while the entity takes it, and the interface that it came on
+  const Octets* received_ = nullptr;  // while the entity handles it, and the interface on which it arrived
   std::size_t interface_ = 0;
   std::size_t blocking_ = INTERFACES;
-  std::size_t words_ = 0;  // frames of the entity's own that are no answers
+  std::size_t words_ = 0;  // the entity's own frames that are not responses
   std::size_t word_octets_ = 0;
 };
 

@@ -50,9 +50,9 @@ const Bridges::Way& Bridges::find_way(std::size_t sender, std::size_t cable, std
   way_.arrives = true;
   const std::size_t first = cables_[cable].left == sender ? cables_[cable].right : cables_[cable].left;
   if (first == destination) {
-    return way_;  // also where its bridge blocks: who listens there listens before the bridge
+    return way_;  // even where its bridge blocks: the node receives frames before the bridge
   }
-  // Of a cable outside the tree the end farther from the root is blocked.
+  // A cable outside the tree is blocked at the end that is farther from the root.
   const bool is_blocked =
       !is_in_tree(cable) && std::pair(places_[first].depth, first) > std::pair(places_[sender].depth, sender);
   way_.arrives = !is_blocked && places_[first].root == places_[destination].root;

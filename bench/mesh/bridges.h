@@ -7,20 +7,19 @@
 
 namespace meshd::simulation {
 
-/// The way of a frame to one device: along a tree of the cables, as the spanning tree protocol leaves it. The bridges
-/// have learned all addresses.
+/// The way of a frame to one device, along the spanning tree of the cables. The bridges have learned all addresses.
 class Bridges {
  public:
   struct Way {
     bool arrives = false;
     std::size_t last_cable = 0;        ///< over which it arrives
-    std::vector<std::size_t> bridges;  ///< that hand it on
+    std::vector<std::size_t> bridges;  ///< that forward it
   };
 
-  /// Makes the tree of the cables that are plugged in, with device 0 as its root.
+  /// Builds the tree of the cables that are plugged in, with device 0 as its root.
   void plan(std::size_t devices, const std::vector<Cable>& cables, const std::vector<bool>& plugged_in);
 
-  /// Of a frame that `sender` puts on a cable, whether or not its own bridge would have taken that way. Borrowed until
+  /// The way of a frame that `sender` puts on a cable, even if its own bridge would have chosen another. Valid until
   /// the next call.
   const Way& find_way(std::size_t sender, std::size_t cable, std::size_t destination);
 

@@ -4,7 +4,7 @@
 
 namespace meshd::simulation {
 
-/// Octets that operator new has given and not got back, with what the allocator adds to each block.
+/// Octets allocated by operator new and not yet freed, including the overhead of the allocator.
 std::int64_t heap_in_use();
 
 }  // namespace meshd::simulation

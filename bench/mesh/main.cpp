@@ -22,9 +22,9 @@
 #include "bench/mesh/shape.h"
 #include "bench/mesh/simulation.h"
 
-/// Meshes of 10, 100 and 1000 nodes in virtual time: how soon each node knows all the others, and what that takes of
-/// each. The figures are those of the mesh, not of this machine, but for the time of the processor; beside them stands
-/// by how much they grow with the mesh.
+/// Simulates meshes of 10, 100 and 1000 nodes in virtual time, and prints how soon each node knows all others and what
+/// that costs each node. Except for the processor time, the figures do not depend on this machine. The last columns
+/// show how much each figure grows with the mesh.
 
 namespace {
 
@@ -90,7 +90,7 @@ std::vector<Traffic> traffic_of(const Simulation& mesh) {
   return traffic;
 }
 
-/// What all nodes send in a time.
+/// What all nodes send within a given time.
 std::vector<Traffic> traffic_in(Simulation& mesh, std::chrono::seconds time) {
   const std::vector<Traffic> before = traffic_of(mesh);
   mesh.run(time);
@@ -99,7 +99,7 @@ std::vector<Traffic> traffic_in(Simulation& mesh, std::chrono::seconds time) {
   return traffic;
 }
 
-/// Of a figure of all nodes.
+/// Statistics over all nodes.
 struct Spread {
   double mean = 0;
   double most = 0;
@@ -126,7 +126,7 @@ Spread cost(const Simulation& mesh, const std::function<double(const Cost&)>& fi
 double milliseconds(const Cost& cost) { return std::chrono::duration<double, std::milli>(cost.time).count(); }
 double kibibytes(const Cost& cost) { return static_cast<double>(cost.heap) / 1024; }
 
-/// The mesh as it goes on in the same time when nothing is changed: in a process of its own, beside this one.
+/// The same mesh over the same time without the change, simulated in a child process.
 class Twin {
  public:
   Twin(Simulation& mesh, std::chrono::seconds time) : nodes_(mesh.nodes()) {
@@ -175,7 +175,7 @@ class Twin {
   int from_child_ = -1;
 };
 
-/// What a change of the spare cable costs beyond what the nodes send without it.
+/// What plugging or unplugging the spare cable costs beyond what the nodes send anyway.
 void add_change(Table& table, const std::string& name, Simulation& mesh, bool plugged_in) {
   Twin unchanged(mesh, INTERVAL);
   mesh.set_plugged_in(mesh.cables().size() - 1, plugged_in);
@@ -216,7 +216,7 @@ void measure(Table& table, const Shape& shape) {
   table.add("  frames sent by a node until then", 0, spread(start, &Traffic::all_frames).mean);
   table.add("  time of the processor until then, ms", 1, cost(mesh, milliseconds).mean);
 
-  mesh.run(4 * INTERVAL);  // the first wave of asking again begins
+  mesh.run(4 * INTERVAL);  // the first wave of repeated queries begins
   const double time_before = cost(mesh, milliseconds).mean;
   constexpr int MINUTES = 6;  // of quiet
   const std::vector<Traffic> quiet = traffic_in(mesh, std::chrono::minutes(MINUTES));
@@ -239,7 +239,7 @@ void measure(Table& table, const Shape& shape) {
 
 }  // namespace
 
-/// The largest size, then the name of a shape; without them all.
+/// Arguments: the largest size, then the name of a shape; all of them by default.
 int main(int argc, char** argv) {
   const std::size_t most = argc > 1 ? std::strtoul(argv[1], nullptr, 10) : 1000;
   constexpr std::size_t MOST_ON_A_SWITCH = 100;  // all of them are neighbours

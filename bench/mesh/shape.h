@@ -12,27 +12,26 @@ struct Cable {
   std::size_t right;
 };
 
-/// Who is joined with whom. All of it hangs together.
+/// Which devices are connected. The graph is connected.
 struct Shape {
   std::string name;
   std::size_t nodes = 0;
-  std::size_t switches = 0;  ///< plain ones, which know nothing of 1905; numbered after the nodes
+  std::size_t switches = 0;  ///< plain ones without 1905.1; numbered after the nodes
   std::vector<Cable> cables;
-  Cable spare;  ///< not plugged in at first; with it or without it all hangs together
+  Cable spare;  ///< not plugged in at first; the graph is connected with it and without it
 };
 
 Shape chain(std::size_t nodes);
 Shape ring(std::size_t nodes);
 
-/// One node in the middle, which has no more interfaces than an entity may have: many nodes hang on several such nodes
-/// around it.
+/// One node in the middle. Since an entity has a limited number of interfaces, many nodes are connected through several
+/// such nodes around it.
 Shape star(std::size_t nodes);
 
 /// Each node has three below it.
 Shape tree(std::size_t nodes);
 
-/// A tree in which every node hangs on any one before it, and half as many cables again between any two. The same
-/// whenever it is made.
+/// A random tree, with half as many cables again between random nodes. The same in each run.
 Shape random(std::size_t nodes);
 
 /// All nodes on one plain switch: each hears every other.

@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 using qel::MACAddress;
 using qel::ieee1905_1::MessageType;
 
-constexpr std::chrono::microseconds ACROSS_A_CABLE = 500us;  // with a turn of the loop of who takes it
+constexpr std::chrono::microseconds ACROSS_A_CABLE = 500us;  // including a turn of the receiver's loop
 constexpr std::chrono::microseconds ACROSS_A_BRIDGE = 20us;
 constexpr std::chrono::milliseconds STARTING = 1000ms;  // all nodes start within
 
@@ -34,7 +34,7 @@ std::size_t number_at(std::span<const std::uint8_t> frame, std::size_t place) {
 constexpr std::uint8_t high(std::size_t number) { return static_cast<std::uint8_t>(number >> 8U); }
 constexpr std::uint8_t low(std::size_t number) { return static_cast<std::uint8_t>(number); }
 
-/// What this process has had of the processor: others may be running beside it.
+/// The processor time of this process, since others may be running too.
 std::chrono::nanoseconds processor_time() {
   timespec time{};
   clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
@@ -97,7 +97,7 @@ class Simulation::Node final : public Ports {
     work([&] { entity_ = std::make_unique<Entity>(std::move(config), *this); });
   }
 
-  /// Does something with the entity, and counts what it takes.
+  /// Runs an action on the entity, and measures what it costs.
   template <class Work>
   void work(Work&& task) {
     enter();
@@ -149,7 +149,7 @@ class Simulation::Node final : public Ports {
 };
 
 bool Simulation::Event::operator<(const Event& other) const {
-  return std::pair(time, number) > std::pair(other.time, other.number);  // the first to come is on top of the heap
+  return std::pair(time, number) > std::pair(other.time, other.number);  // the earliest is on top of the heap
 }
 
 Simulation::Simulation(const Shape& shape, Settings settings)

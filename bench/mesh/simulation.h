@@ -36,14 +36,14 @@ struct Traffic {
   Traffic operator-(const Traffic& earlier) const;
 };
 
-/// What a node takes of the machine that simulates it.
+/// What a node costs the machine that simulates it.
 struct Cost {
   std::chrono::nanoseconds time{};  ///< of the processor
   std::int64_t heap = 0;            ///< octets that it holds
 };
 
-/// Entities on virtual cables, in virtual time. The ports of each node are in one bridge, which hands on what is sent
-/// to one device, and neither discoveries nor LLDP. Runs the same way each time.
+/// Entities on virtual cables, in virtual time. The ports of each node are in one bridge, which forwards unicast frames
+/// but neither discoveries nor LLDP. Each run is the same.
 class Simulation {
  public:
   using TimePoint = Entity::TimePoint;
@@ -63,7 +63,7 @@ class Simulation {
 
   void run(std::chrono::milliseconds time);
 
-  /// Looks every second; false when it was in vain.
+  /// Checks every second; returns false if the time runs out.
   bool run_until(const std::function<bool()>& is_done, std::chrono::seconds most);
 
   /// The cables are in the order of the shape, the spare one last. Both ends know at once, and so does the tree of the
@@ -91,7 +91,7 @@ class Simulation {
   class Node;
   using Octets = std::vector<std::uint8_t>;
 
-  /// Something that happens at a node; the same moment in the order of their making.
+  /// An event at a node. Events of the same time are in the order of their creation.
   struct Event {
     enum class Type { ANNOUNCE, TEND, RECEIVE };
     TimePoint time;

@@ -19,8 +19,7 @@ namespace meshd {
 
 namespace {
 
-/// Hands the answer to the session piece by piece, so that it is nowhere in memory as a whole but where it is kept for
-/// the client.
+/// Passes the answer to the session in pieces, so that only the endpoint holds it as a whole.
 class SessionBuffer final : public std::streambuf {
  public:
   explicit SessionBuffer(ctlcmd_session* session) : session_(session) { setp(piece_.begin(), piece_.end()); }

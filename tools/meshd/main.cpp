@@ -37,9 +37,9 @@ void scatter_message_ids() {
   }
 }
 
-/// Since memory is limited, a turn of the loop may need more than there is. The turn is lost then, but not the daemon.
+/// A turn of the loop may need more memory than the limit allows. The turn is then lost, but not the daemon.
 void run_until_finished(Mainloop& loop, Node& node) {
-  constexpr std::chrono::milliseconds PAUSE{10};  // what is left undone may make the next turn begin at once
+  constexpr std::chrono::milliseconds PAUSE{10};  // unfinished work may start the next turn at once
   for (bool is_finished = false; !is_finished;) {
     try {
       loop.run_until_finished();

@@ -67,7 +67,7 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
   }
   log() << LogLevels::LOG << loop_.get_name() << " is " << entity_.config().al_mac << " on "
         << entity_.config().interfaces.size() << " interfaces" << std::endl;
-  // A timer is armed again before its work, and without new memory, so that it goes on when the work fails.
+  // A timer is restarted before its work, without allocating memory, so that it continues even if the work fails.
   announce_timer_.start(interval_, [this] {
     announce_timer_.start_ctimer(interval_);
     entity_.announce(Clock::now());

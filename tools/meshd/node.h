@@ -28,7 +28,7 @@ class Node final : private Ports {
   Node& operator=(const Node&) = delete;
   ~Node() override;
 
-  /// A turn of the loop ended because there was no memory for what it had to do.
+  /// A turn of the loop has ended early for lack of memory.
   void on_turn_lost() { ++lost_turns_; }
 
  private:
@@ -51,7 +51,7 @@ class Node final : private Ports {
   LocalPorts ports_;
   DebugShell shell_;
   OnceASecond rejections_;
-  std::uint64_t lost_turns_ = 0;  // since the last line about them
+  std::uint64_t lost_turns_ = 0;  // since they were last logged
   qel::time::Timer announce_timer_;
   qel::time::Timer tend_timer_;
 };

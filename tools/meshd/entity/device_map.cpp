@@ -13,15 +13,15 @@ using qel::ieee1905_1::QELBlockedInterface;
 using qel::ieee1905_1::ReceiverLinkMetricTLV;
 using qel::ieee1905_1::TransmitterLinkMetricTLV;
 
-/// A notifier is farther than all that we know the way to.
+/// A device known only by its notification counts as farther than all to which we know the way.
 unsigned int distance(unsigned int hops) { return hops == 0 ? std::numeric_limits<unsigned int>::max() : hops; }
 
-/// What a node of the map takes beside its value.
+/// The overhead of a device in the map and in the agenda.
 constexpr std::size_t NODE_SIZE = 6 * sizeof(void*) + 6 * sizeof(void*) + sizeof(DeviceMap::Agenda::value_type);
 
 bool was_proven(const Device& device) { return device.answered_at.has_value(); }
 
-/// From the one behind ours on: two nodes that hear of the same ones at once ask them in another order.
+/// Starts after our own AL MAC, so that two nodes that hear of the same devices at once query them in different orders.
 std::vector<MACAddress> neighbors_of(const Device& device, const MACAddress& self) {
   std::vector<MACAddress> al_macs = device.told.neighbor_al_macs();
   std::rotate(al_macs.begin(), std::ranges::upper_bound(al_macs, self), al_macs.end());
@@ -32,7 +32,7 @@ std::vector<MACAddress> neighbors_of(const Device& device, const MACAddress& sel
 
 }  // namespace
 
-/// What the device told may change as long as this lives, also by an exception.
+/// Keeps the memory count right while what the device told changes, even if an exception is thrown.
 class DeviceMap::Recount {
  public:
   Recount(DeviceMap& map, const Device& device) : map_(map), device_(device) {
@@ -156,7 +156,7 @@ std::vector<MACAddress> DeviceMap::walk(const NeighborTable& neighbors, TimePoin
   return forget(now);
 }
 
-/// The devices that are not met in a walk.
+/// Forgets the devices that the walk has not met.
 std::vector<MACAddress> DeviceMap::forget(TimePoint now) {
   std::vector<MACAddress> lost;
   notifiers_ = 0;
@@ -178,11 +178,11 @@ std::vector<MACAddress> DeviceMap::forget(TimePoint now) {
   return lost;
 }
 
-/// Those that are met first in the walk, if there is one, are appended to it.
+/// Appends the devices that the walk, if there is one, meets here for the first time.
 std::vector<MACAddress> DeviceMap::meet_neighbors_of(const MACAddress& al_mac, std::vector<MACAddress>* met) {
   std::vector<MACAddress> added;
   const Device* const teller = find(al_mac);
-  if (teller == nullptr) {  // it gave way to others
+  if (teller == nullptr) {  // it was removed in favour of others
     return added;
   }
   const Way way{teller->hops == 0 ? 0 : teller->hops + 1, teller->interface, al_mac};

@@ -48,11 +48,11 @@ class DeviceMap {
   Device* find(const qel::MACAddress& al_mac);
   const Device* find(const qel::MACAddress& al_mac) const;
 
-  /// All devices by the time at which their inquiries have something to do. After a lack of memory it may have the
-  /// address of a device that is not in the map.
+  /// All devices by the time at which their inquiries are due. After a lack of memory it may contain the address of a
+  /// device that is not in the map.
   Agenda& agenda() { return agenda_; }
 
-  /// Required after a change of the device's inquiry.
+  /// Call this after a change of the device's inquiry.
   void schedule(const qel::MACAddress& al_mac, Device& device);
 
   /// Takes in a device that was discovered as a neighbour on the interface. Null if other neighbours leave no room.
@@ -61,12 +61,11 @@ class DeviceMap {
   /// Takes in a device whose notification came on the interface. Null if it is unknown and there is no room.
   Device* take_notifier(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
-  /// What a device of the map told replaces what it told before, as far as there is memory for it; see
-  /// ToldByDevice::fit_into().
+  /// Replaces what a device of the map told before, as far as there is memory; see ToldByDevice::fit_into().
   void take_told(Device& device, ToldByDevice told);
 
-  /// What a device of the map measured on its links to the neighbour; what it measured there before goes. Null when it
-  /// told nothing. It is left out when the device has no such neighbour, or when there is no memory for it.
+  /// Replaces the metrics that a device of the map reported for its links to the neighbour; null keeps the previous
+  /// ones. Metrics are left out if the device has no such neighbour, or if there is no memory for them.
   void take_metrics(Device& device, const qel::MACAddress& neighbor,
                     const qel::ieee1905_1::TransmitterLinkMetricTLV* transmitter,
                     const qel::ieee1905_1::ReceiverLinkMetricTLV* receiver);
@@ -81,7 +80,7 @@ class DeviceMap {
   /// were `is_found`.
   std::vector<qel::MACAddress> walk(const NeighborTable& neighbors, TimePoint now);
 
-  /// How often a part of what a device told was not kept, for lack of memory.
+  /// How many times a part of what a device told was left out for lack of memory.
   std::uint64_t count_truncated() const { return truncated_; }
 
   /// Whether another walk should follow soon: devices that were left out have room by now, or wait to be reported.

@@ -47,7 +47,7 @@ class Entity {
     Limits limits = {};
   };
 
-  /// Throws std::invalid_argument for too many interfaces, one without a name, or an AL MAC that is no individual
+  /// Throws std::invalid_argument for too many interfaces, one without a name, or an AL MAC that is not an individual
   /// address. The ports are borrowed.
   Entity(Config config, Ports& ports);
   Entity(const Entity&) = delete;

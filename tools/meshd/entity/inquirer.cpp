@@ -23,7 +23,7 @@ std::vector<T> collect(const Message& message) {
   return {range.begin(), range.end()};
 }
 
-/// What a device tells of its links to a neighbour; null when it does not.
+/// The metrics that a device reports for its links to a neighbour; null if it reports none.
 template <class T>
 const T* find_metrics(const Message& message, const MACAddress& al_mac, const MACAddress& neighbor) {
   for (const T& tlv : message.all<T>()) {
@@ -45,7 +45,7 @@ std::string text_of(const DeviceIdentificationTypeTLV::Name& name) {
   return {name.begin(), std::ranges::find(name, std::uint8_t{0})};
 }
 
-/// What it tells replaces what it told before, but for what comes in other messages too.
+/// The new report replaces the previous one, except for parts that also come in other messages.
 ToldByDevice read_topology(const Message& message, const DeviceInformationTLV& information,
                            const ToldByDevice& before) {
   ToldByDevice told;
@@ -68,7 +68,7 @@ ToldByDevice read_topology(const Message& message, const DeviceInformationTLV& i
   return told;
 }
 
-/// Those that the device told metrics to, sorted.
+/// The neighbours for which the device reported metrics, sorted.
 std::vector<MACAddress> measured_neighbors(const ToldByDevice& told) {
   std::vector<MACAddress> al_macs;
   al_macs.reserve(told.transmitter_metrics.size() + told.receiver_metrics.size());
@@ -84,7 +84,7 @@ constexpr int SHARES = 1024;
 
 constexpr std::chrono::milliseconds FIRST_REST{4000};
 
-/// What we have any device do for the whole mesh: less than it is able to.
+/// The time that a device is given to answer so many queries of the whole mesh.
 std::chrono::milliseconds time_to_answer(std::size_t questions) {
   return std::chrono::milliseconds(1000 * questions / Inquirer::QUESTIONS_TO_ONE_A_SECOND);
 }
@@ -119,8 +119,8 @@ void Inquirer::ask_neighbors(TimePoint now) {
   }
 }
 
-/// All of a large mesh hear of a change at once: each asks at a time of its own, within as long as the device needs to
-/// answer them all.
+/// All nodes of a large mesh hear of a change at once. Each queries at its own time, within the time that the device
+/// needs to answer them all.
 bool Inquirer::on_notification(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
   Device* device = devices_.take_notifier(al_mac, interface, now);
   if (device == nullptr) {
@@ -228,8 +228,9 @@ void Inquirer::tend(TimePoint now) {
   }
 }
 
-/// Puts the question that is due. False when there were too many already. The way over an interface may be blocked
-/// somewhere: when no answer comes the others have their turns, from the first one on with twice as much patience.
+/// Sends the query that is due. Returns false if the limit on queries is reached. The way over an interface may be
+/// blocked somewhere, so if no response comes, the other interfaces follow, and then all of them again with twice the
+/// patience.
 bool Inquirer::ask(const MACAddress& al_mac, Device& device, TimePoint now) {
   const bool is_allowed = put_question(al_mac, device, now);
   devices_.schedule(al_mac, device);
@@ -261,7 +262,7 @@ bool Inquirer::put_question(const MACAddress& al_mac, Device& device, TimePoint 
   return true;
 }
 
-/// Those over which it can be asked, the best one first.
+/// The interfaces over which the device can be queried, the best one first.
 std::vector<std::size_t> Inquirer::interfaces_to(const MACAddress& al_mac, const Device& device) const {
   if (const Neighbor* neighbor = neighbors_.find(al_mac)) {
     return {neighbor->best_link().interface};
@@ -288,8 +289,8 @@ void Inquirer::give_up(const MACAddress& al_mac, Device& device, TimePoint now) 
   rest(al_mac, device, now);
 }
 
-/// A device with more neighbours than a row asks for has another one soon, but not sooner than it can answer such rows
-/// of the whole mesh.
+/// If a device has more neighbours than a sequence asks about, the next sequence follows soon, but not before the
+/// device can answer such sequences of the whole mesh.
 void Inquirer::end_row(const MACAddress& al_mac, Device& device, TimePoint now) const {
   device.rows_unanswered = 0;
   rest(al_mac, device, now);
@@ -299,8 +300,8 @@ void Inquirer::end_row(const MACAddress& al_mac, Device& device, TimePoint now) 
   }
 }
 
-/// The next row begins after the time that it has, a quarter more or less. A device that does not answer has little
-/// time at first: a bridge may need half a minute before it forwards.
+/// The next sequence begins after its regular time, give or take a quarter. A device that does not answer is queried
+/// again sooner at first, since a bridge may need half a minute before it forwards.
 void Inquirer::rest(const MACAddress& al_mac, Device& device, TimePoint now) const {
   const std::chrono::milliseconds most = REFRESH_HOLD_TIMES * hold_time_;
   const std::chrono::milliseconds time =
@@ -310,9 +311,9 @@ void Inquirer::rest(const MACAddress& al_mac, Device& device, TimePoint now) con
   device.inquiry.rest(now + time * 3 / 4 + time / 2 * share_of(al_mac) / SHARES);
 }
 
-/// Returns the neighbours to which no metrics are known, and all the others too once those known are old; as many as a
-/// row has. A device with many neighbours is not asked about those with few: they tell of the link themselves, so that
-/// the whole mesh does not wait for the answers of one device.
+/// Returns the neighbours for which no metrics are known and, if the known metrics are old, the others too; as many as
+/// a sequence asks about. A device with many neighbours is not asked about those with few, which report the link
+/// themselves, so that the whole mesh does not wait for one device.
 std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Device& device, TimePoint now) const {
   std::vector<MACAddress> neighbors = device.told.neighbor_al_macs();
   std::erase(neighbors, al_mac);
@@ -338,7 +339,7 @@ std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Dev
   return neighbors;
 }
 
-/// It has few neighbours, or is still to be asked how many.
+/// Whether it has few neighbours, or may still report that.
 bool Inquirer::tells_of_itself(const MACAddress& al_mac) const {
   const Device* device = devices_.find(al_mac);
   return device != nullptr && device->state != DeviceState::UNREACHABLE &&
@@ -357,7 +358,7 @@ void Inquirer::walk(TimePoint now) {
   }
 }
 
-/// From the device itself, whichever of its interfaces it names; another device's AL MAC is none of these.
+/// Whether the source is the device itself, by any of the interfaces it reports; the AL MAC of another device is not.
 bool Inquirer::sends_from(const MACAddress& al_mac, const ToldByDevice& told, const MACAddress& source) const {
   if (source == al_mac || devices_.find(source) != nullptr) {
     return source == al_mac;
@@ -366,7 +367,7 @@ bool Inquirer::sends_from(const MACAddress& al_mac, const ToldByDevice& told, co
   return told.has_interface(source) || (sender != nullptr && sender->al_mac == al_mac);
 }
 
-/// Where our share of what is spread lies, of SHARES: another place for each pair of devices.
+/// Our place, from 0 to SHARES, in what is spread over time: a different one for each pair of devices.
 int Inquirer::share_of(const MACAddress& al_mac) const {
   std::uint64_t key = 0;
   for (std::size_t place = 0; place < al_mac.octets().size(); ++place) {

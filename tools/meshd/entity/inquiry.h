@@ -34,7 +34,7 @@ class Inquiry {
   /// When to send the next query, or to repeat the open one.
   TimePoint due() const { return due_; }
 
-  /// When there is something to do: the next query, or giving way to a row that was brought forward.
+  /// When there is something to do: the next query, or giving way to a sequence that was brought forward.
   TimePoint next_step() const { return question_ == Question::METRICS && hurried_ ? std::min(due_, *hurried_) : due_; }
 
   /// The neighbour that the query asks about. Only for METRICS.

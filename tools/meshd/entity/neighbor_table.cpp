@@ -179,7 +179,7 @@ std::vector<MACAddress> NeighborTable::drop(Predicate is_gone) {
   const auto is_gone_from = [&](const Neighbor& neighbor) {
     return [&](const NeighborLink& link) { return is_gone(neighbor, link); };
   };
-  std::vector<MACAddress> shrunk;  // filled before anything changes, since memory may be lacking
+  std::vector<MACAddress> shrunk;  // filled before anything changes, since there may be no memory
   for (const Neighbor& neighbor : neighbors_) {
     if (std::ranges::any_of(neighbor.links, is_gone_from(neighbor))) {
       shrunk.push_back(neighbor.al_mac);

@@ -15,7 +15,7 @@ namespace meshd {
 
 namespace {
 
-/// An identifier of nftables, different for each name.
+/// A valid nftables identifier, different for each name.
 std::string table_of(const std::string& daemon) {
   std::string table = "mesh_";
   for (const char c : daemon) {
@@ -30,9 +30,9 @@ std::string table_of(const std::string& daemon) {
   return table;
 }
 
-/// A bridge that filters VLANs has tagged every frame by the time it forwards it. So the frames are marked on arrival,
-/// where they still show whether they came with a tag, and dropped when they are forwarded. Other programs may use the
-/// same mark for frames of their own, so the mark alone is not enough.
+/// A bridge that filters VLANs has tagged every frame by the time it forwards it. Therefore frames are marked on
+/// arrival, when it is still visible whether they came with a tag, and dropped when they are forwarded. Other programs
+/// may use the same mark for frames of their own, so the mark alone is not enough.
 constexpr const char* CHAINS = R"(
   chain prerouting {
     type filter hook prerouting priority -300; policy accept;
@@ -47,7 +47,7 @@ constexpr const char* CHAINS = R"(
   }
 )";
 
-/// Throws std::system_error if not. The library itself would end the process if the kernel has no netfilter, and write
+/// Throws std::system_error if not permitted. The library itself would exit if the kernel has no netfilter, and write
 /// to the standard error if we lack the capability.
 void ask_whether_allowed() {
   const nfgenmsg body{};
@@ -99,7 +99,7 @@ void BridgeGuard::keep_apart(const std::vector<unsigned int>& ports) {
     } else if (!has_begun_) {
       try {
         run(remove_if_any);
-      } catch (const std::system_error&) {  // without the right to remove one, none was made
+      } catch (const std::system_error&) {  // if we may not remove a table, none was created
       }
     }
     context_.reset();
@@ -107,7 +107,7 @@ void BridgeGuard::keep_apart(const std::vector<unsigned int>& ports) {
     return;
   }
   const bool is_made = context_ != nullptr;
-  // A bound table cannot be added again; one that is not bound may have been removed by somebody else.
+  // A bound table cannot be added again; another program may have removed one that is not bound.
   const std::optional<std::string> refusal = run((is_made ? remove : remove_if_any) + make("flags owner; "));
   if (refusal && run(remove_if_any + make(""))) {
     if (!is_made) {

@@ -13,10 +13,10 @@ namespace meshd {
 
 namespace {
 
-/// Between two tries of what the system refuses.
+/// The longest time between two attempts of what the system refuses.
 constexpr std::chrono::seconds LONGEST_GAP{64};
 
-/// Whether the bridge knows the address anyway: as its own, or as that of a port.
+/// Whether the bridge knows the address already, as its own or that of a port.
 bool has_address(const LinkTable& links, unsigned int bridge, const qel::MACAddress& address) {
   return std::any_of(links.all().begin(), links.all().end(), [&](const auto& entry) {
     const Link& link = entry.second;
@@ -61,7 +61,7 @@ void Bridges::follow(const LinkTable& links, const std::vector<unsigned int>& po
     }
   }
   const bool has_bridge = std::ranges::any_of(links.all(), [](const auto& entry) { return entry.second.is_bridge; });
-  if (has_bridge || guarded_) {  // else nothing of nftables is even looked at
+  if (has_bridge || guarded_) {  // otherwise nftables is not even loaded
     former_causes_ = std::exchange(causes_, {});
     guard(ports_of_bridges);
     tell(links, bridges);
@@ -90,11 +90,11 @@ void Bridges::tell(const LinkTable& links, const std::set<unsigned int>& bridges
     if (!link.is_bridge || has_address(links, index, al_mac_)) {
       told_.erase(index);
     } else if (bridges.contains(index)) {
-      // Each time, since a bridge that has got another VLAN does not know the address there.
+      // Each time, because a bridge does not know the address in a VLAN that was added to it.
       if (attempt("add our address to bridge " + link.name, [&] { add_bridge_address(index, al_mac_); })) {
         told_.insert(index);
       }
-    } else if (told_.erase(index) != 0 || !has_begun_) {  // or one that was killed may have told it
+    } else if (told_.erase(index) != 0 || !has_begun_) {  // a killed daemon may have left it
       attempt("", [&] { remove_bridge_address(index, al_mac_); });
     }
   }

@@ -14,9 +14,9 @@
 
 namespace meshd {
 
-/// Changes the bridges that our ports are in: they no longer forward between our ports what is for the next device
-/// only, and they know where the AL MAC address is. The destructor undoes the changes. What the system refuses is
-/// logged, once for each cause, and done without.
+/// Changes the bridges of our ports: they no longer forward discovery between our ports, and they know where the AL MAC
+/// address is. The destructor reverts the changes. If the system refuses a change, that is logged once for each cause,
+/// and the change is tried again later.
 class Bridges {
  public:
   /// `daemon` is the name of this daemon, unique on this machine.
@@ -25,27 +25,27 @@ class Bridges {
   Bridges& operator=(const Bridges&) = delete;
   ~Bridges();
 
-  /// To be called at the start and whenever a link has changed, with the indexes of our ports.
+  /// Call this at the start and whenever a link has changed, with the indexes of our ports.
   void follow(const LinkTable& links, const std::vector<unsigned int>& ports);
 
-  /// Whether follow() is to be called although no link has changed: the system refused something, and some time has
-  /// passed, more each time and up to a minute.
+  /// Whether to call follow() although no link has changed: the system refused a change, and it is time to try again.
+  /// The intervals grow up to about a minute.
   bool is_to_retry(std::chrono::steady_clock::time_point now) const { return retry_at_ && now >= *retry_at_; }
 
-  /// How often the system refused something.
+  /// How many times the system refused a change.
   std::uint64_t refused() const { return refused_; }
 
  private:
   void guard(const std::set<unsigned int>& ports);
   void tell(const LinkTable& links, const std::set<unsigned int>& bridges);
-  /// Runs an action that the system may refuse; false if it did. `what` says in the log what was refused; without it
-  /// nothing is logged.
+  /// Runs an action that the system may refuse, and returns false if it did. `what` names the action in the log; if it
+  /// is empty, nothing is logged.
   template <class Action>
   bool attempt(const std::string& what, Action action);
 
   BridgeGuard guard_;
   qel::MACAddress al_mac_;
-  std::optional<std::set<unsigned int>> guarded_;  // the ports kept apart; nothing before the first bridge
+  std::optional<std::set<unsigned int>> guarded_;  // the ports that are kept apart; nothing before the first bridge
   std::set<unsigned int> told_;                    // bridges that have an entry of ours
   bool has_begun_ = false;
   std::map<std::string, std::string> causes_;         // by what was refused in the last follow()

@@ -46,7 +46,7 @@ void ForwardingTable::read() {
   hosts_.clear();
   ndmsg everything{};
   everything.ndm_family = AF_BRIDGE;
-  netlink::Socket socket(0);  // what we leave unread goes with it
+  netlink::Socket socket(0);  // its destruction discards what we do not read
   socket.send(netlink::Request(RTM_GETNEIGH, NLM_F_DUMP, everything));
   std::size_t count = 0;
   bool has_ended = false;
@@ -66,13 +66,13 @@ void ForwardingTable::read() {
         is_of_bridge = is_of_bridge || type == NDA_MASTER;
       });
       ++count;
-      // Permanent are the machine's own addresses; stale is what the bridge is about to forget.
+      // The machine's own addresses are permanent; stale ones are about to be forgotten by the bridge.
       if (is_of_bridge && (entry.ndm_state & (NUD_REACHABLE | NUD_NOARP)) != 0) {
         hosts_[static_cast<unsigned int>(entry.ndm_ifindex)].push_back(address);
       }
     });
   }
-  for (auto& [port, addresses] : hosts_) {  // there is one for each VLAN
+  for (auto& [port, addresses] : hosts_) {  // an address is listed once for each VLAN
     std::sort(addresses.begin(), addresses.end());
     addresses.erase(std::unique(addresses.begin(), addresses.end()), addresses.end());
   }

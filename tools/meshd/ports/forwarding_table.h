@@ -14,11 +14,12 @@ namespace meshd {
 /// The addresses that bridges have learned behind their ports (bridge(8), fdb).
 class ForwardingTable {
  public:
-  /// For all bridges together, so that a flood of new addresses makes us neither large nor slow.
+  /// Limit for all bridges together, so that a flood of new addresses costs little memory and time.
   static constexpr std::size_t MOST_ADDRESSES = 4096;
 
-  /// The addresses behind the port with this interface index, learned and not yet aged, or set by the administrator;
-  /// sorted, and up to a second old. Empty for an interface in no bridge. Throws std::system_error.
+  /// The addresses behind the port with this interface index: those that were learned and have not aged, and those set
+  /// by the administrator. Sorted, up to a second old, and empty if the interface is in no bridge. Throws
+  /// std::system_error.
   const std::vector<qel::MACAddress>& hosts(unsigned int port);
 
  private:
@@ -31,7 +32,7 @@ class ForwardingTable {
 /// Tells the bridge with this interface index that frames to the address are for this machine, so that it does not
 /// flood them. Needs CAP_NET_ADMIN. Throws std::system_error.
 void add_bridge_address(unsigned int bridge, const qel::MACAddress& address);
-/// Undoes that. Throws std::system_error, also if there is no such entry or bridge.
+/// Reverts that. Throws std::system_error, also if there is no such entry or bridge.
 void remove_bridge_address(unsigned int bridge, const qel::MACAddress& address);
 
 }  // namespace meshd

@@ -16,7 +16,7 @@ using netlink::Octets;
 using netlink::text_of;
 using netlink::value_of;
 
-/// Whether the kind of a link (IFLA_INFO_KIND), or that of what it is a port of (IFLA_INFO_SLAVE_KIND), is a bridge.
+/// Whether the kind of a link (IFLA_INFO_KIND) or of its master (IFLA_INFO_SLAVE_KIND) is a bridge.
 bool is_bridge(int which, Octets information) {
   bool found = false;
   for_each_attribute(information,
@@ -31,7 +31,7 @@ void set_counts(InterfaceState& state, const rtnl_link_stats& counts) {
   state.send_errors = counts.tx_errors;
 }
 
-/// Nothing for a message that does not describe a link: what a bridge tells of its ports, and events of wireless.
+/// Nothing if the message does not describe a link, as when a bridge reports its ports, or for wireless events.
 std::optional<Link> parse(Octets message) {
   const auto head = value_of<ifinfomsg>(message);
   if (message.size() < sizeof(head) || head.ifi_family != AF_UNSPEC) {
@@ -103,7 +103,7 @@ void LinkSocket::take(const nlmsghdr& header, netlink::Octets message, const Han
       }
       break;
     case NLMSG_DONE:
-    case NLMSG_ERROR:  // the end of an answer as well, with no error
+    case NLMSG_ERROR:  // without an error, it also ends a response
       handle(is_interrupted_ ? Event::INTERRUPTED : Event::ALL_TOLD, {});
       break;
     default:

@@ -10,39 +10,39 @@
 
 namespace meshd {
 
-/// A network interface as the kernel tells of it.
+/// A network interface as the kernel reports it.
 struct Link {
-  unsigned int index = 0;  ///< the kernel's number of it, never 0; another may get it when this one is gone
+  unsigned int index = 0;  ///< the kernel's number, never 0; may be reused when the interface is gone
   std::string name;
-  std::optional<qel::MACAddress> mac;  ///< nothing for what is no Ethernet
-  unsigned int bridge = 0;             ///< the number of the bridge that it is a port of; 0 when of none
+  std::optional<qel::MACAddress> mac;  ///< nothing if it is not Ethernet
+  unsigned int bridge = 0;             ///< the index of the bridge that it is a port of; 0 if none
   bool is_bridge = false;
   std::uint64_t sent_octets = 0;
   InterfaceState state;  ///< without speed and availability
 };
 
-/// Asks the kernel for the interfaces of this network namespace and hears of their changes (rtnetlink(7)).
+/// Asks the kernel for the interfaces of this network namespace, and receives their changes (rtnetlink(7)).
 class LinkSocket {
  public:
   enum class Event {
-    LINK,         ///< how one is now: the answer to a question, or a change
-    LINK_GONE,    ///< of its fields the number counts
+    LINK,         ///< the current state of a link: a response, or a change
+    LINK_GONE,    ///< only the index is valid
     ALL_TOLD,     ///< the answer to ask_all() is complete
-    INTERRUPTED,  ///< it has ended, and may lack some
+    INTERRUPTED,  ///< it has ended, but may be incomplete
   };
   using Handler = std::function<void(Event event, const Link& link)>;
   using Result = netlink::Socket::Result;
 
-  /// Throws std::system_error, as all functions do.
+  /// This and all functions throw std::system_error.
   explicit LinkSocket(bool with_changes);
 
   int get_fd() const { return socket_.get_fd(); }
 
   void ask(unsigned int index);
-  /// Only after the answer to the last question is complete.
+  /// Call this only when the response to the previous request is complete.
   void ask_all();
 
-  /// Receives some messages, after waiting for them if it `waits`. The refusal of an answer is thrown as well, such as
+  /// Receives some messages; if it `waits`, blocks until there are some. Also throws the error of a refusal, such as
   /// ENODEV for an interface that is gone.
   Result receive(bool waits, const Handler& handle);
 

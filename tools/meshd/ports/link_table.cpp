@@ -11,7 +11,7 @@ namespace meshd {
 
 namespace {
 
-/// Datagrams in a turn. More changes than these come in the next one.
+/// Maximum number of datagrams in a turn; the next turn reads the others.
 constexpr int MOST_IN_A_TURN = 64;
 
 }  // namespace
@@ -38,7 +38,7 @@ void LinkTable::on_readable() {
     for (int count = 0; count < MOST_IN_A_TURN && result != LinkSocket::Result::NOTHING; ++count) {
       result = receive(false);
     }
-    // After an overrun the kernel tells nothing new before all is read: what changes until then would be missed.
+    // After an overrun the kernel sends nothing new until everything is read, so changes before that would be missed.
     if (result == LinkSocket::Result::NOTHING) {
       ask_if_needed();
     }

@@ -9,24 +9,23 @@
 
 namespace meshd {
 
-/// The network interfaces of this namespace, kept as they are by what the kernel tells of them: a watch for the main
-/// loop.
+/// The network interfaces of this namespace, kept up to date by what the kernel reports. A watch for the main loop.
 class LinkTable final : public qel::daemon::ISimpleFDWatch {
  public:
-  /// Reads them all. `on_change` is called in each turn that has changed something. Throws std::system_error.
+  /// Reads all interfaces. `on_change` is called in each turn in which something changed. Throws std::system_error.
   explicit LinkTable(std::function<void()> on_change);
   ~LinkTable() override;
 
-  /// Null when there is none; valid until the next turn. Its counts are those of its last change.
+  /// Null if there is none; valid until the next turn. The counters are those of the last change.
   const Link* find(unsigned int index) const;
-  /// By their numbers.
+  /// By their indexes.
   const std::map<unsigned int, Link>& all() const { return links_; }
 
-  /// Throws std::system_error when the kernel refuses to tell.
+  /// Throws std::bad_alloc; tend() then reads all interfaces again.
   void on_readable() override;
   void on_writable() override {}
 
-  /// Call this once a second: asks again if the last answer could not be read.
+  /// Call this once a second: asks the kernel again if its last response could not be read.
   void tend();
 
  private:
@@ -37,8 +36,8 @@ class LinkTable final : public qel::daemon::ISimpleFDWatch {
   std::function<void()> on_change_;
   LinkSocket socket_;
   std::map<unsigned int, Link> links_;
-  std::set<unsigned int> told_;  // since all were asked for
-  bool is_asked_ = false;        // for all
+  std::set<unsigned int> told_;  // reported since all were requested
+  bool is_asked_ = false;        // all interfaces are requested
   bool must_ask_ = true;
 };
 

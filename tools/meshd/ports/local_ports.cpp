@@ -26,7 +26,7 @@ using qel::ieee1905_1::CMDU_ETHERTYPE;
 using qel::ieee1905_1::CMDU_MULTICAST_ADDRESS;
 using Clock = std::chrono::steady_clock;
 
-/// Between two steps: another turn, or another try.
+/// The time to the next step: another turn, or another attempt.
 constexpr std::chrono::milliseconds NEXT_TURN{1};
 constexpr std::chrono::seconds NEXT_TRY{1};
 
@@ -124,7 +124,7 @@ void LocalPorts::find(Given& given) {
 }
 
 void LocalPorts::open(Given& given, const Link& link) {
-  // An interface that was named keeps its index for the next one of the name; others take the lowest free index, as the
+  // A named interface keeps its index for its successor of the same name; others take the lowest free index, as the
   // entity does.
   auto place = std::ranges::find_if(
       ports_, [&](const Port& port) { return !given.is_bridge && port.given == &given && port.socket == nullptr; });
@@ -162,7 +162,7 @@ std::shared_ptr<qel::RawSock> LocalPorts::open_socket(std::size_t interface, con
     try {
       entity_.receive(interface, {octets, length}, Clock::now());
     } catch (const std::bad_alloc&) {
-      // A message on the bus may have taken what the limit of our data allows. The frame is lost, as on a busy link.
+      // A message on the bus may have used up the limit on our data. The frame is lost, as on a busy link.
       ++lost_frames_;
     }
   };
@@ -198,7 +198,7 @@ bool LocalPorts::close_one() {
     if (port.socket == nullptr) {
       continue;
     }
-    // The socket tells that its interface is gone: one that was made anew may have the same index.
+    // Ask the socket whether its interface is gone, because a recreated one may have the same index.
     const bool is_gone = port.socket->get_interface() == 0;
     const Link* link = links_.find(port.index);
     if (is_gone || (link != nullptr && owner_of(*link) != port.given)) {
@@ -265,7 +265,7 @@ void LocalPorts::follow() {
   is_following_ = true;
   states_.forget();
   for (Given& given : given_) {
-    // A bridge made anew with the same index is no other to us: its ports tell that they have left it.
+    // A recreated bridge with the same index counts as the same: its ports report that they have left it.
     if (given.is_bridge && links_.find(given.index) == nullptr) {
       given.index = 0;
     }
@@ -308,7 +308,7 @@ void LocalPorts::send(std::size_t interface, std::span<const std::uint8_t> frame
   if (error) {
     ++port.dropped;
   }
-  if (error && error != std::errc::network_down) {  // that it is down was told
+  if (error && error != std::errc::network_down) {  // that the interface is down has been logged
     troubles_.note("cannot send on " + name_of(interface) + ": " + error.message(), Clock::now());
   }
 }

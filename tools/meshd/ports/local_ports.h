@@ -20,31 +20,31 @@
 
 namespace meshd {
 
-/// The Ethernet of this name. Throws std::system_error and std::runtime_error when there is none.
+/// The Ethernet interface of this name. Throws std::system_error or std::runtime_error if there is none.
 const Link& get_link(const LinkTable& links, const std::string& name);
 
 /// Opens, follows and closes the interfaces that the entity works on. A bridge that the user names stands for its
 /// ports.
 class LocalPorts {
  public:
-  /// All are borrowed.
+  /// Everything is borrowed.
   LocalPorts(const LinkTable& links, Entity& entity, qel::daemon::Mainloop& loop, TroubleLog& troubles);
   LocalPorts(const LocalPorts&) = delete;
   LocalPorts& operator=(const LocalPorts&) = delete;
   ~LocalPorts();
 
-  /// Opens all interfaces; to be called once. The entity announces us on each. Throws std::system_error and
+  /// Opens all interfaces; call this once. The entity announces us on each of them. Throws std::system_error and
   /// std::runtime_error.
   void open_all(const std::vector<std::string>& names);
 
-  /// To be called when the table of links has changed. The kernel takes some ten milliseconds to open or close a
-  /// socket, so each call opens or closes one at most and leaves the next to another turn of the loop.
+  /// Call this when the table of links has changed. The kernel needs some ten milliseconds to open or close a socket,
+  /// so each call opens or closes at most one and leaves the next to another turn of the loop.
   void follow();
 
-  /// Call this once a second: repeats the last follow() if memory was lacking, and what the system refused.
+  /// Call this once a second: repeats follow() if it ran out of memory, and changes of bridges that the system refused.
   void tend();
 
-  /// These take the entity's index of an interface.
+  /// These functions take the entity's index of an interface.
   void send(std::size_t interface, std::span<const std::uint8_t> frame);
   InterfaceState read_state(std::size_t interface);
   std::vector<qel::MACAddress> read_hosts(std::size_t interface);
@@ -52,44 +52,44 @@ class LocalPorts {
   /// The number of frames lost for lack of memory since the last call.
   std::uint64_t take_lost_frames();
 
-  /// How often the system refused to change a bridge for us.
+  /// How many times the system refused to change a bridge.
   std::uint64_t refused() const { return bridges_.refused(); }
 
  private:
-  /// An interface that the user named. It is found by its name at the start, and again after it has gone; in between it
-  /// is followed by its index, whatever its name becomes.
+  /// An interface that the user named. It is found by its name at the start, and again after it is gone; in between it
+  /// is followed by its index, even if it is renamed.
   struct Given {
     std::string name;
     unsigned int index = 0;  ///< the kernel's, 0 while there is none
     bool is_bridge = false;
-    unsigned int refused = 0;  ///< the index of an interface of this name that is no Ethernet
+    unsigned int refused = 0;  ///< the index of an interface of this name that is not Ethernet
   };
 
   struct Port {
     Given* given = nullptr;                ///< the interface itself or its bridge; null for a free index of the entity
     std::shared_ptr<qel::RawSock> socket;  ///< null while there is no such interface
-    unsigned int index = 0;                ///< the kernel's, 0 when there is none
+    unsigned int index = 0;                ///< the kernel's, 0 if there is none
     bool is_up = false;                    ///< it has a carrier
     std::uint64_t dropped = 0;             ///< frames that could not be sent
   };
 
   Given* given_as(unsigned int index);
   Port* port_on(unsigned int index);
-  /// The named interface that makes this link a port of ours now; null when there is none.
+  /// The named interface for which this link is our port at present; null if there is none.
   Given* owner_of(const Link& link);
-  /// Looks for an interface of the name.
+  /// Looks for an interface of this name.
   void find(Given& given);
-  /// Throws std::system_error, and std::invalid_argument when the entity has enough.
+  /// Throws std::system_error, or std::invalid_argument if the entity has too many interfaces.
   void open(Given& given, const Link& link);
   std::shared_ptr<qel::RawSock> open_socket(std::size_t interface, const Link& link);
   void close(std::size_t interface);
-  /// Closes a port that has gone or left its bridge. False when there is none.
+  /// Closes a port that is gone or has left its bridge. Returns false if there is none.
   bool close_one();
-  /// Opens an interface that is to be our port. False when there is none that can be opened.
+  /// Opens an interface that is to be our port. Returns false if none can be opened.
   bool open_one();
-  /// Brings what the entity knows of an interface in line with what the kernel tells.
+  /// Updates what the entity knows of an interface from what the kernel reports.
   void update(std::size_t interface, const Link& link);
-  /// Changes the bridges for all interfaces that are to be our ports.
+  /// Changes the bridges of all interfaces that are to be our ports.
   void prepare_bridges();
   const std::string& name_of(std::size_t interface) const { return entity_.config().interfaces[interface].name; }
 
@@ -103,7 +103,7 @@ class LocalPorts {
   std::vector<Given> given_;  // the ports point to its elements
   std::vector<Port> ports_;   // by the entity's indexes of interfaces
   std::uint64_t lost_frames_ = 0;
-  bool is_following_ = false;  // or the last follow() did not come to its end
+  bool is_following_ = false;  // still set if the last follow() did not complete
   qel::time::Timer follow_timer_;
 };
 

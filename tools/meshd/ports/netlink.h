@@ -39,7 +39,7 @@ void for_each_attribute(Octets octets, Visit visit) {
       octets, [&](const rtattr& header, Octets value) { visit(header.rta_type & NLA_TYPE_MASK, value); });
 }
 
-/// With zeros for octets that are missing.
+/// Missing octets are zero.
 template <class T>
 T value_of(Octets octets) {
   T value{};
@@ -47,7 +47,7 @@ T value_of(Octets octets) {
   return value;
 }
 
-/// The attributes of a message that begins with a T; none when it is too short.
+/// The attributes of a message that begins with a T; none if it is too short.
 template <class T>
 Octets attributes_behind(Octets message) {
   constexpr std::size_t SIZE = NLMSG_ALIGN(sizeof(T));

@@ -19,7 +19,7 @@ namespace meshd {
 
 namespace {
 
-/// Mb/s; 0 when the driver does not know it.
+/// Mb/s; 0 if the driver does not know it.
 std::uint16_t speed_of(const std::string& name) {
   const qel::FileDescriptor query(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   ifreq request{};
@@ -37,7 +37,7 @@ std::uint16_t speed_of(const std::string& name) {
   return static_cast<std::uint16_t>(std::min<std::uint32_t>(speed, std::numeric_limits<std::uint16_t>::max()));
 }
 
-/// Percent; all of it when the speed is not known.
+/// Percent; 100 if the speed is unknown.
 std::uint16_t unused_share(std::uint16_t speed, std::uint64_t octets, std::chrono::steady_clock::duration time) {
   const double possible = speed * 1e6 / 8 * std::chrono::duration<double>(time).count();
   const double used = possible > 0 ? std::min(static_cast<double>(octets) / possible, 1.0) : 0;

@@ -8,14 +8,14 @@
 
 namespace meshd {
 
-/// Asks the kernel how interfaces are. One that works is asked about once a second at most: whoever asks often gets the
-/// same again. That one does not is never told from memory.
+/// Asks the kernel for the state of interfaces, at most once a second for an interface that is up: more frequent
+/// callers get the same state again. That an interface is down is never reported from memory.
 class StateReader {
  public:
   /// Throws std::system_error.
   StateReader() : socket_(false) {}
 
-  /// By the kernel's number of the interface, 0 for none; down and without counts for one that is gone.
+  /// Takes the kernel's index of the interface, 0 for none. An interface that is gone is down and has no counts.
   InterfaceState read(unsigned int index);
 
   /// The interfaces have changed.

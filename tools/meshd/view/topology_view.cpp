@@ -26,7 +26,7 @@ class Builder {
     for (const auto& [al_mac, device] : entity.devices().all()) {
       add(al_mac, device);
     }
-    for (const Link& link : view_.links) {  // which are in the order of the tellers
+    for (const Link& link : view_.links) {  // these are in the order of the devices that report them
       Node* node = find_or_add(link.to);
       if (node != nullptr && (node->told_by.empty() || node->told_by.back() != link.from)) {
         node->told_by.push_back(link.from);
@@ -45,7 +45,7 @@ class Builder {
     return node;
   }
 
-  /// Null if it is one too many.
+  /// Null if there are MOST_NODES already.
   Node* find_or_add(const MACAddress& al_mac) {
     const auto place = nodes_.find(al_mac);
     if (place != nodes_.end()) {
@@ -174,8 +174,9 @@ class Builder {
   const Entity& entity_;
   const Entity::TimePoint now_;
   TopologyView view_;
-  std::map<MACAddress, std::size_t> nodes_;  // places in the view, as those of the links of the node added last
-  std::multimap<std::pair<MACAddress, MACAddress>, std::size_t> links_;  // by our interface and the other device
+  std::map<MACAddress, std::size_t> nodes_;  // places in the view
+  std::multimap<std::pair<MACAddress, MACAddress>, std::size_t>
+      links_;  // places of the links of the last node, by interface and other device
 };
 
 }  // namespace

@@ -20,11 +20,10 @@ namespace meshd {
 
 /// What one node knows of the mesh: itself and all devices that it has heard of.
 struct TopologyView {
-  /// Beyond the devices that the entity knows, others that these tell of are nodes up to so many in all; the rest only
-  /// ends of links.
+  /// Limit on the nodes. Devices that others report beyond it appear only as ends of links.
   static constexpr std::size_t MOST_NODES = 16384;
 
-  /// Text and graph list so many hosts at one interface, and count the rest.
+  /// The number of hosts that text and graph list at one interface; they count the rest.
   static constexpr std::size_t MOST_HOSTS = 8;
 
   struct Interface {
@@ -62,7 +61,7 @@ struct TopologyView {
     qel::MACAddress from_interface;
     qel::MACAddress to;
     std::optional<qel::MACAddress> to_interface;
-    bool is_bridged = false;  ///< there is a bridge on it that knows nothing of 1905
+    bool is_bridged = false;  ///< there is a bridge without 1905.1 on it
     std::optional<qel::ieee1905_1::TransmitterLinkMetricInformation> transmitter;
     std::optional<qel::ieee1905_1::ReceiverLinkMetricInformation> receiver;
   };
@@ -76,7 +75,7 @@ struct TopologyView {
   std::string name_of(const qel::MACAddress& mac) const;
 };
 
-/// `names` are those that people gave.
+/// `names` are the names that users have given.
 TopologyView view_topology(const std::string& name, const Entity& entity, Entity::TimePoint now, Names names = {});
 
 std::string enum_to_string(TopologyView::State state);
