@@ -20,11 +20,6 @@ void require(bool succeeded) {
 
 }  // namespace
 
-std::string_view text_of(Octets octets) {
-  const std::string_view text(reinterpret_cast<const char*>(octets.data()), octets.size());
-  return text.substr(0, text.find('\0'));
-}
-
 Request::Request(unsigned short type, unsigned short flags) {
   nlmsghdr header{};
   header.nlmsg_type = type;
