@@ -1,0 +1,58 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "qel/channel/wlan_types.h"
+#include "qel/core/mac_address.h"
+#include "tools/meshd/wifi/message.h"
+
+namespace meshd::wifi {
+
+/// A rate of frames on the air.
+struct Rate {
+  std::uint64_t kilobits = 0;                             ///< a second
+  qel::WLANPhymode mode = qel::WLANPhymode::INVALID_MAX;  ///< N, AC or AX; INVALID_MAX for older and newer ones
+  std::uint8_t mcs = 0;                                   ///< of 802.11n as well 0 to 7 for each number of streams
+  std::uint8_t streams = 1;
+  qel::ChannelWidth width = qel::ChannelWidth::WIDTH_20_MHZ;  ///< INVALID for one that the model does not have
+  bool has_short_guard = false;                               ///< of 802.11n and ac
+};
+
+/// A station of an access point, or for a station its access point. Counts are of the association. What a driver does
+/// not tell is missing.
+struct Station {
+  qel::MACAddress mac;
+  std::optional<std::int8_t> signal;          ///< of the last frame, in dBm
+  std::optional<std::int8_t> average_signal;  ///< in dBm
+  std::optional<Rate> send_rate;              ///< of the last frame, as seen from here
+  std::optional<Rate> receive_rate;
+  std::optional<std::uint64_t> sent_octets;
+  std::optional<std::uint64_t> received_octets;
+  std::optional<std::uint32_t> sent_packets;
+  std::optional<std::uint32_t> received_packets;
+  std::optional<std::uint32_t> retries;        ///< of sending
+  std::optional<std::uint32_t> send_failures;  ///< packets given up
+  std::optional<std::uint64_t> receive_drops;  ///< packets received and not used
+  std::optional<std::uint32_t> lost_beacons;   ///< of its access point
+  std::optional<std::chrono::seconds> connected;
+  std::optional<std::chrono::milliseconds> inactive;
+  std::optional<std::uint32_t> expected_throughput;  ///< in kb/s
+  bool is_authorized = false;                        ///< frames of others than the handshake pass
+  bool is_associated = false;
+  bool has_protected_management = false;
+  /// The elements of the association request, or of the answer; only when it comes.
+  std::vector<std::uint8_t> elements;
+};
+
+/// From a message about a station (NL80211_CMD_NEW_STATION).
+Station station_of(const Message& message);
+
+/// Received channel power indicator: 0 for -110 dBm or less, 220 for 0 dBm or more (IEEE 802.11-2020, 9.4.2.37).
+constexpr std::uint8_t rcpi_of(int dbm) {
+  return static_cast<std::uint8_t>(dbm <= -110 ? 0 : dbm >= 0 ? 220 : 2 * (dbm + 110));
+}
+
+}  // namespace meshd::wifi
