@@ -25,7 +25,6 @@ Rsn::PMKID pmkid(const std::string& digits) {
 TEST(CipherSuite, HasAnOUIAndAType) {
   EXPECT_EQ(encode(vendor_suite(2)).octets, "506F9A02");
   EXPECT_EQ(*decode<Suite>(octets("506F9A02")).object, vendor_suite(2));
-  EXPECT_EQ(Suite(4).get_oui(), Suite::IEEE802_11_OUI);
 }
 
 // The version, at offsets 2 and 3, is not kept.
@@ -73,12 +72,9 @@ TEST(RSNElement, WritesWhatIsAbsentBeforeAPresentField) {
 
 TEST(RSNElement, TakesCountsOfZeroAndAnyVersion) {
   const auto [outcome, decoded] = decode<Rsn>(octets("30 0E 0203 000FAC04 0000 0000 3412 0000"));
-  ASSERT_EQ(outcome.refused, "");
-  EXPECT_TRUE(decoded->get_pairwise_cipher_list().empty());
-  EXPECT_TRUE(decoded->get_akm_suite_list().empty());
-  EXPECT_EQ(decoded->get_rsn_capabilities(), 0x1234);
-  EXPECT_TRUE(decoded->get_pmkid_list().empty());
-  EXPECT_FALSE(decoded->has_group_management_cipher());
+  EXPECT_EQ(
+      (std::ostringstream() << *decoded).str(),
+      "RSN Group Data Cipher: 00-0F-AC:4 Pairwise Ciphers: [ ] AKM Suites: [ ] RSN Capabilities: 0x1234 PMKIDs: [ ]");
 }
 
 TEST(RSNElement, RefusesWhatTheElementDoesNotHold) {

@@ -67,36 +67,26 @@ TEST(SecurityMapping, ElementOfEachMode) {
   }
 }
 
-TEST(SecurityMapping, OrderOfSuitesDoesNotMatterAndOtherFieldsDoNot) {
-  IEEE802_11_RSNElement rsn = element(TKIP, {{CCMP, TKIP}}, {{PSK}});
-  rsn.set_rsn_capabilities(0x12C8);
-  rsn.set_group_management_cipher(suite(6));
-  EXPECT_EQ(security_from_rsn_element(rsn), WPA_WPA2_MIXED);
-  // Without a group data cipher, nothing else matters.
-  EXPECT_EQ(security_from_rsn_element(element({}, {{CCMP}}, {{PSK}})), NONE);
-}
-
-TEST(SecurityMapping, OtherCombinationsAreUndefined) {
-  const IEEE802_11_RSNElement rows[] = {
-      element(TKIP + VENDOR, {{TKIP}}, {{PSK}}),
-      element(TKIP, {{TKIP + VENDOR}}, {{PSK}}),
-      element(CCMP, {{CCMP}}, {{PSK, SAE + VENDOR}}),
-      element(TKIP, {{TKIP, CCMP, 8}}, {{PSK}}),
-      element(CCMP, {{CCMP}}, {{PSK, SAE, OWE_AKM}}),
-      element(TKIP, {{TKIP}}, {{SAE}}),
-      element(TKIP, {{TKIP, TKIP}}, {{PSK}}),
-      element(TKIP, {{TKIP, CCMP}}, {{DOT1X}}),
-      element(TKIP, {{CCMP}}, {{PSK}}),
-      element(CCMP, {{TKIP}}, {{PSK}}),
-      element(CCMP, {{CCMP, TKIP}}, {{PSK}}),
-      element(CCMP, {{CCMP}}, {{PSK, PSK}}),
-      element(CCMP, {{CCMP}}, std::vector<int>{}),
-      element(CCMP, {{CCMP}}, ABSENT),
-      element(CCMP, ABSENT, {{PSK}}),
-      element(0, {{CCMP}}, {{PSK}}),
+TEST(SecurityMapping, ComparesSuitesInAnyOrderAndNothingElse) {
+  const std::pair<IEEE802_11_RSNElement, WLANSecurity> rows[] = {
+      {element({}, {{CCMP}}, {{PSK}}), NONE},  // without a group data cipher, nothing else matters
+      {element(TKIP, {{CCMP, TKIP}}, {{PSK}}), WPA_WPA2_MIXED},
+      {element(TKIP + VENDOR, {{TKIP}}, {{PSK}}), UNDEFINED},
+      {element(TKIP, {{TKIP + VENDOR}}, {{PSK}}), UNDEFINED},
+      {element(CCMP, {{CCMP}}, {{PSK, SAE + VENDOR}}), UNDEFINED},
+      {element(TKIP, {{TKIP, CCMP, 8}}, {{PSK}}), UNDEFINED},
+      {element(CCMP, {{CCMP}}, {{PSK, SAE, OWE_AKM}}), UNDEFINED},
+      {element(TKIP, {{TKIP, TKIP}}, {{PSK}}), UNDEFINED},
+      {element(TKIP, {{CCMP}}, {{PSK}}), UNDEFINED},
+      {element(CCMP, {{CCMP, TKIP}}, {{PSK}}), UNDEFINED},
+      {element(CCMP, {{CCMP}}, std::vector<int>{}), UNDEFINED},
+      {element(CCMP, {{CCMP}}, ABSENT), UNDEFINED},
+      {element(CCMP, ABSENT, {{PSK}}), UNDEFINED},
   };
-  for (const IEEE802_11_RSNElement& rsn : rows) {
-    EXPECT_EQ(security_from_rsn_element(rsn), UNDEFINED) << rsn;
+  for (auto [rsn, security] : rows) {
+    rsn.set_rsn_capabilities(0x12C8);
+    rsn.set_group_management_cipher(suite(6));
+    EXPECT_EQ(security_from_rsn_element(rsn), security) << rsn;
   }
 }
 
