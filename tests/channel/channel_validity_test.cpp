@@ -28,23 +28,18 @@ class Validity : public FakePlatformTest {
 ChannelEntry entry(unsigned char channel, long frequency) { return ChannelEntry(channel, kHz(frequency), 1); }
 
 TEST_F(Validity, OfChannelAndFrequency) {
-  const std::pair<unsigned char, long> valid[] = {
-      {1, 2412000}, {14, 2484000},  {36, 5180000},
-      {1, 5955000}, {233, 7115000}, {187, 5935000}};  // in operating class 136; their numbers are on the 5 GHz grid
-  for (const auto& [channel, frequency] : valid) {
-    expect(entry(channel, frequency), "");
-  }
-  const std::pair<unsigned char, long> mismatched[] = {{2, 5935000},   {40, 5180000},  {14, 2485000}, {0, 0},
-                                                       {119, 3002000}, {200, 6000000}, {235, 7125000}};
-  for (const auto& [channel, frequency] : mismatched) {
-    expect(entry(channel, frequency), "Frequency value and channel index does not seem to match:" +
-                                          to_string(kHz(frequency)) + " and " + std::to_string(channel));
-  }
-  const std::pair<unsigned char, long> of_no_class[] = {
-      {0, 2407000}, {118, 2997000}, {198, 5990000}, {36, 5180999}};  // 5180 in whole MHz
-  for (const auto& [channel, frequency] : of_no_class) {
-    expect(entry(channel, frequency), NO_CLASS);
-  }
+  const auto expect_all = [](const std::vector<std::pair<unsigned char, long>>& rows, const std::string& wrong) {
+    for (const auto& [channel, frequency] : rows) {
+      const std::string pair = to_string(kHz(frequency)) + " and " + std::to_string(channel);
+      expect(entry(channel, frequency), wrong + (wrong.ends_with(':') ? pair : ""));
+    }
+  };
+  expect_all({{1, 2412000}, {14, 2484000}, {36, 5180000}, {1, 5955000}, {233, 7115000}}, "");
+  expect_all({{187, 5935000}}, "");  // in operating class 136, whose numbers are on the 5 GHz grid
+  expect_all({{2, 5935000}, {40, 5180000}, {14, 2485000}, {0, 0}, {119, 3002000}, {200, 6000000}, {235, 7125000}},
+             "Frequency value and channel index does not seem to match:");
+  expect_all({{0, 2407000}, {118, 2997000}, {198, 5990000}}, NO_CLASS);
+  expect_all({{36, 5180999}}, NO_CLASS);  // 5180 in whole MHz
 }
 
 TEST_F(Validity, OfAnEntrysValues) {
@@ -103,12 +98,9 @@ TEST_F(Validity, OfAnInfo) {
 }
 
 TEST(CompoundValidity, OfSetsBuffersAndRates) {
-  EXPECT_TRUE(is_valid(std::bitset<6>("000001")));
-  EXPECT_FALSE(is_valid(std::bitset<6>("000000")));
-  EXPECT_TRUE(is_valid(std::bitset<32>(0xEFFFFFFF)));
-  EXPECT_FALSE(is_valid(std::bitset<32>(0x10000000)));
-  EXPECT_TRUE(is_valid(FixedByteBuffer<3>(std::array<std::uint8_t, 1>{})));
-  EXPECT_FALSE(is_valid(FixedByteBuffer<3>()));
+  EXPECT_TRUE(is_valid(std::bitset<6>("000001")) && !is_valid(std::bitset<6>("000000")));
+  EXPECT_TRUE(is_valid(std::bitset<32>(0xEFFFFFFF)) && !is_valid(std::bitset<32>(0x10000000)));
+  EXPECT_TRUE(is_valid(FixedByteBuffer<3>(std::array<std::uint8_t, 1>{})) && !is_valid(FixedByteBuffer<3>()));
   EXPECT_TRUE(is_valid(std::pair<DataRate, DataRate>()));
 }
 

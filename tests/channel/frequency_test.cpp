@@ -30,12 +30,11 @@ TEST(Frequency, OfAChannelLiesOnTheGridOfTheBand) {
   for (const auto& [band, start] : starts) {
     EXPECT_EQ(band_to_starting_frequency(FrequencyBand(band)), kHz(start));
   }
-  EXPECT_EQ(channel_to_frequency(kHz(2407000), 255), kHz(3682000));
-  EXPECT_EQ(channel_to_frequency(kHz(5950000), 1), kHz(5955000));
-  EXPECT_EQ(channel_to_frequency(kHz(-5000), 3), kHz(10000));
-  EXPECT_EQ(channel_to_frequency(kHz(56159999), 2), kHz(56169999));
-  EXPECT_EQ(channel_to_frequency(kHz(56160000), 255), kHz(606960000));
-  EXPECT_EQ(channel_to_frequency(kHz(MOST), 1), kHz(MOST));
+  const std::tuple<long, int, long> rows[] = {{2407000, 255, 3682000}, {5950000, 1, 5955000},      {-5000, 3, 10000},
+                                              {56159999, 2, 56169999}, {56160000, 255, 606960000}, {MOST, 1, MOST}};
+  for (const auto& [base, channel, frequency] : rows) {
+    EXPECT_EQ(channel_to_frequency(kHz(base), static_cast<unsigned char>(channel)), kHz(frequency));
+  }
 }
 
 TEST(Frequency, LiesInABand) {
@@ -112,18 +111,22 @@ TEST(Phymode, GivesAPhyType) {
 }
 
 TEST(Units, ConvertOnRequestAndStopAtTheirBorders) {
-  EXPECT_EQ(unit_cast<kHz>(MHz(-25)), kHz(-25000));
+  const std::pair<kHz, long> rows[] = {
+      {unit_cast<kHz>(MHz(-25)), -25000},
+      {unit_cast<kHz>(MHz(MOST / 2)), MOST},
+      {unit_cast<kHz>(MHz(LEAST)), LEAST},
+      {kHz(7) + kHz(-30), -23},
+      {kHz(MOST) + kHz(1), MOST},
+      {kHz(LEAST) + kHz(-1), LEAST},
+      {kHz(7) - kHz(-30), 37},
+      {kHz(1) - kHz(LEAST), MOST},
+      {kHz(-2) - kHz(MOST), LEAST},
+  };
+  for (const auto& [result, value] : rows) {
+    EXPECT_EQ(result, kHz(value));
+  }
   EXPECT_EQ(unit_cast<MHz>(kHz(5180999)), MHz(5180));
   EXPECT_EQ(unit_cast<MHz>(kHz(-1999)), MHz(-1));
-  EXPECT_EQ(unit_cast<kHz>(MHz(MOST / 2)), kHz(MOST));
-  EXPECT_EQ(unit_cast<kHz>(MHz(LEAST)), kHz(LEAST));
-  EXPECT_EQ(kHz(7) + kHz(-30), kHz(-23));
-  EXPECT_EQ(kHz(7) - kHz(-30), kHz(37));
-  EXPECT_EQ(kHz(MOST) + kHz(1), kHz(MOST));
-  EXPECT_EQ(kHz(LEAST) + kHz(-1), kHz(LEAST));
-  EXPECT_EQ(kHz(1) - kHz(LEAST), kHz(MOST));
-  EXPECT_EQ(kHz(-2) - kHz(MOST), kHz(LEAST));
-
   std::ostringstream os;
   os << std::hex << std::showpos << kHz(2412000) << ", " << MHz(-20);
   EXPECT_EQ(os.str(), "2412000 kHz, -20 MHz");

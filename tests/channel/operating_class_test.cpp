@@ -15,18 +15,6 @@ constexpr auto UNMAPPED = Deduction::Behavior::UNMAPPED_BEHAVIOR;
 constexpr auto LOWER = Deduction::Behavior::PRIMARY_LOWER_BEHAVIOR;
 constexpr auto UPPER = Deduction::Behavior::PRIMARY_UPPER_BEHAVIOR;
 
-/// Returns the result of a call, or the text that it throws.
-template <class Call>
-std::string outcome_of(const Call& call) {
-  try {
-    return testing::PrintToString(call());
-  } catch (const std::invalid_argument& error) {
-    return std::string("invalid: ") + error.what();
-  } catch (const std::logic_error& error) {
-    return std::string("logic: ") + error.what();
-  }
-}
-
 /// The meaning of a channel number in the class.
 enum Names { CHANNEL, LOW_HALF, UP_HALF, SEGMENT, SECOND };
 
@@ -142,11 +130,11 @@ TEST_P(OfRegion, EveryClassHasItsChannels) {
   for (int number = 0; number < 256; ++number) {
     const auto code = static_cast<unsigned char>(number);
     if (!numbers.contains(code)) {
-      const std::string failure = "invalid: Provided opclass " + std::to_string(number) + " not valid!";
-      EXPECT_EQ(outcome_of([&] { return lookup.get_channel_frequency(1, code); }), failure);
-      EXPECT_EQ(outcome_of([&] { return lookup.get_segment_center_frequency(1, code); }), failure);
-      EXPECT_EQ(outcome_of([&] { return lookup.get_channel_capabilities(code); }), failure);
-      EXPECT_EQ(outcome_of([&] { return lookup.get_all_opclass_channels(code); }), failure);
+      const std::string outcomes[] = {outcome_of([&] { return lookup.get_channel_frequency(1, code); }),
+                                      outcome_of([&] { return lookup.get_segment_center_frequency(1, code); }),
+                                      outcome_of([&] { return lookup.get_channel_capabilities(code); }),
+                                      outcome_of([&] { return lookup.get_all_opclass_channels(code); })};
+      EXPECT_THAT(outcomes, Each("invalid: Provided opclass " + std::to_string(number) + " not valid!"));
       EXPECT_FALSE(lookup.is_secondary_segment(code));
     }
     EXPECT_TRUE(region != GLOBAL || is_valid_global_operating_class(code) == numbers.contains(code)) << number;
@@ -167,17 +155,14 @@ TEST(OperatingClass, IsFoundByWidthFrequencyAndBehaviors) {
   } rows[] = {
       // clang-format off
       {GLOBAL, W20, 2412000, {}, 81},                // in the second search, which other widths do not use
-      {GLOBAL, W20, 2484000, {}, 82},                {GLOBAL, W40, 2484000, {LOWER}, 0},
-      {GLOBAL, W20, 2484001, {}, 0},                 {GLOBAL, W20, 5180000, {LOWER, EIGHTY_PLUS}, 115},
+      {GLOBAL, W40, 2484000, {LOWER}, 0},            {GLOBAL, W20, 2484001, {}, 0},
+      {GLOBAL, W20, 5180000, {LOWER, EIGHTY_PLUS}, 115},
       {GLOBAL, W20, 5925000, {}, 0},                 {GLOBAL, W20, 5925001, {}, 136},
-      {GLOBAL, W20, 5945000, {}, 0},                 {GLOBAL, W40, 6000000, {}, 132},
-      {GLOBAL, W40, 2437000, {LOWER, UPPER}, 83},    {GLOBAL, W40, 2462000, {LOWER, UPPER}, 84},
+      {GLOBAL, W20, 5945000, {}, 0},                 {GLOBAL, W40, 2437000, {LOWER, UPPER}, 83},
       {GLOBAL, W40, 5180000, {}, 0},                 {GLOBAL, W40, 5180000, {UPPER}, 0},
-      {GLOBAL, W80, 5170000, {}, 0},                 {GLOBAL, W80, 5170001, {EIGHTY_PLUS}, 128},
-      {GLOBAL, W80, 5250000, {}, 0},                 {GLOBAL, W160, 5815000, {}, 129},
+      {GLOBAL, W160, 5815000, {}, 129},              {GLOBAL, NO_WIDTH, 5180000, {}, 0},
       {GLOBAL, W8080, 5210000, {EIGHTY_PLUS}, 130},  {GLOBAL, W8080, 5210000, {UNMAPPED, LOWER}, 0},
-      {GLOBAL, NO_WIDTH, 5180000, {}, 0},
-      {EUROPE, W20, 5180000, {}, 1},                 {EUROPE, W20, 5500000, {UNMAPPED}, 3},  // like 16
+      {EUROPE, W20, 5500000, {UNMAPPED}, 3},         // like 16
       {EUROPE, W20, 5865000, {}, 0},                 {EUROPE, W20, 5865000, {UNMAPPED}, 15},
       // clang-format on
   };
@@ -195,11 +180,8 @@ TEST(OperatingClass, IsFoundFromAChannelInfo) {
   EXPECT_THAT(classes({frequency(5180000, 7), {}}), ElementsAre(115));
   EXPECT_THAT(classes(info(2437000, 2437000, W20)), ElementsAre(81));
   EXPECT_THAT(classes(info(5180000, 5190000, W40)), ElementsAre(116));
-  EXPECT_THAT(classes(info(5200000, 5190000, W40)), ElementsAre(117));
   EXPECT_THAT(classes(info(2437000, 2437000, W40)), ElementsAre(84));  // an impossible centre counts as upper
   EXPECT_THAT(classes(info(5180000, 6065000, W80)), ElementsAre(128));
-  EXPECT_THAT(classes(info(5180000, 5250000, W160)), ElementsAre(129));
-  EXPECT_THAT(classes(info(5180000, 5210000, W8080, 5530000)), ElementsAre(128, 130));
   EXPECT_THAT(classes(info(5955000, 5985000, W8080, 6145000)), ElementsAre(133, 135));
 
   EXPECT_EQ(outcome_of([&] { return classes({}); }), "logic: Channel info has no primary frequency set");
@@ -223,8 +205,8 @@ TEST(OperatingClass, OfAChannelListFollowsFromItsCapabilities) {
   EXPECT_THAT(classes({lower, upper, none}, EUROPE), ElementsAre(1, 5, 12, 128, 129, 130));
   EXPECT_THAT(classes({neither, off_grid}, GLOBAL), ElementsAre(115));
   EXPECT_TRUE(Deduction::opclass_deducible_from_channel(upper, GLOBAL));
-  EXPECT_FALSE(Deduction::opclass_deducible_from_channel(none, GLOBAL));
-  EXPECT_FALSE(Deduction::opclass_deducible_from_channel(off_grid, GLOBAL));
+  EXPECT_FALSE(Deduction::opclass_deducible_from_channel(none, GLOBAL) ||
+               Deduction::opclass_deducible_from_channel(off_grid, GLOBAL));
 }
 
 TEST(OperatingClass, HasPrimaryFrequenciesForCapabilities) {
@@ -277,18 +259,14 @@ TEST(OperatingClass, BehaviorsAreCapabilities) {
   EXPECT_THAT(Lookup::behaviors_from_channel_capabilities(0x140), ElementsAre(EIGHTY_PLUS, UPPER));
 }
 
-TEST(OperatingClass, IsKnownForTwoRegions) {
+TEST(OperatingClass, IsKnownForTwoRegionsAndValidWithItsOwnChannels) {
   EXPECT_EQ(enum_to_string(static_cast<Deduction::Behavior>(65537)), "65537");
   for (const int code : {0, 2, 4, 5, 7}) {
     EXPECT_EQ(outcome_of([&] { return Deduction::get_channel_frequency(1, 4, static_cast<Deduction::Region>(code)); }),
               code < 5 ? "invalid: Not implemented yet." : "invalid: Unknown region.");
   }
-}
-
-TEST(OperatingClass, IsValidWithItsOwnChannels) {
   EXPECT_TRUE(is_valid_global_operating_class_channelset(115, {48, 36}));
   EXPECT_FALSE(is_valid_global_operating_class_channelset(115, {36, 52}));
-  EXPECT_TRUE(is_valid_global_operating_class_channelset(128, {42}));
   EXPECT_FALSE(is_valid_global_operating_class_channelset(124, {}));
 }
 
