@@ -11,10 +11,10 @@ TEST(BuildTypeDeathTest, IsReadOnceFromTheEnvironment) {
     const char* text;
     int type;
     bool is_production;
-  } rows[] = {{"1", 1, true},       {"2", 2, true},       {"3", 3, false},          {"998", 998, false},
-              {"1000", 1000, true}, {"1007", 1007, true}, {"1005abc", 1005, true},  {"0", 0, false},
-              {"4", 0, false},      {"999", 0, false},    {"1008", 0, false},       {"-1", 0, false},
-              {"abc", 0, false},    {nullptr, 0, false},  {"4294967298", 0, false}, {"99999999999999999999", 0, false}};
+  } rows[] = {{"1", 1, true},       {"2", 2, true},          {"3", 3, false},   {"998", 998, false},
+              {"1000", 1000, true}, {"1007", 1007, true},    {"4", 0, false},   {"999", 0, false},
+              {"1008", 0, false},   {"1005abc", 1005, true}, {"abc", 0, false}, {"-1", 0, false},
+              {nullptr, 0, false},  {"4294967298", 0, false}};
   for (const auto& [text, type, is_production] : rows) {
     EXPECT_EXIT(
         {

@@ -36,12 +36,12 @@ TEST_F(LogTest, EachLevelGoesItsWayAndAllIntoTheRing) {
 TEST_F(LogTest, CutsOneNewlineDropsEveryNulAndPassesLongLines) {
   using namespace std::string_literals;
   const std::string text(3000, 'x');
-  for (const auto& line : {"two\n\n"s, "a\0b\0\n\0"s, ""s, text, "short"s}) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"two\n\n", "two\n"}, {"a\0b\0\n\0"s, "ab"}, {"", ""}, {text, text}, {"short", "short"}};
+  for (const auto& [line, logged] : rows) {
     stream("log-b") << line << std::flush;
+    EXPECT_THAT(take_calls(), ElementsAre("debugmsg(log-b, %s, " + logged + ")"));
   }
-  EXPECT_THAT(take_calls(),
-              ElementsAre("debugmsg(log-b, %s, two\n)", "debugmsg(log-b, %s, ab)", "debugmsg(log-b, %s, )",
-                          "debugmsg(log-b, %s, " + text + ")", "debugmsg(log-b, %s, short)"));
 }
 
 TEST_F(LogTest, EachLineBeginsWithTheFormatOfAFreshStream) {
@@ -69,7 +69,7 @@ TEST_F(LogTest, LevelsArePrintedOnOtherStreamsAndParsedExactly) {
   for (int level = 0; level <= 3; ++level) {
     EXPECT_EQ(string_to_loglevels(loglevels_to_string(LogLevels(level))), LogLevels(level));
   }
-  for (const char* text : {"debug", "", "ERROR ", "INVALID_LOG_LEVEL"}) {
+  for (const char* text : {"debug", "ERROR "}) {
     EXPECT_THAT([text] { string_to_loglevels(text); }, ThrowsMessage<std::out_of_range>("map::at")) << text;
   }
 }

@@ -47,11 +47,9 @@ TEST_F(MainloopTest, StartsTurnsAndEndsInOrder) {
 
 TEST_F(MainloopTest, AnEmptyNameIsTheThreadAndLittleRamASmallRing) {
   set_result("veloenv_VeloHasLittleRAM", 1);
-  std::ostringstream id;
-  id << std::this_thread::get_id();
-  EXPECT_EQ(start("").get_name(), "app_" + id.str());
-  EXPECT_THAT(take_calls(),
-              IsSupersetOf({"shringbuf_init(app_" + id.str() + "_log, 16384)", "qelipc_create(app_" + id.str() + ")"}));
+  const std::string name = "app_" + testing::PrintToString(std::this_thread::get_id());
+  EXPECT_EQ(start("").get_name(), name);
+  EXPECT_THAT(take_calls(), IsSupersetOf({"shringbuf_init(" + name + "_log, 16384)", "qelipc_create(" + name + ")"}));
 }
 
 TEST_F(MainloopTest, FailedConstructionSaysWhy) {
@@ -75,14 +73,12 @@ TEST_F(MainloopTest, DaemonizeHandsOverArgumentsAndErrors) {
   EXPECT_EQ(loop->daemonize(true, false), -114);
   EXPECT_FALSE(loop->daemonized());
   set_result("daemon_start", 0);
-  EXPECT_EQ(loop->daemonize(false, true), 0);
-  EXPECT_EQ(loop->daemonize(false, true), 0);
+  EXPECT_EQ(loop->daemonize(false, true) + loop->daemonize(false, true), 0);
   EXPECT_THAT(take_calls(), ElementsAre("daemon_start(1, 0)", "daemon_start(0, 1)", ARM_GUARD, "daemon_start(0, 1)",
                                         "ctimer_unsetup_internal(2)", ARM_GUARD));
-  // After finish(), a turn still serves what is ready, but does not wait.
   loop->finish();
   EXPECT_EQ(loop->run(10ms), -1ms);
-  EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)", "daemon_ready()"));
+  EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)", "daemon_ready()")) << "it does not wait";
 }
 
 TEST_F(MainloopTest, HouseKeepingComesEverySecondUntilTheLoopIsCleared) {
@@ -90,10 +86,10 @@ TEST_F(MainloopTest, HouseKeepingComesEverySecondUntilTheLoopIsCleared) {
   take_calls();
   advance_microseconds(1'000'000);
   advance_microseconds(1'000'000);
-  EXPECT_THAT(take_calls(), ElementsAre("slab_reap()", ARM_SECOND, "slab_reap()", ARM_SECOND));
   loop->clear();
   advance_microseconds(5'000'000);
-  EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)"));
+  EXPECT_THAT(take_calls(),
+              ElementsAre("slab_reap()", ARM_SECOND, "slab_reap()", ARM_SECOND, "ctimer_unsetup_internal(2)"));
 }
 
 TEST_F(MainloopTest, FuturesThatNoResultToldOfEndAWaitSoon) {
@@ -123,35 +119,32 @@ TEST_F(MainloopTest, WatchesComeAndGo) {
   start();
   const auto first = std::make_shared<ProbeWatch>(5, log);
   const auto second = std::make_shared<ProbeWatch>(6, log);
-  for (const auto& watch : {first, second, first}) {
-    EXPECT_TRUE(loop->add_watch(watch));
-  }
+  EXPECT_TRUE(loop->add_watch(first) && loop->add_watch(second) && loop->add_watch(first));
   EXPECT_EQ(loop->count_watches(), 3u);
   take_calls();
   EXPECT_TRUE(loop->remove_watch(first));
   EXPECT_EQ(loop->count_watches(), 2u);
-  EXPECT_THAT(take_calls(), ElementsAre("evsock_remove_fd(5)"));
   loop->remove_watches();
-  EXPECT_THAT(take_calls(), ElementsAre("evsock_remove_fd(6)"));
+  EXPECT_THAT(take_calls(), ElementsAre("evsock_remove_fd(5)", "evsock_remove_fd(6)"));
   EXPECT_FALSE(loop->remove_watch(second));
   EXPECT_EQ(second.use_count(), 1) << "outside of a turn it is let go at once";
 }
 
 TEST_F(MainloopTest, LogsWhatFailed) {
+  const auto expect_error = [](const std::string& text) {
+    EXPECT_THAT(take_calls(), Contains("errmsg(%s: %s, mainloop: Failed to " + text + ")"));
+  };
   set_result("daemon_start", -5);
   start("node", true);
-  EXPECT_THAT(take_calls(),
-              Contains(HasSubstr("mainloop: Failed to start as a daemon, error -5: Input/output error)")));
+  expect_error("start as a daemon, error -5: Input/output error");
   EXPECT_TRUE(loop->send_qelipc_event("link", "up", 2));
   EXPECT_THAT(take_calls(), ElementsAre("qelipc_event_send(link, up)"));
   set_result("qelipc_msg_send", -6);
   EXPECT_FALSE(loop->send_qelipc_message("the \"peer\"", "say \"hi\""));
-  EXPECT_THAT(take_calls(), Contains(R"(errmsg(%s: %s, mainloop: Failed to send qelipc message "say \"hi\"" )"
-                                     R"(to destination "the \"peer\""))"));
+  expect_error(R"(send qelipc message "say \"hi\"" to destination "the \"peer\"")");
   set_result("qelipc_event_send", -107);
   EXPECT_FALSE(loop->send_qelipc_event("link \\", "up", 2));
-  EXPECT_THAT(take_calls(), Contains(R"(errmsg(%s: %s, mainloop: Failed to send qelipc event "link \\" )"
-                                     R"(with parameter of size 2))"));
+  expect_error(R"(send qelipc event "link \\" with parameter of size 2)");
   set_result("ctimer_unsetup_internal", -4);
   loop.reset();
   EXPECT_THAT(take_calls(), IsSupersetOf({"errmsg(%s: %s, mainloop: Failed to clear the main loop: Changed handle)",

@@ -8,20 +8,19 @@ namespace {
 using serialization::YAJLStream;
 
 TEST(ZarniAddress, IsUpperCaseTextOrderedAsSuchAndAJsonString) {
-  const ZarniAddress address("meshd-1");
+  ZarniAddress address;
+  address.set_data("meshd-1");
   EXPECT_EQ(address, ZarniAddress("MESHD-1"));
   EXPECT_TRUE(address < ZarniAddress("meshd-10"));
-  ZarniAddress other;
-  other.set_data("other");
   std::ostringstream os;
-  os << address << other;
+  os << address;
   serialization::SerializationContext context;
   const auto print = [&](const ZarniAddress& printed) {
     YAJLStream stream(os, serialization::YAJLIndentation::COMPACT);
     serialization::JSONSerializableType<ZarniAddress>::serialize(stream, context, printed);
   };
   print(address);
-  EXPECT_EQ(os.str(), "MESHD-1OTHER\"MESHD-1\"");
+  EXPECT_EQ(os.str(), "MESHD-1\"MESHD-1\"");
   EXPECT_THAT([&] { print(ZarniAddress("\xff")); },
               ThrowsMessage<serialization::SerializationException>("Serialization of ZarniAddress failed"));
 }
