@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
@@ -24,25 +25,28 @@
 #include <system_error>
 #include <thread>
 
+#include "qel/core/serialization/serialization_exception.h"
 #include "qel/net/raw_sock.h"
-#include "tests/soak/seeds.h"
+#include "tests/support/captures.h"
 #include "tools/meshd/entity/entity.h"
-
-namespace soak {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Octets = std::vector<std::uint8_t>;
 using meshd::ETHER_HEADER_SIZE;
 using qel::MACAddress;
+using qel::ieee1905_1::CMDU_ETHERTYPE;
+using qel::ieee1905_1::CMDU_MULTICAST_ADDRESS;
 
 constexpr MACAddress OURS({0x02, 0x19, 0x05, 0xDD, 0x00, 0xFA});
 constexpr std::size_t TYPE = ETHER_HEADER_SIZE + 2;
 constexpr std::size_t IDENTIFIER = ETHER_HEADER_SIZE + 4;
 constexpr std::size_t FLAGS = ETHER_HEADER_SIZE + 7;
+constexpr std::uint8_t LAST_FRAGMENT = 0x80;
 constexpr std::uint8_t RELAY = 0x40;
-constexpr std::size_t LONGEST = 1514;
-constexpr int FRAMES_AT_ONCE = 40;  // a packet socket holds about 90 of the longest
+constexpr std::size_t LONGEST = 1514;  // on a link with the usual MTU
+constexpr int FRAMES_AT_ONCE = 40;     // a packet socket holds about 90 of the longest
 // Minimum values in paced traffic: otherwise identifiers would repeat while the daemon remembers them, and one
 // originator would have more messages to relay than the daemon can remember.
 constexpr auto TIME_BETWEEN_FRAMES = std::chrono::microseconds(50);
@@ -51,8 +55,52 @@ constexpr auto PATIENCE = std::chrono::seconds(10);
 
 volatile std::sig_atomic_t is_ended = 0;
 
-/// The message types whose TLVs the daemon decodes; TLVs of every kind are also sent in messages of these types.
-constexpr std::uint8_t DECODED_TYPES[] = {0x00, 0x01, 0x02, 0x03, 0x04, 0x05, 0x06};
+/// Frames from which traffic is made, from the fuzzer's corpus and the captures; a test of meshdump checks that the
+/// corpus has every class. Those of the corpus are ours, those of the captures keep their source.
+class Seeds {
+ public:
+  explicit Seeds(const std::string& test_data) {
+    for (const auto& entry : std::filesystem::directory_iterator(test_data + "/corpus/message")) {
+      Octets frame(12);
+      std::ranges::copy(OURS.octets(), frame.begin() + 6);
+      frame.insert(frame.end(), {CMDU_ETHERTYPE >> 8U, CMDU_ETHERTYPE & 0xFFU});
+      std::ifstream file(entry.path(), std::ios::binary);
+      frame.insert(frame.end(), std::istreambuf_iterator<char>(file), {});
+      add(std::move(frame));
+    }
+    for (const char* capture : {"two-nodes-1905.pcap", "gateway-and-repeater-multiap.pcap"}) {
+      for (Octets& frame : qel::test::frames_of_capture(test_data + "/captures/" + capture)) {
+        add(std::move(frame));
+      }
+    }
+    if (well_formed.empty() || others.empty()) {
+      throw std::runtime_error("no frames in " + test_data);
+    }
+  }
+
+  std::vector<Octets> well_formed;  ///< complete messages that the library decodes
+  std::vector<Octets> others;
+
+ private:
+  /// Adds a frame of a 1905.1 message, unless it is longer than a link takes, as one message to all.
+  void add(Octets frame) {
+    if (frame.size() <= FLAGS || frame.size() > LONGEST) {
+      return;
+    }
+    std::ranges::copy(CMDU_MULTICAST_ADDRESS.octets(), frame.begin());
+    frame[FLAGS - 1] = 0;  // the fragment number
+    frame[FLAGS] |= LAST_FRAGMENT;
+    meshd::Codec codec;
+    if (const auto parsed = codec.parse(frame)) {
+      try {
+        codec.decode(*parsed);
+        well_formed.push_back(std::move(frame));
+      } catch (const qel::serialization::SerializationException&) {
+        others.push_back(std::move(frame));
+      }
+    }
+  }
+};
 
 /// Predicts what a daemon with this AL MAC and three interfaces, loaded on the last, does with frames. A daemon behind
 /// it does the same with those that are relayed. A damaged frame cannot contain the AL MAC of either by chance, as long
@@ -61,7 +109,11 @@ class Oracle final : private meshd::Ports {
  public:
   explicit Oracle(const MACAddress& al_mac) : entity_(configure(al_mac), *this) {}
 
-  void take(const Octets& frame) { entity_.receive(2, frame, Clock::now()); }
+  bool rejects(const Octets& frame) {
+    const std::uint64_t before = rejected();
+    entity_.receive(2, frame, Clock::now());
+    return rejected() != before;
+  }
   std::uint64_t rejected() const { return entity_.counts().rejected; }
   std::uint64_t rejected_behind() const { return rejected_behind_; }
 
@@ -83,8 +135,7 @@ class Oracle final : private meshd::Ports {
   void on_device_found(const MACAddress&) override {}
   void on_device_lost(const MACAddress&) override {}
   void on_rejected(const meshd::Frame& frame, const std::string&) override {
-    rejected_behind_ +=
-        frame.head.get_relay_indicator() && frame.destination == qel::ieee1905_1::CMDU_MULTICAST_ADDRESS ? 1U : 0U;
+    rejected_behind_ += frame.head.get_relay_indicator() && frame.destination == CMDU_MULTICAST_ADDRESS ? 1U : 0U;
   }
 
   meshd::Entity entity_;
@@ -95,9 +146,8 @@ class Traffic {
  public:
   Traffic(const std::string& interface, const std::string& test_data, const MACAddress& al_mac,
           const std::string& process, std::uint16_t identifier)
-      : socket_(interface, qel::RawSock::DataCallback(), qel::RawSock::WritableCallback(),
-                qel::ieee1905_1::CMDU_ETHERTYPE),
-        seeds_(read_seeds(test_data, Octets(OURS.octets().begin(), OURS.octets().end()))),
+      : socket_(interface, qel::RawSock::DataCallback(), qel::RawSock::WritableCallback(), CMDU_ETHERTYPE),
+        seeds_(test_data),
         sockets_("/proc/" + process + "/net/packet"),
         oracle_(al_mac),
         sieve_(al_mac),
@@ -118,10 +168,12 @@ class Traffic {
           const bool is_relayed = (whole_ + damaged_) % FRAMES_FOR_A_RELAYED_ONE == 0;
           frame[FLAGS] = static_cast<std::uint8_t>((frame[FLAGS] & ~RELAY) | (is_relayed ? RELAY : 0));
         }
+        // No frame is a duplicate: an identifier repeats only after 65536 of them.
+        put(frame, IDENTIFIER, ++identifier_);
         send(frame);
         ++(is_whole ? whole_ : damaged_);
-        if (is_paced) {
-          consult(frame, is_whole);
+        if (is_paced && oracle_.rejects(frame) && is_whole) {
+          throw std::runtime_error("a well-formed frame is rejected");
         }
       }
       if (is_paced) {
@@ -140,82 +192,54 @@ class Traffic {
   }
 
  private:
-  std::uint8_t octet() { return static_cast<std::uint8_t>(random_()); }
-
-  /// An identifier repeats only after 65536 frames, so none is a duplicate.
-  void stamp(Octets& frame) {
-    if (frame.size() > IDENTIFIER + 1) {
-      ++identifier_;
-      frame[IDENTIFIER] = static_cast<std::uint8_t>(identifier_ >> 8U);
-      frame[IDENTIFIER + 1] = static_cast<std::uint8_t>(identifier_ & 0xFFU);
+  static void put(Octets& frame, std::size_t place, std::uint_fast32_t number) {
+    if (frame.size() > place + 1) {
+      frame[place] = static_cast<std::uint8_t>(number >> 8U);
+      frame[place + 1] = static_cast<std::uint8_t>(number);
     }
   }
 
-  static void set_type(Octets& frame, unsigned int type) {
-    frame[TYPE] = static_cast<std::uint8_t>(type >> 8U);
-    frame[TYPE + 1] = static_cast<std::uint8_t>(type & 0xFFU);
-  }
-
-  /// A message that a node takes: one of another type may lack a TLV that its handler needs.
+  /// A message that a node takes: one of another type may lack a TLV that its handler needs. It is not relayed when the
+  /// sieve takes it, which else would take it for a duplicate.
   Octets make_whole() {
     Octets frame;
-    std::uint64_t before = 0;
     do {
-      frame = make_well_formed();
-      before = sieve_.rejected();
-      sieve_.take(frame);
-    } while (sieve_.rejected() != before);
+      frame = seeds_.well_formed[next_++ % seeds_.well_formed.size()];
+      const unsigned int kind = random_() % 4;
+      if (kind == 1) {
+        put(frame, TYPE, (random_() % 2 << 15U) + random_() % 0x38);  // any that there is
+      } else if (kind > 1) {
+        put(frame, TYPE, random_() % 7);  // one of which the daemon decodes the TLVs
+      }
+      frame[FLAGS] = static_cast<std::uint8_t>(frame[FLAGS] & ~RELAY);
+    } while (sieve_.rejects(frame));
     frame[FLAGS] = static_cast<std::uint8_t>(frame[FLAGS] | (random_() % 8 == 0 ? RELAY : 0));
-    stamp(frame);
     return frame;
   }
 
-  /// Not relayed, so that the sieve takes none for a duplicate.
-  Octets make_well_formed() {
-    Octets frame = seeds_.well_formed[next_++ % seeds_.well_formed.size()];
-    switch (random_() % 4) {
-      case 0:
-        break;
-      case 1:
-        set_type(frame, seeds_.message_types[random_() % seeds_.message_types.size()]);
-        break;
-      default:
-        set_type(frame, DECODED_TYPES[random_() % std::size(DECODED_TYPES)]);
-    }
-    frame[FLAGS] = static_cast<std::uint8_t>(frame[FLAGS] & ~RELAY);
-    return frame;
-  }
-
+  /// Cut, changed, or random from an offset on with any length.
   Octets make_damaged() {
-    if (!seeds_.others.empty() && random_() % 8 == 0) {
-      Octets frame = seeds_.others[random_() % seeds_.others.size()];
-      stamp(frame);
-      return frame;
+    if (random_() % 8 == 0) {
+      return seeds_.others[random_() % seeds_.others.size()];
     }
     Octets frame = make_whole();
+    const std::size_t size = frame.size() - ETHER_HEADER_SIZE;
+    const std::size_t begin = random_() % 2 == 0 ? FLAGS + 1 : ETHER_HEADER_SIZE;
     switch (random_() % 4) {
       case 0:
-        frame.resize(ETHER_HEADER_SIZE + random_() % (frame.size() - ETHER_HEADER_SIZE));
+        frame.resize(ETHER_HEADER_SIZE + random_() % size);
         break;
       case 1:
         for (auto changes = 1 + random_() % 8; changes > 0; --changes) {
-          frame[ETHER_HEADER_SIZE + random_() % (frame.size() - ETHER_HEADER_SIZE)] = octet();
+          frame[ETHER_HEADER_SIZE + random_() % size] = static_cast<std::uint8_t>(random_());
         }
         break;
-      case 2:
-        make_random(frame, FLAGS + 1);
-        break;
       default:
-        make_random(frame, ETHER_HEADER_SIZE);
+        frame.resize(begin);
+        std::generate_n(std::back_inserter(frame), random_() % (LONGEST - begin),
+                        [this] { return static_cast<std::uint8_t>(random_()); });
     }
-    stamp(frame);
     return frame;
-  }
-
-  /// Replaces everything from the offset on, with any length.
-  void make_random(Octets& frame, std::size_t begin) {
-    frame.resize(begin + random_() % (LONGEST - begin));
-    std::generate(frame.begin() + static_cast<std::ptrdiff_t>(begin), frame.end(), [this] { return octet(); });
   }
 
   void send(const Octets& frame) {
@@ -224,14 +248,6 @@ class Traffic {
       if (error != std::errc::no_buffer_space && error != std::errc::resource_unavailable_try_again) {
         throw std::system_error(error, "cannot send");
       }
-    }
-  }
-
-  void consult(const Octets& frame, bool is_whole) {
-    const std::uint64_t before = oracle_.rejected();
-    oracle_.take(frame);
-    if (is_whole && oracle_.rejected() != before) {
-      throw std::runtime_error("a well-formed frame is rejected");
     }
   }
 
@@ -267,18 +283,16 @@ class Traffic {
 
 }  // namespace
 
-}  // namespace soak
-
 int main(int argc, char** argv) {
   const std::string mode = argc == 7 ? argv[2] : "";
   if (mode != "whole" && mode != "mixed" && mode != "paced") {
     std::fprintf(stderr, "usage: soak_traffic INTERFACE whole|mixed|paced SECONDS AL_MAC PROCESS IDENTIFIER\n");
     return 2;
   }
-  std::signal(SIGTERM, [](int) { soak::is_ended = 1; });
+  std::signal(SIGTERM, [](int) { is_ended = 1; });
   try {
-    soak::Traffic traffic(argv[1], QEL_TEST_DATA, qel::MACAddress(argv[4]), argv[5],
-                          static_cast<std::uint16_t>(std::atoi(argv[6])));
+    Traffic traffic(argv[1], QEL_TEST_DATA, qel::MACAddress(argv[4]), argv[5],
+                    static_cast<std::uint16_t>(std::atoi(argv[6])));
     traffic.run(mode, std::chrono::seconds(std::atoi(argv[3])));
     traffic.print();
   } catch (const std::exception& error) {

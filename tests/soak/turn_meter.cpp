@@ -36,8 +36,6 @@ struct Figures {
   std::uint64_t longest_on_the_clock;
 };
 
-using Wait = int (*)(int, epoll_event*, int, int);
-
 /// A shorter turn counts with its elapsed time, without corrections.
 constexpr std::uint64_t WORTH_A_LOOK_NS = 1'000'000;
 
@@ -88,9 +86,16 @@ struct Moment {
 
 std::uint64_t blocked_by_network = 0;
 
+/// The function that the meter stands before.
+template <auto FUNCTION>
+auto next(const char* name) {
+  return reinterpret_cast<decltype(FUNCTION)>(::dlsym(RTLD_NEXT, name));
+}
+
 /// Makes one of the calls in which the kernel waits for others.
-template <class Function, class... Arguments>
-auto call_network(Function* function, Arguments... arguments) {
+template <auto FUNCTION, class... Arguments>
+auto call_network(const char* name, Arguments... arguments) {
+  static const auto function = next<FUNCTION>(name);
   const Moment begin = Moment::now();
   const auto result = function(arguments...);
   const int error = errno;
@@ -99,11 +104,6 @@ auto call_network(Function* function, Arguments... arguments) {
   blocked_by_network += end.clock - begin.clock - std::min(end.clock - begin.clock, other);
   errno = error;
   return result;
-}
-
-template <class Function>
-Function* next(Function*, const char* name) {
-  return reinterpret_cast<Function*>(::dlsym(RTLD_NEXT, name));
 }
 
 void count_turn(const Moment& begin, Figures& figures) {
@@ -126,46 +126,37 @@ void count_turn(const Moment& begin, Figures& figures) {
 extern "C" {
 
 int bind(int socket, const sockaddr* address, socklen_t size) noexcept {
-  static auto* const function = next(&::bind, "bind");
-  return call_network(function, socket, address, size);
+  return call_network<&::bind>("bind", socket, address, size);
 }
 
-int close(int file) {
-  static auto* const function = next(&::close, "close");
-  return call_network(function, file);
-}
+int close(int file) { return call_network<&::close>("close", file); }
 
 int ioctl(int file, unsigned long request, ...) noexcept {
-  static auto* const function = next(&::ioctl, "ioctl");
   std::va_list list;
   va_start(list, request);
   void* const argument = va_arg(list, void*);
   va_end(list);
-  return call_network(function, file, request, argument);
+  return call_network<&::ioctl>("ioctl", file, request, argument);
 }
 
 ssize_t recvfrom(int socket, void* data, std::size_t room, int flags, sockaddr* sender, socklen_t* size) {
-  static auto* const function = next(&::recvfrom, "recvfrom");
-  return call_network(function, socket, data, room, flags, sender, size);
+  return call_network<&::recvfrom>("recvfrom", socket, data, room, flags, sender, size);
 }
 
 ssize_t send(int socket, const void* data, std::size_t size, int flags) {
-  static auto* const function = next(&::send, "send");
-  return call_network(function, socket, data, size, flags);
+  return call_network<&::send>("send", socket, data, size, flags);
 }
 
 ssize_t sendmsg(int socket, const msghdr* message, int flags) {
-  static auto* const function = next(&::sendmsg, "sendmsg");
-  return call_network(function, socket, message, flags);
+  return call_network<&::sendmsg>("sendmsg", socket, message, flags);
 }
 
 int setsockopt(int socket, int level, int option, const void* value, socklen_t size) noexcept {
-  static auto* const function = next(&::setsockopt, "setsockopt");
-  return call_network(function, socket, level, option, value, size);
+  return call_network<&::setsockopt>("setsockopt", socket, level, option, value, size);
 }
 
 int epoll_wait(int epoll, epoll_event* events, int room, int timeout) {
-  static const auto wait = reinterpret_cast<Wait>(::dlsym(RTLD_NEXT, "epoll_wait"));
+  static const auto wait = next<&::epoll_wait>("epoll_wait");
   static Figures* const figures = map_figures();
   static int loop = -1;  // the descriptor of the loop itself; others are only checked
   static Moment begin{};
