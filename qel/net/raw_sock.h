@@ -59,8 +59,8 @@ class QEL_EXPORT RawSock : public daemon::ISimpleFDWatch {
   /// Needs CAP_NET_RAW. Throws std::system_error with the errno in the generic category; ENODEV for index 0.
   static FileDescriptor open_untagged(unsigned int interface, unsigned short ethertype);
 
-  /// The same for up to 32 ethertypes. Of the frames sent to other devices, which a bridge port receives in numbers, the
-  /// socket takes only those for `address`.
+  /// The same for up to 32 ethertypes. Of the frames sent to other devices, which a bridge port receives in numbers,
+  /// the socket takes only those for `address`.
   static FileDescriptor open_untagged(unsigned int interface, std::span<const unsigned short> ethertypes,
                                       const MACAddress& address);
 

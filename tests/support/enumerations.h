@@ -26,9 +26,9 @@ std::vector<std::string> enumerators() {
   return names;
 }
 
-/// Checks the enumerator, text and validity of every value of an enumeration, where they exist, up to 65535. The rows of
-/// the table are CODE ENUMERATOR, or CODE ENUMERATOR=TEXT if the text differs, with `~` for a blank. All other values
-/// have the text `unknown`, in which `#` stands for the decimal number.
+/// Checks the enumerator, text and validity of every value of an enumeration, where they exist, up to 65535. The rows
+/// of the table are CODE ENUMERATOR, or CODE ENUMERATOR=TEXT if the text differs, with `~` for a blank. All other
+/// values have the text `unknown`, in which `#` stands for the decimal number.
 template <class E>
 void check_enum(const std::string& table, const std::string& unknown = "#") {
   constexpr std::uint32_t MAX = std::min<std::uint32_t>(std::numeric_limits<std::underlying_type_t<E>>::max(), 0xFFFF);
@@ -62,7 +62,7 @@ void check_enum(const std::string& table, const std::string& unknown = "#") {
     if constexpr (requires { enum_to_string(value); }) {
       ASSERT_EQ(enum_to_string(value), text);
     }
-    if constexpr (!std::is_error_code_enum_v<E> && requires(std::ostream& os) { os << value; }) {
+    if constexpr (!std::is_error_code_enum_v<E> && requires(std::ostream & os) { os << value; }) {
       ASSERT_EQ((std::ostringstream() << value).str(), text);
     }
     if constexpr (requires { is_valid(value); }) {
