@@ -60,11 +60,11 @@ TEST_F(TaskTest, EveryEndIsReportedByGetAndForgottenByReset) {
   EXPECT_THAT(get, ThrowsMessage<TaskError>("Task has no value!: Task not running"));
   task->start();
   EXPECT_THAT(get, ThrowsMessage<TaskError>("Task has no value!: Task is running"));
-  task->cancel();
+  EXPECT_TRUE(task->cancel());
   EXPECT_THAT(get, ThrowsMessage<TaskError>("Task has no value!: Task cancelled"));
   task->reset();
   task->start();
-  task->fail(std::make_exception_ptr(std::out_of_range("lost")));
+  EXPECT_TRUE(task->fail(std::make_exception_ptr(std::out_of_range("lost"))));
   EXPECT_THROW(get(), std::out_of_range);
   EXPECT_NE(task->get_exception(), nullptr);
   task->reset();
