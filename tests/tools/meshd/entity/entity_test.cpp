@@ -305,6 +305,7 @@ TEST(Entity, AnswersNothingThatIsNotForItOrMeansNothingToIt) {
       frame_of(bare(AP_CAPABILITY_QUERY_MESSAGE, 70), device_mac(2), device_mac(1)),
       frame_of(bare(MessageType(0x1234), 71), device_mac(2), device_mac(1)),
       frame_of(fragment, device_mac(2), device_mac(1)),
+      frame_of(bare(TOPOLOGY_DISCOVERY_MESSAGE, 72), device_mac(2)),
       frame_of(topology_discovery(qel::MACAddress(), interface_mac(0x21)), device_mac(2)),
       frame_of(topology_discovery(device_mac(2), CMDU_MULTICAST_ADDRESS), device_mac(2)),
   };
@@ -312,7 +313,7 @@ TEST(Entity, AnswersNothingThatIsNotForItOrMeansNothingToIt) {
     EXPECT_THAT(answers(device, octets), IsEmpty()) << &octets - silent;
   }
   EXPECT_THAT(device.entity.neighbors().all(), IsEmpty());
-  EXPECT_THAT(device.ports.events, ElementsAre("rejected: MISSING_END at offset 8"));
+  EXPECT_THAT(device.ports.events, ElementsAre("rejected: MISSING_END at offset 8", "rejected: no AL_MAC_ADDRESS"));
   EXPECT_EQ(device.entity.counts().foreign, 2U);
   EXPECT_EQ(device.entity.counts().fragments, 1U);
 

@@ -385,7 +385,7 @@ TEST_F(InquirerTest, TellsOfTheHostsThatAreItsOwn) {
   behind(0, {1, 2});
   behind(1, {3});
   behind(2, {4, 2});
-  device.ports.hosts[2].push_back(device_mac(2));
+  device.ports.hosts[2].insert(device.ports.hosts[2].end(), {device_mac(2), interface_mac(0x21)});
   answer(2, {}, 0, {mac(0x40, 2)});
   device.entity.receive(1, encode_lldp({device_mac(3), interface_mac(0x31), 1s}), now);
   const auto hosts = device.entity.find_hosts(now);
