@@ -40,13 +40,11 @@ const auto AP_HE =
 TEST(APCapabilityTLVs, Golden) {
   using Class = OperatingClassInformation;
   using Backhaul = BackhaulSTARadioCapabilitiesTLV;
-  const Class information =
-      fields(Class(128, 0xFF), FIELD(operating_class), 128, FIELD(transmit_power), -1,
-             FIELD_OF(add_non_operable_channel, get_non_operable_channel_vector), octets("2A3A6A"));
+  const Class information = fields(Class(128, 0xFF), FIELD(operating_class), 128, FIELD(transmit_power), -1,
+                                   LIST_FIELD(non_operable_channel), octets("2A3A6A"));
   const APRadioBasicCapabilitiesTLV basic =
       fields(APRadioBasicCapabilitiesTLV(A, 8), FIELD(radio_identifier), A, FIELD(max_bss_supported), 8,
-             FIELD_OF(add_operation_class_information, get_operation_class_information_vector),
-             std::vector{operating_class(115, 20, {}), information});
+             LIST_FIELD(operation_class_information), std::vector{operating_class(115, 20, {}), information});
   check_rows({
       G(flags_from<APCapabilityTLV>("A1 0001 A0"), "A1 0001 A0",
         "type: AP_CAPABILITY\n\tLinkMetricSupportOperatedChannel:true\n\tLinkMetricSupportUnOperatedChannel:false"

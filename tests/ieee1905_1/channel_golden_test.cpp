@@ -17,30 +17,29 @@ ChannelPreference preference(std::uint8_t operating_class, std::initializer_list
 
 RestrictedOperatingClass restricted(std::uint8_t operating_class, const std::vector<RestrictedChannel>& channels) {
   return fields(RestrictedOperatingClass(operating_class), FIELD(operating_class), operating_class,
-                FIELD_OF(add_restricted_channel, get_restricted_channel_vector), channels);
+                LIST_FIELD(restricted_channel), channels);
 }
 
 TEST(ChannelTLVs, Golden) {
   using Preference = ChannelPreference;
   using Preferences = ChannelPreferenceTLV;
   constexpr auto DECLINE = ChannelSelectionResponseCode::DECLINE_VIOLATES_REPORTED_PREFERED;
-  const Preference first = fields(Preference(), FIELD(operating_class), 115, FIELD_OF(add_channel, get_channel_vector),
-                                  octets("24282C"), FIELD(preference_score), 15, FIELD(reason_code),
-                                  ChannelPreferenceReasonCode::OPERATION_DISALLOWED_RADAR_DFS_CHANNEL);
+  const Preference first =
+      fields(Preference(), FIELD(operating_class), 115, LIST_FIELD(channel), octets("24282C"), FIELD(preference_score),
+             15, FIELD(reason_code), ChannelPreferenceReasonCode::OPERATION_DISALLOWED_RADAR_DFS_CHANNEL);
   check_rows({
-      G(fields(Preferences(A), FIELD(radio_identifier), A,
-               FIELD_OF(add_channel_preference, get_channel_preference_vector),
+      G(fields(Preferences(A), FIELD(radio_identifier), A, LIST_FIELD(channel_preference),
                std::vector{first, preference(81, {}, 2, 13)}),
         "8B 0010 021A2B3C4D5E 02 # radio, preferences\n 73 03 24282C F7\n 51 00 2D",
         "type: CHANNEL_PREFERENCE Radio Identifier: 02:1A:2B:3C:4D:5E Preferences: ["
         "\n\tChannel Preference Operating Class: 115 Channels: [ 36 40 44 ] Preference: 15 ReasonCode: "
         "OPERATION_DISALLOWED_RADAR_DFS_CHANNEL"
         "\n\tChannel Preference Operating Class: 81 Channels: [ ] Preference: 2 ReasonCode: RESERVED BIT 13]"),
-      G(ChannelPreferenceTLV(B), "8B 0007 06F1E2D3C4B5 00",
-        "type: CHANNEL_PREFERENCE Radio Identifier: 06:F1:E2:D3:C4:B5 Preferences: []"),
-      G(fields(RadioOperationRestrictionTLV(A), FIELD(radio_identifier), A,
-               FIELD_OF(add_restricted_operating_class, get_restricted_operating_class_vector),
-               std::vector{restricted(115, {{36, 4}, {44, 6}}), restricted(121, {{100, 8}})}),
+      G(fields(RadioOperationRestrictionTLV(A), FIELD(radio_identifier), A, LIST_FIELD(restricted_operating_class),
+               std::vector{restricted(115, {fields(RestrictedChannel(36, 4), FIELD(channel), 36,
+                                                   FIELD(frequency_separation), 4),
+                                            {44, 6}}),
+                           restricted(121, {{100, 8}})}),
         "8C 0011 021A2B3C4D5E 02 # radio, operating classes\n 73 02 2404 2C06\n 79 01 6408",
         "type: RADIO_OPERATION_RESTRICTION Radio Unique Identifier:02:1A:2B:3C:4D:5E Operating Classes with "
         "Restriction: [\n\tResticted Operating Class: 115 [\n\t\tResticted Channel: 36 Freq Separation: 4"
@@ -54,19 +53,13 @@ TEST(ChannelTLVs, Golden) {
         "type: CHANNEL_SELECTION_RESPONSE Radio Identifier: 06:F1:E2:D3:C4:B5 Response Code: "
         "DECLINE_VIOLATES_REPORTED_PREFERED"),
       G(fields(OperatingChannelReportTLV(A), FIELD(radio_identifier), A, FIELD(transmit_power_eirp), -3,
-               FIELD_OF(add_operating_class_channel, get_operating_class_channel_vector),
-               std::vector{OperatingClassChannel(128, 155), OperatingClassChannel(115, 36)}),
+               LIST_FIELD(operating_class_channel),
+               std::vector{fields(OperatingClassChannel(128, 155), FIELD(operating_class), 128, FIELD(channel), 155),
+                           OperatingClassChannel(115, 36)}),
         "8F 000C 021A2B3C4D5E 02 809B 7324 FD # radio, entries, class and channel of each, power",
         "type: OPERATING_CHANNEL_REPORT Radio Identifier: 02:1A:2B:3C:4D:5E Transmit Power EIRP: -3  ["
         "\n\tOperatingClass: 128 on Channel: 155\n\tOperatingClass: 115 on Channel: 36]"),
   });
-}
-
-TEST(ChannelRecords, Golden) {
-  test::check_golden_of(fields(RestrictedChannel(36, 4), FIELD(channel), 36, FIELD(frequency_separation), 4), "24 04",
-                        "Resticted Channel: 36 Freq Separation: 4");
-  test::check_golden_of(fields(OperatingClassChannel(128, 155), FIELD(operating_class), 128, FIELD(channel), 155),
-                        "80 9B", "OperatingClass: 128 on Channel: 155");
 }
 
 TEST(ChannelPreference, IsOrderedByClassChannelsScoreAndReason) {

@@ -74,7 +74,6 @@ TEST(ChannelPreferenceConversion, SaysOfAListAsLittleAsItCan) {
   constexpr unsigned long DISTURBER = 1, OPTIMIZED = 2, DFS = 16;
   const std::tuple<APRadioBasicCapabilitiesTLV, std::vector<Known>, std::vector<Record>> rows[] = {
       // clang-format off
-      {LOWER_5_GHZ, {}, {}},
       {LOWER_5_GHZ, {{{52, 56, 60, 64}, DUE}},
        {{118, {}, 8, 10}, {119, {}, 8, 10}, {120, {}, 8, 10}, {128, {58}, 8, 10}, {129, {}, 8, 10}}},
       {LOWER_5_GHZ, {{{36}, 0, DISTURBER}, {{52, 56, 64}, CLEAR}, {{60}, RUNNING}},

@@ -9,18 +9,12 @@ namespace {
 using G = Row<TLV>;
 
 UnassociatedSTAChannel channel(std::uint8_t number, const std::vector<MACAddress>& stations) {
-  return fields(UnassociatedSTAChannel(number), FIELD(channel_number), number,
-                FIELD_OF(add_sta_mac, get_sta_mac_vector), stations);
-}
-
-UnassociatedSTAReport heard() {
-  return fields(UnassociatedSTAReport(D, 36, 16909060, 200), FIELD(sta_mac_address), D, FIELD(channel_number), 36,
-                FIELD(time_delta), 16909060, FIELD(uplink_rcpi), 200);
+  return fields(UnassociatedSTAChannel(number), FIELD(channel_number), number, LIST_FIELD(sta_mac), stations);
 }
 
 APChannelReportList channels(std::uint8_t operating_class, const test::Octets& numbers) {
-  return fields(APChannelReportList(operating_class), FIELD(operating_class), operating_class,
-                FIELD_OF(add_channel, get_channel_vector), numbers);
+  return fields(APChannelReportList(operating_class), FIELD(operating_class), operating_class, LIST_FIELD(channel),
+                numbers);
 }
 
 BeaconMetricsQueryTLV full_query() {
@@ -46,20 +40,20 @@ TEST(MeasurementTLVs, Golden) {
   using Answer = UnassociatedSTALinkMetricsResponseTLV;
   using Response = BeaconMetricsResponseTLV;
   check_rows({
-      G(fields(UnassociatedSTALinkMetricsQueryTLV(81), FIELD(operating_class), 81,
-               FIELD_OF(add_channel, get_channel_vector), std::vector{channel(1, {A, B}), channel(6, {C})}),
+      G(fields(UnassociatedSTALinkMetricsQueryTLV(81), FIELD(operating_class), 81, LIST_FIELD(channel),
+               std::vector{channel(1, {A, B}), channel(6, {C})}),
         "97 0018 51 02 # class, channels\n 01 02 021A2B3C4D5E 06F1E2D3C4B5\n 06 01 0A0918273645",
         "type: UNASSOCIATED_STA_LINK_METRICS Operating Class: 81 Channel List: [ "
         "\n\tChannel Number: 1 STA MACs: [\n\t\t02:1A:2B:3C:4D:5E\n\t\t06:F1:E2:D3:C4:B5]"
         "\n\tChannel Number: 6 STA MACs: [\n\t\t0A:09:18:27:36:45]]"),
-      G(fields(Answer(115), FIELD(operating_class), 115, FIELD_OF(add_report, get_report_vector),
-               std::vector{heard(), UnassociatedSTAReport(B, 40, 168496141, 90)}),
+      G(fields(Answer(115), FIELD(operating_class), 115, LIST_FIELD(report),
+               std::vector{fields(UnassociatedSTAReport(D, 36, 16909060, 200), FIELD(sta_mac_address), D,
+                                  FIELD(channel_number), 36, FIELD(time_delta), 16909060, FIELD(uplink_rcpi), 200),
+                           UnassociatedSTAReport(B, 40, 168496141, 90)}),
         "98 001A 73 02 # class, reports\n 0E7D6C5B4A39 24 01020304 C8\n 06F1E2D3C4B5 28 0A0B0C0D 5A",
         "type: UNASSOCIATED_STA_LINK_METRICS_RESPONSE Operating Class: 115 STA Reports: ["
         "\n\tMAC: 0E:7D:6C:5B:4A:39 Channel: 36 TimeDelta: 16909060 RCPI: 200"
         "\n\tMAC: 06:F1:E2:D3:C4:B5 Channel: 40 TimeDelta: 168496141 RCPI: 90]"),
-      G(Answer(125), "98 0002 7D 00",
-        "type: UNASSOCIATED_STA_LINK_METRICS_RESPONSE Operating Class: 125 STA Reports: []"),
       G(full_query(),
         "99 0022 021A2B3C4D5E 53 FF 0E7D6C5B4A39 01 # station, class, channel, BSSID, detail\n 05 486100 6C6C # SSID\n"
         "02 04 51 01060B  02 73 24 # channel reports: length, class, channels\n 03 0030DD # elements",

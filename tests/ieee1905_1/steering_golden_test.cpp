@@ -21,16 +21,13 @@ const string TARGET_TEXT = "BSSID: 0E:7D:6C:5B:4A:39 OperatingClass: 115 Channel
 
 SteeringPolicyTLV steering_policy(const std::vector<MACAddress>& local, const std::vector<MACAddress>& btm,
                                   const std::vector<SteeringRadioPolicy>& radios) {
-  return filled(SteeringPolicyTLV(),
-                FIELD_OF(add_local_steering_disallowed_sta, get_local_steering_disallowed_sta_vector), local,
-                FIELD_OF(add_btm_steering_disallowed_sta, get_btm_steering_disallowed_sta_vector), btm,
-                FIELD_OF(add_radio_policy, get_radio_policy_vector), radios);
+  return filled(SteeringPolicyTLV(), LIST_FIELD(local_steering_disallowed_sta), local,
+                LIST_FIELD(btm_steering_disallowed_sta), btm, LIST_FIELD(radio_policy), radios);
 }
 
 SteeringRequestTLV steering_request(const SteeringRequestTLV& tlv, const std::vector<MACAddress>& stations,
                                     const std::vector<Target>& targets) {
-  return filled(tlv, FIELD_OF(add_steering_sta_mac, get_steering_sta_mac_vector), stations,
-                FIELD_OF(add_target_bssid, get_target_bssid_vector), targets);
+  return filled(tlv, LIST_FIELD(steering_sta_mac), stations, LIST_FIELD(target_bssid), targets);
 }
 
 using Request = SteeringRequestTLV;
@@ -57,9 +54,9 @@ TEST(SteeringTLVs, Golden) {
                              SteeringPolicyType::AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED,
                              FIELD(channel_utilization_threshold), 128, FIELD(rcpi_steering_threshold), 70);
   check_rows({
-      G(fields(Policy(), FIELD_OF(add_local_steering_disallowed_sta, get_local_steering_disallowed_sta_vector),
-               std::vector{A, B}, FIELD_OF(add_btm_steering_disallowed_sta, get_btm_steering_disallowed_sta_vector),
-               std::vector{C}, FIELD_OF(add_radio_policy, get_radio_policy_vector), std::vector{radio, Radio(A)}),
+      G(fields(Policy(), LIST_FIELD(local_steering_disallowed_sta), std::vector{A, B},
+               LIST_FIELD(btm_steering_disallowed_sta), std::vector{C}, LIST_FIELD(radio_policy),
+               std::vector{radio, Radio(A)}),
         "89 0027 02 021A2B3C4D5E 06F1E2D3C4B5 01 0A0918273645 # not to be steered; not by BTM\n"
         "02 0E7D6C5B4A39 01 80 46  021A2B3C4D5E FF 00 00 # radio, policy, utilization, RCPI",
         "type: STEERING_POLICY\n\tLocalSteeringDisallowed: [ 02:1A:2B:3C:4D:5E 06:F1:E2:D3:C4:B5 ]"
@@ -68,7 +65,7 @@ TEST(SteeringTLVs, Golden) {
         "Channel Util Threshold: 128 RCPI Steering Threshold: 70"
         "\n\t\tIndicated Radio: 02:1A:2B:3C:4D:5E Steering Policy: RESERVED Channel Util Threshold: 0 "
         "RCPI Steering Threshold: 0]"),
-      G(fields(MetricPolicy(60), FIELD(reporting_interval), 60, FIELD_OF(add_radio_policy, get_radio_policy_vector),
+      G(fields(MetricPolicy(60), FIELD(reporting_interval), 60, LIST_FIELD(radio_policy),
                std::vector{metrics(), fields(Metrics(D), FIELD(metrics), true)}),
         "8A 0016 3C 02 06F1E2D3C4B5 5A 03 B4 80  0E7D6C5B4A39 00 00 00 40 # radio, three numbers, flags",
         "type: METRIC_REPORTING_POLICY Reporting Interval: 60 Policies: ["
@@ -77,9 +74,10 @@ TEST(SteeringTLVs, Golden) {
         "\n\tRadio Identifier: 0E:7D:6C:5B:4A:39 RCPI Threshold: 0 Hysteresis Override: 0 Reporting Threshold: 0 "
         "Stats: false Metrics: true]"),
       G(fields(MANDATE, FIELD(bssid), A, FIELD(steering_mandated), true, FIELD(btm_abridged), true,
-               FIELD(steering_opertunity_window), 258, FIELD(disassociation_timer), 772,
-               FIELD_OF(add_steering_sta_mac, get_steering_sta_mac_vector), std::vector{B, C},
-               FIELD_OF(add_target_bssid, get_target_bssid_vector), std::vector{TARGET, Target(A, 81, 6)}),
+               FIELD(steering_opertunity_window), 258, FIELD(disassociation_timer), 772, LIST_FIELD(steering_sta_mac),
+               std::vector{B, C}, LIST_FIELD(target_bssid),
+               std::vector{fields(TARGET, FIELD(bssid), D, FIELD(operating_class), 115, FIELD(channel_number), 36),
+                           Target(A, 81, 6)}),
         "9B 0029 021A2B3C4D5E A0 0102 0304 # BSSID, flags, window, timer\n 02 06F1E2D3C4B5 0A0918273645  02" +
             TARGET_OCTETS + "021A2B3C4D5E 51 06",
         "type: STEERING_REQUEST BSSID: 02:1A:2B:3C:4D:5E Request is Mandate"
@@ -99,7 +97,7 @@ TEST(SteeringTLVs, Golden) {
       G(fields(ANSWER_WITH_TARGET, FIELD(target_bssid), D), "9C 0013" + ANSWER_OCTETS + "0E7D6C5B4A39",
         ANSWER_TEXT + " Target BSSID: 0E:7D:6C:5B:4A:39", {0}),
       G(fields(ClientAssociationControlRequestTLV(C, UNBLOCK, 3600), FIELD(bssid), C, FIELD(association_control),
-               UNBLOCK, FIELD(validity_period), 3600, FIELD_OF(add_sta_mac, get_sta_mac_vector), std::vector{A, D}),
+               UNBLOCK, FIELD(validity_period), 3600, LIST_FIELD(sta_mac), std::vector{A, D}),
         "9D 0016 0A0918273645 01 0E10 02 021A2B3C4D5E 0E7D6C5B4A39",
         "type: CLIENT_ASSOCIATION_CONTROL_REQUEST BSSID: 0A:09:18:27:36:45 AssocControl: UNBLOCK ValidityPeriod: 3600 "
         "STA MAC: [\n\t02:1A:2B:3C:4D:5E\n\t0E:7D:6C:5B:4A:39 ]"),
@@ -114,8 +112,6 @@ TEST(SteeringTLVs, Golden) {
         "type: BACKHAUL_STEERING_RESPONSE Backhaul MAC: 0A:09:18:27:36:45 Target BSSID: 0E:7D:6C:5B:4A:39 "
         "Result Code: FAILURE"),
   });
-  test::check_golden_of(fields(TARGET, FIELD(bssid), D, FIELD(operating_class), 115, FIELD(channel_number), 36),
-                        TARGET_OCTETS, TARGET_TEXT);
 }
 
 TEST(SteeringTLVs, WildcardTargetsAreEqualButOrdered) {
@@ -144,7 +140,6 @@ TEST(SteeringTLVs, AMandateHasOneTargetForAllOrOneForEach) {
   for (const auto& [stations, targets, refused] : {std::tuple(2U, 2U, string()),
                                                    {2, 3, VIOLATED},
                                                    {2, 1, ""},
-                                                   {0, 1, ""},
                                                    {0, 0, ""},
                                                    {1, 0, VIOLATED},
                                                    {255, 255, ""},
@@ -173,8 +168,7 @@ TEST(SteeringPolicyTLV, LimitsOfCounts) {
                                                     {256, 0, 1, LOCAL},
                                                     {0, 256, 1, BTM},
                                                     {0, 0, 256, RADIOS},
-                                                    {256, 256, 0, LOCAL},
-                                                    {0, 256, 0, BTM}}) {
+                                                    {256, 256, 0, LOCAL}}) {
     check_limit(steering_policy(std::vector(local, A), std::vector(btm, B), std::vector(radios, RADIO)), refused);
   }
   check_decodes_only("89 0003 00 00 00", RADIOS);

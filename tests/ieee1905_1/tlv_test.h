@@ -9,6 +9,9 @@
 #include "tests/support/golden.h"
 #include "tests/support/testing.h"
 
+/// A list whose functions are named in the usual way.
+#define LIST_FIELD(NAME) FIELD_OF(add_##NAME, get_##NAME##_vector)
+
 // Shared by the tests of TLVs and of vendor payloads.
 namespace qel::ieee1905_1 {
 

@@ -27,15 +27,13 @@ TEST(VendorPayloads, Neighbors) {
   EXPECT_EQ(psq19.get_rest(), octets("0A91827364"));
   check_rows({
       G(fields(QELIEEE1905NeighborDeviceTLV(A, "wlan0"), FIELD(local_MAC), A, FIELD(local_interface_name), "wlan0",
-               FIELD_OF(add_AL_MAC_neighbor, get_AL_MAC_neighbor_vector),
+               LIST_FIELD(AL_MAC_neighbor),
                std::vector<ALMAC19051Neighbor>{{B, IEEE802_1_Bridge::IEEE802_1_BRIDGE}, {C, IEEE802_1_Bridge(0)}}),
         "02 001A 021A2B3C4D5E 05 776C616E30 06F1E2D3C4B5 80 0A0918273645 00",
         "type: QEL_IEEE1905_NEIGHBOR_DEVICE_TLV local mac: 02:1A:2B:3C:4D:5E (wlan0) {"
         "\n\t\tAL_MAC: 06:F1:E2:D3:C4:B5 IEEE802_1_bridge: IEEE802_1_BRIDGE"
         "\n\t\tAL_MAC: 0A:09:18:27:36:45 IEEE802_1_bridge: NO_IEEE802_1_BRIDGE}",
         {0}),
-      G(QELIEEE1905NeighborDeviceTLV(A, "eth1"), "02 000B 021A2B3C4D5E 04 65746831",
-        "type: QEL_IEEE1905_NEIGHBOR_DEVICE_TLV local mac: 02:1A:2B:3C:4D:5E (eth1) {}", {0}),
       G(fields(QELNonIEEE1905NeighborDeviceListTLV(A, "eth1"), FIELD(local_MAC), A, FIELD(local_interface_name), "eth1",
                FIELD_OF(add_mac_address, get_MAC_address_vector), std::vector{B, C}),
         "03 0017 021A2B3C4D5E 04 65746831 06F1E2D3C4B5 0A0918273645",
@@ -81,8 +79,7 @@ TEST(VendorPayloads, LinkMetrics) {
   using RX = QELReceiverLinkMetricTLV;
   using TX = QELTransmitterLinkMetricTLV;
   check_rows({
-      G(fields(RX(A, D), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), D,
-               FIELD_OF(add_receiver_link_metric, get_receiver_link_metric_vector),
+      G(fields(RX(A, D), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), D, LIST_FIELD(receiver_link_metric),
                std::vector{link_metric<QELReceiverLinkMetric>(B, "eth1", C, "wlan0", received)}),
         R"(04 0030 021A2B3C4D5E 0E7D6C5B4A39 0001
            06F1E2D3C4B5 04 65746831 0A0918273645 05 776C616E30 01 05 00010203 04050607 C8)",
@@ -90,9 +87,7 @@ TEST(VendorPayloads, LinkMetrics) {
         "\n\t\tQEL-specific ReceiverLinkMetric receiving_al_mac: 06:F1:E2:D3:C4:B5 (eth1)"
         " neighbor_al_mac: 0A:09:18:27:36:45 (wlan0)\n\t\t\t{RX LinkMetricInformation intfType: WLAN AC_5_GHZ"
         " packetErrors: 66051 packetsReceived: 67438087 rcpi: 200}"),
-      G(RX(A, D), "04 000E 021A2B3C4D5E 0E7D6C5B4A39 0000",
-        "type: QEL_RECEIVER_LINK_METRIC_TLV local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0E:7D:6C:5B:4A:39"),
-      G(fields(TX(A, D), FIELD_OF(add_transmitter_link_metric, get_transmitter_link_metric_vector),
+      G(fields(TX(A, D), LIST_FIELD(transmitter_link_metric),
                std::vector{link_metric<QELTransmitterLinkMetric>(B, "eth1", C, "wlan0", transmitted)}),
         R"(05 0036 021A2B3C4D5E 0E7D6C5B4A39 0001
            06F1E2D3C4B5 04 65746831 0A0918273645 05 776C616E30 00 01 01 00010203 04050607 0809 0060 0B0C)",
@@ -130,8 +125,7 @@ TEST(VendorPayloads, RadioState) {
   check_rows({
       G(fields(QELAPAnpiTLV(A, 156), FIELD(bssid_mac), A, FIELD(anpi), 156), "0B 0007 021A2B3C4D5E 9C",
         "type: QEL_AP_ANPI_TLV\n\t\tBSSID:02:1A:2B:3C:4D:5E ANPI: 156"),
-      G(fields(QELAssociatedSTAIdleStateTLV(A), FIELD(sta_mac), A,
-               FIELD_OF(add_wlan_link_idle_state, get_wlan_link_idle_state_vector),
+      G(fields(QELAssociatedSTAIdleStateTLV(A), FIELD(sta_mac), A, LIST_FIELD(wlan_link_idle_state),
                std::vector{idle, WLANLinkIdleState(C, QELSpecificIdleState(5))}),
         "0A 0015 021A2B3C4D5E 02  06F1E2D3C4B5 01  0A0918273645 05",
         "type: QEL_ASSOCIATED_STA_IDLE_STATE_TLV\n\t\tSTA: 02:1A:2B:3C:4D:5E"
@@ -149,8 +143,6 @@ TEST(VendorPayloads, RadioState) {
         "\n\t\tWLANSecurityTLVEntry: 06:F1:E2:D3:C4:B5 security NONE",
         {0, 1, 2, 12, 13, 38, 39}),
   });
-  test::check_golden_of(WLANOpmodeTLVEntry(B, WLANOpmode::STATION), "06F1E2D3C4B5 0A",
-                        "WLANInterface: 06:F1:E2:D3:C4:B5 Opmode: STATION");
 }
 
 /// Every body has a rest from a newer node, which stays after the added elements.
@@ -160,12 +152,11 @@ TEST(VendorPayloads, OpenBodies) {
                            B, FIELD(name), "wlan0", FIELD(interface_type), InterfaceType::WLAN, FIELD(interface_mode),
                            5, FIELD(media_specific_information), wlan_information(C));
   const auto home = fields(QELNonOperationalBSS(B, "home"), FIELD(bssid), B, FIELD(ssid), "home");
-  const auto report = fields(QELNonOperationalBSSReport(A), FIELD(radio_unique_identifier), A,
-                             FIELD_OF(add_BSS, get_BSS_vector), std::vector{home, QELNonOperationalBSS(C, "")});
+  const auto report = fields(QELNonOperationalBSSReport(A), FIELD(radio_unique_identifier), A, LIST_FIELD(BSS),
+                             std::vector{home, QELNonOperationalBSS(C, "")});
   const auto up = fields(Link(B, "eth1", QELLinkState::UP, 2500), FIELD(mac), B, FIELD(name), "eth1", FIELD(state),
                          QELLinkState::UP, FIELD(speed), 2500);
-  fields(QELDeviceInformationTLV(), FIELD(AL_MAC), A,
-         FIELD_OF(add_interface_information, get_interface_information_vector), std::vector{wlan});
+  fields(QELDeviceInformationTLV(), FIELD(AL_MAC), A, LIST_FIELD(interface_information), std::vector{wlan});
   const string interfaces =  // each has a block that does not belong to its type
       " 06F1E2D3C4B5 04 706C6330 02 01 09 A1A2A3A4A5A6A7B8B9  0A0918273645 00 03 00 02 E7E8"
       " 0E7D6C5B4A39 00 01 05 04 01020304 ";
@@ -173,7 +164,7 @@ TEST(VendorPayloads, OpenBodies) {
   const auto bss = decoded<QELAPNonOperationalBSSTLV>("07 000A 01  0E7D6C5B4A39 00  C3D4");
   const auto link = decoded<QELLinkStateTLV>("0D 000F 01  06F1E2D3C4B5 00 07 00000BB8  E5F6");
   check_rows({
-      G(filled(device, FIELD_OF(add_interface_information, get_interface_information_vector),
+      G(filled(device, LIST_FIELD(interface_information),
                std::vector{wlan, QELInterfaceInformation(D, "eth1", InterfaceType::ETHERNET, 1)}),
         "01 0062 021A2B3C4D5E 05" + interfaces +
             R"(06F1E2D3C4B5 05 776C616E30 01 05 0A 0A0918273645 40 02 9B 2A
@@ -190,7 +181,7 @@ TEST(VendorPayloads, OpenBodies) {
         "\n\t\tQELInterfaceInformation: mac: 0E:7D:6C:5B:4A:39 (eth1) type: ETHERNET mode: GIGABIT_ETHERNET "
         "media-specific: <no media-specific information>\n\t\trest: 3 Bytes",
         {0}),
-      G(filled(bss, FIELD_OF(add_report, get_report_vector), std::vector{report}),
+      G(filled(bss, LIST_FIELD(report), std::vector{report}),
         R"(07 0023 02  0E7D6C5B4A39 00
            021A2B3C4D5E 02  06F1E2D3C4B5 04 686F6D65  0A0918273645 00  C3D4)",
         "type: QEL_AP_NON_OPERATIONAL_BSS_TLV\n\t\tRadio Unique Identifier: 0E:7D:6C:5B:4A:39"
@@ -209,8 +200,6 @@ TEST(VendorPayloads, OpenBodies) {
         "\n\t\trest: 2 Bytes",
         {0}),
   });
-  EXPECT_TRUE(bss.get_report_vector().at(0) == QELNonOperationalBSSReport(D));
-  EXPECT_TRUE(link.get_link_states().at(0) == Link(B, "", QELLinkState(7), 3000));
   EXPECT_EQ(device.get_rest(), octets("F0E1D2"));
   QELInterfaceInformation unknown = device.get_interface_information_vector()[2];
   EXPECT_EQ(unknown.get_media_specific_rest(), octets("01020304"));
@@ -277,7 +266,6 @@ TEST(VendorLimits, OfLengthsWhenEncoding) {
 TEST(VendorLimits, OfLengthsAndCountsWhenDecoding) {
   const char* const SHORT_2 = "Invalid length: does not fit for MACAddress, length value and string.";
   const char* const SHORT_3 = "Invalid length: must fit a MACAddress, length value and string.";
-  const char* const CHAR = "Deserialization of type char failed.";
   // Every payload is followed by enough octets for whatever its length says.
   const struct {
     const char* octets;
@@ -293,11 +281,8 @@ TEST(VendorLimits, OfLengthsAndCountsWhenDecoding) {
       {"10 000A 021A2B3C4D5E 04", SHORT_3, 10},
       {"0E 0001 00", "", 4},
       {"06 0001 00", "", 4},
-      {"0F 0001 00", "", 4},
       {"01 0007 021A2B3C4D5E 00", "", 10},
-      {"07 0001 00", "", 4},
       {"07 0001 01 021A2B3C4D5E 01 021A2B3C4D5E 21", "", 51},  // an SSID of 33 octets
-      {"0D 0001 00", "", 4},
       {"08 0000 021A2B3C4D5E 2A 10 0B", SECURE, 12},
       {"0A 0000 021A2B3C4D5E 15", SECURE, 10},
   };
@@ -309,10 +294,8 @@ TEST(VendorLimits, OfLengthsAndCountsWhenDecoding) {
               (test::ReadOutcome{row.refused, std::ios_base::goodbit, row.consumed}))
         << row.octets;
   }
-  EXPECT_EQ(test::decode<QELIEEE1905NeighborDeviceTLV>(octets("02 000B 021A2B3C4D5E 04 6574")).outcome,
-            (test::ReadOutcome{CHAR, test::CUT_SHORT, 12}));
   EXPECT_EQ(test::decode<QELBlockedInterface>(octets("01 021A2B3C4D5E 04 6574")).outcome,
-            (test::ReadOutcome{CHAR, test::CUT_SHORT, 10}));
+            (test::ReadOutcome{"Deserialization of type char failed.", test::CUT_SHORT, 10}));
 }
 
 TEST(VendorFailures, LeaveTheFieldsThatWereReadAndTheListAsItWas) {
@@ -322,11 +305,9 @@ TEST(VendorFailures, LeaveTheFieldsThatWereReadAndTheListAsItWas) {
     EXPECT_TRUE(object == left) << object;
   };
   const auto neighbors = [](const MACAddress& local_mac, const string& name) {
-    return list(&QELNonIEEE1905NeighborDeviceListTLV::add_mac_address, 1, D,
-                QELNonIEEE1905NeighborDeviceListTLV(local_mac, name));
+    return list(&QELNonIEEE1905NeighborDeviceListTLV::add_mac_address, 1, D, {local_mac, name});
   };
   check(neighbors(A, "wlan0"), "03 000A 06F1E2D3C4B5 04", neighbors(B, "wlan0"));
-  check(neighbors(A, "wlan0"), "03 0018 06F1E2D3C4B5 04 65746831", neighbors(B, "eth1"));
   check(neighbors(A, "wlan0"), "03 0017 06F1E2D3C4B5 04 65746831 0A0918273645", neighbors(B, "eth1"));
   const auto query = list(&QELBTMQueryTLV::add_candidate, 1);
   check(query, "08 0000 021A2B3C4D5E 2A 10 0B",
