@@ -45,6 +45,4 @@ TEST_F(BootEnvironment, ComesFromTheBootLoaderWhereThereIsOne) {
   EXPECT_EQ(kelvar_getenv("only_text"), nullptr);
 }
 
-TEST(Memory, IsNotLittleWhereTestsRun) { EXPECT_EQ(veloenv_VeloHasLittleRAM(), 0); }
-
 }  // namespace
