@@ -27,7 +27,7 @@ std::optional<LongAnswers::Piece> LongAnswers::go_on(std::uint64_t more, const c
 }
 
 LongAnswers::Piece LongAnswers::take_piece(Answer answer, std::uint64_t now) {
-  const auto is_inside_character = [&](Text::const_iterator at) {
+  const auto is_inside_character = [](const Text::const_iterator& at) {
     return (static_cast<unsigned char>(*at) & 0xc0) == 0x80;
   };
   const bool is_last = answer.text.size() <= PIECE;
