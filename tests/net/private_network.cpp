@@ -45,9 +45,15 @@ void ip(const std::string& arguments) {
   }
 }
 
+/// The end that was up first gets its carrier from the second. The kernel takes up to a second to notice, and drops
+/// without an error what is sent there in the meantime.
 void add_veth_pair(const std::string& name, const std::string& peer) {
   ip("link add " + name + " up type veth peer name " + peer);
   ip("link set " + peer + " up");
+  const std::string drops = "PATH=$PATH:/usr/sbin:/sbin ip -o link show " + name + " | grep -q 'qdisc noop '";
+  for (int tries = 0; tries < 500 && std::system(drops.c_str()) == 0; ++tries) {
+    ::usleep(10'000);
+  }
 }
 
 void remove_interface(const std::string& name) { ip("link del " + name); }
