@@ -29,8 +29,6 @@ void add_bridge(const std::string& name, const std::vector<std::string>& ports) 
 
 class BridgeTest : public MeshTest {
  protected:
-  std::string neighbors(const std::string& stem) { return meshctl({"exec", name(stem), "mesh", "NEIGHBORS"}); }
-
   /// Which of these a bridge forwards from the far end of one cable to that of the other, by their places.
   std::set<std::size_t> forwarded(const std::string& from, const std::string& to, const MACAddress& al_mac) {
     const struct {

@@ -40,11 +40,6 @@ inline bool eventually(const std::function<bool()>& condition) {
 /// The device with this number, as the other end of a link that the test itself holds.
 inline MACAddress device_mac(std::uint8_t number) { return MACAddress({0x02, 0x19, 0x05, 0xBB, 0x00, number}); }
 
-/// A frame from a capture, by its place in it; places count from 1.
-inline Octets captured_frame(const std::string& path, std::size_t place) {
-  return qel::test::frames_of_capture(path).at(place - 1);
-}
-
 /// The test's end of a cable.
 class Plug {
  public:
@@ -149,7 +144,14 @@ class MeshTest : public testing::Test {
     return process.out();
   }
 
-  std::string interfaces(const std::string& stem) { return meshctl({"exec", name(stem), "mesh", "INTERFACES"}); }
+  /// What a daemon says to a command of its module.
+  std::string mesh(const std::string& stem, const std::string& command, const std::string& argument = "") {
+    std::vector<std::string> words{"exec", name(stem), "mesh", command};
+    words.resize(argument.empty() ? 4 : 5, argument);
+    return meshctl(words);
+  }
+  std::string interfaces(const std::string& stem) { return mesh(stem, "INTERFACES"); }
+  std::string neighbors(const std::string& stem) { return mesh(stem, "NEIGHBORS"); }
 
   bool listens(const std::string& stem) {
     return eventually([&] { return !view(stem).empty(); });

@@ -28,6 +28,7 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   Process events = run({MESHCTL, "events", name("b")});
   Process json_events = run({MESHCTL, "events", "--json", name("b")});
   Process capture = run({MESHDUMP, "--reencode", "--interface", "a0"});
+  Process kept = run({MESHDUMP, "--write", folder_ + "/capture", "--interface", "a0"});
   start_meshd("a", {"--al-mac", a.to_string(), "--interface", "a0"});
   start_meshd("b", {"--al-mac", b.to_string(), "--interface", "b0", "b1"});
   start_meshd("c", {"--al-mac", c.to_string(), "--interface", "c0"});
@@ -42,13 +43,12 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
     return contains(seen, answered(b)) && matches(seen, link(b, c)) && contains(seen, R"({"al_mac":")" + c.to_string());
   })) << view("a");
   EXPECT_THAT(meshctl({"list"}), name("a") + "\n" + name("b") + "\n" + name("c") + "\n");
-  EXPECT_THAT(meshctl({"exec", name("b"), "mesh", "NEIGHBORS"}),
+  EXPECT_THAT(neighbors("b"),
               AllOf(HasSubstr(a.to_string()), HasSubstr(" on b0,"), HasSubstr(c.to_string()), HasSubstr(" on b1,")));
 
-  EXPECT_THAT(meshctl({"exec", name("b"), "mesh", "BLOCK", "b1"}), "b1 is blocked\n");
+  EXPECT_THAT(mesh("b", "BLOCK", "b1"), "b1 is blocked\n");
   EXPECT_FALSE(contains(view("b"), c.to_string()));
-  EXPECT_TRUE(
-      matches(meshctl({"exec", name("b"), "mesh", "INTERFACES"}), "b0 [^,]* up, [^\n]* frames\nb1 [^\n]*, blocked\n"));
+  EXPECT_TRUE(matches(interfaces("b"), "b0 [^,]* up, [^\n]* frames\nb1 [^\n]*, blocked\n"));
   EXPECT_TRUE(eventually([&] {
     const std::string seen = view("a");
     return matches(seen, R"("blocked":\[\{"mac":"[^"]*","name":"b1","type":"ETHERNET","filter_actions":3\}\])") &&
@@ -57,7 +57,7 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   EXPECT_TRUE(eventually([&] {
     return contains(capture.out(), " (b1) type: ETHERNET filter_actions: 0000000000000011");
   })) << capture.out();
-  EXPECT_THAT(meshctl({"exec", name("b"), "mesh", "UNBLOCK", "b1"}), "b1 is not blocked\n");
+  EXPECT_THAT(mesh("b", "UNBLOCK", "b1"), "b1 is not blocked\n");
   EXPECT_TRUE(eventually([&] {
     const std::string seen = view("a");
     return !contains(seen, R"("b1")") && contains(seen, c.to_string());
@@ -92,47 +92,18 @@ TEST_F(MeshTest, ThreeInAChainFindEachOtherAndMissWhoLeaves) {
   if (const std::string ring = "/dev/shm/" + name("c") + "_log"; chown(ring.c_str(), 65534, 65534) == 0) {
     EXPECT_THAT(meshctl({"log", name("c")}, 1), HasSubstr(", not to root, to you or to the group"));
   }
-}
-
-/// A query of one device in a capture to the other, which the daemon takes the place of.
-TEST_F(MeshTest, AReplayedTopologyQueryIsAnsweredWithoutFault) {
-  qel::test::add_veth_pair("d0", "d1");
-  Codec codec;
-  const Octets query = captured_frame(TWO_NODES, 6);
-  const Frame asked = codec.parse(query).value();
-  ASSERT_EQ(asked.head.get_message_type(), MessageType::TOPOLOGY_QUERY_MESSAGE);
-  start_meshd("d", {"--al-mac", asked.destination.to_string(), "--interface", "d0"});
-  ASSERT_TRUE(listens("d"));
-  Plug plug("d1");
-  plug.send(captured_frame(TWO_NODES, 5));  // the discovery before
-  plug.send(query);
-  const std::optional<Octets> response = plug.receive([&asked](const Frame& candidate) {
-    return candidate.head.get_message_type() == MessageType::TOPOLOGY_RESPONSE_MESSAGE &&
-           candidate.head.get_message_id() == asked.head.get_message_id();
-  });
-  ASSERT_TRUE(response);
-  const Frame answer = codec.parse(*response).value();
-  EXPECT_EQ(answer.source, asked.destination);
-  EXPECT_EQ(answer.destination, asked.source);
-  const Message message = codec.decode(answer);
-  EXPECT_EQ(message.find<IEEE1905NeighborDeviceTLV>()->get_AL_MAC_neighbor_vector().at(0).get_AL_MAC(), asked.source);
 
   if (std::system("command -v tshark >/dev/null") != 0) {
-    GTEST_SKIP() << "tshark, which would look at the answer too, is not installed";
+    GTEST_SKIP() << "tshark, which would look at the frames too, is not installed";
   }
-  const auto size = static_cast<std::uint32_t>(response->size());
-  // pcap-savefile(5): in the machine's own order
-  const std::uint32_t heads[] = {0xA1B2C3D4U, 0x00040002U, 0, 0, 65535, 1, 0, 0, size, size};
-  const std::string path = folder_ + "/response.pcap";
-  std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(heads), sizeof(heads))
-      << std::string(response->begin(), response->end());
-
-  Process whole = run({"tshark", "-r", path, "-V"});
+  kept.signal(SIGTERM);
+  EXPECT_EQ(kept.wait(), 0) << kept.err();
+  Process whole = run({"tshark", "-r", folder_ + "/capture", "-V"});
   ASSERT_EQ(whole.wait(), 0) << whole.err();
   EXPECT_THAT(whole.out(),
               AllOf(HasSubstr("Message type: Topology response (0x0003)"), HasSubstr("1905 device information type"),
                     HasSubstr("1905 neighbor device"), HasSubstr("End of message")));
-  EXPECT_THAT(whole.out(), AllOf(Not(HasSubstr("Expert Info")), Not(HasSubstr("Malformed"))));
+  EXPECT_THAT(whole.out(), Not(testing::ContainsRegex("Expert Info \\((Note|Warning|Error)|Malformed")));
 }
 
 TEST_F(MeshTest, OutlivesHostileFrames) {
@@ -159,7 +130,7 @@ TEST_F(MeshTest, OutlivesHostileFrames) {
         .has_value();
   };
   std::mt19937 random(1905);
-  const Octets whole = captured_frame(TWO_NODES, 15);
+  const Octets whole = qel::test::frames_of_capture(TWO_NODES).at(14);
   for (int count = 0; count < 2000; ++count) {
     Octets frame = whole;
     for (int change = 0; change < 4; ++change) {
@@ -177,40 +148,9 @@ TEST_F(MeshTest, OutlivesHostileFrames) {
   near.send(topology_notification(device_mac(3)), device_mac(3));
   ASSERT_TRUE(far.receive(relayed_from(3)));
   ASSERT_TRUE(catch_up());
-  const std::string neighbors = meshctl({"exec", name("e"), "mesh", "NEIGHBORS"});
-  EXPECT_EQ(static_cast<std::size_t>(std::count(neighbors.begin(), neighbors.end(), '\n')), 200U);
+  EXPECT_EQ(std::ranges::count(neighbors("e"), '\n'), 200);
   daemons_[0].signal(SIGTERM);
   EXPECT_EQ(daemons_[0].wait(), 0);
-}
-
-TEST_F(MeshTest, AFloodInARingWithASlowLinkDiesOut) {
-  qel::test::add_veth_pair("r1", "r2");
-  qel::test::add_veth_pair("r3", "r4");
-  qel::test::add_veth_pair("r5", "slow5");
-  qel::test::add_veth_pair("r6", "slow6");
-  qel::test::add_veth_pair("r7", "flood");
-  const Process slow_link = run({DELAY_LINK, "slow5", "slow6", "300"});
-  start_meshd("ra", {"--interface", "r6", "r1", "r7"});
-  start_meshd("rb", {"--interface", "r2", "r3"});
-  start_meshd("rc", {"--interface", "r4", "r5"});
-  ASSERT_TRUE(listens("ra") && listens("rb") && listens("rc"));
-  Plug flood("flood");
-  for (int millisecond = 0; millisecond < 3000; ++millisecond) {
-    flood.send(topology_notification(device_mac(9)), device_mac(9));
-    std::this_thread::sleep_for(1ms);
-  }
-  std::string counted;
-  EXPECT_TRUE(eventually([&] {
-    const std::string before = std::exchange(counted, "");
-    for (const char* node : {"ra", "rb", "rc"}) {
-      const std::string counters = meshctl({"exec", name(node), "mesh", "COUNTERS"});
-      counted += node + counters.substr(counters.find("\nrelayed"));
-    }
-    std::this_thread::sleep_for(400ms);  // for longer than the link holds a frame
-    return counted == before;
-  })) << "still relayed: "
-      << counted;
-  EXPECT_THAT(counted, Not(HasSubstr("\nrelayed 0\n")));
 }
 
 TEST_F(MeshTest, ASlowPortKeepsNothingElseWaiting) {
@@ -306,12 +246,10 @@ TEST_F(MeshTest, FollowsItsInterface) {
   const auto has_neighbor = [&](const std::string& interface) {
     return eventually([&] {
       plug->send(topology_discovery(device_mac(1), device_mac(2)), device_mac(1));
-      return contains(meshctl({"exec", name("m"), "mesh", "NEIGHBORS"}), " on " + interface + ",");
+      return contains(neighbors("m"), " on " + interface + ",");
     });
   };
-  const auto loses_neighbor = [&] {
-    return eventually([&] { return meshctl({"exec", name("m"), "mesh", "NEIGHBORS"}).empty(); });
-  };
+  const auto loses_neighbor = [&] { return eventually([&] { return neighbors("m").empty(); }); };
   qel::test::ip("link set m1 up");
   announces("carrier", device_mac(6));
   EXPECT_TRUE(has_neighbor("m0"));
@@ -351,40 +289,42 @@ TEST_F(MeshTest, FollowsItsInterface) {
 
 TEST_F(MeshTest, SaysWhyItCannotStart) {
   qel::test::add_veth_pair("g0", "g1");
-  const auto expect_failure = [&](std::vector<std::string> options, int status, const std::string& text) {
-    Process& meshd = start_meshd("g", std::move(options));
-    EXPECT_EQ(meshd.wait(), status) << text;
-    EXPECT_THAT(meshd.err(), HasSubstr(text));
-  };
-  expect_failure({"--interface", "nosuch0"}, 1, "meshd: interface nosuch0: No such device\n");
-  expect_failure({"--interface", "lo"}, 1, "meshd: interface lo: not an Ethernet interface\n");
-  expect_failure({"--interface", "g0", "g0"}, 2, "'g0' is given twice");
-  expect_failure({"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2, "not the MAC address of a");
-  expect_failure({"--interface", "g0", "--name", "n"}, 2, "--name is given twice");
-  expect_failure({"--interface", "g0", "--debug", "--daemonize"}, 2, "--debug needs a value");
-  expect_failure({"--interface", "g0", "--debug", "meshd", "nosuch"}, 2,
-                 "unknown component 'nosuch'; the components are ");
-  expect_failure({"--interface", "g0", "--nosuch"}, 2, "unknown option '--nosuch'");
-  expect_failure({"g0"}, 2, "unexpected argument 'g0'");
-  Process meshd = run({MESHD, "--interface", "g0", "--discovery-interval", "3601"});
-  EXPECT_EQ(meshd.wait(), 2);
-  EXPECT_THAT(meshd.err(), HasSubstr("'3601' is not a number from 1 to 3600"));
-  expect_failure({}, 2, "--interface is required");
-  expect_failure({"--interface", "nosuch0", "--daemonize"}, 1, "interface nosuch0");
   start_meshd("g", {"--interface", "g0"});
   ASSERT_TRUE(listens("g"));
-  expect_failure({"--interface", "g1"}, 1, "might already be running");
+  const struct {
+    std::vector<std::string> options;
+    int status;
+    const char* text;
+  } rows[] = {
+      {{"--interface", "nosuch0"}, 1, "meshd: interface nosuch0: No such device\n"},
+      {{"--interface", "nosuch0", "--daemonize"}, 1, "interface nosuch0"},
+      {{"--interface", "lo"}, 1, "meshd: interface lo: not an Ethernet interface\n"},
+      {{"--interface", "g0", "g0"}, 2, "'g0' is given twice"},
+      {{"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2, "not the MAC address of a"},
+      {{"--interface", "g0", "--name", "n"}, 2, "--name is given twice"},
+      {{"--interface", "g0", "--debug", "--daemonize"}, 2, "--debug needs a value"},
+      {{"--interface", "g0", "--debug", "meshd", "nosuch"}, 2, "unknown component 'nosuch'; the components are "},
+      {{"--interface", "g0", "--nosuch"}, 2, "unknown option '--nosuch'"},
+      {{"--interface", "g0", "--discovery-interval", "3601"}, 2, "'3601' is not a number from 1 to 3600"},
+      {{"g0"}, 2, "unexpected argument 'g0'"},
+      {{}, 2, "--interface is required"},
+  };
+  for (const auto& row : rows) {
+    Process& meshd = start_meshd("x", row.options);
+    EXPECT_EQ(meshd.wait(), row.status) << row.text;
+    EXPECT_THAT(meshd.err(), HasSubstr(row.text));
+  }
   // What the fixed texts do not tell.
   const std::string full = "mount -t tmpfs -o size=4k none /dev/shm && exec \"$0\" --interface g1";
   const std::pair<std::vector<std::string>, const char*> causes[] = {
-      {{MESHD, "--interface", "g1", "--name", name("g")}, "\": File exists\n"},
+      {{MESHD, "--interface", "g1", "--name", name("g")}, "\": File exists\n.* might already be running\n"},
       {{"env", "QELIPC_BUS_ADDRESS=unix:path=/nonexistent", MESHD, "--interface", "g1", "--name", name("x")},
        "\": No such file or directory\n"},
       {{"unshare", "--mount", "sh", "-c", full, MESHD}, "\": No space left on device\n"}};
   for (const auto& [command, cause] : causes) {
     Process failing = run(command);
     EXPECT_EQ(failing.wait(), 1) << cause;
-    EXPECT_THAT(failing.err(), HasSubstr(cause));
+    EXPECT_THAT(failing.err(), testing::ContainsRegex(cause));
   }
 }
 
@@ -429,8 +369,8 @@ TEST_F(MeshTest, TheShellAnswersAndLeaves) {
   start_meshd("i", {"--interface", "i0"});
   ASSERT_TRUE(listens("i"));
   EXPECT_THAT(meshctl({"exec", name("i"), "HELP", "mesh"}), HasSubstr("NEIGHBORS"));
-  EXPECT_THAT(meshctl({"exec", name("i"), "mesh", "topology", "dot"}), HasSubstr("graph mesh {\n"));
-  EXPECT_EQ(meshctl({"topology", "--dot", name("i")}), meshctl({"exec", name("i"), "mesh", "topology", "dot"}));
+  EXPECT_THAT(mesh("i", "topology", "dot"), HasSubstr("graph mesh {\n"));
+  EXPECT_EQ(meshctl({"topology", "--dot", name("i")}), mesh("i", "topology", "dot"));
   EXPECT_EQ(meshctl({"topology"}), meshctl({"topology", name("i")})) << "the only one";
   const struct {
     std::vector<std::string> words;
@@ -568,7 +508,7 @@ TEST_F(MeshTest, FramesAreCapturedLive) {
   qel::test::add_veth_pair("j0", "j1");
   Process capture = run({MESHDUMP, "--json", "--quiet", "--interface", "j1"});
   Plug plug("j1");
-  Octets tagged = captured_frame(TWO_NODES, 1);
+  Octets tagged = qel::test::frames_of_capture(TWO_NODES).at(0);
   Octets foreign = tagged;
   foreign[12] = 0x08;
   tagged.insert(tagged.begin() + 12, {0x81, 0x00, 0x00, 0x05});
