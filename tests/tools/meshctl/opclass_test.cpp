@@ -1,31 +1,19 @@
-#include <sys/wait.h>
-
-#include "tests/support/testing.h"
+#include "tests/tools/meshdump/meshdump_run.h"
 
 namespace {
 
-struct Outcome {
-  int status;
-  std::string text;  ///< of both outputs
+class MeshctlOpclass : public meshdump::Meshdump {
+ protected:
+  /// Runs it without a message bus; what it says is in `out`.
+  meshdump::Outcome opclass(const std::string& arguments) const {
+    return shell("QELIPC_BUS_ADDRESS=unix:path=/nonexistent '" MESHCTL "' opclass " + arguments + " 2>&1");
+  }
 };
 
-/// Runs it without a message bus.
-Outcome opclass(const std::string& arguments) {
-  const std::string command = "QELIPC_BUS_ADDRESS=unix:path=/nonexistent '" MESHCTL "' opclass " + arguments + " 2>&1";
-  std::FILE* pipe = popen(command.c_str(), "r");
-  std::string text;
-  std::array<char, 4096> part{};
-  while (const std::size_t size = std::fread(part.data(), 1, part.size(), pipe)) {
-    text.append(part.data(), size);
-  }
-  const int status = pclose(pipe);
-  return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, text};
-}
-
-TEST(MeshctlOpclass, NamesTheClassesOfAChannel) {
-  EXPECT_EQ(opclass("of --freq 2484").text,
+TEST_F(MeshctlOpclass, NamesTheClassesOfAChannel) {
+  EXPECT_EQ(opclass("of --freq 2484").out,
             "operating class: 82\nband: 2.4 GHz\nwidth: 20 MHz\nchannel: 14 (2484 MHz)\nchannels of the class: 14\n");
-  EXPECT_EQ(opclass("of --freq 5180 --width 80").text,
+  EXPECT_EQ(opclass("of --freq 5180 --width 80").out,
             "operating class: 128\nband: 5 GHz\nwidth: 80 MHz\nchannel: 42 (5210 MHz)\n"
             "channels of the class: 42 58 106 122 138 155 171\n");
   const std::pair<const char*, const char*> rows[] = {
@@ -39,15 +27,15 @@ TEST(MeshctlOpclass, NamesTheClassesOfAChannel) {
       {"--freq 5935 --width 20", "class: 136\nband: 6 GHz\nwidth: 20 MHz\nchannel: 2 (5935 MHz)\n"},
   };
   for (const auto& [arguments, text] : rows) {
-    EXPECT_THAT(opclass(std::string("of ") + arguments).text, HasSubstr(text)) << arguments;
+    EXPECT_THAT(opclass(std::string("of ") + arguments).out, HasSubstr(text)) << arguments;
   }
   const std::string two_segments = "of --freq 5180 --width 80+80 --center 5210 --secondary 5530";
-  const Outcome outcome = opclass(two_segments);
+  const meshdump::Outcome outcome = opclass(two_segments);
   EXPECT_EQ(outcome.status, 0);
-  EXPECT_THAT(outcome.text, MatchesRegex("operating class: 128\n.*width: 80 MHz\nchannel: 42 .*\n\n"
-                                         "operating class: 130\n.*width: 80\\+80 MHz\nchannel: 106 .*171\n"));
-  EXPECT_EQ(opclass("of --freq 5180 --width 80+80 --secondary 5530").text, outcome.text);
-  EXPECT_EQ(opclass(two_segments + " --json").text,
+  EXPECT_THAT(outcome.out, MatchesRegex("operating class: 128\n.*width: 80 MHz\nchannel: 42 .*\n\n"
+                                        "operating class: 130\n.*width: 80\\+80 MHz\nchannel: 106 .*171\n"));
+  EXPECT_EQ(opclass("of --freq 5180 --width 80+80 --secondary 5530").out, outcome.out);
+  EXPECT_EQ(opclass(two_segments + " --json").out,
             R"({"region":"GLOBAL","channel_info":{"primary_freq":5180000,"primary_center":5210000,)"
             R"("channel_width":"80+80 MHz","secondary_center":5530000,"max_power":null},"opclasses":[128,130],)"
             R"("classes":[{"opclass":128,"band":"5 GHz","channel_width":"80 MHz","channel":42,)"
@@ -56,29 +44,29 @@ TEST(MeshctlOpclass, NamesTheClassesOfAChannel) {
             "\n");
 }
 
-TEST(MeshctlOpclass, TellsWhereAChannelLies) {
-  EXPECT_EQ(opclass("freq 0116 36").text,
+TEST_F(MeshctlOpclass, TellsWhereAChannelLies) {
+  EXPECT_EQ(opclass("freq 0116 36").out,
             "frequency: 5180 MHz\nsegment center: 5190 MHz\nlisted in the class: yes\n"
             "capabilities: HT20 HT40 PRIMARY_LOWER_BEHAVIOR\nsecondary segment: no\n");
-  EXPECT_THAT(opclass("freq 13 184 --region europe").text,
+  EXPECT_THAT(opclass("freq 13 184 --region europe").out,
               AllOf(StartsWith("frequency: 5922.5 MHz\n"), HasSubstr("\ncapabilities: none\n")));
-  EXPECT_THAT(opclass("freq 130 1").text, HasSubstr("segment center: none\nlisted in the class: no\n"));
-  EXPECT_EQ(opclass("freq 130 1 --json").text,
+  EXPECT_THAT(opclass("freq 130 1").out, HasSubstr("segment center: none\nlisted in the class: no\n"));
+  EXPECT_EQ(opclass("freq 130 1 --json").out,
             R"({"region":"GLOBAL","opclass":130,"channel":1,"frequency":5005000,"segment_center":null,"listed":false,)"
             R"("capability_flags":71,"secondary_segment":true})"
             "\n");
 }
 
-TEST(MeshctlOpclass, PrintsTheTable) {
-  EXPECT_THAT(opclass("table").text, HasSubstr("\n  Opclass: 129\n    Channel List: [50, 114, 163]\n"));
-  EXPECT_THAT(opclass("table --region europe --json").text,
+TEST_F(MeshctlOpclass, PrintsTheTable) {
+  EXPECT_THAT(opclass("table").out, HasSubstr("\n  Opclass: 129\n    Channel List: [50, 114, 163]\n"));
+  EXPECT_THAT(opclass("table --region europe --json").out,
               AllOf(StartsWith(R"({"region":"EUROPE","opclasses":[{"opclass":1,)"),
                     EndsWith(R"({"opclass":130,"channels":[42,58,106,122],"frequencies":[5210000,5290000,5530000,)"
                              R"(5610000],"capability_flags":71,"secondary_segment":true}]})"
                              "\n")));
 }
 
-TEST(MeshctlOpclass, RefusesWhatMakesNoSenseInOneLine) {
+TEST_F(MeshctlOpclass, RefusesWhatMakesNoSenseInOneLine) {
   const std::pair<const char*, const char*> rows[] = {
       {"", "a command is required"},
       {"bogus", "unknown command 'bogus'"},
@@ -98,10 +86,10 @@ TEST(MeshctlOpclass, RefusesWhatMakesNoSenseInOneLine) {
       {"freq 124 36", "Provided opclass 124 not valid!"},
   };
   for (const auto& [arguments, complaint] : rows) {
-    const Outcome outcome = opclass(arguments);
+    const meshdump::Outcome outcome = opclass(arguments);
     EXPECT_EQ(outcome.status, 2) << arguments;
-    EXPECT_THAT(outcome.text, AllOf(StartsWith("meshctl: "), HasSubstr(complaint))) << arguments;
-    EXPECT_EQ(outcome.text.find('\n') + 1, outcome.text.size()) << arguments;
+    EXPECT_THAT(outcome.out, AllOf(StartsWith("meshctl: "), HasSubstr(complaint))) << arguments;
+    EXPECT_EQ(outcome.out.find('\n') + 1, outcome.out.size()) << arguments;
   }
 }
 

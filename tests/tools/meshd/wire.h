@@ -1,7 +1,5 @@
 #pragma once
 
-#include <deque>
-
 #include "tests/support/testing.h"
 #include "tools/meshd/entity/entity.h"
 #include "tools/meshd/entity/lldp.h"
@@ -89,41 +87,31 @@ struct Cable {
   std::size_t right_interface;
 };
 
-/// Carries frames over the cables, in which there may be bridges of others, until all is quiet; the frames carried, in
-/// order. Throws when it never gets quiet.
-inline std::vector<SentFrame> carry(const std::vector<Cable>& cables, TimePoint now, bool has_bridges = false) {
-  std::vector<SentFrame> carried;
-  for (bool is_quiet = false; !is_quiet;) {
-    is_quiet = true;
-    const auto pass = [&](Device& from, std::size_t out, Device& to, std::size_t in) {
-      std::vector<SentFrame> others;
-      for (SentFrame& frame : from.ports.take()) {
-        if (frame.interface != out) {
-          others.push_back(std::move(frame));
-          continue;
-        }
-        is_quiet = false;
+/// Carries frames over the cables until all is quiet. Throws when it never gets quiet.
+inline void carry(const std::vector<Cable>& cables, TimePoint now) {
+  std::size_t carried = 0;
+  const auto pass = [&](Device& from, std::size_t out, Device& to, std::size_t in) {
+    for (std::vector<SentFrame>* queue : {&from.ports.sent, &from.ports.lldp}) {
+      const auto frames = std::ranges::stable_partition(
+          *queue, [out](std::size_t interface) { return interface != out; }, &SentFrame::interface);
+      for (const SentFrame& frame : frames) {
         to.entity.receive(in, frame.octets, now);
-        carried.push_back(std::move(frame));
-        if (carried.size() > 1000) {
-          throw std::runtime_error("the frames never end");
-        }
+        ++carried;
       }
-      for (const SentFrame& frame : std::exchange(from.ports.lldp, {})) {
-        if (frame.interface == out && !has_bridges) {
-          to.entity.receive(in, frame.octets, now);
-        } else if (frame.interface != out) {
-          from.ports.lldp.push_back(frame);
-        }
-      }
-      from.ports.sent.insert(from.ports.sent.begin(), others.begin(), others.end());
-    };
+      queue->erase(frames.begin(), frames.end());
+    }
+  };
+  std::optional<std::size_t> before;
+  while (before != carried) {
+    before = carried;
     for (const Cable& cable : cables) {
       pass(cable.left, cable.left_interface, cable.right, cable.right_interface);
       pass(cable.right, cable.right_interface, cable.left, cable.left_interface);
     }
+    if (carried > 1000) {
+      throw std::runtime_error("the frames never end");
+    }
   }
-  return carried;
 }
 
 }  // namespace meshd::test

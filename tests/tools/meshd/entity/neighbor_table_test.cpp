@@ -55,19 +55,6 @@ TEST(NeighborTable, KeepsALinkForAWhileOnlyBySuchAsABridgeForwards) {
   EXPECT_THAT(table.expire(at(181), 10s), ElementsAre(device_mac(1)));
 }
 
-TEST(NeighborTable, TakesNoMoreThanItHasRoomFor) {
-  NeighborTable table;
-  for (std::size_t i = 0; i < Limits().links; ++i) {
-    EXPECT_NE(table.discover(device_mac(1), 0, interface_mac(static_cast<std::uint8_t>(i)), at(0)),
-              Discovery::TABLE_FULL);
-  }
-  EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(1)), Discovery::TABLE_FULL);
-  EXPECT_EQ(table.find(device_mac(2)), nullptr);
-  EXPECT_EQ(table.discover(device_mac(1), 0, interface_mac(0), at(1)), Discovery::REFRESHED);
-  table.expire(at(11), 10s);
-  EXPECT_EQ(table.discover(device_mac(2), 0, interface_mac(0x21), at(1)), Discovery::NEW_NEIGHBOR);
-}
-
 TEST(NeighborTable, MakesRoomWhereMostClaimsAreUnlessThatWouldTurnTheTables) {
   NeighborTable table;
   ToldByDevice told;
