@@ -27,7 +27,7 @@ using Octets = std::vector<std::uint8_t>;
 void check_whole(std::span<const std::uint8_t> octets, std::uint8_t size) {
   SerializationContext context;
   const LenientMessage lenient = decode_leniently(octets, context);
-  require(!lenient.message.get_head().is_fragmented(), "what is put together is no fragment");
+  require(!lenient.message.get_head().is_fragmented(), "a reassembled message is not a fragment");
   if (!lenient.is_whole()) {
     return;
   }

@@ -9,7 +9,7 @@
 
 namespace tools {
 
-/// The command line is wrong. The program tells how to get help and exits with a status of its own for this.
+/// The command line is wrong. The program says how to get help and exits with a status reserved for this.
 class UsageError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

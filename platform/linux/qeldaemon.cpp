@@ -136,7 +136,7 @@ QEL_EXPORT void daemon_ready(void) {
   if (daemon_state.verdict_fd < 0) {
     return;
   }
-  // The parent may have been killed in the meantime; the daemon works all the same.
+  // The parent may have been killed in the meantime; the daemon still works.
   send(daemon_state.verdict_fd, &READY, 1, MSG_NOSIGNAL);
   close(daemon_state.verdict_fd);
   daemon_state.verdict_fd = -1;

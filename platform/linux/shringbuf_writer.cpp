@@ -56,10 +56,9 @@ int clear_name(const std::string& name) {
 void tell_why_private(const char* ring_name, const std::string& name, int error) {
   struct stat status;
   if (lstat((FOLDER + name).c_str(), &status) == 0 && status.st_uid != geteuid()) {
-    errmsg("the log ring \"%s\" can be read by nobody: its name belongs to the user %u", ring_name,
-           unsigned{status.st_uid});
+    errmsg("the log ring \"%s\" cannot be read: its name belongs to the user %u", ring_name, unsigned{status.st_uid});
   } else {
-    errmsg("the log ring \"%s\" can be read by nobody: %s", ring_name,
+    errmsg("the log ring \"%s\" cannot be read: %s", ring_name,
            error == EBUSY ? "another process has one of that name" : strerror(error));
   }
 }

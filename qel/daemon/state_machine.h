@@ -63,7 +63,7 @@ class QEL_EXPORT IState {
   /// If on_entry throws, the state is dropped and the machine has no current state.
   virtual void on_entry();
   /// The state is still current and handles events, but can no longer request a transition. If on_exit throws, the
-  /// state is left all the same, and the machine has no current state.
+  /// state is left anyway, and the machine has no current state.
   virtual void on_exit();
   virtual void on_event(const Event& event);
 

@@ -155,14 +155,14 @@ Reassembly::Partials::iterator Reassembly::drop(Partials::iterator partial) {
   return messages_.erase(partial);
 }
 
-/// Drops this one, or the oldest if there is none such.
+/// Drops this message, or the oldest if there is no such message.
 void Reassembly::displace(Partials::iterator partial) {
   partial = partial == messages_.end() ? messages_.begin() : partial;
   counts_.displaced += partial->is_closed ? 0U : 1U;
   drop(partial);
 }
 
-/// No more fragments are taken, and what came is forgotten.
+/// Accepts no more fragments, and forgets those received.
 void Reassembly::close(Partial& partial) {
   for (const Fragment& fragment : partial.fragments) {
     octets_ -= fragment.octets.size();

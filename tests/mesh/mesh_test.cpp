@@ -221,7 +221,7 @@ TEST_F(MeshTest, OnlyUntaggedFramesAreItsOwn) {
   EXPECT_EQ(relayed, expected);
 }
 
-/// What happens here the kernel tells: the next announcement of its own would come in ten minutes.
+/// The kernel reports what happens here: the next regular announcement would come in ten minutes.
 TEST_F(MeshTest, FollowsItsInterface) {
   qel::test::add_veth_pair("m0", "m1");
   qel::test::ip("link set m1 down");
@@ -314,7 +314,7 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
     EXPECT_EQ(meshd.wait(), row.status) << row.text;
     EXPECT_THAT(meshd.err(), HasSubstr(row.text));
   }
-  // What the fixed texts do not tell.
+  // What the fixed texts do not contain.
   const std::string full = "mount -t tmpfs -o size=4k none /dev/shm && exec \"$0\" --interface g1";
   const std::pair<std::vector<std::string>, const char*> causes[] = {
       {{MESHD, "--interface", "g1", "--name", name("g")}, "\": File exists\n.* might already be running\n"},
@@ -419,7 +419,7 @@ void answer(Plug& plug, const MACAddress& device, MessageType query, MessageType
   plug.send(message, device, asked.source);
 }
 
-/// Sixty devices tell of 205 others each.
+/// Sixty devices report 205 others each.
 TEST_F(MeshTest, AnAnswerOfFourMegabytesArrivesWhole) {
   qel::test::add_veth_pair("k0", "k1");
   start_meshd("k", {"--interface", "k0", "--discovery-interval", "60"});

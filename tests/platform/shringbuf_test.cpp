@@ -294,8 +294,7 @@ TEST(ShringbufTest, WhereAnotherUserHasTheNameTheRingIsPrivateAndSaysSo) {
         << what;
     char said[256] = "";
     EXPECT_GT(recv(messages[0], said, sizeof said - 1, MSG_DONTWAIT), 0) << what;
-    EXPECT_EQ(said,
-              "ERROR: the log ring \"" + object.name + "\" can be read by nobody: its name belongs to the user 65534\n")
+    EXPECT_EQ(said, "ERROR: the log ring \"" + object.name + "\" cannot be read: its name belongs to the user 65534\n")
         << what;
     EXPECT_TRUE(std::filesystem::exists(std::filesystem::symlink_status(object.path))) << what;
   }

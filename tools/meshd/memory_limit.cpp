@@ -12,7 +12,7 @@ namespace meshd {
 namespace {
 
 constexpr rlim_t LEAST_LIMIT = rlim_t{32} * 1024 * 1024;
-/// For a device in the map, in a view, and in the answer to a command.
+/// Covers a device in the map, in a view, and in the answer to a command.
 constexpr rlim_t DATA_OF_DEVICE = rlim_t{32} * 1024;
 
 /// What this process has now; see proc(5).

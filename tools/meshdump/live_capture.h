@@ -18,7 +18,7 @@ namespace meshdump {
 /// time.
 class LiveCapture {
  public:
-  /// An empty filter passes all frames. Throws InputError, also if an interface is not an Ethernet.
+  /// An empty filter passes all frames. Throws InputError, also if an interface is not Ethernet.
   LiveCapture(const std::vector<std::string>& interfaces, const std::string& filter);
   LiveCapture(const LiveCapture&) = delete;
   LiveCapture& operator=(const LiveCapture&) = delete;

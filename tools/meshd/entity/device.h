@@ -23,7 +23,7 @@ namespace meshd {
 enum class DeviceState : std::uint8_t {
   HEARD_OF,     ///< others reported it, or it was discovered; it has not been queried yet, or may still answer
   ANSWERED,     ///< it answered the last query
-  UNREACHABLE,  ///< it did not answer, nor when asked again; what it reported before is kept
+  UNREACHABLE,  ///< it did not answer, even when queried again; what it reported before is kept
 };
 
 /// What a device reported about itself in response to our queries. The addresses of its interfaces are its local MACs.
@@ -68,7 +68,7 @@ struct Device {
   std::optional<TimePoint> noticed_at;  ///< when its last notification came
   std::optional<TimePoint> answered_at;
   ToldByDevice told;
-  bool is_truncated = false;  ///< it reported more, for which there was no memory
+  bool is_truncated = false;  ///< it reported more than there was memory for
 
   Inquiry inquiry;
   bool has_more_metrics = false;              ///< unknown ones that the last sequence did not ask for

@@ -13,7 +13,7 @@ using qel::ieee1905_1::QELBlockedInterface;
 using qel::ieee1905_1::ReceiverLinkMetricTLV;
 using qel::ieee1905_1::TransmitterLinkMetricTLV;
 
-/// A device known only by its notification counts as farther than all to which we know the way.
+/// A device known only by its notification counts as farther away than all whose distance we know.
 unsigned int distance(unsigned int hops) { return hops == 0 ? std::numeric_limits<unsigned int>::max() : hops; }
 
 /// The overhead of a device in the map and in the agenda.
@@ -32,7 +32,7 @@ std::vector<MACAddress> neighbors_of(const Device& device, const MACAddress& sel
 
 }  // namespace
 
-/// Keeps the memory count right while what the device told changes, even if an exception is thrown.
+/// Keeps the memory count correct while the report of the device changes, even if an exception is thrown.
 class DeviceMap::Recount {
  public:
   Recount(DeviceMap& map, const Device& device) : map_(map), device_(device) {
@@ -206,7 +206,7 @@ std::vector<MACAddress> DeviceMap::meet_neighbors_of(const MACAddress& al_mac, s
       ++unproven;
       added.push_back(neighbor);
     } else {
-      has_room = false;  // for none so far away
+      has_room = false;  // no room for a device so far away
     }
     if (device != nullptr && is_first) {
       device->walk = walk_;
@@ -216,8 +216,8 @@ std::vector<MACAddress> DeviceMap::meet_neighbors_of(const MACAddress& al_mac, s
   return added;
 }
 
-/// An interface over which it spoke to us stays good: another way may be blocked somewhere. And while it is asked over
-/// one interface after the other none is left out.
+/// Keeps an interface on which the device has sent us something, because another path may be blocked somewhere. Also
+/// keeps the interface while a query is open, so that its repetitions leave no interface out.
 void DeviceMap::lead(Device& device, const Way& way) {
   device.hops = way.hops;
   device.told_by = way.told_by;
@@ -242,8 +242,8 @@ Device* DeviceMap::add(const MACAddress& al_mac, const Way& way) {
   return &device;
 }
 
-/// Room for a device so far away. Of those that never answered the farthest gives way to any neighbour and to those
-/// nearer than itself, of the others only to those nearer than itself.
+/// Makes room for a device at this distance. Of the devices that never answered, the farthest gives way to any
+/// neighbour and to nearer devices; of the others, the farthest gives way only to nearer devices.
 bool DeviceMap::make_room(unsigned int hops) {
   const auto worth = [](const Devices::value_type& entry) {
     return std::pair(was_proven(entry.second) || entry.second.hops == 1, ~distance(entry.second.hops));
@@ -262,7 +262,7 @@ DeviceMap::Devices::iterator DeviceMap::erase(Devices::iterator place) {
   return devices_.erase(place);
 }
 
-/// What a device that tells so takes beyond its own memory.
+/// The memory that a device with this report takes beyond its own.
 std::size_t DeviceMap::excess(const ToldByDevice& told) {
   const std::size_t size = sizeof(Devices::value_type) + NODE_SIZE + told.cost();
   return size - std::min(size, OWN_SIZE);

@@ -44,7 +44,7 @@ class DeviceMap {
   const Devices& all() const { return devices_; }
   Devices& all() { return devices_; }
 
-  /// By its AL MAC; null if there is none.
+  /// Finds a device by its AL MAC; null if there is none.
   Device* find(const qel::MACAddress& al_mac);
   const Device* find(const qel::MACAddress& al_mac) const;
 
@@ -55,13 +55,13 @@ class DeviceMap {
   /// Call this after a change of the device's inquiry.
   void schedule(const qel::MACAddress& al_mac, Device& device);
 
-  /// Takes in a device that was discovered as a neighbour on the interface. Null if other neighbours leave no room.
+  /// Adds a device that was discovered as a neighbour on the interface. Null if other neighbours leave no room.
   Device* take_neighbor(const qel::MACAddress& al_mac, std::size_t interface);
 
-  /// Takes in a device whose notification came on the interface. Null if it is unknown and there is no room.
+  /// Adds a device whose notification came on the interface. Null if it is unknown and there is no room.
   Device* take_notifier(const qel::MACAddress& al_mac, std::size_t interface, TimePoint now);
 
-  /// Replaces what a device of the map told before, as far as there is memory; see ToldByDevice::fit_into().
+  /// Replaces the previous report of a device in the map, as far as there is memory; see ToldByDevice::fit_into().
   void take_told(Device& device, ToldByDevice told);
 
   /// Replaces the metrics that a device of the map reported for its links to the neighbour; null keeps the previous
@@ -72,7 +72,7 @@ class DeviceMap {
 
   void take_blocked(Device& device, std::vector<qel::ieee1905_1::QELBlockedInterface> blocked);
 
-  /// Takes in the neighbours that this device of the map reports. Returns the new ones.
+  /// Adds the neighbours that this device of the map reports. Returns the new ones.
   std::vector<qel::MACAddress> take_neighbors_of(const qel::MACAddress& al_mac);
 
   /// Walks from our neighbours to the devices that they report, and on; forgets the devices that it does not meet.
@@ -80,7 +80,7 @@ class DeviceMap {
   /// were `is_found`.
   std::vector<qel::MACAddress> walk(const NeighborTable& neighbors, TimePoint now);
 
-  /// How many times a part of what a device told was left out for lack of memory.
+  /// How many times a part of a report was left out for lack of memory.
   std::uint64_t count_truncated() const { return truncated_; }
 
   /// Whether another walk should follow soon: devices that were left out have room by now, or wait to be reported.

@@ -12,9 +12,9 @@
 
 namespace meshd {
 
-/// Remembers the messages relayed in the last seconds, so that each is relayed only once. None is forgotten early,
-/// since it could then circulate in a ring of slow links. A message that there is no room to remember must not be
-/// relayed.
+/// Remembers the messages relayed in the last seconds, so that each is relayed only once. No message is forgotten
+/// early, because it could then circulate in a ring with a slow link. A message that there is no room to remember must
+/// not be relayed.
 class DuplicateFilter {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
@@ -52,7 +52,7 @@ class DuplicateFilter {
     std::uint64_t hash() const;
   };
 
-  /// The room that the messages of one interface take. Originators whose addresses have the same hash share theirs.
+  /// The space that the messages of one interface use. Originators whose addresses have the same hash share theirs.
   struct Share {
     std::size_t count = 0;
     std::array<std::uint16_t, 256> by_originator{};

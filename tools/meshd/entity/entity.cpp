@@ -16,7 +16,7 @@ namespace {
 using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all of this file is about it
 using qel::MACAddress;
 
-/// A response about 200 links takes some ten frames.
+/// A response about 200 links takes about ten frames.
 constexpr Reassembly::Limits REASSEMBLY_LIMITS{
     .messages = 16, .messages_of_a_sender = 2, .octets = 131'072, .age = std::chrono::seconds(2)};
 

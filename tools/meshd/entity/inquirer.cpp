@@ -228,9 +228,9 @@ void Inquirer::tend(TimePoint now) {
   }
 }
 
-/// Sends the query that is due. Returns false if the limit on queries is reached. The way over an interface may be
-/// blocked somewhere, so if no response comes, the other interfaces follow, and then all of them again with twice the
-/// patience.
+/// Sends the query that is due. Returns false if the limit on queries is reached. The path over an interface may be
+/// blocked somewhere, so if no response comes, the other interfaces are tried, and then all of them again with twice
+/// the timeout.
 bool Inquirer::ask(const MACAddress& al_mac, Device& device, TimePoint now) {
   const bool is_allowed = put_question(al_mac, device, now);
   devices_.schedule(al_mac, device);
@@ -339,7 +339,8 @@ std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Dev
   return neighbors;
 }
 
-/// Whether it has few neighbours, or may still report that.
+/// Whether the device reports its links itself, or may still do so: it has few neighbours as far as we know, and is not
+/// unreachable.
 bool Inquirer::tells_of_itself(const MACAddress& al_mac) const {
   const Device* device = devices_.find(al_mac);
   return device != nullptr && device->state != DeviceState::UNREACHABLE &&
@@ -367,7 +368,7 @@ bool Inquirer::sends_from(const MACAddress& al_mac, const ToldByDevice& told, co
   return told.has_interface(source) || (sender != nullptr && sender->al_mac == al_mac);
 }
 
-/// Our place, from 0 to SHARES, in what is spread over time: a different one for each pair of devices.
+/// Our share, from 0 to SHARES, of a time over which queries are spread: different for each pair of devices.
 int Inquirer::share_of(const MACAddress& al_mac) const {
   std::uint64_t key = 0;
   for (std::size_t place = 0; place < al_mac.octets().size(); ++place) {

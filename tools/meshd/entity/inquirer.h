@@ -51,7 +51,7 @@ class Inquirer {
   /// A link to a neighbour is gone: what was behind it will be forgotten soon.
   void on_link_lost() { is_to_walk_ = true; }
 
-  /// Forgets at once the devices that nothing leads to any more.
+  /// Forgets at once the devices that can no longer be reached.
   void forget();
 
   /// The device has notified a topology change. It is queried later, so that many notifications cause few queries.

@@ -59,7 +59,7 @@ class Inquiry {
   /// The sequence is complete. The next one is due at `until`.
   void rest(TimePoint until);
 
-  /// Brings the next sequence forward, during a sequence the one after it; see give_way().
+  /// Brings the next sequence forward; during a sequence, the one after it. See give_way().
   void hurry(TimePoint due);
 
   /// Ends a sequence that is asking for metrics if the next one was brought forward and is due.

@@ -19,7 +19,7 @@
 // message ends with the End-of-message TLV, and each TLV fits into a frame.
 namespace meshd {
 
-/// What a node tells about itself. States and hosts are those of the interfaces, in the same order.
+/// What a node reports about itself. States and hosts are those of the interfaces, in the same order.
 struct OwnDevice {
   qel::MACAddress al_mac;
   qel::BasicVersion version;
@@ -65,13 +65,13 @@ qel::ieee1905_1::Message link_metric_response(std::uint16_t message_id, const Me
                                               const std::vector<InterfaceState>& states,
                                               const NeighborTable& neighbors);
 
-/// The vendor-specific message that tells which daemon runs here.
+/// The vendor-specific message with the version of this daemon.
 qel::ieee1905_1::Message meshd_version(const qel::BasicVersion& version);
 
 /// The filter actions of an interface that we block. Bit 0: what it receives is dropped; bit 1: nothing is sent on it.
 inline constexpr std::bitset<16> BLOCKED_BOTH_WAYS{0b11};
 
-/// The vendor-specific message that tells which of our interfaces we block. An empty list cannot be encoded: if no
+/// The vendor-specific message that lists the interfaces that we block. An empty list cannot be encoded: if no
 /// interface is blocked, the message has only its type.
 qel::ieee1905_1::Message blocked_interface_list(const std::vector<qel::ieee1905_1::QELBlockedInterface>& blocked);
 

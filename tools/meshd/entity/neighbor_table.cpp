@@ -22,7 +22,7 @@ bool has_link_to(const Neighbor& neighbor, const MACAddress& mac) {
 
 bool is_claim(const NeighborLink& link) { return link.standing != NeighborLink::Standing::PROVEN; }
 
-/// The place of the device, or where to insert it.
+/// The position of the device, or where to insert it.
 template <class Neighbors>
 auto place_of(Neighbors& neighbors, const MACAddress& al_mac) {
   return std::ranges::lower_bound(neighbors, al_mac, {}, &Neighbor::al_mac);

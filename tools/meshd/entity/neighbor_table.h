@@ -30,7 +30,7 @@ struct NeighborLink {
   TimePoint last_discovered;
   Standing standing = Standing::CLAIMED;
   bool is_bridged = true;          ///< as far as we know, there are bridges on the link
-  TimePoint unbridged_until = {};  ///< if not bridged, when that ceases to hold unless it is confirmed
+  TimePoint unbridged_until = {};  ///< if not bridged, when this expires unless confirmed
   AskerLimit answers = {};         ///< the limit on responses over this link
 };
 
@@ -85,11 +85,10 @@ class NeighborTable {
                       std::optional<TimePoint> until);
 
   /// Drops the links not heard from for `hold_time`, and those not discovered for three hold times, or for 180 s if
-  /// that is longer. Returns the AL MACs of the neighbours that lost a link; a neighbour that lost its last link is
-  /// gone.
+  /// that is longer. Returns the AL MACs of the neighbours that lost a link; a neighbour without links is gone.
   std::vector<qel::MACAddress> expire(TimePoint now, std::chrono::milliseconds hold_time);
 
-  /// Marks the links as bridged whose proof of the contrary has expired. Returns whether there were any.
+  /// Marks links as bridged once the proof that they are not has expired. Returns whether there were any.
   bool expire_unbridged(TimePoint now);
 
   /// Drops the links of one of our interfaces. Returns the same as expire().

@@ -35,7 +35,8 @@ class TokenBucket {
   TimePoint full_at_;
 };
 
-/// How often one device is answered: a complete sequence of queries at once, then at the rate of repeated ones.
+/// How often one device is answered: a complete sequence of queries at once, then at the rate at which queries are
+/// repeated.
 using AskerLimit = TokenBucket<4, 20>;
 
 }  // namespace meshd

@@ -13,7 +13,7 @@ namespace meshd {
 
 namespace {
 
-/// The longest time between two attempts of what the system refuses.
+/// The maximum time between two attempts to make a change that the system refuses.
 constexpr std::chrono::seconds LONGEST_GAP{64};
 
 /// Whether the bridge knows the address already, as its own or that of a port.

@@ -48,10 +48,10 @@ class Bridges {
   std::optional<std::set<unsigned int>> guarded_;  // the ports that are kept apart; nothing before the first bridge
   std::set<unsigned int> told_;                    // bridges that have an entry of ours
   bool has_begun_ = false;
-  std::map<std::string, std::string> causes_;         // by what was refused in the last follow()
+  std::map<std::string, std::string> causes_;         // by the actions refused in the last follow()
   std::map<std::string, std::string> former_causes_;  // in the one before
   std::uint64_t refused_ = 0;
-  std::chrono::seconds gap_{1};  // to the next try
+  std::chrono::seconds gap_{1};  // until the next attempt
   std::optional<std::chrono::steady_clock::time_point> retry_at_;
 };
 

@@ -117,7 +117,7 @@ void LocalPorts::find(Given& given) {
   given.is_bridge = link->is_bridge;
   log() << LogLevels::LOG << given.name << " was recreated" << std::endl;
   const auto kept = std::ranges::find(ports_, &given, &Port::given);
-  if (given.is_bridge && kept != ports_.end()) {  // it was no bridge before
+  if (given.is_bridge && kept != ports_.end()) {  // it was not a bridge before
     *kept = {};
     entity_.remove_interface(static_cast<std::size_t>(kept - ports_.begin()));
   }

@@ -37,7 +37,7 @@ class LocalPorts {
   /// std::runtime_error.
   void open_all(const std::vector<std::string>& names);
 
-  /// Call this when the table of links has changed. The kernel needs some ten milliseconds to open or close a socket,
+  /// Call this when the table of links has changed. The kernel needs about ten milliseconds to open or close a socket,
   /// so each call opens or closes at most one and leaves the next to another turn of the loop.
   void follow();
 
@@ -85,11 +85,11 @@ class LocalPorts {
   void close(std::size_t interface);
   /// Closes a port that is gone or has left its bridge. Returns false if there is none.
   bool close_one();
-  /// Opens an interface that is to be our port. Returns false if none can be opened.
+  /// Opens an interface that should be our port. Returns false if none can be opened.
   bool open_one();
   /// Updates what the entity knows of an interface from what the kernel reports.
   void update(std::size_t interface, const Link& link);
-  /// Changes the bridges of all interfaces that are to be our ports.
+  /// Changes the bridges of all interfaces that should be our ports.
   void prepare_bridges();
   const std::string& name_of(std::size_t interface) const { return entity_.config().interfaces[interface].name; }
 

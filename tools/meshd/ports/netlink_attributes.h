@@ -9,7 +9,7 @@
 #include <span>
 #include <string_view>
 
-/// Reading what netlink(7) carries, whoever sent it: lengths that do not fit end the row of attributes.
+/// Reads the messages and attributes of netlink(7) from any sender: a length that does not fit ends the list.
 namespace meshd::netlink {
 
 using Octets = std::span<const std::byte>;

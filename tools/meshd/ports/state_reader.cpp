@@ -67,7 +67,7 @@ InterfaceState StateReader::read(unsigned int index) {
         sent_octets = link.sent_octets;
       }
     });
-  } catch (const std::system_error&) {  // it has gone this moment
+  } catch (const std::system_error&) {  // it has just disappeared
   }
   if (state.up) {
     if (place != known_.end() && sent_octets >= place->second.sent_octets) {

@@ -9,7 +9,7 @@
 namespace meshd {
 
 /// Asks the kernel for the state of interfaces, at most once a second for an interface that is up: more frequent
-/// callers get the same state again. That an interface is down is never reported from memory.
+/// callers get the same state again. Whether an interface is down is always checked, never taken from memory.
 class StateReader {
  public:
   /// Throws std::system_error.

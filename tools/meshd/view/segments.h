@@ -18,7 +18,8 @@ struct Port {
   friend auto operator<=>(const Port&, const Port&) = default;
 };
 
-/// Something that joins ports: a cable, a channel, or a switch. It is listed once, however many of its ends report it.
+/// Something that joins ports: a cable, a channel, or a switch. It is listed once, even if several of its ends report
+/// it.
 struct Segment {
   /// The link as each end reported it; null if it reported no metrics.
   std::map<Port, const qel::ieee1905_1::TransmitterLinkMetricInformation*> ports;

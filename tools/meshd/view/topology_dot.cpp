@@ -133,7 +133,7 @@ class Drawing {
     return text;
   }
 
-  /// What either end reported; of two values, the worse.
+  /// The value that either end reported; the worse one if both did.
   static std::string speed(const qel::ieee1905_1::TransmitterLinkMetricInformation* left,
                            const qel::ieee1905_1::TransmitterLinkMetricInformation* right) {
     const auto* const best = left == nullptr ? right : left;

@@ -52,7 +52,7 @@ struct TopologyView {
     std::vector<std::vector<qel::MACAddress>> bridges;          ///< the interfaces of each
     std::vector<qel::ieee1905_1::QELBlockedInterface> blocked;  ///< names made printable
     std::vector<Hosts> hosts;
-    bool is_truncated = false;  ///< it reported more, for which there was no memory
+    bool is_truncated = false;  ///< it reported more than there was memory for
   };
 
   /// A link as one of its ends reports it.

@@ -9,30 +9,30 @@
 #include "tools/meshd/wifi/interface.h"
 #include "tools/meshd/wifi/station.h"
 
-/// What the kernel tells by itself.
+/// Events that the kernel reports unasked.
 namespace meshd::wifi {
 
-/// A radio was plugged in or out, or renamed, or came into this network namespace or left it.
+/// A radio was added, removed or renamed, or it entered or left this network namespace.
 struct WiphyEvent {
   bool is_there = false;
   std::uint32_t number = 0;
   std::string name;
 };
 
-/// An interface was made, removed, or made another kind of.
+/// An interface was created or removed, or its kind changed.
 struct InterfaceEvent {
   bool is_there = false;
   Interface interface;
 };
 
-/// A station came to an access point or left it. For a station it is its access point.
+/// A station joined an access point or left it. On a station interface, the peer is the access point.
 struct StationEvent {
   bool is_there = false;
   std::uint32_t interface = 0;
   Station station;
 };
 
-/// An access point began or ended.
+/// An access point was started or stopped.
 struct AccessPointEvent {
   bool is_there = false;
   std::uint32_t interface = 0;
@@ -51,16 +51,16 @@ struct ChannelSwitchEvent {
   bool is_done = false;
   std::uint32_t interface = 0;
   qel::ChannelInfo channel;   ///< the new one
-  std::uint32_t beacons = 0;  ///< until it changes, of one that begins
+  std::uint32_t beacons = 0;  ///< beacons left until a switch that has begun
 };
 
-/// About the channels that must be listened to for radar; see DfsState.
+/// An event on a channel that requires radar detection; see DfsState.
 struct RadarEvent {
   enum class What : std::uint8_t {
     DETECTED,
     LISTENED,           ///< there was none
-    LISTENING_ENDED,    ///< too early: nothing is known
-    USABLE_AGAIN,       ///< long enough after a radar
+    LISTENING_ENDED,    ///< aborted: nothing is known
+    USABLE_AGAIN,       ///< enough time has passed since a radar
     AVAILABLE_NO_MORE,  ///< must be listened to again
     LISTENING,
   };
@@ -70,16 +70,16 @@ struct RadarEvent {
   qel::ChannelInfo channel;
 };
 
-/// Other rules are in force.
+/// The regulatory rules have changed.
 struct RegulatoryEvent {
-  std::optional<std::uint32_t> wiphy;  ///< of a radio that has its own
-  std::string country;                 ///< as in Regulatory; empty if told in no such form
+  std::optional<std::uint32_t> wiphy;  ///< for a radio with its own rules
+  std::string country;                 ///< as in Regulatory; empty if not reported in that form
 };
 
 using Event = std::variant<WiphyEvent, InterfaceEvent, StationEvent, AccessPointEvent, LinkEvent, ChannelSwitchEvent,
                            RadarEvent, RegulatoryEvent>;
 
-/// Nothing for other events, and for one that does not say what it is about.
+/// Returns nothing for other events, and for an event that does not say what it concerns.
 std::optional<Event> event_of(const Message& message, Timestamp now);
 
 }  // namespace meshd::wifi

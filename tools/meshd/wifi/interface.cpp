@@ -105,7 +105,7 @@ qel::ChannelInfo channel_info(Octets attributes, Timestamp now) {
   }
   try {
     info.set_segment({{frequency_of(center), width_of(*width)}, now}, frequency_of(second_center));
-  } catch (const std::invalid_argument&) {  // then it is no segment
+  } catch (const std::invalid_argument&) {  // not a segment
   }
   return info;
 }

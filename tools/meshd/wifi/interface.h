@@ -28,15 +28,15 @@ enum class Role : std::uint8_t {
 /// "AP", "STATION" and so on.
 std::string role_text(Role role);
 
-/// An interface of a radio: of an access point a BSS, of a station its side of one.
+/// An interface of a radio: an access point's BSS, or a station's side of one.
 struct Interface {
-  std::uint32_t number = 0;  ///< the kernel's; 0 for what is no network interface, such as a P2P device
-  std::uint64_t device = 0;  ///< the kernel's number of it as a wireless device, never used again
+  std::uint32_t number = 0;  ///< the kernel's; 0 if it is not a network interface, such as a P2P device
+  std::uint64_t device = 0;  ///< the kernel's number for it as a wireless device, never reused
   std::uint32_t wiphy = 0;
   std::string name;
   qel::MACAddress mac;  ///< the BSSID of an access point
   Role role = Role::OTHER;
-  std::string ssid;  ///< up to 32 octets of any value; empty when there is none or it is not known
+  std::string ssid;  ///< up to 32 octets of any value; empty if there is none or it is unknown
   bool has_4_addresses = false;
   /// With its transmit power; unset while the interface is on no channel.
   qel::ChannelInfo channel;
@@ -45,7 +45,7 @@ struct Interface {
 /// From a message about an interface (NL80211_CMD_NEW_INTERFACE).
 Interface interface_of(const Message& message, Timestamp now);
 
-/// The channel that attributes describe, which many messages do alike: the frequencies, the width and the transmit
+/// The channel that the attributes describe, in the form common to many messages: frequencies, width and transmit
 /// power. A width that the model does not have leaves the segment unset, as does a segment without its primary channel.
 qel::ChannelInfo channel_info(Octets attributes, Timestamp now);
 

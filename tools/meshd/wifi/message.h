@@ -10,7 +10,7 @@
 #include "qel/channel/type_with_ratio.h"
 #include "tools/meshd/ports/netlink_attributes.h"
 
-/// What nl80211, the kernel's interface for Wi-Fi, tells: reading it, and asking for it. All texts and numbers come
+/// Reads the messages of nl80211, the kernel's interface for Wi-Fi, and builds requests. All texts and numbers come
 /// from drivers and from the air: an attribute that is too short, or does not make sense, counts as missing.
 namespace meshd::wifi {
 
@@ -22,7 +22,7 @@ struct Message {
   Octets attributes;         ///< NL80211_ATTR_...
 };
 
-/// Nothing for octets that have no room for a command.
+/// Returns nothing if the octets are too few for a command.
 inline std::optional<Message> message_of(Octets octets) {
   if (octets.size() < GENL_HDRLEN) {
     return std::nullopt;
@@ -30,13 +30,13 @@ inline std::optional<Message> message_of(Octets octets) {
   return Message{netlink::value_of<genlmsghdr>(octets).cmd, octets.subspan(GENL_HDRLEN)};
 }
 
-/// Visits the attributes that sit in another one.
+/// Visits the attributes nested in another one.
 template <class Visit>
 void for_each_nested(Octets attribute, Visit visit) {
   netlink::for_each_attribute(attribute, visit);
 }
 
-/// Takes a number in the order of this machine; the target keeps its value if octets are missing.
+/// Reads a number in this machine's byte order; the target keeps its value if octets are missing.
 template <class T>
 bool take(Octets attribute, T& target) {
   if (attribute.size() < sizeof(T)) {
@@ -56,7 +56,7 @@ bool take(Octets attribute, std::optional<T>& target) {
   return is_there;
 }
 
-/// 0 for what is no frequency of this world.
+/// Returns 0 if it is not a valid frequency.
 constexpr qel::kHz frequency_of(std::uint32_t megahertz, std::uint32_t kilohertz_more = 0) {
   constexpr std::uint32_t LARGEST = 1'000'000;
   const bool is_sensible = megahertz <= LARGEST && kilohertz_more < 1000;

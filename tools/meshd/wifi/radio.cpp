@@ -22,13 +22,13 @@ using qel::WLANPhymode;
 /// HT Capability Information (IEEE 802.11-2020, 9.4.2.55.2): Supported Channel Width Set.
 constexpr std::uint16_t HT_40_MHZ = 1U << 1;
 
-/// Of the Supported MCS Set (9.4.2.55.4), by octet: those that are received, and what is sent.
+/// Octets of the Supported MCS Set (9.4.2.55.4): the maps for receiving, one per stream, and the octet about sending.
 constexpr std::size_t HT_STREAMS = 4;
 constexpr std::size_t HT_SENT = 12;
 constexpr unsigned int HT_SENT_DIFFERS = 0x03;  // Tx MCS Set Defined and Tx Rx MCS Set Not Equal
-constexpr unsigned int HT_SENT_STREAMS = 2;     // how far the number less one is shifted
+constexpr unsigned int HT_SENT_STREAMS = 2;     // position of the number of streams minus one
 
-/// VHT Capabilities Information (9.4.2.157.2): Supported Channel Width Set, 1 for 160 MHz and 2 for 80+80 MHz too.
+/// VHT Capabilities Information (9.4.2.157.2): Supported Channel Width Set, 1 for 160 MHz, 2 for 160 and 80+80 MHz.
 unsigned int vht_width(const VHTCapabilities& vht) { return vht.information >> 2 & 3; }
 
 /// HE PHY Capabilities Information (IEEE 802.11ax-2021, 9.4.2.248.3): Supported Channel Width Set.
@@ -42,7 +42,7 @@ bool has(const HECapabilities& he, HEWidth width) { return (he.phy[0] & static_c
 
 qel::MCSMap map_at(const std::uint8_t* octets) { return qel::MCSMap(octets[0] | unsigned{octets[1]} << 8); }
 
-/// The most streams that have any MCS; VHT and HE maps say "none" alike.
+/// The most streams that have any MCS; VHT and HE maps encode "none" in the same way.
 std::uint8_t streams_of(const qel::MCSMap& map) {
   std::uint8_t streams = 0;
   for (std::uint8_t count = 1; count <= qel::MAX_MCS_STREAMS; ++count) {
@@ -100,7 +100,7 @@ std::bitset<9> widths(const Band& band) {
 qel::NSSTable streams(const Band& band, Direction direction) {
   const std::bitset<9> all = widths(band);
   qel::NSSTable table;
-  // Streams up to a width, as far as the band has these widths.
+  // Sets the number of streams at each width of the band up to this one.
   const auto add = [&](ChannelWidth up_to, std::uint8_t count) {
     for (const ChannelWidth width : qel::capability_bits_channel_widths(all)) {
       if (width <= up_to) {
@@ -113,7 +113,7 @@ qel::NSSTable streams(const Band& band, Direction direction) {
       table.update_num_streams(width, count, false, false);
     }
   };
-  // In each pair of maps that for receiving comes first.
+  // In each pair, the map for receiving comes first.
   const std::size_t map = direction == Direction::RECEIVE ? 0 : 1;
   if (band.ht) {
     add(ChannelWidth::WIDTH_40_MHZ, ht_streams(*band.ht, direction));
@@ -140,7 +140,7 @@ qel::NSSTable streams(const Band& band, Direction direction) {
   return table;
 }
 
-/// The radar that shares 5600 to 5650 MHz watches the weather, and is to be listened for longer.
+/// Weather radar uses 5600 to 5650 MHz and requires a longer check.
 bool is_weather_channel(const qel::kHz& frequency) {
   constexpr qel::kHz HALF(10'000);
   return frequency + HALF > qel::kHz(5'600'000) && frequency - HALF < qel::kHz(5'650'000);
@@ -212,7 +212,7 @@ std::bitset<6> phymodes(const Band& band) {
   modes.set(bit_index(WLANPhymode::B), band.has_dsss_rates && is_2_4_ghz);
   modes.set(bit_index(WLANPhymode::G), band.has_ofdm_rates && is_2_4_ghz);
   modes.set(bit_index(WLANPhymode::N), band.ht.has_value());
-  modes.set(bit_index(WLANPhymode::AC), band.vht && !is_2_4_ghz);  // there it is nobody's standard
+  modes.set(bit_index(WLANPhymode::AC), band.vht && !is_2_4_ghz);  // no standard defines it there
   modes.set(bit_index(WLANPhymode::AX), !band.he.empty());
   return modes;
 }

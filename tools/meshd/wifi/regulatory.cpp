@@ -9,7 +9,7 @@ namespace meshd::wifi {
 
 namespace {
 
-/// Attributes in kHz, which the kernel keeps in 32 bits; beyond what this machine can hold it is the most.
+/// Reads a frequency in kHz. The kernel uses 32 bits without a sign; higher values become 2^31 - 1.
 qel::kHz kilohertz_in(Octets attribute) {
   std::uint32_t count = 0;
   take(attribute, count);

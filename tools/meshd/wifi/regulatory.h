@@ -19,10 +19,10 @@ struct RegulatoryRule {
   float max_power = 0;  ///< EIRP in dBm
 };
 
-/// The rules that radios follow.
+/// The regulatory rules for radios.
 struct Regulatory {
   std::string country;                 ///< two letters; "00" for what is allowed everywhere
-  std::optional<std::uint32_t> wiphy;  ///< of a radio that has its own; otherwise of all others
+  std::optional<std::uint32_t> wiphy;  ///< the radio that these rules are for; absent if for all others
   std::vector<RegulatoryRule> rules;
 };
 

@@ -11,7 +11,7 @@ namespace {
 using qel::ChannelWidth;
 using qel::WLANPhymode;
 
-/// As many octets as an association request of the largest frame could have.
+/// The most octets that the elements of an association request can have: those of the largest frame.
 constexpr std::size_t MOST_ELEMENT_OCTETS = 2304;
 constexpr std::uint8_t HT_MCS_PER_STREAM = 8;
 
@@ -94,7 +94,7 @@ void take_duration(Octets attribute, std::optional<Duration>& target) {
   }
 }
 
-/// Old kernels tell octets in 32 bits, newer ones also in 64.
+/// Old kernels count octets in 32 bits, newer ones also in 64.
 void take_octets(Octets attribute, std::optional<std::uint64_t>& target) {
   std::uint32_t count = 0;
   if (!target && take(attribute, count)) {

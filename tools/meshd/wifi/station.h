@@ -21,8 +21,8 @@ struct Rate {
   bool has_short_guard = false;                               ///< of 802.11n and ac
 };
 
-/// A station of an access point, or for a station its access point. Counts are of the association. What a driver does
-/// not tell is missing.
+/// An access point's station, or a station's access point. Counts start with the association. Values that the driver
+/// does not report are unset.
 struct Station {
   qel::MACAddress mac;
   std::optional<std::int8_t> signal;          ///< of the last frame, in dBm
@@ -35,15 +35,15 @@ struct Station {
   std::optional<std::uint32_t> received_packets;
   std::optional<std::uint32_t> retries;        ///< of sending
   std::optional<std::uint32_t> send_failures;  ///< packets given up
-  std::optional<std::uint64_t> receive_drops;  ///< packets received and not used
+  std::optional<std::uint64_t> receive_drops;  ///< received packets that were dropped
   std::optional<std::uint32_t> lost_beacons;   ///< of its access point
   std::optional<std::chrono::seconds> connected;
   std::optional<std::chrono::milliseconds> inactive;
   std::optional<std::uint32_t> expected_throughput;  ///< in kb/s
-  bool is_authorized = false;                        ///< frames of others than the handshake pass
+  bool is_authorized = false;                        ///< data frames may pass, not only the handshake
   bool is_associated = false;
   bool has_protected_management = false;
-  /// The elements of the association request, or of the answer; only when it comes.
+  /// The elements of the association request or response; only in the event of joining.
   std::vector<std::uint8_t> elements;
 };
 

@@ -78,7 +78,7 @@ std::optional<std::uint8_t> utilization(const Survey& survey, const Survey& earl
   if (active == milliseconds(0)) {
     return std::nullopt;
   }
-  // In this order, so that no time is too long.
+  // Divides before multiplying if the product could overflow.
   constexpr int PERCENT = 100;
   const auto share = active.count() > std::numeric_limits<std::int32_t>::max()
                          ? busy.count() / (active.count() / PERCENT)

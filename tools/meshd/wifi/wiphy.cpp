@@ -12,7 +12,7 @@ using qel::FrequencyBand;
 
 constexpr std::size_t MOST_ADDRESSES = 64;
 
-/// Octets as they are in an element. Those that are missing keep their value.
+/// Copies the octets of an element. Octets that are missing keep their value.
 template <std::size_t N>
 void take_octets(Octets attribute, std::array<std::uint8_t, N>& target) {
   std::memcpy(target.data(), attribute.data(), std::min(attribute.size(), N));
@@ -182,7 +182,7 @@ FrequencyBand band_of(int band) {
   }
 }
 
-/// The record of the optional, made if it is not there.
+/// Returns the value of the optional, which it creates if necessary.
 template <class T>
 T& made(std::optional<T>& value) {
   return value ? *value : value.emplace();

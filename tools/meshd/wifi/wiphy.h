@@ -17,27 +17,27 @@
 
 namespace meshd::wifi {
 
-/// What is known of radar on a channel where it must be listened for.
+/// What is known about radar on a channel that requires radar detection.
 enum class DfsState : std::uint8_t {
-  USABLE,       ///< once it was listened to for long enough
+  USABLE,       ///< must be checked for radar before use
   UNAVAILABLE,  ///< radar was found
   AVAILABLE,    ///< free of radar
 };
 
-/// A 20 MHz channel, as driver and regulations have it now.
+/// A 20 MHz channel as the driver and the regulations currently allow it.
 struct WiphyChannel {
   qel::kHz frequency;
   bool is_disabled = false;    ///< not to be used at all
-  bool no_initiation = false;  ///< only for those who follow an access point
+  bool no_initiation = false;  ///< may be used only where an access point is heard
   bool is_indoor = false;      ///< not to be used outdoors
   bool no_ht40_minus = false;  ///< not as the upper half of 40 MHz
   bool no_ht40_plus = false;   ///< not as the lower half
   bool no_80_mhz = false;
   bool no_160_mhz = false;
-  bool has_radar = false;                 ///< must be listened to for radar
+  bool has_radar = false;                 ///< requires radar detection
   std::optional<DfsState> dfs_state{};    ///< of a channel with radar
   std::chrono::milliseconds dfs_time{0};  ///< how long it has been in this state
-  std::chrono::milliseconds cac_time{0};  ///< how long to listen
+  std::chrono::milliseconds cac_time{0};  ///< how long to check for radar
   std::optional<float> max_power{};       ///< in dBm, by driver and regulations
 };
 
@@ -58,7 +58,7 @@ struct HECapabilities {
   std::bitset<32> interface_types{};  ///< indexed by nl80211_iftype: those that have these capabilities
   std::array<std::uint8_t, 6> mac{};
   std::array<std::uint8_t, 11> phy{};
-  /// Maps for receiving and sending up to 80 MHz, at 160 MHz and at 80+80 MHz. What is not supported is all ones.
+  /// Maps for receiving and sending up to 80 MHz, at 160 MHz and at 80+80 MHz. A map of all ones means not supported.
   std::array<std::uint8_t, 12> mcs{};
 };
 
@@ -78,25 +78,25 @@ struct Antennas {
   std::uint32_t receive = 0;
 };
 
-/// A radio, as the kernel calls it.
+/// A radio as the kernel describes it.
 struct Wiphy {
-  std::uint32_t number = 0;  ///< another radio may get it when this one is gone
+  std::uint32_t number = 0;  ///< may be reused once this radio is gone
   std::string name;
-  std::vector<qel::MACAddress> addresses;  ///< many drivers tell none
+  std::vector<qel::MACAddress> addresses;  ///< empty with many drivers
   std::bitset<32> interface_types;         ///< indexed by nl80211_iftype
   std::optional<Antennas> antennas;        ///< that the radio has
   std::optional<Antennas> used_antennas;
-  std::vector<Band> bands;  ///< those that the model has
+  std::vector<Band> bands;  ///< only bands that the model has
 };
 
 /// By their numbers.
 using Wiphys = std::map<std::uint32_t, Wiphy>;
 
-/// More are not taken, whatever the kernel tells.
+/// Limits on what is taken from the kernel.
 inline constexpr std::size_t MOST_WIPHYS = 64;
 inline constexpr std::size_t MOST_CHANNELS = 256;  ///< in a band
 
-/// Adds what a message of a dump tells (NL80211_CMD_NEW_WIPHY): the dump spreads each radio over many.
+/// Adds the contents of one message of a dump (NL80211_CMD_NEW_WIPHY), which describes each radio in many messages.
 void add_wiphy(Wiphys& wiphys, const Message& message);
 
 }  // namespace meshd::wifi
