@@ -62,13 +62,13 @@ END
     ;;
   timeout)
     lab 124 --timeout 5 sleep 600
-    says err '^wifi-lab: ended, as 5 s are over$'
+    says err '^wifi-lab: ended after 5 s$'
     ;;
   refusals)
     lab 125 --radios none true
     says err '^wifi-lab: --radios needs a number'
     lab 125
-    says err '^wifi-lab: which command?'
+    says err '^wifi-lab: no command given'
     # All refusals of the command inside, in one boot.
     lab 0 --timeout 500 sh -eu <<'END'
 lab node one
