@@ -29,7 +29,7 @@ class QEL_EXPORT OperatingClassDeduction {
   /// The region of a table. GLOBAL is Table E-4.
   enum class Region : std::uint8_t { USA = 0, EUROPE = 1, JAPAN = 2, GLOBAL = 3, CHINA = 4 };
 
-  /// What, besides its frequency, a channel must satisfy to belong to a class.
+  /// Conditions, in addition to the frequency, for a channel to belong to a class.
   enum class Behavior : std::uint32_t {
     EIGHTY_PLUS_BEHAVIOR = 0,    ///< may be the second segment of an 80+80 MHz channel
     UNMAPPED_BEHAVIOR = 1,       ///< a regulatory behaviour that no channel capability expresses

@@ -41,7 +41,7 @@ void bind_to(int socket, int interface, std::uint16_t protocol) {
   require(::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0);
 }
 
-/// A property of a frame besides its octets, as an offset from which a filter can load it.
+/// A property of a frame other than its octets, as an offset from which a filter can load it.
 constexpr std::uint32_t known(int property) { return static_cast<std::uint32_t>(SKF_AD_OFF + property); }
 
 std::error_code attach_filter(int socket, const sock_fprog* program) {

@@ -51,7 +51,7 @@ struct ToldByDevice {
   /// Leaves out entries of the neighbour lists beyond the first `most`.
   void limit_neighbors(std::size_t most);
 
-  /// Leaves out what exceeds so many octets: the hosts first, then the metrics, then neighbours one by one, and
+  /// Leaves out what exceeds this number of octets: the hosts first, then the metrics, then neighbours one by one, and
   /// interfaces only if they alone exceed it. Returns whether anything was left out.
   bool fit_into(std::size_t octets);
 };
@@ -61,7 +61,7 @@ struct Device {
   using TimePoint = std::chrono::steady_clock::time_point;
 
   DeviceState state = DeviceState::HEARD_OF;
-  unsigned int hops = 0;       ///< 1 for a neighbour; 0 if only a notification told of it
+  unsigned int hops = 0;       ///< 1 for a neighbour; 0 if known only from its notification
   std::size_t interface = 0;   ///< our interface over which it is queried first
   bool is_way_proven = false;  ///< it has sent us something over that interface
   qel::MACAddress told_by;  ///< the AL MAC of a device that reports it, among those nearest to us; ours for a neighbour

@@ -40,7 +40,7 @@ class DeviceMap {
   /// `self` is our AL MAC. There is room for `most` devices and DEVICE_SIZE octets for each.
   DeviceMap(const qel::MACAddress& self, std::size_t most) : self_(self), most_(most) {}
 
-  /// In the order of their AL MACs.
+  /// All devices, in the order of their AL MACs.
   const Devices& all() const { return devices_; }
   Devices& all() { return devices_; }
 

@@ -84,7 +84,7 @@ constexpr int SHARES = 1024;
 
 constexpr std::chrono::milliseconds FIRST_REST{4000};
 
-/// The time that a device is given to answer so many queries of the whole mesh.
+/// The time that a device gets to answer this number of queries from the whole mesh.
 std::chrono::milliseconds time_to_answer(std::size_t questions) {
   return std::chrono::milliseconds(1000 * questions / Inquirer::QUESTIONS_TO_ONE_A_SECOND);
 }

@@ -94,7 +94,7 @@ class NeighborTable {
   /// Drops the links of one of our interfaces. Returns the same as expire().
   std::vector<qel::MACAddress> disconnect(std::size_t interface);
 
-  /// By its AL MAC; null if there is none.
+  /// Finds a device by its AL MAC; null if there is none.
   const Neighbor* find(const qel::MACAddress& al_mac) const;
 
   /// The device that sends from this address: the one with this AL MAC, else the one with a link to such an interface.

@@ -25,7 +25,7 @@ class BridgeGuard {
   /// Removes the table.
   ~BridgeGuard();
 
-  /// Guards exactly the ports with these indexes. With fewer than two there is no table. Needs CAP_NET_ADMIN.
+  /// Guards exactly the ports with these indexes. With fewer than two ports, there is no table. Needs CAP_NET_ADMIN.
   /// Throws std::runtime_error with the system's message.
   void keep_apart(const std::vector<unsigned int>& ports);
 

@@ -80,10 +80,10 @@ TopologyView view_topology(const std::string& name, const Entity& entity, Entity
 
 std::string enum_to_string(TopologyView::State state);
 
-/// For people; ends with a line feed, as the others do.
+/// Text for people; ends with a line feed, like the other formats.
 void print_text(std::ostream& os, const TopologyView& view);
 
-/// For people with many nodes: one line for each node.
+/// Text for meshes with many nodes: one line for each node.
 void print_brief_text(std::ostream& os, const TopologyView& view);
 
 /// One object in one line; the keys are described in meshctl(1).
