@@ -120,7 +120,8 @@ TEST(ChannelList, FindsAndUpdatesByFrequencyAndAppendsInTheOthersOrder) {
   EXPECT_TRUE(list.can_update_from(other));
   for (const ChannelList& offered : {other, other, ChannelList(), ChannelList({at(36, 5180000, {1, 11})})}) {
     list.update(offered);
-    EXPECT_TRUE(list == expected && !list.can_update_from(offered));
+    EXPECT_EQ(list, expected);
+    EXPECT_FALSE(list.can_update_from(offered));
   }
   EXPECT_TRUE(list.can_update_from(ChannelList({at(36, 5180000, {1, 12})})));
   EXPECT_EQ(to_string(ChannelList({at(40, 5200000), at(36, 5180000)})),

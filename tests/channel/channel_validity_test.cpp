@@ -98,9 +98,12 @@ TEST_F(Validity, OfAnInfo) {
 }
 
 TEST(CompoundValidity, OfSetsBuffersAndRates) {
-  EXPECT_TRUE(is_valid(std::bitset<6>("000001")) && !is_valid(std::bitset<6>("000000")));
-  EXPECT_TRUE(is_valid(std::bitset<32>(0xEFFFFFFF)) && !is_valid(std::bitset<32>(0x10000000)));
-  EXPECT_TRUE(is_valid(FixedByteBuffer<3>(std::array<std::uint8_t, 1>{})) && !is_valid(FixedByteBuffer<3>()));
+  EXPECT_TRUE(is_valid(std::bitset<6>("000001")));
+  EXPECT_FALSE(is_valid(std::bitset<6>("000000")));
+  EXPECT_TRUE(is_valid(std::bitset<32>(0xEFFFFFFF)));
+  EXPECT_FALSE(is_valid(std::bitset<32>(0x10000000)));
+  EXPECT_TRUE(is_valid(FixedByteBuffer<3>(std::array<std::uint8_t, 1>{})));
+  EXPECT_FALSE(is_valid(FixedByteBuffer<3>()));
   EXPECT_TRUE(is_valid(std::pair<DataRate, DataRate>()));
 }
 

@@ -44,7 +44,8 @@ TEST(DeviceID, TurnsAddressesIntoTextAndKeepsOtherOctets) {
 
 TEST(DeviceID, ComparesSubtypeAndValue) {
   const DeviceID id(INTERFACE_NAME, "eth0");
-  EXPECT_TRUE(id != DeviceID(INTERFACE_ALIAS, "eth0") && id != DeviceID(INTERFACE_NAME, "eth1"));
+  EXPECT_NE(id, DeviceID(INTERFACE_ALIAS, "eth0"));
+  EXPECT_NE(id, DeviceID(INTERFACE_NAME, "eth1"));
   EXPECT_EQ(*clone_optional_device_id(std::make_unique<DeviceID>(id)), id);
   EXPECT_EQ(clone_optional_device_id(nullptr), nullptr);
 }

@@ -49,7 +49,8 @@ TEST(MACAddress, PrintsUpperCasePairs) {
 }
 
 TEST(MACAddress, OrdersByOctets) {
-  EXPECT_TRUE(mac("0000000000FF") < mac("000000000100") && mac("0001FFFFFFFF") < mac("800000000000"));
+  EXPECT_LT(mac("0000000000FF"), mac("000000000100"));
+  EXPECT_LT(mac("0001FFFFFFFF"), mac("800000000000"));
 }
 
 TEST(MACAddress, Predicates) {
@@ -63,7 +64,8 @@ TEST(MACAddress, Predicates) {
   };
   for (const auto& row : rows) {
     const MACAddress address = mac(row.octets);
-    EXPECT_TRUE(is_valid_mac_address(address) == row.valid && is_valid(address) == row.valid) << address;
+    EXPECT_EQ(is_valid_mac_address(address), row.valid) << address;
+    EXPECT_EQ(is_valid(address), row.valid) << address;
     EXPECT_EQ(is_valid_individual_mac_address(address), row.valid_individual) << address;
     EXPECT_EQ(is_non_zero_individual_mac_address(address), row.non_zero_individual) << address;
   }
@@ -71,8 +73,10 @@ TEST(MACAddress, Predicates) {
 
 TEST(Validity, RadioMeasurementsEndAtTheirLimits) {
   for (const std::uint8_t value : std::to_array<std::uint8_t>({0, 100, 101, 220, 221, 255})) {
-    EXPECT_TRUE(is_valid_rcpi(value) == (value < 221) && is_valid_anpi(value) == (value < 221)) << int{value};
-    EXPECT_TRUE(is_valid_rsni(value) && is_valid_channel_utilization(value) == (value < 101)) << int{value};
+    EXPECT_EQ(is_valid_rcpi(value), value < 221) << int{value};
+    EXPECT_EQ(is_valid_anpi(value), value < 221) << int{value};
+    EXPECT_TRUE(is_valid_rsni(value)) << int{value};
+    EXPECT_EQ(is_valid_channel_utilization(value), value < 101) << int{value};
   }
 }
 

@@ -22,7 +22,8 @@ TEST(EventBus, KeepsModulesByIdentifier) {
   int deaths = 0;
   Links& links = bus.create_module<Links>(&deaths);
   EXPECT_EQ(bus.find_module<Links>(), &links);
-  EXPECT_TRUE(bus.find_module(ID(7)) == &links && bus.find_module(ID(8)) == nullptr);
+  EXPECT_EQ(bus.find_module(ID(7)), &links);
+  EXPECT_EQ(bus.find_module(ID(8)), nullptr);
   EXPECT_THROW(bus.create_module<Imposter>(), std::logic_error) << "the identifier is taken";
   EXPECT_EQ(bus.find_module<Imposter>(), nullptr);
   EXPECT_EQ(bus.count_modules(), 1u);

@@ -119,7 +119,9 @@ TEST_F(MainloopTest, WatchesComeAndGo) {
   start();
   const auto first = std::make_shared<ProbeWatch>(5, log);
   const auto second = std::make_shared<ProbeWatch>(6, log);
-  EXPECT_TRUE(loop->add_watch(first) && loop->add_watch(second) && loop->add_watch(first));
+  EXPECT_TRUE(loop->add_watch(first));
+  EXPECT_TRUE(loop->add_watch(second));
+  EXPECT_TRUE(loop->add_watch(first));
   EXPECT_EQ(loop->count_watches(), 3u);
   take_calls();
   EXPECT_TRUE(loop->remove_watch(first));

@@ -53,7 +53,8 @@ TEST_F(OnPlatform, AFutureCompletedByACallbackIsDeliveredInTheSameTurn) {
   time::Timer timer;
   timer.start(0ms, [&] { of_timer.set_value(9); });
   EXPECT_EQ(loop.run(1s), -1ms);
-  EXPECT_TRUE(sum == 9 && !connection.connected());
+  EXPECT_EQ(sum, 9);
+  EXPECT_FALSE(connection.connected());
   loop.add_future(std::promise<int>().get_future(), add);
   loop.clear_futures();
   EXPECT_EQ(loop.count_futures(), 0u);

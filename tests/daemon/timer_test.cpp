@@ -143,10 +143,12 @@ TEST_F(PeriodicTimerTest, KeepsItsRhythmHoweverLateACallIsAndLeavesOutWhatIsOver
   PeriodicTimer moved = std::move(*timer);
   timer.reset();
   advance_microseconds(50'000);
-  EXPECT_TRUE(calls == 4 && moved.is_running());
+  EXPECT_EQ(calls, 4);
+  EXPECT_TRUE(moved.is_running());
   moved.stop();
   advance_microseconds(1'000'000);
-  EXPECT_TRUE(calls == 4 && !moved.is_running());
+  EXPECT_EQ(calls, 4);
+  EXPECT_FALSE(moved.is_running());
 }
 
 TEST_F(PeriodicTimerTest, TheFunctionMayThrowRestartAndDestroyItsTimer) {

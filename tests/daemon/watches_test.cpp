@@ -36,7 +36,8 @@ TEST_F(WatchesTest, ASimpleWatchHasTwoHandlersAndForgetsItsDescriptor) {
     watch.resume_reading();
     watch.remove_from_evsock();
   }
-  EXPECT_TRUE(watch.get_fd() == -1 && watch.get_handle() == nullptr);
+  EXPECT_EQ(watch.get_fd(), -1);
+  EXPECT_EQ(watch.get_handle(), nullptr);
   EXPECT_THAT(take_calls(),
               ElementsAre("evsock_add_fd(5, probe, xx--, null)", "evsock_fd_blocking(5)", "evsock_want_write(5)",
                           "evsock_want_read(5, 0)", "evsock_want_read(5, 1)", "evsock_remove_fd(5)"));

@@ -39,10 +39,12 @@ TEST(AssocRequestFrame, Golden) {
   const auto [outcome, frame] = decode(octets(FRAME), blank(octets(FRAME).size()));
   ASSERT_EQ(outcome.refused, "");
   EXPECT_EQ(frame->get_length(), 44U);
-  EXPECT_TRUE(frame->get_capability_information() == 0x1431 && frame->get_listen_interval() == 10);
+  EXPECT_EQ(frame->get_capability_information(), 0x1431);
+  EXPECT_EQ(frame->get_listen_interval(), 10);
   const std::vector<Frame::Element> elements = frame->get_elements();
   ASSERT_EQ(elements.size(), 6U);
-  EXPECT_TRUE(elements[1].id == 0xFA && test::hex(elements[1].body) == "1234");
+  EXPECT_EQ(elements[1].id, 0xFA);
+  EXPECT_EQ(test::hex(elements[1].body), "1234");
   test::check_golden<Frame>({{*frame, FRAME, TEXT}},
                             [](const Octets& input) { return std::make_unique<Frame>(input.size()); });
 }

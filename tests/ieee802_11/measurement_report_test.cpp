@@ -50,7 +50,8 @@ TEST(MeasurementReport, TypeBeaconTooShortForAReportIsKept) {
   ASSERT_NE(report.get_beacon_report(), nullptr);
   EXPECT_EQ(report.get_beacon_report()->get_phy_type(), PHYType::VHT);
   EXPECT_EQ(report.get_beacon_report()->get_frame_type(), BeaconReportFrameType::MEASUREMENT_PILOT);
-  EXPECT_TRUE(report.get_measurement_type() == MeasurementType::BEACON && report.get_opaque_body() == nullptr);
+  EXPECT_EQ(report.get_measurement_type(), MeasurementType::BEACON);
+  EXPECT_EQ(report.get_opaque_body(), nullptr);
 
   Octets cut = test::first(whole.size() - 1, whole);
   --cut[1];

@@ -65,8 +65,10 @@ TEST(EthTool, FindsTheCountersByName) {
   EXPECT_EQ(tool.get_stringset(), driver.names);
   const ByteCounter::Timestamp before = ByteCounter::now();
   const auto [receive, transmit] = tool.get_byte_counters();
-  EXPECT_TRUE(receive.get() == 0x99AABBCCDDEEFF01U && transmit.get() == 0x1122334455667788U);
-  EXPECT_TRUE(receive.get_timestamp() == transmit.get_timestamp() && receive.get_timestamp() >= before);
+  EXPECT_EQ(receive.get(), 0x99AABBCCDDEEFF01U);
+  EXPECT_EQ(transmit.get(), 0x1122334455667788U);
+  EXPECT_EQ(receive.get_timestamp(), transmit.get_timestamp());
+  EXPECT_GE(receive.get_timestamp(), before);
   driver.names[5] = "mac_rx_bytes_bad";
   EXPECT_FALSE(driver.tool().get_byte_counters().receive.is_set());
   EXPECT_TRUE(driver.tool().get_byte_counters().transmit.is_set());
@@ -141,8 +143,10 @@ class EthInterfaceMonitorOn : public testing::Test {
   std::uint32_t sent() const { return monitor_.get_data_rates().second.get().value(); }
   void expect_unavailable() {
     const auto [receive, transmit] = monitor_.get_availabilities();
-    EXPECT_TRUE(receive.percentage == 0 && receive.time.time_since_epoch().count() == 0);
-    EXPECT_TRUE(transmit.percentage == 0 && transmit.time.time_since_epoch().count() == 0);
+    EXPECT_EQ(receive.percentage, 0);
+    EXPECT_EQ(receive.time.time_since_epoch().count(), 0);
+    EXPECT_EQ(transmit.percentage, 0);
+    EXPECT_EQ(transmit.time.time_since_epoch().count(), 0);
   }
 
   std::uint64_t sends_ = 10000;  ///< octets between two updates

@@ -75,7 +75,7 @@ struct Receiver {
   }
 };
 
-TEST(RawSock, HandsOnWhatReadingGaveSendsUpToTheLargestFrameAndHasTheNameOfAnInterface) {
+TEST(RawSock, HandsOnWhatReadingGaveAndSendsUpToTheLargestFrame) {
   int ends[2];
   ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends), 0);
   FileDescriptor peer(ends[1]);
@@ -103,7 +103,9 @@ TEST(RawSock, HandsOnWhatReadingGaveSendsUpToTheLargestFrameAndHasTheNameOfAnInt
   RawSock deaf(FileDescriptor(::open("/dev/zero", O_RDWR)), "eth0", nullptr, nullptr);
   deaf.on_readable();
   deaf.on_writable();
+}
 
+TEST(RawSock, RefusesANameThatNoInterfaceCanHave) {
   for (const std::string name : {"", "sixteen-letters!"}) {
     EXPECT_THAT([&] { RawSock(name, nullptr, nullptr, ETHERTYPE); },
                 ThrowsMessage<std::invalid_argument>("interface name is not valid " + name));
@@ -210,8 +212,9 @@ TEST_F(RawSockOnCable, TakesFramesOfOthersForItAlsoOnAPortOfABridge) {
     other.octets()[place] = static_cast<std::uint8_t>(other.octets()[place] ^ 0x40U);
     send_to(other, ETHERTYPE);
   }
-  const Octets ours[] = {send_to(address, 0x88CC), send_to(MULTICAST, ETHERTYPE)};
-  EXPECT_TRUE(taken_by(picky) == ours[0] && taken_by(picky) == ours[1]);
+  for (const Octets& ours : {send_to(address, 0x88CC), send_to(MULTICAST, ETHERTYPE)}) {
+    EXPECT_EQ(taken_by(picky), ours);
+  }
   test::remove_interface("bridge");
 }
 

@@ -106,7 +106,9 @@ TEST(JsonStream, RefusesWhatTheGrammarForbidsAndSurvivesIt) {
   EXPECT_TRUE(object.stream.open_object());
   EXPECT_FALSE(object.stream.write_integer(1) || object.stream.write_bool(true) || object.stream.write_null());
   EXPECT_FALSE(object.stream.open_array() || object.stream.open_object());
-  EXPECT_TRUE(object.stream.write_string("key") && object.stream.write_integer(7U) && object.stream.close_object());
+  EXPECT_TRUE(object.stream.write_string("key"));
+  EXPECT_TRUE(object.stream.write_integer(7U));
+  EXPECT_TRUE(object.stream.close_object());
   EXPECT_FALSE(object.stream.close_array());
   EXPECT_EQ(object.os.str(), "{\"key\":7}");
 

@@ -40,7 +40,9 @@ TEST(MemoryIStream, ReadsWhereTheOctetsLieAndStartsOver) {
   EXPECT_FALSE(is.read(rest, 3));
   EXPECT_EQ(is.gcount(), 2);
   is.reset(wire);
-  EXPECT_TRUE(is.good() && is.consumed() == 0U && is.get() == 0xFF);
+  EXPECT_TRUE(is.good());
+  EXPECT_EQ(is.consumed(), 0U);
+  EXPECT_EQ(is.get(), 0xFF);
 }
 
 TEST(MemoryOStream, GrowsWithWhatIsWritten) {
