@@ -92,13 +92,13 @@ inline void carry(const std::vector<Cable>& cables, TimePoint now) {
   std::size_t carried = 0;
   const auto pass = [&](Device& from, std::size_t out, Device& to, std::size_t in) {
     for (std::vector<SentFrame>* queue : {&from.ports.sent, &from.ports.lldp}) {
-      const auto frames = std::ranges::stable_partition(
-          *queue, [out](std::size_t interface) { return interface != out; }, &SentFrame::interface);
-      for (const SentFrame& frame : frames) {
-        to.entity.receive(in, frame.octets, now);
+      const auto first = std::stable_partition(queue->begin(), queue->end(),
+                                               [out](const SentFrame& frame) { return frame.interface != out; });
+      for (auto frame = first; frame != queue->end(); ++frame) {
+        to.entity.receive(in, frame->octets, now);
         ++carried;
       }
-      queue->erase(frames.begin(), frames.end());
+      queue->erase(first, queue->end());
     }
   };
   std::optional<std::size_t> before;
