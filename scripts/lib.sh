@@ -15,7 +15,7 @@ usage() {
 
 # reason LOG: shows what a failed build said, without the successful steps and without the commands.
 reason() {
-  awk '/^\[[0-9]+\/[0-9]+\] / || is_command { is_command = 0; next }
+  awk '/^\[[0-9]+\/[0-9]+\] / || /^-- / || /^Preset / || /^  [A-Z_]+="/ || is_command { is_command = 0; next }
        { print; is_command = /^FAILED: / }' "$1" >&2
 }
 
@@ -32,7 +32,7 @@ quietly() (
 # follow LABEL: copies its input and shows the progress by the steps of ninja, "[3/17] ", and of ctest, "3/17 Test": on a
 # terminal in one line, elsewhere every tenth.
 follow() {
-  tenths=0
+  tenths=0 total=
   while IFS= read -r line; do
     printf '%s\n' "$line"
     case $line in
@@ -45,6 +45,7 @@ follow() {
       */*) ;;
       *) continue ;;
     esac
+    [ "${step#*/}" = "$total" ] || tenths=0 total=${step#*/}
     if [ -t 2 ]; then
       printf '\r%s %s of %s \033[K' "$1" "${step%/*}" "${step#*/}" >&2
     elif [ $((10 * ${step%/*} / ${step#*/})) -gt "$tenths" ]; then

@@ -397,7 +397,7 @@ int Endpoint::take_more(sd_bus_message* message, sd_bus_error* error) {
                          ? long_answers_.go_on(more, sd_bus_message_get_sender(message), now_us())
                          : std::nullopt;
   if (!piece) {
-    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the rest of this answer is not kept any more");
+    return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "the rest of this answer is no longer available");
   }
   return sd_bus_reply_method_return(message, "st", to_utf8(piece->text).c_str(), piece->more);
 }

@@ -15,7 +15,8 @@ namespace {
 
 constexpr const char* DESCRIPTION = "Controls the daemons on this machine's message bus.";
 constexpr const char* COMMANDS = "Commands";  // the parser calls them subcommands
-constexpr const char* FOOTER = "Exit status: 0 on success, 1 on failure, 2 for wrong usage.";
+constexpr const char* FOOTER =
+    "Exit status: 0 on success, 1 on failure, 2 for wrong usage or a question without an answer.";
 
 CLI::App* add_verb(CLI::App& app, Options& options, Verb verb, const std::string& name,
                    const std::string& description) {

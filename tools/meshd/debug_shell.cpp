@@ -76,7 +76,7 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mai
   } COMMANDS[] = {
       {"TOPOLOGY", run<&DebugShell::topology, true>, "show the mesh as known here: TEXT (default), BRIEF, JSON or DOT"},
       {"NEIGHBORS", run<&DebugShell::neighbors, false>, "show the links to neighbors and when they were last heard"},
-      {"INTERFACES", run<&DebugShell::interfaces, false>, "show our interfaces"},
+      {"INTERFACES", run<&DebugShell::interfaces, false>, "show the interfaces and their counters"},
       {"COUNTERS", run<&DebugShell::counters, false>, "show how received frames were handled"},
       {"BLOCK", run<&DebugShell::block, true>, "neither send nor receive on this interface until it is unblocked"},
       {"UNBLOCK", run<&DebugShell::unblock, true>, "use this interface again"},

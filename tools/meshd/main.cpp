@@ -68,7 +68,7 @@ void run(const Options& options) {
                                 << std::endl;
   }
   if (const std::error_code error = tools::keep_capabilities({CAP_NET_RAW, CAP_NET_ADMIN})) {
-    qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot give up capabilities: " << error.message()
+    qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot drop capabilities: " << error.message()
                                 << std::endl;
   }
   loop.add_watch(std::make_shared<qel::daemon::SignalWatch>(ending, [&loop](int) {

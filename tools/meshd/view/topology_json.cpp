@@ -53,7 +53,7 @@ class Writer {
     put("name", name_of(node.al_mac));
     put("state", enum_to_string(node.state));
     put("age", node.age ? std::optional(node.age->count()) : std::nullopt);
-    put("told_by", node.told_by);
+    put("reported_by", node.reported_by);
     put("bridges", node.bridges);
     put_array("hosts", node.hosts);
     put("truncated", node.is_truncated);

@@ -30,8 +30,8 @@ std::string state_of(const TopologyView& view, const Node& node) {
   }
   std::string text = node.state == State::UNREACHABLE ? "unreachable" : "heard of";
   text += (ago.empty() ? "" : ", answered" + ago) + truncated;
-  const char* before = ", told by ";
-  for (const MACAddress& teller : node.told_by) {
+  const char* before = ", reported by ";
+  for (const MACAddress& teller : node.reported_by) {
     const std::string name = view.name_of(teller);
     text += std::exchange(before, ", ") + (name.empty() ? teller.to_string() : name);
   }

@@ -28,8 +28,8 @@ class Builder {
     }
     for (const Link& link : view_.links) {  // these are in the order of the devices that report them
       Node* node = find_or_add(link.to);
-      if (node != nullptr && (node->told_by.empty() || node->told_by.back() != link.from)) {
-        node->told_by.push_back(link.from);
+      if (node != nullptr && (node->reported_by.empty() || node->reported_by.back() != link.from)) {
+        node->reported_by.push_back(link.from);
       }
     }
   }

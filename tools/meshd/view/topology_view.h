@@ -45,8 +45,8 @@ struct TopologyView {
     bool is_self = false;
     bool has_answered = false;  ///< it has reported its interfaces
     State state = State::HEARD_OF;
-    std::optional<std::chrono::seconds> age;  ///< since its last response; nothing if it never responded
-    std::vector<qel::MACAddress> told_by;     ///< AL MACs of the devices that report it as a neighbour
+    std::optional<std::chrono::seconds> age;   ///< since its last response; nothing if it never responded
+    std::vector<qel::MACAddress> reported_by;  ///< AL MACs of the devices that report it as a neighbour
     std::optional<qel::BasicVersion> meshd_version;
     std::vector<Interface> interfaces;
     std::vector<std::vector<qel::MACAddress>> bridges;          ///< the interfaces of each

@@ -71,8 +71,8 @@ TopologyView everything() {
                                  static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ)};
   view.nodes[4].interfaces[0] = {interface_mac(0x51), InterfaceType::WLAN,
                                  static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ)};
-  view.nodes[5].told_by = {device_mac(3)};
-  view.nodes[6].told_by = {device_mac(2), device_mac(3)};
+  view.nodes[5].reported_by = {device_mac(3)};
+  view.nodes[6].reported_by = {device_mac(2), device_mac(3)};
   view.nodes[6].age = std::chrono::seconds(300);
   view.links = {link(0x11, 0x21),        link(0x11, 0x31),        link(0x21, 0x11), link(0x21, 0x31, false),
                 link(0x22, 0x41),        link(0x31, 0x11, false), link(0x32, 0x51), link(0x32, 0x61, false),
@@ -138,9 +138,9 @@ node 02:19:05:A0:00:05, answered
   interface 02:19:05:10:00:51 WLAN AC_5_GHZ
     link to 02:19:05:A0:00:03 at 02:19:05:10:00:32: 866 Mb/s, 90 % available, sent 500 packets with 4 errors, received 7 packets with 0 errors
 
-node 02:19:05:A0:00:06, heard of, told by 02:19:05:A0:00:03
+node 02:19:05:A0:00:06, heard of, reported by 02:19:05:A0:00:03
 
-node 02:19:05:A0:00:07, unreachable, answered 300 s ago, told by two, 02:19:05:A0:00:03
+node 02:19:05:A0:00:07, unreachable, answered 300 s ago, reported by two, 02:19:05:A0:00:03
   interface 02:19:05:10:00:71 ETHERNET GIGABIT_ETHERNET
 )");
   EXPECT_THAT(text_of(print_brief_text, everything()),
@@ -156,9 +156,9 @@ TEST(TopologyView, IsJsonInOneLine) {
   const std::string json = text_of(print_json, everything());
   for (
       const char* part :
-      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"told_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"]}],"truncated":false},{)",
+      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"reported_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"]}],"truncated":false},{)",
        R"("blocked":[{"mac":"02:19:05:10:00:22","name":"lan2","type":"ETHERNET","filter_actions":3}],"name":"two","state":"answered","age":12,)",
-       R"(,{"al_mac":"02:19:05:A0:00:06","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[],"name":null,"state":"heard_of","age":null,"told_by":["02:19:05:A0:00:03"],"bridges":[],"hosts":[],"truncated":false},{)",
+       R"(,{"al_mac":"02:19:05:A0:00:06","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[],"name":null,"state":"heard_of","age":null,"reported_by":["02:19:05:A0:00:03"],"bridges":[],"hosts":[],"truncated":false},{)",
        R"("state":"unreachable","age":300,)",
        R"(}],"links":[{"from":"02:19:05:A0:00:01","from_interface":"02:19:05:10:00:11","to":"02:19:05:A0:00:02","to_interface":"02:19:05:10:00:21","transmitter":{"packet_errors":4,"transmitted_packets":500,"mac_throughput_capacity":0,"link_availability":100,"phy_rate":1000},"receiver":{"packet_errors":0,"packets_received":400,"rcpi":255},"bridged":true},{)",
        R"("to":"02:19:05:A0:00:03","to_interface":null,"transmitter":null,"receiver":null,"bridged":false},{)"}) {
@@ -214,7 +214,7 @@ TEST(TopologyView, IsWhatTheEntityKnows) {
   EXPECT_THAT(text, HasSubstr("    link to 02:19:05:A0:00:01 (one) at 02:19:05:10:00:11: 1000 Mb/s, 100 % available, "
                               "sent 500 packets with 4 errors, received 400 packets with 3 errors\n"));
   EXPECT_THAT(text, HasSubstr("    host 02:19:05:55:00:01\n"));
-  EXPECT_THAT(text, EndsWith("\nnode 02:19:05:A0:00:03, heard of, told by 02:19:05:A0:00:02\n"));
+  EXPECT_THAT(text, EndsWith("\nnode 02:19:05:A0:00:03, heard of, reported by 02:19:05:A0:00:02\n"));
 }
 
 TEST(TopologyView, TakesNamesFromEthers) {

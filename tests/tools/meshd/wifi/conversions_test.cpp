@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "qel/channel/channel_validity.h"
-#include "tests/wifi/attributes.h"
+#include "tests/tools/meshd/wifi/attributes.h"
 #include "tools/meshd/wifi/event.h"
 #include "tools/meshd/wifi/radio.h"
 #include "tools/meshd/wifi/station.h"
