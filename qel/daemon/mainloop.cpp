@@ -181,18 +181,19 @@ bool Mainloop::remove_watch(const std::shared_ptr<IWatchBase>& watch) {
   if (found == watches_.end()) {
     return false;
   }
-  (*found)->remove_from_evsock();
-  const Watches removed{std::move(*found)};
+  const Watches removed{*found};
+  keep_for_turn(removed);  // first, since it may lack memory
+  removed.front()->remove_from_evsock();
   watches_.erase(found);
-  keep_for_turn(removed);
   return true;
 }
 
 void Mainloop::remove_watches() {
+  keep_for_turn(watches_);  // first, since it may lack memory
   for (const auto& watch : watches_) {
     watch->remove_from_evsock();
   }
-  keep_for_turn(std::exchange(watches_, {}));
+  std::exchange(watches_, {});
 }
 
 void Mainloop::clear() {

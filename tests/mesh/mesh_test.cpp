@@ -502,6 +502,8 @@ TEST_F(MeshTest, OutlivesALackOfMemory) {
   ASSERT_TRUE(listens("p"));
   EXPECT_TRUE(Plug("p1").receive(MessageType::TOPOLOGY_DISCOVERY_MESSAGE));
   EXPECT_THAT(daemons_[0].err(), testing::ContainsRegex("out of memory: lost 1 received frames and [1-9][0-9]* turns"));
+  daemons_[0].signal(SIGTERM);
+  EXPECT_EQ(daemons_[0].wait(), 0);
 }
 
 TEST_F(MeshTest, FramesAreCapturedLive) {

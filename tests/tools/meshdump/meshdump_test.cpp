@@ -1,5 +1,3 @@
-#include <ctime>
-
 #include "qel/core/vendor_oui.h"
 #include "tests/support/testing.h"
 #include "tests/tools/meshdump/meshdump_run.h"
@@ -200,10 +198,10 @@ TEST_F(Meshdump, SurvivesAnyTime) {
                AL_MAC + "00 00000040";
   }
   const auto octets = parse_hex_line(capture, 1)->octets;
-  EXPECT_THAT(run("--time relative -", std::string(octets.begin(), octets.end())).out,
-              MatchesRegex(sizeof(std::time_t) > 4  // else libpcap truncates the times
-                               ? "frame 1  \\+0\\.0.*\nframe 2  -4294967295\\.0.*\nframe 3  -8589934592\\.0.*"
-                               : "frame 1  \\+0\\.0.*\nframe 2  \\+2\\.0.*\nframe 3  \\+1\\.0.*"));
+  EXPECT_THAT(
+      run("--time relative -", std::string(octets.begin(), octets.end())).out,
+      // The shorter times are those of a libpcap with 32 bits for a time.
+      MatchesRegex("frame 1  \\+0\\.0.*\nframe 2  (-4294967295|\\+2)\\.0.*\nframe 3  (-8589934592|\\+1)\\.0.*"));
 }
 
 TEST_F(Meshdump, CountsAndStyles) {

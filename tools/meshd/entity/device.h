@@ -71,8 +71,9 @@ struct Device {
   bool is_truncated = false;  ///< it reported more than there was memory for
 
   Inquiry inquiry;
-  bool has_more_metrics = false;              ///< unknown ones that the last sequence did not ask for
-  unsigned int rows_unanswered = 0;           ///< sequences since it last answered a whole one
+  std::size_t rows_left = 0;         ///< sequences that may follow soon, so that each neighbour is asked about once
+  bool has_more_metrics = false;     ///< unknown ones that the last sequence did not ask for
+  unsigned int rows_unanswered = 0;  ///< sequences since it last answered a whole one
   std::optional<TimePoint> metrics_asked_at;  ///< when all were asked for, not only missing ones
   unsigned int metrics_turn = 0;  ///< how many times, for a device with more neighbours than a sequence asks for
   AskerLimit answers;             ///< the limit on responses to it

@@ -123,7 +123,12 @@ std::size_t Entity::add_interface(LocalInterface added) {
   blocked_[interface] = gone_blocked_.erase(added.name) != 0;
   config_.interfaces[interface] = std::move(added);
   has_changed_ = true;
-  announce_on(interface);
+  try {
+    announce_on(interface);
+  } catch (...) {
+    config_.interfaces[interface] = {};
+    throw;
+  }
   return interface;
 }
 

@@ -78,10 +78,6 @@ class Entity {
   /// Removes the interface and its links, and frees its number.
   void remove_interface(std::size_t interface);
 
-  bool has_interface(std::size_t interface) const {
-    return interface < config_.interfaces.size() && config_.interfaces[interface].is_there();
-  }
-
   /// The interface came up, or its name, address or bridge changed. Announces us there, and notifies the mesh of a new
   /// address. Throws std::out_of_range.
   void replace_interface(std::size_t interface, LocalInterface renewed);

@@ -89,6 +89,9 @@ std::chrono::milliseconds time_to_answer(std::size_t questions) {
   return std::chrono::milliseconds(1000 * questions / Inquirer::QUESTIONS_TO_ONE_A_SECOND);
 }
 
+/// The sequences that ask about so many neighbours, without the first one.
+std::size_t rows_for(std::size_t neighbors) { return neighbors == 0 ? 0 : (neighbors - 1) / Inquiry::MOST_METRICS; }
+
 bool is_neighbor(const Device& device) { return device.hops == 1; }
 
 }  // namespace
@@ -147,7 +150,11 @@ Device* Inquirer::take_topology(const MACAddress& source, std::size_t interface,
   }
   const std::vector<MACAddress> before = device->told.neighbor_al_macs();
   devices_.take_told(*device, std::move(told));
-  is_to_walk_ = is_to_walk_ || !std::ranges::includes(device->told.neighbor_al_macs(), before);
+  const std::vector<MACAddress> neighbors_now = device->told.neighbor_al_macs();
+  is_to_walk_ = is_to_walk_ || !std::ranges::includes(neighbors_now, before);
+  if (!std::ranges::includes(before, neighbors_now)) {
+    device->rows_left = rows_for(neighbors_now.size());
+  }
   device->state = DeviceState::ANSWERED;
   device->answered_at = now;
   learn_way(*device, interface);
@@ -209,7 +216,11 @@ void Inquirer::tend(TimePoint now) {
   is_to_walk_ = is_to_walk_ || devices_.is_waiting();
   forget();
   for (const Neighbor& neighbor : neighbors_.all()) {
-    if (Device* device = devices_.find(neighbor.al_mac)) {
+    Device* device = devices_.find(neighbor.al_mac);
+    if (device == nullptr) {  // there was no room, or no memory
+      device = devices_.take_neighbor(neighbor.al_mac, neighbor.best_link().interface);
+    }
+    if (device != nullptr) {
       ask(neighbor.al_mac, *device, now);
     }
   }
@@ -324,16 +335,20 @@ std::vector<MACAddress> Inquirer::choose_neighbors(const MACAddress& al_mac, Dev
   const std::vector<MACAddress> measured = measured_neighbors(device.told);
   const auto is_missing = [&](const MACAddress& neighbor) { return !std::ranges::binary_search(measured, neighbor); };
   const std::chrono::milliseconds fresh = is_neighbor(device) ? hold_time_ / 4 : hold_time_;
-  if (device.metrics_asked_at && now - *device.metrics_asked_at < fresh) {
+  if (device.has_more_metrics || (device.metrics_asked_at && now - *device.metrics_asked_at < fresh)) {
     std::erase_if(neighbors, std::not_fn(is_missing));
   } else if (!neighbors.empty()) {
     device.metrics_asked_at = now;
+    device.rows_left = rows_for(neighbors.size());
+  }
+  if (!neighbors.empty()) {
     const std::size_t turn = device.metrics_turn++ * Inquiry::MOST_METRICS % neighbors.size();
     std::rotate(neighbors.begin(), neighbors.begin() + static_cast<std::ptrdiff_t>(turn), neighbors.end());
     std::stable_partition(neighbors.begin(), neighbors.end(), is_missing);
   }
   const auto missing = static_cast<std::size_t>(std::ranges::count_if(neighbors, is_missing));
-  device.has_more_metrics = missing > Inquiry::MOST_METRICS;
+  device.has_more_metrics = missing > Inquiry::MOST_METRICS && device.rows_left > 0 && !device.is_truncated;
+  device.rows_left -= device.has_more_metrics ? 1U : 0U;
   neighbors.resize(std::min(neighbors.size(), Inquiry::MOST_METRICS));
   std::ranges::reverse(neighbors);
   return neighbors;

@@ -126,10 +126,17 @@ std::vector<MACAddress> NeighborTable::drop_oldest(Predicate may_go) {
 
 void NeighborTable::hear(const MACAddress& al_mac, std::size_t interface, TimePoint now) {
   if (Neighbor* neighbor = entry(al_mac)) {
+    const bool has_direct = std::ranges::any_of(neighbors_, [interface](const Neighbor& other) {
+      return std::ranges::any_of(other.links, [interface](const NeighborLink& link) {
+        return link.interface == interface && !link.is_bridged;
+      });
+    });
     for (NeighborLink& link : neighbor->links) {
-      // A link whose interface the device does not report is kept alive by discoveries alone: the interface may have a
-      // new address by now.
-      if (link.interface == interface && link.standing != NeighborLink::Standing::WITHDRAWN) {
+      // Two kinds of links are kept alive by discoveries alone: one whose interface the device does not report, since
+      // it may have a new address by now; and one over a bridge beside a direct one, since the device is behind the
+      // direct neighbour.
+      if (link.interface == interface && link.standing != NeighborLink::Standing::WITHDRAWN &&
+          !(link.is_bridged && has_direct)) {
         link.last_heard = now;
       }
     }

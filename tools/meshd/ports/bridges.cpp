@@ -61,14 +61,18 @@ void Bridges::follow(const LinkTable& links, const std::vector<unsigned int>& po
     }
   }
   const bool has_bridge = std::ranges::any_of(links.all(), [](const auto& entry) { return entry.second.is_bridge; });
+  const auto now = std::chrono::steady_clock::now();
+  const bool was_due = !retry_at_ || *retry_at_ <= now;
+  retry_at_.reset();
   if (has_bridge || guarded_) {  // otherwise nftables is not even loaded
     former_causes_ = std::exchange(causes_, {});
     guard(ports_of_bridges);
     tell(links, bridges);
-    retry_at_.reset();
-    gap_ = causes_.empty() ? std::chrono::seconds(1) : std::min(2 * gap_, LONGEST_GAP);
-    if (!causes_.empty()) {
-      retry_at_ = std::chrono::steady_clock::now() + gap_;
+    if (causes_.empty()) {
+      gap_ = std::chrono::seconds(1);
+    } else {
+      retry_at_ = now + gap_;
+      gap_ = was_due ? std::min(2 * gap_, LONGEST_GAP) : gap_;
     }
   }
 }

@@ -147,9 +147,6 @@ void LocalPorts::open(Given& given, const Link& link) {
   } catch (...) {
     port = before;
     loop_.remove_watch(socket);
-    if (!is_known && entity_.has_interface(interface)) {
-      entity_.remove_interface(interface);
-    }
     throw;
   }
 }
@@ -181,12 +178,13 @@ std::shared_ptr<qel::RawSock> LocalPorts::open_socket(std::size_t interface, con
 
 void LocalPorts::close(std::size_t interface) {
   Port& port = ports_[interface];
-  loop_.remove_watch(port.socket);
   if (port.given->is_bridge) {
     entity_.remove_interface(interface);
+    loop_.remove_watch(port.socket);
     port = {};
   } else {
     entity_.disconnect(interface);
+    loop_.remove_watch(port.socket);
     port.given->index = 0;
     port = {port.given, nullptr, 0, false, port.dropped};
   }
@@ -243,11 +241,16 @@ void LocalPorts::update(std::size_t interface, const Link& link) {
   if (link.state.up != was_up) {
     log() << LogLevels::LOG << current.name << (was_up ? " is down" : " is up") << std::endl;
   }
-  if (was_up && !link.state.up) {
-    entity_.disconnect(interface);
-  }
-  if (current != known || (link.state.up && !was_up)) {
-    entity_.replace_interface(interface, std::move(current));
+  try {
+    if (was_up && !link.state.up) {
+      entity_.disconnect(interface);
+    }
+    if (current != known || (link.state.up && !was_up)) {
+      entity_.replace_interface(interface, std::move(current));
+    }
+  } catch (...) {  // to be repeated
+    ports_[interface].is_up = was_up;
+    throw;
   }
 }
 

@@ -1,5 +1,8 @@
 #include "tools/meshd/entity/inquirer.h"
 
+#include <numeric>
+
+#include "qel/ieee1905_1/message_builder.h"
 #include "tests/support/octets.h"
 #include "tests/support/testing.h"
 #include "tests/tools/meshd/wire.h"
@@ -151,6 +154,30 @@ TEST_F(InquirerTest, AsksForMetricsOfOneNeighborAfterTheOther) {
         << "others than the one asked for do not count";
   }
   EXPECT_THAT(questions(2, LINK_METRIC_QUERY_MESSAGE), IsEmpty());
+}
+
+TEST_F(InquirerTest, DoesNotAskForeverForMetricsThatNeverCome) {
+  std::vector<std::uint8_t> others(60);
+  std::iota(others.begin(), others.end(), std::uint8_t{4});
+  std::size_t asked = 0;
+  for (const std::size_t most : {1000U, 200U}) {
+    asked = 0;
+    for (int second = 0; second < 900; ++second) {
+      pass(1s);
+      if (std::ranges::any_of(device.ports.sent, [](const SentFrame& frame) {
+            return frame.destination() == device_mac(2) && frame.type() == TOPOLOGY_QUERY_MESSAGE;
+          })) {
+        answer(2, others, 0);
+      }
+      for (auto queries = questions(2, LINK_METRIC_QUERY_MESSAGE); !queries.empty();
+           queries = questions(2, LINK_METRIC_QUERY_MESSAGE)) {
+        ++asked;
+        receive(0, make_message(LINK_METRIC_RESPONSE_MESSAGE, queries.back().second), 2);
+      }
+    }
+    EXPECT_GE(asked, 60U);
+    EXPECT_LE(asked, most);
+  }
 }
 
 TEST_F(InquirerTest, TakesNoMoreNeighborsThanOneDeviceMayHave) {

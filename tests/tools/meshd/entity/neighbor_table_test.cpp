@@ -55,6 +55,16 @@ TEST(NeighborTable, KeepsALinkForAWhileOnlyBySuchAsABridgeForwards) {
   EXPECT_THAT(table.expire(at(181), 10s), ElementsAre(device_mac(1)));
 }
 
+TEST(NeighborTable, ADeviceBehindADirectNeighborIsNoNeighborForLong) {
+  NeighborTable table;
+  table.discover(device_mac(1), 0, interface_mac(0x11), at(0));
+  table.discover(device_mac(2), 0, interface_mac(0x21), at(0));
+  table.hear_unbridged(device_mac(1), 0, interface_mac(0x11), at(100));
+  table.hear(device_mac(1), 0, at(10));
+  table.hear(device_mac(2), 0, at(10));
+  EXPECT_THAT(table.expire(at(11), 10s), ElementsAre(device_mac(2)));
+}
+
 TEST(NeighborTable, MakesRoomWhereMostClaimsAreUnlessThatWouldTurnTheTables) {
   NeighborTable table;
   ToldByDevice told;
