@@ -193,7 +193,7 @@ void Mainloop::remove_watches() {
   for (const auto& watch : watches_) {
     watch->remove_from_evsock();
   }
-  std::exchange(watches_, {});
+  const Watches removed = std::exchange(watches_, {});  // gone from the loop before they are destroyed
 }
 
 void Mainloop::clear() {
