@@ -35,6 +35,28 @@ std::string json(const T& value) {
   return os.str();
 }
 
+/// Checks what updating the object that `own` makes from the one that `from` makes gives, and that the comparisons
+/// agree with it. NaN differs from itself.
+template <class Fields>
+void expect_update(const Fields& own, const Fields& from, const Fields& updated) {
+  auto object = own.object();
+  const auto other = from.object();
+  SCOPED_TRACE(Fields::contents(object) + " from " + Fields::contents(other));
+  const bool numbers = Fields::values(object).find("nan") == std::string::npos;
+  EXPECT_EQ(object == other, Fields::contents(object) == Fields::contents(other) && numbers);
+  EXPECT_EQ(object.equivalent_to(other), Fields::values(object) == Fields::values(other) && numbers);
+  EXPECT_EQ(object.can_update_from(other), Fields::contents(object) != Fields::contents(updated.object()));
+  object.update(other);
+  EXPECT_EQ(Fields::contents(object), Fields::contents(updated.object()));
+}
+
+/// Expects the fields that differ to be taken over, or left as they are.
+template <class Fields>
+void expect_taken(const std::vector<Fields>& taken, const std::vector<Fields>& left) {
+  std::ranges::for_each(taken, [](const Fields& other) { expect_update<Fields>({}, other, other); });
+  std::ranges::for_each(left, [](const Fields& other) { expect_update<Fields>({}, other, {}); });
+}
+
 inline LastChanged<kHz> frequency(long value, std::int64_t time) { return {kHz(value), time}; }
 inline LastChanged<ChannelInfo::Segment> segment(long center, ChannelWidth width, std::int64_t time) {
   return {{kHz(center), width}, time};
