@@ -12,6 +12,7 @@
 #include "qel/core/serialization/writer.h"
 #include "qel/core/text.h"
 #include "qel/ieee802_11/rsn_element.h"
+#include "qel/ieee802_11/stream_impl.h"
 
 namespace qel::ieee802_11 {
 
@@ -67,20 +68,11 @@ bool begins_with_address(std::span<const std::uint8_t> variable_part) {
 }  // namespace
 
 void AssocRequestFrame::serialize_impl(std::ostream& os, serialization::SerializationContext& context) const {
-  serialization::MemoryWriteBuffer* memory = serialization::memory_of(os);
-  if (memory == nullptr) {
-    serialization::serialize_through_memory(os, context, *this, serialization::PRIMITIVE_ENDS<std::uint8_t>);
-    return;
-  }
-  serialization::Writer out(*memory);
-  encode_body(out);
-  out.commit();
+  write_to(os, context, *this);
 }
 
 void AssocRequestFrame::deserialize_impl(std::istream& is, serialization::SerializationContext&) {
-  serialization::ReadSource source(is);
-  serialization::Reader in(source);
-  decode_body(in);
+  read_from(is, *this);
 }
 
 void AssocRequestFrame::encode_body(serialization::Writer& out) const {

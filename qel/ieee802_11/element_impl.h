@@ -8,6 +8,7 @@
 #include "qel/core/serialization/table_codec.h"
 #include "qel/core/serialization/writer.h"
 #include "qel/ieee802_11/element.h"
+#include "qel/ieee802_11/stream_impl.h"
 
 /// The member functions of IEEE802_11_Element, for sources that instantiate it.
 namespace qel::ieee802_11 {
@@ -54,21 +55,12 @@ class ElementBody {
 template <class Derived, std::uint8_t ID>
 void IEEE802_11_Element<Derived, ID>::serialize_impl(std::ostream& os,
                                                      serialization::SerializationContext& context) const {
-  serialization::MemoryWriteBuffer* memory = serialization::memory_of(os);
-  if (memory == nullptr) {
-    serialization::serialize_through_memory(os, context, *this, serialization::PRIMITIVE_ENDS<std::uint8_t>);
-    return;
-  }
-  serialization::Writer out(*memory);
-  encode_body(out);
-  out.commit();
+  write_to(os, context, *this);
 }
 
 template <class Derived, std::uint8_t ID>
 void IEEE802_11_Element<Derived, ID>::deserialize_impl(std::istream& is, serialization::SerializationContext&) {
-  serialization::ReadSource source(is);
-  serialization::Reader in(source);
-  decode_body(in);
+  read_from(is, *this);
 }
 
 template <class Derived, std::uint8_t ID>
