@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <sstream>
 #include <string_view>
 
 #include "tools/command_line.h"
@@ -22,7 +23,18 @@ constexpr std::array<std::string_view, 8> COMPONENTS = {
     "meshd", "mainloop",      "QELAssociatedSTAIdleStateTLV", "QELBTMQueryTLV", "state_machine", "Task",
     "Timer", "type_validator"};
 
-constexpr const char* HELP = R"(A node of an IEEE 1905.1 mesh on the given Ethernet interfaces.
+std::string list_components() {
+  std::string text;
+  for (const std::string_view component : COMPONENTS) {
+    text.append(text.empty() ? "" : ", ").append(component);
+  }
+  return text;
+}
+
+std::string help() {
+  const Options defaults;
+  std::ostringstream text;
+  text << R"(A node of an IEEE 1905.1 mesh on the given Ethernet interfaces.
 Usage: meshd --interface IF... [OPTION]...
 
 Options:
@@ -33,12 +45,17 @@ Options:
       --state-directory DIR     Keep the AL MAC address in this directory across restarts
       --name NAME               The name under which meshctl finds this daemon; meshd by default
       --discovery-interval SECONDS
-                                Time between announcements, 1 to 3600; 60 by default
-      --devices NUMBER          Maximum number of other devices to know, up to 4096; 1024 by default
+                                Time between announcements, 1 to )"
+       << LONGEST_INTERVAL << "; " << defaults.discovery_interval.count() << R"( by default
+      --devices NUMBER          Maximum number of other devices to know, up to )"
+       << MOST_DEVICES << "; " << defaults.devices << R"( by default
       --daemonize               Run in the background, or as a service under a service manager
       --debug COMPONENT...      Show the debug messages of these components
 
-Components: )";
+Components: )"
+       << list_components() << '\n';
+  return text.str();
+}
 
 enum Option : int {
   FURTHER_WORD = 1,
@@ -86,14 +103,6 @@ int parse_number(const std::string& option, const std::string& text, int most) {
     throw tools::UsageError(option + ": '" + text + "' is not a number from 1 to " + std::to_string(most));
   }
   return number;
-}
-
-std::string list_components() {
-  std::string text;
-  for (const std::string_view component : COMPONENTS) {
-    text.append(text.empty() ? "" : ", ").append(component);
-  }
-  return text;
 }
 
 void check_components(const std::vector<std::string>& components) {
@@ -145,7 +154,7 @@ Options parse_options(int argc, char* const* argv) {
     }
     switch (option) {
       case HELP_OPTION:
-        options.notice = HELP + list_components() + '\n';
+        options.notice = help();
         return options;
       case VERSION:
         options.notice = "meshd " MESHD_VERSION "\n";
