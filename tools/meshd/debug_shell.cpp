@@ -9,6 +9,7 @@
 #include <ostream>
 #include <stdexcept>
 #include <streambuf>
+#include <string_view>
 #include <utility>
 
 #include "ctlcmd.h"
@@ -43,6 +44,18 @@ class SessionBuffer final : public std::streambuf {
   std::array<char, 4096> piece_;
 };
 
+/// The formats of TOPOLOGY; the first is the default.
+constexpr std::pair<std::string_view, decltype(&print_text)> FORMATS[] = {
+    {"TEXT", print_text}, {"BRIEF", print_brief_text}, {"JSON", print_json}, {"DOT", print_dot}};
+
+std::string list_formats() {
+  std::string text;
+  for (const auto& [name, print] : FORMATS) {
+    text.append(text.empty() ? "" : ", ").append(name);
+  }
+  return text;
+}
+
 }  // namespace
 
 template <DebugShell::Answer ANSWER, bool HAS_ARGUMENT>
@@ -69,12 +82,13 @@ int DebugShell::run(ctlcmd_session* session, int argc, const char* const* argv, 
 
 DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop)
     : entity_(entity), ports_(ports), loop_(loop) {
-  static constexpr struct {
+  const struct {
     const char* name;
     qel::daemon::CtlcmdModule::Handler handler;
-    const char* help;
-  } COMMANDS[] = {
-      {"TOPOLOGY", run<&DebugShell::topology, true>, "show the mesh as known here: TEXT (default), BRIEF, JSON or DOT"},
+    std::string help;
+  } commands[] = {
+      {"TOPOLOGY", run<&DebugShell::topology, true>,
+       "show the known mesh; formats: " + list_formats() + "; default: " + std::string(FORMATS[0].first)},
       {"NEIGHBORS", run<&DebugShell::neighbors, false>, "show the links to neighbors and when they were last heard"},
       {"INTERFACES", run<&DebugShell::interfaces, false>, "show the interfaces and their counters"},
       {"COUNTERS", run<&DebugShell::counters, false>, "show how received frames were handled"},
@@ -82,7 +96,7 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mai
       {"UNBLOCK", run<&DebugShell::unblock, true>, "use this interface again"},
   };
   const auto module = loop_.create_ctlcmd_module(MODULE, this);
-  for (const auto& [name, handler, help] : COMMANDS) {
+  for (const auto& [name, handler, help] : commands) {
     module->add_command(name, handler, help);
   }
   if (!module->start()) {
@@ -94,12 +108,10 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mai
 DebugShell::~DebugShell() { loop_.remove_ctlcmd_module(MODULE); }
 
 void DebugShell::topology(std::ostream& os, const std::string& format) {
-  constexpr std::pair<const char*, decltype(&print_text)> FORMATS[] = {
-      {"TEXT", print_text}, {"BRIEF", print_brief_text}, {"JSON", print_json}, {"DOT", print_dot}};
-  const std::string name = format.empty() ? FORMATS[0].first : qel::to_upper(format);
-  const auto* const place = std::ranges::find(FORMATS, name, [](const auto& row) { return std::string(row.first); });
+  const std::string name = format.empty() ? std::string(FORMATS[0].first) : qel::to_upper(format);
+  const auto* const place = std::ranges::find(FORMATS, name, [](const auto& row) { return row.first; });
   if (place == std::end(FORMATS)) {
-    throw std::invalid_argument("the formats are TEXT, BRIEF, JSON and DOT");
+    throw std::invalid_argument("the formats are " + list_formats());
   }
   std::ifstream names("/etc/ethers");
   place->second(os, view_topology(loop_.get_name(), entity_, std::chrono::steady_clock::now(), read_names(names)));
