@@ -29,6 +29,18 @@ quietly() (
   die "failed: $*"
 )
 
+# progress TEXT: shows what is being done, on a terminal in one line until the next output.
+progress() {
+  if [ -t 2 ]; then
+    printf '\r%s \033[K' "$1" >&2
+  else
+    printf '%s\n' "$1" >&2
+  fi
+}
+end_progress() {
+  [ ! -t 2 ] || printf '\r\033[K' >&2
+}
+
 # follow LABEL: copies its input and shows the progress by the steps of ninja, "[3/17] ", and of ctest, "3/17 Test": on a
 # terminal in one line, elsewhere every tenth.
 follow() {
@@ -46,14 +58,12 @@ follow() {
       *) continue ;;
     esac
     [ "${step#*/}" = "$total" ] || tenths=0 total=${step#*/}
-    if [ -t 2 ]; then
-      printf '\r%s %s of %s \033[K' "$1" "${step%/*}" "${step#*/}" >&2
-    elif [ $((10 * ${step%/*} / ${step#*/})) -gt "$tenths" ]; then
+    if [ -t 2 ] || [ $((10 * ${step%/*} / ${step#*/})) -gt "$tenths" ]; then
       tenths=$((10 * ${step%/*} / ${step#*/}))
-      printf '%s %s of %s\n' "$1" "${step%/*}" "${step#*/}" >&2
+      progress "$1 ${step%/*} of ${step#*/}"
     fi
   done
-  [ ! -t 2 ] || printf '\r\033[K' >&2
+  end_progress
 }
 
 # watched LABEL LOG COMMAND...: writes the output to LOG and shows the progress. Returns the status of the command.
@@ -70,7 +80,11 @@ configure() (
   directory=$1
   preset=$2
   shift 2
-  quietly "$directory/log/configure.log" cmake --preset "$preset" -B "$directory" "$@"
+  progress "$(basename "$directory"): configuring"
+  status=0
+  quietly "$directory/log/configure.log" cmake --preset "$preset" -B "$directory" "$@" || status=$?
+  end_progress
+  exit "$status"
 )
 
 # compile DIRECTORY [TARGET]
