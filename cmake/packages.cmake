@@ -12,6 +12,10 @@ if(NOT section)
   message(FATAL_ERROR "CHANGELOG.md has no section about version ${PROJECT_VERSION}")
 endif()
 set(version ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE})
+# Before 1.0, the next minor version may have another ABI.
+math(EXPR next_minor "${PROJECT_VERSION_MINOR} + 1")
+set(library_dependency
+  "libmesh-shared0 (>= ${version}), libmesh-shared0 (<< ${PROJECT_VERSION_MAJOR}.${next_minor}~)")
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME mesh-shared)
@@ -84,7 +88,7 @@ qel_package(tools mesh-tools net
 meshd is a node of an IEEE 1905.1 mesh, meshctl talks to it, and meshdump
 prints the messages of captures and of live interfaces.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
-  "libmesh-shared0 (>= ${version}), mesh-platform (>= ${version}), adduser, default-dbus-system-bus | dbus-system-bus")
+  "${library_dependency}, mesh-platform (>= ${version}), adduser, default-dbus-system-bus | dbus-system-bus")
 install(FILES ${debian}/meshd.default DESTINATION /etc/default RENAME meshd COMPONENT tools)
 
 include(CPack)
