@@ -38,6 +38,7 @@ void check(const Wiphys& wiphys, const Regulatory& regulatory) {
   require(wiphys.size() <= MOST_WIPHYS, "a limited number of radios");
   for (const auto& [number, wiphy] : wiphys) {
     require(wiphy.bands.size() <= 3, "bands of the model");
+    std::ostringstream text;
     for (const Band& band : wiphy.bands) {
       require(band.channels.size() <= MOST_CHANNELS, "a limited number of channels");
       const qel::ChannelList channels = channel_list(band, &regulatory, NOW);
@@ -48,9 +49,8 @@ void check(const Wiphys& wiphys, const Regulatory& regulatory) {
         const std::bitset<5>& state = entry.get_state_flags().get();
         require(state.count() <= 1 && (state.none() || entry.get_capability_flags()[4]), "one state, upon radar");
       }
+      text << radio_of(wiphy, band.band, &regulatory, NOW);
     }
-    std::ostringstream text;
-    text << radio_of(wiphy, &regulatory, NOW);
   }
 }
 

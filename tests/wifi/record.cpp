@@ -58,11 +58,7 @@ int main(int argc, char** argv) {
     });
     bool is_done = false;
     if (!is_events) {
-      meshd::wifi::Subject subject;
-      if (argc == 4) {
-        subject.interface = if_nametoindex(argv[3]);
-      }
-      socket.ask_all(question->second, subject);
+      socket.ask_all(question->second, argc == 4 ? if_nametoindex(argv[3]) : 0);
     }
     while (!is_done && wait_for(socket.get_fd())) {
       socket.receive([&](const Nl80211Socket::Received& received) {

@@ -1,6 +1,8 @@
 #include "tools/meshd/wifi/model.h"
 
 #include <algorithm>
+#include <bitset>
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -13,16 +15,33 @@ namespace {
 using qel::kHz;
 using Topic = Question::Topic;
 
-const Interface* first_interface(const Model::Interfaces& interfaces, std::uint32_t wiphy, bool on_a_channel) {
-  const auto found = std::find_if(interfaces.begin(), interfaces.end(), [&](const auto& entry) {
-    return entry.second.wiphy == wiphy && (!on_a_channel || entry.second.channel.get_primary_frequency().is_set());
-  });
-  return found == interfaces.end() ? nullptr : &found->second;
-}
+/// Shorter measurements, between two answers, say little about the utilization.
+constexpr std::chrono::milliseconds SHORTEST_MEASUREMENT{1000};
 
 bool has_stations(const Interface& interface) {
   return interface.role == Role::AP || interface.role == Role::AP_VLAN || interface.role == Role::STATION ||
          interface.role == Role::MESH_POINT;
+}
+
+/// True if what is known about the stations and channels of an interface still holds.
+bool is_same(const Interface& left, const Interface& right) {
+  return left.device == right.device && left.wiphy == right.wiphy && left.role == right.role;
+}
+
+template <class Map, class Value>
+void set(Map& map, const typename Map::key_type& key, Value&& value, std::size_t most) {
+  if (map.size() < most || map.contains(key)) {
+    map.insert_or_assign(key, std::forward<Value>(value));
+  }
+}
+
+/// Keeps the beginning of a measurement until it is long enough and goes on.
+void begin_measurement(Model::Surveys& earlier, const Survey& previous, const Survey& survey) {
+  const auto was_active = previous.active.value_or(std::chrono::milliseconds(0));
+  const auto active = survey.active.value_or(std::chrono::milliseconds(0));
+  if (active < was_active || active - was_active >= SHORTEST_MEASUREMENT) {
+    earlier.insert_or_assign(survey.frequency, previous);
+  }
 }
 
 }  // namespace
@@ -49,49 +68,66 @@ const Regulatory* Model::get_regulatory(std::uint32_t wiphy) const {
   return found;
 }
 
-qel::WLANRadio Model::get_radio(std::uint32_t wiphy, Timestamp now) const {
+const Interface* Model::first_interface(std::uint32_t wiphy, bool on_a_channel) const {
+  const auto found = std::find_if(interfaces_.begin(), interfaces_.end(), [&](const auto& entry) {
+    return entry.second.wiphy == wiphy && (!on_a_channel || entry.second.channel.get_primary_frequency().is_set());
+  });
+  return found == interfaces_.end() ? nullptr : &found->second;
+}
+
+qel::WLANRadio Model::get_radio(std::uint32_t wiphy, Timestamp now, std::optional<qel::FrequencyBand> band) const {
   const Wiphy& radio = wiphys_.at(wiphy);
-  const Interface* const any = first_interface(interfaces_, wiphy, false);
-  const Interface* const active = first_interface(interfaces_, wiphy, true);
-  const auto band = active == nullptr
-                        ? std::nullopt
-                        : std::optional(qel::frequency_to_band(active->channel.get_primary_frequency().get()));
+  if (const Interface* const active = first_interface(wiphy, true); !band && active != nullptr) {
+    band = qel::frequency_to_band(active->channel.get_primary_frequency().get());
+  }
+  if (!band && !radio.bands.empty()) {
+    band = radio.bands.front().band;
+  }
+  const Interface* const any = first_interface(wiphy, false);
   const auto identifier =
       any != nullptr && radio.addresses.empty() ? std::optional(any->mac) : std::optional<qel::MACAddress>();
-  qel::WLANRadio result = radio_of(radio, get_regulatory(wiphy), now, band, identifier);
+  qel::WLANRadio result =
+      radio_of(radio, band.value_or(qel::FrequencyBand::INVALID_BAND_MAX), get_regulatory(wiphy), now, identifier);
 
   qel::ChannelList channels = result.get_channel_list();
   for (const auto& [number, known] : known_) {
-    const auto interface = interfaces_.find(number);
-    if (interface == interfaces_.end() || interface->second.wiphy != wiphy) {
+    if (interfaces_.at(number).wiphy != wiphy) {
       continue;
     }
     for (const auto& [frequency, survey] : known.surveys) {
-      const auto before = known.earlier.find(frequency);
-      apply_survey(channels, survey, before == known.earlier.end() ? Survey() : before->second, now);
+      const auto earlier = known.earlier.find(frequency);
+      apply_survey(channels, survey, earlier == known.earlier.end() ? Survey() : earlier->second, now);
     }
   }
-  for (const qel::ChannelEntry& entry : result.get_channel_list().get_channels()) {
-    if (is_listening(wiphy, entry.get_frequency())) {
-      std::bitset<5> state;
-      state.set(bit_index(qel::ChannelStateBit::CAC_RUNNING));
-      qel::ChannelEntry& listened = *channels.get_channel_entry(entry.get_frequency());
-      listened.reset_state_flags();
-      listened.set_state_flags({state, now});
+  for (const Band& which : radio.bands) {
+    for (const WiphyChannel& channel : which.channels) {
+      qel::ChannelEntry* const entry = channels.get_channel_entry(channel.frequency);
+      if (entry != nullptr && is_listening(wiphy, channel, now)) {
+        std::bitset<5> state;
+        state.set(bit_index(qel::ChannelStateBit::CAC_RUNNING));
+        entry->reset_state_flags();
+        entry->set_state_flags({state, now});
+      }
     }
   }
   result.set_channel_list(std::move(channels));
   return result;
 }
 
-bool Model::is_listening(std::uint32_t wiphy, const kHz& frequency) const {
+bool Model::is_listening(std::uint32_t wiphy, const WiphyChannel& channel, Timestamp now) const {
   const auto listening = listening_.find(wiphy);
-  if (listening == listening_.end() || !listening->second.get_primary_segment().is_set()) {
+  if (listening == listening_.end() || channel.dfs_state != DfsState::USABLE) {
     return false;
   }
-  const auto& [center, width] = listening->second.get_primary_segment().get();
+  // If the event of its end was lost, it ends by itself.
+  const auto& segment = listening->second.get_primary_segment();
+  const std::chrono::nanoseconds longest = 2 * channel.cac_time;
+  if (!segment.is_set() || now - segment.get_timestamp() > longest.count()) {
+    return false;
+  }
+  const auto& [center, width] = segment.get();
   const kHz half(unit_cast<kHz>(channel_width_to_frequency(width)).value() / 2);
-  return center - half < frequency && frequency < center + half;
+  return center - half < channel.frequency && channel.frequency < center + half;
 }
 
 void Model::begin(const Question& question) { answer_ = {.question = question}; }
@@ -107,21 +143,21 @@ void Model::add(const Message& message, Timestamp now) {
       }
       break;
     case Topic::INTERFACES: {
-      Interface interface = interface_of(message, now);
+      const Interface interface = interface_of(message, now);
       if (interface.number != 0) {
-        answer_.interfaces.insert_or_assign(interface.number, std::move(interface));
+        set(answer_.interfaces, interface.number, interface, MOST_INTERFACES);
       }
       break;
     }
     case Topic::STATIONS: {
       Station station = station_of(message);
-      answer_.stations.insert_or_assign(station.mac, std::move(station));
+      set(answer_.stations, station.mac, std::move(station), MOST_STATIONS);
       break;
     }
     case Topic::SURVEYS: {
       const Survey survey = survey_of(message);
       if (survey.frequency != kHz(0)) {
-        answer_.surveys.insert_or_assign(survey.frequency, survey);
+        set(answer_.surveys, survey.frequency, survey, MOST_SURVEYS);
       }
       break;
     }
@@ -130,35 +166,53 @@ void Model::add(const Message& message, Timestamp now) {
 
 void Model::end() {
   Answer answer = std::exchange(answer_, {});
+  const bool is_known = interfaces_.contains(answer.question.interface);
   switch (answer.question.topic) {
     case Topic::WIPHYS:
       wiphys_ = std::move(answer.wiphys);
+      std::erase_if(listening_, [&](const auto& entry) { return !wiphys_.contains(entry.first); });
       break;
     case Topic::REGULATORY:
       regulatory_ = std::move(answer.regulatory);
       break;
     case Topic::INTERFACES:
-      interfaces_ = std::move(answer.interfaces);
-      std::erase_if(known_, [&](const auto& entry) { return !interfaces_.contains(entry.first); });
+      take_interfaces(std::move(answer.interfaces));
       break;
     case Topic::STATIONS:
+      if (is_known) {
+        take_stations(known_[answer.question.interface], std::move(answer.stations));
+      }
+      break;
     case Topic::SURVEYS:
-      if (!interfaces_.contains(answer.question.interface)) {
-        break;
-      }
-      Known& known = known_[answer.question.interface];
-      if (answer.question.topic == Topic::SURVEYS) {
-        known.earlier = std::exchange(known.surveys, std::move(answer.surveys));
-        break;
-      }
-      for (auto& [mac, station] : answer.stations) {  // only the event of its coming has its elements
-        if (const auto before = known.stations.find(mac); before != known.stations.end() && station.elements.empty()) {
-          station.elements = std::move(before->second.elements);
+      if (is_known) {
+        Known& known = known_[answer.question.interface];
+        for (const auto& [frequency, survey] : answer.surveys) {
+          if (const auto previous = known.surveys.find(frequency); previous != known.surveys.end()) {
+            begin_measurement(known.earlier, previous->second, survey);
+          }
         }
+        std::erase_if(known.earlier, [&](const auto& entry) { return !answer.surveys.contains(entry.first); });
+        known.surveys = std::move(answer.surveys);
       }
-      known.stations = std::move(answer.stations);
       break;
   }
+}
+
+void Model::take_interfaces(Interfaces interfaces) {
+  std::erase_if(known_, [&](const auto& entry) {
+    const auto now = interfaces.find(entry.first);
+    return now == interfaces.end() || !is_same(interfaces_.at(entry.first), now->second);
+  });
+  interfaces_ = std::move(interfaces);
+}
+
+void Model::take_stations(Known& known, Stations stations) {
+  for (auto& [mac, station] : stations) {  // only the event of joining has the elements
+    if (const auto previous = known.stations.find(mac); previous != known.stations.end() && station.elements.empty()) {
+      station.elements = std::move(previous->second.elements);
+    }
+  }
+  known.stations = std::move(stations);
 }
 
 std::vector<Question> Model::questions_about(const Interface& interface) {
@@ -173,83 +227,80 @@ std::vector<Question> Model::questions_about(const Interface& interface) {
 }
 
 std::vector<Question> Model::take(const Event& event) {
-  return std::visit([&](const auto& which) { return take(which); }, event);
+  return std::visit([&](const auto& which) { return apply(which); }, event);
 }
 
-std::vector<Question> Model::take(const WiphyEvent& event) {
-  if (event.is_there) {
-    return {{Topic::WIPHYS}, {Topic::REGULATORY}, {Topic::INTERFACES}};
-  }
-  wiphys_.erase(event.number);
-  listening_.erase(event.number);
-  std::vector<std::uint32_t> gone;
-  for (const auto& [number, interface] : interfaces_) {
-    if (interface.wiphy == event.number) {
-      gone.push_back(number);
-    }
-  }
-  std::for_each(gone.begin(), gone.end(), [&](std::uint32_t number) { forget_interface(number); });
-  return {};
-}
-
-std::vector<Question> Model::take(const InterfaceEvent& event) {
-  if (event.interface.number == 0) {
-    return {};
-  }
+std::vector<Question> Model::apply(const WiphyEvent& event) {
   if (!event.is_there) {
-    forget_interface(event.interface.number);
-    return {};
+    wiphys_.erase(event.number);
+    listening_.erase(event.number);
+    std::erase_if(known_, [&](const auto& entry) { return interfaces_.at(entry.first).wiphy == event.number; });
+    std::erase_if(interfaces_, [&](const auto& entry) { return entry.second.wiphy == event.number; });
   }
-  interfaces_.insert_or_assign(event.interface.number, event.interface);
-  return questions_about(event.interface);
+  return {{Topic::WIPHYS}, {Topic::REGULATORY}, {Topic::INTERFACES}};
 }
 
-std::vector<Question> Model::take(const StationEvent& event) {
+std::vector<Question> Model::apply(const InterfaceEvent& event) {
+  const std::uint32_t number = event.interface.number;
+  if (number == 0) {
+    return {};
+  }
+  const auto previous = interfaces_.find(number);
+  if (!event.is_there || (previous != interfaces_.end() && !is_same(previous->second, event.interface))) {
+    forget_interface(number);
+  }
+  if (event.is_there) {
+    set(interfaces_, number, event.interface, MOST_INTERFACES);
+  }
+  return {{Topic::INTERFACES}};
+}
+
+std::vector<Question> Model::apply(const StationEvent& event) {
   if (!interfaces_.contains(event.interface)) {
     return {};
   }
   Stations& stations = known_[event.interface].stations;
-  if (!event.is_there) {
+  if (event.is_there) {
+    set(stations, event.station.mac, event.station, MOST_STATIONS);
+  } else {
     stations.erase(event.station.mac);
-    return {};
   }
-  stations.insert_or_assign(event.station.mac, event.station);
   return {{Topic::STATIONS, event.interface}};
 }
 
-std::vector<Question> Model::take(const AccessPointEvent& event) {
-  return {{Topic::INTERFACES}, {Topic::STATIONS, event.interface}};
-}
+std::vector<Question> Model::apply(const AccessPointEvent&) { return {{Topic::INTERFACES}}; }
 
-std::vector<Question> Model::take(const LinkEvent& event) {
-  if (event.what == LinkEvent::What::DISCONNECTED) {
-    if (const auto known = known_.find(event.interface); known != known_.end()) {
-      known->second.stations.clear();
-    }
-    return {{Topic::INTERFACES}};
+std::vector<Question> Model::apply(const LinkEvent& event) {
+  const auto known = known_.find(event.interface);
+  if (known != known_.end() && event.what == LinkEvent::What::DISCONNECTED) {
+    known->second.stations.clear();
   }
-  return {{Topic::INTERFACES}, {Topic::STATIONS, event.interface}};
+  return {{Topic::INTERFACES}};
 }
 
-std::vector<Question> Model::take(const ChannelSwitchEvent& event) {
+std::vector<Question> Model::apply(const ChannelSwitchEvent& event) {
   const auto interface = interfaces_.find(event.interface);
   if (!event.is_done || interface == interfaces_.end()) {
     return {};
   }
+  // The event does not contain the power.
+  const auto power = interface->second.channel.get_max_power();
   interface->second.channel = event.channel;
-  return {{Topic::INTERFACES}, {Topic::SURVEYS, event.interface}};
+  interface->second.channel.set_max_power(power);
+  return {{Topic::INTERFACES}};
 }
 
-std::vector<Question> Model::take(const RadarEvent& event) {
-  if (event.what == RadarEvent::What::LISTENING) {
-    listening_.insert_or_assign(event.wiphy, event.channel);
-  } else if (event.what != RadarEvent::What::USABLE_AGAIN) {
+std::vector<Question> Model::apply(const RadarEvent& event) {
+  using What = RadarEvent::What;
+  if (event.what == What::LISTENING) {
+    set(listening_, event.wiphy, event.channel, MOST_WIPHYS);
+  } else if (event.what == What::LISTENED || event.what == What::LISTENING_ENDED || event.what == What::DETECTED) {
     listening_.erase(event.wiphy);
   }
   return {{Topic::WIPHYS}};
 }
 
-std::vector<Question> Model::take(const RegulatoryEvent&) { return {{Topic::REGULATORY}, {Topic::WIPHYS}}; }
+std::vector<Question> Model::apply(const RegulatoryEvent&) { return {{Topic::REGULATORY}, {Topic::WIPHYS}}; }
 
 void Model::forget_interface(std::uint32_t number) {
   interfaces_.erase(number);

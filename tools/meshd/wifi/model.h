@@ -1,8 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
-#include <string>
+#include <optional>
 #include <vector>
 
 #include "qel/channel/wlan_radio.h"
@@ -15,16 +16,22 @@
 
 namespace meshd::wifi {
 
-/// What the kernel is asked for: all radios, all rules, all interfaces, or all stations or surveys of an interface.
+/// A question to the kernel: for all radios, all regulatory rules, all interfaces, or for the stations or surveys of
+/// one interface.
 struct Question {
   enum class Topic : std::uint8_t { WIPHYS, REGULATORY, INTERFACES, STATIONS, SURVEYS };
   Topic topic = Topic::WIPHYS;
-  std::uint32_t interface = 0;
+  std::uint32_t interface = 0;  ///< the kernel's number; 0 unless the question is about one interface
 
   friend bool operator==(const Question&, const Question&) = default;
 };
 
-/// Radios, interfaces and stations, as the kernel told of them last. It knows neither sockets nor the clock.
+/// Limits on what is taken from the kernel. An access point has at most 2007 stations (IEEE 802.11-2020, 9.4.1.8).
+inline constexpr std::size_t MOST_INTERFACES = 512;
+inline constexpr std::size_t MOST_STATIONS = 2048;              ///< of an interface
+inline constexpr std::size_t MOST_SURVEYS = 3 * MOST_CHANNELS;  ///< of an interface
+
+/// The radios, interfaces and stations that the kernel last reported. Uses no sockets and no clock.
 class Model {
  public:
   using Interfaces = std::map<std::uint32_t, Interface>;
@@ -32,36 +39,41 @@ class Model {
   using Surveys = std::map<qel::kHz, Survey>;
 
   const Wiphys& get_wiphys() const { return wiphys_; }
-  /// By their numbers; without those that are no network interface.
+  /// By their numbers. Excludes those that are not network interfaces, such as P2P devices.
   const Interfaces& get_interfaces() const { return interfaces_; }
-  /// None of an interface that is not known.
+  /// Empty for an unknown interface.
   const Stations& get_stations(std::uint32_t interface) const;
+  /// Likewise.
   const Surveys& get_surveys(std::uint32_t interface) const;
-  /// The rules of a radio: its own, or those of all. Null before they are known.
+  /// The rules of the radio, or else those for all radios. Null if neither is known. Valid until the next change.
   const Regulatory* get_regulatory(std::uint32_t wiphy) const;
 
-  /// The radio in the band where it has an interface, otherwise in all its bands, with the rules, and with what was
-  /// found out about its channels. Without an address of its own it is identified by that of its first interface.
-  /// Throws std::out_of_range for a radio that is not there.
-  qel::WLANRadio get_radio(std::uint32_t wiphy, Timestamp now) const;
+  /// The radio in one band, with the regulatory power of its channels and with their state and utilization. Without a
+  /// band, that in which the radio has an interface on a channel, or else its first one. A radio without an address of
+  /// its own is identified by the address of its first interface. Each call builds the list of channels from what the
+  /// kernel allows at present, so replace an earlier list with it; updating one would keep widths that are forbidden
+  /// now. Throws std::out_of_range for an unknown radio.
+  qel::WLANRadio get_radio(std::uint32_t wiphy, Timestamp now,
+                           std::optional<qel::FrequencyBand> band = std::nullopt) const;
 
-  /// An answer: it counts as a whole when it ends, in place of what was known. One that was broken off ends with the
-  /// next that begins.
+  /// The three steps of an answer. The answer replaces what was known when it ends; without `end`, the next `begin`
+  /// discards it.
   void begin(const Question& question);
   void add(const Message& message, Timestamp now);
   void end();
 
-  /// Takes what an event tells, and returns what is to be asked after it.
+  /// Applies the event, and returns the questions to ask after it: for what it does not contain, and because an answer
+  /// that is under way may be older than the event.
   std::vector<Question> take(const Event& event);
 
-  /// What is to be asked of an interface: who its stations are, and what it found out about channels.
+  /// The questions about the stations and channels of an interface, as far as it can have any.
   static std::vector<Question> questions_about(const Interface& interface);
 
  private:
   struct Known {
     Stations stations;
     Surveys surveys;
-    Surveys earlier;  ///< those before
+    Surveys earlier;  ///< where the measurement of the utilization begins
   };
   struct Answer {
     Question question;
@@ -72,23 +84,26 @@ class Model {
     Surveys surveys{};
   };
 
-  std::vector<Question> take(const WiphyEvent& event);
-  std::vector<Question> take(const InterfaceEvent& event);
-  std::vector<Question> take(const StationEvent& event);
-  std::vector<Question> take(const AccessPointEvent& event);
-  std::vector<Question> take(const LinkEvent& event);
-  std::vector<Question> take(const ChannelSwitchEvent& event);
-  std::vector<Question> take(const RadarEvent& event);
-  std::vector<Question> take(const RegulatoryEvent& event);
+  std::vector<Question> apply(const WiphyEvent& event);
+  std::vector<Question> apply(const InterfaceEvent& event);
+  std::vector<Question> apply(const StationEvent& event);
+  std::vector<Question> apply(const AccessPointEvent& event);
+  std::vector<Question> apply(const LinkEvent& event);
+  std::vector<Question> apply(const ChannelSwitchEvent& event);
+  std::vector<Question> apply(const RadarEvent& event);
+  std::vector<Question> apply(const RegulatoryEvent& event);
 
+  void take_interfaces(Interfaces interfaces);
+  void take_stations(Known& known, Stations stations);
   void forget_interface(std::uint32_t number);
-  bool is_listening(std::uint32_t wiphy, const qel::kHz& frequency) const;
+  const Interface* first_interface(std::uint32_t wiphy, bool on_a_channel) const;
+  bool is_listening(std::uint32_t wiphy, const WiphyChannel& channel, Timestamp now) const;
 
   Wiphys wiphys_;
   Interfaces interfaces_;
   std::vector<Regulatory> regulatory_;
-  std::map<std::uint32_t, Known> known_;                 ///< by interface
-  std::map<std::uint32_t, qel::ChannelInfo> listening_;  ///< for radar, by radio
+  std::map<std::uint32_t, Known> known_;                 ///< by interface, only of those in interfaces_
+  std::map<std::uint32_t, qel::ChannelInfo> listening_;  ///< by radio: where it listens for radar
   Answer answer_;
 };
 

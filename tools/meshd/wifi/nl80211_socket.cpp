@@ -9,28 +9,28 @@
 #include <cerrno>
 #include <cstdlib>
 #include <new>
+#include <optional>
 #include <system_error>
-#include <utility>
 
 namespace meshd::wifi {
 
 namespace {
 
-/// The kernel fills what a reader offers, up to this.
+/// The kernel writes no larger datagrams.
 constexpr std::size_t DATAGRAM_SIZE = 32768;
-/// Room for events while the loop is busy with something else.
+/// Room for the events that arrive while the loop is busy.
 constexpr int EVENT_BUFFER_SIZE = 256 * 1024;
 
 [[noreturn]] void fail(int error) { throw std::system_error(error, std::generic_category(), "nl80211"); }
 
-/// The errors of libnl, as far as they can come from here, as errno.
+/// The errno for an error of libnl, if it can occur here.
 int errno_of(int error) {
   switch (-error) {
     case NLE_OBJ_NOTFOUND:
       return ENOENT;
     case NLE_AGAIN:
       return EAGAIN;
-    case NLE_NOMEM:  // ENOBUFS as well
+    case NLE_NOMEM:  // libnl returns it for ENOBUFS as well
       return ENOBUFS;
     case NLE_PERM:
     case NLE_NOACCESS:
@@ -55,12 +55,6 @@ int require(int result) {
 
 using NlMessage = std::unique_ptr<nl_msg, void (*)(nl_msg*)>;
 
-void add(nl_msg* message, int attribute, const std::optional<std::uint32_t>& value) {
-  if (value) {
-    require(nla_put_u32(message, attribute, *value));
-  }
-}
-
 }  // namespace
 
 Nl80211Socket::Nl80211Socket(bool with_events) : socket_(nl_socket_alloc(), nl_socket_free) {
@@ -70,12 +64,12 @@ Nl80211Socket::Nl80211Socket(bool with_events) : socket_(nl_socket_alloc(), nl_s
   nl_socket_disable_auto_ack(socket_.get());
   require(genl_connect(socket_.get()));
   require(nl_socket_set_msg_buf_size(socket_.get(), DATAGRAM_SIZE));
-  // The kernel answers these questions while it takes them, so nobody waits.
+  // The kernel answers before the sending call returns, so this does not wait.
   family_ = require(genl_ctrl_resolve(socket_.get(), NL80211_GENL_NAME));
   if (with_events) {
     require(nl_socket_set_buffer_size(socket_.get(), EVENT_BUFFER_SIZE, 0));
-    for (const char* const group : {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_MLME,
-                                    NL80211_MULTICAST_GROUP_REG, NL80211_MULTICAST_GROUP_SCAN}) {
+    for (const char* const group :
+         {NL80211_MULTICAST_GROUP_CONFIG, NL80211_MULTICAST_GROUP_MLME, NL80211_MULTICAST_GROUP_REG}) {
       const int number = require(genl_ctrl_resolve_grp(socket_.get(), NL80211_GENL_NAME, group));
       require(nl_socket_add_membership(socket_.get(), number));
     }
@@ -85,14 +79,15 @@ Nl80211Socket::Nl80211Socket(bool with_events) : socket_(nl_socket_alloc(), nl_s
 
 int Nl80211Socket::get_fd() const { return nl_socket_get_fd(socket_.get()); }
 
-void Nl80211Socket::ask_all(nl80211_commands command, const Subject& subject) {
+void Nl80211Socket::ask_all(nl80211_commands command, std::uint32_t interface) {
   const NlMessage message(nlmsg_alloc(), nlmsg_free);
   if (!message ||
       genlmsg_put(message.get(), NL_AUTO_PORT, NL_AUTO_SEQ, family_, 0, NLM_F_DUMP, command, 0) == nullptr) {
     throw std::bad_alloc();
   }
-  add(message.get(), NL80211_ATTR_WIPHY, subject.wiphy);
-  add(message.get(), NL80211_ATTR_IFINDEX, subject.interface);
+  if (interface != 0) {
+    require(nla_put_u32(message.get(), NL80211_ATTR_IFINDEX, interface));
+  }
   if (command == NL80211_CMD_GET_WIPHY) {
     require(nla_put_flag(message.get(), NL80211_ATTR_SPLIT_WIPHY_DUMP));
   }
@@ -112,7 +107,7 @@ Nl80211Socket::Result Nl80211Socket::receive(const Handler& handle) {
     return Result::OVERRUN;
   }
   require(size);
-  if (sender.nl_pid != 0) {  // only the kernel is believed
+  if (sender.nl_pid != 0) {  // not from the kernel
     return Result::RECEIVED;
   }
   const Octets datagram(reinterpret_cast<const std::byte*>(octets), static_cast<std::size_t>(size));
@@ -127,7 +122,7 @@ Nl80211Socket::Result Nl80211Socket::receive(const Handler& handle) {
 void Nl80211Socket::take(const nlmsghdr& header, Octets octets, const Handler& handle) {
   is_interrupted_ = is_interrupted_ || (header.nlmsg_flags & NLM_F_DUMP_INTR) != 0;
   if (header.nlmsg_type == NLMSG_DONE || header.nlmsg_type == NLMSG_ERROR) {
-    // Both begin with an errno, negative or 0.
+    // Both begin with a negative errno, or 0.
     int error = 0;
     wifi::take(octets, error);
     if (error < 0) {

@@ -184,21 +184,6 @@ qel::LastChanged<float> power(const std::optional<float>& dbm, Timestamp now) {
   return dbm ? qel::LastChanged<float>(*dbm, now) : qel::LastChanged<float>();
 }
 
-void append_channels(std::vector<qel::ChannelEntry>& entries, const Band& band, const Regulatory* regulatory,
-                     Timestamp now) {
-  const std::bitset<9> all = widths(band);
-  for (const WiphyChannel& channel : band.channels) {
-    if (channel.is_disabled) {
-      continue;
-    }
-    entries.emplace_back(
-        qel::frequency_to_channel(channel.frequency), channel.frequency, capabilities(channel, all),
-        qel::LastChanged<std::bitset<5>>(state(channel), now), qel::LastChanged<std::bitset<2>>(),
-        power(channel.max_power, now),
-        power(regulatory != nullptr ? max_regulatory_power(*regulatory, channel.frequency) : std::nullopt, now));
-  }
-}
-
 }  // namespace
 
 qel::NSSTable receive_streams(const Band& band) { return streams(band, Direction::RECEIVE); }
@@ -218,30 +203,36 @@ std::bitset<6> phymodes(const Band& band) {
 }
 
 qel::ChannelList channel_list(const Band& band, const Regulatory* regulatory, Timestamp now) {
+  const std::bitset<9> all = widths(band);
   std::vector<qel::ChannelEntry> entries;
-  append_channels(entries, band, regulatory, now);
+  for (const WiphyChannel& channel : band.channels) {
+    if (channel.is_disabled) {
+      continue;
+    }
+    entries.emplace_back(
+        qel::frequency_to_channel(channel.frequency), channel.frequency, capabilities(channel, all),
+        qel::LastChanged<std::bitset<5>>(state(channel), now), qel::LastChanged<std::bitset<2>>(),
+        power(channel.max_power, now),
+        power(regulatory != nullptr ? max_regulatory_power(*regulatory, channel.frequency) : std::nullopt, now));
+  }
   return qel::ChannelList(std::move(entries));
 }
 
-qel::WLANRadio radio_of(const Wiphy& wiphy, const Regulatory* regulatory, Timestamp now,
-                        std::optional<FrequencyBand> only, std::optional<qel::MACAddress> identifier) {
-  qel::NSSTable received;
-  qel::NSSTable sent;
-  std::bitset<6> modes;
-  std::vector<qel::ChannelEntry> channels;
-  for (const Band& band : wiphy.bands) {
-    if (!only || band.band == *only) {
-      received = received.merge(receive_streams(band));
-      sent = sent.merge(send_streams(band));
-      modes |= phymodes(band);
-      append_channels(channels, band, regulatory, now);
-    }
-  }
+qel::WLANRadio radio_of(const Wiphy& wiphy, FrequencyBand which, const Regulatory* regulatory, Timestamp now,
+                        std::optional<qel::MACAddress> identifier) {
   if (!identifier && !wiphy.addresses.empty()) {
     identifier = wiphy.addresses.front();
   }
-  return {identifier ? qel::WLANRadio::RadioID(identifier->octets(), now) : qel::WLANRadio::RadioID(), received, sent,
-          modes, qel::ChannelList(std::move(channels))};
+  qel::WLANRadio radio(identifier ? qel::WLANRadio::RadioID(identifier->octets(), now) : qel::WLANRadio::RadioID());
+  for (const Band& band : wiphy.bands) {
+    if (band.band == which) {
+      radio.set_rx_nss_table(receive_streams(band));
+      radio.set_tx_nss_table(send_streams(band));
+      radio.set_supported_phymodes(phymodes(band));
+      radio.set_channel_list(channel_list(band, regulatory, now));
+    }
+  }
+  return radio;
 }
 
 }  // namespace meshd::wifi

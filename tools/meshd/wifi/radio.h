@@ -29,11 +29,10 @@ std::bitset<6> phymodes(const Band& band);
 /// radar, radar found, or not checked yet. The regulatory power is set only if the rules are given.
 qel::ChannelList channel_list(const Band& band, const Regulatory* regulatory, Timestamp now);
 
-/// A wiphy may have several bands and uses one at a time; this is its radio in one of them, or without a band, with
-/// everything that it can do. The identifier is the first address of the wiphy unless another is given; without either
-/// it is unset.
-qel::WLANRadio radio_of(const Wiphy& wiphy, const Regulatory* regulatory, Timestamp now,
-                        std::optional<qel::FrequencyBand> only = std::nullopt,
+/// The radio in one of the bands of the wiphy, which may have several and uses one at a time; a `ChannelList` has one
+/// band only. Without channels if the wiphy does not have the band. The identifier is the first address of the wiphy
+/// unless another is given; without either it is unset.
+qel::WLANRadio radio_of(const Wiphy& wiphy, qel::FrequencyBand which, const Regulatory* regulatory, Timestamp now,
                         std::optional<qel::MACAddress> identifier = std::nullopt);
 
 }  // namespace meshd::wifi

@@ -14,8 +14,11 @@ using Topic = Question::Topic;
 using Kind = Nl80211Socket::Kind;
 using Result = Nl80211Socket::Result;
 
-/// Where things change all the time, an answer is taken as it is after so many.
-constexpr std::size_t MOST_REPETITIONS = 5;
+/// Where things change all the time, the answer is taken as it is after this many attempts.
+constexpr std::size_t MOST_ATTEMPTS = 5;
+/// The pause after a failure doubles up to this multiple of the first one: opening a socket starts modprobe if the
+/// kernel has no nl80211.
+constexpr int LONGEST_PAUSE = 16;
 
 nl80211_commands command_for(Topic topic) {
   switch (topic) {
@@ -35,7 +38,7 @@ nl80211_commands command_for(Topic topic) {
 
 }  // namespace
 
-/// A socket of nl80211 in the loop.
+/// A socket of nl80211 that the loop watches.
 class Radios::Watch final : public qel::daemon::ISimpleFDWatch {
  public:
   Watch(const std::string& name, bool with_events, std::function<void()> read)
@@ -54,101 +57,133 @@ class Radios::Watch final : public qel::daemon::ISimpleFDWatch {
 };
 
 Radios::Radios(qel::daemon::Mainloop& loop, std::chrono::milliseconds refresh)
-    : loop_(loop),
-      events_(std::make_shared<Watch>("nl80211 events", true, [this] { read_events(); })),
-      answers_(std::make_shared<Watch>("nl80211 answers", false, [this] { read_answers(); })),
-      refresh_(refresh) {
+    : loop_(loop), refresh_(refresh), pause_(refresh) {
+  timer_.start(std::chrono::milliseconds(0), [this] { open(); });
+}
+
+Radios::~Radios() { close(); }
+
+void Radios::open() {
+  try {
+    events_ = std::make_shared<Watch>("nl80211 events", true, [this] { read_events(); });
+    answers_ = std::make_shared<Watch>("nl80211 answers", false, [this] { read_answers(); });
+  } catch (const std::system_error& error) {
+    model_ = Model();
+    fail(error.what());
+    updated();
+    return;
+  }
   loop_.add_watch(events_);
   loop_.add_watch(answers_);
-  ask_everything();
+  queue_everything();
+  ask_next();
 }
 
-Radios::~Radios() {
-  loop_.remove_watch(events_);
-  loop_.remove_watch(answers_);
-}
-
-void Radios::ask(const Question& question) {
-  // The first one is under way: its answer may be older than what is asked about.
-  const auto waiting = questions_.begin() + (questions_.empty() ? 0 : 1);
-  if (std::find(waiting, questions_.end(), question) != questions_.end()) {
-    return;
-  }
-  questions_.push_back(question);
-  if (questions_.size() == 1) {
-    repetitions_ = 0;
-    send_first();
-  }
-}
-
-void Radios::ask_everything() {
-  ask({Topic::WIPHYS});
-  ask({Topic::REGULATORY});
-  ask({Topic::INTERFACES});
-}
-
-void Radios::refresh() {
-  for (const auto& [number, interface] : model_.get_interfaces()) {
-    for (const Question& question : Model::questions_about(interface)) {
-      ask(question);
+void Radios::close() {
+  for (std::shared_ptr<Watch>* const watch : {&events_, &answers_}) {
+    if (*watch) {
+      loop_.remove_watch(*watch);
+      watch->reset();
     }
   }
-  timer_.start(refresh_, [this] { refresh(); });
+  current_.reset();
+  waiting_.clear();
 }
 
-void Radios::send_first() {
-  const Question& question = questions_.front();
-  const bool has_interface = question.topic == Topic::STATIONS || question.topic == Topic::SURVEYS;
-  model_.begin(question);
-  try {
-    answers_->socket().ask_all(command_for(question.topic),
-                               has_interface ? Subject{.wiphy = {}, .interface = question.interface} : Subject{});
-  } catch (const std::system_error& error) {
-    fail(answers_, error.what());
+void Radios::fail(const std::string& why) {
+  close();
+  timer_.start(pause_, [this] { open(); });
+  pause_ = std::min(2 * pause_, LONGEST_PAUSE * refresh_);
+  if (!std::exchange(has_failed_, true)) {
+    failed(why);
   }
 }
 
-void Radios::finish_first(Kind kind) {
-  if (kind == Kind::INTERRUPTED && ++repetitions_ < MOST_REPETITIONS) {
-    send_first();
+void Radios::queue(const Question& question) {
+  if (std::find(waiting_.begin(), waiting_.end(), question) == waiting_.end()) {
+    waiting_.push_back(question);
+  }
+}
+
+void Radios::queue_everything() {
+  queue({Topic::WIPHYS});
+  queue({Topic::REGULATORY});
+  queue({Topic::INTERFACES});
+}
+
+void Radios::ask_next() {
+  if (current_ || waiting_.empty()) {
     return;
   }
-  const Question question = questions_.front();
-  // A refusal: the interface is gone, or its driver does not know. Nothing is known of it then.
+  current_ = waiting_.front();
+  waiting_.pop_front();
+  attempts_ = 0;
+  send();
+}
+
+void Radios::send() {
+  model_.begin(*current_);
+  try {
+    answers_->socket().ask_all(command_for(current_->topic), current_->interface);
+  } catch (const std::system_error& error) {
+    fail(error.what());
+  }
+}
+
+void Radios::finish(const Nl80211Socket::Received& end) {
+  const Topic topic = current_->topic;
+  if (end.kind == Kind::INTERRUPTED && ++attempts_ < MOST_ATTEMPTS) {
+    send();
+    return;
+  }
+  if (end.kind == Kind::REFUSED && (topic == Topic::WIPHYS || topic == Topic::INTERFACES)) {
+    fail("nl80211: " + std::generic_category().message(end.error));
+    return;
+  }
+  // Other questions are refused if the interface is gone or its driver does not know the answer.
   model_.end();
-  questions_.pop_front();
-  repetitions_ = 0;
-  if (!questions_.empty()) {
-    send_first();
+  current_.reset();
+  if (topic == Topic::INTERFACES) {
+    for (const auto& [number, interface] : model_.get_interfaces()) {
+      for (const Question& question : Model::questions_about(interface)) {
+        queue(question);
+      }
+    }
+    timer_.start(refresh_, [this] {
+      queue({Topic::INTERFACES});
+      ask_next();
+    });
   }
-  if (question.topic == Topic::INTERFACES) {
-    refresh();
+  if (!waiting_.empty()) {
+    ask_next();
+    return;
   }
-  if (questions_.empty()) {
-    updated();
-  }
+  has_failed_ = false;
+  pause_ = refresh_;
+  updated();
 }
 
 void Radios::read_answers() {
   const auto now = qel::LastChanged<float>::now();
-  std::optional<Kind> end;
+  std::optional<Nl80211Socket::Received> end;
   try {
     const Result result = answers_->socket().receive([&](const Nl80211Socket::Received& received) {
       if (received.kind != Kind::MESSAGE) {
-        end = received.kind;
-      } else if (!questions_.empty()) {
+        end = received;
+      } else if (current_) {
         model_.add(received.message, now);
       }
     });
-    if (result == Result::OVERRUN) {  // part of the answer is lost, and its end may be
-      end = Kind::INTERRUPTED;
+    if (result == Result::OVERRUN) {
+      fail("nl80211: part of an answer is lost");
+      return;
     }
   } catch (const std::system_error& error) {
-    fail(answers_, error.what());
+    fail(error.what());
     return;
   }
-  if (end && !questions_.empty()) {
-    finish_first(*end);
+  if (end && current_) {
+    finish(*end);
   }
 }
 
@@ -164,23 +199,19 @@ void Radios::read_events() {
       }
     });
     if (result == Result::OVERRUN) {
-      ask_everything();
+      queue_everything();
     }
   } catch (const std::system_error& error) {
-    fail(events_, error.what());
+    fail(error.what());
     return;
   }
   for (const Event& event : events) {
     for (const Question& question : model_.take(event)) {
-      ask(question);
+      queue(question);
     }
     happened(event);
   }
-}
-
-void Radios::fail(const std::shared_ptr<Watch>& watch, const std::string& why) {
-  loop_.remove_watch(watch);
-  failed(why);
+  ask_next();
 }
 
 }  // namespace meshd::wifi

@@ -15,15 +15,16 @@
 
 namespace meshd::wifi {
 
-/// The radios of this network namespace, with their interfaces and stations, kept as the kernel has them. Questions are
-/// asked one after another, and of an answer one datagram is read in a turn of the loop, so it never waits. An answer
-/// during which things changed is asked for again; when events were lost, everything is.
+/// Keeps the model of the radios, interfaces and stations in this network namespace up to date, by events and by
+/// questions. It asks one question after another and reads one datagram in each turn of the loop, so it never blocks.
+/// An answer during which things changed is requested again; after lost events, everything is. If the kernel has no
+/// nl80211 yet, or a socket fails, it tries again after a pause.
 class Radios {
  public:
-  /// How often signals, counts and channel times are asked for.
+  /// How often interfaces, stations and surveys are requested, because some of their changes cause no event.
   static constexpr std::chrono::seconds REFRESH{5};
 
-  /// Begins to ask. Throws std::system_error: with ENOENT where the kernel has no nl80211.
+  /// Starts in the next turn of the loop, which must outlive it.
   explicit Radios(qel::daemon::Mainloop& loop, std::chrono::milliseconds refresh = REFRESH);
   Radios(const Radios&) = delete;
   Radios& operator=(const Radios&) = delete;
@@ -31,34 +32,42 @@ class Radios {
 
   const Model& get_model() const { return model_; }
 
-  /// All questions are answered: the model is complete, or has been refreshed.
+  // A function connected to these signals must not destroy the object.
+
+  /// The model is complete, after a change or a refresh; or it is empty because the kernel has no nl80211.
   qel::signals::Signal<> updated;
-  /// After the model took the event; what it does not tell is asked for, and told by `updated`.
+  /// The model has taken the event. What the event does not contain is requested; `updated` follows.
   qel::signals::Signal<const Event&> happened;
-  /// A socket failed, which then stays silent. With the error's text.
+  /// A socket failed, or the kernel has no nl80211, with the reason. Emitted once for several failures in a row.
   qel::signals::Signal<const std::string&> failed;
 
  private:
   class Watch;
 
-  void ask(const Question& question);
-  void ask_everything();
-  void refresh();
-  void send_first();
-  void finish_first(Nl80211Socket::Kind kind);
+  void open();
+  void close();
+  void fail(const std::string& why);
+  /// Adds the question to those that wait, unless it is among them.
+  void queue(const Question& question);
+  void queue_everything();
+  /// Sends the first question that waits, unless an answer is expected.
+  void ask_next();
+  void send();
+  void finish(const Nl80211Socket::Received& end);
   void read_answers();
   void read_events();
-  /// Gives up the watch and tells why.
-  void fail(const std::shared_ptr<Watch>& watch, const std::string& why);
 
   qel::daemon::Mainloop& loop_;
   Model model_;
-  std::deque<Question> questions_;  ///< the first one is being answered
-  std::size_t repetitions_ = 0;     ///< of the first one
+  std::optional<Question> current_;  ///< its answer is expected
+  std::deque<Question> waiting_;
+  std::size_t attempts_ = 0;  ///< in which things changed, of the current question
   std::shared_ptr<Watch> events_;
   std::shared_ptr<Watch> answers_;
   qel::time::Timer timer_;
   std::chrono::milliseconds refresh_;
+  std::chrono::milliseconds pause_;  ///< after the next failure
+  bool has_failed_ = false;
 };
 
 }  // namespace meshd::wifi
