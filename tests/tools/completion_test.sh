@@ -53,7 +53,7 @@ meshctl topology --b|--brief
 meshctl topology |meshd a\ \$\(touch\ ran\)
 meshctl exec meshd |HELP mesh
 meshctl exec meshd mesh |BLOCK
-meshctl opclass |table of freq
+meshctl opclass |table of freq meshd a\ \$\(touch\ ran\)
 meshctl opclass of --width 80|80 80+80
 meshctl opclass of --width 80 --region |global europe
 meshdump --color=al|always
@@ -70,7 +70,7 @@ for page in meshctl.1 meshd.8 meshdump.1; do
   tool=${page%.*}
   offered=$(
     press_tab "$tool -"
-    [[ $tool != meshctl ]] || for command in log events topology 'opclass table' 'opclass of' 'opclass freq'; do
+    [[ $tool != meshctl ]] || for command in log events topology radios clients opclass 'opclass table' 'opclass of' 'opclass freq'; do
       press_tab "$tool $command -"
     done
   )

@@ -5,9 +5,11 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "ctlcmd.h"
 #include "tools/command_line.h"
@@ -17,6 +19,7 @@
 #include "tools/meshctl/log_reader.h"
 #include "tools/meshctl/opclass.h"
 #include "tools/meshctl/options.h"
+#include "tools/meshctl/screen.h"
 #include "tools/safe_text.h"
 
 namespace meshctl {
@@ -26,6 +29,7 @@ namespace {
 enum ExitStatus : int { SUCCESS = 0, FAILURE = 1, WRONG_USAGE = 2 };
 
 constexpr std::chrono::milliseconds LOG_POLL_INTERVAL{100};
+constexpr std::chrono::milliseconds WATCH_INTERVAL{1000};
 
 void complain(const std::string& text) { tools::complain("meshctl", text); }
 
@@ -119,6 +123,52 @@ ExitStatus topology(const Options& options) {
   return show(client.command(choose(options, client), {"mesh", "TOPOLOGY", options.format}), options.format == "JSON");
 }
 
+/// Of the daemon's Wi-Fi. Throws std::runtime_error if the daemon has none.
+Answer ask_wifi(Client& client, const std::string& name, std::vector<std::string> words) {
+  words.insert(words.begin(), "WIFI");
+  Answer answer = client.command(name, words);
+  if (answer.result == CTLCMD_NO_COMMAND) {
+    throw std::runtime_error("'" + name + "' has no Wi-Fi");
+  }
+  return answer;
+}
+
+/// Shows radios or clients until something fails; when standard output is no terminal, one answer after the other.
+ExitStatus watch(Client& client, const std::string& name, const std::vector<std::string>& words, bool is_json) {
+  std::optional<Screen> screen;
+  for (;;) {
+    const Answer answer = ask_wifi(client, name, words);
+    if (answer.result != 0) {
+      screen.reset();
+      return show(answer);
+    }
+    if (!screen && isatty(STDOUT_FILENO) != 0 && !is_json) {
+      screen.emplace();
+    }
+    if (screen) {
+      screen->draw(tools::for_terminal(answer.text));
+      screen->wait(WATCH_INTERVAL);
+    } else {
+      show(answer, is_json);
+      write(is_json ? "" : "\n");
+      std::this_thread::sleep_for(WATCH_INTERVAL);
+    }
+  }
+}
+
+ExitStatus wifi(const Options& options, const std::string& command) {
+  Client client;
+  const std::string name = choose(options, client);
+  const std::vector<std::string> words{command, options.json ? "JSON" : "TEXT"};
+  return options.watch ? watch(client, name, words, options.json) : show(ask_wifi(client, name, words), options.json);
+}
+
+ExitStatus classes(const Options& options) {
+  Client client;
+  const std::string name = choose(options, client);
+  return show(ask_wifi(client, name, {"CLASSES", options.radio, options.json ? "JSON" : "TEXT"}), options.json);
+}
+
 /// Needs no daemon. A query without an answer is a usage error.
 ExitStatus opclass(const Options& options) {
   try {
@@ -144,6 +194,12 @@ ExitStatus run(const Options& options) {
       return events(options);
     case Verb::TOPOLOGY:
       return topology(options);
+    case Verb::RADIOS:
+      return wifi(options, "RADIOS");
+    case Verb::CLIENTS:
+      return wifi(options, "CLIENTS");
+    case Verb::CLASSES:
+      return classes(options);
     case Verb::OPCLASS:
       return opclass(options);
   }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "qel/core/text.h"
@@ -18,15 +19,19 @@ constexpr const char* COMMANDS = "Commands";  // the parser calls them subcomman
 constexpr const char* FOOTER =
     "Exit status: 0 on success, 1 on failure, 2 for wrong usage or a question without an answer.";
 
+void add_name(CLI::App& command, Options& options, bool is_required) {
+  const std::string hint = is_required ? "" : "; not needed if only one is running";
+  command.add_option("NAME", options.name, "The daemon's name, as shown by \"meshctl list\"" + hint)
+      ->type_name("")
+      ->required(is_required);
+}
+
 CLI::App* add_verb(CLI::App& app, Options& options, Verb verb, const std::string& name,
                    const std::string& description) {
   CLI::App* subcommand = app.add_subcommand(name, description)->group(COMMANDS);
   subcommand->callback([&options, verb] { options.verb = verb; });
   if (verb != Verb::LIST) {
-    const std::string hint = verb == Verb::EXEC ? "" : "; not needed if only one is running";
-    subcommand->add_option("NAME", options.name, "The daemon's name, as shown by \"meshctl list\"" + hint)
-        ->type_name("")
-        ->required(verb == Verb::EXEC);
+    add_name(*subcommand, options, verb == Verb::EXEC);
   }
   return subcommand;
 }
@@ -83,8 +88,17 @@ void add_opclass(CLI::App& app, Options& options) {
                                         {"80+80", ChannelWidth::WIDTH_80_80_MHZ}};
   constexpr long HIGHEST = 100'000;  // MHz; no class has higher frequencies
   OpclassQuery& query = options.opclass;
-  CLI::App* opclass = app.add_subcommand("opclass", "Look up operating classes, without a daemon")->group(COMMANDS);
-  opclass->require_subcommand(1);
+  CLI::App* opclass = app.add_subcommand("opclass", "Look up operating classes")->group(COMMANDS);
+  opclass->require_subcommand(0, 1);
+  CLI::Option* radio = opclass->add_option("--radio", options.radio, "Print the classes that a daemon's radio supports")
+                           ->type_name("RADIO");
+  opclass->add_flag("--json", options.json, "As JSON")->needs(radio);
+  add_name(*opclass, options, false);
+  opclass->callback([&options, opclass] {
+    if (opclass->get_subcommands().empty()) {
+      options.verb = Verb::CLASSES;
+    }
+  });
   add_opclass_verb(*opclass, options, OpclassVerb::TABLE, "table", "Print the classes of a region");
 
   CLI::App* of = add_opclass_verb(*opclass, options, OpclassVerb::OF, "of", "Print the classes of a channel");
@@ -112,7 +126,15 @@ void add_opclass(CLI::App& app, Options& options) {
 }
 
 /// Checks conditions that involve several options.
-void check(const OpclassQuery& query) {
+void check(const Options& options) {
+  if (options.verb == Verb::CLASSES && options.radio.empty()) {
+    throw tools::UsageError(options.name.empty() ? "a command is required, or --radio"
+                                                 : "unknown command '" + options.name + "'");
+  }
+  if (options.verb == Verb::OPCLASS && !options.radio.empty()) {
+    throw tools::UsageError("--radio takes no command");
+  }
+  const OpclassQuery& query = options.opclass;
   const bool has_two_segments = query.width == qel::ChannelWidth::WIDTH_80_80_MHZ;
   if (has_two_segments && !query.secondary_center) {
     throw tools::UsageError("--width 80+80 requires --secondary");
@@ -175,6 +197,13 @@ Options parse_options(int argc, const char* const* argv) {
   CLI::Option* brief = add_format("--brief", "BRIEF", "One line per node");
   CLI::Option* json = add_format("--json", "JSON", "As JSON")->excludes(brief);
   add_format("--dot", "DOT", "As a graph for Graphviz")->excludes(brief)->excludes(json);
+  for (const auto& [verb, name, description] :
+       {std::tuple(Verb::RADIOS, "radios", "Print a daemon's radios and what they do"),
+        std::tuple(Verb::CLIENTS, "clients", "Print the stations that a daemon's radios talk to")}) {
+    CLI::App* command = add_verb(app, options, verb, name, description);
+    command->add_flag("--json", options.json, "As JSON");
+    command->add_flag("--watch", options.watch, "Print them every second, in a terminal in place");
+  }
   add_opclass(app, options);
   const int words = find_words(argc, argv);
   try {
@@ -189,7 +218,7 @@ Options parse_options(int argc, const char* const* argv) {
   if (words > 0) {
     options.words.assign(argv + words, argv + argc);
   }
-  check(options.opclass);
+  check(options);
   return options;
 }
 

@@ -1,48 +1,20 @@
 #include "tools/meshd/debug_shell.h"
 
 #include <algorithm>
-#include <array>
 #include <chrono>
-#include <exception>
 #include <fstream>
-#include <new>
 #include <ostream>
 #include <stdexcept>
-#include <streambuf>
 #include <string_view>
 #include <utility>
 
-#include "ctlcmd.h"
 #include "qel/core/text.h"
+#include "tools/meshd/shell_answer.h"
 #include "tools/meshd/view/topology_view.h"
 
 namespace meshd {
 
 namespace {
-
-/// Passes the answer to the session in pieces, so that only the endpoint holds it as a whole.
-class SessionBuffer final : public std::streambuf {
- public:
-  explicit SessionBuffer(ctlcmd_session* session) : session_(session) { setp(piece_.begin(), piece_.end()); }
-
- protected:
-  int_type overflow(int_type character) override {
-    sync();
-    return traits_type::eq_int_type(character, traits_type::eof()) ? traits_type::not_eof(character)
-                                                                   : sputc(traits_type::to_char_type(character));
-  }
-
-  /// Throws std::bad_alloc, which makes the stream bad.
-  int sync() override {
-    ctlcmd_printf(session_, "%.*s", static_cast<int>(pptr() - pbase()), pbase());
-    setp(piece_.begin(), piece_.end());
-    return 0;
-  }
-
- private:
-  ctlcmd_session* session_;
-  std::array<char, 4096> piece_;
-};
 
 /// The formats of TOPOLOGY; the first is the default.
 constexpr std::pair<std::string_view, decltype(&print_text)> FORMATS[] = {
@@ -60,24 +32,12 @@ std::string list_formats() {
 
 template <DebugShell::Answer ANSWER, bool HAS_ARGUMENT>
 int DebugShell::run(ctlcmd_session* session, int argc, const char* const* argv, void* context) {
-  SessionBuffer buffer(session);
-  std::ostream os(&buffer);
-  int result = 0;
-  try {
+  return answer(session, [&](std::ostream& os) {
     if (argc > (HAS_ARGUMENT ? 2 : 1)) {
       throw std::invalid_argument("too many arguments");
     }
     (static_cast<DebugShell*>(context)->*ANSWER)(os, argc > 1 ? argv[1] : "");
-  } catch (const std::bad_alloc&) {
-    throw;
-  } catch (const std::exception& exception) {
-    os << exception.what() << '\n';
-    result = CTLCMD_FAILED;
-  }
-  if (!os.flush()) {
-    throw std::bad_alloc();
-  }
-  return result;
+  });
 }
 
 DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop)
