@@ -76,7 +76,6 @@ void Screen::draw(std::string_view text) {
   for (const char character : fit(text, size.ws_row, size.ws_col)) {
     if (character == '\n') {
       output += CLEAR_REST_OF_LINE;
-      output += '\r';
     }
     output += character;
   }

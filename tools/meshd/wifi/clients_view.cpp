@@ -104,6 +104,10 @@ std::optional<std::int64_t> count_of(const std::optional<T>& duration) {
   return duration ? std::optional<std::int64_t>(duration->count()) : std::nullopt;
 }
 
+std::optional<std::string> text_of(const std::optional<qel::WLANSecurity>& security) {
+  return security ? std::optional(enum_to_string(*security)) : std::nullopt;
+}
+
 void put_rate(tools::JsonLine& json, const char* key, const std::optional<Rate>& value) {
   json.object(key, value, [&](const Rate& rate) {
     json.member("rate", rate.kilobits);
@@ -141,18 +145,24 @@ void put_members(tools::JsonLine& json, const Client& client) {
   json.member("expected_throughput", station.expected_throughput);
   json.member("connected", count_of(station.connected));
   json.member("inactive", count_of(station.inactive));
+  json.member("security", text_of(client.association.security));
+  json.member("bss_transition", client.association.has_bss_transition);
+  json.member("opclasses", client.association.opclasses);
 }
 
 }  // namespace
 
-ClientsView view_clients(const std::string& name, const Model& model, const Names& names) {
+ClientsView view_clients(const std::string& name, const Model& model, const Associations& associations,
+                         const Names& names) {
   ClientsView view{name, {}};
   for (const auto& [number, interface] : model.get_interfaces()) {
     for (const auto& [mac, station] : model.get_stations(number)) {
       const bool is_ours = interface.role == Role::STATION || interface.role == Role::P2P_CLIENT;
       const auto given = names.find(mac);
+      const auto association = associations.find(mac);
       view.clients.push_back({interface.name, interface.role, interface.has_4_addresses, ssid_of(interface, model),
-                              is_ours ? mac : interface.mac, station, given == names.end() ? "" : given->second});
+                              is_ours ? mac : interface.mac, station, given == names.end() ? "" : given->second,
+                              association == associations.end() ? Association() : association->second});
     }
   }
   return view;
@@ -172,6 +182,7 @@ void print_text(std::ostream& os, const ClientsView& view) {
                    {"RECEIVE RATE"},
                    {"CONNECTED", RIGHT},
                    {"IDLE", RIGHT},
+                   {"SECURITY"},
                    {"SSID"}});
   TextTable traffic({{"STATION"},
                      {"SENT", RIGHT},
@@ -186,7 +197,8 @@ void print_text(std::ostream& os, const ClientsView& view) {
     const std::string mac = station.mac.to_string() + (client.name.empty() ? "" : ' ' + client.name);
     links.add({mac, peer_text(client), for_terminal_line(client.interface), number_text(station.signal, " dBm"),
                rate_text(station.send_rate), rate_text(station.receive_rate), duration_text(station.connected),
-               idle_text(station.inactive), for_terminal_line(client.ssid)});
+               idle_text(station.inactive), text_of(client.association.security).value_or(""),
+               for_terminal_line(client.ssid)});
     traffic.add({mac, octets_text(station.sent_octets), number_text(station.sent_packets), number_text(station.retries),
                  number_text(station.send_failures), octets_text(station.received_octets),
                  number_text(station.received_packets), number_text(station.receive_drops)});

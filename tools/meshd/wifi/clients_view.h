@@ -7,6 +7,7 @@
 
 #include "qel/core/mac_address.h"
 #include "tools/meshd/view/names.h"
+#include "tools/meshd/wifi/association.h"
 #include "tools/meshd/wifi/model.h"
 
 namespace meshd::wifi {
@@ -21,7 +22,8 @@ struct ClientsView {
     std::string ssid;       ///< see ssid_of()
     qel::MACAddress bssid;  ///< of the access point, which may be the other end
     Station station;
-    std::string name;  ///< that users have given it; empty if there is none
+    std::string name;         ///< that users have given it; empty if there is none
+    Association association;  ///< unset where its daemon is not known
   };
 
   std::string name;  ///< of the daemon
@@ -29,7 +31,8 @@ struct ClientsView {
 };
 
 /// `names` are the names that users have given.
-ClientsView view_clients(const std::string& name, const Model& model, const Names& names);
+ClientsView view_clients(const std::string& name, const Model& model, const Associations& associations,
+                         const Names& names);
 
 ///@{
 /// Tables for people, or one object in one line; the keys are described in meshctl(1).

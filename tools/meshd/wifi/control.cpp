@@ -1,29 +1,29 @@
 #include "tools/meshd/wifi/control.h"
 
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <wpa_ctrl.h>
 
-#include <array>
+#include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <cstring>
+#include <ostream>
 #include <utility>
 
+#include "qel/daemon/log.h"
 #include "qel/daemon/watches.h"
 
 namespace meshd::wifi {
 
 namespace {
 
-/// What the daemons put into one datagram at most.
-constexpr std::size_t MESSAGE_SIZE = 8192;
-/// Messages in a turn. More come in the next one.
-constexpr int MOST_IN_A_TURN = 16;
 constexpr std::size_t MOST_COMMANDS = 64;
 
 }  // namespace
 
-/// The connection. A reply has nothing that says to which command it belongs, so one that came too late could be taken
-/// for the next one's. After a timeout the connection is therefore given up, and with it its address.
+/// The connection. A reply does not say to which command it belongs. After a timeout the connection is therefore given
+/// up, and with it the address to which a late reply goes.
 class Control::Watch final : public qel::daemon::ISimpleFDWatch {
  public:
   Watch(wpa_ctrl* connection, Control& control)
@@ -42,11 +42,9 @@ class Control::Watch final : public qel::daemon::ISimpleFDWatch {
   Control& control_;
 };
 
-Control::Control(qel::daemon::Mainloop& loop, std::string path) : Control(loop, std::move(path), Times()) {}
-
-Control::Control(qel::daemon::Mainloop& loop, std::string path, const Times& times)
-    : loop_(loop), path_(std::move(path)), times_(times) {
-  connect();
+Control::Control(qel::daemon::Mainloop& loop, std::string path, std::string own_directory, const ControlTimes& times)
+    : loop_(loop), path_(std::move(path)), own_directory_(std::move(own_directory)), times_(times) {
+  connect_timer_.start(std::chrono::milliseconds(0), [this] { connect(); });
 }
 
 Control::~Control() {
@@ -56,37 +54,46 @@ Control::~Control() {
 }
 
 void Control::connect() {
-  wpa_ctrl* const connection = wpa_ctrl_open(path_.c_str());
+  wpa_ctrl* const connection = wpa_ctrl_open2(path_.c_str(), own_directory_.c_str());
   if (connection == nullptr) {
+    // That the daemon does not run is no trouble.
+    if (errno != ENOENT && errno != ECONNREFUSED && !std::exchange(is_refusal_told_, true)) {
+      qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot connect to " << path_ << ": "
+                                  << std::strerror(errno) << std::endl;
+    }
     connect_timer_.start(times_.retry, [this] { connect(); });
     return;
   }
+  is_refusal_told_ = false;
   watch_ = std::make_shared<Watch>(connection, *this);
   loop_.add_watch(watch_);
-  commands_.push_back({"ATTACH", [this](const std::optional<std::string>& reply) {
-                         if (reply == "OK\n") {
-                           is_attached_ = true;
-                           check_timer_.start(times_.check, [this] { check(); });
-                           connected(true);
-                         } else if (reply) {
-                           disconnect();
-                         }
-                       }});
+  commands_.push_back({"ATTACH", [this](const std::optional<std::string>& reply) { on_attached(reply); }});
   send_first();
 }
 
-void Control::disconnect() {
-  if (!watch_) {
-    return;
+void Control::on_attached(const std::optional<std::string>& reply) {
+  if (reply == "OK\n") {
+    is_attached_ = true;
+    check_timer_.start(times_.check, [this] { check(); });
+    connected(true);
+  } else if (reply) {
+    disconnect();
   }
+}
+
+void Control::disconnect() {
   loop_.remove_watch(std::exchange(watch_, nullptr));
   answer_timer_.stop();
   check_timer_.stop();
   connect_timer_.start(times_.retry, [this] { connect(); });
   const std::deque<Command> left = std::exchange(commands_, {});
   const bool was_attached = std::exchange(is_attached_, false);
+  const std::weak_ptr<const char> life = life_;
   for (const Command& command : left) {
     command.on_reply(std::nullopt);
+    if (life.expired()) {
+      return;
+    }
   }
   if (was_attached) {
     connected(false);
@@ -94,8 +101,8 @@ void Control::disconnect() {
 }
 
 void Control::check() {
-  request("PING", [](const std::optional<std::string>&) {});  // without a reply the connection ends
   check_timer_.start(times_.check, [this] { check(); });
+  request("PING", [](const std::optional<std::string>&) {});  // the connection ends unless there is a reply
 }
 
 void Control::request(std::string command, OnReply on_reply) {
@@ -110,34 +117,43 @@ void Control::request(std::string command, OnReply on_reply) {
 }
 
 void Control::send_first() {
-  // Not by wpa_ctrl_request, which waits for the reply. The reply comes as a message that is no event.
+  // Not by wpa_ctrl_request, which waits for the reply.
   const std::string& text = commands_.front().text;
-  answer_timer_.start(times_.answer, [this] { disconnect(); });
-  if (::send(wpa_ctrl_get_fd(watch_->connection()), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL) < 0) {
-    answer_timer_.start(std::chrono::milliseconds(0), [this] { disconnect(); });  // not within the caller's call
-  }
+  const bool is_sent =
+      ::send(wpa_ctrl_get_fd(watch_->connection()), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
+  // A failure ends the connection in the next turn, not while the caller is in the middle of something.
+  answer_timer_.start(is_sent ? times_.answer : std::chrono::milliseconds(0), [this] { disconnect(); });
 }
 
+/// One message in each turn, since what is called with it may destroy this object.
 void Control::on_readable() {
-  const std::shared_ptr<Watch> watch = watch_;  // it may be given up meanwhile
-  for (int i = 0; i < MOST_IN_A_TURN && watch_ == watch; ++i) {
-    std::array<char, MESSAGE_SIZE> octets;
-    std::size_t size = octets.size();
-    if (wpa_ctrl_recv(watch->connection(), octets.data(), &size) == 0) {
-      on_message(std::string(octets.data(), size));
-    } else if (errno == EAGAIN || errno == EINTR) {
-      return;
-    } else {
+  int next = 0;  // the octets of the next message
+  ioctl(watch_->get_fd(), FIONREAD, &next);
+  std::string message(static_cast<std::size_t>(std::max(next, 1)), '\0');
+  std::size_t size = message.size();
+  if (wpa_ctrl_recv(watch_->connection(), message.data(), &size) != 0) {
+    if (errno != EAGAIN && errno != EINTR) {
       disconnect();
     }
+    return;
+  }
+  message.resize(size);
+  if (message.starts_with('<')) {  // "<3>" is the level of an event
+    take_event(std::string_view(message).substr(message.find('>') + 1));
+  } else {
+    take_reply(message);
   }
 }
 
-void Control::on_message(const std::string& message) {
-  if (message.starts_with('<')) {  // "<3>", its level, is before an event
-    event(message.substr(message.find('>') + 1));
-    return;
+void Control::take_event(std::string_view text) {
+  if (text.starts_with(WPA_EVENT_TERMINATING)) {
+    disconnect();
+  } else {
+    event(std::string(text));
   }
+}
+
+void Control::take_reply(const std::string& reply) {
   if (commands_.empty()) {
     return;
   }
@@ -147,7 +163,7 @@ void Control::on_message(const std::string& message) {
   if (!commands_.empty()) {
     send_first();
   }
-  command.on_reply(message);
+  command.on_reply(reply);
 }
 
 }  // namespace meshd::wifi

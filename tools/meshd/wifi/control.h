@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "qel/daemon/mainloop.h"
 #include "qel/daemon/signal.h"
@@ -13,34 +14,36 @@
 
 namespace meshd::wifi {
 
-/// The control socket of a hostapd or a wpa_supplicant: one for each interface, such as /run/hostapd/wlan0. The daemon
-/// may start later, end and start again: it is tried until it answers, asked from time to time whether it is still
-/// there, and connected to anew when it is not. Nothing here waits.
+/// The periods of a Control.
+struct ControlTimes {
+  std::chrono::milliseconds retry{1000};   ///< between two attempts to connect
+  std::chrono::milliseconds answer{5000};  ///< the longest that a command may take
+  std::chrono::milliseconds check{5000};   ///< between two checks whether the daemon still answers
+};
+
+/// A connection to the control socket of a hostapd or wpa_supplicant, which has one for each interface, such as
+/// /run/hostapd/wlan0. The daemon may start later, stop and start again: it is tried until it answers and connected to
+/// again after it was away. Nothing here blocks. All functions that it calls may destroy it.
 class Control {
  public:
-  struct Times {
-    std::chrono::milliseconds retry{1000};   ///< between two attempts to connect
-    std::chrono::milliseconds answer{5000};  ///< the longest that a command takes
-    std::chrono::milliseconds check{10000};  ///< between two questions whether it is there
-  };
-
-  /// Gets the reply, such as "OK\n" or "FAIL\n"; nothing when there was none in time or the connection ended.
+  /// Gets the reply, such as "OK\n" or "FAIL\n"; nothing if there was none in time or the connection ended.
   using OnReply = std::function<void(const std::optional<std::string>& reply)>;
 
-  /// Begins to connect.
-  Control(qel::daemon::Mainloop& loop, std::string path);
-  Control(qel::daemon::Mainloop& loop, std::string path, const Times& times);
+  /// Begins to connect in the next turn of the loop, which is borrowed. The daemon must be able to write to
+  /// `own_directory`, where our end of the connection gets a file: hostapd does not see a private /tmp.
+  Control(qel::daemon::Mainloop& loop, std::string path, std::string own_directory, const ControlTimes& times = {});
   Control(const Control&) = delete;
   Control& operator=(const Control&) = delete;
-  /// Commands under way get no reply.
+  /// Commands that have no reply yet get none.
   ~Control();
 
   bool is_connected() const { return is_attached_; }
 
-  /// Sends a command when those before it are done. Without a connection it gets nothing, at once.
+  /// Sends a command once those before it are done. If there is no connection, or too many commands wait, `on_reply`
+  /// gets nothing before this returns.
   void request(std::string command, OnReply on_reply);
 
-  /// What the daemon tells by itself, such as "AP-STA-CONNECTED 02:00:00:00:01:00", without its level.
+  /// A message that the daemon sends by itself, such as "AP-STA-CONNECTED 02:00:00:00:01:00", without its level.
   qel::signals::Signal<const std::string&> event;
   /// The daemon answered for the first time since it was away (true), or is away (false).
   qel::signals::Signal<bool> connected;
@@ -54,20 +57,25 @@ class Control {
 
   void connect();
   void disconnect();
+  void on_attached(const std::optional<std::string>& reply);
   void check();
   void send_first();
   void on_readable();
-  void on_message(const std::string& message);
+  void take_event(std::string_view text);
+  void take_reply(const std::string& reply);
 
   qel::daemon::Mainloop& loop_;
   std::string path_;
-  Times times_;
+  std::string own_directory_;
+  ControlTimes times_;
   std::shared_ptr<Watch> watch_;  ///< null without a connection
   bool is_attached_ = false;
-  std::deque<Command> commands_;  ///< the first one is under way
+  std::deque<Command> commands_;  ///< the first one has been sent
+  bool is_refusal_told_ = false;
   qel::time::Timer connect_timer_;
   qel::time::Timer answer_timer_;
   qel::time::Timer check_timer_;
+  std::shared_ptr<const char> life_ = std::make_shared<const char>();  ///< expires with the object
 };
 
 }  // namespace meshd::wifi

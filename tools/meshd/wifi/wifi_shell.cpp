@@ -38,7 +38,8 @@ int WifiShell::run(ctlcmd_session* session, int argc, const char* const* argv, v
   });
 }
 
-WifiShell::WifiShell(const Model& model, qel::daemon::Mainloop& loop) : model_(model), loop_(loop) {
+WifiShell::WifiShell(const Model& model, const Associations& associations, qel::daemon::Mainloop& loop)
+    : model_(model), associations_(associations), loop_(loop) {
   static constexpr struct {
     const char* name;
     qel::daemon::CtlcmdModule::Handler handler;
@@ -67,7 +68,7 @@ void WifiShell::radios(std::ostream& os, const std::string& format, const std::s
 
 void WifiShell::clients(std::ostream& os, const std::string& format, const std::string&) {
   std::ifstream names("/etc/ethers");
-  print(os, view_clients(loop_.get_name(), model_, read_names(names)), format);
+  print(os, view_clients(loop_.get_name(), model_, associations_, read_names(names)), format);
 }
 
 void WifiShell::classes(std::ostream& os, const std::string& radio, const std::string& format) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "qel/daemon/mainloop.h"
+#include "tools/meshd/wifi/association.h"
 #include "tools/meshd/wifi/model.h"
 
 namespace meshd::wifi {
@@ -14,7 +15,7 @@ class WifiShell {
   static constexpr const char* MODULE = "WIFI";
 
   /// Everything is borrowed. Throws std::runtime_error if the shell does not accept the module.
-  WifiShell(const Model& model, qel::daemon::Mainloop& loop);
+  WifiShell(const Model& model, const Associations& associations, qel::daemon::Mainloop& loop);
   WifiShell(const WifiShell&) = delete;
   WifiShell& operator=(const WifiShell&) = delete;
   ~WifiShell();
@@ -32,6 +33,7 @@ class WifiShell {
   static int run(ctlcmd_session* session, int argc, const char* const* argv, void* context);
 
   const Model& model_;
+  const Associations& associations_;
   qel::daemon::Mainloop& loop_;
 };
 

@@ -144,15 +144,25 @@ wlan0       phy0   AP                    02:00:00:00:00:00        1  \x1b[2J|)"
 }
 
 TEST(WifiViews, ShowsClients) {
-  const ClientsView view = view_clients("meshd", model_of_a_node(), {{qel::MACAddress("02:00:00:00:00:01"), "phone"}});
+  const auto phone = association_of_client(
+      "02:00:00:00:00:01\nflags=[AUTH][ASSOC][AUTHORIZED][WMM]\nwpa=2\nAKMSuiteSelector=00-0f-ac-2\n"
+      "supp_op_classes=80515\next_capab=04004a02\n");
+  const auto unfinished = association_of_client("flags=[AUTH][ASSOC]\nAKMSuiteSelector=00-0f-ac-2\n");
+  const auto none = association_of_client("FAIL\n");
+  const auto ours = association_of_status("bssid=02:00:00:00:00:03\nkey_mgmt=SAE\nwpa_state=COMPLETED\n");
+  const auto searching = association_of_status("wpa_state=SCANNING\nbssid=02:00:00:00:00:03\n");
+  ASSERT_TRUE(phone && ours && !unfinished && !none && !searching);
+  const Associations associations{{qel::MACAddress("02:00:00:00:00:01"), *phone}, *ours};
+  const ClientsView view =
+      view_clients("meshd", model_of_a_node(), associations, {{qel::MACAddress("02:00:00:00:00:01"), "phone"}});
   EXPECT_EQ(
       text_of(view),
-      R"(STATION                  IS A                  AT           SIGNAL  SEND RATE                 RECEIVE RATE  CONNECTED   IDLE  SSID
-02:00:00:00:00:01 phone  client                wlan0       -45 dBm  866.7 Mb/s, ac 80 MHz x2  6.0 Mb/s        1:02:03  1.0 s  \x1b[2J|)"
+      R"(STATION                  IS A                  AT           SIGNAL  SEND RATE                 RECEIVE RATE  CONNECTED   IDLE  SECURITY  SSID
+02:00:00:00:00:01 phone  client                wlan0       -45 dBm  866.7 Mb/s, ac 80 MHz x2  6.0 Mb/s        1:02:03  1.0 s  WPA2PSK   \x1b[2J|)"
       "\uFFFD\n"
-      R"(02:00:00:00:00:02        backhaul, no key yet  wlan0.sta1        -  -                         -             2 d 07:33   59 s  \x1b[2J|)"
+      R"(02:00:00:00:00:02        backhaul, no key yet  wlan0.sta1        -  -                         -             2 d 07:33   59 s  -         \x1b[2J|)"
       "\uFFFD\n"
-      R"(02:00:00:00:00:03        access point          wlan1             -  -                         -                     -      -  -
+      R"(02:00:00:00:00:03        access point          wlan1             -  -                         -                     -      -  WPA3PSK   -
 
 STATION                    SENT  PACKETS  RETRIES  FAILED  RECEIVED  PACKETS  DROPPED
 02:00:00:00:00:01 phone  1.2 MB       12        3       -     999 B        -        -
@@ -165,8 +175,10 @@ STATION                    SENT  PACKETS  RETRIES  FAILED  RECEIVED  PACKETS  DR
           R"("authorized":true,"protected_management":false,"signal":-45,"average_signal":null,"send_rate":{"rate":866700,)"
           R"("mode":"ac","mcs":9,"streams":2,"channel_width":"80 MHz","short_guard":false},"receive_rate":{"rate":6000,)"
           R"("mode":null,"mcs":0,"streams":1,"channel_width":"20 MHz","short_guard":false},"sent_octets":1234567,)"
-          R"("received_octets":999,"sent_packets":12,"received_packets":null,"retries":3,)"));
-  EXPECT_EQ(text_of(view_clients("meshd", Model(), {})), "no clients\n");
+          R"("received_octets":999,"sent_packets":12,"received_packets":null,"retries":3,"send_failures":null,)"));
+  EXPECT_THAT(json_of(view),
+              HasSubstr(R"("inactive":1090,"security":"WPA2PSK","bss_transition":true,"opclasses":[128,81]})"));
+  EXPECT_EQ(text_of(view_clients("meshd", Model(), {}, {})), "no clients\n");
 }
 
 TEST(WifiViews, ShowsTheClassesOfARadioInAllItsBands) {

@@ -1,0 +1,128 @@
+#include "tools/meshd/wifi/control_sockets.h"
+
+#include <wpa_ctrl.h>
+
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+
+namespace meshd::wifi {
+
+namespace {
+
+/// The address after the name of an event; nothing in another event.
+std::optional<qel::MACAddress> address_in(std::string_view event, std::string_view name) {
+  constexpr std::size_t LENGTH = 17;  // 02:00:00:00:01:00
+  qel::MACAddress address;
+  return event.starts_with(name) && address.parse_string(std::string(event.substr(name.size(), LENGTH)))
+             ? std::optional(address)
+             : std::nullopt;
+}
+
+bool is_known(const Model& model, const qel::MACAddress& mac) {
+  for (const auto& [number, interface] : model.get_interfaces()) {
+    if (model.get_stations(number).contains(mac)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+std::string ControlSockets::default_own_directory() {
+  const char* const directories = std::getenv("RUNTIME_DIRECTORY");
+  const std::string_view all = directories == nullptr ? "" : directories;
+  return all.empty() ? "/tmp" : std::string(all.substr(0, all.find(':')));
+}
+
+ControlSockets::ControlSockets(qel::daemon::Mainloop& loop, Radios& radios, Directories directories)
+    : loop_(loop),
+      radios_(radios),
+      directories_(std::move(directories)),
+      updated_(radios.updated.connect([this] { follow(); })) {
+  follow();
+}
+
+Control* ControlSockets::find(std::uint32_t interface) {
+  const auto socket = sockets_.find(interface);
+  return socket == sockets_.end() ? nullptr : socket->second.control.get();
+}
+
+void ControlSockets::follow() {
+  const Model::Interfaces& interfaces = radios_.get_model().get_interfaces();
+  std::erase_if(sockets_, [&](const auto& entry) {
+    const auto& [number, socket] = entry;
+    const auto interface = interfaces.find(number);
+    return interface == interfaces.end() || interface->second.name != socket.name ||
+           interface->second.role != (socket.is_station ? Role::STATION : Role::AP);
+  });
+  std::erase_if(associations_, [&](const auto& entry) { return !is_known(radios_.get_model(), entry.first); });
+  for (const auto& [number, interface] : interfaces) {
+    if (sockets_.contains(number)) {
+      ask(number);
+    } else if (interface.role == Role::AP || interface.role == Role::STATION) {
+      add(interface);
+    }
+  }
+}
+
+void ControlSockets::add(const Interface& interface) {
+  const bool is_station = interface.role == Role::STATION;
+  const std::string& directory = is_station ? directories_.wpa_supplicant : directories_.hostapd;
+  auto control = std::make_unique<Control>(loop_, directory + '/' + interface.name, directories_.own);
+  control->connected.connect([this, number = interface.number](bool is_connected) {
+    if (is_connected) {
+      ask(number);
+    }
+  });
+  control->event.connect([this, number = interface.number](const std::string& event) { take_event(number, event); });
+  sockets_.insert_or_assign(interface.number, Socket{interface.name, is_station, std::move(control)});
+}
+
+void ControlSockets::ask(std::uint32_t interface) {
+  const Model& model = radios_.get_model();
+  const auto ours = model.get_interfaces().find(interface);
+  if (ours == model.get_interfaces().end()) {
+    return;
+  }
+  for (const auto& [number, other] : model.get_interfaces()) {
+    // Clients with 4 addresses have an interface of their own, with the address of the access point.
+    const bool is_part = number == interface || (other.role == Role::AP_VLAN && other.wiphy == ours->second.wiphy &&
+                                                 other.mac == ours->second.mac);
+    for (const auto& [mac, station] : is_part ? model.get_stations(number) : Model::Stations()) {
+      if (!associations_.contains(mac)) {
+        ours->second.role == Role::STATION ? ask_status(interface) : ask_client(interface, mac);
+      }
+    }
+  }
+}
+
+void ControlSockets::ask_client(std::uint32_t access_point, const qel::MACAddress& client) {
+  sockets_.at(access_point)
+      .control->request("STA " + client.to_string(), [this, client](const std::optional<std::string>& reply) {
+        if (auto association = association_of_client(reply.value_or(""))) {
+          associations_.insert_or_assign(client, std::move(*association));
+        }
+      });
+}
+
+void ControlSockets::ask_status(std::uint32_t station) {
+  sockets_.at(station).control->request("STATUS", [this](const std::optional<std::string>& reply) {
+    if (auto association = association_of_status(reply.value_or(""))) {
+      associations_.insert_or_assign(association->first, std::move(association->second));
+    }
+  });
+}
+
+void ControlSockets::take_event(std::uint32_t interface, const std::string& event) {
+  if (const auto client = address_in(event, AP_STA_CONNECTED)) {
+    ask_client(interface, *client);
+  } else if (const auto gone = address_in(event, AP_STA_DISCONNECTED)) {
+    associations_.erase(*gone);
+  } else if (event.starts_with(WPA_EVENT_CONNECTED)) {
+    ask_status(interface);
+  }
+}
+
+}  // namespace meshd::wifi
