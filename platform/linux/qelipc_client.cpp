@@ -7,16 +7,11 @@
 #include <cerrno>
 #include <new>
 
-#include "platform/linux/bus.h"
+#include "platform/linux/client.h"
 #include "platform/linux/export.h"
 #include "qelipc.h"
 
 using namespace qel::platform;
-
-struct qelipc_client {
-  Bus bus;
-  bool delivered = false;  ///< an event has been delivered since this was last checked
-};
 
 namespace {
 
@@ -40,6 +35,18 @@ int on_event(sd_bus_message* message, void* userdata, sd_bus_error*) {
     free(endpoint);
   }
   return 0;
+}
+
+/// Whether the words can be sent: 0 or a negative errno.
+int check_words(const char* const* words) {
+  std::size_t octets = 0;
+  for (const char* const* word = words; *word != nullptr; ++word) {
+    if (!is_utf8(*word)) {
+      return -EINVAL;
+    }
+    octets += strlen(*word) + 1;
+  }
+  return octets > QELIPC_COMMAND_MAX ? -EMSGSIZE : 0;
 }
 
 /// A command and its answer, piece by piece.
@@ -123,6 +130,27 @@ QEL_EXPORT qelipc_client* qelipc_client_open(void) {
   return client.release();
 }
 
+QEL_EXPORT qelipc_client* qelipc_client_open_in_loop(void (*lost)(void* context), void* context) {
+  std::unique_ptr<qelipc_client> client(new (std::nothrow) qelipc_client);
+  int result = client != nullptr ? connect_to_bus(client->bus, CONNECT_TIMEOUT_US) : -ENOMEM;
+  if (result >= 0) {
+    client->service.reset(new (std::nothrow) ClientService(client->bus.get(), lost, context));
+    result = client->service != nullptr ? client->service->start() : -ENOMEM;
+  }
+  if (result < 0) {
+    errno = -result;
+    return nullptr;
+  }
+  return client.release();
+}
+
+QEL_EXPORT int qelipc_client_start_command(qelipc_client* client, const char* endpoint, const char* const* words,
+                                           int timeout_ms, qelipc_client_answer take, void* context) {
+  const int valid = client->service != nullptr ? check_words(words) : -EINVAL;
+  return valid < 0 ? valid
+                   : guarded([&] { return client->service->command(endpoint, words, timeout_ms, take, context); });
+}
+
 QEL_EXPORT void qelipc_client_close(qelipc_client* client) { delete client; }
 
 QEL_EXPORT int qelipc_client_list(qelipc_client* client, void (*take)(void* context, const char* name), void* context) {
@@ -146,14 +174,8 @@ QEL_EXPORT int qelipc_client_list(qelipc_client* client, void (*take)(void* cont
 
 QEL_EXPORT int qelipc_client_command(qelipc_client* client, const char* endpoint, const char* const* words,
                                      int timeout_ms, int* result, char** answer) {
-  std::size_t octets = 0;
-  for (const char* const* word = words; *word != nullptr; ++word) {
-    if (!is_utf8(*word)) {
-      return -EINVAL;
-    }
-    octets += strlen(*word) + 1;
-  }
-  return octets > QELIPC_COMMAND_MAX ? -EMSGSIZE : guarded([&] {
+  const int valid = check_words(words);
+  return valid < 0 ? valid : guarded([&] {
     return Conversation(client, endpoint, timeout_ms).run("Command", result, answer, [&](sd_bus_message* call) {
       return sd_bus_message_append_strv(call, const_cast<char**>(words));
     });
@@ -179,9 +201,13 @@ QEL_EXPORT int qelipc_client_subscribe(qelipc_client* client, const char* endpoi
     return -ENOMEM;
   }
   sd_bus_slot* slot = nullptr;
-  const int result = sd_bus_match_signal(client->bus.get(), &slot, nullptr,
-                                         endpoint != nullptr ? place_of(endpoint).path.c_str() : nullptr, INTERFACE,
-                                         "Event", on_event, subscription);
+  const std::string path = endpoint != nullptr ? place_of(endpoint).path : "";
+  const char* const from = endpoint != nullptr ? path.c_str() : nullptr;
+  sd_bus* const bus = client->bus.get();
+  const int result =
+      client->service != nullptr
+          ? sd_bus_match_signal_async(bus, &slot, nullptr, from, INTERFACE, "Event", on_event, nullptr, subscription)
+          : sd_bus_match_signal(bus, &slot, nullptr, from, INTERFACE, "Event", on_event, subscription);
   if (result < 0) {
     delete subscription;
     return result;
@@ -190,6 +216,9 @@ QEL_EXPORT int qelipc_client_subscribe(qelipc_client* client, const char* endpoi
   sd_bus_slot_set_destroy_callback(slot, [](void* data) { delete static_cast<Subscription*>(data); });
   sd_bus_slot_set_floating(slot, 1);
   sd_bus_slot_unref(slot);
+  if (client->service != nullptr) {
+    client->service->schedule();
+  }
   return 0;
 }
 

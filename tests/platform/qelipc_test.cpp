@@ -365,6 +365,70 @@ TEST_F(Ipc, AShellAnswersToolsUntilItIsClosed) {
   EXPECT_EQ(ctlcmd_docommand("", "help"), CTLCMD_NO_COMMAND) << "the shell ended with its endpoint";
 }
 
+/// A client in the loop of the test, and what it was told.
+struct LoopClient {
+  std::vector<std::string> got;
+  Client client{qelipc_client_open_in_loop(
+      [](void* self) {
+        static_cast<LoopClient*>(self)->got.emplace_back("lost");
+        static_cast<LoopClient*>(self)->client.reset();
+      },
+      this)};
+
+  int start(std::vector<const char*> words, const char* endpoint = "alice") {
+    words.push_back(nullptr);
+    const qelipc_client_answer take = [](void* list, int status, int result, const char* answer) {
+      static_cast<std::vector<std::string>*>(list)->push_back(status < 0 ? std::to_string(status)
+                                                                         : std::to_string(result) + " " + answer);
+    };
+    return qelipc_client_start_command(client.get(), endpoint, words.data(), 20000, take, &got);
+  }
+  bool wait_for(std::size_t count) {
+    return turn_until([&] { return got.size() >= count; });
+  }
+};
+
+TEST_F(Ipc, AClientInTheLoopIsServedInItsTurns) {
+  const ctlcmd_handler repeat = [](ctlcmd_session* session, int, const char* const* words, void*) {
+    for (int count = std::stoi(words[1]); count > 0; --count) {
+      ctlcmd_printf(session, "%s", words[2]);
+    }
+    return CTLCMD_FAILED;
+  };
+  const ctlcmd_command command = {"REPEAT", repeat, ""};
+  const ctlcmd_table table = {&command, 1};
+  ASSERT_EQ(ctlcmd_listen_start(alice_.get(), "alice", &table), 0);
+  LoopClient tool;
+  ASSERT_TRUE(tool.client);
+  EXPECT_EQ(tool.start({"REPEAT", "200000", "ab"}), 0);
+  EXPECT_EQ(tool.start({"REPEAT"}, "nobody"), 0);
+  EXPECT_EQ(tool.start({"\xff"}), -EINVAL);
+  EXPECT_EQ(tool.start({std::string(QELIPC_COMMAND_MAX, 'x').c_str()}), -EMSGSIZE);
+  const qelipc_client_event take = [](void* list, const char* endpoint, const char* event, const void*, unsigned) {
+    static_cast<std::vector<std::string>*>(list)->push_back(std::string(endpoint) + "|" + event);
+  };
+  EXPECT_EQ(qelipc_client_subscribe(tool.client.get(), "alice", take, &tool.got), 0);
+  EXPECT_TRUE(tool.got.empty()) << "nothing happens outside of turns";
+  ASSERT_TRUE(tool.wait_for(2));
+  EXPECT_THAT(tool.got, UnorderedElementsAre(std::to_string(-ENXIO), SizeIs(400000 + strlen("-1 "))));
+  EXPECT_EQ(qelipc_event_send(alice_.get(), "up", "", 0), 0);
+  ASSERT_TRUE(tool.wait_for(3));
+  EXPECT_EQ(tool.got[2], "alice|up");
+
+  EXPECT_EQ(tool.start({"REPEAT", "1", ""}), 0);
+  bus_.stop();
+  ASSERT_TRUE(tool.wait_for(5));
+  EXPECT_THAT(std::vector(tool.got.begin() + 3, tool.got.end()), ElementsAre(std::to_string(-ENOTCONN), "lost"));
+  EXPECT_FALSE(LoopClient().client) << "there is no bus";
+  const int listener = bus_.be_silent();
+  LoopClient early;
+  ASSERT_TRUE(early.client);
+  EXPECT_EQ(early.start({"REPEAT", "1", ""}), 0);
+  ASSERT_TRUE(early.wait_for(2));
+  EXPECT_THAT(early.got, ElementsAre(std::to_string(-ENOTCONN), "lost")) << "a bus that never answers";
+  close(listener);
+}
+
 TEST(LongAnswers, AreKeptForWhoAskedAndWithinTheLimits) {
   using qel::platform::LongAnswers;
   LongAnswers answers;
