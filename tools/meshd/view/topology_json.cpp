@@ -1,6 +1,11 @@
+#include <algorithm>
+#include <iterator>
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include "tools/json_line.h"
+#include "tools/meshd/view/segments.h"
 #include "tools/meshd/view/topology_view.h"
 
 namespace meshd {
@@ -19,6 +24,7 @@ class Writer {
       put("al_mac", view_.nodes.front().al_mac);
       put_array("nodes", view_.nodes);
       put_array("links", view_.links);
+      put_array("segments", find_segments(view_));
     });
   }
 
@@ -62,6 +68,10 @@ class Writer {
   void put_content(const TopologyView::Hosts& hosts) {
     put("interface", hosts.interface);
     put("macs", hosts.macs);
+    std::vector<std::string> names;
+    std::ranges::transform(hosts.macs, std::back_inserter(names),
+                           [this](const auto& mac) { return view_.name_of(mac); });
+    put("names", names);
   }
 
   void put_content(const TopologyView::Interface& interface) {
@@ -100,6 +110,15 @@ class Writer {
     put("packet_errors", information.get_packet_erros());
     put("packets_received", information.get_packets_received());
     put("rcpi", information.get_RCPI());
+  }
+
+  void put_content(const Segment& segment) {
+    put("switch", segment.is_switch);
+    json_.objects("ports", segment.ports, [this](const auto& entry) {
+      const Port& port = entry.first;
+      put("al_mac", port.al_mac);
+      put("interface", port.interface == qel::MACAddress() ? std::nullopt : std::optional(port.interface));
+    });
   }
 
   tools::JsonLine json_;

@@ -21,7 +21,7 @@ class Builder {
       : entity_(entity), now_(now) {
     view_.name = name;
     view_.names = std::move(names);
-    view_.names[entity.config().al_mac] = name;
+    view_.names.try_emplace(entity.config().al_mac, name);
     add_self();
     for (const auto& [al_mac, device] : entity.devices().all()) {
       add(al_mac, device);

@@ -156,12 +156,14 @@ TEST(TopologyView, IsJsonInOneLine) {
   const std::string json = text_of(print_json, everything());
   for (
       const char* part :
-      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"reported_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"]}],"truncated":false},{)",
+      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"reported_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"],"names":["","tv"]}],"truncated":false},{)",
        R"("blocked":[{"mac":"02:19:05:10:00:22","name":"lan2","type":"ETHERNET","filter_actions":3}],"name":"two","state":"answered","age":12,)",
        R"(,{"al_mac":"02:19:05:A0:00:06","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[],"name":null,"state":"heard_of","age":null,"reported_by":["02:19:05:A0:00:03"],"bridges":[],"hosts":[],"truncated":false},{)",
        R"("state":"unreachable","age":300,)",
        R"(}],"links":[{"from":"02:19:05:A0:00:01","from_interface":"02:19:05:10:00:11","to":"02:19:05:A0:00:02","to_interface":"02:19:05:10:00:21","transmitter":{"packet_errors":4,"transmitted_packets":500,"mac_throughput_capacity":0,"link_availability":100,"phy_rate":1000},"receiver":{"packet_errors":0,"packets_received":400,"rcpi":255},"bridged":true},{)",
-       R"("to":"02:19:05:A0:00:03","to_interface":null,"transmitter":null,"receiver":null,"bridged":false},{)"}) {
+       R"("to":"02:19:05:A0:00:03","to_interface":null,"transmitter":null,"receiver":null,"bridged":false},{)",
+       R"({"switch":true,"ports":[{"al_mac":"02:19:05:A0:00:01","interface":"02:19:05:10:00:11"},{"al_mac":"02:19:05:A0:00:02","interface":"02:19:05:10:00:21"},{)",
+       R"({"switch":false,"ports":[{"al_mac":"02:19:05:A0:00:03","interface":"02:19:05:10:00:33"},{"al_mac":"02:19:05:A0:00:07","interface":null}]})"}) {
     EXPECT_THAT(json, HasSubstr(part));
   }
   EXPECT_EQ(json.find('\n'), json.size() - 1);
@@ -215,6 +217,8 @@ TEST(TopologyView, IsWhatTheEntityKnows) {
                               "sent 500 packets with 4 errors, received 400 packets with 3 errors\n"));
   EXPECT_THAT(text, HasSubstr("    host 02:19:05:55:00:01\n"));
   EXPECT_THAT(text, EndsWith("\nnode 02:19:05:A0:00:03, heard of, reported by 02:19:05:A0:00:02\n"));
+  EXPECT_THAT(text_of(print_text, view_topology("one", left.entity, TimePoint{}, {{device_mac(1), "hall"}})),
+              StartsWith("node 02:19:05:A0:00:01 (hall, this node)"));
 }
 
 TEST(TopologyView, TakesNamesFromEthers) {
