@@ -89,6 +89,15 @@ meshd is a node of an IEEE 1905.1 mesh, meshctl talks to it, and meshdump
 prints the messages of captures and of live interfaces.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS
   "${library_dependency}, mesh-platform (>= ${version}), adduser, default-dbus-system-bus | dbus-system-bus")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS mesh-web)
 install(FILES ${debian}/meshd.default DESTINATION /etc/default RENAME meshd COMPONENT tools)
+
+# Apart from the tools, because a node needs no HTTP library.
+qel_package(web mesh-web net
+"map of a Wi-Fi mesh in the browser
+Adds the live map of the mesh to meshctl: "meshctl web" serves it, and
+"meshctl topology --html" writes it to a file.")
+set(CPACK_DEBIAN_WEB_PACKAGE_DEPENDS
+  "mesh-tools (= ${version}), ${library_dependency}, mesh-platform (>= ${version})")
 
 include(CPack)

@@ -143,6 +143,43 @@ bridge() {
   inside "$node" ip link set dev br0 up
 }
 
+# make_chain: three routers, one -- two -- three, and a host behind the port lan of each. $nodes are the routers.
+make_chain() {
+  for node in $nodes; do
+    make_node "$node"
+  done
+  for host in host_one host_two host_three; do
+    make_node "$host"
+  done
+  link one right two left
+  link two right three left
+  address=0
+  for node in $nodes; do
+    address=$((address + 1))
+    link "$node" lan "host_$node" eth
+    inside "host_$node" ip address add "10.19.5.$address/24" dev eth
+  done
+  bridge one lan right
+  bridge two lan left right
+  bridge three lan left
+}
+
+# start_meshd NODE NUMBER INTERFACE...
+start_meshd() {
+  node=$1
+  number=$2
+  shift 2
+  start "$run/$node.meshd.log" env QELIPC_BUS_ADDRESS="unix:path=$run/bus" \
+    nsenter --net="/proc/$(holder "$node")/ns/net" -- \
+    "${meshd-$bin/meshd}" --name "${prefix}_$node" --al-mac "$AL_MAC$number" --discovery-interval 1 --interface "$@"
+}
+
+# hosts_talk: the bridges learn where the hosts are.
+hosts_talk() {
+  inside host_one bash -c 'echo >/dev/udp/10.19.5.3/9'
+  inside host_two bash -c 'echo >/dev/udp/10.19.5.1/9'
+}
+
 bus() { QELIPC_BUS_ADDRESS=unix:path=$run/bus "$@"; }
 
 start_bus() {

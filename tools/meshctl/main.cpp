@@ -1,9 +1,12 @@
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <stdexcept>
@@ -118,7 +121,18 @@ ExitStatus events(const Options& options) {
   return SUCCESS;
 }
 
+/// Replaces this program by meshctl-web, which has the page of the map and its server: meshctl itself needs neither.
+[[noreturn]] void become_web(const char* action, const std::string& target, const Options& options) {
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe").parent_path() / MESHCTL_WEB;
+  execl(program.c_str(), "meshctl-web", action, target.c_str(), options.name.c_str(), nullptr);
+  throw std::runtime_error(errno == ENOENT ? "the map is not installed; it is in the package mesh-web"
+                                           : "cannot run " + program.string() + ": " + std::strerror(errno));
+}
+
 ExitStatus topology(const Options& options) {
+  if (!options.html_file.empty()) {
+    become_web("save", options.html_file, options);
+  }
   Client client;
   return show(client.command(choose(options, client), {"mesh", "TOPOLOGY", options.format}), options.format == "JSON");
 }
@@ -202,6 +216,8 @@ ExitStatus run(const Options& options) {
       return classes(options);
     case Verb::OPCLASS:
       return opclass(options);
+    case Verb::WEB:
+      become_web("serve", options.listen, options);
   }
   return WRONG_USAGE;
 }

@@ -196,7 +196,12 @@ Options parse_options(int argc, const char* const* argv) {
   };
   CLI::Option* brief = add_format("--brief", "BRIEF", "One line per node");
   CLI::Option* json = add_format("--json", "JSON", "As JSON")->excludes(brief);
-  add_format("--dot", "DOT", "As a graph for Graphviz")->excludes(brief)->excludes(json);
+  CLI::Option* dot = add_format("--dot", "DOT", "As a graph for Graphviz")->excludes(brief)->excludes(json);
+  topology->add_option("--html", options.html_file, "Write a page with the map to this file")
+      ->type_name("FILE")
+      ->excludes(brief)
+      ->excludes(json)
+      ->excludes(dot);
   for (const auto& [verb, name, description] :
        {std::tuple(Verb::RADIOS, "radios", "Print a daemon's radios and what they do"),
         std::tuple(Verb::CLIENTS, "clients", "Print the stations that a daemon's radios talk to")}) {
@@ -204,6 +209,9 @@ Options parse_options(int argc, const char* const* argv) {
     command->add_flag("--json", options.json, "As JSON");
     command->add_flag("--watch", options.watch, "Print them every second, in a terminal in place");
   }
+  add_verb(app, options, Verb::WEB, "web", "Serve a page with the map, which follows the mesh")
+      ->add_option("--listen", options.listen, "Where to listen, 127.0.0.1:1905 if not given; port 0 takes a free one")
+      ->type_name("ADDRESS:PORT");
   add_opclass(app, options);
   const int words = find_words(argc, argv);
   try {

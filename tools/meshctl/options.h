@@ -7,7 +7,7 @@
 
 namespace meshctl {
 
-enum class Verb { LIST, EXEC, SHELL, LOG, EVENTS, TOPOLOGY, RADIOS, CLIENTS, OPCLASS, CLASSES };
+enum class Verb { LIST, EXEC, SHELL, LOG, EVENTS, TOPOLOGY, RADIOS, CLIENTS, OPCLASS, CLASSES, WEB };
 
 struct Options {
   Verb verb = Verb::LIST;
@@ -18,8 +18,10 @@ struct Options {
   bool watch = false;              ///< RADIOS, CLIENTS: again and again
   std::string radio;               ///< CLASSES: its name
   std::string format = "TEXT";     ///< TOPOLOGY: the name of the format in the daemon
-  OpclassQuery opclass;            ///< OPCLASS
-  std::string notice;              ///< the help or the version if it was requested; nothing else is to be done
+  std::string html_file;           ///< TOPOLOGY: where to write the page; empty for none
+  std::string listen = "127.0.0.1:1905";  ///< WEB: address and port
+  OpclassQuery opclass;                   ///< OPCLASS
+  std::string notice;                     ///< the help or the version if it was requested; nothing else is to be done
 };
 
 /// Throws tools::UsageError.

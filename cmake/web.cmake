@@ -1,0 +1,10 @@
+# Turns QEL_WEB into ON or OFF.
+if(QEL_WEB)
+  find_package(PkgConfig REQUIRED)
+endif()
+if(QEL_WEB STREQUAL AUTO)
+  pkg_check_modules(MICROHTTPD QUIET IMPORTED_TARGET GLOBAL libmicrohttpd>=0.9.75)
+  set(QEL_WEB ${MICROHTTPD_FOUND})
+elseif(QEL_WEB)
+  pkg_check_modules(MICROHTTPD REQUIRED IMPORTED_TARGET GLOBAL libmicrohttpd>=0.9.75)
+endif()

@@ -1,0 +1,148 @@
+#!/usr/bin/python3
+"""Checks the map of a live mesh in Chromium, and leaves screenshots in a folder; scripts/demo-web runs it."""
+
+import json
+import os
+import re
+import shutil
+import subprocess
+import sys
+import time
+
+sys.path.insert(0, os.path.dirname(__file__))
+from browser import Browser  # noqa: E402
+
+HOSTILE = '<s>x&"lan'  # the name of an interface of node two
+MAC = "02:19:05:AA:00:0"
+NODES, LINKS = 5, 5
+LIMIT = 2  # seconds within which a lost link shows
+
+
+def node(number):
+    return f"document.querySelector('.node[data-id=\"{MAC}{number}\"]')"
+
+
+def run(variable, *arguments):
+    subprocess.run(os.environ[variable].split() + list(arguments), check=True)
+
+
+def no_complaints(browser):
+    browser.value("new Promise((done) => setTimeout(done, 0))")  # what is on its way arrives first
+    assert not browser.complaints, browser.complaints
+
+
+OK_LINKS = "document.querySelectorAll('#map .edge.ok:not(.host)').length"
+
+
+def live(folder):
+    with Browser() as browser:
+        browser.open(os.environ["MESH_URL"])
+        for number in range(1, NODES + 1):
+            browser.eventually(f"{node(number)}?.classList.contains('answered')")
+        browser.eventually("document.getElementById('state').textContent === 'live'")
+        browser.eventually(f"{OK_LINKS} === {LINKS}")
+        names = "[...document.querySelectorAll('#map text.name:not(.hidden)')].map((text) => text.textContent)"
+        browser.eventually(f"['study', 'hall', 'kitchen', 'garage', 'attic', 'tv', 'switch'].every((name) => {names}.includes(name))")
+        browser.screenshot(f"{folder}/map.png")
+
+        # A name from the network is text, and the keyboard goes where the mouse does.
+        run("SPOIL")
+        browser.value(f"{node(2)}.dispatchEvent(new MouseEvent('click', {{bubbles: true}}))")
+        browser.eventually(f"document.getElementById('details').textContent.includes({json.dumps(HOSTILE)})")
+        assert browser.value("document.querySelectorAll('s, img, b').length") == 0, "a name is text"
+        browser.screenshot(f"{folder}/details.png")
+        browser.value(f"{node(2)}.focus()")
+        for key in ("ArrowRight", "ArrowLeft", "Enter"):
+            browser.press(key)
+        assert browser.value("document.activeElement.classList.contains('node')"), "the arrows move the focus"
+        assert browser.value("document.querySelectorAll('.node.selected').length") == 1
+        assert browser.value("[...document.querySelectorAll('.node, button')].every((one) => one.ariaLabel || one.textContent)"), \
+            "a screen reader has something to say"
+
+        browser.value("document.getElementById('table-tab').click()")
+        rows = browser.value("[...document.querySelectorAll('#table-view tbody tr')].map((row) => row.textContent)")
+        assert len(rows) == NODES + LINKS, rows
+        browser.screenshot(f"{folder}/table.png")
+        browser.value("document.getElementById('map-tab').click()")
+
+        start = time.monotonic()
+        run("CUT")
+        browser.eventually(f"{OK_LINKS} < {LINKS}")
+        took = time.monotonic() - start
+        print(f"a lost link showed after {took:.2f} s")
+        assert took < LIMIT
+        browser.eventually("document.querySelector('#events .lost') !== null")
+        browser.screenshot(f"{folder}/lost.png")
+        run("MEND")
+        browser.eventually(f"{OK_LINKS} === {LINKS}")
+
+        host = "document.querySelector('.node[data-id^=\"host\"][data-id$=\"02:19:05:BB:00:01\"]')?.dataset.id"
+        browser.eventually(f"{host}?.includes('{MAC}1')")
+        start = time.monotonic()
+        run("MOVE")
+        browser.eventually(f"{host}?.includes('{MAC}3')")
+        print(f"the move of a host showed after {time.monotonic() - start:.2f} s")
+
+        browser.resize(390, 844, 2)
+        browser.value("document.getElementById('zoom-fit').click()")
+        assert browser.value("document.documentElement.scrollWidth <= innerWidth"), "nothing sticks out on a telephone"
+        browser.screenshot(f"{folder}/telephone.png")
+        no_complaints(browser)
+
+
+def large(topology, number=200):
+    """A mesh of so many devices: a tree, with hosts."""
+    model = next(one for one in topology["nodes"] if one["self"])
+    name = "</script><script>alert(1)</script>"
+
+    def mac(kind, index):
+        return f"02:19:05:{kind:02X}:{index // 256:02X}:{index % 256:02X}"
+
+    nodes, links, segments = [], [], []
+    for index in range(number):
+        one = dict(model, al_mac=mac(1, index), self=index == 0, name=name if index == 3 else f"node-{index}", blocked=[],
+                   bridges=[], reported_by=[], age=1, state="unreachable" if index % 40 == 39 else "answered",
+                   interfaces=[{"mac": mac(2, index), "name": "up", "type": "WLAN", "mode": "AC_5_GHZ"},
+                               {"mac": mac(3, index), "name": "lan", "type": "ETHERNET", "mode": "GIGABIT_ETHERNET"}],
+                   hosts=[{"interface": mac(3, index), "macs": [mac(4, index)]}] if index % 3 == 0 else [])
+        nodes.append(one)
+        if index:
+            above = (index - 1) // 3
+            ends = [{"al_mac": mac(1, above), "interface": mac(3, above)}, {"al_mac": mac(1, index), "interface": mac(2, index)}]
+            segments.append({"switch": False, "ports": ends})
+            links.append({"from": mac(1, index), "from_interface": mac(2, index), "to": mac(1, above),
+                          "to_interface": mac(3, above), "receiver": None, "bridged": False,
+                          "transmitter": {"packet_errors": 0, "transmitted_packets": 1, "mac_throughput_capacity": 0,
+                                          "link_availability": 30 if index % 17 == 0 else 100, "phy_rate": 866}})
+    return {"name": name, "al_mac": mac(1, 0), "nodes": nodes, "links": links, "segments": segments}
+
+
+def saved(folder):
+    file = f"{folder}/saved.html"
+    run("SAVE", file)
+    with open(file, encoding="utf-8") as page:
+        text = page.read()
+    block = r'(<script id="topology" type="application/json">)(.*?)(</script>)'
+    topology = json.loads(re.search(block, text, re.S)[2])
+    big = json.dumps(large(topology)).replace("<", "\\u003c")
+    many = f"{folder}/large.html"
+    with open(many, "w", encoding="utf-8") as page:
+        page.write(re.sub(block, lambda found: found[1] + big + found[3], text, flags=re.S))
+    for path, count, dark in ((file, NODES, False), (many, 200, True)):
+        with Browser(1600, 1000, dark) as browser:
+            start = time.monotonic()
+            browser.open("file://" + os.path.abspath(path))
+            browser.eventually(f"document.querySelectorAll('.node.device').length === {count}")
+            print(f"{count} nodes showed after {time.monotonic() - start:.1f} s")
+            browser.screenshot(f"{folder}/{count}-nodes.png")
+            assert browser.value("performance.getEntriesByType('resource').length") == 0, "no request leaves the page"
+            no_complaints(browser)
+
+
+if shutil.which("chromium") is None:
+    print("skipped: Chromium is not installed")
+    sys.exit(3)
+os.makedirs(sys.argv[1], exist_ok=True)
+live(sys.argv[1])
+saved(sys.argv[1])
+print("the map is well")

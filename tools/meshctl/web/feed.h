@@ -1,0 +1,83 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "qel/daemon/signal.h"
+#include "qel/daemon/timer.h"
+
+struct qelipc_client;
+
+namespace meshctl::web {
+
+/// A message of an event stream (HTML Living Standard, 9.2), shared by all who still send it.
+using Message = std::shared_ptr<const std::string>;
+
+/// What the page shows: the mesh as the daemon last described it, whether it answers, and its latest events. The daemon
+/// is asked again after each event, and every second, but only while somebody is interested. Neither daemon nor bus
+/// need be there: both may come and go. Needs the loop of the platform.
+class Feed {
+ public:
+  explicit Feed(std::string daemon);
+  Feed(const Feed&) = delete;
+  Feed& operator=(const Feed&) = delete;
+  ~Feed();
+
+  /// Where a reader of the feed is. A new one first gets the state, the topology, and the events that are kept.
+  struct Place {
+    std::uint64_t state = 0;
+    std::uint64_t topology = 0;
+    std::uint64_t event = 0;
+  };
+  /// The next message, and moves on; null if there is none yet. A slow reader misses topologies that were replaced and
+  /// events that are no longer kept.
+  Message next(Place& place) const;
+
+  /// Shows interest: the daemon is asked now, and during the next seconds.
+  void want();
+  /// The topology as one line of JSON if it is recent, else empty.
+  std::string_view recent_topology() const;
+  /// Whether the daemon's last answer was an error, and no other is on its way.
+  bool has_failed() const { return !reason_.empty() && !is_asking_; }
+  /// Why the daemon does not answer; empty if it does.
+  const std::string& reason() const { return reason_; }
+
+  /// Emitted after each answer and each event. Never inside a call of this object, but for want().
+  qel::signals::Signal<> changed;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  struct Closer {
+    void operator()(qelipc_client* client) const;
+  };
+
+  void connect();
+  void ask();
+  void ask_again();
+  void take_answer(int status, int result, std::string_view text);
+  void take_event(std::string_view event, std::string_view data);
+  void take_topology(std::string_view json);
+  void tell_state(const std::string& reason);
+
+  std::string daemon_;
+  std::unique_ptr<qelipc_client, Closer> client_;
+  bool is_asking_ = false;
+  Clock::time_point wanted_until_{};
+  Clock::time_point answered_at_{};
+  qel::time::Timer again_;
+  qel::time::Timer soon_;
+  std::string reason_;
+  Message state_;
+  std::uint64_t state_number_ = 0;
+  Message topology_;
+  std::string compared_;  ///< the topology without what changes all the time
+  std::uint64_t topology_number_ = 0;
+  std::deque<Message> events_;
+  std::uint64_t next_event_ = 0;
+};
+
+}  // namespace meshctl::web

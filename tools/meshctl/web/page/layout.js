@@ -1,0 +1,80 @@
+// Where the nodes of a graph are drawn.
+import "./d3-force.js";
+
+const LENGTH = { device: 150, switch: 90, host: 46 };
+const TICKS = { fresh: 260, changed: 120 };
+const MANY = 150; // nodes from which fewer steps have to do
+
+/** Around the first device, ring by ring, each subtree in a sector as wide as its number of leaves. */
+function seed(graph, neighbors) {
+  const root = graph.nodes.find((node) => node.id === graph.self) || graph.nodes[0];
+  const places = new Map();
+  const children = new Map();
+  const depth = new Map([[root.id, 0]]);
+  const order = [root.id];
+  for (const id of order) {
+    children.set(id, neighbors.get(id).filter((other) => !depth.has(other) && depth.set(other, depth.get(id) + 1)));
+    order.push(...children.get(id));
+  }
+  const leaves = new Map();
+  for (const id of [...order].reverse()) {
+    leaves.set(id, children.get(id).reduce((sum, child) => sum + leaves.get(child), 0) || 1);
+  }
+  const sectors = new Map([[root.id, [0, 2 * Math.PI]]]);
+  for (const id of order) {
+    const [begin, end] = sectors.get(id);
+    const angle = (begin + end) / 2;
+    const radius = depth.get(id) * 120;
+    places.set(id, { x: radius * Math.cos(angle) * 1.3, y: radius * Math.sin(angle) });
+    let next = begin;
+    for (const child of children.get(id)) {
+      const width = ((end - begin) * leaves.get(child)) / leaves.get(id);
+      sectors.set(child, [next, next + width]);
+      next += width;
+    }
+  }
+  // Devices without a link stand apart, in a row.
+  const lonely = graph.nodes.filter((node) => !places.has(node.id));
+  lonely.forEach((node, index) => places.set(node.id, { x: 130 * (index - lonely.length / 2), y: 220 }));
+  return places;
+}
+
+/**
+ * Gives each node x and y. Nodes that had a place in `old` (a map of ids) keep about that, and exactly that if the graph
+ * has no other nodes and edges than before, so the map is calm while figures change. The same graph gets the same places.
+ */
+export function place(graph, old) {
+  const neighbors = new Map(graph.nodes.map((node) => [node.id, []]));
+  for (const edge of graph.edges) {
+    neighbors.get(edge.from).push(edge.to);
+    neighbors.get(edge.to).push(edge.from);
+  }
+  const shape = [...graph.nodes, ...graph.edges].map((part) => part.id).join("\n");
+  const known = graph.nodes.filter((node) => old.places.has(node.id));
+  for (const node of known) Object.assign(node, old.places.get(node.id));
+  if (shape === old.shape) return old;
+  const isFresh = known.length === 0;
+  const seeds = isFresh ? seed(graph, neighbors) : null;
+  graph.nodes.forEach((node, index) => {
+    if (node.x !== undefined) return;
+    const near = seeds?.get(node.id) || old.places.get(neighbors.get(node.id).find((id) => old.places.has(id))) || { x: 0, y: 0 };
+    // Not all at one point, from which no force would part them.
+    node.x = near.x + (seeds ? 0 : 40 * Math.cos(index));
+    node.y = near.y + (seeds ? 0 : 40 * Math.sin(index));
+  });
+
+  const kinds = new Map(graph.nodes.map((node) => [node.id, node.kind]));
+  const length = (edge) => LENGTH[kinds.get(edge.to.id)] || LENGTH.device;
+  const simulation = globalThis.d3.forceSimulation(graph.nodes)
+    .alpha(isFresh ? 1 : 0.35)
+    .alphaDecay(1 - 0.001 ** (1 / (isFresh ? TICKS.fresh : TICKS.changed)))
+    .force("link", globalThis.d3.forceLink(graph.edges.map(({ from, to }) => ({ source: from, target: to, to: { id: to } })))
+      .id((node) => node.id).distance(length).strength((edge) => (kinds.get(edge.to.id) === "host" ? 0.9 : 0.6)))
+    .force("charge", globalThis.d3.forceManyBody().strength((node) => ({ device: -620, switch: -320, host: -90 })[node.kind]).distanceMax(900))
+    .force("apart", globalThis.d3.forceCollide((node) => ({ device: 52, switch: 30, host: 20 })[node.kind]))
+    .force("x", globalThis.d3.forceX().strength(0.025))
+    .force("y", globalThis.d3.forceY().strength(0.04))
+    .stop();
+  simulation.tick(Math.round((isFresh ? TICKS.fresh : TICKS.changed) * (graph.nodes.length > MANY ? 0.6 : 1)));
+  return { shape, places: new Map(graph.nodes.map(({ id, x, y }) => [id, { x, y }])) };
+}

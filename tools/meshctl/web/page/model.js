@@ -1,0 +1,139 @@
+// What is drawn and listed, made of the JSON of meshctl(1).
+
+const MEDIA = { ETHERNET: "Ethernet", WLAN: "Wi-Fi", PLC: "Powerline", MOCA: "MoCA" };
+const STATES = { answered: "answered", heard_of: "heard of", unreachable: "unreachable" };
+const POOR = 50; // percent of availability below which a link is called poor
+const MOST_HOSTS = 4; // behind one interface that are drawn one by one
+
+/** "AC_5_GHZ" as "AC 5 GHz", "GIGABIT_ETHERNET" as "Gigabit Ethernet". */
+export const modeText = (mode) => mode.split("_").map((word) => (word === "GHZ" ? "GHz" : word.length > 3 ? word[0] + word.slice(1).toLowerCase() : word)).join(" ");
+
+/** "866 Mb/s", "2.5 Gb/s"; empty if the rate is not known. */
+export function speedText(rate) {
+  return !rate ? "" : rate < 1000 ? `${rate} Mb/s` : `${+(rate / 1000).toFixed(1)} Gb/s`;
+}
+
+/** "−61 dBm". */
+export const dbmText = (dbm) => `${dbm < 0 ? "−" : ""}${Math.abs(dbm)} dBm`;
+
+export function ageText(seconds) {
+  if (seconds === null || seconds === undefined) return "";
+  return seconds < 120 ? `${seconds} s ago` : `${Math.round(seconds / 60)} min ago`;
+}
+
+const least = (values) => {
+  const known = values.filter((value) => value !== undefined && value !== null);
+  return known.length ? Math.min(...known) : null;
+};
+
+/**
+ * The graph of a topology: `nodes` with id, kind (device, switch or host), name, classes and a description; `edges` with
+ * id, the ids of their ends, medium, speed, state (ok, poor, unknown or blocked), label and the links that tell of them.
+ */
+export function buildGraph(topology) {
+  const devices = new Map(topology.nodes.map((node) => [node.al_mac, node]));
+  const names = new Map();
+  const interfaces = new Map();
+  for (const node of topology.nodes) {
+    names.set(node.al_mac, node.name || node.al_mac);
+    for (const port of node.interfaces) {
+      interfaces.set(port.mac, port);
+      if (port.name) names.set(port.mac, port.name);
+    }
+    for (const { macs, names: given } of node.hosts) macs.forEach((mac, index) => given?.[index] && names.set(mac, given[index]));
+  }
+  const blocked = new Map(topology.nodes.map((node) => [node.al_mac, new Set(node.blocked.map((port) => port.mac))]));
+  const links = new Map();
+  for (const link of topology.links) {
+    const key = `${link.from} ${link.from_interface}`;
+    links.set(key, [...(links.get(key) || []), link]);
+  }
+  const nodes = [];
+  const edges = [];
+
+  for (const node of topology.nodes) {
+    nodes.push({
+      id: node.al_mac,
+      kind: "device",
+      name: names.get(node.al_mac),
+      classes: ["device", node.state, node.self ? "self" : "", node.blocked.length ? "has-blocked" : ""],
+      device: node,
+      links: [],
+      hosts: node.hosts.reduce((count, one) => count + one.macs.length, 0),
+    });
+  }
+  const drawn = new Map(nodes.map((node) => [node.id, node]));
+
+  // The edge of two ports, or of a port and a switch.
+  const connect = (id, from, to, ports) => {
+    const told = ports.flatMap((port) => links.get(`${port.al_mac} ${port.interface}`) || [])
+      .filter((link) => ports.length < 2 || ports.some((port) => port.al_mac === link.to));
+    const sent = told.map((link) => link.transmitter).filter(Boolean);
+    const type = ports.map((port) => interfaces.get(port.interface)?.type).find(Boolean);
+    const medium = MEDIA[type] || type || "";
+    const speed = least(sent.map((one) => one.phy_rate).filter(Boolean));
+    const availability = least(sent.map((one) => one.link_availability));
+    const isCut = ports.some((port) => blocked.get(port.al_mac)?.has(port.interface));
+    const isUnknown = ports.some((port) => !port.interface || devices.get(port.al_mac)?.state !== "answered");
+    const isPoor = sent.length > 0 && availability < POOR;
+    const state = isCut ? "blocked" : isUnknown ? "unknown" : isPoor ? "poor" : "ok";
+    const rcpi = told.map((link) => link.receiver?.rcpi).find((value) => value !== undefined && value <= 220);
+    const parts = [isCut ? "blocked" : "", medium === "Ethernet" ? "" : medium, speedText(speed),
+      isPoor ? `${availability} % available` : "", rcpi === undefined ? "" : dbmText(rcpi / 2 - 110)];
+    edges.push({
+      id, from, to, medium, speed, availability, state, told, ports,
+      label: parts.filter(Boolean).join(" · "),
+      classes: ["edge", medium === "Wi-Fi" ? "wifi" : medium && medium !== "Ethernet" ? "other" : "", state],
+      width: !speed ? 1.5 : speed >= 10000 ? 4 : speed >= 2500 ? 3.4 : speed >= 1000 ? 2.8 : speed >= 300 ? 2.2 : 1.6,
+    });
+    for (const end of [from, to]) drawn.get(end)?.links.push(edges.at(-1));
+  };
+
+  for (const segment of topology.segments || []) {
+    const ports = segment.ports.filter((port) => devices.has(port.al_mac));
+    const key = ports.map((port) => `${port.al_mac} ${port.interface}`).join(" ");
+    if (!segment.switch) {
+      if (ports.length === 2) connect(key, ports[0].al_mac, ports[1].al_mac, ports);
+      continue;
+    }
+    const id = `switch ${ports[0]?.al_mac} ${ports[0]?.interface}`;
+    const hub = { id, kind: "switch", name: "switch", classes: ["switch"], links: [], ports };
+    nodes.push(hub);
+    drawn.set(id, hub);
+    for (const port of ports) connect(`${id} ${port.al_mac} ${port.interface}`, port.al_mac, id, [port]);
+  }
+
+  for (const node of topology.nodes) {
+    for (const { interface: port, macs } of node.hosts) {
+      const add = (id, name) => {
+        nodes.push({ id, kind: "host", name, classes: ["host"], links: [], behind: node.al_mac, macs });
+        edges.push({ id: `${id} -`, from: node.al_mac, to: id, state: "ok", label: "", classes: ["edge", "host"], width: 1.2, told: [], ports: [], isHost: true });
+      };
+      if (macs.length > MOST_HOSTS) add(`hosts ${node.al_mac} ${port}`, `${macs.length} hosts`);
+      else for (const mac of macs) add(`host ${node.al_mac} ${port} ${mac}`, names.get(mac) || mac);
+    }
+  }
+  for (const node of nodes) node.description = describe(node);
+  return { name: topology.name, self: topology.al_mac, nodes, edges, names, interfaces, devices };
+}
+
+/** What a screen reader says of a node. */
+function describe(node) {
+  if (node.kind === "host") return node.macs.length > MOST_HOSTS ? node.name : `host ${node.name}`;
+  const links = node.links.length === 1 ? "1 link" : `${node.links.length} links`;
+  if (node.kind === "switch") return `switch, ${links}`;
+  const device = node.device;
+  return [`device ${node.name}`, device.self ? "this node" : STATES[device.state], links,
+    node.hosts ? `${node.hosts} hosts` : "", device.blocked.length ? `${device.blocked.length} blocked` : ""]
+    .filter(Boolean).join(", ");
+}
+
+export const stateText = (device) => (device.self ? "this node" : STATES[device.state] || device.state);
+
+/** The text of an event of meshd(8), in words. Unknown ones are shown as they are. */
+export function eventText(event, data, names) {
+  const [mac, ...rest] = data.split(" ");
+  const known = { NEIGHBOR_FOUND: "found neighbor", NEIGHBOR_LOST: "lost neighbor", DEVICE_FOUND: "found device", DEVICE_LOST: "lost device" };
+  if (!known[event]) return `${event} ${data}`;
+  return `${known[event]} ${names.get(mac) || mac}${rest.length ? ` on ${rest.join(" ")}` : ""}`;
+}
