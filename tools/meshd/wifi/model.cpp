@@ -28,6 +28,16 @@ bool is_same(const Interface& left, const Interface& right) {
   return left.device == right.device && left.wiphy == right.wiphy && left.role == right.role;
 }
 
+bool is_part_of(const qel::ChannelInfo& channel, const kHz& frequency) {
+  if (!channel.get_primary_segment().is_set()) {
+    return false;
+  }
+  const auto& [center, width] = channel.get_primary_segment().get();
+  const kHz half(unit_cast<kHz>(channel_width_to_frequency(width)).value() / 2);
+  const auto contains = [&](const kHz& middle) { return middle - half < frequency && frequency < middle + half; };
+  return contains(center) || contains(channel.get_secondary_center_frequency());
+}
+
 template <class Map, class Value>
 void set(Map& map, const typename Map::key_type& key, Value&& value, std::size_t most) {
   if (map.size() < most || map.contains(key)) {
@@ -115,19 +125,19 @@ qel::WLANRadio Model::get_radio(std::uint32_t wiphy, Timestamp now, std::optiona
 }
 
 bool Model::is_listening(std::uint32_t wiphy, const WiphyChannel& channel, Timestamp now) const {
+  if (!channel.has_radar || channel.dfs_state != DfsState::USABLE) {
+    return false;
+  }
+  // The kernel lets an access point onto such a channel only to listen, and reports no beginning of that.
+  const bool has_listener = std::any_of(interfaces_.begin(), interfaces_.end(), [&](const auto& entry) {
+    const Interface& interface = entry.second;
+    return interface.wiphy == wiphy && interface.role == Role::AP && is_part_of(interface.channel, channel.frequency);
+  });
+  // A radio may listen elsewhere with a receiver of its own. If the event of its end was lost, that ends by itself.
   const auto listening = listening_.find(wiphy);
-  if (listening == listening_.end() || channel.dfs_state != DfsState::USABLE) {
-    return false;
-  }
-  // If the event of its end was lost, it ends by itself.
-  const auto& segment = listening->second.get_primary_segment();
   const std::chrono::nanoseconds longest = 2 * channel.cac_time;
-  if (!segment.is_set() || now - segment.get_timestamp() > longest.count()) {
-    return false;
-  }
-  const auto& [center, width] = segment.get();
-  const kHz half(unit_cast<kHz>(channel_width_to_frequency(width)).value() / 2);
-  return center - half < channel.frequency && channel.frequency < center + half;
+  return has_listener || (listening != listening_.end() && is_part_of(listening->second, channel.frequency) &&
+                          now - listening->second.get_primary_segment().get_timestamp() <= longest.count());
 }
 
 void Model::begin(const Question& question) { answer_ = {.question = question}; }

@@ -16,6 +16,9 @@ using Result = Nl80211Socket::Result;
 
 /// Where things change all the time, the answer is taken as it is after this many attempts.
 constexpr std::size_t MOST_ATTEMPTS = 5;
+/// The latest refresh after an event: a station, for example, is authorized or moves to an interface of its own only
+/// later, which causes no event.
+constexpr std::chrono::milliseconds SETTLING{1000};
 /// The pause after a failure doubles up to this multiple of the first one: opening a socket starts modprobe if the
 /// kernel has no nl80211.
 constexpr int LONGEST_PAUSE = 16;
@@ -99,6 +102,13 @@ void Radios::fail(const std::string& why) {
   }
 }
 
+void Radios::refresh_in(std::chrono::milliseconds duration) {
+  timer_.start(duration, [this] {
+    queue({Topic::INTERFACES});
+    ask_next();
+  });
+}
+
 void Radios::queue(const Question& question) {
   if (std::find(waiting_.begin(), waiting_.end(), question) == waiting_.end()) {
     waiting_.push_back(question);
@@ -149,10 +159,7 @@ void Radios::finish(const Nl80211Socket::Received& end) {
         queue(question);
       }
     }
-    timer_.start(refresh_, [this] {
-      queue({Topic::INTERFACES});
-      ask_next();
-    });
+    refresh_in(refresh_);
   }
   if (!waiting_.empty()) {
     ask_next();
@@ -210,6 +217,9 @@ void Radios::read_events() {
       queue(question);
     }
     happened(event);
+  }
+  if (!events.empty() && timer_.is_running() && timer_.get_remaining_time() > SETTLING) {
+    refresh_in(SETTLING);
   }
   ask_next();
 }

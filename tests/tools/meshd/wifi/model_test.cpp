@@ -153,9 +153,11 @@ TEST(WifiModel, ListsTheChannelsAsTheyAreNow) {
   EXPECT_EQ(state(NOW + 121 * SECOND), "01000") << "its end was lost";
   radar(NL80211_RADAR_CAC_ABORTED);
   EXPECT_EQ(state(NOW), "01000");
-  radar(NL80211_RADAR_CAC_STARTED);
+  take(model, NL80211_CMD_NEW_INTERFACE, interface(5500));
+  EXPECT_EQ(state(NOW), "00100") << "an access point cannot do anything else there";
   answer(model, {Topic::WIPHYS}, {wiphy(NL80211_DFS_AVAILABLE)});
   EXPECT_EQ(state(NOW), "00001");
+  take(model, NL80211_CMD_NEW_INTERFACE, interface(5180));
 
   EXPECT_EQ(channel(5180).get_max_supported_channel_width(), qel::ChannelWidth::WIDTH_40_MHZ);
   answer(model, {Topic::WIPHYS}, {wiphy(NL80211_DFS_USABLE, true)});
