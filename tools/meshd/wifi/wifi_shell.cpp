@@ -8,6 +8,7 @@
 #include "tools/meshd/shell_answer.h"
 #include "tools/meshd/view/names.h"
 #include "tools/meshd/wifi/clients_view.h"
+#include "tools/meshd/wifi/model_json.h"
 #include "tools/meshd/wifi/radios_view.h"
 
 namespace meshd::wifi {
@@ -49,6 +50,7 @@ WifiShell::WifiShell(const Model& model, const Associations& associations, qel::
       {"CLIENTS", run<&WifiShell::clients, 1>, "show the stations that they talk to: TEXT (default) or JSON"},
       {"CLASSES", run<&WifiShell::classes, 2>,
        "show the operating classes that a radio supports: TEXT (default) or JSON"},
+      {"MODEL", run<&WifiShell::model, 0>, "show everything that the kernel reports, as JSON"},
   };
   const auto module = loop_.create_ctlcmd_module(MODULE, this);
   for (const auto& [name, handler, help] : COMMANDS) {
@@ -73,6 +75,10 @@ void WifiShell::clients(std::ostream& os, const std::string& format, const std::
 
 void WifiShell::classes(std::ostream& os, const std::string& radio, const std::string& format) {
   print(os, view_classes(radio, model_, qel::LastChanged<float>::now()), format);
+}
+
+void WifiShell::model(std::ostream& os, const std::string&, const std::string&) {
+  print_json(os, model_, qel::LastChanged<float>::now());
 }
 
 }  // namespace meshd::wifi

@@ -27,6 +27,7 @@ class WifiShell {
   void radios(std::ostream& os, const std::string& format, const std::string& none);
   void clients(std::ostream& os, const std::string& format, const std::string& none);
   void classes(std::ostream& os, const std::string& radio, const std::string& format);
+  void model(std::ostream& os, const std::string& none, const std::string& nothing);
 
   /// Runs the command of the shell given as context.
   template <Answer ANSWER, int MOST_ARGUMENTS>
