@@ -117,6 +117,36 @@ def large(topology, number=200):
     return {"name": name, "al_mac": mac(1, 0), "nodes": nodes, "links": links, "segments": segments}
 
 
+def wifi(file):
+    """Radios and clients as meshctl(1) describes them, in a page that has a mesh."""
+    at = {"interface": "wlan1", "role": "AP", "ssid": "home", "bssid": MAC + "9", "security": None, "connected": 3,
+          "average_signal": None, "receive_rate": None}
+    rate = {"rate": 866700, "mode": "ac", "streams": 2, "channel_width": "80 MHz"}
+    clients = [dict(at, mac="02:19:05:BB:00:02", name="<b>tv", signal=-52, send_rate=rate),
+               dict(at, mac="02:19:05:BB:00:09", name=None, signal=-81, send_rate=None)]
+    channel = {"primary_freq": 5500000, "primary_center": 5530000, "channel_width": "80 MHz", "secondary_center": None, "max_power": 23}
+    radio = {"name": "phy1", "bands": ["5 GHz"], "band": "5 GHz", "channel": 100, "channel_info": channel, "utilization": 7,
+             "noise": -101, "dfs_state": "CLEAR", "interfaces": [{"ssid": "home", "clients": 2}]}
+    with Browser() as browser:
+        browser.open("file://" + os.path.abspath(file))
+        hosts = browser.value("document.querySelectorAll('.node.host').length")
+        browser.value(f"page.take('radios', {{radios: [{json.dumps(radio)}]}}), page.take('clients', {{clients: {json.dumps(clients)}}})")
+        assert browser.value("document.querySelectorAll('.node.client').length") == 2
+        assert browser.value("document.querySelectorAll('.node.host').length") == hosts - 1, "the television is a client now"
+        assert browser.value("document.querySelectorAll('.edge.wifi.poor').length") == 1, "a weak signal"
+        label = browser.value("document.querySelector('#radios-view svg').ariaLabel")
+        assert label == "5 GHz: phy1, channel 100, 80 MHz, 7 % busy, clear, 2 clients", label
+        browser.value("page.select('client 02:19:05:BB:00:02')")
+        details = browser.value("document.getElementById('details').innerText")
+        assert "−52 dBm" in details and "867 Mb/s, ac, 80 MHz, 2 streams" in details and "<b>tv" in details, details
+        browser.value("document.getElementById('table-tab').click()")
+        assert browser.value("[...document.querySelectorAll('#table-view table')].filter((one) => one.offsetHeight).length") == 4
+        browser.value("page.take('clients', {clients: []}), document.getElementById('map-tab').click()")
+        assert browser.value("document.querySelectorAll('.node.client').length") == 0
+        assert browser.value("document.querySelectorAll('.node.host').length") == hosts, "back on its cable"
+        no_complaints(browser)
+
+
 def saved(folder):
     file = f"{folder}/saved.html"
     run("SAVE", file)
@@ -128,6 +158,7 @@ def saved(folder):
     many = f"{folder}/large.html"
     with open(many, "w", encoding="utf-8") as page:
         page.write(re.sub(block, lambda found: found[1] + big + found[3], text, flags=re.S))
+    wifi(file)
     for path, count, dark in ((file, NODES, False), (many, 200, True)):
         with Browser(1600, 1000, dark) as browser:
             start = time.monotonic()

@@ -23,7 +23,6 @@ constexpr auto RECENT = 2s;           // age of a topology that is given out wit
 constexpr int ANSWER_TIMEOUT = 5000;  // milliseconds
 constexpr std::size_t KEPT_EVENTS = 100;
 constexpr std::size_t LONGEST_EVENT = 4096;
-constexpr std::string_view TOPOLOGY_HEAD = "event: topology\ndata: ";
 constexpr std::string_view END = "\n\n";
 
 Message make_message(std::string_view head, std::string_view data) {
@@ -70,7 +69,11 @@ std::string object(Members members) {
 
 void Feed::Closer::operator()(qelipc_client* client) const { qelipc_client_close(client); }
 
-Feed::Feed(std::string daemon) : daemon_(std::move(daemon)) {
+Feed::Feed(std::string daemon)
+    : daemon_(std::move(daemon)),
+      subjects_{Subject{this, "mesh", "TOPOLOGY", "event: topology\ndata: "},
+                Subject{this, "WIFI", "RADIOS", "event: radios\ndata: "},
+                Subject{this, "WIFI", "CLIENTS", "event: clients\ndata: "}} {
   tell_state("");
   connect();
   ask_again();
@@ -107,17 +110,24 @@ void Feed::ask_again() {
 }
 
 void Feed::ask() {
-  if (is_asking_ || client_ == nullptr) {
+  for (Subject& subject : subjects_) {
+    ask(subject);
+  }
+}
+
+void Feed::ask(Subject& subject) {
+  if (subject.is_asking || client_ == nullptr) {
     return;
   }
-  const char* const words[] = {"mesh", "TOPOLOGY", "JSON", nullptr};
-  const auto take = [](void* self, int status, int result, const char* answer) {
-    static_cast<Feed*>(self)->take_answer(status, result, answer != nullptr ? answer : "");
+  const char* const words[] = {subject.module, subject.command, "JSON", nullptr};
+  const auto take = [](void* context, int status, int result, const char* answer) {
+    Subject& asked = *static_cast<Subject*>(context);
+    asked.feed->take_answer(asked, status, result, answer != nullptr ? answer : "");
   };
-  is_asking_ = true;
-  const int status = qelipc_client_start_command(client_.get(), daemon_.c_str(), words, ANSWER_TIMEOUT, take, this);
+  subject.is_asking = true;
+  const int status = qelipc_client_start_command(client_.get(), daemon_.c_str(), words, ANSWER_TIMEOUT, take, &subject);
   if (status < 0) {
-    take_answer(status, 0, "");
+    take_answer(subject, status, 0, "");
   }
 }
 
@@ -129,11 +139,17 @@ void Feed::want() {
   }
 }
 
-void Feed::take_answer(int status, int result, std::string_view text) {
-  is_asking_ = false;
+void Feed::take_answer(Subject& subject, int status, int result, std::string_view text) {
+  subject.is_asking = false;
   if (status == 0 && result == 0) {
+    subject.take(text);
+  }
+  if (&subject != subjects_.data()) {
+    if (status == 0 && result != 0 && subject.message != nullptr) {
+      subject.take("null");  // this daemon has no Wi-Fi, unlike the one before it
+    }
+  } else if (status == 0 && result == 0) {
     answered_at_ = Clock::now();
-    take_topology(text);
     tell_state("");
   } else if (status == -ENXIO) {
     tell_state("no daemon named '" + daemon_ + "' is running");
@@ -144,14 +160,14 @@ void Feed::take_answer(int status, int result, std::string_view text) {
   changed();
 }
 
-void Feed::take_topology(std::string_view json) {
-  std::string compared = without_ages(json);
-  if (topology_ != nullptr && compared == compared_) {
+void Feed::Subject::take(std::string_view json) {
+  std::string without = without_ages(json);
+  if (message != nullptr && without == compared) {
     return;
   }
-  compared_ = std::move(compared);
-  topology_ = make_message(TOPOLOGY_HEAD, in_one_line(json));
-  ++topology_number_;
+  compared = std::move(without);
+  message = make_message(head, in_one_line(json));
+  ++number;
 }
 
 void Feed::take_event(std::string_view event, std::string_view data) {
@@ -192,8 +208,10 @@ Message Feed::next(Place& place) const {
   if (std::exchange(place.state, state_number_) != state_number_) {
     return state_;
   }
-  if (std::exchange(place.topology, topology_number_) != topology_number_) {
-    return topology_;
+  for (std::size_t index = 0; index < SUBJECTS; ++index) {
+    if (std::exchange(place.answers[index], subjects_[index].number) != subjects_[index].number) {
+      return subjects_[index].message;
+    }
   }
   if (place.event == next_event_) {
     return nullptr;
@@ -203,11 +221,12 @@ Message Feed::next(Place& place) const {
 }
 
 std::string_view Feed::recent_topology() const {
-  if (topology_ == nullptr || !reason_.empty() || Clock::now() - answered_at_ > RECENT) {
+  const Subject& topology = subjects_.front();
+  if (topology.message == nullptr || !reason_.empty() || Clock::now() - answered_at_ > RECENT) {
     return {};
   }
-  std::string_view text = *topology_;
-  text.remove_prefix(TOPOLOGY_HEAD.size());
+  std::string_view text = *topology.message;
+  text.remove_prefix(topology.head.size());
   text.remove_suffix(END.size());
   return text;
 }

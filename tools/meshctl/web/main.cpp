@@ -5,6 +5,7 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qel/process/signal_watch.h"
@@ -68,12 +69,20 @@ void serve(const std::string& address, const std::string& daemon) {
 
 /// Writes the page with the present state of the mesh to the file.
 void save(const std::string& name, const std::string& daemon) {
-  const Answer answer = Client().command(daemon, {"mesh", "TOPOLOGY", "JSON"});
-  if (answer.result != 0) {
-    throw std::runtime_error(answer.text);
+  Client client;
+  const Answer topology = client.command(daemon, {"mesh", "TOPOLOGY", "JSON"});
+  if (topology.result != 0) {
+    throw std::runtime_error(topology.text);
+  }
+  page::Answers answers{{"topology", tools::to_utf8(topology.text)}};
+  for (const auto& [kind, command] : {std::pair("radios", "RADIOS"), std::pair("clients", "CLIENTS")}) {
+    // A daemon without Wi-Fi has no such command.
+    if (const Answer answer = client.command(daemon, {"WIFI", command, "JSON"}); answer.result == 0) {
+      answers.emplace_back(kind, tools::to_utf8(answer.text));
+    }
   }
   std::ofstream file(name, std::ios::binary);
-  file << page::for_file(tools::to_utf8(answer.text)) << std::flush;
+  file << page::for_file(answers) << std::flush;
   if (!file) {
     throw std::runtime_error("cannot write " + name + ": " + std::strerror(errno));
   }

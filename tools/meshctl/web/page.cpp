@@ -50,15 +50,18 @@ std::string_view script() { return data::SCRIPT; }
 
 std::string_view style() { return data::STYLE; }
 
-std::string for_file(std::string_view topology) {
+std::string for_file(const Answers& answers) {
   const std::string policy = std::string("default-src 'none'; script-src 'sha256-") + data::SCRIPT_HASH +
                              "'; style-src 'sha256-" + data::STYLE_HASH +
                              "'; img-src data:; base-uri 'none'; form-action 'none'";
-  return fill(
-      {{POLICY, element(R"(<meta http-equiv="Content-Security-Policy" content=")", policy, "\">")},
-       {STYLE, element("<style>", data::STYLE, "</style>")},
-       {SCRIPT, element(R"(<script id="topology" type="application/json">)", for_element(topology), "</script>\n") +
-                    element("<script>", data::SCRIPT, "</script>")}});
+  std::string content;
+  for (const auto& [kind, json] : answers) {
+    content += element("<script id=\"" + kind + "\" type=\"application/json\">", for_element(json), "</script>\n");
+  }
+  content += element("<script>", data::SCRIPT, "</script>");
+  return fill({{POLICY, element(R"(<meta http-equiv="Content-Security-Policy" content=")", policy, "\">")},
+               {STYLE, element("<style>", data::STYLE, "</style>")},
+               {SCRIPT, std::move(content)}});
 }
 
 }  // namespace meshctl::page

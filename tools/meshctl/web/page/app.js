@@ -1,9 +1,11 @@
 // The page: takes the topology from the page itself or follows the server, and shows it.
-import { ageText, buildGraph, eventText, modeText, stateText } from "./model.js";
+import { ageText, buildGraph, dbmText, eventText, modeText, rateText, stateText } from "./model.js";
 import { MapView, draw } from "./map.js";
+import { RulerView } from "./ruler.js";
 import { TableView } from "./table.js";
 
 const MOST_EVENTS = 100;
+const ANSWERS = ["topology", "radios", "clients"];
 const LEGEND = [["edge ok", 3, "Ethernet"], ["edge wifi", 3, "Wi-Fi"], ["edge other", 3, "other"], ["edge poor", 3, "poor"],
   ["edge unknown", 2, "not confirmed"], ["edge blocked", 2, "blocked"]];
 
@@ -21,6 +23,7 @@ class Page {
   constructor() {
     const onSelect = (id) => this.select(id);
     this.map = new MapView(byId("map"), onSelect, () => byId("legend").offsetHeight + 12);
+    this.ruler = new RulerView(byId("radios-view"));
     this.table = new TableView(byId("table-view"), onSelect);
     this.tabs = [byId("map-tab"), byId("table-tab")];
     for (const tab of this.tabs) tab.addEventListener("click", () => this.open(tab));
@@ -39,6 +42,7 @@ class Page {
       item.firstChild.append(draw("path", { class: className, "stroke-width": width, d: "M1 6H25" }));
     }
     this.names = new Map();
+    this.answers = {};
     this.clearEvents();
   }
 
@@ -52,8 +56,11 @@ class Page {
     this.show();
   }
 
-  take(topology) {
-    this.graph = buildGraph(topology);
+  /** Takes an answer of the daemon; those about Wi-Fi mean something beside a topology only. */
+  take(kind, answer) {
+    this.answers[kind] = answer;
+    if (!this.answers.topology) return;
+    this.graph = buildGraph(this.answers.topology, this.answers.radios, this.answers.clients);
     // Events name devices that are gone, and new ones before the topology has them.
     for (const [mac, name] of this.graph.names) if (name !== mac) this.names.set(mac, name);
     for (const show of this.events) show();
@@ -69,7 +76,10 @@ class Page {
     document.title = `Mesh of ${graph.names.get(graph.self) || graph.name}`;
     byId("title").textContent = document.title;
     byId("summary").textContent = [some(count("device"), "device"), some(graph.edges.filter((edge) => !edge.isHost).length, "link"),
-      some(hosts, "host")].join(", ");
+      some(hosts, "host"), count("client") ? some(count("client"), "client") : ""].filter(Boolean).join(", ");
+    const radios = JSON.stringify(graph.radios);
+    if (radios !== this.radios) this.ruler.show(graph.radios);
+    this.radios = radios;
     if (!byId("map-view").hidden) this.map.show(graph);
     else this.table.show(graph);
     this.showDetails();
@@ -89,7 +99,7 @@ class Page {
     holder.append(...content);
     // A screen reader would read it again.
     if (byId("details").textContent !== holder.textContent) byId("details").replaceChildren(...content);
-    document.body.classList.toggle("alone", !node && byId("events-view").hidden);
+    document.body.classList.toggle("alone", !node && byId("events-view").hidden && byId("radios-view").hidden);
   }
 
   detailsOf(node) {
@@ -111,6 +121,16 @@ class Page {
     } else if (node.kind === "host") {
       facts.push(["Behind", nameOf(node.behind)]);
       if (node.macs.length > 4) list("Addresses", node.macs.map(nameOf));
+    }
+    if (node.kind === "client") {
+      const client = node.client;
+      const signal = client.average_signal ?? client.signal;
+      facts.push(["Address", client.mac], ["Network", client.ssid], ["Interface", `${client.interface}, ${client.bssid}`]);
+      if (signal !== null) facts.push(["Signal", dbmText(signal)]);
+      if (client.send_rate) facts.push(["Sends to it", rateText(client.send_rate)]);
+      if (client.receive_rate) facts.push(["Receives", rateText(client.receive_rate)]);
+      if (client.security) facts.push(["Security", client.security]);
+      if (client.connected !== null) facts.push(["Connected", ageText(client.connected).replace(" ago", "")]);
     }
     list("Links", node.links.map((edge) => {
       const other = edge.from === node.id ? edge.to : edge.from;
@@ -175,16 +195,15 @@ class Page {
       const { answers, reason } = JSON.parse(data);
       this.setState(answers ? "live" : "away", answers ? "live" : reason);
     });
-    stream.addEventListener("topology", ({ data }) => this.take(JSON.parse(data)));
+    for (const kind of ANSWERS) stream.addEventListener(kind, ({ data }) => this.take(kind, JSON.parse(data)));
     stream.addEventListener("mesh", ({ data }) => this.addEvent(JSON.parse(data)));
   }
 }
 
 const page = new Page();
-const inside = byId("topology");
-if (inside) {
+if (byId("topology")) {
   byId("events-view").hidden = true;
-  page.take(JSON.parse(inside.textContent));
+  for (const kind of ["radios", "clients", "topology"]) if (byId(kind)) page.take(kind, JSON.parse(byId(kind).textContent));
   page.setState("saved", "as saved in this file");
 } else {
   page.follow();

@@ -1,7 +1,7 @@
 // Where the nodes of a graph are drawn.
 import "./d3-force.js";
 
-const LENGTH = { device: 150, switch: 90, host: 46 };
+const LENGTH = { device: 150, switch: 90, host: 46, client: 80 };
 const TICKS = { fresh: 260, changed: 120 };
 const MANY = 150; // nodes from which fewer steps have to do
 
@@ -69,9 +69,9 @@ export function place(graph, old) {
     .alpha(isFresh ? 1 : 0.35)
     .alphaDecay(1 - 0.001 ** (1 / (isFresh ? TICKS.fresh : TICKS.changed)))
     .force("link", globalThis.d3.forceLink(graph.edges.map(({ from, to }) => ({ source: from, target: to, to: { id: to } })))
-      .id((node) => node.id).distance(length).strength((edge) => (kinds.get(edge.to.id) === "host" ? 0.9 : 0.6)))
-    .force("charge", globalThis.d3.forceManyBody().strength((node) => ({ device: -620, switch: -320, host: -90 })[node.kind]).distanceMax(900))
-    .force("apart", globalThis.d3.forceCollide((node) => ({ device: 52, switch: 30, host: 20 })[node.kind]))
+      .id((node) => node.id).distance(length).strength((edge) => (["host", "client"].includes(kinds.get(edge.to.id)) ? 0.9 : 0.6)))
+    .force("charge", globalThis.d3.forceManyBody().strength((node) => ({ device: -620, switch: -320, host: -90, client: -140 })[node.kind]).distanceMax(900))
+    .force("apart", globalThis.d3.forceCollide((node) => ({ device: 52, switch: 30, host: 20, client: 26 })[node.kind]))
     .force("x", globalThis.d3.forceX().strength(0.025))
     .force("y", globalThis.d3.forceY().strength(0.04))
     .stop();

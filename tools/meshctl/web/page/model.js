@@ -3,6 +3,7 @@
 const MEDIA = { ETHERNET: "Ethernet", WLAN: "Wi-Fi", PLC: "Powerline", MOCA: "MoCA" };
 const STATES = { answered: "answered", heard_of: "heard of", unreachable: "unreachable" };
 const POOR = 50; // percent of availability below which a link is called poor
+const WEAK = -75; // dBm below which a client is called poor
 const MOST_HOSTS = 4; // behind one interface that are drawn one by one
 
 /** "AC_5_GHZ" as "AC 5 GHz", "GIGABIT_ETHERNET" as "Gigabit Ethernet". */
@@ -26,11 +27,36 @@ const least = (values) => {
   return known.length ? Math.min(...known) : null;
 };
 
+/** "866 Mb/s, ac, 80 MHz, 2 streams" of a rate of meshctl(1). */
+export function rateText(rate) {
+  if (!rate) return "";
+  return [speedText(Math.round(rate.rate / 1000)), rate.mode || "", rate.channel_width || "", rate.streams > 1 ? `${rate.streams} streams` : ""]
+    .filter(Boolean).join(", ");
+}
+
+/** The radios that are on a channel, or could be: with the ranges that they occupy, in MHz. */
+export function listRadios(answer) {
+  return (answer?.radios || []).map((radio) => {
+    const { primary_freq: primary, primary_center: center, channel_width: width, secondary_center: second } = radio.channel_info || {};
+    const half = (center && Number.parseInt(width, 10) / 2) || 10;
+    const ranges = [center || primary, second].filter(Boolean).map((middle) => [middle / 1000 - half, middle / 1000 + half]).sort((a, b) => a[0] - b[0]);
+    const clients = radio.interfaces.reduce((sum, one) => sum + (one.clients || 0), 0);
+    const text = [radio.name, ...(radio.channel === null ? ["off"] : [`channel ${radio.channel}`, width || ""]),
+      radio.utilization === null ? "" : `${radio.utilization} % busy`, radio.dfs_state ? radio.dfs_state.toLowerCase().replaceAll("_", " ") : "",
+      `${clients} client${clients === 1 ? "" : "s"}`].filter(Boolean).join(", ");
+    return { ...radio, width: width || "", ranges, clients, text };
+  });
+}
+
+/** The stations of our access points, without the devices of the mesh among them. */
+const clientsOf = (answer, interfaces) => (answer?.clients || [])
+  .filter((client) => (client.role === "AP" || client.role === "AP_VLAN") && !interfaces.has(client.mac));
+
 /**
- * The graph of a topology: `nodes` with id, kind (device, switch or host), name, classes and a description; `edges` with
+ * The graph of a topology: `nodes` with id, kind (device, switch, host or client), name, classes and a description; `edges` with
  * id, the ids of their ends, medium, speed, state (ok, poor, unknown or blocked), label and the links that tell of them.
  */
-export function buildGraph(topology) {
+export function buildGraph(topology, radios, clients) {
   const devices = new Map(topology.nodes.map((node) => [node.al_mac, node]));
   const names = new Map();
   const interfaces = new Map();
@@ -50,6 +76,8 @@ export function buildGraph(topology) {
   }
   const nodes = [];
   const edges = [];
+  const stations = new Map(clientsOf(clients, interfaces).map((client) => [client.mac, client]));
+  for (const client of stations.values()) if (client.name) names.set(client.mac, client.name);
 
   for (const node of topology.nodes) {
     nodes.push({
@@ -59,7 +87,7 @@ export function buildGraph(topology) {
       classes: ["device", node.state, node.self ? "self" : "", node.blocked.length ? "has-blocked" : ""],
       device: node,
       links: [],
-      hosts: node.hosts.reduce((count, one) => count + one.macs.length, 0),
+      hosts: node.hosts.reduce((count, one) => count + one.macs.filter((mac) => !stations.has(mac)).length, 0),
     });
   }
   const drawn = new Map(nodes.map((node) => [node.id, node]));
@@ -104,7 +132,8 @@ export function buildGraph(topology) {
   }
 
   for (const node of topology.nodes) {
-    for (const { interface: port, macs } of node.hosts) {
+    for (const { interface: port, macs: all } of node.hosts) {
+      const macs = all.filter((mac) => !stations.has(mac));
       const add = (id, name) => {
         nodes.push({ id, kind: "host", name, classes: ["host"], links: [], behind: node.al_mac, macs });
         edges.push({ id: `${id} -`, from: node.al_mac, to: id, state: "ok", label: "", classes: ["edge", "host"], width: 1.2, told: [], ports: [], isHost: true });
@@ -113,12 +142,24 @@ export function buildGraph(topology) {
       else for (const mac of macs) add(`host ${node.al_mac} ${port} ${mac}`, names.get(mac) || mac);
     }
   }
+  for (const client of stations.values()) {
+    const id = `client ${client.mac}`;
+    const signal = client.average_signal ?? client.signal;
+    const state = signal !== null && signal < WEAK ? "poor" : "ok";
+    const edge = { id: `${id} -`, from: topology.al_mac, to: id, state, label: signal === null ? "" : dbmText(signal), classes: ["edge", "wifi", state], width: 1.4, told: [], ports: [], isHost: true };
+    nodes.push({ id, kind: "client", name: names.get(client.mac) || client.mac, classes: ["client"], links: [], behind: topology.al_mac, macs: [client.mac], client });
+    edges.push(edge);
+  }
   for (const node of nodes) node.description = describe(node);
-  return { name: topology.name, self: topology.al_mac, nodes, edges, names, interfaces, devices };
+  return { name: topology.name, self: topology.al_mac, nodes, edges, names, interfaces, devices, radios: listRadios(radios), clients: clients?.clients || [] };
 }
 
 /** What a screen reader says of a node. */
 function describe(node) {
+  if (node.kind === "client") {
+    const signal = node.client.average_signal ?? node.client.signal;
+    return [`client ${node.name}`, node.client.ssid, signal === null ? "" : dbmText(signal)].filter(Boolean).join(", ");
+  }
   if (node.kind === "host") return node.macs.length > MOST_HOSTS ? node.name : `host ${node.name}`;
   const links = node.links.length === 1 ? "1 link" : `${node.links.length} links`;
   if (node.kind === "switch") return `switch, ${links}`;

@@ -1,5 +1,5 @@
 // The same as the map in tables. Rows keep their elements, so what has the focus keeps it.
-import { ageText, speedText, stateText } from "./model.js";
+import { ageText, dbmText, rateText, speedText, stateText } from "./model.js";
 
 const number = (value) => (value === null || value === undefined ? "" : String(value));
 
@@ -35,6 +35,34 @@ const LINKS = {
   }),
 };
 
+const RADIOS = {
+  caption: "Radios",
+  columns: ["Name", "Band", "Channel", "Width", "Busy", "Noise", "Power", "Networks", "Clients"],
+  numeric: new Set([2, 4, 5, 6, 8]),
+  rows: (graph) => graph.radios.map((radio) => ({
+    id: radio.name,
+    select: graph.self,
+    state: "",
+    cells: [radio.name, radio.band || radio.bands.join(", "), number(radio.channel), radio.width, radio.utilization === null ? "" : `${radio.utilization} %`,
+      radio.noise === null ? "" : dbmText(radio.noise), radio.channel_info?.max_power ? dbmText(radio.channel_info.max_power) : "",
+      radio.interfaces.map((one) => one.ssid).filter(Boolean).join(", "), String(radio.clients)],
+  })),
+};
+
+const CLIENTS = {
+  caption: "Wi-Fi peers",
+  columns: ["Name", "Address", "Role of our interface", "Interface", "Network", "Signal", "We send", "We receive", "Security"],
+  numeric: new Set([5]),
+  rows: (graph) => graph.clients.map((client) => ({
+    id: `${client.interface} ${client.mac}`,
+    select: `client ${client.mac}`,
+    state: "",
+    cells: [client.name || graph.names.get(client.mac) || client.mac, client.mac, client.role, client.interface, client.ssid,
+      (client.average_signal ?? client.signal) === null ? "" : dbmText(client.average_signal ?? client.signal), rateText(client.send_rate),
+      rateText(client.receive_rate), client.security || ""],
+  })),
+};
+
 class Table {
   constructor(kind, onSelect) {
     this.kind = kind;
@@ -56,6 +84,7 @@ class Table {
 
   show(graph) {
     const rows = this.kind.rows(graph);
+    this.element.hidden = rows.length === 0;
     const wanted = new Set(rows.map((row) => row.id));
     for (const [id, element] of this.rows) {
       if (!wanted.has(id)) {
@@ -89,7 +118,7 @@ class Table {
 
 export class TableView {
   constructor(section, onSelect) {
-    this.tables = [DEVICES, LINKS].map((kind) => new Table(kind, onSelect));
+    this.tables = [DEVICES, LINKS, RADIOS, CLIENTS].map((kind) => new Table(kind, onSelect));
     section.append(...this.tables.map((table) => table.element));
   }
 
