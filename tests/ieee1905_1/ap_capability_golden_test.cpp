@@ -1,13 +1,10 @@
 #include "qel/core/text.h"
-#include "qel/ieee1905_1/ap_capability_tlvs.h"
-#include "qel/ieee1905_1/ap_he_capabilities_tlv.h"
-#include "qel/ieee1905_1/ap_phy_capabilities_tlvs.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using G = Row<TLV>;
+using G = test::Golden<TLV>;
 using HT = APHTCapabilitiesTLV;
 using VHT = APVHTCapabilitiesTLV;
 using HE = APHECapabilitiesTLV;
@@ -17,12 +14,6 @@ OperatingClassInformation operating_class(std::uint8_t number, int power,
   OperatingClassInformation information(number, static_cast<std::uint8_t>(power));
   std::ranges::for_each(channels, [&](std::uint8_t channel) { information.add_non_operable_channel(channel); });
   return information;
-}
-
-/// For the values that HaveEachFlagInItsBit and KeepStreamCountsLessOne set; here the text shows what was read.
-template <class T>
-T flags_from(const char* wire) {
-  return *test::decode<T>(octets(wire)).object;
 }
 
 const auto AP_VHT =
@@ -45,15 +36,16 @@ TEST(APCapabilityTLVs, Golden) {
   const APRadioBasicCapabilitiesTLV basic =
       fields(APRadioBasicCapabilitiesTLV(A, 8), FIELD(radio_identifier), A, FIELD(max_bss_supported), 8,
              LIST_FIELD(operation_class_information), std::vector{operating_class(115, 20, {}), information});
+  // HaveEachFlagInItsBit and KeepStreamCountsLessOne set these flags; here the text shows what was read.
   check_rows({
-      G(flags_from<APCapabilityTLV>("A1 0001 A0"), "A1 0001 A0",
+      G(decoded<APCapabilityTLV>("A1 0001 A0"), "A1 0001 A0",
         "type: AP_CAPABILITY\n\tLinkMetricSupportOperatedChannel:true\n\tLinkMetricSupportUnOperatedChannel:false"
         "\n\tAgendInitiatedRCPIBasedSteering:true"),
       G(basic, "85 0011 021A2B3C4D5E 08 02 # radio, BSSs, operating classes\n 73 14 00\n 80 FF 03 2A3A6A",
         "type: AP_RADIO_BASIC_CAPABILITIES RadioIdentifier: 02:1A:2B:3C:4D:5E Max BSS suported: 8"
         "\n\tOperating Class: 115 Max tranmis power: 20 Non_Operable Channels: [ ]"
         "\n\tOperating Class: 128 Max tranmis power: -1 Non_Operable Channels: [ 42 58 106 ]"),
-      G(fields(flags_from<HT>("86 0007 021A2B3C4D5E 9A"), FIELD(radio_identifier), A), "86 0007 021A2B3C4D5E 9A",
+      G(fields(decoded<HT>("86 0007 021A2B3C4D5E 9A"), FIELD(radio_identifier), A), "86 0007 021A2B3C4D5E 9A",
         "type: AP_HT_CAPABILITIES Radio Unique Identifier: 02:1A:2B:3C:4D:5E TX spatial streams:3 RX spatial streams:2"
         "\n\tShortGI20MhzSupport:true ShortGI40MhzSupport:false HT40MhzSupport:true"),
       G(fields(AP_VHT, FIELD(radio_identifier), A),
@@ -182,11 +174,9 @@ TEST(APHECapabilitiesTLV, DecodesAsManyMapsAsTheLengthSaysAndEncodesAsManyAsTheF
         {"10", INVALID, ""}}) {
     SCOPED_TRACE(set_and_flags);
     const test::Octets wire = octets(RADIO + set_and_flags);
-    const auto decoded = test::decode<HE>(wire);
-    EXPECT_EQ(decoded.outcome, (test::ReadOutcome{refused, std::ios_base::goodbit, wire.size()}));
-    if (decoded.outcome.refused.empty()) {
-      EXPECT_EQ(test::encode<TLV>(*decoded.object).octets, again);
-    }
+    const auto [outcome, tlv] = test::decode<HE>(wire);
+    EXPECT_EQ(outcome, (test::ReadOutcome{refused, std::ios_base::goodbit, wire.size()}));
+    EXPECT_EQ(outcome.refused.empty() ? test::encode<TLV>(*tlv).octets : "", again);
   }
 }
 
@@ -206,17 +196,16 @@ TEST(APHECapabilitiesTLV, KeepsAndComparesTheMapsThatAreNotDecoded) {
 
 TEST(BackhaulSTARadioCapabilitiesTLV, KeepsReservedBitsButDoesNotCompareThem) {
   const string reserved = "CB0007021A2B3C4D5E7F";
-  const auto decoded = test::decode<BackhaulSTARadioCapabilitiesTLV>(octets(reserved)).object;
+  auto read = decoded<BackhaulSTARadioCapabilitiesTLV>(reserved);
   BackhaulSTARadioCapabilitiesTLV tlv(A);
-  EXPECT_TRUE(*decoded == tlv);
-  EXPECT_EQ(test::encode<TLV>(*decoded).octets, reserved);
+  EXPECT_TRUE(read == tlv && !tlv.get_is_mac_included());
+  EXPECT_EQ(test::encode<TLV>(read).octets, reserved);
 
-  tlv.set_backhaul_sta_mac(decoded->get_backhaul_sta_mac());
-  test::expect_unequal<TLV>(*decoded, tlv);
-  decoded->set_backhaul_sta_mac(B);
-  EXPECT_EQ(test::encode<TLV>(*decoded).octets, "CB000D021A2B3C4D5EFF06F1E2D3C4B5");
-  EXPECT_TRUE(*decoded == BackhaulSTARadioCapabilitiesTLV(A, B));
-  EXPECT_TRUE(decoded->get_is_mac_included() && !BackhaulSTARadioCapabilitiesTLV(A).get_is_mac_included());
+  tlv.set_backhaul_sta_mac(read.get_backhaul_sta_mac());
+  test::expect_unequal<TLV>(read, tlv);
+  read.set_backhaul_sta_mac(B);
+  EXPECT_EQ(test::encode<TLV>(read).octets, "CB000D021A2B3C4D5EFF06F1E2D3C4B5");
+  EXPECT_TRUE(read == BackhaulSTARadioCapabilitiesTLV(A, B) && read.get_is_mac_included());
 }
 
 TEST(OperatingClassInformation, IsOrderedByClassPowerAndChannels) {

@@ -1,13 +1,9 @@
-#include "qel/ieee1905_1/bss_tlvs.h"
-#include "qel/ieee1905_1/client_tlvs.h"
-#include "qel/ieee1905_1/metrics_tlvs.h"
-#include "qel/ieee1905_1/service_tlvs.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using G = Row<TLV>;
+using G = test::Golden<TLV>;
 
 const string ODD_SSID("H\"\0\xE9", 4);
 
@@ -137,10 +133,10 @@ TEST(BSSTLVs, ParametersThatAreNotIncludedAreNeitherComparedNorRead) {
 }
 
 TEST(BSSTLVs, ReservedBitsOutliveTheEvent) {
-  const auto decoded = test::decode<ClientAssociationEventTLV>(octets("92 000D 0A0918273645 021A2B3C4D5E D3"));
-  decoded.object->set_client_associated_event(false);
-  EXPECT_EQ(test::encode(*decoded.object).octets.substr(30), "53");
-  EXPECT_FALSE(decoded.object->get_client_associated_event());
+  auto event = decoded<ClientAssociationEventTLV>("92 000D 0A0918273645 021A2B3C4D5E D3");
+  event.set_client_associated_event(false);
+  EXPECT_EQ(test::encode(event).octets.substr(30), "53");
+  EXPECT_FALSE(event.get_client_associated_event());
 }
 
 TEST(ClientCapabilityReport, ASuccessNeedsAFrame) {

@@ -1,11 +1,5 @@
 #include "qel/ieee1905_1/message.h"
 
-#include <type_traits>
-
-#include "qel/ieee1905_1/framework_tlvs.h"
-#include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_tlv_type.h"
-#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {

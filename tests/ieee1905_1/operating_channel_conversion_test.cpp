@@ -4,7 +4,6 @@
 
 #include "qel/core/text.h"
 #include "tests/ieee1905_1/tlv_test.h"
-#include "tests/support/testing.h"
 
 namespace qel::ieee1905_1 {
 namespace {

@@ -1,20 +1,12 @@
-#include "qel/ieee1905_1/backhaul_steering_tlvs.h"
-#include "qel/ieee1905_1/client_association_control_tlv.h"
-#include "qel/ieee1905_1/steering_policy_tlvs.h"
-#include "qel/ieee1905_1/steering_tlvs.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using G = Row<TLV>;
+using G = test::Golden<TLV>;
 using Target = SteeringRequestTargetBSSID;
 
 const SteeringRadioPolicy RADIO(D, SteeringPolicyType::AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED, 128, 70);
-MetricReportingRadioPolicy metrics() {
-  return fields(MetricReportingRadioPolicy(B), FIELD(radio_identifier), B, FIELD(rcpi_threshold), 90,
-                FIELD(hysteresis_override), 3, FIELD(reporting_threshold), 180, FIELD(statistics), true);
-}
 const Target TARGET(D, 115, 36);
 const string TARGET_OCTETS = "0E7D6C5B4A39 73 24 # BSSID, class, channel\n";
 const string TARGET_TEXT = "BSSID: 0E:7D:6C:5B:4A:39 OperatingClass: 115 ChannelNumber: 36";
@@ -53,6 +45,9 @@ TEST(SteeringTLVs, Golden) {
   const Radio radio = fields(RADIO, FIELD(radio_identifier), D, FIELD(steering_policy),
                              SteeringPolicyType::AGENT_INITIATED_RCPI_BASED_STEERING_MANDATED,
                              FIELD(channel_utilization_threshold), 128, FIELD(rcpi_steering_threshold), 70);
+  const Metrics metrics =
+      fields(Metrics(B), FIELD(radio_identifier), B, FIELD(rcpi_threshold), 90, FIELD(hysteresis_override), 3,
+             FIELD(reporting_threshold), 180, FIELD(statistics), true);
   check_rows({
       G(fields(Policy(), LIST_FIELD(local_steering_disallowed_sta), std::vector{A, B},
                LIST_FIELD(btm_steering_disallowed_sta), std::vector{C}, LIST_FIELD(radio_policy),
@@ -66,7 +61,7 @@ TEST(SteeringTLVs, Golden) {
         "\n\t\tIndicated Radio: 02:1A:2B:3C:4D:5E Steering Policy: RESERVED Channel Util Threshold: 0 "
         "RCPI Steering Threshold: 0]"),
       G(fields(MetricPolicy(60), FIELD(reporting_interval), 60, LIST_FIELD(radio_policy),
-               std::vector{metrics(), fields(Metrics(D), FIELD(metrics), true)}),
+               std::vector{metrics, fields(Metrics(D), FIELD(metrics), true)}),
         "8A 0016 3C 02 06F1E2D3C4B5 5A 03 B4 80  0E7D6C5B4A39 00 00 00 40 # radio, three numbers, flags",
         "type: METRIC_REPORTING_POLICY Reporting Interval: 60 Policies: ["
         "\n\tRadio Identifier: 06:F1:E2:D3:C4:B5 RCPI Threshold: 90 Hysteresis Override: 3 Reporting Threshold: 180 "
@@ -156,8 +151,8 @@ TEST(SteeringTLVs, AnOpportunityDropsItsTargets) {
   test::expect_unequal<TLV>(with_targets, without);
   check_limit(steering_request(OPPORTUNITY, std::vector(256, A), {}), "Invalid size");
   check_limit(steering_request(OPPORTUNITY, {}, std::vector(256, TARGET)), "Invalid size");
-  const test::Octets wire = test::octets("9B 0015 0E7D6C5B4A39 40 1234 0000 00 01 " + TARGET_OCTETS);
-  EXPECT_EQ(*test::decode<SteeringRequestTLV>(wire).object, steering_request(OPPORTUNITY, {}, {TARGET}));
+  EXPECT_EQ(decoded<SteeringRequestTLV>("9B 0015 0E7D6C5B4A39 40 1234 0000 00 01 " + TARGET_OCTETS),
+            steering_request(OPPORTUNITY, {}, {TARGET}));
 }
 
 TEST(SteeringPolicyTLV, LimitsOfCounts) {

@@ -1,15 +1,9 @@
-#include "qel/ieee1905_1/autoconfiguration_tlvs.h"
-#include "qel/ieee1905_1/device_identification_tlv.h"
-#include "qel/ieee1905_1/device_information_tlv.h"
-#include "qel/ieee1905_1/framework_tlvs.h"
-#include "qel/ieee1905_1/link_metric_tlvs.h"
-#include "qel/ieee1905_1/neighbor_tlvs.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using G = Row<TLV>;
+using G = test::Golden<TLV>;
 
 // Media-specific information as object, octets and text; a TLV below is composed of them.
 
@@ -24,25 +18,6 @@ const string PLC_OCTETS = "07 0123456789ABCD # length, network identifier\n";
 const string PLC_TEXT = "PLC networkID: 01:23:45:67:89:ab:cd";
 
 const string NO_TEXT = "<no media-specific information>";
-
-InterfaceInformation wlan_interface() {
-  return fields(InterfaceInformation(C, InterfaceType::WLAN, 5, wlan_information(D)), FIELD(mac), C,
-                FIELD(interface_type), InterfaceType::WLAN, FIELD(interface_mode), 5, FIELD(media_specific_information),
-                wlan_information(D));
-}
-
-TransmitterLinkMetricInformation tx_information() {
-  return fields(TransmitterLinkMetricInformation(), FIELD(interface_type), InterfaceType::WLAN, FIELD(interface_mode),
-                4, FIELD(bridge_flag), TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE,
-                FIELD_OF(set_packet_errors, get_packet_erros), 16909060, FIELD(transmitted_packets), 168496141,
-                FIELD(mac_throughput_capacity), 4386, FIELD(link_availability), 13124, FIELD(phy_rate), 21862);
-}
-
-ReceiverLinkMetricInformation rx_information() {
-  return fields(ReceiverLinkMetricInformation(), FIELD(interface_type), InterfaceType::PLC, FIELD(interface_mode), 1,
-                FIELD_OF(set_packet_errors, get_packet_erros), 286397204, FIELD(packets_received), 555885348,
-                FIELD(RCPI), 200);
-}
 
 template <class Metric, class Information>
 Metric metric(const MACAddress& receiving, const MACAddress& neighbor, const Information& information) {
@@ -67,12 +42,6 @@ TEST(Records, MediaSpecificInformationIsOrderedByTypeFirst) {
   EXPECT_FALSE(plc == none || none == wlan || wlan == plc);
 }
 
-DeviceInformationTLV device_information() {
-  const std::vector interfaces = {InterfaceInformation(B, InterfaceType::ETHERNET, 0), wlan_interface(),
-                                  InterfaceInformation(D, InterfaceType::PLC, 1, plc_information())};
-  return fields(DeviceInformationTLV(A), FIELD(AL_MAC), A, LIST_FIELD(interface_information), interfaces);
-}
-
 DeviceBridgingTuple tuple(const std::vector<MACAddress>& addresses) {
   return fields(DeviceBridgingTuple(), LIST_FIELD(mac_address), addresses);
 }
@@ -82,25 +51,33 @@ LinkMetricQueryTLV query(LinkMetricQueryNeighbors neighbors, LinkMetricQuery met
                 metric);
 }
 
-DeviceIdentificationTypeTLV identification() {
-  using T = DeviceIdentificationTypeTLV;
-  T::Name full;
-  full.fill('m');
-  return fields(T(), FIELD(friendly_name), T::Name{'H', 'a', 'l', 'l', '\0', 'x'}, FIELD(manufacturer_name), full,
-                FIELD(manufacturer_model), T::Name{'7', 0xB0});
-}
-
 string repeated(const char* octet, int count) { return count == 0 ? "" : octet + repeated(octet, count - 1); }
 
 TEST(TLVs, Golden) {
   constexpr auto NONE = LinkMetricResultCode::INVALID_NEIGHBOR;
   constexpr auto AT_60_GHZ = FrequencyBand::IEEE802_11_60_GHZ;
+  const auto wlan =
+      fields(InterfaceInformation(C, InterfaceType::WLAN, 5, wlan_information(D)), FIELD(mac), C, FIELD(interface_type),
+             InterfaceType::WLAN, FIELD(interface_mode), 5, FIELD(media_specific_information), wlan_information(D));
+  const std::vector interfaces = {InterfaceInformation(B, InterfaceType::ETHERNET, 0), wlan,
+                                  InterfaceInformation(D, InterfaceType::PLC, 1, plc_information())};
+  const auto tx =
+      fields(TransmitterLinkMetricInformation(), FIELD(interface_type), InterfaceType::WLAN, FIELD(interface_mode), 4,
+             FIELD(bridge_flag), TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE,
+             FIELD_OF(set_packet_errors, get_packet_erros), 16909060, FIELD(transmitted_packets), 168496141,
+             FIELD(mac_throughput_capacity), 4386, FIELD(link_availability), 13124, FIELD(phy_rate), 21862);
+  const auto rx = fields(ReceiverLinkMetricInformation(), FIELD(interface_type), InterfaceType::PLC,
+                         FIELD(interface_mode), 1, FIELD_OF(set_packet_errors, get_packet_erros), 286397204,
+                         FIELD(packets_received), 555885348, FIELD(RCPI), 200);
+  using Identification = DeviceIdentificationTypeTLV;
+  Identification::Name full;
+  full.fill('m');
   // The type octet is not checked; nor is the length, unless the TLV's list depends on it.
   check_rows({
       G(EndOfMessageTLV(), "00 0000", "type: END_OF_MESSAGE", {0}),
       G(fields(MACAddressTLVCommon<TLVType::AL_MAC_ADDRESS>(A), FIELD(MAC), A), "01 0006 021A2B3C4D5E",
         "type: AL_MAC_ADDRESS mac: 02:1A:2B:3C:4D:5E"),
-      G(device_information(),
+      G(fields(DeviceInformationTLV(A), FIELD(AL_MAC), A, LIST_FIELD(interface_information), interfaces),
         "03 0033 021A2B3C4D5E 03 # type, length, AL MAC, interfaces\n"
         "06F1E2D3C4B5 00 00 00 # MAC, Ethernet, mode, no media-specific information\n"
         "0A0918273645 01 05" +
@@ -138,7 +115,7 @@ TEST(TLVs, Golden) {
       G(query(LinkMetricQueryNeighbors::ALL_NEIGHBORS, LinkMetricQuery(7)), "08 0008 00 0A0918273645 07",
         "type: LINK_METRIC_QUERY neighbors: ALL_NEIGHBORS metric requested: 7"),
       G(fields(TransmitterLinkMetricTLV(A, C), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), C,
-               LIST_FIELD(transmitter_link_metric), std::vector{metric<TransmitterLinkMetric>(B, D, tx_information())}),
+               LIST_FIELD(transmitter_link_metric), std::vector{metric<TransmitterLinkMetric>(B, D, tx)}),
         "09 0029 021A2B3C4D5E 0A0918273645 # AL MACs\n 06F1E2D3C4B5 0E7D6C5B4A39 01 04 01 # MACs, type, mode, bridge\n"
         "01020304 0A0B0C0D 1122 3344 5566",
         "type: TRANSMITTER_LINK_METRIC local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0A:09:18:27:36:45\n\t"
@@ -147,7 +124,7 @@ TEST(TLVs, Golden) {
         "16909060 transmittedPackets: 168496141 macThroughputCapacity: 4386 linkAvailability: 13124 phyRate: 21862}",
         {0}),
       G(fields(ReceiverLinkMetricTLV(A, D), FIELD(local_AL_MAC), A, FIELD(neighbor_AL_MAC), D,
-               LIST_FIELD(receiver_link_metric), std::vector{metric<ReceiverLinkMetric>(C, B, rx_information())}),
+               LIST_FIELD(receiver_link_metric), std::vector{metric<ReceiverLinkMetric>(C, B, rx)}),
         "0A 0023 021A2B3C4D5E 0E7D6C5B4A39 # AL MACs\n 0A0918273645 06F1E2D3C4B5 02 01 # MACs, type, mode\n"
         "11121314 21222324 C8",
         "type: RECEIVER_LINK_METRIC local AL_MAC: 02:1A:2B:3C:4D:5E neighbor AL_MAC: 0E:7D:6C:5B:4A:39\n\t"
@@ -162,7 +139,8 @@ TEST(TLVs, Golden) {
       G(fields(SupportedRoleTLV(RoleType(9)), FIELD(role), RoleType(9)), "0F 0001 09", "type: SUPPORTED_ROLE role: 9"),
       G(SupportedFrequencyBandTLV(FrequencyBand::IEEE802_11_5_GHZ), "10 0001 01",
         "type: SUPPORTED_FREQUENCY_BAND frequency: IEEE802_11_5_GHZ"),
-      G(identification(),
+      G(fields(Identification(), FIELD(friendly_name), Identification::Name{'H', 'a', 'l', 'l', '\0', 'x'},
+               FIELD(manufacturer_name), full, FIELD(manufacturer_model), Identification::Name{'7', 0xB0}),
         "15 00C0 48616C6C 00 78" + repeated("00", 58) + repeated("6D", 64) + "37 B0" + repeated("00", 62),
         "type: DEVICE_IDENTIFICATION_TYPE\n\t Friendly Name: Hall\n\t Manufacturer Name: " + string(64, 'm') +
             "\n\t Manufacturer Model: 7\xB0"),

@@ -1,18 +1,16 @@
 #pragma once
 
-#include <type_traits>
-
-#include "qel/ieee1905_1/media_specific_information.h"
+#include "qel/ieee1905_1/tlv_classes_impl.h"
 #include "qel/ieee1905_1/tlv_factory.h"
+#include "qel/ieee1905_1/vendor/vendor_classes_impl.h"
 #include "qel/ieee1905_1/vendor/vendor_factory.h"
 #include "tests/support/fields.h"
 #include "tests/support/golden.h"
-#include "tests/support/testing.h"
 
 /// A list whose functions are named in the usual way.
 #define LIST_FIELD(NAME) FIELD_OF(add_##NAME, get_##NAME##_vector)
 
-// Shared by the tests of TLVs and of vendor payloads.
+// Shared by the tests of TLVs and of vendor payloads. Declares all of their classes.
 namespace qel::ieee1905_1 {
 
 using std::string;
@@ -51,6 +49,11 @@ inline auto decode_tlv(const test::Octets& wire) {
   return test::decode(wire, [&] { return blank_tlv(wire); });
 }
 
+template <class T>
+T decoded(const string& wire) {
+  return *test::decode<T>(octets(wire)).object;
+}
+
 /// Decodes into an object that was used before. Returns the text of the exception, if any.
 template <class T>
 string decode_into(T& object, const string& wire) {
@@ -60,19 +63,9 @@ string decode_into(T& object, const string& wire) {
   return test::refusal([&] { object.deserialize_impl(is, context); });
 }
 
-/// A golden row. By default, neither type nor length is checked.
-template <class T>
-struct Row : test::Golden<T> {
-  template <class Object>
-  Row(Object value, const string& wire, string shown, std::vector<std::size_t> forgets = {0, 1, 2},
-      std::vector<std::size_t> skips = {})
-      : test::Golden<T>(std::move(value), wire, std::move(shown), std::move(forgets), std::move(skips)) {}
-};
-inline void check_rows(const std::vector<Row<TLV>>& rows) {
-  test::check_golden<TLV>({rows.begin(), rows.end()}, blank_tlv);
-}
-inline void check_rows(const std::vector<Row<VendorSpecific>>& rows) {
-  test::check_golden<VendorSpecific>({rows.begin(), rows.end()}, blank_payload);
+inline void check_rows(const std::vector<test::Golden<TLV>>& rows) { test::check_golden(rows, blank_tlv); }
+inline void check_rows(const std::vector<test::Golden<VendorSpecific>>& rows) {
+  test::check_golden(rows, blank_payload);
 }
 
 /// Checks that encoding fails with the text and leaves the output unchanged; or, if the text is empty, that it gives
@@ -110,9 +103,9 @@ void check_counts(void (T::*add)(Element), std::size_t min, std::size_t max, con
 
 /// Checks that the octets decode to a TLV that does not encode.
 inline void check_decodes_only(const string& wire, const string& refused) {
-  const auto decoded = decode_tlv(octets(wire));
-  EXPECT_EQ(decoded.outcome.refused, "") << wire;
-  check_limit(*decoded.object, refused);
+  const auto [outcome, tlv] = decode_tlv(octets(wire));
+  EXPECT_EQ(outcome.refused, "") << wire;
+  check_limit(*tlv, refused);
 }
 
 }  // namespace qel::ieee1905_1

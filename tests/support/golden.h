@@ -8,12 +8,15 @@ namespace qel::test {
 /// The required behaviour of a class as one row: an object, its octets and its debug text, each written by hand.
 template <class T>
 struct Golden {
+  using Offsets = std::vector<std::size_t>;
+
   /// For the octets, see octets(). `forgets` lists the offsets of octets that a decoder ignores: they may have any
-  /// value, and encoding does not restore it. Changing any other bit must give a different object, or none; `skips`
-  /// lists the offsets where this depends on the bit.
+  /// value, and encoding does not restore it. For a TLV these are its type and length by default. Changing any other
+  /// bit must give a different object, or none; `skips` lists the offsets where this depends on the bit.
   template <class Object>
-  Golden(Object the_object, const std::string& the_octets, std::string the_text, std::vector<std::size_t> forgets = {},
-         std::vector<std::size_t> skips = {})
+  Golden(
+      Object the_object, const std::string& the_octets, std::string the_text,
+      Offsets forgets = requires(const T& tlv) { tlv.get_type(); } ? Offsets{0, 1, 2} : Offsets{}, Offsets skips = {})
       : object(std::make_shared<Object>(std::move(the_object))),
         octets(test::octets(the_octets)),
         text(std::move(the_text)),
@@ -23,8 +26,8 @@ struct Golden {
   std::shared_ptr<const T> object;
   Octets octets;
   std::string text;
-  std::vector<std::size_t> forgotten;
-  std::vector<std::size_t> skipped;
+  Offsets forgotten;
+  Offsets skipped;
 };
 
 struct Habits {

@@ -1,9 +1,7 @@
 #include "qel/core/mac_address.h"
 #include "qel/core/plc_nid.h"
-#include "qel/core/serialization/binary_serializable_type.h"
-#include "qel/core/serialization/serialization_exception.h"
 #include "qel/core/serialization/string_helpers.h"
-#include "tests/support/streams.h"
+#include "tests/support/golden.h"
 
 namespace qel::serialization {
 namespace {
@@ -13,14 +11,6 @@ using test::octets;
 
 enum class Flag : std::uint8_t { SET = 0xC5 };
 enum class Code : std::uint16_t { NAMED = 0xC5A6 };
-
-template <class T>
-std::function<void(std::ostream&)> writer(const T& value) {
-  return [&value](std::ostream& os) {
-    SerializationContext context;
-    BinarySerializableType<T>::serialize(os, context, value);
-  };
-}
 
 template <class T>
 std::function<void(std::istream&)> reader(T& value) {
@@ -34,16 +24,18 @@ std::function<void(std::istream&)> reader(T& value) {
 /// failed.
 template <class T>
 void check_write_failures(const T& value, std::size_t size, const std::string& text) {
+  SerializationContext context;
+  const auto write = [&](std::ostream& os) { BinarySerializableType<T>::serialize(os, context, value); };
   for (std::size_t room = 0; room <= size; ++room) {
     test::LimitedOStream os(room);
     os << std::unitbuf;
-    EXPECT_EQ(test::refusal([&] { writer(value)(os); }), text) << room;
+    EXPECT_EQ(test::refusal([&] { write(os); }), text) << room;
     EXPECT_TRUE(os.bad());
     EXPECT_EQ(os.taken().size(), room);
   }
   const auto write_to_failed = [&](std::ostream& os) {
     os.setstate(std::ios_base::failbit);
-    writer(value)(os);
+    write(os);
   };
   EXPECT_EQ(test::written(write_to_failed), (test::Written{"", text}));
 }
@@ -53,7 +45,7 @@ template <class T>
 void check_codec(const T& value, const char* wire_text, const std::string& type) {
   SCOPED_TRACE(type + " " + wire_text);
   const test::Octets wire = octets(wire_text);
-  EXPECT_EQ(test::written(writer(value)), (test::Written{test::hex(wire), ""}));
+  EXPECT_EQ(test::encode(value), (test::Written{test::hex(wire), ""}));
   check_write_failures(value, wire.size(), "Serialization of type " + type + " failed.");
 
   T target{};
@@ -107,27 +99,25 @@ TEST(Codec, BitSetsGoLowestOctetFirst) {
 
 TEST(Codec, StringsAndStringStreamsAreTheirCharactersAndCannotBeRead) {
   std::string value("A\0\xFFz", 4);
-  EXPECT_EQ(test::written(writer(value)), (test::Written{"4100FF7A", ""}));
+  EXPECT_EQ(test::encode(value), (test::Written{"4100FF7A", ""}));
   check_write_failures(value, 4, "Serialization of type std::uint8_t failed.");
   EXPECT_EQ(test::read_all(octets("41"), reader(value)),
             (test::ReadOutcome{"Raw deserialization of std::string not supported!", std::ios_base::goodbit, 0}));
 
   std::stringstream stream("abc" + value);
   stream.get();  // reading through it changes nothing
-  EXPECT_EQ(test::written(writer(stream)), (test::Written{"6162634100FF7A", ""}));
+  EXPECT_EQ(test::encode(stream), (test::Written{"6162634100FF7A", ""}));
   check_write_failures(stream, 7, "Serialization of type std::stringstream failed.");
   EXPECT_EQ(test::read_all(octets("41"), reader(stream)).refused,
             "Deserialization of type std::stringstream not supported!");
-  EXPECT_EQ(test::written(writer(std::stringstream())),
-            (test::Written{"", "Serialization of type std::stringstream failed."}));
+  EXPECT_EQ(test::encode(std::stringstream()), (test::Written{"", "Serialization of type std::stringstream failed."}));
 }
 
 TEST(StringWithSize, IsWrittenBehindItsSize) {
   const auto write = [](std::size_t size, std::uint8_t min, std::uint8_t max) {
-    return test::written([&](std::ostream& os) {
-      SerializationContext context;
-      serialize_string_with_uint8_size(os, context, std::string(size, 'q'), min, max);
-    });
+    SerializationContext context;
+    return test::written(
+        [&](std::ostream& os) { serialize_string_with_uint8_size(os, context, std::string(size, 'q'), min, max); });
   };
   EXPECT_EQ(write(0, 0, 0), (test::Written{"00", ""}));
   EXPECT_EQ(write(2, 2, 3), (test::Written{"027171", ""}));
@@ -167,7 +157,7 @@ TEST(DeSerializeStringHelper, ReadsTheLengthThatItWasGivenAndWritesAll) {
   EXPECT_EQ(test::read_all(test::Octets(299, 0xE9), reader(helper)).refused, "Deserialization of type char failed.");
   EXPECT_EQ(text, "");
   text = std::string("q\0\xFF", 3);
-  EXPECT_EQ(test::written(writer(DeSerializeStringHelper(text, 1))), (test::Written{"7100FF", ""}));
+  EXPECT_EQ(test::encode(DeSerializeStringHelper(text, 1)), (test::Written{"7100FF", ""}));
 }
 
 TEST(SerializationContext, LendsAnEmptyStreamToEachBorrower) {

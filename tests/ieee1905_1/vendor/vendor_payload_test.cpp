@@ -1,26 +1,11 @@
-#include "qel/ieee1905_1/vendor/qel_ap_non_operational_bss_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_btm_query_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_device_information_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_link_metric_tlvs.h"
-#include "qel/ieee1905_1/vendor/qel_link_state_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_neighbor_tlvs.h"
-#include "qel/ieee1905_1/vendor/qel_radio_state_tlvs.h"
-#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 #include "qel/ieee802_11/security_mapping.h"
 #include "tests/fake_platform/fake_platform.h"
 #include "tests/ieee1905_1/tlv_test.h"
-#include "tests/support/testing.h"
 
 namespace qel::ieee1905_1 {
 namespace {
 
-using G = Row<VendorSpecific>;
-
-template <class T>
-T decoded(const std::string& wire) {
-  return *test::decode<T>(octets(wire)).object;
-}
+using G = test::Golden<VendorSpecific>;
 
 TEST(VendorPayloads, Neighbors) {
   const auto psq19 = decoded<QELPSQ19NonIEEE1905NeighborDeviceListTLV>("10 000F 021A2B3C4D5E 03 776C31 0A91827364");
@@ -318,28 +303,21 @@ TEST(VendorFailures, LeaveTheFieldsThatWereReadAndTheListAsItWas) {
   check(interfaces, "0E 0000 02 01 06F1E2D3C4B5 00 0002 01", interfaces);
 }
 
-/// Returns the platform calls during the action.
-template <class Action>
-std::vector<std::string> logged(const Action& action) {
-  fake_platform::reset();
-  action();
-  return fake_platform::take_calls();
-}
-
 TEST(VendorLimits, OfAddingAreLogged) {
-  QELBTMQueryTLV query;
-  EXPECT_THAT(logged([&] { query = list(&QELBTMQueryTLV::add_candidate, 10); }), IsEmpty());
-  EXPECT_THAT(logged([&] { query.add_candidate({}); }),
-              ElementsAre("errmsg(%s: %s, QELBTMQueryTLV: Number of BSSTransitionCandidate in QELBTMQueryTLV exceeds "
-                          "limit of 10. Element not added!)"));
-  check_limit(query, "");
-
-  QELAssociatedSTAIdleStateTLV idle;
-  EXPECT_THAT(logged([&] { idle = list(&QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state, 20); }), IsEmpty());
-  EXPECT_THAT(logged([&] { idle.add_wlan_link_idle_state({}); }),
-              ElementsAre("infomsg(LOG: %s: %s, LOG: QELAssociatedSTAIdleStateTLV: Number of added idle states is "
-                          "greater than \x14. Abort!)"));
-  check_limit(idle, "");
+  const auto check = []<class T, class Element>(void (T::*add)(Element), std::size_t most, const string& text) {
+    fake_platform::reset();
+    T payload = list(add, most);
+    EXPECT_THAT(fake_platform::take_calls(), IsEmpty());
+    (payload.*add)({});
+    EXPECT_THAT(fake_platform::take_calls(), ElementsAre(text));
+    check_limit(payload, "");
+  };
+  check(&QELBTMQueryTLV::add_candidate, 10,
+        "errmsg(%s: %s, QELBTMQueryTLV: Number of BSSTransitionCandidate in QELBTMQueryTLV exceeds limit of 10. "
+        "Element not added!)");
+  check(&QELAssociatedSTAIdleStateTLV::add_wlan_link_idle_state, 20,
+        "infomsg(LOG: %s: %s, LOG: QELAssociatedSTAIdleStateTLV: Number of added idle states is greater than \x14. "
+        "Abort!)");
 }
 
 }  // namespace

@@ -1,8 +1,3 @@
-#include "qel/ieee1905_1/framework_tlvs.h"
-#include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
-#include "qel/ieee1905_1/vendor/qel_tlv_type.h"
-#include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
 namespace qel::ieee1905_1 {
@@ -35,7 +30,7 @@ TEST(Comparison, IsOfObjectsOfTheSameClass) {
 }
 
 TEST(VendorPayloads, Golden) {
-  using G = Row<VendorSpecific>;
+  using G = test::Golden<VendorSpecific>;
   using Type = QELMessageTypeTLV;
   using Version = QELMeshdVersionTLV;
   constexpr auto VERSION = QELMessageType::QEL_MESHD_VERSION_MESSAGE;
@@ -50,17 +45,13 @@ TEST(VendorPayloads, Golden) {
 }
 
 TEST(VendorSpecificTLV, Golden) {
-  using G = test::Golden<TLV>;
-  const std::string head = "type: VENDOR_SPECIFIC Vendor OUI:  [ " + test::oui_text() + "]\n\t";
-  test::check_golden<TLV>(
-      {
-          // A length of 0, which differs in one bit, is refused.
-          G(VendorSpecificTLV(VENDOR_OUI, make_unique<QELMessageTypeTLV>(QELMessageType(772))),
-            "0B 0008 OUI 09 0002 0304", head + "type: QEL_MESSAGETYPE_TLV QEL Message Type: 772", {0, 1, 7, 8}, {2}),
-          G(VendorSpecificTLV(VENDOR_OUI, make_unique<QELTLVType>(mac_tlv())), "0B 000D OUI 00 02 0006 06F1E2D3C4B5",
-            head + "type: QEL_TLV_TYPE\n\ttype: MAC_ADDRESS mac: 06:F1:E2:D3:C4:B5", {0, 1, 2, 8, 9}),
-      },
-      [](const auto&) { return make_unique<VendorSpecificTLV>(); }, {.leaves_base_decimal = true});
+  // A length of 0, which differs in one bit, is refused.
+  const test::Golden<TLV> golden(VendorSpecificTLV(VENDOR_OUI, make_unique<QELMessageTypeTLV>(QELMessageType(772))),
+                                 "0B 0008 OUI 09 0002 0304",
+                                 "type: VENDOR_SPECIFIC Vendor OUI:  [ " + test::oui_text() +
+                                     "]\n\ttype: QEL_MESSAGETYPE_TLV QEL Message Type: 772",
+                                 {0, 1, 7, 8}, {2});
+  test::check_golden<TLV>({golden}, blank_tlv, {.leaves_base_decimal = true});
 }
 
 TEST(VendorSpecificTLV, SkipsWhatItDoesNotKnow) {
