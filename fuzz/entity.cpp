@@ -283,12 +283,6 @@ class World final : public meshd::Ports {
   meshd::InterfaceState read_state(std::size_t interface) override {
     return {1, 2, 3, 4, static_cast<std::uint16_t>(100 * interface), true};
   }
-  std::vector<MACAddress> read_hosts(std::size_t) override { return {}; }
-  void on_neighbor_found(const meshd::Neighbor&, std::size_t) override {}
-  void on_neighbor_lost(const MACAddress&) override {}
-  void on_device_found(const MACAddress&) override {}
-  void on_device_lost(const MACAddress&) override {}
-  void on_rejected(const meshd::Frame&, const std::string&) override {}
 
   meshd::Entity::TimePoint now_;
   std::unique_ptr<meshd::Entity> entity_;

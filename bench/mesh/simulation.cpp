@@ -116,12 +116,6 @@ class Simulation::Node final : public Ports {
     state.up = simulation_.plugged_in_[simulation_.cables_of_[number_][interface]];
     return state;
   }
-  std::vector<MACAddress> read_hosts(std::size_t) override { return {}; }
-  void on_neighbor_found(const Neighbor&, std::size_t) override {}
-  void on_neighbor_lost(const MACAddress&) override {}
-  void on_device_found(const MACAddress&) override {}
-  void on_device_lost(const MACAddress&) override {}
-  void on_rejected(const Frame&, const std::string&) override {}
 
   LocalInterface describe(std::size_t interface) const {
     return {"eth" + std::to_string(interface), interface_mac(number_, interface), "br0"};

@@ -13,7 +13,7 @@
 
 namespace meshd {
 
-/// What the entity needs from its environment.
+/// What the entity needs from its environment, and what it reports to it.
 class Ports {
  public:
   virtual ~Ports() = default;
@@ -23,15 +23,15 @@ class Ports {
   virtual InterfaceState read_state(std::size_t interface) = 0;
   /// The addresses that the bridge has learned behind this port and not aged out, without our own. Empty for an
   /// interface in no bridge.
-  virtual std::vector<qel::MACAddress> read_hosts(std::size_t interface) = 0;
+  virtual std::vector<qel::MACAddress> read_hosts(std::size_t /*interface*/) { return {}; }
 
-  virtual void on_neighbor_found(const Neighbor& neighbor, std::size_t interface) = 0;
-  virtual void on_neighbor_lost(const qel::MACAddress& al_mac) = 0;
+  virtual void on_neighbor_found(const Neighbor& /*neighbor*/, std::size_t /*interface*/) {}
+  virtual void on_neighbor_lost(const qel::MACAddress& /*al_mac*/) {}
   /// For devices beyond the neighbours, once they have reported themselves.
-  virtual void on_device_found(const qel::MACAddress& al_mac) = 0;
-  virtual void on_device_lost(const qel::MACAddress& al_mac) = 0;
+  virtual void on_device_found(const qel::MACAddress& /*al_mac*/) {}
+  virtual void on_device_lost(const qel::MACAddress& /*al_mac*/) {}
   /// A message to us was not understood, and why.
-  virtual void on_rejected(const Frame& frame, const std::string& reason) = 0;
+  virtual void on_rejected(const Frame& /*frame*/, const std::string& /*reason*/) {}
 };
 
 }  // namespace meshd
