@@ -1,5 +1,5 @@
 #!/bin/sh
-# wifi_lab.sh experiment|timeout|refusals: the laboratory from outside. In the root of the project.
+# wifi_lab.sh experiment|timeout: the laboratory from outside. In the root of the project.
 set -eu
 
 work=$(mktemp -d)
@@ -63,32 +63,5 @@ END
   timeout)
     lab 124 --timeout 5 sleep 600
     says err '^wifi-lab: ended after 5 s$'
-    ;;
-  refusals)
-    lab 125 --radios none true
-    says err '^wifi-lab: --radios needs a number'
-    lab 125
-    says err '^wifi-lab: no command given'
-    # All refusals of the command inside, in one boot.
-    lab 0 --timeout 500 sh -eu <<'END'
-lab node one
-refuse() {
-  ! lab "$@" 2>/run/refusal || exit 1
-  cat /run/refusal
-}
-refuse node 5
-refuse ap nowhere 0 36
-refuse ap one 99 36
-refuse ap one 0 37
-refuse ap one 0 6 --width 80
-refuse ap one 0 36 --standard n --width 80
-refuse ap one 0 36 --channels 36
-refuse station one 1 mesh --bridge br0
-refuse ap one 0 36 --set nonsense=1
-refuse hear 1 1 no
-refuse level 0 5
-END
-    [ "$(grep -c '^lab: ' "$work/out")" -eq 11 ] || fail "not eleven refusals of one line each"
-    says out "hostapd does not start: .*unknown configuration item 'nonsense'"
     ;;
 esac
