@@ -37,6 +37,11 @@ inline bool eventually(const std::function<bool()>& condition) {
   return true;
 }
 
+inline bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+inline bool matches(const std::string& text, const std::string& pattern) {
+  return testing::Matches(testing::ContainsRegex(pattern))(text);
+}
+
 /// The device with this number, as the other end of a link that the test itself holds.
 inline MACAddress device_mac(std::uint8_t number) { return MACAddress({0x02, 0x19, 0x05, 0xBB, 0x00, number}); }
 
@@ -150,6 +155,16 @@ class MeshTest : public testing::Test {
     words.resize(argument.empty() ? 4 : 5, argument);
     return meshctl(words);
   }
+  /// Waits until the JSON view of a daemon matches all of the patterns, and contains nothing of `absent`.
+  void expect_view(const std::string& stem, const std::vector<std::string>& patterns, const std::string& absent = "") {
+    std::string seen;
+    EXPECT_TRUE(eventually([&] {
+      seen = view(stem);
+      return !seen.empty() && (absent.empty() || !contains(seen, absent)) &&
+             std::ranges::all_of(patterns, [&](const std::string& pattern) { return matches(seen, pattern); });
+    })) << seen;
+  }
+
   std::string interfaces(const std::string& stem) { return mesh(stem, "INTERFACES"); }
   std::string neighbors(const std::string& stem) { return mesh(stem, "NEIGHBORS"); }
 
@@ -164,18 +179,14 @@ class MeshTest : public testing::Test {
   std::unique_ptr<PrivateBus> bus_;
 };
 
-/// What a view holds of a device that was found and answered all questions.
+/// Patterns of what a view holds: a device, one that answered all questions, a link with its metrics.
+inline std::string listed(const MACAddress& al_mac) { return R"(\{"al_mac":")" + al_mac.to_string(); }
 inline std::string answered(const MACAddress& al_mac) {
-  return R"({"al_mac":")" + al_mac.to_string() + R"(","self":false,"answered":true,"meshd_version":")";
+  return listed(al_mac) + R"(","self":false,"answered":true,"meshd_version":")";
 }
 inline std::string link(const MACAddress& from, const MACAddress& to) {
   return R"("from":")" + from.to_string() + R"(","from_interface":"[^"]*","to":")" + to.to_string() +
          R"(","to_interface":"[^"]*","transmitter":\{[^}]*\},"receiver":\{)";
-}
-
-inline bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-inline bool matches(const std::string& text, const std::string& pattern) {
-  return testing::Matches(testing::ContainsRegex(pattern))(text);
 }
 
 /// Which child of this process runs the program; 0 when none does.
