@@ -3,9 +3,8 @@
 #include <grp.h>
 #include <systemd/sd-bus.h>
 
-#include "platform/include/qelipc.h"
-#include "platform/include/qelipc_client.h"
 #include "tests/platform/children.h"
+#include "tests/platform/ipc.h"
 #include "tests/platform/private_bus.h"
 #include "tests/platform/turns.h"
 
@@ -14,14 +13,10 @@ namespace {
 constexpr char BUS_INTERFACE[] = "org.qel.ipc.Endpoint1";
 constexpr char STRANGER[] = "com.example.Stranger";
 
-struct Free {
-  void operator()(qelipc* ipc) const { qelipc_destroy(ipc); }
-  void operator()(qelipc_client* client) const { qelipc_client_close(client); }
+struct CloseBus {
   void operator()(sd_bus* bus) const { sd_bus_close_unref(bus); }
 };
-using Endpoint = std::unique_ptr<qelipc, Free>;
-using Client = std::unique_ptr<qelipc_client, Free>;
-using Bus = std::unique_ptr<sd_bus, Free>;
+using Bus = std::unique_ptr<sd_bus, CloseBus>;
 using Inbox = std::vector<std::string>;
 
 void note(qelipc*, const char*, void* data, unsigned size, void* inbox) {
