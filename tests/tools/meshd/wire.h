@@ -16,6 +16,13 @@ inline qel::MACAddress mac(std::uint8_t kind, std::uint8_t last) {
 inline qel::MACAddress device_mac(std::uint8_t last) { return mac(0xA0, last); }
 inline qel::MACAddress interface_mac(std::uint8_t last) { return mac(0x10, last); }
 
+inline Octets frame_of(const qel::ieee1905_1::Message& message, const qel::MACAddress& source,
+                       const qel::MACAddress& destination = qel::ieee1905_1::CMDU_MULTICAST_ADDRESS) {
+  Codec codec;
+  const auto octets = codec.encode(destination, source, message).at(0);
+  return {octets.begin(), octets.end()};
+}
+
 /// A frame as a test looks at it.
 struct SentFrame {
   std::size_t interface;

@@ -120,8 +120,6 @@ TEST_F(Meshdump, ReproducesLiveTraffic) {
       EXPECT_EQ(count_of(": " + reason + "\nType: ", outcome.out), count) << reason;
     }
   }
-  EXPECT_THAT(run(TWO_NODES).out,
-              HasSubstr("\nRejected after 17 octets, in 26 at offset 17: Unknown TLV type!26\nType: 14 version: "));
   EXPECT_THAT(run("--reencode --tlv VENDOR_SPECIFIC " + TWO_NODES).out,
               HasSubstr("\nNot encodable: VendorSpecificUnknown is not serializable!\n"));
   EXPECT_THAT(run("-q --json --src 02:19:05:00:0A:00 --type 9 " + GATEWAY).out,
@@ -169,16 +167,12 @@ TEST_F(Meshdump, PutsFragmentsTogetherAndFilters) {
       {"-c 1 whole whole", "1 CMDU: 1 decoded, 0 rejected; 2 fragments"},
       {"-c 1 late", "1 CMDU: 1 decoded, 0 rejected; 1 fragment"},
       {"-q -w o --tlv MAC_ADDRESS whole && $MESHDUMP o", "1 CMDU: 1 decoded, 0 rejected; 2 fragments"},
-      {"--type 2 --type 0x3 " + TWO_NODES,
-       "8 CMDUs: 4 decoded, 4 rejected; 4 frames of other ethertypes skipped; 28 filtered out"},
       {"--type 3 --src 02:19:05:aa:00:01 " + TWO_NODES,
        "2 CMDUs: 0 decoded, 2 rejected; 4 frames of other ethertypes skipped; 34 filtered out"},
       {"--dst 01:80:C2:00:00:13 " + TWO_NODES,
        "12 CMDUs: 10 decoded, 2 rejected; 4 frames of other ethertypes skipped; 24 filtered out"},
       {"--filter 'ether src 02:19:05:aa:00:01 and not ether proto 0x88cc' -c 3 " + TWO_NODES,
        "3 CMDUs: 3 decoded, 0 rejected"},
-      {"--tlv MAC_ADDRESS " + TWO_NODES,
-       "8 CMDUs: 8 decoded, 0 rejected; 4 frames of other ethertypes skipped; 28 filtered out"},
   };
   for (const auto& [arguments, summary] : rows) {
     const Outcome outcome = run(arguments);
@@ -340,7 +334,6 @@ TEST_F(Meshdump, RefusesWrongUsage) {
     std::string arguments, complaint;
   } rows[] = {
       {"", "no input: name a capture, or use --hex or --interface" + usage},
-      {"--json --reencode", "no input: name a capture, or use --hex or --interface" + usage},
       {TWO_NODES + " --hex -", "captures, --hex and --interface cannot be combined" + usage},
       {"--src 02:19:05:00:0A:00 --hex -",
        "--src cannot be combined with --hex: hexadecimal messages have no frame" + usage},
@@ -352,16 +345,13 @@ TEST_F(Meshdump, RefusesWrongUsage) {
       {"--tlv 256 " + TWO_NODES, "--tlv: unknown TLV type '256'" + usage},
       {"--src 1:2 " + TWO_NODES, "--src: '1:2' is not a MAC address such as 02:00:5E:10:00:01" + usage},
       {"- -", "standard input can be read only once" + usage},
-      {"-i lo " + TWO_NODES, "captures, --hex and --interface cannot be combined" + usage},
       {"-c 0 -", "--count: '0'" + count + usage},
-      {"-c 99999999999999999999999 -", "--count: '99999999999999999999999'" + count + usage},
       {"missing.pcap", "missing.pcap: No such file or directory"},
       {"\"$(printf 'a\\033b')\"", "a\\x1bb: No such file or directory"},
       {"--hex /", "/: Is a directory"},
       {"in", "in: truncated dump file; tried to read 4 file header bytes, only got 0"},
       {TWO_NODES + " >/dev/full", "cannot write the output: No space left on device"},
       {"--json -q --hex - >/dev/full", "cannot write the output: No space left on device"},
-      {"--help >/dev/full", "cannot write the output: No space left on device"},
   };
   for (const auto& row : rows) {
     const Outcome outcome = run(row.arguments, row.arguments.find("--json -q") == 0 ? "00\n" : "");
@@ -378,13 +368,6 @@ TEST_F(Meshdump, RefusesWrongUsage) {
   EXPECT_EQ(outcome.status, 2);
   EXPECT_THAT(outcome.err, MatchesRegex("meshdump: interface nosuch0: [^\n]+\n"));
   EXPECT_LE(count_of("No such device", outcome.err), 1U);
-}
-
-TEST_F(Meshdump, TellsAboutItself) {
-  EXPECT_THAT(run("--help").out, HasSubstr("meshdump [OPTIONS] [FILE...]"));
-  const Outcome version = run("--version");
-  EXPECT_EQ(version.status, 0);
-  EXPECT_EQ(version.out + version.err, "meshdump " MESHDUMP_VERSION "\n");
 }
 
 /// The writer keeps its end open until the reader has received the answer.

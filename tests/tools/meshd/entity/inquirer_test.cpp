@@ -106,8 +106,17 @@ TEST_F(InquirerTest, AsksOnAndOnAndForgetsWhatIsNotToldOfAnyMore) {
   EXPECT_EQ(far.told.meshd_version, qel::BasicVersion(0, 5));
   device.ports.events.clear();
 
-  receive(0, topology_notification(device_mac(2)), 2);
+  for (int times = 0; times < 10; ++times) {
+    receive(0, topology_notification(device_mac(2)), 2);
+    EXPECT_THAT(questions(2), IsEmpty()) << "later, and then once";
+  }
   pass(1s);
+  EXPECT_EQ(std::ranges::count_if(device.ports.sent,
+                                  [](const SentFrame& frame) {
+                                    return frame.destination() == device_mac(2) &&
+                                           frame.type() == TOPOLOGY_QUERY_MESSAGE;
+                                  }),
+            1);
   answer(2, {1}, 0);
   pass(1s);
   EXPECT_THAT(device.ports.events,
