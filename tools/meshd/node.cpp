@@ -54,8 +54,9 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
     : loop_(loop),
       interval_(options.discovery_interval),
       links_(std::make_shared<LinkTable>([this] { ports_.follow(); })),
+      wireless_(make_wireless(loop, [this] { ports_.follow_radios(); })),
       entity_(configure(options, *links_, AlMacFile(options.state_directory, options.name)), *this),
-      ports_(*links_, entity_, loop, troubles_),
+      ports_(*links_, wireless_.get(), entity_, loop, troubles_),
       shell_(entity_, ports_, loop) {
   // The first of the watches, so that changes that precede a frame are known when it is handled.
   loop_.add_watch(links_);

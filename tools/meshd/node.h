@@ -15,6 +15,7 @@
 #include "tools/meshd/ports/link_table.h"
 #include "tools/meshd/ports/local_ports.h"
 #include "tools/meshd/trouble_log.h"
+#include "tools/meshd/wireless.h"
 
 namespace meshd {
 
@@ -47,6 +48,7 @@ class Node final : private Ports {
   const std::chrono::seconds interval_;
   const std::shared_ptr<LinkTable> links_;
   TroubleLog troubles_;
+  const std::unique_ptr<Wireless> wireless_;  // null in a meshd without Wi-Fi
   Entity entity_;
   LocalPorts ports_;
   DebugShell shell_;

@@ -145,7 +145,7 @@ void Entity::remove_interface(std::size_t interface) {
 
 void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
   LocalInterface& ours = config_.interfaces.at(interface);
-  has_changed_ = has_changed_ || renewed.mac != ours.mac;
+  has_changed_ = has_changed_ || renewed.mac != ours.mac || renewed.wlan != ours.wlan;
   ours = std::move(renewed);
   announce_on(interface);
 }
@@ -174,8 +174,9 @@ std::vector<QELBlockedInterface> Entity::blocked_interfaces() const {
   std::vector<QELBlockedInterface> blocked;
   for (std::size_t interface = 0; interface < config_.interfaces.size(); ++interface) {
     if (is_blocked(interface)) {
-      blocked.emplace_back(InterfaceType::ETHERNET, config_.interfaces[interface].mac,
-                           config_.interfaces[interface].name, BLOCKED_BOTH_WAYS);
+      const LocalInterface& ours = config_.interfaces[interface];
+      blocked.emplace_back(ours.wlan ? InterfaceType::WLAN : InterfaceType::ETHERNET, ours.mac, ours.name,
+                           BLOCKED_BOTH_WAYS);
     }
   }
   return blocked;

@@ -78,8 +78,8 @@ class Entity {
   /// Removes the interface and its links, and frees its number.
   void remove_interface(std::size_t interface);
 
-  /// The interface came up, or its name, address or bridge changed. Announces us there, and notifies the mesh of a new
-  /// address. Throws std::out_of_range.
+  /// The interface came up, or something of it changed. Announces us there, and notifies the mesh of a new address and
+  /// of what changed on a radio. Throws std::out_of_range.
   void replace_interface(std::size_t interface, LocalInterface renewed);
 
   /// The interface has lost its carrier: its links are gone.

@@ -1,6 +1,7 @@
 #include "tools/meshd/entity/host_finder.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace meshd {
 
@@ -38,19 +39,28 @@ std::vector<std::vector<MACAddress>> HostFinder::find(const std::vector<LocalInt
                                                       TimePoint now) {
   std::vector<std::vector<MACAddress>> hosts(interfaces.size());
   for (std::size_t interface = 0; interface < interfaces.size(); ++interface) {
-    const Way way = way_of(interface, neighbors);
-    if (!interfaces[interface].is_there() || way == Way::UNBRIDGED) {
+    if (!interfaces[interface].is_there()) {
       continue;
     }
-    hosts[interface] = ports.read_hosts(interface);
-    if (hosts[interface].empty()) {
+    const Way way = way_of(interface, neighbors);
+    std::vector<MACAddress> here = way == Way::UNBRIDGED ? std::vector<MACAddress>() : ports.read_hosts(interface);
+    const std::optional<WlanInterface>& wlan = interfaces[interface].wlan;
+    if (here.empty() && (!wlan || wlan->peers.empty())) {
       continue;
     }
     learn(devices, now);
-    std::erase_if(hosts[interface], [&](const MACAddress& mac) {
-      return std::ranges::binary_search(of_devices_, mac) ||
-             (way == Way::BRIDGED && std::ranges::binary_search(hosts_of_others_, mac));
+    if (way == Way::BRIDGED) {
+      std::erase_if(here, [&](const MACAddress& mac) { return std::ranges::binary_search(hosts_of_others_, mac); });
+    }
+    if (wlan) {
+      here.insert(here.end(), wlan->peers.begin(), wlan->peers.end());
+    }
+    std::vector<MACAddress>& found = hosts[reported_as(interfaces, interface)];
+    std::copy_if(here.begin(), here.end(), std::back_inserter(found), [&](const MACAddress& mac) {
+      return !std::ranges::binary_search(of_devices_, mac) && neighbors.find_sender(mac) == nullptr;
     });
+    std::sort(found.begin(), found.end());
+    found.erase(std::unique(found.begin(), found.end()), found.end());
   }
   return hosts;
 }

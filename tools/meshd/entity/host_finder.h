@@ -19,12 +19,13 @@ namespace meshd {
 /// - all hosts behind an interface without a link are ours;
 /// - so are those behind an interface whose link has bridges on it, except hosts that another device reports on an
 ///   interface without links;
-/// - behind an interface whose link has no bridges, all hosts belong to others.
+/// - behind an interface whose link has no bridges, all hosts belong to others;
+/// - the peers of a radio's interface are ours in any case.
 class HostFinder {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// Indexed by the numbers of the interfaces.
+  /// Sorted; indexed by the numbers under which the interfaces are reported.
   std::vector<std::vector<qel::MACAddress>> find(const std::vector<LocalInterface>& interfaces, Ports& ports,
                                                  const NeighborTable& neighbors, const DeviceMap& devices,
                                                  TimePoint now);

@@ -22,8 +22,7 @@ using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all o
 using qel::BasicVersion;
 using qel::MACAddress;
 
-constexpr std::uint16_t GIGABIT = 1000;     // Mb/s
-constexpr std::uint8_t RCPI_UNKNOWN = 255;  // a cable has none
+constexpr std::uint16_t GIGABIT = 1000;  // Mb/s
 
 /// One of this system's own messages.
 MessageBuilder begin(QELMessageType type) {
@@ -64,7 +63,9 @@ constexpr std::size_t MOST_HOSTS = 1024;  // in a response
 void add_neighbors_on(std::size_t index, const OwnDevice& device, MessageBuilder& message) {
   std::vector<ALMAC19051Neighbor> here;
   for (const Neighbor& neighbor : device.neighbors.all()) {
-    const auto link = std::ranges::find(neighbor.links, index, &NeighborLink::interface);
+    const auto link = std::ranges::find_if(neighbor.links, [&](const NeighborLink& one) {
+      return reported_as(device.interfaces, one.interface) == index;
+    });
     if (link != neighbor.links.end()) {
       here.emplace_back(neighbor.al_mac,
                         link->is_bridged ? IEEE802_1_Bridge::IEEE802_1_BRIDGE : IEEE802_1_Bridge::NO_IEEE802_1_BRIDGE);
@@ -106,7 +107,7 @@ Message topology_response(std::uint16_t message_id, const OwnDevice& device) {
   MessageBuilder message(MessageType::TOPOLOGY_RESPONSE_MESSAGE, message_id);
   DeviceInformationTLV information(device.al_mac);
   for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
-    if (device.interfaces[index].is_there()) {
+    if (device.interfaces[index].is_there() && reported_as(device.interfaces, index) == index) {
       information.add_interface_information(interface_information(device.interfaces[index], device.states[index]));
     }
   }
@@ -198,16 +199,18 @@ TransmitterLinkMetricTLV transmitter_metrics(const MACAddress& al_mac, const Nei
   TransmitterLinkMetricTLV tlv(al_mac, neighbor.al_mac);
   for (const NeighborLink& link : links_of_a_tlv(neighbor)) {
     const InterfaceState& state = states[link.interface];
+    const InterfaceInformation media = interface_information(interfaces[link.interface], state);
+    const LinkState counted = state.link_to(link.mac);
     TransmitterLinkMetricInformation information;
-    information.set_interface_type(InterfaceType::ETHERNET);
-    information.set_interface_mode(mode_of(state));
+    information.set_interface_type(media.get_interface_type());
+    information.set_interface_mode(media.get_interface_mode());
     information.set_bridge_flag(link.is_bridged ? TransmitterLinkMetricBridgeFlags::INCLUDED_IEEE802_1_BRIDGE
                                                 : TransmitterLinkMetricBridgeFlags::NO_IEEE802_1_BRIDGE);
-    information.set_packet_errors(state.send_errors);
-    information.set_transmitted_packets(state.sent_packets);
-    information.set_mac_throughput_capacity(state.speed);
+    information.set_packet_errors(counted.send_errors);
+    information.set_transmitted_packets(counted.sent_packets);
+    information.set_mac_throughput_capacity(counted.throughput);
     information.set_link_availability(state.up ? state.availability : 0);
-    information.set_phy_rate(state.speed);
+    information.set_phy_rate(counted.speed);
     TransmitterLinkMetric metric;
     metric.set_receiving_interface_MAC(interfaces[link.interface].mac);
     metric.set_neighbor_interface_MAC(link.mac);
@@ -223,12 +226,14 @@ ReceiverLinkMetricTLV receiver_metrics(const MACAddress& al_mac, const Neighbor&
   ReceiverLinkMetricTLV tlv(al_mac, neighbor.al_mac);
   for (const NeighborLink& link : links_of_a_tlv(neighbor)) {
     const InterfaceState& state = states[link.interface];
+    const InterfaceInformation media = interface_information(interfaces[link.interface], state);
+    const LinkState counted = state.link_to(link.mac);
     ReceiverLinkMetricInformation information;
-    information.set_interface_type(InterfaceType::ETHERNET);
-    information.set_interface_mode(mode_of(state));
-    information.set_packet_errors(state.receive_errors);
-    information.set_packets_received(state.received_packets);
-    information.set_RCPI(RCPI_UNKNOWN);
+    information.set_interface_type(media.get_interface_type());
+    information.set_interface_mode(media.get_interface_mode());
+    information.set_packet_errors(counted.receive_errors);
+    information.set_packets_received(counted.received_packets);
+    information.set_RCPI(counted.rcpi);
     ReceiverLinkMetric metric;
     metric.set_receiving_interface_MAC(interfaces[link.interface].mac);
     metric.set_neighbor_interface_MAC(link.mac);
@@ -240,9 +245,9 @@ ReceiverLinkMetricTLV receiver_metrics(const MACAddress& al_mac, const Neighbor&
 
 DeviceBridgingCapabilityTLV bridging_capability(const std::vector<LocalInterface>& interfaces) {
   std::map<std::string, DeviceBridgingTuple> bridges;
-  for (const LocalInterface& interface : interfaces) {
-    if (!interface.bridge.empty()) {
-      bridges[interface.bridge].add_mac_address(interface.mac);
+  for (std::size_t index = 0; index < interfaces.size(); ++index) {
+    if (!interfaces[index].bridge.empty() && reported_as(interfaces, index) == index) {
+      bridges[interfaces[index].bridge].add_mac_address(interfaces[index].mac);
     }
   }
   DeviceBridgingCapabilityTLV tlv;
@@ -255,6 +260,10 @@ DeviceBridgingCapabilityTLV bridging_capability(const std::vector<LocalInterface
 }
 
 InterfaceInformation interface_information(const LocalInterface& interface, const InterfaceState& state) {
+  if (interface.wlan) {
+    return {interface.mac, InterfaceType::WLAN, static_cast<_InterfaceMode>(interface.wlan->mode),
+            interface.wlan->information};
+  }
   return {interface.mac, InterfaceType::ETHERNET, mode_of(state)};
 }
 

@@ -90,7 +90,7 @@ qel::ieee1905_1::ReceiverLinkMetricTLV receiver_metrics(const qel::MACAddress& a
 /// we could report.
 qel::ieee1905_1::DeviceBridgingCapabilityTLV bridging_capability(const std::vector<LocalInterface>& interfaces);
 
-/// The media type of an interface.
+/// The media type of an interface, with what belongs to it.
 qel::ieee1905_1::InterfaceInformation interface_information(const LocalInterface& interface,
                                                             const InterfaceState& state);
 

@@ -32,11 +32,6 @@ constexpr std::chrono::seconds NEXT_TRY{1};
 
 std::ostream& log() { return qel::debug::stream("meshd"); }
 
-LocalInterface describe(const Link& link, const LinkTable& links) {
-  const Link* bridge = links.find(link.bridge);
-  return {link.name, link.mac.value_or(MACAddress()), bridge == nullptr ? "" : bridge->name};
-}
-
 }  // namespace
 
 const Link& get_link(const LinkTable& links, const std::string& name) {
@@ -50,8 +45,10 @@ const Link& get_link(const LinkTable& links, const std::string& name) {
   return *link;
 }
 
-LocalPorts::LocalPorts(const LinkTable& links, Entity& entity, qel::daemon::Mainloop& loop, TroubleLog& troubles)
+LocalPorts::LocalPorts(const LinkTable& links, const Wireless* radios, Entity& entity, qel::daemon::Mainloop& loop,
+                       TroubleLog& troubles)
     : links_(links),
+      radios_(radios),
       entity_(entity),
       loop_(loop),
       troubles_(troubles),
@@ -140,9 +137,9 @@ void LocalPorts::open(Given& given, const Link& link) {
   const Port before = std::exchange(port, {&given, socket, link.index, link.state.up, port.dropped});
   try {
     if (is_known) {
-      entity_.replace_interface(interface, describe(link, links_));
+      entity_.replace_interface(interface, describe(link));
     } else {
-      entity_.add_interface(describe(link, links_));
+      entity_.add_interface(describe(link));
     }
   } catch (...) {
     port = before;
@@ -217,7 +214,7 @@ bool LocalPorts::open_one() {
     try {
       open(*given, link);
       if (given->is_bridge) {
-        log() << LogLevels::LOG << link.name << " has joined bridge " << describe(link, links_).bridge << std::endl;
+        log() << LogLevels::LOG << link.name << " has joined bridge " << describe(link).bridge << std::endl;
       }
       return true;
     } catch (const std::exception& error) {
@@ -228,9 +225,15 @@ bool LocalPorts::open_one() {
   return false;
 }
 
+LocalInterface LocalPorts::describe(const Link& link) const {
+  const Link* bridge = links_.find(link.bridge);
+  return {link.name, link.mac.value_or(MACAddress()), bridge == nullptr ? "" : bridge->name,
+          radios_ == nullptr ? std::nullopt : radios_->find(link.index)};
+}
+
 void LocalPorts::update(std::size_t interface, const Link& link) {
   const LocalInterface& known = entity_.config().interfaces[interface];
-  LocalInterface current = describe(link, links_);
+  LocalInterface current = describe(link);
   if (current.name != known.name) {
     log() << LogLevels::LOG << known.name << " was renamed to " << current.name << std::endl;
   }
@@ -284,15 +287,19 @@ void LocalPorts::follow() {
     }
   }
   prepare_bridges();
+  follow_radios();
+  if (open_one()) {
+    follow_timer_.start(NEXT_TURN, [this] { follow(); });
+  }
+  is_following_ = false;
+}
+
+void LocalPorts::follow_radios() {
   for (std::size_t interface = 0; interface < ports_.size(); ++interface) {
     if (const Link* link = links_.find(ports_[interface].index)) {
       update(interface, *link);
     }
   }
-  if (open_one()) {
-    follow_timer_.start(NEXT_TURN, [this] { follow(); });
-  }
-  is_following_ = false;
 }
 
 void LocalPorts::tend() {
@@ -320,6 +327,9 @@ InterfaceState LocalPorts::read_state(std::size_t interface) {
   const Port& port = ports_[interface];
   InterfaceState state = states_.read(port.index);
   state.dropped = port.dropped;
+  if (radios_ != nullptr && state.up) {
+    radios_->add_state(port.index, state);
+  }
   return state;
 }
 

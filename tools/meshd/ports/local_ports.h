@@ -17,6 +17,7 @@
 #include "tools/meshd/ports/link_table.h"
 #include "tools/meshd/ports/state_reader.h"
 #include "tools/meshd/trouble_log.h"
+#include "tools/meshd/wireless.h"
 
 namespace meshd {
 
@@ -27,8 +28,9 @@ const Link& get_link(const LinkTable& links, const std::string& name);
 /// ports.
 class LocalPorts {
  public:
-  /// Everything is borrowed.
-  LocalPorts(const LinkTable& links, Entity& entity, qel::daemon::Mainloop& loop, TroubleLog& troubles);
+  /// Everything is borrowed; without radios, they are null.
+  LocalPorts(const LinkTable& links, const Wireless* radios, Entity& entity, qel::daemon::Mainloop& loop,
+             TroubleLog& troubles);
   LocalPorts(const LocalPorts&) = delete;
   LocalPorts& operator=(const LocalPorts&) = delete;
   ~LocalPorts();
@@ -40,6 +42,9 @@ class LocalPorts {
   /// Call this when the table of links has changed. The kernel needs about ten milliseconds to open or close a socket,
   /// so each call opens or closes at most one and leaves the next to another turn of the loop.
   void follow();
+
+  /// Call this when something changed on the radios.
+  void follow_radios();
 
   /// Call this once a second: repeats follow() if it ran out of memory, and changes of bridges that the system refused.
   void tend();
@@ -87,6 +92,7 @@ class LocalPorts {
   bool close_one();
   /// Opens an interface that should be our port. Returns false if none can be opened.
   bool open_one();
+  LocalInterface describe(const Link& link) const;
   /// Updates what the entity knows of an interface from what the kernel reports.
   void update(std::size_t interface, const Link& link);
   /// Changes the bridges of all interfaces that should be our ports.
@@ -94,6 +100,7 @@ class LocalPorts {
   const std::string& name_of(std::size_t interface) const { return entity_.config().interfaces[interface].name; }
 
   const LinkTable& links_;
+  const Wireless* const radios_;
   Entity& entity_;
   qel::daemon::Mainloop& loop_;
   TroubleLog& troubles_;

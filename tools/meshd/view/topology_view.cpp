@@ -110,7 +110,7 @@ class Builder {
     self.meshd_version = config.version;
     for (std::size_t index = 0; index < config.interfaces.size(); ++index) {
       const LocalInterface& interface = config.interfaces[index];
-      if (interface.is_there()) {
+      if (interface.is_there() && reported_as(config.interfaces, index) == index) {
         const InterfaceInformation information = interface_information(interface, states[index]);
         self.interfaces.push_back(
             {information.get_mac(), information.get_interface_type(), information.get_interface_mode()});
