@@ -59,8 +59,10 @@ std::vector<std::vector<MACAddress>> HostFinder::find(const std::vector<LocalInt
     std::copy_if(here.begin(), here.end(), std::back_inserter(found), [&](const MACAddress& mac) {
       return !std::ranges::binary_search(of_devices_, mac) && neighbors.find_sender(mac) == nullptr;
     });
-    std::sort(found.begin(), found.end());
-    found.erase(std::unique(found.begin(), found.end()), found.end());
+    if (wlan) {  // a bridge learns the addresses of peers too
+      std::sort(found.begin(), found.end());
+      found.erase(std::unique(found.begin(), found.end()), found.end());
+    }
   }
   return hosts;
 }

@@ -25,7 +25,7 @@ class HostFinder {
  public:
   using TimePoint = std::chrono::steady_clock::time_point;
 
-  /// Sorted; indexed by the numbers under which the interfaces are reported.
+  /// Indexed by the numbers under which the interfaces are reported.
   std::vector<std::vector<qel::MACAddress>> find(const std::vector<LocalInterface>& interfaces, Ports& ports,
                                                  const NeighborTable& neighbors, const DeviceMap& devices,
                                                  TimePoint now);

@@ -74,7 +74,8 @@ class Drawing {
       const bool blocked = is_blocked(node, interface.mac);
       os_ << "<hr/><tr><td port=\"i" << i << "\" align=\"left\"" << (blocked ? " bgcolor=\"#f4c7c3\"" : "") << '>'
           << named(interface.mac, " ") << "  " << interface_mode_to_string(interface.type, interface.mode)
-          << bridge_of(node, interface.mac) << (blocked ? ", blocked" : "") << "</td></tr>";
+          << (interface.wlan ? ' ' + wlan_text(interface) : "") << bridge_of(node, interface.mac)
+          << (blocked ? ", blocked" : "") << "</td></tr>";
     }
     os_ << "</table>>];\n";
     for (const TopologyView::Hosts& hosts : node.hosts) {

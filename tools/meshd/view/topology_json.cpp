@@ -79,6 +79,16 @@ class Writer {
     put("name", name_of(interface.mac));
     put("type", enum_to_string(interface.type));
     put("mode", interface_mode_to_string(interface.type, interface.mode));
+    put_object("wlan", interface.wlan);
+  }
+
+  void put_content(const WLANSpecificInformation& wlan) {
+    const auto known = [](std::uint8_t channel) { return channel == 0 ? std::nullopt : std::optional(channel); };
+    put("bssid", wlan.get_bssid() == qel::MACAddress() ? std::nullopt : std::optional(wlan.get_bssid()));
+    put("role", enum_to_string(wlan.get_role()));
+    put("width", width_text(wlan));
+    put("center_channel", known(wlan.get_center_freq_1()));
+    put("second_center_channel", known(wlan.get_center_freq_2()));
   }
 
   void put_content(const QELBlockedInterface& interface) {

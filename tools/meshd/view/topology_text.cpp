@@ -68,6 +68,7 @@ class Text {
           << interface_mode_to_string(interface.type, interface.mode);
       const std::string interface_name = view_.name_of(interface.mac);
       os_ << (interface_name.empty() ? "" : ' ' + interface_name);
+      os_ << (interface.wlan ? ", " + wlan_text(interface) : "");
       for (std::size_t i = 0; i < node.bridges.size(); ++i) {
         if (std::ranges::find(node.bridges[i], interface.mac) != node.bridges[i].end()) {
           os_ << ", bridge " << i + 1;
@@ -138,6 +139,10 @@ class Text {
     if (link.receiver) {
       os_ << (link.transmitter ? ", " : ": ") << "received " << link.receiver->get_packets_received()
           << " packets with " << link.receiver->get_packet_erros() << " errors";
+      constexpr int STRONGEST = 220;  // the rest is reserved
+      if (const int rcpi = link.receiver->get_RCPI(); rcpi <= STRONGEST) {
+        os_ << " at " << rcpi / 2 - 110 << " dBm";
+      }
     }
     os_ << '\n';
   }

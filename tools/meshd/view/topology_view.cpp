@@ -1,6 +1,8 @@
 #include "tools/meshd/view/topology_view.h"
 
 #include <algorithm>
+#include <array>
+#include <iterator>
 #include <map>
 #include <utility>
 
@@ -14,6 +16,15 @@ using namespace qel::ieee1905_1;  // NOLINT(google-build-using-namespace): all o
 using qel::MACAddress;
 using Node = TopologyView::Node;
 using Link = TopologyView::Link;
+
+TopologyView::Interface as_shown(const InterfaceInformation& information) {
+  TopologyView::Interface shown{information.get_mac(), information.get_interface_type(),
+                                information.get_interface_mode()};
+  if (const auto* wlan = dynamic_cast<const WLANSpecificInformation*>(&information.get_media_specific_information())) {
+    shown.wlan = *wlan;
+  }
+  return shown;
+}
 
 class Builder {
  public:
@@ -111,9 +122,7 @@ class Builder {
     for (std::size_t index = 0; index < config.interfaces.size(); ++index) {
       const LocalInterface& interface = config.interfaces[index];
       if (interface.is_there() && reported_as(config.interfaces, index) == index) {
-        const InterfaceInformation information = interface_information(interface, states[index]);
-        self.interfaces.push_back(
-            {information.get_mac(), information.get_interface_type(), information.get_interface_mode()});
+        self.interfaces.push_back(as_shown(interface_information(interface, states[index])));
         view_.names[interface.mac] = interface.name;
       }
     }
@@ -147,9 +156,7 @@ class Builder {
       node.age = std::chrono::duration_cast<std::chrono::seconds>(now_ - *device.answered_at);
     }
     node.meshd_version = told.meshd_version;
-    for (const InterfaceInformation& interface : told.interfaces) {
-      node.interfaces.push_back({interface.get_mac(), interface.get_interface_type(), interface.get_interface_mode()});
-    }
+    std::ranges::transform(told.interfaces, std::back_inserter(node.interfaces), as_shown);
     for (const DeviceBridgingTuple& bridge : told.bridges) {
       node.bridges.push_back(bridge.get_mac_address_vector());
     }
@@ -180,6 +187,26 @@ class Builder {
 };
 
 }  // namespace
+
+std::string width_text(const WLANSpecificInformation& wlan) {
+  constexpr std::array WIDTHS{"20", "40", "80", "160", "80+80"};  // dot11CurrentChannelWidth
+  return wlan.get_band() < WIDTHS.size() ? WIDTHS[wlan.get_band()] : "";
+}
+
+std::string wlan_text(const TopologyView::Interface& interface) {
+  const WLANSpecificInformation& wlan = *interface.wlan;
+  std::string text = enum_to_string(wlan.get_role());
+  if (wlan.get_bssid() != MACAddress() && wlan.get_bssid() != interface.mac) {
+    text += " of " + wlan.get_bssid().to_string();
+  }
+  if (wlan.get_center_freq_1() != 0) {
+    text += ", " + width_text(wlan) + " MHz around channel " + std::to_string(wlan.get_center_freq_1());
+  }
+  if (wlan.get_center_freq_2() != 0) {
+    text += " and " + std::to_string(wlan.get_center_freq_2());
+  }
+  return text;
+}
 
 std::string TopologyView::name_of(const MACAddress& mac) const {
   const auto place = names.find(mac);

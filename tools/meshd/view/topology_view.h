@@ -11,6 +11,7 @@
 #include "qel/core/basic_version.h"
 #include "qel/core/mac_address.h"
 #include "qel/ieee1905_1/link_metric_information.h"
+#include "qel/ieee1905_1/media_specific_information.h"
 #include "qel/ieee1905_1/media_type.h"
 #include "qel/ieee1905_1/vendor/qel_blocked_interface_list_tlv.h"
 #include "tools/meshd/entity/entity.h"
@@ -30,6 +31,7 @@ struct TopologyView {
     qel::MACAddress mac;
     qel::ieee1905_1::InterfaceType type;
     qel::ieee1905_1::_InterfaceMode mode;
+    std::optional<qel::ieee1905_1::WLANSpecificInformation> wlan = {};  ///< of a radio
   };
 
   /// Devices without 1905.1 behind an interface.
@@ -79,6 +81,12 @@ struct TopologyView {
 TopologyView view_topology(const std::string& name, const Entity& entity, Entity::TimePoint now, Names names = {});
 
 std::string enum_to_string(TopologyView::State state);
+
+/// The width in MHz, such as "80" or "80+80"; empty for a value that the standard does not have.
+std::string width_text(const qel::ieee1905_1::WLANSpecificInformation& wlan);
+/// The interface's role, its BSSID unless it is its own address, and its channel, such as "AP, 80 MHz around channel
+/// 42". Leaves out what is not set.
+std::string wlan_text(const TopologyView::Interface& interface);
 
 /// Text for people; ends with a line feed, like the other formats.
 void print_text(std::ostream& os, const TopologyView& view);

@@ -154,6 +154,84 @@ TEST(Entity, AnswersATopologyQueryWithItsIdentifierToItsSender) {
             "\n\ttype: END_OF_MESSAGE");
 }
 
+WlanInterface wlan(WLANInterfaceRole1905_1 role, const qel::MACAddress& bssid, std::vector<qel::MACAddress> peers) {
+  WlanInterface result{WLANMode1905_1::AX, {}, std::move(peers)};
+  result.information.set_role(role);
+  result.information.set_bssid(bssid);
+  result.information.set_band(2);
+  result.information.set_center_freq_1(42);
+  return result;
+}
+
+/// An access point has a phone and, on an interface of its own, a backhaul station. A repeater is that station.
+TEST(Entity, ReportsItsRadiosAndWhoIsAtTheirOtherEnd) {
+  using enum WLANInterfaceRole1905_1;
+  Device ap(1, 3);
+  Device repeater(2);
+  const qel::MACAddress bssid = interface_mac(0x11);
+  const qel::MACAddress station = interface_mac(0x21);
+  const qel::MACAddress phone = mac(0x55, 1);
+  ap.entity.replace_interface(0, {"wlan0", bssid, "br0", wlan(AP, bssid, {phone})});
+  ap.entity.replace_interface(1, {"wlan0.sta1", bssid, "br0", wlan(AP, bssid, {station})});
+  ap.ports.states[0].links[phone] = {11, 12, 13, 14, 15, 16, 17};
+  ap.ports.states[1].links[station] = {21, 22, 23, 24, 866, 433, 97};
+  ap.ports.states[1].availability = 60;
+  ap.ports.hosts[0] = {phone, mac(0x55, 2)};
+  ap.ports.hosts[1] = {station, mac(0x55, 3)};  // the latter is behind the repeater
+  repeater.entity.replace_interface(0, {"wlan0", station, "", wlan(STA, bssid, {bssid})});
+  repeater.ports.states[0].links[mac(0x77, 7)] = {31, 32, 33, 34, 35, 36, 37};  // the only one, whatever its address
+  const std::vector<Cable> air{{ap, 1, repeater, 0}};
+  for (Device* device : {&ap, &repeater}) {
+    device->entity.announce(START);
+    carry(air, START);
+  }
+  const struct {
+    Device& asked;
+    std::vector<const char*> told;
+  } rows[] = {
+      {ap,
+       {"mac: 02:19:05:10:00:11 type: WLAN mode: AX media-specific: WLAN bssid: 02:19:05:10:00:11 role AP band 2"
+        " ctrFreqIdx1 42 ctrFreqIdx2 0\n\tInterfaceInformation: mac: 02:19:05:10:00:13 type: ETHERNET",
+        "DEVICE_LIST LOCAL MAC: 02:19:05:10:00:11\t{02:19:05:55:00:01}\t{02:19:05:55:00:02}\n\ttype: IEEE1905_NEIGHBOR_"
+        "DEVICE LOCAL MAC: 02:19:05:10:00:11\tAL_MAC: 02:19:05:A0:00:02 IEEE802_1_bridge: NO",
+        "intfType: WLAN AX IEEE802.1BridgeFlag: NO_IEEE802_1_BRIDGE packetErrors: 24 transmittedPackets: 23"
+        " macThroughputCapacity: 433 linkAvailability: 60 phyRate: 866",
+        "intfType: WLAN AX packetErrors: 22 packetsReceived: 21 rcpi: 97"}},
+      {repeater,
+       {"mac: 02:19:05:10:00:21 type: WLAN mode: AX media-specific: WLAN bssid: 02:19:05:10:00:11 role STA band 2",
+        "packetErrors: 34 transmittedPackets: 33 macThroughputCapacity: 36 linkAvailability: 100 phyRate: 35",
+        "intfType: WLAN AX packetErrors: 32 packetsReceived: 31 rcpi: 37"}},
+  };
+  for (const auto& row : rows) {
+    std::string told;
+    const auto& al_mac = row.asked.entity.config().al_mac;
+    for (const Octets& query :
+         {frame_of(bare(TOPOLOGY_QUERY_MESSAGE, 7), device_mac(9), al_mac),
+          frame_of(link_metric_query(&row.asked == &ap ? device_mac(2) : device_mac(1)), device_mac(9), al_mac)}) {
+      for (const SentFrame& frame : answers(row.asked, query)) {
+        told += text_of(frame.message());
+      }
+    }
+    for (const char* part : row.told) {
+      EXPECT_THAT(told, HasSubstr(part));
+    }
+    EXPECT_THAT(told, Not(HasSubstr("DEVICE_BRIDGING"))) << "the ports of one access point are one interface";
+  }
+  EXPECT_THAT(repeater.entity.find_hosts(START)[0], IsEmpty()) << "the access point is a device";
+
+  ap.entity.tend(START);
+  ap.ports.take();
+  for (const std::size_t notifications : {1U, 0U}) {  // the channel has changed; nothing has
+    WlanInterface moved = wlan(AP, bssid, {phone});
+    moved.information.set_center_freq_1(155);
+    ap.entity.replace_interface(0, {"wlan0", bssid, "br0", moved});
+    ap.ports.take();
+    ap.entity.tend(START);
+    EXPECT_EQ(std::ranges::count(types_of(ap.ports.take()), TOPOLOGY_NOTIFICATION_MESSAGE),
+              static_cast<std::ptrdiff_t>(3 * notifications));
+  }
+}
+
 TEST(Entity, AnswersALinkMetricQueryOfAnyLengthForWhatItAsks) {
   Device device(1);
   answers(device, discovery(2));

@@ -38,6 +38,15 @@ TopologyView::Node node(std::uint8_t number, std::size_t interfaces, State state
   return node;
 }
 
+TopologyView::Interface radio(std::uint8_t last, WLANInterfaceRole1905_1 role, std::uint8_t bssid) {
+  WLANSpecificInformation wlan;
+  wlan.set_role(role);
+  wlan.set_bssid(interface_mac(bssid));
+  wlan.set_band(2);
+  wlan.set_center_freq_1(42);
+  return {interface_mac(last), InterfaceType::WLAN, static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ), wlan};
+}
+
 /// What the interface `from` tells of the interface `to`, or of the device alone.
 TopologyView::Link link(std::uint8_t from, std::uint8_t to, bool is_known = true) {
   TopologyView::Link link{device_mac(from / 16), interface_mac(from), device_mac(to / 16), {}, false, {}, {}};
@@ -67,10 +76,10 @@ TopologyView everything() {
   view.nodes[1].blocked = {{InterfaceType::ETHERNET, interface_mac(0x22), "lan2", 0b11}};
   view.nodes[1].is_truncated = true;
   view.nodes[2].hosts = {{interface_mac(0x39), std::vector(10, mac(0x55, 3))}};
-  view.nodes[2].interfaces[1] = {interface_mac(0x32), InterfaceType::WLAN,
-                                 static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ)};
-  view.nodes[4].interfaces[0] = {interface_mac(0x51), InterfaceType::WLAN,
-                                 static_cast<_InterfaceMode>(WLANMode1905_1::AC_5_GHZ)};
+  view.nodes[2].interfaces[1] = radio(0x32, WLANInterfaceRole1905_1::AP, 0x32);
+  view.nodes[4].interfaces[0] = radio(0x51, WLANInterfaceRole1905_1::STA, 0x32);
+  view.nodes[4].interfaces[0].wlan->set_band(4);
+  view.nodes[4].interfaces[0].wlan->set_center_freq_2(155);
   view.nodes[5].reported_by = {device_mac(3)};
   view.nodes[6].reported_by = {device_mac(2), device_mac(3)};
   view.nodes[6].age = std::chrono::seconds(300);
@@ -83,6 +92,7 @@ TopologyView everything() {
   view.links[6].transmitter = sent(433, 80);
   view.links[10].transmitter = sent(866, 90);
   view.links[10].receiver = received(7);
+  view.links[10].receiver->set_RCPI(97);
   view.names = {
       {device_mac(1), view.name}, {device_mac(2), "two"}, {interface_mac(0x12), "lan2"}, {mac(0x55, 2), "tv"}};
   return view;
@@ -118,7 +128,7 @@ node 02:19:05:A0:00:02 (two), answered 12 s ago, truncated
 node 02:19:05:A0:00:03, answered
   interface 02:19:05:10:00:31 ETHERNET GIGABIT_ETHERNET
     link to 02:19:05:A0:00:01 (a "name" & <more>)
-  interface 02:19:05:10:00:32 WLAN AC_5_GHZ
+  interface 02:19:05:10:00:32 WLAN AC_5_GHZ, AP, 80 MHz around channel 42
     link to 02:19:05:A0:00:05 at 02:19:05:10:00:51: 433 Mb/s, 80 % available, sent 500 packets with 4 errors
     link to 02:19:05:A0:00:06
   interface 02:19:05:10:00:33
@@ -131,8 +141,8 @@ node 02:19:05:A0:00:04, answered
     link to 02:19:05:A0:00:02 (two)
 
 node 02:19:05:A0:00:05, answered
-  interface 02:19:05:10:00:51 WLAN AC_5_GHZ
-    link to 02:19:05:A0:00:03 at 02:19:05:10:00:32: 866 Mb/s, 90 % available, sent 500 packets with 4 errors, received 7 packets with 0 errors
+  interface 02:19:05:10:00:51 WLAN AC_5_GHZ, STA of 02:19:05:10:00:32, 80+80 MHz around channel 42 and 155
+    link to 02:19:05:A0:00:03 at 02:19:05:10:00:32: 866 Mb/s, 90 % available, sent 500 packets with 4 errors, received 7 packets with 0 errors at -62 dBm
 
 node 02:19:05:A0:00:06, heard of, reported by 02:19:05:A0:00:03
 
@@ -152,9 +162,10 @@ TEST(TopologyView, IsJsonInOneLine) {
   const std::string json = text_of(print_json, everything());
   for (
       const char* part :
-      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET"},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET"}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"reported_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"],"names":["","tv"]}],"truncated":false},{)",
+      {R"({"name":"a \"name\" & <more>","al_mac":"02:19:05:A0:00:01","nodes":[{"al_mac":"02:19:05:A0:00:01","self":true,"answered":true,"meshd_version":"0.1","interfaces":[{"mac":"02:19:05:10:00:11","name":null,"type":"ETHERNET","mode":"GIGABIT_ETHERNET","wlan":null},{"mac":"02:19:05:10:00:12","name":"lan2","type":"ETHERNET","mode":"GIGABIT_ETHERNET","wlan":null}],"blocked":[],"name":"a \"name\" & <more>","state":"answered","age":null,"reported_by":[],"bridges":[["02:19:05:10:00:11","02:19:05:10:00:12"]],"hosts":[{"interface":"02:19:05:10:00:12","macs":["02:19:05:55:00:01","02:19:05:55:00:02"],"names":["","tv"]}],"truncated":false},{)",
        R"("blocked":[{"mac":"02:19:05:10:00:22","name":"lan2","type":"ETHERNET","filter_actions":3}],"name":"two","state":"answered","age":12,)",
        R"(,{"al_mac":"02:19:05:A0:00:06","self":false,"answered":false,"meshd_version":null,"interfaces":[],"blocked":[],"name":null,"state":"heard_of","age":null,"reported_by":["02:19:05:A0:00:03"],"bridges":[],"hosts":[],"truncated":false},{)",
+       R"("mode":"AC_5_GHZ","wlan":{"bssid":"02:19:05:10:00:32","role":"AP","width":"80","center_channel":42,"second_center_channel":null}})",
        R"("state":"unreachable","age":300,)",
        R"(}],"links":[{"from":"02:19:05:A0:00:01","from_interface":"02:19:05:10:00:11","to":"02:19:05:A0:00:02","to_interface":"02:19:05:10:00:21","transmitter":{"packet_errors":4,"transmitted_packets":500,"mac_throughput_capacity":0,"link_availability":100,"phy_rate":1000},"receiver":{"packet_errors":0,"packets_received":400,"rcpi":255},"bridged":true},{)",
        R"("to":"02:19:05:A0:00:03","to_interface":null,"transmitter":null,"receiver":null,"bridged":false},{)",
@@ -177,6 +188,7 @@ TEST(TopologyView, IsAGraph) {
 )"));
   EXPECT_THAT(dot, HasSubstr(R"(bgcolor="#f4c7c3">02:19:05:10:00:22  GIGABIT_ETHERNET, blocked<)"));
   EXPECT_THAT(dot, HasSubstr(R"(style="rounded,dashed"><tr><td><b>02:19:05:A0:00:06</b><br/><i>heard of</i></td>)"));
+  EXPECT_THAT(dot, HasSubstr(R"(>02:19:05:10:00:32  AC_5_GHZ AP, 80 MHz around channel 42<)"));
   EXPECT_THAT(dot, EndsWith(R"(
   "02:19:05:A0:00:02":i1 -- "02:19:05:A0:00:04":i0 [label="", color="#c0392b"];
   switch1 [shape=ellipse, style=filled, fillcolor="#d6e4f5", label="switch"];
