@@ -219,5 +219,30 @@ TEST_F(BridgeTest, ItsAddressLastsWhateverBecomesOfTheInterface) {
   EXPECT_THAT(daemons_.back().err(), HasSubstr("cannot keep the AL MAC address: /nonexistent/"));
 }
 
+TEST_F(BridgeTest, APatternStandsForWhatMatches) {
+  start_meshd("p", {"--interface", "bp[0-9]*", "pb*", "--al-mac", device_mac(1).to_string()});
+  ASSERT_TRUE(listens("p"));
+  const auto has = [&](std::set<std::string> names) {
+    return eventually([&] {
+      std::set<std::string> seen;
+      std::istringstream lines(interfaces("p"));
+      for (std::string line; std::getline(lines, line);) {
+        seen.insert(line.substr(0, line.find(' ')));
+      }
+      return seen == names;
+    });
+  };
+  EXPECT_TRUE(has({}));
+  add_veth_pair("bp0", "bpx");
+  add_veth_pair("in0", "in1");
+  add_bridge("pb0", {"in0"});
+  EXPECT_TRUE(has({"bp0", "in0"})) << interfaces("p");
+  ip("link set bpx down name bp1 up");
+  ip("link set in0 nomaster");
+  EXPECT_TRUE(has({"bp0", "bp1"})) << interfaces("p");
+  ip("link set bp0 down name gone");
+  EXPECT_TRUE(has({"bp1"})) << interfaces("p");
+}
+
 }  // namespace
 }  // namespace meshd::test

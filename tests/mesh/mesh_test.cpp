@@ -226,6 +226,7 @@ TEST_F(MeshTest, SaysWhyItCannotStart) {
   } rows[] = {
       {{"--interface", "nosuch0"}, 1, "meshd: interface nosuch0: No such device\n"},
       {{"--interface", "nosuch0", "--daemonize"}, 1, "interface nosuch0"},
+      {{"--interface", "nosuch*"}, 1, "meshd: interface nosuch*: none matches from whose"},
       {{"--interface", "lo"}, 1, "meshd: interface lo: not an Ethernet interface\n"},
       {{"--interface", "g0", "g0"}, 2, "'g0' is given twice"},
       {{"--interface", "g0", "--al-mac", "01:80:C2:00:00:13"}, 2, "not the MAC address of a"},

@@ -38,13 +38,23 @@ Entity::Config configure(const Options& options, const LinkTable& links, const A
   config.version = qel::BasicVersion(MESHD_VERSION_MAJOR, MESHD_VERSION_MINOR);
   config.limits.devices = options.devices;
   config.hold_time = SILENT_ANNOUNCEMENTS * options.discovery_interval;
-  const Link& first = get_link(links, options.interfaces.front());
+  const Link* first = nullptr;
+  bool may_change = false;  // another may be the first at the next start, or a bridge has another address
+  for (const std::string& name : options.interfaces) {
+    const Link* const link = find_link(links, name);
+    may_change = may_change || (first == nullptr && (is_pattern(name) || link->is_bridge));
+    first = first == nullptr ? link : first;
+  }
   const std::optional<MACAddress> al_mac = options.al_mac ? options.al_mac : file.read();
-  if (first.is_bridge && !options.al_mac && options.state_directory.empty()) {
-    log() << LogLevels::LOG << "the AL MAC address follows the address of bridge " << first.name
+  if (!al_mac && first == nullptr) {
+    throw std::runtime_error("interface " + options.interfaces.front() +
+                             ": none matches from whose address the AL MAC address could be derived; use --al-mac");
+  }
+  config.al_mac = al_mac ? *al_mac : make_al_mac(*first->mac);
+  if (may_change && !options.al_mac && options.state_directory.empty()) {
+    log() << LogLevels::LOG << "the AL MAC address follows the address of " << first->name
           << ", which can change; use --state-directory to keep it" << std::endl;
   }
-  config.al_mac = al_mac.value_or(make_al_mac(*first.mac));
   return config;
 }
 

@@ -34,13 +34,14 @@ std::string list_components() {
 std::string help() {
   const Options defaults;
   std::ostringstream text;
-  text << R"(A node of an IEEE 1905.1 mesh on the given Ethernet interfaces.
+  text << R"(A node of an IEEE 1905.1 mesh on the given interfaces.
 Usage: meshd --interface IF... [OPTION]...
 
 Options:
   -h, --help                    Print this help and exit
       --version                 Print the version and exit
-  -i, --interface IF...         The Ethernet interfaces to use; a bridge stands for its ports
+  -i, --interface IF...         The interfaces to use; a bridge stands for its ports, and a pattern such as 'wlan*'
+                                for all interfaces that match, whenever they appear
       --al-mac MAC              The AL MAC address of this device; by default derived from the first interface
       --state-directory DIR     Keep the AL MAC address in this directory across restarts
       --name NAME               The name under which meshctl finds this daemon; meshd by default

@@ -1,5 +1,6 @@
 #include "tools/meshd/ports/local_ports.h"
 
+#include <fnmatch.h>
 #include <net/if.h>
 
 #include <algorithm>
@@ -32,9 +33,21 @@ constexpr std::chrono::seconds NEXT_TRY{1};
 
 std::ostream& log() { return qel::debug::stream("meshd"); }
 
+bool matches(const std::string& pattern, const std::string& name) {
+  return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+}
+
 }  // namespace
 
-const Link& get_link(const LinkTable& links, const std::string& name) {
+bool is_pattern(const std::string& name) { return name.find_first_of("*?[") != std::string::npos; }
+
+const Link* find_link(const LinkTable& links, const std::string& name) {
+  if (is_pattern(name)) {
+    const auto place = std::find_if(links.all().begin(), links.all().end(), [&](const auto& entry) {
+      return entry.second.mac && matches(name, entry.second.name);
+    });
+    return place == links.all().end() ? nullptr : &place->second;
+  }
   const Link* link = links.find(if_nametoindex(name.c_str()));
   if (link == nullptr) {
     throw std::system_error(ENODEV, std::generic_category(), "interface " + name);
@@ -42,7 +55,7 @@ const Link& get_link(const LinkTable& links, const std::string& name) {
   if (!link->mac) {
     throw std::runtime_error("interface " + name + ": not an Ethernet interface");
   }
-  return *link;
+  return link;
 }
 
 LocalPorts::LocalPorts(const LinkTable& links, const Wireless* radios, Entity& entity, qel::daemon::Mainloop& loop,
@@ -62,11 +75,15 @@ LocalPorts::~LocalPorts() {
 
 void LocalPorts::open_all(const std::vector<std::string>& names) {
   for (const std::string& name : names) {
-    const Link& link = get_link(links_, name);
+    if (is_pattern(name)) {
+      given_.push_back({.name = name, .is_pattern = true});
+      continue;
+    }
+    const Link& link = *find_link(links_, name);
     if (given_as(link.index) != nullptr) {
       throw std::runtime_error("interface " + name + ": already given under another name");
     }
-    given_.push_back({name, link.index, link.is_bridge});
+    given_.push_back({.name = name, .index = link.index, .is_bridge = link.is_bridge});
   }
   prepare_bridges();
   for (Given& given : given_) {
@@ -87,6 +104,12 @@ LocalPorts::Given* LocalPorts::given_as(unsigned int index) {
   return index == 0 || place == given_.end() ? nullptr : &*place;
 }
 
+LocalPorts::Given* LocalPorts::given_for(const std::string& name) {
+  const auto place =
+      std::ranges::find_if(given_, [&](const Given& given) { return given.is_pattern && matches(given.name, name); });
+  return place == given_.end() ? nullptr : &*place;
+}
+
 LocalPorts::Port* LocalPorts::port_on(unsigned int index) {
   const auto place = std::ranges::find(ports_, index, &Port::index);
   return index == 0 || place == ports_.end() ? nullptr : &*place;
@@ -94,10 +117,16 @@ LocalPorts::Port* LocalPorts::port_on(unsigned int index) {
 
 LocalPorts::Given* LocalPorts::owner_of(const Link& link) {
   Given* given = given_as(link.index);
-  if (given == nullptr && link.mac) {
-    given = given_as(link.bridge);
+  if (given != nullptr) {
+    return given->is_bridge ? nullptr : given;
   }
-  return given == nullptr || (given->is_bridge && given->index == link.index) ? nullptr : given;
+  if (!link.mac || link.is_bridge) {
+    return nullptr;
+  }
+  given = given_as(link.bridge);
+  given = given == nullptr ? given_for(link.name) : given;
+  const Link* bridge = links_.find(link.bridge);
+  return given == nullptr && bridge != nullptr ? given_for(bridge->name) : given;
 }
 
 void LocalPorts::find(Given& given) {
@@ -124,7 +153,7 @@ void LocalPorts::open(Given& given, const Link& link) {
   // A named interface keeps its index for its successor of the same name; others take the lowest free index, as the
   // entity does.
   auto place = std::ranges::find_if(
-      ports_, [&](const Port& port) { return !given.is_bridge && port.given == &given && port.socket == nullptr; });
+      ports_, [&](const Port& port) { return !given.is_group() && port.given == &given && port.socket == nullptr; });
   const bool is_known = place != ports_.end();
   if (!is_known) {
     place = std::ranges::find(ports_, nullptr, &Port::given);
@@ -175,7 +204,7 @@ std::shared_ptr<qel::RawSock> LocalPorts::open_socket(std::size_t interface, con
 
 void LocalPorts::close(std::size_t interface) {
   Port& port = ports_[interface];
-  if (port.given->is_bridge) {
+  if (port.given->is_group()) {
     entity_.remove_interface(interface);
     loop_.remove_watch(port.socket);
     port = {};
@@ -197,7 +226,9 @@ bool LocalPorts::close_one() {
     const bool is_gone = port.socket->get_interface() == 0;
     const Link* link = links_.find(port.index);
     if (is_gone || (link != nullptr && owner_of(*link) != port.given)) {
-      log() << LogLevels::LOG << name_of(interface) << (is_gone ? " is gone" : " has left the bridge") << std::endl;
+      const std::string left =
+          port.given->is_pattern ? " no longer matches " + port.given->name : " has left the bridge";
+      log() << LogLevels::LOG << name_of(interface) << (is_gone ? " is gone" : left) << std::endl;
       close(interface);
       return true;
     }
@@ -213,8 +244,9 @@ bool LocalPorts::open_one() {
     }
     try {
       open(*given, link);
-      if (given->is_bridge) {
-        log() << LogLevels::LOG << link.name << " has joined bridge " << describe(link).bridge << std::endl;
+      if (given->is_group()) {
+        log() << LogLevels::LOG << link.name << (given->is_bridge ? " has joined bridge " : " matches ")
+              << (given->is_bridge ? describe(link).bridge : given->name) << std::endl;
       }
       return true;
     } catch (const std::exception& error) {
@@ -282,7 +314,7 @@ void LocalPorts::follow() {
     return;
   }
   for (Given& given : given_) {
-    if (given.index == 0) {
+    if (given.index == 0 && !given.is_pattern) {
       find(given);
     }
   }

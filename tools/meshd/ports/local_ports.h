@@ -21,11 +21,15 @@
 
 namespace meshd {
 
-/// The Ethernet interface of this name. Throws std::system_error or std::runtime_error if there is none.
-const Link& get_link(const LinkTable& links, const std::string& name);
+/// Whether it stands for all interfaces whose names match (glob(7)), rather than for one interface.
+bool is_pattern(const std::string& name);
 
-/// Opens, follows and closes the interfaces that the entity works on. A bridge that the user names stands for its
-/// ports.
+/// The Ethernet interface of this name, or the first that matches this pattern. Null if none matches. Throws
+/// std::system_error or std::runtime_error if there is none of this name.
+const Link* find_link(const LinkTable& links, const std::string& name);
+
+/// Opens, follows and closes the interfaces that the entity works on. A bridge that the user names, or that matches a
+/// pattern, stands for its ports.
 class LocalPorts {
  public:
   /// Everything is borrowed; without radios, they are null.
@@ -61,17 +65,21 @@ class LocalPorts {
   std::uint64_t refused() const { return bridges_.refused(); }
 
  private:
-  /// An interface that the user named. It is found by its name at the start, and again after it is gone; in between it
-  /// is followed by its index, even if it is renamed.
+  /// What the user named. An interface is found by its name at the start, and again after it is gone; in between it is
+  /// followed by its index, even if it is renamed. A pattern has no index.
   struct Given {
     std::string name;
     unsigned int index = 0;  ///< the kernel's, 0 while there is none
     bool is_bridge = false;
+    bool is_pattern = false;
     unsigned int refused = 0;  ///< the index of an interface of this name that is not Ethernet
+
+    /// It stands for interfaces that come and go, not for one that keeps its number.
+    bool is_group() const { return is_bridge || is_pattern; }
   };
 
   struct Port {
-    Given* given = nullptr;                ///< the interface itself or its bridge; null for a free index of the entity
+    Given* given = nullptr;                ///< what the user named it by; null for a free index of the entity
     std::shared_ptr<qel::RawSock> socket;  ///< null while there is no such interface
     unsigned int index = 0;                ///< the kernel's, 0 if there is none
     bool is_up = false;                    ///< it has a carrier
@@ -79,8 +87,9 @@ class LocalPorts {
   };
 
   Given* given_as(unsigned int index);
+  Given* given_for(const std::string& name);
   Port* port_on(unsigned int index);
-  /// The named interface for which this link is our port at present; null if there is none.
+  /// What the user named this link by, as itself or as a port, if it is to be our port at present; null if it is not.
   Given* owner_of(const Link& link);
   /// Looks for an interface of this name.
   void find(Given& given);
@@ -88,7 +97,7 @@ class LocalPorts {
   void open(Given& given, const Link& link);
   std::shared_ptr<qel::RawSock> open_socket(std::size_t interface, const Link& link);
   void close(std::size_t interface);
-  /// Closes a port that is gone or has left its bridge. Returns false if there is none.
+  /// Closes a port that is gone or no longer ours. Returns false if there is none.
   bool close_one();
   /// Opens an interface that should be our port. Returns false if none can be opened.
   bool open_one();
