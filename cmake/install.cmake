@@ -1,6 +1,6 @@
 # Installation, in components: runtime (the library), platform (the replacements of the router's own libraries), dev
-# (headers and files for finding the libraries), tools (programs, their manuals, and the daemon's configuration),
-# web (the map of the mesh).
+# (headers and files for finding the libraries), tools (programs, their manuals, and the daemon's configuration), web
+# (the map of the mesh), wifi (the daemon with Wi-Fi).
 include(CMakePackageConfigHelpers)
 
 set(QEL_CMAKE_PACKAGE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/mesh_shared)

@@ -1,4 +1,4 @@
-# Completion of meshd, meshctl and meshdump in bash. What a tool takes is read from its own --help.
+# Completion of meshd, meshd-wifi, meshctl and meshdump in bash. What a tool takes is read from its own --help.
 
 # _mesh_run TOOL ARGUMENT...: prints what the tool answers; meshd is not on the path of all users.
 _mesh_run() {
@@ -94,4 +94,4 @@ _mesh() {
     fi
   )
 }
-complete -F _mesh meshd meshctl meshdump
+complete -F _mesh meshd meshd-wifi meshctl meshdump

@@ -1,82 +1,59 @@
-// The radios of Linux for a node: what meshd-wifi has and meshd has not.
+// The radios of Linux: what meshd-wifi has beyond meshd.
 
 #include <chrono>
 #include <ostream>
 #include <string>
-#include <system_error>
 #include <utility>
 
 #include "qel/daemon/log.h"
 #include "qel/daemon/timer.h"
+#include "tools/meshd/wifi/control_sockets.h"
 #include "tools/meshd/wifi/media.h"
 #include "tools/meshd/wifi/radios.h"
+#include "tools/meshd/wifi/standards.h"
+#include "tools/meshd/wifi/wifi_shell.h"
 #include "tools/meshd/wireless.h"
 
 namespace meshd {
 
 namespace {
 
-using qel::debug::LogLevels;
-
-/// Between two attempts to reach nl80211, which is there once a driver is loaded.
-constexpr std::chrono::seconds NEXT_TRY{5};
-
-std::ostream& log() { return qel::debug::stream("meshd"); }
-
 class LinuxWireless final : public Wireless {
  public:
   LinuxWireless(qel::daemon::Mainloop& loop, std::function<void()> on_change)
-      : loop_(loop), on_change_(std::move(on_change)) {
-    start();
-  }
-
-  std::optional<WlanInterface> find(unsigned int index) const override {
-    return radios_ ? wifi::wlan_interface(radios_->get_model(), index) : std::nullopt;
-  }
-
-  void add_state(unsigned int index, InterfaceState& state) const override {
-    if (radios_) {
-      wifi::add_link_states(radios_->get_model(), index, qel::LastChanged<float>::now(), state);
-    }
-  }
-
- private:
-  void start() {
-    try {
-      radios_ = std::make_unique<wifi::Radios>(loop_);
-    } catch (const std::system_error& error) {
-      lose(error.what());
-      return;
-    }
-    trouble_.clear();
-    // In the next turn, once for all that happens in this one.
-    const auto change = [this] { change_timer_.start(std::chrono::milliseconds(0), on_change_); };
-    radios_->updated.connect(change);
-    radios_->happened.connect([change](const wifi::Event&) { change(); });
-    // In the next turn, since the owner of a signal must not be destroyed by it.
-    radios_->failed.connect([this](const std::string& why) {
-      trouble_ = why;
-      timer_.start(std::chrono::milliseconds(0), [this] { lose(std::exchange(trouble_, {})); });
+      : on_change_(std::move(on_change)),
+        radios_(loop),
+        sockets_(loop, radios_),
+        standards_(sockets_, [this] { change_soon(); }),
+        shell_(radios_.get_model(), sockets_.get_associations(), loop) {
+    radios_.updated.connect([this] {
+      standards_.refresh(radios_.get_model());
+      change_soon();
+    });
+    radios_.happened.connect([this](const wifi::Event&) { change_soon(); });
+    radios_.failed.connect([](const std::string& why) {
+      qel::debug::stream("meshd") << qel::debug::LogLevels::LOG << "no radios: " << why << std::endl;
     });
   }
 
-  void lose(const std::string& why) {
-    if (std::exchange(trouble_, why) != why) {
-      log() << LogLevels::LOG << "no radios: " << why << std::endl;
-    }
-    timer_.start(NEXT_TRY, [this] { start(); });
-    if (radios_) {
-      radios_.reset();
-      on_change_();
-    }
+  std::optional<WlanInterface> find(unsigned int index) const override {
+    return wifi::wlan_interface(radios_.get_model(), standards_.get(), index);
   }
 
-  qel::daemon::Mainloop& loop_;
+  void add_state(unsigned int index, InterfaceState& state) const override {
+    wifi::add_link_states(radios_.get_model(), index, qel::LastChanged<float>::now(), state);
+  }
+
+ private:
+  /// In the next turn, once for all that happens in this one.
+  void change_soon() { timer_.start(std::chrono::milliseconds(0), on_change_); }
+
   std::function<void()> on_change_;
-  std::unique_ptr<wifi::Radios> radios_;  ///< null while the kernel has no nl80211
-  std::string trouble_;                   ///< that was logged last
   qel::time::Timer timer_;
-  qel::time::Timer change_timer_;
+  wifi::Radios radios_;
+  wifi::ControlSockets sockets_;
+  wifi::Standards standards_;
+  wifi::WifiShell shell_;
 };
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <limits>
+#include <string_view>
+#include <utility>
 
 #include "qel/channel/frequency.h"
 
@@ -69,17 +71,18 @@ WLANPhymode newest_mode(const Model& model, std::uint32_t wiphy, FrequencyBand b
 }
 
 WLANMode1905_1 mode_of(WLANPhymode mode, FrequencyBand band) {
+  const bool is_2_4_ghz = band == FrequencyBand::BAND_2_4_GHZ;
   switch (mode) {
     case WLANPhymode::A:
-      return WLANMode1905_1::A_5_GHZ;
+      return is_2_4_ghz ? WLANMode1905_1::G_2_4_GHZ : WLANMode1905_1::A_5_GHZ;
     case WLANPhymode::B:
       return WLANMode1905_1::B_2_4_GHZ;
     case WLANPhymode::G:
       return WLANMode1905_1::G_2_4_GHZ;
     case WLANPhymode::N:
-      return band == FrequencyBand::BAND_2_4_GHZ ? WLANMode1905_1::N_2_4_GHZ : WLANMode1905_1::N_5_GHZ;
-    case WLANPhymode::AC:
-      return WLANMode1905_1::AC_5_GHZ;
+      return is_2_4_ghz ? WLANMode1905_1::N_2_4_GHZ : WLANMode1905_1::N_5_GHZ;
+    case WLANPhymode::AC:  // no standard defines it at 2.4 GHz
+      return is_2_4_ghz ? WLANMode1905_1::N_2_4_GHZ : WLANMode1905_1::AC_5_GHZ;
     case WLANPhymode::AX:
       return WLANMode1905_1::AX;
     case WLANPhymode::INVALID_MAX:
@@ -126,21 +129,41 @@ LinkState link_state(const Station& station) {
 
 }  // namespace
 
-std::optional<WlanInterface> wlan_interface(const Model& model, std::uint32_t number) {
+WLANPhymode standard_of(const std::string& status) {
+  constexpr std::pair<std::string_view, WLANPhymode> LINES[] = {
+      {"ieee80211ax=1", WLANPhymode::AX},
+      {"ieee80211ac=1", WLANPhymode::AC},
+      {"ieee80211n=1", WLANPhymode::N},
+      {"ieee80211n=0", WLANPhymode::A},  // of hostapd, which has all these lines
+      {"wifi_generation=6", WLANPhymode::AX},
+      {"wifi_generation=5", WLANPhymode::AC},
+      {"wifi_generation=4", WLANPhymode::N}};
+  const std::string lines = '\n' + status + '\n';
+  for (const auto& [line, standard] : LINES) {
+    if (lines.find('\n' + std::string(line) + '\n') != std::string::npos) {
+      return standard;
+    }
+  }
+  return WLANPhymode::INVALID_MAX;
+}
+
+std::optional<WlanInterface> wlan_interface(const Model& model, const StandardsInUse& standards, std::uint32_t number) {
   const Interface* const interface = find_interface(model, number);
   if (interface == nullptr) {
     return std::nullopt;
   }
   const Interface& bss = bss_of(model, *interface);
   WlanInterface result;
-  result.mode = mode_of(newest_mode(model, interface->wiphy, band_of(bss)), band_of(bss));
+  const auto standard = standards.find(bss.number);
+  const bool is_known = standard != standards.end() && standard->second != WLANPhymode::INVALID_MAX;
+  result.mode = mode_of(is_known ? standard->second : newest_mode(model, bss.wiphy, band_of(bss)), band_of(bss));
   for (const auto& [mac, station] : model.get_stations(number)) {
     if (is_peer(station)) {
       result.peers.push_back(mac);
     }
   }
   result.information.set_role(role_of(interface->role));
-  if (result.information.get_role() == WLANInterfaceRole1905_1::AP) {
+  if (interface->role == Role::AP || interface->role == Role::AP_VLAN || interface->role == Role::P2P_GROUP_OWNER) {
     result.information.set_bssid(interface->mac);
   } else if (interface->role == Role::STATION && !result.peers.empty()) {
     result.information.set_bssid(result.peers.front());
