@@ -44,8 +44,8 @@ using qel::RawSock;
 using qel::daemon::Mainloop;
 using namespace qel::ieee1905_1;
 
-constexpr const char* NEAR = "road0";
-constexpr const char* FAR = "road1";
+constexpr const char* NEAR = "receive0";
+constexpr const char* FAR = "receive1";
 
 constexpr int PAIRS_OF_TURNS = 9;
 constexpr auto TURN = std::chrono::milliseconds(300);
@@ -163,7 +163,7 @@ Rate read_bare() {
   return run_turn([&] { return ::read(socket.get(), buffer.data(), buffer.size()) > 0 ? 1UL : 0UL; });
 }
 
-Rate take_the_road(Mainloop& loop, std::size_t tlvs_of_a_message) {
+Rate receive_messages(Mainloop& loop, std::size_t tlvs_of_a_message) {
   qel::serialization::MemoryIStream is;
   qel::serialization::SerializationContext context;
   unsigned long frames = 0;
@@ -198,38 +198,38 @@ double median(std::vector<double> values) {
 
 void measure(Mainloop& loop, const char* name, const Octets& frame, std::size_t tlvs) {
   const Sender sender(frame);
-  std::vector<double> bare_rates, bare_cpu, road_rates, road_cpu, ratios;
+  std::vector<double> bare_rates, bare_cpu, library_rates, library_cpu, ratios;
   for (int pair = 0; pair < PAIRS_OF_TURNS; ++pair) {
     const Rate bare = read_bare();
-    const Rate road = take_the_road(loop, tlvs);
+    const Rate library = receive_messages(loop, tlvs);
     bare_rates.push_back(bare.frames_per_second);
     bare_cpu.push_back(bare.cpu_us_per_frame);
-    road_rates.push_back(road.frames_per_second);
-    road_cpu.push_back(road.cpu_us_per_frame);
-    ratios.push_back(road.frames_per_second / bare.frames_per_second);
+    library_rates.push_back(library.frames_per_second);
+    library_cpu.push_back(library.cpu_us_per_frame);
+    ratios.push_back(library.frames_per_second / bare.frames_per_second);
   }
-  std::printf("%-20s %6zu %12.0f %12.0f %8.2f %10.2f %10.2f\n", name, frame.size(), median(bare_rates),
-              median(road_rates), median(ratios), median(bare_cpu), median(road_cpu));
+  std::printf("%-20s %6zu %12.0f %13.0f %8.2f %10.2f %12.2f\n", name, frame.size(), median(bare_rates),
+              median(library_rates), median(ratios), median(bare_cpu), median(library_cpu));
 }
 
 }  // namespace
 
 int main() {
   if (const std::string& reason = qel::test::enter_private_network(); !reason.empty()) {
-    std::fprintf(stderr, "road: %s\n", reason.c_str());
+    std::fprintf(stderr, "receive: %s\n", reason.c_str());
     return EXIT_FAILURE;
   }
   try {
     qel::test::add_veth_pair(NEAR, FAR);
     const PrivateBus bus;
-    Mainloop loop("bench_road", false);
-    std::printf("%-20s %6s %12s %12s %8s %10s %10s\n", "frame", "octets", "bare [1/s]", "road [1/s]", "ratio",
-                "bare [us]", "road [us]");
+    Mainloop loop("bench_receive", false);
+    std::printf("%-20s %6s %12s %13s %8s %10s %12s\n", "frame", "octets", "bare [1/s]", "library [1/s]", "ratio",
+                "bare [us]", "library [us]");
     measure(loop, "topology discovery", topology_discovery(), 3);
     measure(loop, "topology response", topology_response(), 4);
-    std::puts("ratio: road to bare, the goal is 0.70 or more; us: CPU time a frame on the receiving side");
+    std::puts("ratio: library to bare, the goal is 0.70 or more; us: CPU time a frame on the receiving side");
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "road: %s\n", error.what());
+    std::fprintf(stderr, "receive: %s\n", error.what());
     return EXIT_FAILURE;
   }
   return EXIT_SUCCESS;
