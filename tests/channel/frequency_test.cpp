@@ -50,7 +50,7 @@ TEST(Frequency, LiesInABand) {
   }
 }
 
-TEST(Width, GoesWithFrequenciesAndCapabilities) {
+TEST(Width, ConvertsToFrequenciesAndCapabilities) {
   const std::pair<long, const char*> rows[] = {
       {20, "000000001"}, {40, "000000011"}, {80, "000000111"}, {160, "000001111"},
       {80, "001000111"}, {0, "000000000"},  {0, "000000000"},
@@ -85,7 +85,7 @@ TEST(Width, InCommon) {
   }
 }
 
-TEST(Phymode, NewestThatTheBandKnows) {
+TEST(Phymode, NewestOfTheBand) {
   const std::tuple<int, const char*, int> rows[] = {
       // ax, ac, n, g, b, a
       {0, "111111", 5}, {0, "011111", 3}, {0, "010111", 2}, {0, "010011", 1},   {0, "010001", 6},

@@ -221,7 +221,7 @@ TEST(OperatingClass, HasPrimaryFrequenciesForCapabilities) {
   EXPECT_TRUE(std::ranges::is_sorted(of_40_mhz));
 }
 
-TEST(OperatingClass, OfATableOfOnesOwn) {
+TEST(OperatingClass, OfACustomTable) {
   const Lookup lookup{{9, kHz(5000000), MHz(40), {44, 36}, {}, {UNMAPPED, EIGHTY_PLUS}},
                       {7, kHz(2407000), MHz(25), {}, {6, 11}, {LOWER, UPPER}}};
   EXPECT_EQ(lookup.get_opclass(W40, kHz(5180000), {EIGHTY_PLUS, UNMAPPED}), 9);

@@ -70,7 +70,7 @@ TEST(DataRateCalculator, DividesBytesByWholeMilliseconds) {
   }
 }
 
-TEST(DataRateCalculator, GoesFromReadingToReading) {
+TEST(DataRateCalculator, MeasuresFromReadingToReading) {
   const struct {
     ByteCounter counter;
     std::int64_t rate;

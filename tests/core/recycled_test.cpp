@@ -60,7 +60,7 @@ TEST(Recycled, KeepsAFewBlocksOfEachSizeInEachThread) {
   EXPECT_EQ(blocks_held, held) << "when the object goes in another thread than it came in";
 }
 
-TEST(Recycled, LeavesTheOtherFormsOfNewAsTheyAre) {
+TEST(Recycled, DoesNotChangeOtherFormsOfNew) {
   struct alignas(256) Aligned : Recycled {};
   const auto aligned = std::make_unique<Aligned>();
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(aligned.get()) % 256, 0U);
@@ -70,7 +70,7 @@ TEST(Recycled, LeavesTheOtherFormsOfNewAsTheyAre) {
   delete new (std::nothrow) Aligned;
 }
 
-TEST(Recycled, LetsTheNextDecodeTakeNoBlock) {
+TEST(Recycled, DecodingAgainAllocatesNothing) {
   const std::vector<std::uint8_t> octets = {0, 0, 0, 0, 0, 1, 0, 0x80, 1, 0, 6, 2, 0, 0, 0, 0, 1, 0, 0, 0};
   serialization::SerializationContext context;
   ieee1905_1::decode(octets, context);

@@ -43,14 +43,11 @@ TEST(MACAddress, ParsesPairsOfDigitsWithColonsOnly) {
   EXPECT_EQ(address, mac("AABBCCDDEE01"));
 }
 
-TEST(MACAddress, PrintsUpperCasePairs) {
+TEST(MACAddress, IsPrintedAsUpperCasePairsAndOrderedByOctets) {
   std::ostringstream os;
   os << std::oct << std::showbase << std::left << std::setfill('*');
   os << mac("FE0D0C0B0A09") << ' ' << plc::NID(plc::NID::Octets{0x0F, 0xA1, 0xB2, 0xC3, 0xD4, 0xE5, 0x06}) << 8;
   EXPECT_EQ(os.str(), "FE:0D:0C:0B:0A:09 0f:a1:b2:c3:d4:e5:06010") << "the format stays";
-}
-
-TEST(MACAddress, OrdersByOctets) {
   EXPECT_LT(mac("0000000000FF"), mac("000000000100"));
   EXPECT_LT(mac("0001FFFFFFFF"), mac("800000000000"));
 }
@@ -119,7 +116,7 @@ TEST(VendorOUI, IsTheConfiguredOne) {
 
 using enum DeviceIDSubtype;
 
-TEST(DeviceID, TurnsAddressesIntoTextAndKeepsOtherOctets) {
+TEST(DeviceID, TurnsAddressesIntoTextKeepsOtherOctetsAndComparesBothFields) {
   const std::tuple<DeviceIDSubtype, const char*, std::string> rows[] = {
       // the octets, and the value or why they are refused
       {MAC_ADDRESS, "001122 33AAFF", "00:11:22:33:AA:FF"},
@@ -152,9 +149,6 @@ TEST(DeviceID, TurnsAddressesIntoTextAndKeepsOtherOctets) {
       EXPECT_EQ(refused.what(), outcome);
     }
   }
-}
-
-TEST(DeviceID, ComparesSubtypeAndValue) {
   const DeviceID id(INTERFACE_NAME, "eth0");
   EXPECT_NE(id, DeviceID(INTERFACE_ALIAS, "eth0"));
   EXPECT_NE(id, DeviceID(INTERFACE_NAME, "eth1"));

@@ -43,7 +43,7 @@ TEST_F(FuturePoolTest, DeliversWhatIsReadyAndKeepsTheRest) {
   EXPECT_THROW(pool.add(std::future<int>(), push()), std::future_error);
 }
 
-TEST_F(FuturePoolTest, ThePollIntervalGrowsUntilAFutureComesOrIsDelivered) {
+TEST_F(FuturePoolTest, ThePollIntervalGrowsUntilAFutureIsAddedOrDelivered) {
   using namespace std::chrono_literals;
   std::promise<int> promise;
   const std::function<void()> changes[] = {[&] { pool.add(promise.get_future(), push()); },
@@ -61,7 +61,7 @@ TEST_F(FuturePoolTest, ThePollIntervalGrowsUntilAFutureComesOrIsDelivered) {
   EXPECT_EQ(pool.get_poll_interval(later - 1h), 1ms);
 }
 
-TEST_F(FuturePoolTest, DisconnectedFuturesAreDroppedUnheard) {
+TEST_F(FuturePoolTest, DropsDisconnectedFutures) {
   FutureConnection first = pool.add(ready(1), push());
   FutureConnection second = pool.add(ready(2), push());
   {
@@ -79,7 +79,7 @@ TEST_F(FuturePoolTest, DisconnectedFuturesAreDroppedUnheard) {
   EXPECT_THAT(log, IsEmpty());
 }
 
-TEST_F(FuturePoolTest, AHandlerMayThrowAddFuturesAndDropOthersOrAll) {
+TEST_F(FuturePoolTest, AHandlerMayThrowAndChangeThePool) {
   FutureConnection other;
   const std::pair<std::function<void()>, bool> handlers[] = {{[&] { throw std::logic_error("handler"); }, true},
                                                              {[&] { pool.add(ready(2), push()); }, true},

@@ -15,7 +15,7 @@ class LogTest : public FakePlatformTest {
   }
 };
 
-TEST_F(LogTest, EachLevelGoesItsWayAndAllIntoTheRing) {
+TEST_F(LogTest, EachLevelHasItsOwnOutputAndTheRingGetsAll) {
   set_ring("ring");
   take_calls();
   stream("log-a") << "plain" << std::endl;
@@ -33,7 +33,7 @@ TEST_F(LogTest, EachLevelGoesItsWayAndAllIntoTheRing) {
                           "shringbuf_add(%s, log-a: debug again)"));
 }
 
-TEST_F(LogTest, CutsOneNewlineDropsEveryNulAndPassesLongLines) {
+TEST_F(LogTest, RemovesOneNewlineAndEveryNulAndPassesLongLines) {
   using namespace std::string_literals;
   const std::string text(3000, 'x');
   const std::pair<std::string, std::string> rows[] = {
@@ -44,7 +44,7 @@ TEST_F(LogTest, CutsOneNewlineDropsEveryNulAndPassesLongLines) {
   }
 }
 
-TEST_F(LogTest, EachLineBeginsWithTheFormatOfAFreshStream) {
+TEST_F(LogTest, EachLineStartsWithTheDefaultFormat) {
   std::ostream& kept = stream("log-c");
   kept << std::hex << std::showbase << std::boolalpha << std::setprecision(2) << std::setfill('*') << 255 << ' '
        << std::setw(4) << true << ' ' << 3.14159 << std::setw(9) << std::endl;
@@ -52,7 +52,7 @@ TEST_F(LogTest, EachLineBeginsWithTheFormatOfAFreshStream) {
   EXPECT_THAT(take_calls(), ElementsAre("debugmsg(log-c, %s, 0xff true 3.1)", "debugmsg(log-c, %s, 255 1 3.14159  1)"));
 }
 
-TEST_F(LogTest, AStreamIsMadeOnceAndRecoversFromFailure) {
+TEST_F(LogTest, AStreamIsCreatedOnceAndRecoversFromFailure) {
   std::ostream& first = stream("log-d");
   EXPECT_NE(&first, &stream("log-e"));
   first << static_cast<std::streambuf*>(nullptr) << "lost" << std::endl;
@@ -74,7 +74,7 @@ TEST_F(LogTest, LevelsArePrintedOnOtherStreamsAndParsedExactly) {
   }
 }
 
-TEST_F(LogTest, EnableSwitchesTheComponentAndTheLevelChoosesNothing) {
+TEST_F(LogTest, EnableSwitchesTheComponentAndTheLevelHasNoEffect) {
   enable("log-g", true);
   enable("log-g", false);
   set_log_level(LogLevels::ERROR);

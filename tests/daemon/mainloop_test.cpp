@@ -45,14 +45,14 @@ TEST_F(MainloopTest, StartsTurnsAndEndsInOrder) {
   EXPECT_NE(debug::get_shringbuf(), nullptr) << "the ring belongs to the log and stays";
 }
 
-TEST_F(MainloopTest, AnEmptyNameIsTheThreadAndLittleRamASmallRing) {
+TEST_F(MainloopTest, HasADefaultNameAndASmallRingForLittleMemory) {
   set_result("veloenv_VeloHasLittleRAM", 1);
   const std::string name = "app_" + testing::PrintToString(std::this_thread::get_id());
   EXPECT_EQ(start("").get_name(), name);
   EXPECT_THAT(take_calls(), IsSupersetOf({"shringbuf_init(" + name + "_log, 16384)", "qelipc_create(" + name + ")"}));
 }
 
-TEST_F(MainloopTest, FailedConstructionSaysWhy) {
+TEST_F(MainloopTest, TheConstructorNamesWhatFailed) {
   const std::tuple<const char*, const char*, const char*> rows[] = {
       {"shringbuf_init", "node", "Could not initialize shared ring buffer"},
       {"qelipc_create", "my \"node\"",
@@ -66,7 +66,7 @@ TEST_F(MainloopTest, FailedConstructionSaysWhy) {
   EXPECT_EQ(take_calls().back(), "qelipc_destroy()");
 }
 
-TEST_F(MainloopTest, DaemonizeHandsOverArgumentsAndErrors) {
+TEST_F(MainloopTest, DaemonizePassesArgumentsAndErrorsOn) {
   start();
   take_calls();
   set_result("daemon_start", -114);
@@ -81,7 +81,7 @@ TEST_F(MainloopTest, DaemonizeHandsOverArgumentsAndErrors) {
   EXPECT_THAT(take_calls(), ElementsAre("ctimer_unsetup_internal(2)", "daemon_ready()")) << "it does not wait";
 }
 
-TEST_F(MainloopTest, HouseKeepingComesEverySecondUntilTheLoopIsCleared) {
+TEST_F(MainloopTest, HousekeepingRunsEverySecondUntilTheLoopIsCleared) {
   start();
   take_calls();
   advance_microseconds(1'000'000);
@@ -92,7 +92,7 @@ TEST_F(MainloopTest, HouseKeepingComesEverySecondUntilTheLoopIsCleared) {
               ElementsAre("slab_reap()", ARM_SECOND, "slab_reap()", ARM_SECOND, "ctimer_unsetup_internal(2)"));
 }
 
-TEST_F(MainloopTest, FuturesThatNoResultToldOfEndAWaitSoon) {
+TEST_F(MainloopTest, PollsPendingFutures) {
   constexpr const char* ARM_POLL = "ctimer_setup_internal(0, 2, 0, 1, 1000, 0, 0)";
   start();
   const auto expect_calls = [&](std::chrono::milliseconds timeout, auto matcher) {
@@ -115,7 +115,7 @@ TEST_F(MainloopTest, FuturesThatNoResultToldOfEndAWaitSoon) {
   EXPECT_EQ(loop->run(0ms), -1ms);
 }
 
-TEST_F(MainloopTest, WatchesComeAndGo) {
+TEST_F(MainloopTest, AddsAndRemovesWatches) {
   start();
   const auto first = std::make_shared<ProbeWatch>(5, log);
   const auto second = std::make_shared<ProbeWatch>(6, log);
@@ -162,7 +162,7 @@ void print_calls_at_exit() {
   });
 }
 
-TEST(MainloopDeathTest, ALoopThatDoesNotTurnFailsTheStart) {
+TEST(MainloopDeathTest, TheStartFailsIfTheLoopDoesNotRun) {
   EXPECT_EXIT(
       {
         fake_platform::reset();
@@ -177,7 +177,7 @@ TEST(MainloopDeathTest, ALoopThatDoesNotTurnFailsTheStart) {
       testing::ExitedWithCode(1), "daemon_start_failed\\(\\)");
 }
 
-TEST(MainloopDeathTest, TheLoopOfTheProcessIsMadeOnceAndDestroyedAtExitBeforeItsRing) {
+TEST(MainloopDeathTest, TheSharedLoopIsCreatedOnceAndDestroyedAtExitBeforeItsRing) {
   EXPECT_EXIT(
       {
         fake_platform::reset();

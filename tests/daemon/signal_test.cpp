@@ -25,7 +25,7 @@ TEST_F(SignalTest, CallsInTheOrderOfConnectingAndSkipsBlockedSlots) {
   EXPECT_THAT(log, ElementsAre("a1", "b1", "a2", "a3", "b3"));
 }
 
-TEST_F(SignalTest, DisconnectingReleasesTheFunctionWhichMayDisconnectOthersInDying) {
+TEST_F(SignalTest, DisconnectingDestroysTheFunctionWhichMayDisconnectOthers) {
   auto other = std::make_shared<ScopedConnection>(signal->connect(push("other")));
   Connection holder = signal->connect([other](int) {});
   signal->connect(push("stays"));

@@ -58,7 +58,7 @@ class StateMachineTest : public FakePlatformTest {
   StateMachine machine;
 };
 
-TEST_F(StateMachineTest, HasOneStateAndWithoutItEventsAreAnError) {
+TEST_F(StateMachineTest, RefusesEventsWithoutAStateAndASecondState) {
   EXPECT_THAT([this] { machine.on_event(Go()); },
               ThrowsMessage<std::runtime_error>("Dispatching Event on uninitialised State Machine!"));
   EXPECT_THAT(take_calls(),
@@ -67,7 +67,7 @@ TEST_F(StateMachineTest, HasOneStateAndWithoutItEventsAreAnError) {
   EXPECT_THROW(machine.init<Last>(2), std::logic_error);
 }
 
-TEST_F(StateMachineTest, StatesChangeAfterTheOutermostHandlerAndMayEndTheirMachineAnywhere) {
+TEST_F(StateMachineTest, StatesChangeAfterTheOutermostHandlerAndMayDestroyTheMachine) {
   std::optional<StateMachine> own;
   const auto destroy = [&] { own.reset(); };
   const auto deinit = [&] { own->deinit(); };

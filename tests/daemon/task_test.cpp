@@ -55,7 +55,7 @@ TEST_F(TaskTest, CompletesOnceWithAValue) {
   EXPECT_THAT(log, ElementsAre("started", "done COMPLETE_WITH_VALUE", "continued COMPLETE_WITH_VALUE"));
 }
 
-TEST_F(TaskTest, EveryEndIsReportedByGetAndForgottenByReset) {
+TEST_F(TaskTest, GetReportsHowTheTaskEndedAndResetForgetsIt) {
   const auto get = [&] { task->get(); };
   EXPECT_THAT(get, ThrowsMessage<TaskError>("Task has no value!: Task not running"));
   task->start();
@@ -74,7 +74,7 @@ TEST_F(TaskTest, EveryEndIsReportedByGetAndForgottenByReset) {
                                "done COMPLETE_WITH_EXCEPTION", "reset COMPLETE_WITH_EXCEPTION"));
 }
 
-TEST_F(TaskTest, TimesOutAlsoWhenItWasMovedBefore) {
+TEST_F(TaskTest, TimesOutAfterAMove) {
   continue_and_log(*task);
   task->set_timeout(20ms);
   Probe taken(std::move(*task));
@@ -99,7 +99,7 @@ TEST_F(TaskTest, KeepsLongTimeouts) {
   }
 }
 
-TEST_F(TaskTest, AnEndInTimeStopsTheTimer) {
+TEST_F(TaskTest, EndingInTimeStopsTheTimer) {
   const std::function<void()> ends[] = {[&] { task->complete(1); }, [&] { task->reset(); }, [&] { task.reset(); }};
   for (const auto& end : ends) {
     task->reset();
@@ -151,7 +151,7 @@ TEST_F(TaskTest, DeletionReachesTheContinuation) {
   EXPECT_THAT(take_calls(), Contains("errmsg(%s: %s, Task: failed to end task (Changed handle))"));
 }
 
-TEST_F(TaskTest, ADestroyedTaskAnswersItsContinuationAndIsNotRevivedByIt) {
+TEST_F(TaskTest, AContinuationCannotRestartADestroyedTask) {
   std::optional<ValueTask<int>> value{std::in_place};
   value->then([this](Task& ended) {
     auto& whole = static_cast<ValueTask<int>&>(ended);

@@ -9,7 +9,7 @@ namespace {
 
 class TimerTest : public FakePlatformTest {};
 
-TEST_F(TimerTest, CountsInTheUnitOfTheDurationOrWhatItTakesToKeepALongOne) {
+TEST_F(TimerTest, CountsInTheUnitOfTheDurationOrACoarserOne) {
   Timer timer;
   const auto armed_with = [&](auto duration) {
     try {
@@ -75,7 +75,7 @@ TEST_F(TimerTest, TruncatesBothTimesBeforeItSubtractsThem) {
   EXPECT_EQ(timer.get_remaining_time(), 1ms);
 }
 
-TEST_F(TimerTest, SwappedTimersTakeTheirCallbacksAlong) {
+TEST_F(TimerTest, SwappedTimersKeepTheirCallbacks) {
   std::vector<std::string> log;
   Timer early;
   Timer late;
@@ -127,7 +127,7 @@ class PeriodicTimerTest : public FakePlatformTest {
   int calls = 0;
 };
 
-TEST_F(PeriodicTimerTest, KeepsItsRhythmHoweverLateACallIsAndLeavesOutWhatIsOverdue) {
+TEST_F(PeriodicTimerTest, KeepsItsRhythmWhenCallsAreLateAndSkipsMissedOnes) {
   timer->start(100ms, [&] { ++calls; });
   EXPECT_EQ(armed_for(), 100);
   advance_microseconds(130'000);

