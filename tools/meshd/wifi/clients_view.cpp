@@ -34,7 +34,8 @@ std::string peer_text(const Client& client) {
     return "peer";
   }
   std::string text = client.has_4_addresses ? "backhaul" : "client";
-  return client.station.is_authorized ? text : text + ", no key yet";
+  // The kernel reports no event when the handshake has ended, but hostapd does.
+  return client.station.is_authorized || client.association.security ? text : text + ", no key yet";
 }
 
 /// "866.7 Mb/s, ac 80 MHz x2", or "54.0 Mb/s".
