@@ -24,7 +24,7 @@ void TextTable::add(std::vector<std::string> row) {
   }
   for (std::string& cell : row) {
     if (cell.empty()) {
-      cell = "-";
+      cell.push_back('-');
     }
   }
   rows_.push_back(std::move(row));
