@@ -35,8 +35,8 @@ std::string json(const T& value) {
   return os.str();
 }
 
-/// Checks what updating the object that `own` makes from the one that `from` makes gives, and that the comparisons
-/// agree with it. NaN differs from itself.
+/// Makes three objects, updates the first from the second, and checks that it then equals the third and that the
+/// comparisons agree. NaN differs from itself.
 template <class Fields>
 void expect_update(const Fields& own, const Fields& from, const Fields& updated) {
   auto object = own.object();
@@ -50,7 +50,7 @@ void expect_update(const Fields& own, const Fields& from, const Fields& updated)
   EXPECT_EQ(Fields::contents(object), Fields::contents(updated.object()));
 }
 
-/// Expects the fields that differ to be taken over, or left as they are.
+/// Checks that an object with default fields takes over the fields of `taken` and none of `left`.
 template <class Fields>
 void expect_taken(const std::vector<Fields>& taken, const std::vector<Fields>& left) {
   std::ranges::for_each(taken, [](const Fields& other) { expect_update<Fields>({}, other, other); });

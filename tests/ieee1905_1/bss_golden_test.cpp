@@ -132,7 +132,7 @@ TEST(BSSTLVs, ParametersThatAreNotIncludedAreNeitherComparedNorRead) {
   EXPECT_EQ(other.get_information_ac_vo(), (APMetricsTLV::ServiceParameters{0x77, 0x88, 0x99}));
 }
 
-TEST(BSSTLVs, ReservedBitsOutliveTheEvent) {
+TEST(BSSTLVs, ReservedBitsAreKept) {
   auto event = decoded<ClientAssociationEventTLV>("92 000D 0A0918273645 021A2B3C4D5E D3");
   event.set_client_associated_event(false);
   EXPECT_EQ(test::encode(event).octets.substr(30), "53");

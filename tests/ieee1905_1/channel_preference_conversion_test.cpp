@@ -68,7 +68,7 @@ struct Known {
   using Bits = std::bitset<9>;
 };
 
-TEST(ChannelPreferenceConversion, SaysOfAListAsLittleAsItCan) {
+TEST(ChannelPreferenceConversion, DescribesAListInFewRecords) {
   constexpr unsigned long CLEAR = 1, RADAR = 2, RUNNING = 4, DUE = 8, INTERFERENCE = 16;
   constexpr unsigned long DISTURBER = 1, OPTIMIZED = 2, DFS = 16;
   const std::tuple<APRadioBasicCapabilitiesTLV, std::vector<Known>, std::vector<Record>> rows[] = {
@@ -99,7 +99,7 @@ TEST(ChannelPreferenceConversion, SaysOfAListAsLittleAsItCan) {
   }
 }
 
-TEST(ChannelPreferenceConversion, SaysWhatAListLacks) {
+TEST(ChannelPreferenceConversion, ReportsWhatAListLacks) {
   const ChannelPreferenceConversion conversion(radio({{115}, {116}, {117}, {128, {58, 106, 122, 138, 155, 171}}}));
   std::vector<ChannelEntry> entries = conversion.to_channel_list({}).get_channels();
   entries[0] = ChannelEntry(36, kHz(5180000), 0b10001001);  // neither 40 nor 80 MHz
@@ -116,8 +116,8 @@ TEST(ChannelPreferenceConversion, ReadsAScoreForEachChannelOfTheRadio) {
   EXPECT_EQ(expected.size(), 4U + 2 + 2 + 4 + 2 + 2 + 2 + 1);
   EXPECT_TRUE(std::ranges::all_of(expected, [](const auto& each) { return each.second == ChannelScore(); }));
   expected[{128, 42}] = expected[{128, 58}] = score(0, 7);
-  EXPECT_EQ(read({{128, {}, 0, 7}, {128, {106}, 3, 1}, {81, {1}, 0, 0}}), expected);  // 106 and 81 are not channels of
-                                                                                      // the radio
+  // The radio has neither 106 nor class 81.
+  EXPECT_EQ(read({{128, {}, 0, 7}, {128, {106}, 3, 1}, {81, {1}, 0, 0}}), expected);
   expected[{115, 36}] = score(2, 5);
   EXPECT_EQ(read({{115, {36}, 3, 4}, {115, {36}, 2, 0}, {128, {}, 0, 7}, {115, {36}, 2, 5}, {115, {}, 15, 0}}),
             expected);
@@ -150,7 +150,7 @@ TEST(ChannelPreferenceConversion, ScoresPrimaryChannels) {
   EXPECT_EQ(same_channels.to_primary_scores(given).at({kHz(5500000), WIDTH_20_MHZ}), score(1, 1));
 }
 
-TEST(ChannelPreferenceConversion, MakesAListOfScores) {
+TEST(ChannelPreferenceConversion, ConvertsScoresToAList) {
   const ChannelPreferenceConversion conversion(radio({{81, {7, 8, 9, 10, 11, 12, 13}}, {83, {6, 7, 8, 9}}}));
   const std::vector<Record> records = {{81, {1}, 0, 0},   {83, {1}, 0, 0}, {81, {2}, 0, 3}, {81, {3}, 7, 3},
                                        {81, {4}, 12, 11}, {81, {5}, 0, 7}, {81, {6}, 3, 7}};
@@ -162,7 +162,7 @@ TEST(ChannelPreferenceConversion, MakesAListOfScores) {
 6 | 2437000 kHz | 000000001 | 00000 | 00 | 20 dBm | --- | --- | ---)");
 }
 
-TEST(ChannelPreferenceConversion, MergesToTheWorseScore) {
+TEST(ChannelPreferenceConversion, MergesKeepingTheWorseScore) {
   const ChannelPreferenceConversion conversion(LOWER_5_GHZ);
   const auto own = conversion.to_scores(preferences({{115, {36}, 0, 0}, {115, {40}, 9, 3}, {118, {}, 8, 10}}));
   const auto others = conversion.to_scores(preferences({{115, {36, 40, 44}, 5, 2}, {118, {52}, 8, 0}}));
@@ -171,7 +171,7 @@ TEST(ChannelPreferenceConversion, MergesToTheWorseScore) {
   EXPECT_EQ(merge(others, own), conversion.to_scores(merged));
 }
 
-TEST(ChannelPreferenceConversion, FollowsOtherRules) {
+TEST(ChannelPreferenceConversion, AppliesOtherRules) {
   ChannelScoreRule rules[] = {{ChannelConfigBit::REMOTE_DISTURBER, {1, ChannelPreferenceReasonCode(14)}}};
   const ChannelPreferenceConversion conversion(radio({{118}}), GLOBAL, REFUSE, rules);
   const ChannelList list = conversion.to_channel_list(conversion.to_scores(preferences({{118, {60}, 3, 14}})), TIME);
@@ -180,7 +180,7 @@ TEST(ChannelPreferenceConversion, FollowsOtherRules) {
   EXPECT_THROW(ChannelPreferenceConversion(LOWER_5_GHZ, GLOBAL, REFUSE, rules), std::invalid_argument);
 }
 
-TEST(ChannelPreferenceConversion, ThereAndBackIsTheSame) {
+TEST(ChannelPreferenceConversion, RoundTrips) {
   std::mt19937 random(1905);
   const auto below = [&](unsigned limit) { return static_cast<std::uint8_t>(random() % limit); };
   for (const auto region : {GLOBAL, EUROPE}) {
@@ -192,7 +192,7 @@ TEST(ChannelPreferenceConversion, ThereAndBackIsTheSame) {
     const ChannelList whole = conversion.to_channel_list({});
     for (int round = 0; round < 20; ++round) {
       ChannelScores scores = conversion.to_scores(preferences({}));
-      for (auto& [channel, each] : scores) {  // few differ in the first rounds, so that whole classes share a score
+      for (auto& [channel, each] : scores) {  // few differ in the first rounds: whole classes share a score
         each = below(20) < round ? score(below(16), below(2)) : ChannelScore();
       }
       EXPECT_EQ(conversion.to_scores(conversion.to_preferences(scores)), scores);

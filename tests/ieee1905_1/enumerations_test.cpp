@@ -207,7 +207,7 @@ void check_modes(std::initializer_list<unsigned int> types, const std::string& t
   }
 }
 
-TEST(Enumerations, OfModesGoByTheInterfaceType) {
+TEST(Enumerations, OfModesByInterfaceType) {
   check_modes<EthernetMode1905_1>({0}, "0 FAST_ETHERNET 1 GIGABIT_ETHERNET 255 INVALID");
   check_modes<WLANMode1905_1>(
       {1}, "0 B_2_4_GHZ 1 G_2_4_GHZ 2 A_5_GHZ 3 N_2_4_GHZ 4 N_5_GHZ 5 AC_5_GHZ 6 AD_60_GHZ 7 AF 8 AX 255 INVALID");
@@ -216,7 +216,7 @@ TEST(Enumerations, OfModesGoByTheInterfaceType) {
   check_modes<DummyMode1905_1>({4, 7, 254, 255}, "255 INVALID=dummy~(INVALID)");
 }
 
-TEST(Factories, MakeEmptyObjectsOfTheClassesOfTheirCodes) {
+TEST(Factories, CreateAnEmptyObjectForEachCode) {
   std::string tlvs;
   std::string payloads;
   for (int code = 0; code <= 255; ++code) {

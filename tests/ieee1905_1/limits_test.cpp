@@ -103,14 +103,14 @@ TEST(Limits, OfLengthsWhenDecoding) {
   }
 }
 
-TEST(Limits, ListsThatDoNotEncodeDecodeAllTheSame) {
+TEST(Limits, ListsThatDoNotEncodeDoDecode) {
   for (const char* const wire : {"03 0007 021A2B3C4D5E 00", "8C 0009 021A2B3C4D5E 01 73 00",
                                  "8F 0008 021A2B3C4D5E 00 FD", "9A 0008 021A2B3C4D5E 00 00"}) {
     check_decodes_only(wire, INVALID_SIZE);
   }
 }
 
-TEST(Failures, NameWhatIsCutShort) {
+TEST(Failures, NameTheTypeThatIsCutShort) {
   const auto tlv = list(&TransmitterLinkMetricTLV::add_transmitter_link_metric, 1);
   test::Octets wire = octets("09 0029");
   wire.resize(44);
@@ -126,7 +126,7 @@ TEST(Failures, NameWhatIsCutShort) {
   }
 }
 
-TEST(DummyTLV, SkipsAddsUpAndStandsForAType) {
+TEST(DummyTLV, SkipsItsBodyAndRepresentsAType) {
   const char* const NO_SEEK = "Deserialization of DummyTLV failed, could not seek stream!";
   DummyTLV dummy(TLVType::WSC);
   const auto state = [&] {

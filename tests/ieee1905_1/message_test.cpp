@@ -32,7 +32,7 @@ TEST(MessageHead, Golden) {
                         "Type: 4660 version: 7 MID: 1 FID: 255 LastFragment: false Relay: true", reserved);
 }
 
-TEST(MessageHead, IsThatOfAFragmentUnlessItIsFirstAndLast) {
+TEST(MessageHead, MarksAFragmentUnlessFirstAndLast) {
   for (const auto& [last, fragment, fragmented] :
        {std::tuple(true, 0, false), {true, 2, true}, {false, 0, true}, {false, 2, true}}) {
     EXPECT_EQ(filled(DISCOVERY, FIELD(last_fragment_indicator), last, FIELD(fragment_id), fragment).is_fragmented(),
@@ -117,7 +117,7 @@ TEST(MessageList, MovesTLVsInOrder) {
   EXPECT_TRUE(message.get_list() == list_of({A, B, C, A}));
 }
 
-TEST(Message, QELMessageTypeNeedsAllOfItsConditions) {
+TEST(Message, QELMessageTypeNeedsEveryCondition) {
   constexpr auto NONE = QELMessageType::INVALID;
   const std::tuple<MessageType, std::string, QELMessageType> rows[] = {
       {VENDOR_SPECIFIC_MESSAGE, "0B 0008 OUI 09 0002 004D", QELMessageType(77)},

@@ -62,7 +62,7 @@ TEST(OperatingChannelConversion, Golden) {
   }
 }
 
-TEST(OperatingChannelConversion, ThereAndBackIsTheSame) {
+TEST(OperatingChannelConversion, RoundTrips) {
   for (const auto region : {GLOBAL, EUROPE}) {
     const OperatingChannelConversion conversion(region);
     int channels = 0;
@@ -118,7 +118,7 @@ TEST(OperatingChannelConversion, NamesTheEntriesThatContradictAndSkipsTheUnknown
             info(5180, 5180, WIDTH_20_MHZ));
 }
 
-TEST(OperatingChannelConversion, ReportsWhatAClassHasInWholeDbm) {
+TEST(OperatingChannelConversion, ReportsChannelsOfAClassWithPowerInWholeDbm) {
   const OperatingChannelConversion conversion;
   for (const ChannelInfo& channel :
        {info(0, 0, INVALID), info(5200, 5210, WIDTH_40_MHZ), info(0, 2422, WIDTH_40_MHZ),

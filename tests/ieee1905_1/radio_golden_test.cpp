@@ -154,7 +154,7 @@ TEST(MeasurementTLVs, Golden) {
   });
 }
 
-TEST(MeasurementTLVs, ABeaconQueryRefusesWhatWouldMeanNothing) {
+TEST(MeasurementTLVs, ABeaconQueryRefusesMeaninglessFields) {
   const char* const REPORTS = "Invalid number of reports";
   const char* const ELEMENTS = "Invalid number of elements";
   const char* const SSID = "Invalid length of SSID";

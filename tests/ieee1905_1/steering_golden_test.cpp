@@ -117,7 +117,7 @@ TEST(SteeringTLVs, WildcardTargetsAreEqualButOrdered) {
   EXPECT_EQ(steering_request(MANDATE, {}, {first}), steering_request(MANDATE, {}, {second}));
 }
 
-TEST(SteeringTLVs, TheLengthOfABTMReportTellsWhetherATargetFollows) {
+TEST(SteeringTLVs, TheLengthOfABTMReportShowsWhetherATargetFollows) {
   test::Octets wire(40, 0x11);
   for (const std::uint8_t length : test::Octets{0, 12, 14, 18, 20}) {
     std::ranges::copy(test::Octets{0x9C, 0, length}, wire.begin());

@@ -70,7 +70,7 @@ TEST(WholeMessage, BuildsAndFinds) {
   EXPECT_THROW(builder.add(std::unique_ptr<TLV>()), std::invalid_argument);
 }
 
-TEST(WholeMessage, ErrorsTellThePlace) {
+TEST(WholeMessage, ErrorsNameThePlace) {
   const struct {
     const char* cmdu;
     const char* what;
@@ -196,7 +196,7 @@ TEST(WholeMessage, FragmentsInAnyOrderGiveTheMessage) {
   EXPECT_EQ(reassembly.count_octets() + reassembly.counts().spoiled, 0U);
 }
 
-TEST(WholeMessage, FragmenterSaysWhatDoesNotFit) {
+TEST(WholeMessage, FragmenterNamesWhatDoesNotFit) {
   SerializationContext context;
   const auto refusal = [&](std::size_t largest, const Message& message) -> string {
     try {
@@ -232,7 +232,7 @@ Octets fragment(unsigned int id, bool last, const string& tlvs, unsigned int mes
   return octets;
 }
 
-TEST(WholeMessage, ReassemblyTakesOnlyFragmentsThatAgree) {
+TEST(WholeMessage, ReassemblyAcceptsOnlyMatchingFragments) {
   const string al = "01 0006 021A2B3C4D5E", mac = "02 0006 06F1E2D3C4B5", end = "00 0000";
   const string whole = test::hex(octets(HEAD + al + mac + end));
   const Octets first = fragment(0, false, al), last = fragment(1, true, mac + end);

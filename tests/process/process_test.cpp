@@ -14,7 +14,7 @@ bool is_blocked(int signal) {
   return sigismember(&mask, signal) == 1;
 }
 
-TEST_F(Process, SignalsComeInATurnAndTheMaskIsAsBefore) {
+TEST_F(Process, DeliversSignalsInATurnAndRestoresTheMask) {
   const BlockedSignals before({SIGUSR2});
   {
     std::vector<int> got;
@@ -35,7 +35,7 @@ TEST_F(Process, SignalsComeInATurnAndTheMaskIsAsBefore) {
   EXPECT_FALSE(is_blocked(SIGUSR1));
 }
 
-TEST_F(Process, ChildrenEndInATurn) {
+TEST_F(Process, ReportsChildrenInATurn) {
   signal(SIGCHLD, SIG_IGN);
   ChildWatch watch;
   watch.add_to_evsock();

@@ -283,7 +283,7 @@ TEST(VendorLimits, OfLengthsAndCountsWhenDecoding) {
             (test::ReadOutcome{"Deserialization of type char failed.", test::CUT_SHORT, 10}));
 }
 
-TEST(VendorFailures, LeaveTheFieldsThatWereReadAndTheListAsItWas) {
+TEST(VendorFailures, KeepTheFieldsReadAndDoNotChangeTheList) {
   const auto check = [](const auto& used, const std::string& wire, const auto& left) {
     auto object = used;
     EXPECT_NE(decode_into(object, wire), "") << wire;

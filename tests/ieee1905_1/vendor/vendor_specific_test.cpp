@@ -23,7 +23,7 @@ struct Payload : VendorSpecific {
   QELVendorTLVType get_type() const override { return QELVendorTLVType::VENDOR_UNKNOWN; }
 };
 
-TEST(Comparison, IsOfObjectsOfTheSameClass) {
+TEST(Comparison, RequiresTheSameClass) {
   EXPECT_FALSE(VendorSpecificUnknown(7) == (Foreign<Payload, std::uint16_t>(7)));
   EXPECT_FALSE(*mac_tlv() == (Foreign<TLVCommon<TLVType::MAC_ADDRESS>, MACAddress>(B)));
   EXPECT_FALSE(DummyTLV() == (Foreign<TLVCommon<TLVType::DUMMY>, TLVType>(TLVType::DUMMY)));
