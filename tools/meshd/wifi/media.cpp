@@ -12,7 +12,6 @@ namespace meshd::wifi {
 namespace {
 
 using qel::FrequencyBand;
-using qel::MACAddress;
 using qel::WLANPhymode;
 using qel::ieee1905_1::WLANInterfaceRole1905_1;
 using qel::ieee1905_1::WLANMode1905_1;
