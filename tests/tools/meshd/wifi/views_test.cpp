@@ -10,6 +10,7 @@
 
 #include "tests/tools/meshd/wifi/attributes.h"
 #include "tools/meshd/wifi/clients_view.h"
+#include "tools/meshd/wifi/media.h"
 #include "tools/meshd/wifi/radios_view.h"
 
 namespace meshd::wifi {
@@ -17,6 +18,7 @@ namespace {
 
 using ::testing::AllOf;
 using testing::attribute;
+using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using testing::number;
@@ -194,6 +196,56 @@ TEST(WifiViews, ShowsTheClassesOfARadioInAllItsBands) {
             R"({"radio":"phy1","classes":[{"opclass":81,"band":"2.4 GHz","channel_width":"20 MHz","channels":[6]}]})"
             "\n");
   EXPECT_THROW(view_classes("eth0", model, 2), std::invalid_argument);
+}
+
+TEST(WifiMedia, IsWhatTheMeshIsTold) {
+  Model model = model_of_a_node();
+  const struct {
+    std::uint32_t interface;
+    StandardsInUse standards;
+    const char* expected;  // mode, BSS and channel, and who is at the other end
+  } rows[] = {
+      {3, {}, "AC_5_GHZ WLAN bssid: 02:00:00:00:00:00 role AP band 2 ctrFreqIdx1 58 ctrFreqIdx2 0 02:00:00:00:00:01"},
+      {4,
+       {{3, qel::WLANPhymode::N}},
+       "N_5_GHZ WLAN bssid: 02:00:00:00:00:00 role AP band 2 ctrFreqIdx1 58 ctrFreqIdx2 0 02:00:00:00:00:02"},
+      {5,
+       {{5, qel::WLANPhymode::A}},
+       "G_2_4_GHZ WLAN bssid: 02:00:00:00:00:03 role STA band 0 ctrFreqIdx1 6 ctrFreqIdx2 0 02:00:00:00:00:03"},
+  };
+  for (const auto& row : rows) {
+    const WlanInterface wlan = wlan_interface(model, row.standards, row.interface).value();
+    std::ostringstream text;
+    text << wlan.mode << ' ' << wlan.information << ' ' << wlan.peers.at(0);
+    EXPECT_EQ(text.str(), row.expected);
+  }
+  EXPECT_FALSE(wlan_interface(model, {}, 6));
+  const auto state = [&](std::uint32_t interface, std::uint8_t peer) {
+    InterfaceState all;
+    add_link_states(model, interface, 1, all);
+    const LinkState link = all.link_to(qel::MACAddress({2, 0, 0, 0, 0, peer}));
+    return std::vector<int>{link.speed, link.throughput, link.rcpi, static_cast<int>(link.sent_packets),
+                            all.availability};
+  };
+  EXPECT_THAT(state(3, 1), ElementsAre(866, 866, 130, 12, 75));
+  EXPECT_THAT(state(4, 2), ElementsAre(0, 0, RCPI_UNKNOWN, 0, 75)) << "the channel is that of the access point";
+  const auto associated = number(nl80211_sta_flag_update{~0U, 1U << NL80211_STA_FLAG_ASSOCIATED});
+  tell(model, {Topic::STATIONS, 3},
+       {address(1) + attribute(NL80211_ATTR_STA_INFO, attribute(NL80211_STA_INFO_STA_FLAGS, associated))});
+  EXPECT_TRUE(wlan_interface(model, {}, 3)->peers.empty()) << "not authorized yet";
+}
+
+TEST(WifiMedia, TakesTheStandardFromEitherDaemon) {
+  using enum qel::WLANPhymode;
+  const std::pair<const char*, qel::WLANPhymode> rows[] = {
+      {"state=ENABLED\nieee80211n=1\nieee80211ac=1\nieee80211ax=0\nbeacon_int=100\n", AC},
+      {"ieee80211n=1\nieee80211ac=0\nieee80211ax=1", AX},
+      {"ieee80211n=0\nieee80211ac=0\nieee80211ax=0\n", A},
+      {"ssid=wifi_generation=6\nwifi_generation=4\n", N},
+      {"wpa_state=SCANNING\n", INVALID_MAX}};
+  for (const auto& [status, standard] : rows) {
+    EXPECT_EQ(standard_of(status), standard) << status;
+  }
 }
 
 }  // namespace
