@@ -103,8 +103,9 @@ set(CPACK_DEBIAN_WEB_PACKAGE_DEPENDS
 if(TARGET meshd-wifi)
   qel_package(wifi mesh-wifi net
 "node of a Wi-Fi mesh on access points and stations
-meshd-wifi is meshd with Wi-Fi: it reports radios and their links as the kernel,
-hostapd and wpa_supplicant describe them. The service runs it in place of meshd.")
+meshd-wifi is meshd with Wi-Fi: it reports radios and their links as the
+kernel, hostapd and wpa_supplicant describe them. The service runs it in place
+of meshd.")
   set(CPACK_DEBIAN_WIFI_PACKAGE_DEPENDS
     "mesh-tools (= ${version}), ${library_dependency}, mesh-platform (>= ${version})")
 endif()

@@ -171,12 +171,12 @@ TEST(Entity, ReportsItsRadiosAndWhoIsAtTheirOtherEnd) {
   const qel::MACAddress bssid = interface_mac(0x11);
   const qel::MACAddress station = interface_mac(0x21);
   const qel::MACAddress phone = mac(0x55, 1);
-  ap.entity.replace_interface(0, {"wlan0", bssid, "br0", wlan(AP, bssid, {phone})});
+  ap.entity.replace_interface(0, {"wlan0", bssid, "br0", wlan(AP, bssid, {phone, mac(0x55, 2)})});
   ap.entity.replace_interface(1, {"wlan0.sta1", bssid, "br0", wlan(AP, bssid, {station})});
   ap.ports.states[0].links[phone] = {11, 12, 13, 14, 15, 16, 17};
   ap.ports.states[1].links[station] = {21, 22, 23, 24, 866, 433, 97};
   ap.ports.states[1].availability = 60;
-  ap.ports.hosts[0] = {phone, mac(0x55, 2)};
+  ap.ports.hosts[0] = {mac(0x55, 2), mac(0x55, 4)};
   ap.ports.hosts[1] = {station, mac(0x55, 3)};  // the latter is behind the repeater
   repeater.entity.replace_interface(0, {"wlan0", station, "", wlan(STA, bssid, {bssid})});
   repeater.ports.states[0].links[mac(0x77, 7)] = {31, 32, 33, 34, 35, 36, 37};  // the only one, whatever its address
@@ -192,7 +192,8 @@ TEST(Entity, ReportsItsRadiosAndWhoIsAtTheirOtherEnd) {
       {ap,
        {"mac: 02:19:05:10:00:11 type: WLAN mode: AX media-specific: WLAN bssid: 02:19:05:10:00:11 role AP band 2"
         " ctrFreqIdx1 42 ctrFreqIdx2 0\n\tInterfaceInformation: mac: 02:19:05:10:00:13 type: ETHERNET",
-        "DEVICE_LIST LOCAL MAC: 02:19:05:10:00:11\t{02:19:05:55:00:01}\t{02:19:05:55:00:02}\n\ttype: IEEE1905_NEIGHBOR_"
+        "DEVICE_LIST LOCAL MAC: "
+        "02:19:05:10:00:11\t{02:19:05:55:00:01}\t{02:19:05:55:00:02}\t{02:19:05:55:00:04}\n\ttype: IEEE1905_NEIGHBOR_"
         "DEVICE LOCAL MAC: 02:19:05:10:00:11\tAL_MAC: 02:19:05:A0:00:02 IEEE802_1_bridge: NO",
         "intfType: WLAN AX IEEE802.1BridgeFlag: NO_IEEE802_1_BRIDGE packetErrors: 24 transmittedPackets: 23"
         " macThroughputCapacity: 433 linkAvailability: 60 phyRate: 866",
