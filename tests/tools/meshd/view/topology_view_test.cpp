@@ -217,7 +217,9 @@ TEST(TopologyView, IsWhatTheEntityKnows) {
   }
   const std::string text =
       text_of(print_text, view_topology("one", left.entity, TimePoint{} + std::chrono::seconds(5)));
-  EXPECT_THAT(text, StartsWith("node 02:19:05:A0:00:01 (one, this node), meshd 0.1\n"));
+  EXPECT_THAT(text, StartsWith("node 02:19:05:A0:00:01 (one, this node), meshd 0.1\n"
+                               "  interface 02:19:05:10:00:11 ETHERNET GIGABIT_ETHERNET eth0\n"
+                               "    link to 02:19:05:A0:00:02 at 02:19:05:10:00:21: 0 Mb/s"));
   EXPECT_THAT(text, HasSubstr("node 02:19:05:A0:00:02, meshd 0.2, answered 5 s ago\n"));
   EXPECT_THAT(text, HasSubstr("    link to 02:19:05:A0:00:01 (one) at 02:19:05:10:00:11: 1000 Mb/s, 100 % available, "
                               "sent 500 packets with 4 errors, received 400 packets with 3 errors\n"));
