@@ -71,6 +71,13 @@ TEST(ShringbufTest, TheOldestLinesMakeRoomAndAreCounted) {
   const auto lines = read_all(attach(name));
   ASSERT_EQ(lines.size(), 5u);  // the remaining part of the sixth is useless
   EXPECT_EQ(lines.front(), "15" + tail);
+
+  const std::string short_name = unique_name("short");
+  const Ring short_ring(shringbuf_init(short_name.c_str(), 4096));
+  for (std::size_t i = 1; i <= 40; ++i) {
+    shringbuf_add(short_ring.get(), "%d", 1);
+    EXPECT_EQ(read_all(attach(short_name)).size(), std::min<std::size_t>(i, 16)) << i;
+  }
 }
 
 TEST(ShringbufTest, AnotherProcessReadsWhileTheRingIsWritten) {
