@@ -15,7 +15,7 @@ namespace meshd::wifi {
 namespace {
 
 std::string contents(const std::string& name) {
-  std::ifstream file(QEL_TEST_DATA "/wifi/" + name, std::ios::binary);
+  std::ifstream file(QEL_TEST_DATA "/" + name, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
@@ -40,7 +40,7 @@ TEST(WifiRecording, BecomesTheModelThatIwShows) {
   if constexpr (std::endian::native == std::endian::big) {
     GTEST_SKIP() << "netlink has the byte order of the machine; the recording is from a little-endian one";
   }
-  const std::string recording = contents("ap.bin");
+  const std::string recording = contents("corpus/nl80211/answers-of-linux");
   Model model;
   bool is_first = true;
   netlink::for_each<nlmsghdr, &nlmsghdr::nlmsg_len>(testing::octets_of(recording),
@@ -61,7 +61,7 @@ TEST(WifiRecording, BecomesTheModelThatIwShows) {
                                                     });
   std::ostringstream json;
   print_json(json, model, 1);
-  EXPECT_EQ(json.str(), contents("ap.json"));
+  EXPECT_EQ(json.str(), contents("wifi/ap.json"));
 }
 
 }  // namespace
