@@ -301,6 +301,9 @@ TEST(WholeMessage, ReassemblyIsBounded) {
   EXPECT_FALSE(reassembly.add(B, fragment(0, false, large, 7), later));
   EXPECT_EQ(reassembly.count_octets(), 64U);
   EXPECT_TRUE(completes(B, 7, later));
+  EXPECT_FALSE(reassembly.add(A, fragment(0, false, large, 9), later));
+  EXPECT_FALSE(reassembly.add(other, fragment(0, false, large, 10), later));  // displaces the previous one
+  EXPECT_FALSE(reassembly.add(B, fragment(0, false, al, 7), later) || completes(B, 7, later)) << "was complete before";
   EXPECT_FALSE(reassembly.add(A, fragment(0, false, al, 8), later));
   EXPECT_FALSE(completes(A, 8, START)) << "before its first fragment";
 }

@@ -64,7 +64,7 @@ case $task in
       "$stage/$program" --version >/dev/null || die "$program does not start where it is installed"
     done
     # The components together make up the whole.
-    for component in runtime platform dev tools web; do
+    for component in runtime platform dev tools web wifi; do
       "$cmake" --install "$build" --prefix "$stage.parts" --component "$component"
     done
     diff -r "$stage" "$stage.parts" || die "the components are not all that is installed"
