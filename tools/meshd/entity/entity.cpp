@@ -150,6 +150,12 @@ void Entity::replace_interface(std::size_t interface, LocalInterface renewed) {
   announce_on(interface);
 }
 
+void Entity::set_wlan(std::size_t interface, std::optional<WlanInterface> wlan) {
+  LocalInterface& ours = config_.interfaces.at(interface);
+  has_changed_ = has_changed_ || wlan != ours.wlan;
+  ours.wlan = std::move(wlan);
+}
+
 void Entity::disconnect(std::size_t interface) {
   on_links_lost(neighbors_.disconnect(interface));
   inquirer_.forget();

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <set>
 #include <span>
 #include <string>
@@ -81,6 +82,10 @@ class Entity {
   /// The interface came up, or something of it changed. Announces us there, and notifies the mesh of a new address and
   /// of what changed on a radio. Throws std::out_of_range.
   void replace_interface(std::size_t interface, LocalInterface renewed);
+
+  /// Only the radio of the interface, or who is at its other end, changed. Notifies the mesh, once a second at most.
+  /// Throws std::out_of_range.
+  void set_wlan(std::size_t interface, std::optional<WlanInterface> wlan);
 
   /// The interface has lost its carrier: its links are gone.
   void disconnect(std::size_t interface);

@@ -11,6 +11,7 @@
 #include <ostream>
 #include <stdexcept>
 #include <system_error>
+#include <tuple>
 #include <utility>
 
 #include "qel/daemon/log.h"
@@ -280,8 +281,12 @@ void LocalPorts::update(std::size_t interface, const Link& link) {
     if (was_up && !link.state.up) {
       entity_.disconnect(interface);
     }
-    if (current != known || (link.state.up && !was_up)) {
+    const bool is_as_before =
+        std::tie(current.name, current.mac, current.bridge) == std::tie(known.name, known.mac, known.bridge);
+    if (!is_as_before || (link.state.up && !was_up)) {
       entity_.replace_interface(interface, std::move(current));
+    } else {  // strangers can cause this, so it must not be announced each time
+      entity_.set_wlan(interface, std::move(current.wlan));
     }
   } catch (...) {  // to be repeated
     ports_[interface].is_up = was_up;

@@ -225,8 +225,8 @@ TEST(Entity, ReportsItsRadiosAndWhoIsAtTheirOtherEnd) {
   for (const std::size_t notifications : {1U, 0U}) {  // the channel has changed; nothing has
     WlanInterface moved = wlan(AP, bssid, {phone});
     moved.information.set_center_freq_1(155);
-    ap.entity.replace_interface(0, {"wlan0", bssid, "br0", moved});
-    ap.ports.take();
+    ap.entity.set_wlan(0, moved);
+    EXPECT_THAT(ap.ports.take(), IsEmpty());
     ap.entity.tend(START);
     EXPECT_EQ(std::ranges::count(types_of(ap.ports.take()), TOPOLOGY_NOTIFICATION_MESSAGE),
               static_cast<std::ptrdiff_t>(3 * notifications));
