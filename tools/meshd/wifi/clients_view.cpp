@@ -176,8 +176,8 @@ void print_text(std::ostream& os, const ClientsView& view) {
   }
   using enum TextTable::Align;
   TextTable links({{"STATION"},
-                   {"IS A"},
-                   {"AT"},
+                   {"KIND"},
+                   {"INTERFACE"},
                    {"SIGNAL", RIGHT},
                    {"SEND RATE"},
                    {"RECEIVE RATE"},

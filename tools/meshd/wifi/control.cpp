@@ -26,9 +26,11 @@ constexpr std::size_t MOST_COMMANDS = 64;
 /// up, and with it the address to which a late reply goes.
 class Control::Watch final : public qel::daemon::ISimpleFDWatch {
  public:
-  Watch(wpa_ctrl* connection, Control& control)
-      : ISimpleFDWatch(wpa_ctrl_get_fd(connection), "control socket"),
-        connection_(connection, wpa_ctrl_close),
+  using Connection = std::unique_ptr<wpa_ctrl, void (*)(wpa_ctrl*)>;
+
+  Watch(Connection connection, Control& control)
+      : ISimpleFDWatch(wpa_ctrl_get_fd(connection.get()), "control socket"),
+        connection_(std::move(connection)),
         control_(control) {}
   ~Watch() override { remove_from_evsock(); }  // before the descriptor is closed
 
@@ -38,13 +40,13 @@ class Control::Watch final : public qel::daemon::ISimpleFDWatch {
   void on_writable() override {}
 
  private:
-  std::unique_ptr<wpa_ctrl, void (*)(wpa_ctrl*)> connection_;
+  Connection connection_;
   Control& control_;
 };
 
 Control::Control(qel::daemon::Mainloop& loop, std::string path, std::string own_directory, const ControlTimes& times)
     : loop_(loop), path_(std::move(path)), own_directory_(std::move(own_directory)), times_(times) {
-  connect_timer_.start(std::chrono::milliseconds(0), [this] { connect(); });
+  connect_in(std::chrono::milliseconds(0));
 }
 
 Control::~Control() {
@@ -53,22 +55,34 @@ Control::~Control() {
   }
 }
 
+/// The timer is restarted before its work, without allocating memory, so that it continues even if the work fails.
+void Control::connect_in(std::chrono::milliseconds duration) {
+  connect_timer_.start(duration, [this] {
+    connect_timer_.start_ctimer(times_.retry);
+    connect();
+  });
+}
+
 void Control::connect() {
-  wpa_ctrl* const connection = wpa_ctrl_open2(path_.c_str(), own_directory_.c_str());
+  if (watch_) {  // left when memory ran out
+    loop_.remove_watch(std::exchange(watch_, nullptr));
+    commands_.clear();
+  }
+  Watch::Connection connection(wpa_ctrl_open2(path_.c_str(), own_directory_.c_str()), wpa_ctrl_close);
   if (connection == nullptr) {
     // That the daemon does not run is no trouble.
     if (errno != ENOENT && errno != ECONNREFUSED && !std::exchange(is_refusal_told_, true)) {
       qel::debug::stream("meshd") << qel::debug::LogLevels::ERROR << "cannot connect to " << path_ << ": "
                                   << std::strerror(errno) << std::endl;
     }
-    connect_timer_.start(times_.retry, [this] { connect(); });
     return;
   }
   is_refusal_told_ = false;
-  watch_ = std::make_shared<Watch>(connection, *this);
+  watch_ = std::make_shared<Watch>(std::move(connection), *this);
   loop_.add_watch(watch_);
   commands_.push_back({"ATTACH", [this](const std::optional<std::string>& reply) { on_attached(reply); }});
   send_first();
+  connect_timer_.stop();
 }
 
 void Control::on_attached(const std::optional<std::string>& reply) {
@@ -85,7 +99,7 @@ void Control::disconnect() {
   loop_.remove_watch(std::exchange(watch_, nullptr));
   answer_timer_.stop();
   check_timer_.stop();
-  connect_timer_.start(times_.retry, [this] { connect(); });
+  connect_in(times_.retry);
   const std::deque<Command> left = std::exchange(commands_, {});
   const bool was_attached = std::exchange(is_attached_, false);
   const std::weak_ptr<const char> life = life_;
@@ -101,7 +115,7 @@ void Control::disconnect() {
 }
 
 void Control::check() {
-  check_timer_.start(times_.check, [this] { check(); });
+  check_timer_.start_ctimer(times_.check);
   request("PING", [](const std::optional<std::string>&) {});  // the connection ends unless there is a reply
 }
 

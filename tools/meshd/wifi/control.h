@@ -55,6 +55,7 @@ class Control {
     OnReply on_reply;
   };
 
+  void connect_in(std::chrono::milliseconds duration);
   void connect();
   void disconnect();
   void on_attached(const std::optional<std::string>& reply);

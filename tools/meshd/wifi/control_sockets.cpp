@@ -19,6 +19,9 @@ std::optional<qel::MACAddress> address_in(std::string_view event, std::string_vi
              : std::nullopt;
 }
 
+/// Clients asked about in a refresh; the others have their turn in the next one.
+constexpr std::size_t MOST_AT_ONCE = 32;
+
 bool is_known(const Model& model, const qel::MACAddress& mac) {
   for (const auto& [number, interface] : model.get_interfaces()) {
     if (model.get_stations(number).contains(mac)) {
@@ -86,12 +89,14 @@ void ControlSockets::ask(std::uint32_t interface) {
   if (ours == model.get_interfaces().end()) {
     return;
   }
+  std::size_t asked = 0;
   for (const auto& [number, other] : model.get_interfaces()) {
     // Clients with 4 addresses have an interface of their own, with the address of the access point.
     const bool is_part = number == interface || (other.role == Role::AP_VLAN && other.wiphy == ours->second.wiphy &&
                                                  other.mac == ours->second.mac);
     for (const auto& [mac, station] : is_part ? model.get_stations(number) : Model::Stations()) {
-      if (!associations_.contains(mac)) {
+      const bool is_in = station.is_authorized || !station.has_flags;
+      if (is_in && !associations_.contains(mac) && ++asked <= MOST_AT_ONCE) {
         ours->second.role == Role::STATION ? ask_status(interface) : ask_client(interface, mac);
       }
     }

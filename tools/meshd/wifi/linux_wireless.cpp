@@ -41,12 +41,16 @@ class LinuxWireless final : public Wireless {
   }
 
   void add_state(unsigned int index, InterfaceState& state) const override {
-    wifi::add_link_states(radios_.get_model(), index, qel::LastChanged<float>::now(), state);
+    wifi::add_link_states(radios_.get_model(), index, state);
   }
 
  private:
   /// In the next turn, once for all that happens in this one.
-  void change_soon() { timer_.start(std::chrono::milliseconds(0), on_change_); }
+  void change_soon() {
+    if (!timer_.is_running()) {
+      timer_.start(std::chrono::milliseconds(0), on_change_);
+    }
+  }
 
   std::function<void()> on_change_;
   qel::time::Timer timer_;

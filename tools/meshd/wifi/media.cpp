@@ -104,8 +104,8 @@ void set_channel(WLANSpecificInformation& information, const qel::ChannelInfo& c
   }
 }
 
-/// A station whose handshake is under way is associated but not authorized. A driver that reports no flags has neither.
-bool is_peer(const Station& station) { return station.is_authorized || !station.is_associated; }
+/// False for a station that has only authenticated, or whose handshake is under way: anybody can get that far.
+bool is_peer(const Station& station) { return station.is_authorized || !station.has_flags; }
 
 std::uint16_t megabits(std::uint64_t kilobits) {
   return static_cast<std::uint16_t>(
@@ -164,14 +164,14 @@ std::optional<WlanInterface> wlan_interface(const Model& model, const StandardsI
   result.information.set_role(role_of(interface->role));
   if (interface->role == Role::AP || interface->role == Role::AP_VLAN || interface->role == Role::P2P_GROUP_OWNER) {
     result.information.set_bssid(interface->mac);
-  } else if (interface->role == Role::STATION && !result.peers.empty()) {
+  } else if ((interface->role == Role::STATION || interface->role == Role::P2P_CLIENT) && !result.peers.empty()) {
     result.information.set_bssid(result.peers.front());
   }
   set_channel(result.information, bss.channel);
   return result;
 }
 
-void add_link_states(const Model& model, std::uint32_t number, Timestamp now, InterfaceState& state) {
+void add_link_states(const Model& model, std::uint32_t number, InterfaceState& state) {
   const Interface* const interface = find_interface(model, number);
   if (interface == nullptr) {
     return;
@@ -179,14 +179,8 @@ void add_link_states(const Model& model, std::uint32_t number, Timestamp now, In
   for (const auto& [mac, station] : model.get_stations(number)) {
     state.links.emplace(mac, link_state(station));
   }
-  const auto& frequency = bss_of(model, *interface).channel.get_primary_frequency();
-  if (!frequency.is_set() || !model.get_wiphys().contains(interface->wiphy)) {
-    return;
-  }
-  const qel::WLANRadio radio = model.get_radio(interface->wiphy, now);
-  const qel::ChannelEntry* const channel = radio.get_channel_list().get_channel_entry(frequency.get());
-  if (channel != nullptr && channel->get_channel_utilization().is_set()) {
-    state.availability = static_cast<std::uint16_t>(100 - channel->get_channel_utilization().get());
+  if (const auto utilization = model.get_utilization(bss_of(model, *interface))) {
+    state.availability = static_cast<std::uint16_t>(100 - *utilization);
   }
 }
 

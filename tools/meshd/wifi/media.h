@@ -22,6 +22,6 @@ qel::WLANPhymode standard_of(const std::string& status);
 std::optional<WlanInterface> wlan_interface(const Model& model, const StandardsInUse& standards, std::uint32_t number);
 
 /// Adds the links to the peers of the interface. Its availability is what the radio's channel is not busy.
-void add_link_states(const Model& model, std::uint32_t number, Timestamp now, InterfaceState& state);
+void add_link_states(const Model& model, std::uint32_t number, InterfaceState& state);
 
 }  // namespace meshd::wifi

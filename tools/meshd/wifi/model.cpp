@@ -19,8 +19,9 @@ using Topic = Question::Topic;
 constexpr std::chrono::milliseconds SHORTEST_MEASUREMENT{1000};
 
 bool has_stations(const Interface& interface) {
-  return interface.role == Role::AP || interface.role == Role::AP_VLAN || interface.role == Role::STATION ||
-         interface.role == Role::MESH_POINT;
+  constexpr Role ROLES[] = {Role::AP,         Role::AP_VLAN,    Role::STATION,
+                            Role::MESH_POINT, Role::P2P_CLIENT, Role::P2P_GROUP_OWNER};
+  return std::ranges::find(ROLES, interface.role) != std::end(ROLES);
 }
 
 /// True if what is known about the stations and channels of an interface still holds.
@@ -66,6 +67,19 @@ const Model::Surveys& Model::get_surveys(std::uint32_t interface) const {
   static const Surveys NONE;
   const auto known = known_.find(interface);
   return known == known_.end() ? NONE : known->second.surveys;
+}
+
+std::optional<std::uint8_t> Model::get_utilization(const Interface& interface) const {
+  const auto known = known_.find(interface.number);
+  const auto& frequency = interface.channel.get_primary_frequency();
+  if (known == known_.end() || !frequency.is_set()) {
+    return std::nullopt;
+  }
+  const auto& [stations, surveys, earlier] = known->second;
+  const auto survey = surveys.find(frequency.get());
+  const auto previous = earlier.find(frequency.get());
+  return survey == surveys.end() ? std::nullopt
+                                 : utilization(survey->second, previous == earlier.end() ? Survey() : previous->second);
 }
 
 const Regulatory* Model::get_regulatory(std::uint32_t wiphy) const {
@@ -271,7 +285,9 @@ std::vector<Question> Model::apply(const StationEvent& event) {
   }
   Stations& stations = known_[event.interface].stations;
   if (event.is_there) {
-    set(stations, event.station.mac, event.station, MOST_STATIONS);
+    Station station = event.station;
+    station.has_flags = true;  // the event has none, and none is set yet
+    set(stations, event.station.mac, std::move(station), MOST_STATIONS);
   } else {
     stations.erase(event.station.mac);
   }

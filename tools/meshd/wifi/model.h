@@ -45,6 +45,9 @@ class Model {
   const Stations& get_stations(std::uint32_t interface) const;
   /// Likewise.
   const Surveys& get_surveys(std::uint32_t interface) const;
+  /// In percent, of the primary channel of the interface. Nothing if it is on no channel or its radio measures no
+  /// times.
+  std::optional<std::uint8_t> get_utilization(const Interface& interface) const;
   /// The rules of the radio, or else those for all radios. Null if neither is known. Valid until the next change.
   const Regulatory* get_regulatory(std::uint32_t wiphy) const;
 

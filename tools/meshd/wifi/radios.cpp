@@ -61,12 +61,22 @@ class Radios::Watch final : public qel::daemon::ISimpleFDWatch {
 
 Radios::Radios(qel::daemon::Mainloop& loop, std::chrono::milliseconds refresh)
     : loop_(loop), refresh_(refresh), pause_(refresh) {
-  timer_.start(std::chrono::milliseconds(0), [this] { open(); });
+  open_in(std::chrono::milliseconds(0));
 }
 
 Radios::~Radios() { close(); }
 
+/// As in refresh_in(), the timer is restarted before its work, without allocating memory, so that it continues even if
+/// the work fails.
+void Radios::open_in(std::chrono::milliseconds duration) {
+  timer_.start(duration, [this] {
+    timer_.start_ctimer(pause_);
+    open();
+  });
+}
+
 void Radios::open() {
+  close();
   try {
     events_ = std::make_shared<Watch>("nl80211 events", true, [this] { read_events(); });
     answers_ = std::make_shared<Watch>("nl80211 answers", false, [this] { read_answers(); });
@@ -78,6 +88,7 @@ void Radios::open() {
   }
   loop_.add_watch(events_);
   loop_.add_watch(answers_);
+  refresh_in(refresh_);
   queue_everything();
   ask_next();
 }
@@ -95,7 +106,7 @@ void Radios::close() {
 
 void Radios::fail(const std::string& why) {
   close();
-  timer_.start(pause_, [this] { open(); });
+  open_in(pause_);
   pause_ = std::min(2 * pause_, LONGEST_PAUSE * refresh_);
   if (!std::exchange(has_failed_, true)) {
     failed(why);
@@ -104,6 +115,7 @@ void Radios::fail(const std::string& why) {
 
 void Radios::refresh_in(std::chrono::milliseconds duration) {
   timer_.start(duration, [this] {
+    timer_.start_ctimer(refresh_);
     queue({Topic::INTERFACES});
     ask_next();
   });
@@ -159,7 +171,6 @@ void Radios::finish(const Nl80211Socket::Received& end) {
         queue(question);
       }
     }
-    refresh_in(refresh_);
   }
   if (!waiting_.empty()) {
     ask_next();
@@ -214,11 +225,13 @@ void Radios::read_events() {
   }
   for (const Event& event : events) {
     for (const Question& question : model_.take(event)) {
-      queue(question);
+      if (question.topic != Topic::STATIONS) {  // which anybody on the air can cause: left to the refresh below
+        queue(question);
+      }
     }
     happened(event);
   }
-  if (!events.empty() && timer_.is_running() && timer_.get_remaining_time() > SETTLING) {
+  if (!events.empty() && events_ && timer_.get_remaining_time() > SETTLING) {
     refresh_in(SETTLING);
   }
   ask_next();

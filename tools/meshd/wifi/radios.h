@@ -47,6 +47,7 @@ class Radios {
   void open();
   void close();
   void fail(const std::string& why);
+  void open_in(std::chrono::milliseconds duration);
   void refresh_in(std::chrono::milliseconds duration);
   /// Adds the question to those that wait, unless it is among them.
   void queue(const Question& question);

@@ -27,7 +27,10 @@ void Standards::refresh(const Model& model) {
 void Standards::ask(std::uint32_t interface) {
   if (Control* const control = sockets_.find(interface)) {
     control->request("STATUS", [this, interface](const std::optional<std::string>& reply) {
-      set(interface, reply ? standard_of(*reply) : WLANPhymode::INVALID_MAX);
+      const Control* const asked = sockets_.find(interface);
+      if (reply || asked == nullptr || !asked->is_connected()) {  // else too many commands wait there
+        set(interface, reply ? standard_of(*reply) : WLANPhymode::INVALID_MAX);
+      }
     });
   }
 }

@@ -14,6 +14,8 @@ using qel::WLANPhymode;
 /// The most octets that the elements of an association request can have: those of the largest frame.
 constexpr std::size_t MOST_ELEMENT_OCTETS = 2304;
 constexpr std::uint8_t HT_MCS_PER_STREAM = 8;
+/// From here on the streams of an MCS may differ in modulation (IEEE 802.11-2020, 19.5); no driver is known to use one.
+constexpr std::uint8_t HT_MCS_UNEQUAL = 32;
 
 Rate rate_of(Octets attributes) {
   Rate rate;
@@ -31,8 +33,11 @@ Rate rate_of(Octets attributes) {
       case NL80211_RATE_INFO_MCS:
         if (take(value, ht_mcs)) {
           rate.mode = WLANPhymode::N;
-          rate.mcs = ht_mcs % HT_MCS_PER_STREAM;
-          rate.streams = static_cast<std::uint8_t>(ht_mcs / HT_MCS_PER_STREAM + 1);
+          rate.mcs = ht_mcs;
+          if (ht_mcs < HT_MCS_UNEQUAL) {
+            rate.mcs = ht_mcs % HT_MCS_PER_STREAM;
+            rate.streams = static_cast<std::uint8_t>(ht_mcs / HT_MCS_PER_STREAM + 1);
+          }
         }
         break;
       case NL80211_RATE_INFO_VHT_MCS:
@@ -81,6 +86,7 @@ void set_flags(Station& station, Octets attribute) {
   }
   const auto flags = netlink::value_of<nl80211_sta_flag_update>(attribute);
   const auto is_set = [&](unsigned int flag) { return (flags.mask & flags.set & 1U << flag) != 0; };
+  station.has_flags = true;
   station.is_authorized = is_set(NL80211_STA_FLAG_AUTHORIZED);
   station.is_associated = is_set(NL80211_STA_FLAG_ASSOCIATED);
   station.has_protected_management = is_set(NL80211_STA_FLAG_MFP);

@@ -40,6 +40,7 @@ struct Station {
   std::optional<std::chrono::seconds> connected;
   std::optional<std::chrono::milliseconds> inactive;
   std::optional<std::uint32_t> expected_throughput;  ///< in kb/s
+  bool has_flags = false;                            ///< the driver reports the flags below
   bool is_authorized = false;                        ///< data frames may pass, not only the handshake
   bool is_associated = false;
   bool has_protected_management = false;

@@ -159,7 +159,7 @@ TEST(WifiViews, ShowsClients) {
       view_clients("meshd", model_of_a_node(), associations, {{qel::MACAddress("02:00:00:00:00:01"), "phone"}});
   EXPECT_EQ(
       text_of(view),
-      R"(STATION                  IS A                  AT           SIGNAL  SEND RATE                 RECEIVE RATE  CONNECTED   IDLE  SECURITY  SSID
+      R"(STATION                  KIND                  INTERFACE    SIGNAL  SEND RATE                 RECEIVE RATE  CONNECTED   IDLE  SECURITY  SSID
 02:00:00:00:00:01 phone  client                wlan0       -45 dBm  866.7 Mb/s, ac 80 MHz x2  6.0 Mb/s        1:02:03  1.0 s  WPA2PSK   \x1b[2J|)"
       "\uFFFD\n"
       R"(02:00:00:00:00:02        backhaul, no key yet  wlan0.sta1        -  -                         -             2 d 07:33   59 s  -         \x1b[2J|)"
@@ -222,7 +222,7 @@ TEST(WifiMedia, IsWhatTheMeshIsTold) {
   EXPECT_FALSE(wlan_interface(model, {}, 6));
   const auto state = [&](std::uint32_t interface, std::uint8_t peer) {
     InterfaceState all;
-    add_link_states(model, interface, 1, all);
+    add_link_states(model, interface, all);
     const LinkState link = all.link_to(qel::MACAddress({2, 0, 0, 0, 0, peer}));
     return std::vector<int>{link.speed, link.throughput, link.rcpi, static_cast<int>(link.sent_packets),
                             all.availability};
@@ -233,6 +233,11 @@ TEST(WifiMedia, IsWhatTheMeshIsTold) {
   tell(model, {Topic::STATIONS, 3},
        {address(1) + attribute(NL80211_ATTR_STA_INFO, attribute(NL80211_STA_INFO_STA_FLAGS, associated))});
   EXPECT_TRUE(wlan_interface(model, {}, 3)->peers.empty()) << "not authorized yet";
+  StationEvent joined{true, 3, {}};
+  joined.station.mac = qel::MACAddress({2, 0, 0, 0, 0, 9});
+  model.take(joined);
+  EXPECT_EQ(model.get_stations(3).size(), 2U);
+  EXPECT_TRUE(wlan_interface(model, {}, 3)->peers.empty()) << "not even associated";
 }
 
 TEST(WifiMedia, TakesTheStandardFromEitherDaemon) {
