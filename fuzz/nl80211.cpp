@@ -14,8 +14,8 @@
 #include "tools/meshd/wifi/survey.h"
 #include "tools/meshd/wifi/wiphy.h"
 
-/// Any octets as messages of nl80211, one after another as netlink has them: each is made all that the kernel could
-/// mean by it, and all of a row are one dump of radios. What comes of it stays within the limits and can be printed.
+/// Reads any octets as messages of nl80211, one after another as in a netlink datagram. Each is converted as every kind
+/// of message, and together they form one dump of radios. The results stay within the limits and can be printed.
 
 namespace {
 

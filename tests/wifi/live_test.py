@@ -304,6 +304,47 @@ def compare(meshd, node):
     step(f"{node}: {len(values)} values agree: {', '.join(sorted(kinds))}")
 
 
+def told_by_iw(node):
+    """The interfaces that are on a channel, and the signals of the stations, as the mesh should know them."""
+    fields = fields_of_iw(node)
+    told = {}
+    for name in [key.split()[0] for key in fields if key.endswith(" channel_width") and fields[key]]:
+        mac, role, center, stations = (fields[f"{name} {key}"] for key in ("mac", "role", "center", "stations"))
+        if role in ("AP", "STATION"):  # AP_VLAN has the address of its access point
+            told[mac] = (role.removesuffix("TION"), mac if role == "AP" else stations[0],
+                         fields[f"{name} channel_width"].split()[0],
+                         (center - 2407000) // 5000 if center < 3000000 else (center - 5000000) // 5000,
+                         "N_2_4_GHZ" if center < 3000000 else "AC_5_GHZ")  # as the laboratory sets them up
+        for station in stations:
+            told[f"{mac} hears {station}"] = 2 * (fields[f"{name} station {station} average_signal"] + 110)
+    return told
+
+
+def told_by_mesh(node, al_mac):
+    shown = json.loads(run(f"{TOOLS}/meshctl", "topology", "--json", node))
+    told = {}
+    for each in next(device for device in shown["nodes"] if device["al_mac"] == al_mac)["interfaces"]:
+        wlan = each["wlan"] or {}
+        told[each["mac"]] = (*(wlan.get(key) for key in ("role", "bssid", "width", "center_channel")), each["mode"])
+    for link in shown["links"]:
+        if link["from"] == al_mac:
+            told[f"{link['from_interface']} hears {link['to_interface']}"] = link["receiver"]["rcpi"]
+    return told
+
+
+def compare_mesh(node, al_mac, link):
+    """`link` is one that both know: hosts have none."""
+    for _ in range(10):
+        iw_says, mesh_says = told_by_iw(node), told_by_mesh(node, al_mac)
+        wrong = {key: (mesh_says.get(key), value) for key, value in iw_says.items()
+                 if mesh_says.get(key) != value and (" hears " not in key or key == link)}
+        if not wrong and link in iw_says:
+            step(f"{node}: the mesh knows {len(iw_says)} interfaces and signals")
+            return
+        time.sleep(1)
+    sys.exit(f"the mesh knows something else than iw: {wrong or link}")
+
+
 def main():
     os.environ["QELIPC_BUS_ADDRESS"] = "unix:path=/tmp/bus"
     run("dbus-daemon", "--session", "--fork", "--address=unix:path=/tmp/bus")
@@ -320,6 +361,8 @@ def main():
             lambda it: it.stations("wlan0") == ["02:00:00:00:02:00"] and it.stations("wlan1.sta1"))
     compare(ap, "ap")
     compare(sta, "sta")
+    compare_mesh("ap", "02:00:5E:00:00:01", f"{two} hears 02:00:00:00:03:00")
+    compare_mesh("sta", "02:00:5E:00:00:02", f"02:00:00:00:03:00 hears {two}")
 
     on("ap", "hostapd_cli", "-i", "wlan0", "chan_switch", "5", "5220", "sec_channel_offset=1", "center_freq1=5210",
        "bandwidth=80", "ht", "vht")

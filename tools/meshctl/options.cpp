@@ -207,7 +207,7 @@ Options parse_options(int argc, const char* const* argv) {
         std::tuple(Verb::CLIENTS, "clients", "Print the stations that a daemon's radios talk to")}) {
     CLI::App* command = add_verb(app, options, verb, name, description);
     command->add_flag("--json", options.json, "As JSON");
-    command->add_flag("--watch", options.watch, "Print them every second, in a terminal in place");
+    command->add_flag("--watch", options.watch, "Update every second; in a terminal, in place");
   }
   add_verb(app, options, Verb::WEB, "web", "Serve a page with the map, which follows the mesh")
       ->add_option("--listen", options.listen, "Where to listen, 127.0.0.1:1905 if not given; port 0 takes a free one")
