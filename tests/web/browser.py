@@ -16,7 +16,7 @@ class Browser:
         self.complaints = []  # errors and warnings of the page
         self._number = 0
         self._buffer = b""
-        self._folder = tempfile.TemporaryDirectory(prefix="browser")
+        self._folder = tempfile.TemporaryDirectory(prefix="browser", ignore_cleanup_errors=True)
         to_browser, self._out = os.pipe()
         self._in, from_browser = os.pipe()
 
