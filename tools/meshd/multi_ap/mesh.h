@@ -1,0 +1,64 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "qel/core/mac_address.h"
+#include "qel/ieee1905_1/lenient.h"
+#include "qel/ieee1905_1/message.h"
+#include "qel/ieee1905_1/message_builder.h"
+
+/// What Multi-AP agent and controller share.
+namespace meshd::multi_ap {
+
+using TimePoint = std::chrono::steady_clock::time_point;
+
+/// The mesh as an agent or a controller uses it.
+class Mesh {
+ public:
+  Mesh() = default;
+  Mesh(const Mesh&) = delete;
+  Mesh& operator=(const Mesh&) = delete;
+  virtual ~Mesh() = default;
+
+  virtual const qel::MACAddress& al_mac() const = 0;
+  /// Sends to another device on the way that is known to it. Returns false if none is known. The message can still be
+  /// lost. A message to ourselves arrives too: agent and controller of one device talk to each other in the same way.
+  virtual bool send(const qel::MACAddress& al_mac, const qel::ieee1905_1::Message& message) = 0;
+  /// To be relayed through the mesh; arrives at the services of this device too.
+  virtual void send_to_all(const qel::ieee1905_1::Message& message) = 0;
+};
+
+/// A message for us. It is lent for the duration of the call.
+struct Received {
+  qel::MACAddress from;    ///< the AL MAC of its originator
+  std::string interface;   ///< the name of ours on which it came; empty if it came from ourselves
+  bool is_to_all = false;  ///< it was relayed through the mesh
+  TimePoint time;
+  const qel::ieee1905_1::LenientMessage& content;
+
+  const qel::ieee1905_1::Message& message() const { return content.message; }
+};
+
+/// What an entity runs beside its own work: an agent, a controller.
+class Service {
+ public:
+  Service() = default;
+  Service(const Service&) = delete;
+  Service& operator=(const Service&) = delete;
+  virtual ~Service() = default;
+
+  /// A message that arrived, also one that the entity itself handles, such as a topology response or notification.
+  /// Returns whether it was of use here.
+  virtual bool take(const Received& received) = 0;
+  /// About once a second, and after deliveries of the radios.
+  virtual void tend(TimePoint now) = 0;
+  /// Adds to our topology response.
+  virtual void add_to_topology_response(qel::ieee1905_1::MessageBuilder& /*builder*/) const {}
+  /// A device is in the mesh, or no longer.
+  virtual void on_device(const qel::MACAddress& /*al_mac*/, bool /*is_there*/, TimePoint /*now*/) {}
+};
+
+}  // namespace meshd::multi_ap
