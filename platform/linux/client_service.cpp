@@ -1,10 +1,8 @@
 #include "platform/linux/client_service.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <optional>
 
 #include "qelipc.h"
 
@@ -32,7 +30,7 @@ int ClientService::start() {
 }
 
 void ClientService::drop() {
-  set_timer(-1);
+  timer_.stop();
   evsock_remove_fd(watch_);
   watch_ = nullptr;
 }
@@ -61,36 +59,12 @@ void ClientService::schedule() {
   if (processing_ || watch_ == nullptr) {
     return;  // process() will do it, or there is nothing left to do
   }
-  std::uint64_t until = UINT64_MAX;
-  const int events = sd_bus_get_events(bus_);
-  if (events < 0 || sd_bus_get_timeout(bus_, &until) < 0) {
-    set_timer(0);
+  const std::optional<std::uint64_t> until = next_step_of(bus_, watch_);
+  if (!until) {
+    timer_.start(0);
     return;
   }
-  if ((events & POLLOUT) != 0) {
-    evsock_want_write(watch_);
-  }
-  if (sd_bus_is_ready(bus_) <= 0) {
-    until = std::min(until, give_up_at_);
-  }
-  if (until == UINT64_MAX) {
-    set_timer(-1);
-    return;
-  }
-  const std::uint64_t now = now_us();
-  const std::uint64_t wait_ms = until > now ? (until - now + 999) / 1000 : 0;
-  set_timer(static_cast<int>(std::min<std::uint64_t>(wait_ms, INT_MAX)));
-}
-
-// Restarts the timer; a negative time only stops it.
-void ClientService::set_timer(int milliseconds) {
-  if (timer_ != nullptr) {
-    ctimer_unsetup_internal(&timer_, CTIMER_ONESHOT);
-  }
-  if (milliseconds >= 0) {
-    const auto go_on = [](ctimerhandle, void* self) { static_cast<ClientService*>(self)->process(); };
-    ctimer_setup_internal(0, &timer_, CTIMER_ONESHOT, 0, milliseconds, 1000, go_on, this, 0, 0);
-  }
+  timer_.start_at(sd_bus_is_ready(bus_) <= 0 ? std::min(*until, give_up_at_) : *until);
 }
 
 int ClientService::command(const char* endpoint, const char* const* words, int timeout_ms, qelipc_client_answer take,

@@ -4,8 +4,8 @@
 #include <list>
 #include <string>
 
-#include "ctimer.h"
 #include "platform/linux/bus.h"
+#include "platform/linux/step_timer.h"
 #include "qelevsock.h"
 #include "qelipc_client.h"
 
@@ -50,15 +50,14 @@ class ClientService {
   void finish(Question& question, int status);
   static int on_reply(sd_bus_message* reply, void* question, sd_bus_error*);
   void process();
-  void set_timer(int milliseconds);
   void drop();
 
   sd_bus* bus_;
   void (*lost_)(void* context);
   void* context_;
   evsock* watch_ = nullptr;
-  ctimerhandle timer_ = nullptr;  ///< the next step without input: a timeout of sd-bus or messages left over
-  std::uint64_t give_up_at_;      ///< on the clock of now_us(): when the bus must have accepted us
+  StepTimer timer_{[](void* self) { static_cast<ClientService*>(self)->process(); }, this};
+  std::uint64_t give_up_at_;  ///< on the clock of now_us(): when the bus must have accepted us
   bool processing_ = false;
   std::list<Question> questions_;
 };

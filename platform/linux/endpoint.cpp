@@ -1,10 +1,7 @@
 #include "platform/linux/endpoint.h"
 
-#include <poll.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <climits>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -17,7 +14,7 @@ namespace qel::platform {
 namespace {
 
 constexpr std::uint64_t CALL_TIMEOUT_US = 1'000'000;
-constexpr int RECONNECT_MS = 250;
+constexpr std::uint64_t RECONNECT_US = 250'000;
 /// Maximum number of incoming messages handled in one turn, so that a flood leaves time for the rest of the loop.
 constexpr int MESSAGES_IN_TURN = 32;
 /// Maximum number of octets queued for the bus.
@@ -158,7 +155,7 @@ void Endpoint::begin_reconnect() {
   }
   if (result < 0) {
     drop_connection();
-    set_timer(RECONNECT_MS);
+    start_timer_at(now_us() + RECONNECT_US);
     return;
   }
   schedule();
@@ -182,9 +179,7 @@ void Endpoint::drop_connection() {
   named_ = false;
   broken_ = false;
   long_answers_.clear();
-  if (timer_ != nullptr) {
-    ctimer_unsetup_internal(&timer_, CTIMER_ONESHOT);
-  }
+  timer_.stop();
   evsock_remove_fd(watch_);
   watch_ = nullptr;
   bus_.reset();
@@ -192,7 +187,7 @@ void Endpoint::drop_connection() {
 
 void Endpoint::reopen_later() {
   drop_connection();
-  set_timer(RECONNECT_MS);
+  start_timer_at(now_us() + RECONNECT_US);
 }
 
 // Lets sd-bus do its pending work.
@@ -233,36 +228,14 @@ void Endpoint::schedule() {
   if (processing_ || bus_ == nullptr) {
     return;  // process() will do it
   }
-  std::uint64_t until = UINT64_MAX;
-  const int events = sd_bus_get_events(bus_.get());
-  if (broken_ || events < 0 || sd_bus_get_timeout(bus_.get(), &until) < 0) {
-    broken_ = true;
-    set_timer(0);
-    return;
-  }
-  if ((events & POLLOUT) != 0) {
-    evsock_want_write(watch_);
-  }
-  until = std::min(until, named_ ? long_answers_.next_overdue() : give_up_at_);
-  if (until == UINT64_MAX) {
-    set_timer(-1);
-    return;
-  }
-  const std::uint64_t now = now_us();
-  const std::uint64_t wait_ms = until > now ? (until - now + 999) / 1000 : 0;
-  set_timer(static_cast<int>(std::min<std::uint64_t>(wait_ms, INT_MAX)));
+  const std::optional<std::uint64_t> until = broken_ ? std::nullopt : next_step_of(bus_.get(), watch_);
+  broken_ = !until;
+  start_timer_at(until ? std::min(*until, named_ ? long_answers_.next_overdue() : give_up_at_) : now_us());
 }
 
-// Restarts the timer; a negative time only stops it.
-void Endpoint::set_timer(int milliseconds) {
-  if (timer_ != nullptr) {
-    ctimer_unsetup_internal(&timer_, CTIMER_ONESHOT);
-  }
-  if (milliseconds >= 0) {
-    const auto go_on = [](ctimerhandle, void* self) { static_cast<Endpoint*>(self)->process(); };
-    if (ctimer_setup_internal(0, &timer_, CTIMER_ONESHOT, 0, milliseconds, 1000, go_on, this, 0, 0) != 0) {
-      errmsg("IPC endpoint \"%s\" cannot arm its timer", name_.c_str());
-    }
+void Endpoint::start_timer_at(std::uint64_t time_us) {
+  if (!timer_.start_at(time_us)) {
+    errmsg("IPC endpoint \"%s\" cannot arm its timer", name_.c_str());
   }
 }
 

@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "ctimer.h"
 #include "platform/linux/bus.h"
 #include "platform/linux/endpoint_operations.h"
 #include "platform/linux/long_answers.h"
+#include "platform/linux/step_timer.h"
 #include "qelevsock.h"
 #include "qelipc.h"
 
@@ -60,7 +60,7 @@ class Endpoint final : public qelipc {
   void drop_connection();
   void process();
   void schedule();
-  void set_timer(int milliseconds);
+  void start_timer_at(std::uint64_t time_us);
   bool has_room_for(std::size_t octets);
   int send(BusMessage message, const char* first, const void* data, unsigned size);
   int look_up_owner(const std::string& bus_name);
@@ -86,8 +86,7 @@ class Endpoint final : public qelipc {
   BusPlace place_;
   Bus bus_;
   evsock* watch_ = nullptr;
-  ctimerhandle timer_ =
-      nullptr;  ///< the next step without input: a timeout of sd-bus, messages left over, reconnecting
+  StepTimer timer_{[](void* self) { static_cast<Endpoint*>(self)->process(); }, this};
   std::uint64_t give_up_at_ = 0;  ///< on the clock of now_us(): when to give up reconnecting
   bool named_ = false;
   bool broken_ = false;  ///< close the connection as soon as no sd-bus function is running
