@@ -35,7 +35,7 @@ class Courier {
   using OnOutcome =
       std::function<void(Outcome outcome, const qel::ieee1905_1::Message* answer, std::chrono::milliseconds took)>;
 
-  /// The mesh is borrowed.
+  /// The mesh is borrowed. Requests that wait when this is destroyed have no outcome.
   explicit Courier(Mesh& mesh) : mesh_(mesh) {}
 
   /// Sends a request whose answer is a message of this type with the same identifier; IEEE1905_ACK_MESSAGE for one that
@@ -49,27 +49,37 @@ class Courier {
   /// Repeats and gives up what is due.
   void tend(TimePoint now);
 
-  /// The device is gone: gives up what is for it.
+  /// The device is gone: gives up what is for it with the next tend().
   void forget(const qel::MACAddress& al_mac);
 
   std::size_t count_waiting() const { return waiting_.size(); }
 
  private:
   struct Request {
+    qel::MACAddress to;
     qel::ieee1905_1::Message message;
     qel::ieee1905_1::MessageType answer;
     TimePoint first_sent;
     TimePoint due;
-    int attempts = 0;
+    int attempts;
     OnOutcome on_outcome;
   };
+  using Requests = std::map<std::uint64_t, Request>;  // in the order in which they were made
   using Key = std::pair<qel::MACAddress, std::uint16_t>;
 
+  void send(Request& request, TimePoint now);
+  void displace(std::uint64_t number);
+  void end(Requests::iterator place, Outcome outcome, const qel::ieee1905_1::Message* answer, TimePoint now);
+
   Mesh& mesh_;
-  std::map<Key, Request> waiting_;
+  std::uint64_t made_ = 0;
+  Requests waiting_;
+  std::map<Key, std::uint64_t> numbers_;  // of the waiting requests, by device and message identifier
+  Requests displaced_;                    // given up since the last tend(), which tells their owners
 };
 
 /// Acknowledges a message that demands it (Multi-AP Specification, 15.1); with a reason if it was refused for a client.
+/// One that was sent to all is never acknowledged.
 void acknowledge(Mesh& mesh, const Received& received, std::optional<qel::ieee1905_1::ErrorCodeTLV> error = {});
 
 }  // namespace meshd::multi_ap

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "qel/core/mac_address.h"
+#include "qel/daemon/signal.h"
 #include "qel/ieee1905_1/lenient.h"
 #include "qel/ieee1905_1/message.h"
 #include "qel/ieee1905_1/message_builder.h"
@@ -38,8 +39,16 @@ struct Received {
   bool is_to_all = false;  ///< it was relayed through the mesh
   TimePoint time;
   const qel::ieee1905_1::LenientMessage& content;
+  bool is_backhaul = false;  ///< the interface is one on which orders may come (--backhaul)
 
   const qel::ieee1905_1::Message& message() const { return content.message; }
+};
+
+/// For the operator: a line for the log and, unless it has no name, an event.
+struct Notice {
+  std::string event{};  ///< as "CONTROLLER_FOUND"
+  std::string data{};   ///< of the event
+  std::string line{};   ///< empty for none
 };
 
 /// What an entity runs beside its own work: an agent, a controller.
@@ -59,6 +68,9 @@ class Service {
   virtual void add_to_topology_response(qel::ieee1905_1::MessageBuilder& /*builder*/) const {}
   /// A device is in the mesh, or no longer.
   virtual void on_device(const qel::MACAddress& /*al_mac*/, bool /*is_there*/, TimePoint /*now*/) {}
+
+  /// A function connected to this must not destroy the service.
+  qel::signals::Signal<const Notice&> noticed;
 };
 
 }  // namespace meshd::multi_ap
