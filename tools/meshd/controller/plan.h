@@ -14,8 +14,7 @@
 
 namespace meshd::controller {
 
-/// A radio as a plan sees it. Channels are given as the class and channel of operating class tables; the channel of an
-/// 80 or 160 MHz class is its centre.
+/// A radio as a plan sees it.
 struct PlanRadio {
   qel::MACAddress agent;
   qel::MACAddress radio;
@@ -23,10 +22,14 @@ struct PlanRadio {
   std::map<qel::ieee1905_1::PrimaryChannel, qel::ieee1905_1::ChannelScore>
       scores{};                  ///< what it can use, and how gladly
   unsigned int utilization = 0;  ///< of its current channel, in percent
+  double demand = 0;             ///< air time that its traffic would need at 20 MHz, in percent; can exceed 100
   unsigned int clients = 0;
   unsigned int backhaul_clients = 0;  ///< of these, those that lead to other agents
-  bool is_fixed = false;  ///< must stay: excluded, changed too recently, or its own backhaul dictates the channel
+  bool is_fixed = false;              ///< must stay: excluded, changed too recently, or not known well enough
   std::string fixed_why{};
+  std::optional<std::size_t>
+      follows{};             ///< index of the radio to which it is linked as a backhaul station: it moves along
+  std::string agent_name{};  ///< as the agent calls itself; empty if unknown
 };
 
 /// How strongly a radio is heard where another one or its clients are; either direction suffices.
@@ -44,7 +47,7 @@ struct PlanInput {
 /// Why a channel was not taken.
 struct Rejected {
   qel::ieee1905_1::PrimaryChannel channel;
-  double cost = 0;  ///< of the mesh, if it were taken instead; not a number if it may not be used at all
+  double cost = 0;  ///< of the mesh if it were taken instead of the planned one; not a number if it may not be used
   std::string why;
 };
 
@@ -54,6 +57,7 @@ struct PlanChange {
   std::string why;
 };
 
+/// Costs are in percent of the air time of one radio.
 struct Plan {
   double cost_before = 0;
   double cost_after = 0;

@@ -25,12 +25,14 @@ struct PlanPolicy {
   bool is_on = false;                  ///< plans are carried out without being asked
   std::chrono::seconds interval{600};  ///< between two plans
   std::chrono::seconds settle{1800};   ///< a radio stays on a channel for at least this long
-  unsigned int least_gain = 20;        ///< of the cost of the mesh, in percent; less is no reason to change
-  unsigned int client_weight = 1;      ///< what moving one client costs, in the units of the plan
-  bool use_dfs = true;                 ///< channels with radar detection that are known to be free
-  bool use_unchecked_dfs = false;      ///< also those that must be checked first
+  unsigned int least_gain =
+      20;  ///< in percent of the cost of radios in range of each other; less is no reason to change
+  unsigned int client_weight = 1;  ///< what moving one client costs, in percent of a radio's air time
+  bool use_dfs = true;             ///< channels with radar detection that are known to be free
+  bool use_unchecked_dfs = false;  ///< also those that must be checked first
   qel::ChannelWidth widest_2_4_ghz = qel::ChannelWidth::WIDTH_20_MHZ;
   qel::ChannelWidth widest_5_ghz = qel::ChannelWidth::WIDTH_80_MHZ;
+  qel::ChannelWidth widest_6_ghz = qel::ChannelWidth::WIDTH_160_MHZ;
   std::set<qel::MACAddress> excluded_radios{};  ///< stay as they are
 };
 
@@ -68,7 +70,7 @@ Policy parse_policy(std::string_view text);
 /// Throws std::system_error if the file cannot be read, and PolicyError.
 Policy read_policy(const std::string& path);
 
-/// In the form that parse_policy() reads; every value stands in it.
+/// In the form that parse_policy() reads; every value stands in it, with a comment.
 std::string policy_text(const Policy& policy);
 
 }  // namespace meshd::controller
