@@ -1,0 +1,375 @@
+#include "tests/support/simulated_air.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "qel/channel/frequency.h"
+#include "qel/channel/operating_class_deduction.h"
+#include "qel/channel/segment_range.h"
+#include "tools/meshd/wifi/radio.h"
+
+namespace meshd::test {
+
+namespace {
+
+using qel::ChannelStateBit;
+using qel::ChannelWidth;
+using qel::FrequencyBand;
+using qel::kHz;
+using qel::MACAddress;
+
+constexpr wifi::Timestamp LONG_AGO = 1;
+constexpr const char* GONE = "it is not there";
+
+std::vector<wifi::WiphyChannel> channels_of(FrequencyBand band) {
+  std::vector<wifi::WiphyChannel> channels;
+  const auto add = [&](long first_mhz, long last_mhz, long step, bool has_radar, float power) {
+    for (long mhz = first_mhz; mhz <= last_mhz; mhz += step) {
+      wifi::WiphyChannel channel{kHz(mhz * 1000)};
+      channel.has_radar = has_radar;
+      if (has_radar) {
+        channel.dfs_state = wifi::DfsState::USABLE;
+      }
+      channel.max_power = power;
+      channels.push_back(channel);
+    }
+  };
+  switch (band) {
+    case FrequencyBand::BAND_2_4_GHZ:
+      add(2412, 2472, 5, false, 20);
+      break;
+    case FrequencyBand::BAND_5_GHZ:
+      add(5180, 5240, 20, false, 23);
+      add(5260, 5320, 20, true, 20);
+      add(5500, 5700, 20, true, 26);
+      break;
+    case FrequencyBand::BAND_6_GHZ:
+      add(5955, 6415, 20, false, 23);
+      break;
+    case FrequencyBand::INVALID_BAND_MAX:
+      break;
+  }
+  return channels;
+}
+
+wifi::Band band_of(FrequencyBand band, ChannelWidth widest) {
+  wifi::Band result{band, channels_of(band)};
+  const bool is_2_4_ghz = band == FrequencyBand::BAND_2_4_GHZ;
+  result.has_dsss_rates = is_2_4_ghz;
+  result.has_ofdm_rates = true;
+  result.ht = wifi::HTCapabilities{
+      .information = static_cast<std::uint16_t>(0x20 | (widest >= ChannelWidth::WIDTH_40_MHZ ? 0x42 : 0)),
+      .mcs = {0xFF, 0xFF}};
+  wifi::HECapabilities he;
+  he.interface_types.set(3);  // access points
+  he.mcs = {0xFA, 0xFF, 0xFA, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+  if (is_2_4_ghz) {
+    he.phy[0] = widest >= ChannelWidth::WIDTH_40_MHZ ? 0x02 : 0;
+  } else {
+    he.phy[0] = widest >= ChannelWidth::WIDTH_80_MHZ ? 0x04 : 0;
+    if (widest >= ChannelWidth::WIDTH_160_MHZ) {
+      he.phy[0] |= 0x08;
+      std::ranges::copy_n(he.mcs.begin(), 4, he.mcs.begin() + 4);
+    }
+  }
+  result.he = {he};
+  if (band == FrequencyBand::BAND_5_GHZ && widest >= ChannelWidth::WIDTH_80_MHZ) {
+    result.vht = wifi::VHTCapabilities{.information = 0x20, .mcs = {0xFA, 0xFF, 0, 0, 0xFA, 0xFF, 0, 0}};
+  }
+  return result;
+}
+
+bool contains(const qel::ChannelInfo& channel, const kHz& frequency) {
+  if (!channel.get_primary_segment().is_set()) {
+    return channel.get_primary_frequency().is_set() && channel.get_primary_frequency().get() == frequency;
+  }
+  const auto& [center, width] = channel.get_primary_segment().get();
+  return qel::SegmentRange(center, width).holds_channel(frequency);
+}
+
+std::string text_of(const qel::ChannelInfo& channel) {
+  std::ostringstream text;
+  text << channel.get_primary_frequency().get() << " at " << channel.get_primary_segment().get().second << " around "
+       << channel.get_primary_segment().get().first;
+  return text.str();
+}
+
+}  // namespace
+
+wifi::AirRadio simulated_radio(const MACAddress& identifier, const std::set<FrequencyBand>& bands,
+                               ChannelWidth widest) {
+  wifi::Wiphy wiphy;
+  wiphy.addresses = {identifier};
+  for (const FrequencyBand band : bands) {
+    wiphy.bands.push_back(band_of(band, widest));
+  }
+  wifi::AirRadio radio;
+  radio.identifier = identifier;
+  radio.name = "phy" + std::to_string(int{identifier.octets()[5]});
+  radio.bands = wiphy.bands;
+  for (const FrequencyBand band : bands) {
+    radio.radios.push_back(wifi::radio_of(wiphy, band, nullptr, LONG_AGO));
+  }
+  radio.most_bss = 8;
+  return radio;
+}
+
+qel::ChannelInfo simulated_channel(const kHz& primary, ChannelWidth width) {
+  using qel::OperatingClassDeduction;
+  const auto& classes = OperatingClassDeduction::get_lookup(OperatingClassDeduction::Region::GLOBAL);
+  kHz center = primary;
+  if (width == ChannelWidth::WIDTH_40_MHZ && qel::frequency_to_band(primary) == FrequencyBand::BAND_2_4_GHZ) {
+    center = primary + kHz(10000);
+  } else if (width != ChannelWidth::WIDTH_20_MHZ) {
+    for (const std::uint8_t opclass : classes.get_all_region_opclasses()) {
+      if (classes.is_secondary_segment(opclass) ||
+          qel::capability_bits_max_channel_width(classes.get_channel_capabilities(opclass)) != width) {
+        continue;
+      }
+      for (const std::uint8_t channel : classes.get_all_opclass_channels(opclass)) {
+        const kHz each = classes.get_segment_center_frequency(channel, opclass);
+        if (qel::SegmentRange(each, width).holds_channel(primary)) {
+          center = each;
+        }
+      }
+    }
+  }
+  return {qel::LastChanged<kHz>(primary, LONG_AGO),
+          qel::LastChanged<qel::ChannelInfo::Segment>({center, width}, LONG_AGO), kHz(0),
+          qel::LastChanged<float>(20, LONG_AGO)};
+}
+
+wifi::AirClient simulated_client(const MACAddress& mac, std::int8_t signal) {
+  wifi::AirClient client;
+  client.station.mac = mac;
+  client.station.signal = signal;
+  client.station.is_authorized = true;
+  client.station.is_associated = true;
+  client.can_move = true;
+  return client;
+}
+
+template <class Text>
+void SimulatedAir::record(const Text& text) {
+  if (is_recording) {
+    acts_.push_back(text());
+  }
+}
+
+template <class Text, class Act>
+void SimulatedAir::act(bool is_there, const Text& text, OnDone on_done, const Act& act) {
+  record(text);
+  std::string why = !is_there ? GONE : trouble ? trouble(text()) : "";
+  if (why.empty()) {
+    why = act();
+  }
+  outcomes_.push_back([on_done = std::move(on_done), why = std::move(why)] { on_done(why); });
+}
+
+bool SimulatedAir::deliver() {
+  bool was_any = false;
+  // What they cause waits for the next time.
+  for (std::size_t count = outcomes_.size(); count != 0; --count) {
+    const std::function<void()> outcome = std::move(outcomes_.front());
+    outcomes_.pop_front();
+    outcome();
+    was_any = true;
+  }
+  return was_any;
+}
+
+bool SimulatedAir::join(const MACAddress& bssid, wifi::AirClient client_state) {
+  wifi::AirBss* bss = find_bss(bssid);
+  const MACAddress mac = client_state.station.mac;
+  if (bss == nullptr || is_denied(bssid, mac)) {
+    return false;
+  }
+  bss->clients.push_back(std::move(client_state));
+  client(bssid, mac, true);
+  return true;
+}
+
+std::optional<wifi::AirClient> SimulatedAir::leave(const MACAddress& mac) {
+  for (wifi::AirRadio& radio : state) {
+    for (wifi::AirBss& bss : radio.bss) {
+      const auto found =
+          std::ranges::find_if(bss.clients, [&](const wifi::AirClient& each) { return each.station.mac == mac; });
+      if (found != bss.clients.end()) {
+        const MACAddress bssid = bss.bssid;
+        std::optional<wifi::AirClient> left = std::move(*found);
+        bss.clients.erase(found);
+        client(bssid, mac, false);
+        return left;
+      }
+    }
+  }
+  return std::nullopt;
+}
+
+void SimulatedAir::find_radar(const MACAddress& identifier, const kHz& frequency) {
+  wifi::AirRadio* radio = find_radio(identifier);
+  if (radio == nullptr) {
+    return;
+  }
+  std::optional<kHz> refuge;
+  for (qel::WLANRadio& band : radio->radios) {
+    std::vector<qel::ChannelEntry> channels = band.get_channel_list().get_channels();
+    for (qel::ChannelEntry& entry : channels) {
+      const bool has_radar = entry.get_capability_flags().test(bit_index(qel::ChannelCapabilityBit::DFS));
+      if (entry.get_frequency() == frequency) {
+        entry.reset_state_flags();
+        entry.set_state_flags({std::bitset<5>().set(bit_index(ChannelStateBit::RADAR_FOUND)), LONG_AGO});
+      } else if (!has_radar && !refuge && entry.get_frequency_band() == qel::frequency_to_band(frequency)) {
+        refuge = entry.get_frequency();
+      }
+    }
+    band.set_channel_list(qel::ChannelList(std::move(channels)));
+  }
+  if (contains(radio->channel, frequency)) {
+    radio->channel = refuge ? simulated_channel(*refuge) : qel::ChannelInfo();
+  }
+  changed();
+}
+
+wifi::AirRadio* SimulatedAir::find_radio(const MACAddress& identifier) {
+  const auto found = std::ranges::find(state, identifier, &wifi::AirRadio::identifier);
+  return found == state.end() ? nullptr : &*found;
+}
+
+wifi::AirBss* SimulatedAir::find_bss(const MACAddress& bssid) {
+  for (wifi::AirRadio& radio : state) {
+    const auto found = std::ranges::find(radio.bss, bssid, &wifi::AirBss::bssid);
+    if (found != radio.bss.end()) {
+      return &*found;
+    }
+  }
+  return nullptr;
+}
+
+wifi::AirClient* SimulatedAir::find_client(const MACAddress& bssid, const MACAddress& mac) {
+  wifi::AirBss* bss = find_bss(bssid);
+  if (bss == nullptr) {
+    return nullptr;
+  }
+  const auto found =
+      std::ranges::find_if(bss->clients, [&](const wifi::AirClient& each) { return each.station.mac == mac; });
+  return found == bss->clients.end() ? nullptr : &*found;
+}
+
+void SimulatedAir::switch_channel(const MACAddress& identifier, const qel::ChannelInfo& channel, OnDone on_done) {
+  wifi::AirRadio* radio = find_radio(identifier);
+  const auto text = [&] { return "switch " + identifier.to_string() + " to " + text_of(channel); };
+  act(radio != nullptr, text, std::move(on_done), [&]() -> std::string {
+    for (const qel::WLANRadio& band : radio->radios) {
+      for (const qel::ChannelEntry& entry : band.get_channel_list().get_channels()) {
+        if (contains(channel, entry.get_frequency()) && entry.get_state_flags().is_set() &&
+            entry.get_state_flags().get().test(bit_index(ChannelStateBit::RADAR_FOUND))) {
+          return "there is radar";
+        }
+      }
+    }
+    radio->channel = channel;
+    changed();
+    return {};
+  });
+}
+
+void SimulatedAir::limit_power(const MACAddress& radio, int dbm, OnDone on_done) {
+  const auto text = [&] { return "limit " + radio.to_string() + " to " + std::to_string(dbm) + " dBm"; };
+  act(find_radio(radio) != nullptr, text, std::move(on_done), [] { return std::string(); });
+}
+
+void SimulatedAir::ask_to_move(const wifi::MoveRequest& request, OnAnswer on_answer) {
+  record([&] {
+    std::string text = "ask " + request.client.to_string() + " at " + request.bssid.to_string() + " to move to";
+    for (const wifi::MoveRequest::Target& target : request.targets) {
+      text += " " + target.bssid.to_string() + " on " + std::to_string(int{target.opclass}) + "/" +
+              std::to_string(int{target.channel});
+    }
+    return text + (request.targets.empty() ? " another" : "") + (request.is_abridged ? ", abridged" : "") +
+           (request.disassociation_imminent ? ", or be disconnected in " + std::to_string(request.timer) : "");
+  });
+  std::optional<wifi::MoveAnswer> answer;
+  if (find_client(request.bssid, request.client) != nullptr) {
+    if (on_asked_to_move) {
+      answer = on_asked_to_move(request);
+    } else if (!request.targets.empty()) {
+      answer = wifi::MoveAnswer{0, request.targets.front().bssid};
+    } else {
+      answer = wifi::MoveAnswer{1, {}};
+    }
+  }
+  outcomes_.push_back([this, request, answer, on_answer = std::move(on_answer)] {
+    on_answer(answer);
+    if (answer && answer->status == 0 && answer->target) {
+      move(request, *answer->target);
+    }
+  });
+}
+
+void SimulatedAir::move(const wifi::MoveRequest& request, const MACAddress& target) {
+  const std::optional<wifi::AirClient> moved = leave(request.client);
+  if (moved && find_bss(target) != nullptr) {
+    join(target, *moved);
+  } else if (moved && on_moved_away) {
+    on_moved_away(*moved, target);
+  }
+}
+
+void SimulatedAir::set_denied(const MACAddress& bssid, const MACAddress& mac, bool is_denied, OnDone on_done) {
+  const auto text = [&] { return (is_denied ? "deny " : "allow ") + mac.to_string() + " at " + bssid.to_string(); };
+  act(find_bss(bssid) != nullptr, text, std::move(on_done), [&] {
+    if (is_denied) {
+      denied_.emplace(bssid, mac);
+    } else {
+      denied_.erase({bssid, mac});
+    }
+    return std::string();
+  });
+}
+
+void SimulatedAir::disconnect(const MACAddress& bssid, const MACAddress& mac, OnDone on_done) {
+  const auto text = [&] { return "disconnect " + mac.to_string() + " from " + bssid.to_string(); };
+  act(find_client(bssid, mac) != nullptr, text, std::move(on_done), [&] {
+    leave(mac);
+    return std::string();
+  });
+}
+
+void SimulatedAir::ask_for_beacons(const MACAddress& bssid, const MACAddress& mac,
+                                   std::span<const std::uint8_t> request, OnReports on_reports) {
+  record([&] {
+    std::string text = "ask " + mac.to_string() + " for beacons:";
+    for (const std::uint8_t octet : request) {
+      constexpr const char* DIGITS = "0123456789ABCDEF";
+      text += {' ', DIGITS[octet >> 4], DIGITS[octet & 15]};
+    }
+    return text;
+  });
+  std::vector<std::vector<std::uint8_t>> reports;
+  const bool is_there = find_client(bssid, mac) != nullptr;
+  const bool answers = is_there && on_asked_for_beacons;
+  if (answers) {
+    reports = on_asked_for_beacons(mac, request);
+  }
+  outcomes_.push_back([reports = std::move(reports), is_there, answers, on_reports = std::move(on_reports)] {
+    on_reports(reports, answers ? "" : is_there ? "the client did not answer" : GONE);
+  });
+}
+
+void SimulatedAir::move_backhaul(const MACAddress& station, const MACAddress& bssid, std::uint8_t opclass,
+                                 std::uint8_t channel, OnDone on_done) {
+  const auto found = std::ranges::find_if(
+      state, [&](const wifi::AirRadio& radio) { return radio.backhaul && radio.backhaul->station == station; });
+  const auto text = [&] {
+    return "move " + station.to_string() + " to " + bssid.to_string() + " on " + std::to_string(int{opclass}) + "/" +
+           std::to_string(int{channel});
+  };
+  act(found != state.end(), text, std::move(on_done), [&] {
+    found->backhaul->bssid = bssid;
+    changed();
+    return std::string();
+  });
+}
+
+}  // namespace meshd::test
