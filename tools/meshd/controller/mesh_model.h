@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -49,10 +50,13 @@ struct ClientTraffic {
 
 /// How a client has taken requests to move. It outlives its association for a while.
 struct SteeringRecord {
-  unsigned int refusals = 0;  ///< in a row; no response is one too
+  unsigned int refusals = 0;  ///< in a row; no response is one too, and so is to accept and to stay
   std::optional<TimePoint> asked_at;
-  std::optional<TimePoint> not_before;  ///< it is left alone until then
+  std::optional<qel::MACAddress> asked_from;  ///< the BSSID where it was when it was last asked
+  std::optional<TimePoint> not_before;        ///< it is left alone until then
   std::optional<std::uint8_t> last_status;
+  unsigned int questions = 0;  ///< what it hears was asked so often since it was last asked to move
+  std::optional<TimePoint> questioned_at;
 };
 
 struct ClientModel {
@@ -97,6 +101,7 @@ struct AgentModel {
   TimePoint heard_at;
   unsigned int unanswered = 0;                   ///< requests in a row
   std::map<qel::MACAddress, RadioModel> radios;  ///< by identifier
+  std::set<qel::MACAddress> backhaul_stations;   ///< its own, with which it is a client of other agents
 };
 
 struct MeshModel {

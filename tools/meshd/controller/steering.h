@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,16 +32,21 @@ struct SteeringRound {
   std::vector<BeaconOrder> questions{};
 };
 
+/// The time between two rounds. It lets the responses to one round arrive before the next.
+inline constexpr std::chrono::seconds STEERING_ROUND{5};
+
 /// Decides which clients are asked to move, by how their access points receive them, how they hear others, and load.
 /// The same model gives the same round. Decides only: what is done, and what comes of it, is recorded with the
 /// functions below.
 SteeringRound steer(const MeshModel& model, const SteeringPolicy& policy, TimePoint now);
 
-/// The client was asked to move.
-void record_asked(SteeringRecord& record, const SteeringPolicy& policy, TimePoint now);
-/// Its response: the status code, or nothing if it did not respond.
+/// The order was sent.
+void record_asked(SteeringRecord& record, const SteeringOrder& order, const SteeringPolicy& policy, TimePoint now);
+/// The response to it: the status code, or nothing if there was none.
 void record_answer(SteeringRecord& record, const std::optional<std::uint8_t>& status, const SteeringPolicy& policy,
                    TimePoint now);
+/// The question was sent, whatever comes of it.
+void record_question(SteeringRecord& record, TimePoint now);
 
 /// Whether a BSS may be a target for a client of another: the same SSID, of another radio, of an agent that is there.
 bool may_be_target(const MeshModel& model, const qel::MACAddress& from, const qel::MACAddress& to);
