@@ -2,12 +2,14 @@
 
 #include <cstdint>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "qel/core/mac_address.h"
 #include "qel/core/serialization/serialization_context.h"
+#include "qel/ieee1905_1/framework_tlvs.h"
 #include "qel/ieee1905_1/lenient.h"
 #include "qel/ieee1905_1/message.h"
 #include "tools/meshd/multi_ap/mesh.h"
@@ -64,7 +66,12 @@ class FakeMesh final : public multi_ap::Mesh {
     sent.emplace_back(message, al_mac);
     return has_way;
   }
-  void send_to_all(const qel::ieee1905_1::Message& message) override { sent_to_all.emplace_back(message); }
+  void send_to_all(const qel::ieee1905_1::Message& message) override {
+    if (!message.get_head().get_relay_indicator() || message.find<qel::ieee1905_1::ALMACAddressTLV>() == nullptr) {
+      throw std::logic_error("a message to all lacks the relay indicator or its AL MAC");
+    }
+    sent_to_all.emplace_back(message);
+  }
 
   std::vector<CarriedMessage> take() { return std::exchange(sent, {}); }
 

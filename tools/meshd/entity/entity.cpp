@@ -29,6 +29,7 @@ Entity::Entity(Config config, Ports& ports)
       reassembly_(REASSEMBLY_LIMITS),
       neighbors_(config_.limits.links),
       inquirer_(config_.al_mac, config_.limits, config_.hold_time, neighbors_, sender_, ports),
+      services_(config_.al_mac, config_.interfaces, blocked_, neighbors_, inquirer_.devices(), sender_, ports),
       blocked_(config_.interfaces.size()) {
   if (config_.interfaces.size() > MAX_INTERFACES) {
     throw std::invalid_argument("more than " + std::to_string(MAX_INTERFACES) + " interfaces");
@@ -65,6 +66,7 @@ void Entity::tend(TimePoint now) {
     has_changed_ = false;
   }
   inquirer_.tend(now);
+  services_.tend(now);
 }
 
 void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now) {
@@ -75,6 +77,7 @@ void Entity::receive(std::size_t interface, std::span<const std::uint8_t> octets
     outcome = take_lldp(interface, octets, now);
   } else if (const std::optional<Frame> frame = codec_.parse(octets)) {
     outcome = take({interface, now, *frame});
+    services_.deliver_own(now);
   }
   ++(counts_.*outcome);
 }

@@ -27,6 +27,8 @@
 #include "tools/meshd/entity/neighbor_table.h"
 #include "tools/meshd/entity/ports.h"
 #include "tools/meshd/entity/sender.h"
+#include "tools/meshd/entity/services.h"
+#include "tools/meshd/multi_ap/mesh.h"
 
 namespace meshd {
 
@@ -65,6 +67,14 @@ class Entity {
 
   /// Handles a frame received on an interface. Frames of other ethertypes than those of 1905.1 and LLDP are ignored.
   void receive(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now);
+
+  /// The service gets all messages that reach us from now on, and is told which devices are there. It is borrowed.
+  void add_service(multi_ap::Service& service) { services_.add(service); }
+  /// What the services send with.
+  multi_ap::Mesh& mesh() { return services_; }
+
+  /// Delivers what the services have sent to this device itself. receive() and tend() do so too.
+  void deliver(TimePoint now) { services_.deliver_own(now); }
 
   const Config& config() const { return config_; }
   const NeighborTable& neighbors() const { return neighbors_; }
@@ -115,7 +125,8 @@ class Entity {
   Outcome take(const Received& received);
   Outcome take_lldp(std::size_t interface, std::span<const std::uint8_t> octets, TimePoint now);
   Outcome process(const Received& received);
-  Outcome dispatch(const Handler& handler, const Received& received, std::span<const std::uint8_t> cmdu);
+  Outcome dispatch(const Handler* handler, const Received& received, std::span<const std::uint8_t> cmdu);
+  bool deliver(const Received& received, const qel::ieee1905_1::LenientMessage& message);
   void relay(const Received& received, bool has_room);
 
   static const Handler* find_handler(qel::ieee1905_1::MessageType type);
@@ -145,6 +156,7 @@ class Entity {
   qel::ieee1905_1::Reassembly reassembly_;
   NeighborTable neighbors_;
   Inquirer inquirer_;
+  Services services_;
   mutable HostFinder hosts_;
   AnswerLimits limits_;
   FrameCounts counts_;

@@ -102,37 +102,58 @@ const Entity::Handler* Entity::find_handler(MessageType type) {
 
 Entity::Outcome Entity::process(const Received& received) {
   const Handler* handler = find_handler(received.frame.head.get_message_type());
-  if (handler == nullptr || !handler->accepts(received.frame)) {
+  if (handler == nullptr ? services_.empty() : !handler->accepts(received.frame)) {
     return &FrameCounts::ignored;
   }
   try {
     if (!received.frame.head.is_fragmented()) {
-      return dispatch(*handler, received, received.frame.cmdu());
+      return dispatch(handler, received, received.frame.cmdu());
     }
     const auto whole = reassembly_.add(received.frame.source, received.frame.cmdu(), received.time);
-    return whole ? dispatch(*handler, received, *whole) : &FrameCounts::fragments;
+    return whole ? dispatch(handler, received, *whole) : &FrameCounts::fragments;
   } catch (const Rejection& exception) {
     ports_.on_rejected(received.frame, exception.what());
     return &FrameCounts::rejected;
   }
 }
 
-Entity::Outcome Entity::dispatch(const Handler& handler, const Received& received, std::span<const std::uint8_t> cmdu) {
+/// `handler` is null for a message that only services understand.
+Entity::Outcome Entity::dispatch(const Handler* handler, const Received& received, std::span<const std::uint8_t> cmdu) {
   const LenientMessage message = codec_.decode_leniently(cmdu);
   if (message.end != TLVWalkEnd::END_OF_MESSAGE) {
     throw Rejection(enum_to_string(message.end) + " at offset " + std::to_string(message.end_offset));
   }
-  for (const TLVType type : handler.needed) {
-    if (type != Handler::NONE) {
-      require(message, type);
+  Outcome outcome = &FrameCounts::ignored;
+  if (handler != nullptr) {
+    for (const TLVType type : handler->needed) {
+      if (type != Handler::NONE) {
+        require(message, type);
+      }
     }
+    outcome = (this->*handler->take)(received, message);
   }
-  const Outcome outcome = (this->*handler.take)(received, message);
+  if (deliver(received, message)) {
+    outcome = &FrameCounts::processed;
+  } else if (handler == nullptr) {
+    return outcome;
+  }
   for (const Entry& entry : message.entries) {
     counts_.unknown_tlvs += entry.has_class() ? 0U : 1U;
     counts_.malformed_tlvs += entry.has_class() && entry.tlv == nullptr ? 1U : 0U;
   }
   return outcome;
+}
+
+/// Returns whether it was of use to a service.
+bool Entity::deliver(const Received& received, const LenientMessage& message) {
+  if (services_.empty()) {
+    return false;
+  }
+  const bool is_to_all = received.frame.destination == CMDU_MULTICAST_ADDRESS;
+  const auto* named = is_to_all ? message.message.find<ALMACAddressTLV>() : nullptr;
+  const LocalInterface& interface = config_.interfaces[received.interface];
+  return services_.deliver({named != nullptr ? named->get_MAC() : services_.resolve(received.frame.source),
+                            interface.name, is_to_all, received.time, message, interface.is_backhaul});
 }
 
 Entity::Outcome Entity::on_topology_discovery(const Received& received, const LenientMessage& message) {
@@ -201,7 +222,7 @@ Entity::Outcome Entity::answer(const Received& received, MakeAnswer make_answer)
 Entity::Outcome Entity::on_topology_query(const Received& received, const LenientMessage&) {
   return answer(received, [&](std::uint16_t message_id) {
     return topology_response(message_id, {config_.al_mac, config_.version, config_.interfaces, read_states(),
-                                          find_hosts(received.time), blocked_interfaces(), neighbors_});
+                                          find_hosts(received.time), blocked_interfaces(), neighbors_, &services_});
   });
 }
 

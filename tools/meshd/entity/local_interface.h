@@ -28,6 +28,7 @@ struct LocalInterface {
   qel::MACAddress mac;
   std::string bridge;                      ///< the bridge that it is a port of; empty if none
   std::optional<WlanInterface> wlan = {};  ///< nothing for Ethernet
+  bool is_backhaul = false;                ///< a controller's orders are accepted on it
 
   bool is_there() const { return !name.empty(); }
 

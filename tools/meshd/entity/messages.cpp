@@ -13,6 +13,7 @@
 #include "qel/ieee1905_1/vendor/qel_meshd_version_tlv.h"
 #include "qel/ieee1905_1/vendor/qel_message_type_tlv.h"
 #include "qel/ieee1905_1/vendor/vendor_specific_tlv.h"
+#include "tools/meshd/entity/services.h"
 
 namespace meshd {
 
@@ -119,6 +120,9 @@ Message topology_response(std::uint16_t message_id, const OwnDevice& device) {
   add_hosts(device, message);
   for (std::size_t index = 0; index < device.interfaces.size(); ++index) {
     add_neighbors_on(index, device, message);
+  }
+  if (device.services != nullptr) {
+    device.services->add_to_topology_response(message);
   }
   message.add(QELMeshdVersionTLV(device.version));
   add_blocked(device.blocked, message);

@@ -19,6 +19,9 @@
 // message ends with the End-of-message TLV, and each TLV fits into a frame.
 namespace meshd {
 
+/// Declared in services.h.
+class Services;
+
 /// What a node reports about itself. States and hosts are those of the interfaces, in the same order.
 struct OwnDevice {
   qel::MACAddress al_mac;
@@ -27,7 +30,8 @@ struct OwnDevice {
   std::vector<InterfaceState> states;
   std::vector<std::vector<qel::MACAddress>> hosts;
   std::vector<qel::ieee1905_1::QELBlockedInterface> blocked;
-  const NeighborTable& neighbors;  ///< borrowed
+  const NeighborTable& neighbors;      ///< borrowed
+  const Services* services = nullptr;  ///< borrowed; null for none
 };
 
 /// What a link metric query asks for.

@@ -30,6 +30,8 @@ class Ports {
   /// For devices beyond the neighbours, once they have reported themselves.
   virtual void on_device_found(const qel::MACAddress& /*al_mac*/) {}
   virtual void on_device_lost(const qel::MACAddress& /*al_mac*/) {}
+  /// A service sent something to this device itself: Entity::deliver() should be called soon, but not from within this.
+  virtual void on_delivery_due() {}
   /// A message to us was not understood, and why.
   virtual void on_rejected(const Frame& /*frame*/, const std::string& /*reason*/) {}
 };

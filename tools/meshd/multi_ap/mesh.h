@@ -28,7 +28,8 @@ class Mesh {
   /// Sends to another device on the way that is known to it. Returns false if none is known. The message can still be
   /// lost. A message to ourselves arrives too: agent and controller of one device talk to each other in the same way.
   virtual bool send(const qel::MACAddress& al_mac, const qel::ieee1905_1::Message& message) = 0;
-  /// To be relayed through the mesh; arrives at the services of this device too.
+  /// To be relayed through the mesh: the message has the relay indicator and an AL MAC address TLV. Arrives at the
+  /// services of this device too.
   virtual void send_to_all(const qel::ieee1905_1::Message& message) = 0;
 };
 
@@ -36,7 +37,7 @@ class Mesh {
 struct Received {
   qel::MACAddress from;    ///< the AL MAC of its originator
   std::string interface;   ///< the name of ours on which it came; empty if it came from ourselves
-  bool is_to_all = false;  ///< it was relayed through the mesh
+  bool is_to_all = false;  ///< it was not sent to us alone
   TimePoint time;
   const qel::ieee1905_1::LenientMessage& content;
   bool is_backhaul = false;  ///< the interface is one on which orders may come (--backhaul)
@@ -64,7 +65,7 @@ class Service {
   virtual bool take(const Received& received) = 0;
   /// About once a second, and after deliveries of the radios.
   virtual void tend(TimePoint now) = 0;
-  /// Adds to our topology response.
+  /// Adds to our topology response. Nothing is added if one of the TLVs does not fit into a frame.
   virtual void add_to_topology_response(qel::ieee1905_1::MessageBuilder& /*builder*/) const {}
   /// A device is in the mesh, or no longer.
   virtual void on_device(const qel::MACAddress& /*al_mac*/, bool /*is_there*/, TimePoint /*now*/) {}
