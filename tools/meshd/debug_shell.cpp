@@ -40,8 +40,8 @@ int DebugShell::run(ctlcmd_session* session, int argc, const char* const* argv, 
   });
 }
 
-DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop)
-    : entity_(entity), ports_(ports), loop_(loop) {
+DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, const Roles& roles, qel::daemon::Mainloop& loop)
+    : entity_(entity), ports_(ports), roles_(roles), loop_(loop) {
   const struct {
     const char* name;
     qel::daemon::CtlcmdModule::Handler handler;
@@ -52,6 +52,7 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mai
       {"NEIGHBORS", run<&DebugShell::neighbors, false>, "show the links to neighbors and when they were last heard"},
       {"INTERFACES", run<&DebugShell::interfaces, false>, "show the interfaces and their counters"},
       {"COUNTERS", run<&DebugShell::counters, false>, "show how received frames were handled"},
+      {"ROLES", run<&DebugShell::roles, false>, "show whether this is an agent or a controller, and which is obeyed"},
       {"BLOCK", run<&DebugShell::block, true>, "neither send nor receive on this interface until it is unblocked"},
       {"UNBLOCK", run<&DebugShell::unblock, true>, "use this interface again"},
   };
@@ -114,6 +115,8 @@ void DebugShell::counters(std::ostream& os, const std::string&) {
   }
   os << "bridge_refusals " << ports_.refused() << '\n';
 }
+
+void DebugShell::roles(std::ostream& os, const std::string&) { roles_.print(os, std::chrono::steady_clock::now()); }
 
 void DebugShell::block(std::ostream& os, const std::string& name) {
   set_blocked(name, true);

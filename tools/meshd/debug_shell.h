@@ -6,6 +6,7 @@
 #include "qel/daemon/mainloop.h"
 #include "tools/meshd/entity/entity.h"
 #include "tools/meshd/ports/local_ports.h"
+#include "tools/meshd/roles.h"
 
 namespace meshd {
 
@@ -15,7 +16,7 @@ class DebugShell {
   static constexpr const char* MODULE = "mesh";
 
   /// Everything is borrowed. Throws std::runtime_error if the shell does not accept the module.
-  DebugShell(Entity& entity, const LocalPorts& ports, qel::daemon::Mainloop& loop);
+  DebugShell(Entity& entity, const LocalPorts& ports, const Roles& roles, qel::daemon::Mainloop& loop);
   DebugShell(const DebugShell&) = delete;
   DebugShell& operator=(const DebugShell&) = delete;
   ~DebugShell();
@@ -28,6 +29,7 @@ class DebugShell {
   void neighbors(std::ostream& os, const std::string& none);
   void interfaces(std::ostream& os, const std::string& none);
   void counters(std::ostream& os, const std::string& none);
+  void roles(std::ostream& os, const std::string& none);
   void block(std::ostream& os, const std::string& name);
   void unblock(std::ostream& os, const std::string& name);
 
@@ -40,6 +42,7 @@ class DebugShell {
 
   Entity& entity_;
   const LocalPorts& ports_;
+  const Roles& roles_;
   qel::daemon::Mainloop& loop_;
 };
 

@@ -66,8 +66,9 @@ Node::Node(const Options& options, qel::daemon::Mainloop& loop)
       links_(std::make_shared<LinkTable>([this] { ports_.follow(); })),
       wireless_(make_wireless(loop, [this] { ports_.follow_radios(); })),
       entity_(configure(options, *links_, AlMacFile(options.state_directory, options.name)), *this),
-      ports_(*links_, wireless_.get(), entity_, loop, troubles_),
-      shell_(entity_, ports_, loop) {
+      ports_(*links_, wireless_.get(), options.backhaul, entity_, loop, troubles_),
+      roles_(options, wireless_.get(), entity_, loop),
+      shell_(entity_, ports_, roles_, loop) {
   // The first of the watches, so that changes that precede a frame are known when it is handled.
   loop_.add_watch(links_);
   ports_.open_all(options.interfaces);
@@ -134,6 +135,12 @@ void Node::on_device_lost(const MACAddress& al_mac) {
   log() << LogLevels::LOG << "lost device " << al_mac << std::endl;
   const std::string data = al_mac.to_string();
   loop_.send_qelipc_event("DEVICE_LOST", data.data(), static_cast<unsigned int>(data.size()));
+}
+
+void Node::on_delivery_due() {
+  if (!delivery_timer_.is_running()) {
+    delivery_timer_.start(std::chrono::milliseconds(0), [this] { entity_.deliver(Clock::now()); });
+  }
 }
 
 /// At most once a second, so that a sender of garbage does not push everything else out of the log.

@@ -14,6 +14,7 @@
 #include "tools/meshd/options.h"
 #include "tools/meshd/ports/link_table.h"
 #include "tools/meshd/ports/local_ports.h"
+#include "tools/meshd/roles.h"
 #include "tools/meshd/trouble_log.h"
 #include "tools/meshd/wireless.h"
 
@@ -22,7 +23,7 @@ namespace meshd {
 /// Runs the entity on real interfaces in a main loop, with its sockets, timers, debug shell and events.
 class Node final : private Ports {
  public:
-  /// Opens everything and makes the first announcement. The loop is borrowed. Throws std::system_error and
+  /// Opens everything and makes the first announcement. Options and loop are borrowed. Throws std::system_error and
   /// std::runtime_error.
   Node(const Options& options, qel::daemon::Mainloop& loop);
   Node(const Node&) = delete;
@@ -40,6 +41,7 @@ class Node final : private Ports {
   void on_neighbor_lost(const qel::MACAddress& al_mac) override;
   void on_device_found(const qel::MACAddress& al_mac) override;
   void on_device_lost(const qel::MACAddress& al_mac) override;
+  void on_delivery_due() override;
   void on_rejected(const Frame& frame, const std::string& reason) override;
 
   void tend();
@@ -51,11 +53,13 @@ class Node final : private Ports {
   const std::unique_ptr<Wireless> wireless_;  // null in a meshd without Wi-Fi
   Entity entity_;
   LocalPorts ports_;
+  Roles roles_;
   DebugShell shell_;
   OnceASecond rejections_;
   std::uint64_t lost_turns_ = 0;  // since they were last logged
   qel::time::Timer announce_timer_;
   qel::time::Timer tend_timer_;
+  qel::time::Timer delivery_timer_;
 };
 
 }  // namespace meshd

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -50,6 +51,10 @@ Options:
        << LONGEST_INTERVAL << "; " << defaults.discovery_interval.count() << R"( by default
       --devices NUMBER          Maximum number of other devices to know, up to )"
        << MOST_DEVICES << "; " << defaults.devices << R"( by default
+      --agent                   Be a Multi-AP agent; needs radios
+      --backhaul IF...          The interfaces on which the agent accepts a controller's orders; none by default
+      --controller              Be a Multi-AP controller
+      --policy FILE             What the controller does on its own, see meshd-policy(5)
       --daemonize               Run in the background, or as a service under a service manager
       --debug COMPONENT...      Show the debug messages of these components
 
@@ -68,6 +73,10 @@ enum Option : int {
   NAME,
   DEVICES,
   INTERVAL,
+  POLICY,
+  AGENT,
+  BACKHAUL,
+  CONTROLLER,
   DAEMONIZE,
   DEBUG
 };
@@ -84,6 +93,10 @@ constexpr option LONG_OPTIONS[] = {
     {"name", required_argument, nullptr, NAME},
     {"devices", required_argument, nullptr, DEVICES},
     {"discovery-interval", required_argument, nullptr, INTERVAL},
+    {"agent", no_argument, nullptr, AGENT},
+    {"backhaul", required_argument, nullptr, BACKHAUL},
+    {"controller", no_argument, nullptr, CONTROLLER},
+    {"policy", required_argument, nullptr, POLICY},
     {"daemonize", no_argument, nullptr, DAEMONIZE},
     {"debug", required_argument, nullptr, DEBUG},
     {},
@@ -128,6 +141,15 @@ void check_interfaces(std::vector<std::string> interfaces) {
   }
 }
 
+void check_roles(const Options& options) {
+  if (!options.backhaul.empty() && !options.is_agent) {
+    throw tools::UsageError("--backhaul is for an agent; give --agent too");
+  }
+  if (!options.policy.empty() && !options.is_controller) {
+    throw tools::UsageError("--policy is for a controller; give --controller too");
+  }
+}
+
 }  // namespace
 
 Options parse_options(int argc, char* const* argv) {
@@ -150,7 +172,7 @@ Options parse_options(int argc, char* const* argv) {
     if (option == ':' || (value == argv[optind - 1] && *value == '-')) {
       throw tools::UsageError(word + " needs a value");
     }
-    if (option >= AL_MAC && option <= INTERVAL && !given.insert(option).second) {
+    if (option >= AL_MAC && option <= POLICY && !given.insert(option).second) {
       throw tools::UsageError(word + " is given twice");
     }
     switch (option) {
@@ -180,6 +202,19 @@ Options parse_options(int argc, char* const* argv) {
       case DEVICES:
         options.devices = static_cast<std::size_t>(parse_number("--devices", value, MOST_DEVICES));
         break;
+      case POLICY:
+        options.policy = std::filesystem::absolute(value);
+        break;
+      case AGENT:
+        options.is_agent = true;
+        break;
+      case BACKHAUL:
+        list = &options.backhaul;
+        list->emplace_back(value);
+        break;
+      case CONTROLLER:
+        options.is_controller = true;
+        break;
       case DAEMONIZE:
         options.daemonize = true;
         break;
@@ -196,6 +231,7 @@ Options parse_options(int argc, char* const* argv) {
   }
   check_interfaces(options.interfaces);
   check_components(options.debug_components);
+  check_roles(options);
   return options;
 }
 

@@ -18,6 +18,10 @@ struct Options {
   std::string name = "meshd";             ///< on the IPC
   std::chrono::seconds discovery_interval{60};
   std::size_t devices = Limits().devices;  ///< beside us, at most
+  bool is_agent = false;
+  bool is_controller = false;
+  std::string policy;                 ///< the file, with its whole path; empty for the default policy
+  std::vector<std::string> backhaul;  ///< interfaces, bridges and patterns on which the agent accepts orders
   bool daemonize = false;
   std::vector<std::string> debug_components;
   std::string notice;  ///< the help or the version, if requested: print it and exit

@@ -4,8 +4,10 @@
 #include <memory>
 #include <optional>
 
+#include "qel/core/mac_address.h"
 #include "qel/daemon/mainloop.h"
 #include "tools/meshd/entity/local_interface.h"
+#include "tools/meshd/multi_ap/mesh.h"
 
 namespace meshd {
 
@@ -22,6 +24,14 @@ class Wireless {
 
   /// Adds what is known of the links to the peers, and of the time on the channel, to the state of the interface.
   virtual void add_state(unsigned int index, InterfaceState& state) const = 0;
+
+  using FindController = std::function<std::optional<qel::MACAddress>()>;
+  /// The Multi-AP agent of these radios. It asks `find_controller` whom to obey. Mesh and radios are borrowed.
+  virtual std::unique_ptr<multi_ap::Service> make_agent(multi_ap::Mesh& mesh, FindController find_controller) {
+    static_cast<void>(mesh);
+    static_cast<void>(find_controller);
+    return nullptr;
+  }
 };
 
 /// The radios for which this program was built; null for a program without Wi-Fi (wired.cpp). `on_change` is called in

@@ -59,10 +59,11 @@ const Link* find_link(const LinkTable& links, const std::string& name) {
   return link;
 }
 
-LocalPorts::LocalPorts(const LinkTable& links, const Wireless* radios, Entity& entity, qel::daemon::Mainloop& loop,
-                       TroubleLog& troubles)
+LocalPorts::LocalPorts(const LinkTable& links, const Wireless* radios, const std::vector<std::string>& backhaul,
+                       Entity& entity, qel::daemon::Mainloop& loop, TroubleLog& troubles)
     : links_(links),
       radios_(radios),
+      backhaul_(backhaul),
       entity_(entity),
       loop_(loop),
       troubles_(troubles),
@@ -260,8 +261,11 @@ bool LocalPorts::open_one() {
 
 LocalInterface LocalPorts::describe(const Link& link) const {
   const Link* bridge = links_.find(link.bridge);
+  const bool is_backhaul = std::ranges::any_of(backhaul_, [&](const std::string& name) {
+    return matches(name, link.name) || (bridge != nullptr && matches(name, bridge->name));
+  });
   return {link.name, link.mac.value_or(MACAddress()), bridge == nullptr ? "" : bridge->name,
-          radios_ == nullptr ? std::nullopt : radios_->find(link.index)};
+          radios_ == nullptr ? std::nullopt : radios_->find(link.index), is_backhaul};
 }
 
 void LocalPorts::update(std::size_t interface, const Link& link) {

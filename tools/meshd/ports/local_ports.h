@@ -32,9 +32,10 @@ const Link* find_link(const LinkTable& links, const std::string& name);
 /// pattern, stands for its ports.
 class LocalPorts {
  public:
-  /// Everything is borrowed; without radios, they are null.
-  LocalPorts(const LinkTable& links, const Wireless* radios, Entity& entity, qel::daemon::Mainloop& loop,
-             TroubleLog& troubles);
+  /// Everything is borrowed; without radios, they are null. `backhaul` has the names and patterns of the interfaces,
+  /// and of the bridges of interfaces, on which orders are accepted.
+  LocalPorts(const LinkTable& links, const Wireless* radios, const std::vector<std::string>& backhaul, Entity& entity,
+             qel::daemon::Mainloop& loop, TroubleLog& troubles);
   LocalPorts(const LocalPorts&) = delete;
   LocalPorts& operator=(const LocalPorts&) = delete;
   ~LocalPorts();
@@ -110,6 +111,7 @@ class LocalPorts {
 
   const LinkTable& links_;
   const Wireless* const radios_;
+  const std::vector<std::string>& backhaul_;
   Entity& entity_;
   qel::daemon::Mainloop& loop_;
   TroubleLog& troubles_;
