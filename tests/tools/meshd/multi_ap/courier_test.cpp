@@ -99,35 +99,5 @@ TEST_F(CourierTest, GivesUpWhatIsDisplacedWithTheNextTend) {
   EXPECT_THAT(outcomes, SizeIs(Courier::MOST_WAITING + 2));
 }
 
-TEST_F(CourierTest, AnOwnerThatAsksAgainWhenItIsToldWaitsForItsTurn) {
-  int told = 0;
-  const Courier::OnOutcome ask_again = [&](Outcome, const Message*, std::chrono::milliseconds) {
-    ++told;
-    ask(8, IEEE1905_ACK_MESSAGE, START + seconds(6));
-  };
-  courier.request(AGENT, make_message(AP_CAPABILITY_QUERY_MESSAGE, 7), IEEE1905_ACK_MESSAGE, START, ask_again);
-  for (const int second : {2, 4, 6}) {
-    courier.tend(START + seconds(second));
-  }
-  EXPECT_EQ(told, 1);
-  EXPECT_THAT(mesh.sent, SizeIs(4));
-  EXPECT_EQ(courier.count_waiting(), 1U);
-}
-
-TEST_F(CourierTest, AcknowledgesWhatWasSentToUsAlone) {
-  const CarriedMessage order(make_message(CLIENT_STEERING_REQUEST_MESSAGE, 0x1234));
-  acknowledge(mesh, order.from(AGENT, START));
-  acknowledge(mesh, order.from(AGENT, START), REASON);
-  acknowledge(mesh, CarriedMessage(MessageBuilder(TOPOLOGY_NOTIFICATION_MESSAGE).relay().build()).from(AGENT, START));
-  ASSERT_THAT(mesh.sent, SizeIs(2));
-  for (const CarriedMessage& sent : mesh.sent) {
-    EXPECT_EQ(sent.to, AGENT);
-    EXPECT_EQ(sent.type(), IEEE1905_ACK_MESSAGE);
-    EXPECT_EQ(sent.id(), 0x1234);
-  }
-  EXPECT_EQ(mesh.sent[0].find<ErrorCodeTLV>(), nullptr);
-  EXPECT_EQ(*mesh.sent[1].find<ErrorCodeTLV>(), REASON);
-}
-
 }  // namespace
 }  // namespace meshd::multi_ap
