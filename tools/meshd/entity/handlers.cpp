@@ -152,8 +152,9 @@ bool Entity::deliver(const Received& received, const LenientMessage& message) {
   const bool is_to_all = received.frame.destination == CMDU_MULTICAST_ADDRESS;
   const auto* named = is_to_all ? message.message.find<ALMACAddressTLV>() : nullptr;
   const LocalInterface& interface = config_.interfaces[received.interface];
-  return services_.deliver({named != nullptr ? named->get_MAC() : services_.resolve(received.frame.source),
-                            interface.name, is_to_all, received.time, message, interface.is_backhaul});
+  return services_.deliver(
+      {named != nullptr ? named->get_MAC() : services_.resolve(received.frame.source, received.interface),
+       interface.name, is_to_all, received.time, message, interface.is_backhaul});
 }
 
 Entity::Outcome Entity::on_topology_discovery(const Received& received, const LenientMessage& message) {

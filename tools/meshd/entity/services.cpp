@@ -117,12 +117,15 @@ void Services::add_to_topology_response(MessageBuilder& builder) const {
   }
 }
 
-MACAddress Services::resolve(const MACAddress& source) const {
-  if (const Neighbor* neighbor = neighbors_.find_sender(source)) {
-    return neighbor->al_mac;
-  }
-  if (devices_.find(source) != nullptr) {
+MACAddress Services::resolve(const MACAddress& source, std::size_t interface) const {
+  if (neighbors_.find(source) != nullptr || devices_.find(source) != nullptr) {
     return source;
+  }
+  if (const Neighbor* neighbor = neighbors_.find_sender(source)) {
+    const bool is_proven = std::ranges::any_of(neighbor->links, [&](const NeighborLink& link) {
+      return link.interface == interface && link.mac == source && link.standing == NeighborLink::Standing::PROVEN;
+    });
+    return is_proven ? neighbor->al_mac : source;
   }
   const auto owner =
       std::ranges::find_if(devices_.all(), [&](const auto& entry) { return entry.second.told.has_interface(source); });

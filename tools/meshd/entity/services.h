@@ -53,8 +53,9 @@ class Services final : public multi_ap::Mesh {
   /// Adds what the services report; their kinds are put together in one TLV.
   void add_to_topology_response(qel::ieee1905_1::MessageBuilder& builder) const;
 
-  /// The AL MAC of the device that sends from this address, as far as it is known; otherwise the address.
-  qel::MACAddress resolve(const qel::MACAddress& source) const;
+  /// The AL MAC of the device that sends from this address on the interface. The address itself, unless a device has
+  /// reported it as that of an interface: claiming it does not suffice.
+  qel::MACAddress resolve(const qel::MACAddress& source, std::size_t interface) const;
 
  private:
   struct Own {

@@ -13,7 +13,6 @@ namespace {
 
 using namespace qel::ieee1905_1;
 using enum MessageType;
-using std::chrono::seconds;
 
 const TimePoint START{};
 
@@ -114,12 +113,11 @@ TEST(Services, ReachDevicesBeyondNeighborsAndHearWhoCameAndWent) {
 }
 
 TEST(Services, GetFragmentsAsOneAndKnowASenderByItsInterface) {
-  Entity::Config config = Device::config(1, 1, seconds(180));
-  config.interfaces[0].is_backhaul = true;
-  RecordingPorts ports;
-  Entity entity(config, ports);
+  Device device(1);
+  Device other(2);
+  Entity& entity = device.entity;
+  entity.replace_interface(0, {"eth0", interface_mac(0x11), "", {}, true});
   Recorder agent(entity.mesh(), ServiceType::MULTI_AP_AGENT);
-  entity.receive(0, frame_of(topology_discovery(device_mac(2), interface_mac(0x21)), device_mac(2)), START);
   const auto receive = [&](MessageType type, int clients) {
     MessageBuilder builder(type);
     for (int count = 0; count < clients; ++count) {
@@ -133,12 +131,18 @@ TEST(Services, GetFragmentsAsOneAndKnowASenderByItsInterface) {
   receive(STEERING_COMPLETED_MESSAGE, 0);
   EXPECT_EQ(entity.counts().ignored, 1U) << "there is no service yet";
   entity.add_service(agent);
+  const std::string completed = "STEERING_COMPLETED_MESSAGE ";
+  entity.receive(0, frame_of(topology_discovery(device_mac(2), interface_mac(0x21)), device_mac(2)), START);
+  receive(STEERING_COMPLETED_MESSAGE, 0);
+  EXPECT_THAT(agent.take_taken(), ElementsAre(completed + interface_mac(0x21).to_string() + " on 'eth0' backhaul"))
+      << "a claim proves nothing";
+  carry({{device, 0, other, 0}}, START);
   receive(STEERING_COMPLETED_MESSAGE, 300);
-  EXPECT_THAT(agent.taken,
-              ElementsAre("STEERING_COMPLETED_MESSAGE " + device_mac(2).to_string() + " on 'eth0' backhaul"));
+  EXPECT_THAT(agent.taken, ElementsAre(completed + device_mac(2).to_string() + " on 'eth0' backhaul"));
   EXPECT_EQ(agent.clients_taken, 300U);
+  const std::uint64_t ignored = entity.counts().ignored;
   receive(AP_AUTOCONFIGURATION_RENEW_MESSAGE, 0);
-  EXPECT_EQ(entity.counts().ignored, 2U) << "it is of no use to the service";
+  EXPECT_EQ(entity.counts().ignored, ignored + 1) << "it is of no use to the service";
 }
 
 TEST(Services, ThatTalkToThemselvesStopNobodyAndFillNoMemory) {
