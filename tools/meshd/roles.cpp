@@ -40,6 +40,11 @@ Roles::Roles(const Options& options, Wireless* radios, Entity& entity, qel::daem
   }
 }
 
+std::optional<qel::MACAddress> Roles::obeyed() const {
+  const bool obeys = finder_ != nullptr && finder_->can_order() && finder_->controller() != entity_.config().al_mac;
+  return obeys ? finder_->controller() : std::nullopt;
+}
+
 void Roles::print(std::ostream& os, multi_ap::TimePoint now) const {
   if (finder_ == nullptr) {
     os << "this is neither an agent nor a controller\n";

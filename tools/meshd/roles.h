@@ -25,6 +25,9 @@ class Roles {
   Roles& operator=(const Roles&) = delete;
   ~Roles() = default;
 
+  /// The controller on another device that our agent obeys, if there is one.
+  std::optional<qel::MACAddress> obeyed() const;
+
   /// For people.
   void print(std::ostream& os, multi_ap::TimePoint now) const;
 

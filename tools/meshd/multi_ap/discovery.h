@@ -74,6 +74,8 @@ class ControllerFinder final : public Service {
 
   /// Its AL MAC, which can be our own.
   const std::optional<qel::MACAddress>& controller() const { return controller_; }
+  /// It answered where it may give orders: on an interface marked as backhaul, or on this device.
+  bool can_order() const { return can_order_; }
   const OtherControllers& others() const { return others_; }
 
   bool take(const Received& received) override;
@@ -89,7 +91,7 @@ class ControllerFinder final : public Service {
   ControllerSearch search_;
   OtherControllers others_;
   std::optional<qel::MACAddress> controller_;
-  bool can_order_ = false;  // it answered on an interface marked as backhaul, or is on this device
+  bool can_order_ = false;
   TimePoint heard_at_;
 };
 

@@ -33,7 +33,7 @@ std::string table_of(const std::string& daemon) {
 /// A bridge that filters VLANs has tagged every frame by the time it forwards it. Therefore frames are marked on
 /// arrival, when it is still visible whether they came with a tag, and dropped when they are forwarded. Other programs
 /// may use the same mark for frames of their own, so the mark alone is not enough.
-constexpr const char* CHAINS = R"(
+constexpr const char* DISCOVERY = R"(
   chain prerouting {
     type filter hook prerouting priority -300; policy accept;
     iif @ports ether daddr 01:80:c2:00:00:13 ether type 0x893a meta mark set 0x893a
@@ -47,20 +47,31 @@ constexpr const char* CHAINS = R"(
   }
 )";
 
+std::string set_of(const char* name, const std::set<unsigned int>& ports) {
+  std::string elements;
+  for (const unsigned int port : ports) {
+    elements.append(elements.empty() ? " elements = { " : ", ").append(std::to_string(port));
+  }
+  return std::string("set ") + name + " { type iface_index;" + elements + (elements.empty() ? "" : " }") + " }\n";
+}
+
+std::string rules_of(const Guarding& guarding) {
+  std::string rules = set_of("ports", guarding.ports) + DISCOVERY;
+  if (guarding.controller) {
+    const std::string forged = "iif != @to_controller ether saddr " + guarding.controller->to_string();
+    rules += set_of("to_controller", guarding.ports_to_controller) +
+             "chain controller { type filter hook prerouting priority -301; policy accept;\n" + forged +
+             " ether type 0x893a drop\n" + forged + " vlan id 0 vlan type 0x893a drop\n}\n";
+  }
+  return rules;
+}
+
 /// Throws std::system_error if not permitted. The library itself would exit if the kernel has no netfilter, and write
 /// to the standard error if we lack the capability.
 void ask_whether_allowed() {
   const nfgenmsg body{};
   netlink::Socket(0, NETLINK_NETFILTER)
       .run(netlink::Request(NFNL_SUBSYS_NFTABLES << 8U | NFT_MSG_GETGEN, NLM_F_ACK, body));
-}
-
-std::string join(const std::vector<unsigned int>& numbers) {
-  std::string text;
-  for (const unsigned int number : numbers) {
-    text.append(text.empty() ? "" : ", ").append(std::to_string(number));
-  }
-  return text;
 }
 
 }  // namespace
@@ -88,12 +99,11 @@ std::optional<std::string> BridgeGuard::run(const std::string& commands) {
   return text.substr(0, text.find('\n'));  // a copy of the command follows
 }
 
-void BridgeGuard::keep_apart(const std::vector<unsigned int>& ports) {
+void BridgeGuard::guard(const Guarding& guarding) {
   const std::string remove = "delete table " + table_ + '\n';
   const std::string remove_if_any = "add table " + table_ + '\n' + remove;
-  const std::string set = "set ports { type iface_index; elements = { " + join(ports) + " } }";
-  const auto make = [&](const char* flags) { return "table " + table_ + " {" + flags + set + CHAINS + "}\n"; };
-  if (ports.size() < 2) {
+  const auto make = [&](const char* flags) { return "table " + table_ + " {" + flags + rules_of(guarding) + "}\n"; };
+  if (!guarding.is_needed()) {
     if (context_ != nullptr) {
       run(remove);
     } else if (!has_begun_) {

@@ -2,16 +2,31 @@
 
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
-#include <vector>
+
+#include "qel/core/mac_address.h"
 
 struct nft_ctx;
 
 namespace meshd {
 
+/// What bridges are kept from.
+struct Guarding {
+  std::set<unsigned int> ports{};                ///< between these, by index, they forward no discovery
+  std::optional<qel::MACAddress> controller{};   ///< its 1905.1 frames do not pass ...
+  std::set<unsigned int> ports_to_controller{};  ///< ... unless they came in on one of these
+
+  bool is_needed() const { return ports.size() > 1 || controller; }
+  friend bool operator==(const Guarding&, const Guarding&) = default;
+};
+
 /// Keeps bridges from forwarding frames that are meant for the next device only between our ports: 1905.1 frames to
 /// the group address, and LLDP. Frames with a VLAN tag and frames from or to other ports pass. The bridges still learn
 /// from the frames that they do not forward.
+///
+/// It also keeps the frames of others that pretend to be the controller from passing through the bridges to other
+/// agents, which cannot see on which port they came.
 ///
 /// The guard is an nftables table of the family bridge. The table is bound to this process: the kernel removes it
 /// however the process ends, and another program's "flush ruleset" leaves it alone. Kernels before 5.12 cannot bind a
@@ -25,9 +40,9 @@ class BridgeGuard {
   /// Removes the table.
   ~BridgeGuard();
 
-  /// Guards exactly the ports with these indexes. With fewer than two ports, there is no table. Needs CAP_NET_ADMIN.
-  /// Throws std::runtime_error with the system's message.
-  void keep_apart(const std::vector<unsigned int>& ports);
+  /// Guards exactly this. If nothing needs to be guarded, there is no table. Needs CAP_NET_ADMIN. Throws
+  /// std::runtime_error with the system's message.
+  void guard(const Guarding& guarding);
 
  private:
   struct Free {

@@ -51,12 +51,12 @@ bool Bridges::attempt(const std::string& what, Action action) {
   }
 }
 
-void Bridges::follow(const LinkTable& links, const std::vector<unsigned int>& ports) {
-  std::set<unsigned int> ports_of_bridges;
+void Bridges::follow(const LinkTable& links, const Guarding& ports) {
+  Guarding guarding{{}, ports.controller, ports.ports_to_controller};
   std::set<unsigned int> bridges;
-  for (const unsigned int port : ports) {
+  for (const unsigned int port : ports.ports) {
     if (const Link* link = links.find(port); link != nullptr && link->bridge != 0) {
-      ports_of_bridges.insert(port);
+      guarding.ports.insert(port);
       bridges.insert(link->bridge);
     }
   }
@@ -66,7 +66,7 @@ void Bridges::follow(const LinkTable& links, const std::vector<unsigned int>& po
   retry_at_.reset();
   if (has_bridge || guarded_) {  // otherwise nftables is not even loaded
     former_causes_ = std::exchange(causes_, {});
-    guard(ports_of_bridges);
+    guard(guarding);
     tell(links, bridges);
     if (causes_.empty()) {
       gap_ = std::chrono::seconds(1);
@@ -77,13 +77,13 @@ void Bridges::follow(const LinkTable& links, const std::vector<unsigned int>& po
   }
 }
 
-void Bridges::guard(const std::set<unsigned int>& ports) {
-  if (ports == guarded_) {
+void Bridges::guard(const Guarding& guarding) {
+  if (guarding == guarded_) {
     return;
   }
   attempt("keep bridges from forwarding discovery between our ports", [&] {
-    guard_.keep_apart({ports.begin(), ports.end()});
-    guarded_ = ports;
+    guard_.guard(guarding);
+    guarded_ = guarding;
   });
 }
 

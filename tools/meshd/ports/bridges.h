@@ -25,8 +25,9 @@ class Bridges {
   Bridges& operator=(const Bridges&) = delete;
   ~Bridges();
 
-  /// Call this at the start and whenever a link has changed, with the indexes of our ports.
-  void follow(const LinkTable& links, const std::vector<unsigned int>& ports);
+  /// Call this at the start and whenever a link or the controller has changed. All of our ports are given; those in no
+  /// bridge do not matter.
+  void follow(const LinkTable& links, const Guarding& ports);
 
   /// Whether to call follow() although no link has changed: the system refused a change, and it is time to try again.
   /// The intervals grow up to about a minute.
@@ -36,7 +37,7 @@ class Bridges {
   std::uint64_t refused() const { return refused_; }
 
  private:
-  void guard(const std::set<unsigned int>& ports);
+  void guard(const Guarding& guarding);
   void tell(const LinkTable& links, const std::set<unsigned int>& bridges);
   /// Runs an action that the system may refuse, and returns false if it did. `what` names the action in the log; if it
   /// is empty, nothing is logged.
@@ -45,8 +46,8 @@ class Bridges {
 
   BridgeGuard guard_;
   qel::MACAddress al_mac_;
-  std::optional<std::set<unsigned int>> guarded_;  // the ports that are kept apart; nothing before the first bridge
-  std::set<unsigned int> told_;                    // bridges that have an entry of ours
+  std::optional<Guarding> guarded_;  // nothing before the first bridge
+  std::set<unsigned int> told_;      // bridges that have an entry of ours
   bool has_begun_ = false;
   std::map<std::string, std::string> causes_;         // by the actions refused in the last follow()
   std::map<std::string, std::string> former_causes_;  // in the one before

@@ -259,13 +259,17 @@ bool LocalPorts::open_one() {
   return false;
 }
 
-LocalInterface LocalPorts::describe(const Link& link) const {
+bool LocalPorts::is_backhaul(const Link& link) const {
   const Link* bridge = links_.find(link.bridge);
-  const bool is_backhaul = std::ranges::any_of(backhaul_, [&](const std::string& name) {
+  return std::ranges::any_of(backhaul_, [&](const std::string& name) {
     return matches(name, link.name) || (bridge != nullptr && matches(name, bridge->name));
   });
+}
+
+LocalInterface LocalPorts::describe(const Link& link) const {
+  const Link* bridge = links_.find(link.bridge);
   return {link.name, link.mac.value_or(MACAddress()), bridge == nullptr ? "" : bridge->name,
-          radios_ == nullptr ? std::nullopt : radios_->find(link.index), is_backhaul};
+          radios_ == nullptr ? std::nullopt : radios_->find(link.index), is_backhaul(link)};
 }
 
 void LocalPorts::update(std::size_t interface, const Link& link) {
@@ -299,13 +303,22 @@ void LocalPorts::update(std::size_t interface, const Link& link) {
 }
 
 void LocalPorts::prepare_bridges() {
-  std::vector<unsigned int> ports;
+  Guarding guarding{.controller = controller_};
   for (const auto& [index, link] : links_.all()) {
     if (owner_of(link) != nullptr) {
-      ports.push_back(index);
+      guarding.ports.insert(index);
+      if (controller_ && is_backhaul(link)) {
+        guarding.ports_to_controller.insert(index);
+      }
     }
   }
-  bridges_.follow(links_, ports);
+  bridges_.follow(links_, guarding);
+}
+
+void LocalPorts::protect(const std::optional<qel::MACAddress>& controller) {
+  if (std::exchange(controller_, controller) != controller) {
+    prepare_bridges();
+  }
 }
 
 void LocalPorts::follow() {

@@ -51,6 +51,9 @@ class LocalPorts {
   /// Call this when something changed on the radios.
   void follow_radios();
 
+  /// Bridges let 1905.1 frames from this address in only on interfaces that are marked as backhaul.
+  void protect(const std::optional<qel::MACAddress>& controller);
+
   /// Call this once a second: repeats follow() if it ran out of memory, and changes of bridges that the system refused.
   void tend();
 
@@ -102,6 +105,7 @@ class LocalPorts {
   bool close_one();
   /// Opens an interface that should be our port. Returns false if none can be opened.
   bool open_one();
+  bool is_backhaul(const Link& link) const;
   LocalInterface describe(const Link& link) const;
   /// Updates what the entity knows of an interface from what the kernel reports.
   void update(std::size_t interface, const Link& link);
@@ -120,6 +124,7 @@ class LocalPorts {
   Bridges bridges_;
   std::vector<Given> given_;  // the ports point to its elements
   std::vector<Port> ports_;   // by the entity's indexes of interfaces
+  std::optional<qel::MACAddress> controller_;
   std::uint64_t lost_frames_ = 0;
   bool is_following_ = false;  // still set if the last follow() did not complete
   qel::time::Timer follow_timer_;
