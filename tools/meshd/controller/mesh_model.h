@@ -99,6 +99,7 @@ struct AgentModel {
   std::string name;  ///< as it calls itself; empty if unknown
   TimePoint found_at;
   TimePoint heard_at;
+  std::optional<TimePoint> searched_at;          ///< when it last searched for a controller
   unsigned int unanswered = 0;                   ///< requests in a row
   std::map<qel::MACAddress, RadioModel> radios;  ///< by identifier
   std::set<qel::MACAddress> backhaul_stations;   ///< its own, with which it is a client of other agents
