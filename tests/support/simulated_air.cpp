@@ -4,8 +4,8 @@
 #include <sstream>
 
 #include "qel/channel/frequency.h"
+#include "qel/channel/opclass_segment.h"
 #include "qel/channel/operating_class_deduction.h"
-#include "qel/channel/segment_range.h"
 #include "tools/meshd/wifi/radio.h"
 
 namespace meshd::test {
@@ -84,7 +84,7 @@ bool contains(const qel::ChannelInfo& channel, const kHz& frequency) {
     return channel.get_primary_frequency().is_set() && channel.get_primary_frequency().get() == frequency;
   }
   const auto& [center, width] = channel.get_primary_segment().get();
-  return qel::SegmentRange(center, width).holds_channel(frequency);
+  return std::ranges::count(qel::OpclassSegment{width, center, {}, {}}.get_20_mhz_channels(), frequency) != 0;
 }
 
 std::string text_of(const qel::ChannelInfo& channel) {
@@ -115,22 +115,13 @@ wifi::AirRadio simulated_radio(const MACAddress& identifier, const std::set<Freq
 }
 
 qel::ChannelInfo simulated_channel(const kHz& primary, ChannelWidth width) {
-  using qel::OperatingClassDeduction;
-  const auto& classes = OperatingClassDeduction::get_lookup(OperatingClassDeduction::Region::GLOBAL);
+  constexpr auto REGION = qel::OperatingClassDeduction::Region::GLOBAL;
   kHz center = primary;
-  if (width == ChannelWidth::WIDTH_40_MHZ && qel::frequency_to_band(primary) == FrequencyBand::BAND_2_4_GHZ) {
-    center = primary + kHz(10000);
-  } else if (width != ChannelWidth::WIDTH_20_MHZ) {
-    for (const std::uint8_t opclass : classes.get_all_region_opclasses()) {
-      if (classes.is_secondary_segment(opclass) ||
-          qel::capability_bits_max_channel_width(classes.get_channel_capabilities(opclass)) != width) {
-        continue;
-      }
-      for (const std::uint8_t channel : classes.get_all_opclass_channels(opclass)) {
-        const kHz each = classes.get_segment_center_frequency(channel, opclass);
-        if (qel::SegmentRange(each, width).holds_channel(primary)) {
-          center = each;
-        }
+  for (const std::uint8_t opclass : qel::OperatingClassDeduction::get_all_region_opclasses(REGION)) {
+    for (const std::uint8_t channel : qel::OperatingClassDeduction::get_all_opclass_channels(opclass, REGION)) {
+      const qel::OpclassSegment segment = get_opclass_segment(channel, opclass, REGION);
+      if (segment.width == width && std::ranges::count(segment.get_primaries(), primary) != 0) {
+        center = segment.center;
       }
     }
   }

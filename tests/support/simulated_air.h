@@ -19,8 +19,7 @@ namespace meshd::test {
 wifi::AirRadio simulated_radio(const qel::MACAddress& identifier, const std::set<qel::FrequencyBand>& bands,
                                qel::ChannelWidth widest = qel::ChannelWidth::WIDTH_80_MHZ);
 
-/// The channel of this width with this primary channel. The segment is the one on the grid, or at 2.4 GHz the one that
-/// extends upwards.
+/// The channel of this width with this primary channel. At 2.4 GHz, 40 MHz extend downwards if they can.
 qel::ChannelInfo simulated_channel(const qel::kHz& primary, qel::ChannelWidth width = qel::ChannelWidth::WIDTH_20_MHZ);
 
 /// A client that is connected, and was heard at this strength.
