@@ -5,6 +5,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "qel/channel/frequency.h"
+
 namespace meshd::wifi {
 
 namespace {
@@ -108,6 +110,17 @@ qel::ChannelInfo channel_info(Octets attributes, Timestamp now) {
   } catch (const std::invalid_argument&) {  // not a segment
   }
   return info;
+}
+
+bool occupies(const qel::ChannelInfo& channel, const kHz& frequency) {
+  if (!channel.get_primary_segment().is_set()) {
+    const auto& primary = channel.get_primary_frequency();
+    return primary.is_set() && primary.get() == frequency;
+  }
+  const auto& [center, width] = channel.get_primary_segment().get();
+  const kHz half(qel::unit_cast<kHz>(channel_width_to_frequency(width)).value() / 2);
+  const auto contains = [&](const kHz& middle) { return middle - half < frequency && frequency < middle + half; };
+  return contains(center) || contains(channel.get_secondary_center_frequency());
 }
 
 Interface interface_of(const Message& message, Timestamp now) {

@@ -49,4 +49,7 @@ Interface interface_of(const Message& message, Timestamp now);
 /// power. A width that the model does not have leaves the segment unset, as does a segment without its primary channel.
 qel::ChannelInfo channel_info(Octets attributes, Timestamp now);
 
+/// True if the channel contains that frequency. A channel without a segment has its primary frequency only.
+bool occupies(const qel::ChannelInfo& channel, const qel::kHz& frequency);
+
 }  // namespace meshd::wifi

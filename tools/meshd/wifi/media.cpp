@@ -22,18 +22,6 @@ const Interface* find_interface(const Model& model, std::uint32_t number) {
   return place == model.get_interfaces().end() ? nullptr : &place->second;
 }
 
-/// The interface that beacons: of an AP_VLAN, its access point, which has the channel.
-const Interface& bss_of(const Model& model, const Interface& interface) {
-  if (interface.role == Role::AP_VLAN) {
-    for (const auto& [number, other] : model.get_interfaces()) {
-      if (other.role == Role::AP && other.wiphy == interface.wiphy && other.mac == interface.mac) {
-        return other;
-      }
-    }
-  }
-  return interface;
-}
-
 /// The standard has these roles only: whoever is no access point is a station.
 WLANInterfaceRole1905_1 role_of(Role role) {
   switch (role) {
@@ -104,9 +92,6 @@ void set_channel(WLANSpecificInformation& information, const qel::ChannelInfo& c
   }
 }
 
-/// False for a station that has only authenticated, or whose handshake is under way: anybody can get that far.
-bool is_peer(const Station& station) { return station.is_authorized || !station.has_flags; }
-
 std::uint16_t megabits(std::uint64_t kilobits) {
   return static_cast<std::uint16_t>(
       std::min<std::uint64_t>(kilobits / 1000, std::numeric_limits<std::uint16_t>::max()));
@@ -136,7 +121,8 @@ WLANPhymode standard_of(const std::string& status) {
       {"ieee80211n=0", WLANPhymode::A},  // of hostapd, which has all these lines
       {"wifi_generation=6", WLANPhymode::AX},
       {"wifi_generation=5", WLANPhymode::AC},
-      {"wifi_generation=4", WLANPhymode::N}};
+      {"wifi_generation=4", WLANPhymode::N},
+      {"wpa_state=COMPLETED", WLANPhymode::A}};  // wpa_supplicant names no older generation
   const std::string lines = '\n' + status + '\n';
   for (const auto& [line, standard] : LINES) {
     if (lines.find('\n' + std::string(line) + '\n') != std::string::npos) {
@@ -151,7 +137,7 @@ std::optional<WlanInterface> wlan_interface(const Model& model, const StandardsI
   if (interface == nullptr) {
     return std::nullopt;
   }
-  const Interface& bss = bss_of(model, *interface);
+  const Interface& bss = model.get_bss(*interface);
   WlanInterface result;
   const auto standard = standards.find(bss.number);
   const bool is_known = standard != standards.end() && standard->second != WLANPhymode::INVALID_MAX;
@@ -179,7 +165,7 @@ void add_link_states(const Model& model, std::uint32_t number, InterfaceState& s
   for (const auto& [mac, station] : model.get_stations(number)) {
     state.links.emplace(mac, link_state(station));
   }
-  if (const auto utilization = model.get_utilization(bss_of(model, *interface))) {
+  if (const auto utilization = model.get_utilization(model.get_bss(*interface))) {
     state.availability = static_cast<std::uint16_t>(100 - *utilization);
   }
 }

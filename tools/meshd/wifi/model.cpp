@@ -29,16 +29,6 @@ bool is_same(const Interface& left, const Interface& right) {
   return left.device == right.device && left.wiphy == right.wiphy && left.role == right.role;
 }
 
-bool is_part_of(const qel::ChannelInfo& channel, const kHz& frequency) {
-  if (!channel.get_primary_segment().is_set()) {
-    return false;
-  }
-  const auto& [center, width] = channel.get_primary_segment().get();
-  const kHz half(unit_cast<kHz>(channel_width_to_frequency(width)).value() / 2);
-  const auto contains = [&](const kHz& middle) { return middle - half < frequency && frequency < middle + half; };
-  return contains(center) || contains(channel.get_secondary_center_frequency());
-}
-
 template <class Map, class Value>
 void set(Map& map, const typename Map::key_type& key, Value&& value, std::size_t most) {
   if (map.size() < most || map.contains(key)) {
@@ -67,6 +57,30 @@ const Model::Surveys& Model::get_surveys(std::uint32_t interface) const {
   static const Surveys NONE;
   const auto known = known_.find(interface);
   return known == known_.end() ? NONE : known->second.surveys;
+}
+
+const Interface& Model::get_bss(const Interface& interface) const {
+  const auto bss = std::find_if(interfaces_.begin(), interfaces_.end(), [&](const auto& entry) {
+    const Interface& other = entry.second;
+    return other.role == Role::AP && other.wiphy == interface.wiphy && other.mac == interface.mac;
+  });
+  return interface.role == Role::AP_VLAN && bss != interfaces_.end() ? bss->second : interface;
+}
+
+const Interface* Model::find_access_point(std::uint32_t wiphy) const {
+  const auto found = std::ranges::find_if(interfaces_, [&](const auto& entry) {
+    const Interface& interface = entry.second;
+    return interface.wiphy == wiphy && interface.role == Role::AP && interface.channel.get_primary_frequency().is_set();
+  });
+  return found == interfaces_.end() ? nullptr : &found->second;
+}
+
+std::optional<qel::MACAddress> Model::get_identifier(const Wiphy& radio) const {
+  if (!radio.addresses.empty()) {
+    return radio.addresses.front();
+  }
+  const Interface* const any = first_interface(radio.number, false);
+  return any == nullptr ? std::nullopt : std::optional(any->mac);
 }
 
 std::optional<std::uint8_t> Model::get_utilization(const Interface& interface) const {
@@ -107,11 +121,8 @@ qel::WLANRadio Model::get_radio(std::uint32_t wiphy, Timestamp now, std::optiona
   if (!band && !radio.bands.empty()) {
     band = radio.bands.front().band;
   }
-  const Interface* const any = first_interface(wiphy, false);
-  const auto identifier =
-      any != nullptr && radio.addresses.empty() ? std::optional(any->mac) : std::optional<qel::MACAddress>();
-  qel::WLANRadio result =
-      radio_of(radio, band.value_or(qel::FrequencyBand::INVALID_BAND_MAX), get_regulatory(wiphy), now, identifier);
+  qel::WLANRadio result = radio_of(radio, band.value_or(qel::FrequencyBand::INVALID_BAND_MAX), get_regulatory(wiphy),
+                                   now, get_identifier(radio));
 
   qel::ChannelList channels = result.get_channel_list();
   for (const auto& [number, known] : known_) {
@@ -145,12 +156,12 @@ bool Model::is_listening(std::uint32_t wiphy, const WiphyChannel& channel, Times
   // The kernel lets an access point onto such a channel only to listen, and reports no beginning of that.
   const bool has_listener = std::any_of(interfaces_.begin(), interfaces_.end(), [&](const auto& entry) {
     const Interface& interface = entry.second;
-    return interface.wiphy == wiphy && interface.role == Role::AP && is_part_of(interface.channel, channel.frequency);
+    return interface.wiphy == wiphy && interface.role == Role::AP && occupies(interface.channel, channel.frequency);
   });
   // A radio may listen elsewhere with a receiver of its own. If the event of its end was lost, that ends by itself.
   const auto listening = listening_.find(wiphy);
   const std::chrono::nanoseconds longest = 2 * channel.cac_time;
-  return has_listener || (listening != listening_.end() && is_part_of(listening->second, channel.frequency) &&
+  return has_listener || (listening != listening_.end() && occupies(listening->second, channel.frequency) &&
                           now - listening->second.get_primary_segment().get_timestamp() <= longest.count());
 }
 

@@ -45,6 +45,13 @@ class Model {
   const Stations& get_stations(std::uint32_t interface) const;
   /// Likewise.
   const Surveys& get_surveys(std::uint32_t interface) const;
+  /// The interface of the radio that beacons: for an AP_VLAN, its access point, which has the channel; for others, and
+  /// without an access point, the interface itself.
+  const Interface& get_bss(const Interface& interface) const;
+  /// The first access point of the radio that is on a channel; null if it has none.
+  const Interface* find_access_point(std::uint32_t wiphy) const;
+  /// The first address of the radio; the address of its first interface if it has none of its own.
+  std::optional<qel::MACAddress> get_identifier(const Wiphy& radio) const;
   /// In percent, of the primary channel of the interface. Nothing if it is on no channel or its radio measures no
   /// times.
   std::optional<std::uint8_t> get_utilization(const Interface& interface) const;
@@ -52,10 +59,9 @@ class Model {
   const Regulatory* get_regulatory(std::uint32_t wiphy) const;
 
   /// The radio in one band, with the regulatory power of its channels and with their state and utilization. Without a
-  /// band, that in which the radio has an interface on a channel, or else its first one. A radio without an address of
-  /// its own is identified by the address of its first interface. Each call builds the list of channels from what the
-  /// kernel allows at present, so replace an earlier list with it; updating one would keep widths that are forbidden
-  /// now. Throws std::out_of_range for an unknown radio.
+  /// band, that in which the radio has an interface on a channel, or else its first one. Each call builds the list of
+  /// channels from what the kernel allows at present, so replace an earlier list with it; updating one would keep
+  /// widths that are forbidden now. Throws std::out_of_range for an unknown radio.
   qel::WLANRadio get_radio(std::uint32_t wiphy, Timestamp now,
                            std::optional<qel::FrequencyBand> band = std::nullopt) const;
 

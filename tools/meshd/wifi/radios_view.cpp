@@ -38,17 +38,6 @@ RadiosView::Interface view_interface(const Interface& interface, const Model& mo
   return result;
 }
 
-/// The frequencies that a channel occupies.
-bool occupies(const ChannelInfo& channel, const kHz& frequency) {
-  if (!channel.get_primary_segment().is_set()) {
-    return channel.get_primary_frequency().get() == frequency;
-  }
-  const auto& [center, width] = channel.get_primary_segment().get();
-  const long half = qel::unit_cast<kHz>(channel_width_to_frequency(width)).value() / 2;
-  const auto is_around = [&](const kHz& middle) { return std::abs(middle.value() - frequency.value()) < half; };
-  return is_around(center) || is_around(channel.get_secondary_center_frequency());
-}
-
 std::optional<ChannelStateBit> dfs_state(const qel::ChannelList& channels, const ChannelInfo& used) {
   using enum ChannelStateBit;
   constexpr ChannelStateBit WORST_FIRST[] = {RADAR_FOUND, CAC_RUNNING, PRECAC_TODO, DFS_CLEAR};

@@ -48,6 +48,9 @@ struct Station {
   std::vector<std::uint8_t> elements;
 };
 
+/// False for a station that has only authenticated, or whose handshake is under way: anybody can get that far.
+inline bool is_peer(const Station& station) { return station.is_authorized || !station.has_flags; }
+
 /// From a message about a station (NL80211_CMD_NEW_STATION).
 Station station_of(const Message& message);
 

@@ -247,6 +247,7 @@ TEST(WifiMedia, TakesTheStandardFromEitherDaemon) {
       {"ieee80211n=1\nieee80211ac=0\nieee80211ax=1", AX},
       {"ieee80211n=0\nieee80211ac=0\nieee80211ax=0\n", A},
       {"ssid=wifi_generation=6\nwifi_generation=4\n", N},
+      {"wpa_state=COMPLETED\nssid=old\n", A},
       {"wpa_state=SCANNING\n", INVALID_MAX}};
   for (const auto& [status, standard] : rows) {
     EXPECT_EQ(standard_of(status), standard) << status;
