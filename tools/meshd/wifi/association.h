@@ -1,8 +1,10 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -11,11 +13,26 @@
 
 namespace meshd::wifi {
 
+/// The association request of a client, as far as hostapd reports it. Not the frame: the elements are built from what
+/// hostapd took from it, so those that it does not report are missing, such as RSN, RM Enabled Capabilities and HE
+/// Capabilities, and so is the SSID.
+struct AssociationRequest {
+  std::array<std::uint8_t, 4> fixed{};  ///< capability information and listen interval
+  std::vector<std::uint8_t> elements;
+
+  /// The body of the frame. `others` are the elements that the driver has kept; if it has none, those above follow the
+  /// SSID, which has at most 32 octets.
+  std::vector<std::uint8_t> body(std::string_view ssid, std::span<const std::uint8_t> others) const;
+
+  friend bool operator==(const AssociationRequest&, const AssociationRequest&) = default;
+};
+
 /// What hostapd knows of a client, or wpa_supplicant of its access point, and the kernel does not report.
 struct Association {
   std::optional<qel::WLANSecurity> security;
   std::optional<bool> has_bss_transition;  ///< can be asked to move to another access point
   std::vector<std::uint8_t> opclasses;     ///< that the client says it supports; the first is the one in use
+  std::optional<AssociationRequest> request;
 
   friend bool operator==(const Association&, const Association&) = default;
 };

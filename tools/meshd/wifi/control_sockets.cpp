@@ -1,23 +1,14 @@
 #include "tools/meshd/wifi/control_sockets.h"
 
-#include <wpa_ctrl.h>
-
 #include <cstdlib>
 #include <string_view>
 #include <utility>
 
+#include "tools/meshd/wifi/control_text.h"
+
 namespace meshd::wifi {
 
 namespace {
-
-/// The address after the name of an event; nothing in another event.
-std::optional<qel::MACAddress> address_in(std::string_view event, std::string_view name) {
-  constexpr std::size_t LENGTH = 17;  // 02:00:00:00:01:00
-  qel::MACAddress address;
-  return event.starts_with(name) && address.parse_string(std::string(event.substr(name.size(), LENGTH)))
-             ? std::optional(address)
-             : std::nullopt;
-}
 
 /// Clients asked about in a refresh; the others have their turn in the next one.
 constexpr std::size_t MOST_AT_ONCE = 32;
@@ -91,12 +82,10 @@ void ControlSockets::ask(std::uint32_t interface) {
   }
   std::size_t asked = 0;
   for (const auto& [number, other] : model.get_interfaces()) {
-    // Clients with 4 addresses have an interface of their own, with the address of the access point.
-    const bool is_part = number == interface || (other.role == Role::AP_VLAN && other.wiphy == ours->second.wiphy &&
-                                                 other.mac == ours->second.mac);
+    // Clients with 4 addresses have an interface of their own.
+    const bool is_part = model.get_bss(other).number == interface;
     for (const auto& [mac, station] : is_part ? model.get_stations(number) : Model::Stations()) {
-      const bool is_in = station.is_authorized || !station.has_flags;
-      if (is_in && !associations_.contains(mac) && ++asked <= MOST_AT_ONCE) {
+      if (is_peer(station) && !associations_.contains(mac) && ++asked <= MOST_AT_ONCE) {
         ours->second.role == Role::STATION ? ask_status(interface) : ask_client(interface, mac);
       }
     }
@@ -121,11 +110,12 @@ void ControlSockets::ask_status(std::uint32_t station) {
 }
 
 void ControlSockets::take_event(std::uint32_t interface, const std::string& event) {
-  if (const auto client = address_in(event, AP_STA_CONNECTED)) {
-    ask_client(interface, *client);
-  } else if (const auto gone = address_in(event, AP_STA_DISCONNECTED)) {
-    associations_.erase(*gone);
-  } else if (event.starts_with(WPA_EVENT_CONNECTED)) {
+  const auto client = control_text::client_event_of(event);
+  if (client && client->has_joined) {
+    ask_client(interface, client->client);
+  } else if (client) {
+    associations_.erase(client->client);
+  } else if (control_text::connection_of(event)) {
     ask_status(interface);
   }
 }

@@ -8,6 +8,7 @@
 #include "qel/daemon/log.h"
 #include "qel/daemon/timer.h"
 #include "tools/meshd/wifi/control_sockets.h"
+#include "tools/meshd/wifi/linux_air.h"
 #include "tools/meshd/wifi/media.h"
 #include "tools/meshd/wifi/radios.h"
 #include "tools/meshd/wifi/standards.h"
@@ -24,6 +25,7 @@ class LinuxWireless final : public Wireless {
       : on_change_(std::move(on_change)),
         radios_(loop),
         sockets_(loop, radios_),
+        air_(radios_, sockets_),
         standards_(sockets_, [this] { change_soon(); }),
         shell_(radios_.get_model(), sockets_.get_associations(), loop) {
     radios_.updated.connect([this] {
@@ -56,6 +58,7 @@ class LinuxWireless final : public Wireless {
   qel::time::Timer timer_;
   wifi::Radios radios_;
   wifi::ControlSockets sockets_;
+  wifi::LinuxAir air_;
   wifi::Standards standards_;
   wifi::WifiShell shell_;
 };

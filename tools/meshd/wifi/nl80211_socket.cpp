@@ -95,6 +95,23 @@ void Nl80211Socket::ask_all(nl80211_commands command, std::uint32_t interface) {
   require(nl_send_auto(socket_.get(), message.get()));
 }
 
+void Nl80211Socket::limit_power(std::uint32_t wiphy, int dbm) {
+  const NlMessage message(nlmsg_alloc(), nlmsg_free);
+  if (!message || genlmsg_put(message.get(), NL_AUTO_PORT, NL_AUTO_SEQ, family_, 0, NLM_F_ACK, NL80211_CMD_SET_WIPHY,
+                              0) == nullptr) {
+    throw std::bad_alloc();
+  }
+  require(nla_put_u32(message.get(), NL80211_ATTR_WIPHY, wiphy));
+  require(nla_put_u32(message.get(), NL80211_ATTR_WIPHY_TX_POWER_SETTING, NL80211_TX_POWER_LIMITED));
+  require(nla_put_u32(message.get(), NL80211_ATTR_WIPHY_TX_POWER_LEVEL, static_cast<std::uint32_t>(100 * dbm)));
+  require(nl_send_auto(socket_.get(), message.get()));
+  int error = EAGAIN;
+  receive([&](const Received& answer) { error = answer.error; });
+  if (error != 0) {
+    fail(error);
+  }
+}
+
 Nl80211Socket::Result Nl80211Socket::receive(const Handler& handle) {
   sockaddr_nl sender{};
   unsigned char* octets = nullptr;

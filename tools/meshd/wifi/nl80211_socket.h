@@ -42,6 +42,11 @@ class Nl80211Socket {
   /// the end of the answer. Throws std::system_error.
   void ask_all(nl80211_commands command, std::uint32_t interface = 0);
 
+  /// Limits the transmit power of a radio. Use it on a socket without events that expects no answer: it takes the
+  /// answer, which the kernel gives before it continues. Throws std::system_error, with the errno if the kernel
+  /// refuses.
+  void limit_power(std::uint32_t wiphy, int dbm);
+
   /// Receives a datagram and calls the handler for each message in it. Throws std::system_error if the socket fails.
   Result receive(const Handler& handle);
 

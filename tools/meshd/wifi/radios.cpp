@@ -113,11 +113,17 @@ void Radios::fail(const std::string& why) {
   }
 }
 
+void Radios::refresh() {
+  if (answers_) {
+    queue({Topic::INTERFACES});
+    ask_next();
+  }
+}
+
 void Radios::refresh_in(std::chrono::milliseconds duration) {
   timer_.start(duration, [this] {
     timer_.start_ctimer(refresh_);
-    queue({Topic::INTERFACES});
-    ask_next();
+    refresh();
   });
 }
 

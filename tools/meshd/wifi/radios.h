@@ -32,6 +32,9 @@ class Radios {
 
   const Model& get_model() const { return model_; }
 
+  /// Requests interfaces, stations and surveys now. Use it after a change that causes no event.
+  void refresh();
+
   // A function connected to these signals must not destroy the object.
 
   /// The model is complete, after a change or a refresh; or it is empty because the kernel has no nl80211.

@@ -239,6 +239,35 @@ std::vector<qel::MACAddress> addresses_in(Octets attribute) {
   return addresses;
 }
 
+/// The most access points in one of the combinations of interfaces.
+std::uint32_t most_access_points(Octets attribute) {
+  std::uint32_t most = 1;
+  for_each_nested(attribute, [&](int, Octets combination) {
+    std::uint32_t all = 0;
+    std::uint32_t access_points = 0;
+    for_each_nested(combination, [&](int type, Octets value) {
+      if (type == NL80211_IFACE_COMB_MAXNUM) {
+        take(value, all);
+      } else if (type == NL80211_IFACE_COMB_LIMITS) {
+        for_each_nested(value, [&](int, Octets limit) {
+          std::uint32_t number = 0;
+          std::bitset<32> types;
+          for_each_nested(limit, [&](int kind, Octets content) {
+            if (kind == NL80211_IFACE_LIMIT_MAX) {
+              take(content, number);
+            } else if (kind == NL80211_IFACE_LIMIT_TYPES) {
+              types = interface_types(content);
+            }
+          });
+          access_points = types[NL80211_IFTYPE_AP] ? std::max(access_points, number) : access_points;
+        });
+      }
+    });
+    most = std::max(most, std::min(all, access_points));
+  });
+  return most;
+}
+
 void add_attribute(Wiphy& wiphy, int type, Octets value) {
   switch (type) {
     case NL80211_ATTR_WIPHY_NAME:
@@ -261,6 +290,9 @@ void add_attribute(Wiphy& wiphy, int type, Octets value) {
       break;
     case NL80211_ATTR_WIPHY_ANTENNA_RX:
       take(value, made(wiphy.used_antennas).receive);
+      break;
+    case NL80211_ATTR_INTERFACE_COMBINATIONS:
+      wiphy.most_access_points = most_access_points(value);
       break;
     case NL80211_ATTR_WIPHY_BANDS:
       for_each_nested(value, [&](int band, Octets attributes) { add_band(wiphy, band, attributes); });

@@ -87,6 +87,8 @@ struct Wiphy {
   std::optional<Antennas> antennas;        ///< that the radio has
   std::optional<Antennas> used_antennas;
   std::vector<Band> bands;  ///< only bands that the model has
+  /// Access points that it can have at once.
+  std::uint32_t most_access_points = 1;
 };
 
 /// By their numbers.

@@ -1,0 +1,647 @@
+#include "tools/meshd/wifi/linux_air.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+#include <variant>
+
+#include "qel/channel/frequency.h"
+#include "tools/command_line.h"
+#include "tools/meshd/wifi/control_text.h"
+#include "tools/meshd/wifi/nl80211_socket.h"
+#include "tools/safe_text.h"
+
+namespace meshd::wifi {
+
+namespace {
+
+using qel::MACAddress;
+
+/// The longest that an act may take.
+constexpr std::chrono::seconds COMMAND_TIME{8};  // more than a Control waits for a reply
+constexpr std::chrono::seconds SWITCH_TIME{15};
+constexpr std::chrono::seconds ANSWER_TIME{10};  // to a request to move
+constexpr std::chrono::seconds BEACON_TIME{6};   // beyond the duration of the measurement
+constexpr std::chrono::seconds LONGEST_BEACON_TIME{30};
+constexpr std::chrono::seconds ROAM_TIME{20};
+
+/// A client sends its reports in one frame after another. The last one is that after which none follows in this time.
+constexpr std::chrono::milliseconds REPORT_PAUSE{700};
+
+constexpr const char* NO_BSS = "there is no such BSS";
+constexpr const char* NO_CLIENT = "the BSS has no such client";
+
+constexpr std::size_t MOST_ACTS = 256;
+constexpr std::size_t MOST_REPORTS = 256;
+constexpr int MOST_DBM = 100;
+/// Updates of the model in which a client may be missing that hostapd has reported.
+constexpr unsigned int MOST_MISSED = 2;
+
+Timestamp now() { return qel::LastChanged<float>::now(); }
+
+/// The end of what a beacon request can last: it is measured on each channel if it does not name one.
+std::chrono::milliseconds beacon_time(std::span<const std::uint8_t> request) {
+  constexpr unsigned int CHANNELS = 40;
+  constexpr std::size_t FIXED = 6;  // class, channel, randomization interval and duration
+  if (request.size() < FIXED) {
+    return BEACON_TIME;
+  }
+  const unsigned int delay = request[2] | unsigned{request[3]} << 8;
+  const unsigned int duration = request[4] | unsigned{request[5]} << 8;
+  const unsigned int channels = request[1] == 0 || request[1] == 255 ? CHANNELS : 1;
+  const std::chrono::microseconds lasting(1024LL * (delay + duration * channels));
+  return std::min<std::chrono::milliseconds>(
+      BEACON_TIME + std::chrono::duration_cast<std::chrono::milliseconds>(lasting), LONGEST_BEACON_TIME);
+}
+
+/// In one short line.
+std::string refusal(const char* daemon, std::string_view reply) {
+  constexpr std::size_t MOST = 60;
+  const std::string_view line = reply.substr(0, std::min(reply.find('\n'), MOST));
+  return std::string(daemon) + " refuses: " + tools::for_terminal_line(line);
+}
+
+/// Why the radio cannot move to the channel without leaving its clients alone; empty if it can.
+std::string obstacle(const Wiphy& wiphy, const qel::ChannelInfo& channel) {
+  bool has_primary = false;
+  for (const Band& band : wiphy.bands) {
+    for (const WiphyChannel& one : band.channels) {
+      if (!occupies(channel, one.frequency)) {
+        continue;
+      }
+      const std::string name = "channel " + std::to_string(qel::frequency_to_channel(one.frequency));
+      if (one.is_disabled || one.no_initiation) {
+        return name + " is not allowed";
+      }
+      if (one.has_radar && one.dfs_state == DfsState::UNAVAILABLE) {
+        return "there was a radar on " + name;
+      }
+      if (one.has_radar && one.dfs_state != DfsState::AVAILABLE) {
+        return name + " must be checked for radar first";
+      }
+      has_primary = has_primary || one.frequency == channel.get_primary_frequency().get();
+    }
+  }
+  return has_primary ? "" : "the radio does not have the channel";
+}
+
+bool is_shown_alike(const Interface& left, const Interface& right) {
+  return left.device == right.device && left.wiphy == right.wiphy && left.name == right.name && left.mac == right.mac &&
+         left.role == right.role && left.ssid == right.ssid && left.channel.equivalent_to(right.channel);
+}
+
+}  // namespace
+
+LinuxAir::LinuxAir(Radios& radios, ControlSockets& sockets)
+    : radios_(radios),
+      sockets_(sockets),
+      updated_(radios.updated.connect([this] { follow(); })),
+      happened_(radios.happened.connect([this](const Event& event) { take(event); })) {
+  follow();
+}
+
+// What there is.
+
+std::optional<MACAddress> LinuxAir::identifier_of(const Wiphy& wiphy) const {
+  const auto identifier = radios_.get_model().get_identifier(wiphy);
+  return identifier && is_valid(*identifier) ? identifier : std::nullopt;
+}
+
+const Wiphy* LinuxAir::find_radio(const MACAddress& identifier) const {
+  for (const auto& [number, wiphy] : radios_.get_model().get_wiphys()) {
+    if (identifier_of(wiphy) == identifier) {
+      return &wiphy;
+    }
+  }
+  return nullptr;
+}
+
+const Interface* LinuxAir::find_interface(Role role, const MACAddress& mac) const {
+  const Model::Interfaces& interfaces = radios_.get_model().get_interfaces();
+  const auto found = std::ranges::find_if(
+      interfaces, [&](const auto& entry) { return entry.second.role == role && entry.second.mac == mac; });
+  return found == interfaces.end() ? nullptr : &found->second;
+}
+
+const Interface* LinuxAir::find_bss(const MACAddress& bssid, const MACAddress& mac) const {
+  const auto place = clients_.find(mac);
+  return place != clients_.end() && place->second.bssid == bssid ? find_interface(Role::AP, bssid) : nullptr;
+}
+
+bool LinuxAir::is_on(std::uint32_t wiphy, const qel::ChannelInfo& channel) const {
+  bool is_any = false;
+  for (const auto& [number, interface] : radios_.get_model().get_interfaces()) {
+    if (interface.wiphy != wiphy || interface.role != Role::AP || !interface.channel.get_primary_frequency().is_set()) {
+      continue;
+    }
+    const qel::ChannelInfo& current = interface.channel;
+    const bool is_there = current.get_primary_frequency().get() == channel.get_primary_frequency().get();
+    const auto& wanted = channel.get_primary_segment();
+    const bool is_as_wide =
+        !wanted.is_set() ||
+        (current.get_primary_segment().is_set() && current.get_primary_segment().get() == wanted.get() &&
+         current.get_secondary_center_frequency() == channel.get_secondary_center_frequency());
+    if (!is_there || !is_as_wide) {
+      return false;
+    }
+    is_any = true;
+  }
+  return is_any;
+}
+
+AirBss LinuxAir::view_bss(const Interface& interface) const {
+  const Model& model = radios_.get_model();
+  AirBss bss{interface.mac, interface.name, interface.ssid};
+  for (const auto& [mac, place] : clients_) {
+    if (place.bssid != interface.mac) {
+      continue;
+    }
+    AirClient& entry = bss.clients.emplace_back();
+    entry.station.mac = mac;
+    for (const auto& [number, other] : model.get_interfaces()) {
+      const auto station = model.get_stations(number).find(mac);
+      if (model.get_bss(other).number == interface.number && station != model.get_stations(number).end()) {
+        entry.station = station->second;
+      }
+    }
+    const auto association = sockets_.get_associations().find(mac);
+    if (association != sockets_.get_associations().end()) {
+      entry.can_move = association->second.has_bss_transition;
+      if (association->second.request) {
+        entry.association_request = association->second.request->body(interface.ssid, entry.station.elements);
+      }
+    }
+  }
+  return bss;
+}
+
+std::vector<AirRadio> LinuxAir::radios() const {
+  const Model& model = radios_.get_model();
+  std::vector<AirRadio> radios;
+  for (const auto& [number, wiphy] : model.get_wiphys()) {
+    const auto identifier = identifier_of(wiphy);
+    if (!identifier) {
+      continue;
+    }
+    AirRadio radio{.identifier = *identifier, .name = wiphy.name, .bands = wiphy.bands, .radios = {}, .channel = {}};
+    for (const Band& band : wiphy.bands) {
+      radio.radios.push_back(model.get_radio(number, now(), band.band));
+    }
+    radio.most_bss = static_cast<std::uint8_t>(std::min<std::uint32_t>(wiphy.most_access_points, 255));
+    for (const auto& [index, interface] : model.get_interfaces()) {
+      if (interface.wiphy != number) {
+        continue;
+      }
+      if (!radio.channel.get_primary_frequency().is_set() && interface.channel.get_primary_frequency().is_set()) {
+        radio.channel = interface.channel;
+        radio.utilization = model.get_utilization(interface);
+        const auto survey = model.get_surveys(index).find(interface.channel.get_primary_frequency().get());
+        radio.noise = survey == model.get_surveys(index).end() ? std::nullopt : survey->second.noise;
+      }
+      if (interface.role == Role::AP) {
+        radio.bss.push_back(view_bss(interface));
+      } else if (interface.role == Role::STATION && !radio.backhaul) {
+        radio.backhaul = {interface.mac, interface.name};
+        for (const auto& [mac, station] : model.get_stations(index)) {
+          radio.backhaul->bssid = is_peer(station) ? std::optional(mac) : radio.backhaul->bssid;
+        }
+      }
+    }
+    radios.push_back(std::move(radio));
+  }
+  return radios;
+}
+
+// Acts.
+
+LinuxAir::Act& LinuxAir::begin(const Interface* interface, std::chrono::milliseconds limit, std::string late,
+                               std::function<void(const Outcome&)> tell_it) {
+  const std::uint64_t number = next_act_++;
+  Act& act = acts_[number];
+  act.number = number;
+  act.outcome.trouble = std::move(late);
+  act.tell = std::move(tell_it);
+  act.timer.start(limit, [this, number] { tell(number); });
+  if (interface != nullptr) {
+    act.interface = interface->number;
+    act.daemon = interface->role == Role::STATION ? "wpa_supplicant" : "hostapd";
+  }
+  if (acts_.size() > MOST_ACTS) {
+    end(act, "too much is under way");
+  }
+  return act;
+}
+
+LinuxAir::Act* LinuxAir::find(std::uint64_t number) {
+  const auto act = acts_.find(number);
+  return act == acts_.end() || act->second.has_ended ? nullptr : &act->second;
+}
+
+/// Tells it in the next turn: the act may be called from anywhere, and what is told may destroy this object.
+void LinuxAir::end(Act& act, std::string trouble) {
+  if (!std::exchange(act.has_ended, true)) {
+    act.outcome.trouble = std::move(trouble);
+    act.timer.start(std::chrono::milliseconds(0), [this, number = act.number] { tell(number); });
+  }
+}
+
+void LinuxAir::tell(std::uint64_t number) {
+  const auto act = acts_.extract(number);
+  act.mapped().tell(act.mapped().outcome);
+}
+
+void LinuxAir::request(Act& act, std::string command, std::function<void(Act&, const std::string&)> on_reply) {
+  if (act.has_ended) {
+    return;
+  }
+  Control* const control = sockets_.find(act.interface);
+  if (control == nullptr) {
+    end(act, "the interface is gone");
+    return;
+  }
+  control->request(std::move(command), [this, life = std::weak_ptr(life_), number = act.number,
+                                        on_reply = std::move(on_reply)](const std::optional<std::string>& reply) {
+    Act* const asked = life.expired() ? nullptr : find(number);
+    if (asked != nullptr && reply) {
+      on_reply(*asked, *reply);
+    } else if (asked != nullptr) {
+      end(*asked, std::string(asked->daemon) + " does not answer");
+    }
+  });
+}
+
+void LinuxAir::order(Act& act, std::string command, std::function<void(Act&)> on_accepted) {
+  request(act, std::move(command), [this, on_accepted = std::move(on_accepted)](Act& asked, const std::string& reply) {
+    if (reply == "OK\n") {
+      on_accepted(asked);
+    } else {
+      end(asked, refusal(asked.daemon, reply));
+    }
+  });
+}
+
+void LinuxAir::switch_channel(const MACAddress& radio, const qel::ChannelInfo& channel, OnDone on_done) {
+  const Wiphy* const wiphy = find_radio(radio);
+  const Interface* const bss = wiphy == nullptr ? nullptr : radios_.get_model().find_access_point(wiphy->number);
+  Act& act = begin(bss, SWITCH_TIME, "hostapd has not moved in time",
+                   [on_done = std::move(on_done)](const Outcome& outcome) { on_done(outcome.trouble); });
+  if (bss == nullptr) {
+    end(act, wiphy == nullptr ? "there is no such radio" : "the radio has no access point on a channel");
+    return;
+  }
+  if (!channel.get_primary_frequency().is_set()) {
+    end(act, "there is no primary channel");
+    return;
+  }
+  if (std::string why = obstacle(*wiphy, channel); !why.empty()) {
+    end(act, std::move(why));
+    return;
+  }
+  if (is_on(wiphy->number, channel)) {
+    end(act);
+    return;
+  }
+  request(act, "STATUS", [this, channel, number = wiphy->number](Act& asked, const std::string& status) {
+    std::string command;
+    try {
+      command = control_text::switch_command(channel, control_text::bss_status_of(status));
+    } catch (const std::invalid_argument& error) {
+      end(asked, error.what());
+      return;
+    }
+    order(asked, std::move(command), [this, channel, number](Act& ordered) {
+      ordered.on_change = [this, channel, number](Act& waiting) {
+        if (is_on(number, channel)) {
+          end(waiting);
+        }
+      };
+      ordered.on_change(ordered);
+    });
+  });
+}
+
+void LinuxAir::limit_power(const MACAddress& radio, int dbm, OnDone on_done) {
+  const Wiphy* const wiphy = find_radio(radio);
+  Act& act = begin(nullptr, COMMAND_TIME, "",
+                   [on_done = std::move(on_done)](const Outcome& outcome) { on_done(outcome.trouble); });
+  if (wiphy == nullptr) {
+    end(act, "there is no such radio");
+    return;
+  }
+  if (dbm < -MOST_DBM || dbm > MOST_DBM) {
+    end(act, "no radio sends at " + std::to_string(dbm) + " dBm");
+    return;
+  }
+  try {
+    Nl80211Socket(false).limit_power(wiphy->number, dbm);
+    radios_.refresh();  // no event reports it
+    end(act);
+  } catch (const std::system_error& error) {
+    end(act, error.what());
+  }
+}
+
+void LinuxAir::ask_to_move(const MoveRequest& move, OnAnswer on_answer) {
+  for (auto& [number, other] : acts_) {
+    if (other.is_move && other.client == move.client) {
+      end(other);  // hostapd remembers one request for each client
+    }
+  }
+  const Interface* const bss = find_bss(move.bssid, move.client);
+  Act& act = begin(bss, ANSWER_TIME, "",
+                   [on_answer = std::move(on_answer)](const Outcome& outcome) { on_answer(outcome.answer); });
+  const Associations& associations = sockets_.get_associations();
+  const auto association = associations.find(move.client);
+  if (bss == nullptr || (association != associations.end() && association->second.has_bss_transition == false)) {
+    end(act);
+    return;
+  }
+  act.client = move.client;
+  act.is_move = true;
+  const std::uint8_t token = next_token_;
+  next_token_ = static_cast<std::uint8_t>(next_token_ == 255 ? 1 : next_token_ + 1);
+  act.on_event = [this, token](Act& asked, const std::string& event) {
+    const auto response = control_text::move_event_of(event);
+    const auto change = control_text::client_event_of(event);
+    if (response && response->client == asked.client && response->token.value_or(token) == token) {
+      asked.outcome.answer = response->answer;
+      end(asked);
+    } else if (change && change->client == asked.client && !change->has_joined) {
+      end(asked);
+    }
+  };
+  request(act, "STATUS", [this, move, token](Act& asked, const std::string& status) {
+    order(asked, control_text::move_command(move, control_text::bss_status_of(status), token), [](Act&) {});
+  });
+}
+
+void LinuxAir::set_denied(const MACAddress& bssid, const MACAddress& mac, bool is_denied, OnDone on_done) {
+  const Interface* const bss = find_interface(Role::AP, bssid);
+  Act& act = begin(bss, COMMAND_TIME, "hostapd does not answer",
+                   [on_done = std::move(on_done)](const Outcome& outcome) { on_done(outcome.trouble); });
+  if (!is_denied) {
+    if (const auto denied = denied_.find(bssid); denied != denied_.end()) {
+      denied->second.erase(mac);
+    }
+    std::erase_if(denied_, [](const auto& entry) { return entry.second.empty(); });
+  }
+  if (bss == nullptr) {
+    end(act, NO_BSS);
+    return;
+  }
+  order(act, control_text::deny_command(mac, is_denied), [this, bssid, mac, is_denied](Act& ordered) {
+    if (is_denied) {
+      denied_[bssid].insert(mac);
+    }
+    end(ordered);
+  });
+}
+
+void LinuxAir::disconnect(const MACAddress& bssid, const MACAddress& mac, OnDone on_done) {
+  const Interface* const bss = find_bss(bssid, mac);
+  Act& act = begin(bss, COMMAND_TIME, "hostapd does not answer",
+                   [on_done = std::move(on_done)](const Outcome& outcome) { on_done(outcome.trouble); });
+  if (bss == nullptr) {
+    end(act, NO_CLIENT);
+    return;
+  }
+  order(act, control_text::disconnect_command(mac), [this](Act& ordered) { end(ordered); });
+}
+
+void LinuxAir::ask_for_beacons(const MACAddress& bssid, const MACAddress& mac, std::span<const std::uint8_t> body,
+                               OnReports on_reports) {
+  const Interface* const bss = find_bss(bssid, mac);
+  Act& act = begin(
+      bss, beacon_time(body), "the client does not report",
+      [on_reports = std::move(on_reports)](const Outcome& outcome) { on_reports(outcome.reports, outcome.trouble); });
+  if (bss == nullptr) {
+    end(act, NO_CLIENT);
+    return;
+  }
+  act.client = mac;
+  request(act, control_text::beacon_command(mac, body), [this](Act& asked, const std::string& reply) {
+    const auto token = tools::parse_number<std::uint8_t>(reply);
+    if (!token) {
+      end(asked,
+          reply == "FAIL\n" ? "hostapd refuses: the client may not be able to measure" : refusal(asked.daemon, reply));
+      return;
+    }
+    asked.on_event = [this, token = *token](Act& waiting, const std::string& event) {
+      auto beacons = control_text::beacon_event_of(event);
+      if (!beacons || beacons->client != waiting.client || beacons->token != token) {
+        return;
+      }
+      if (beacons->is_lost) {
+        end(waiting, "the client has not received the request");
+      } else if (!beacons->report.empty() && waiting.outcome.reports.size() < MOST_REPORTS) {
+        waiting.outcome.reports.push_back(std::move(beacons->report));
+        waiting.outcome.trouble.clear();
+        waiting.timer.start(REPORT_PAUSE, [this, number = waiting.number] { tell(number); });
+      }
+    };
+  });
+}
+
+void LinuxAir::move_backhaul(const MACAddress& station, const MACAddress& bssid, std::uint8_t opclass,
+                             std::uint8_t channel, OnDone on_done) {
+  const Interface* const interface = find_interface(Role::STATION, station);
+  Act& act = begin(interface, ROAM_TIME, "the station has not moved in time",
+                   [on_done = std::move(on_done)](const Outcome& outcome) { on_done(outcome.trouble); });
+  if (interface == nullptr) {
+    end(act, "there is no such station");
+    return;
+  }
+  const Model::Stations& peers = radios_.get_model().get_stations(interface->number);
+  if (const auto peer = peers.find(bssid); peer != peers.end() && is_peer(peer->second)) {
+    end(act);
+    return;
+  }
+  // The access point must be among those found lately, and on the channel where it is now.
+  request(act, control_text::scan_command(opclass, channel), [this, bssid](Act& asked, const std::string& reply) {
+    if (reply != "OK\n" && reply != "FAIL-BUSY\n") {  // busy: a scan is under way
+      end(asked, refusal(asked.daemon, reply));
+      return;
+    }
+    asked.on_event = [this, bssid](Act& scanning, const std::string& event) {
+      if (event.starts_with("CTRL-EVENT-SCAN-FAILED")) {
+        end(scanning, "wpa_supplicant cannot scan");
+      } else if (event.starts_with("CTRL-EVENT-SCAN-RESULTS")) {
+        scanning.on_event = nullptr;
+        roam(scanning, bssid);
+      }
+    };
+  });
+}
+
+void LinuxAir::roam(Act& act, const MACAddress& bssid) {
+  request(act, control_text::roam_command(bssid), [this, bssid](Act& asked, const std::string& reply) {
+    if (reply != "OK\n") {
+      end(asked, reply == "FAIL\n" ? "wpa_supplicant does not find the access point" : refusal(asked.daemon, reply));
+      return;
+    }
+    asked.on_event = [this, bssid](Act& roaming, const std::string& event) {
+      if (const auto connected = control_text::connection_of(event)) {
+        end(roaming, *connected == bssid ? "" : "the station has connected to " + connected->to_string());
+      }
+    };
+  });
+}
+
+// Changes.
+
+void LinuxAir::follow() {
+  follow_sockets();
+  follow_clients();
+  for (auto& [number, act] : acts_) {
+    if (act.on_change && !act.has_ended) {
+      act.on_change(act);
+    }
+  }
+  const Model::Interfaces& interfaces = radios_.get_model().get_interfaces();
+  const bool is_shown = std::ranges::equal(shown_, interfaces, [](const auto& left, const auto& right) {
+    return is_shown_alike(left.second, right.second);
+  });
+  if (!is_shown) {
+    shown_ = interfaces;
+  }
+  if (std::exchange(has_changed_, false) || !is_shown) {
+    change_soon();
+  }
+}
+
+void LinuxAir::take(const Event& event) {
+  if (const auto* const station = std::get_if<StationEvent>(&event)) {
+    const Model& model = radios_.get_model();
+    const auto interface = model.get_interfaces().find(station->interface);
+    if (!station->is_there && interface != model.get_interfaces().end()) {
+      set_joined(interface->second.mac, station->station.mac, false);
+    }
+    return;
+  }
+  has_changed_ = true;  // the model is complete in a moment
+  for (auto& [number, act] : acts_) {
+    if (act.on_change && !act.has_ended) {
+      act.on_change(act);
+    }
+  }
+  if (std::holds_alternative<ChannelSwitchEvent>(event)) {
+    change_soon();
+  }
+}
+
+void LinuxAir::follow_sockets() {
+  std::erase_if(connections_, [&](const auto& entry) { return sockets_.find(entry.first) == nullptr; });
+  for (const auto& [number, interface] : radios_.get_model().get_interfaces()) {
+    Control* const control = sockets_.find(number);
+    if (control == nullptr || connections_[number].event.is_connected()) {
+      continue;
+    }
+    Connections& connections = connections_[number];
+    connections.event =
+        control->event.connect([this, number = number](const std::string& event) { take_event(number, event); });
+    connections.connected = control->connected.connect(
+        [this, number = number](bool is_connected) { is_connected ? deny_again(number) : lose(number); });
+    if (control->is_connected()) {
+      deny_again(number);
+    }
+  }
+}
+
+void LinuxAir::take_event(std::uint32_t interface, const std::string& event) {
+  const Model::Interfaces& interfaces = radios_.get_model().get_interfaces();
+  const auto mac = control_text::client_event_of(event);
+  if (const auto bss = interfaces.find(interface); mac && bss != interfaces.end() && bss->second.role == Role::AP) {
+    set_joined(bss->second.mac, mac->client, mac->has_joined);
+  }
+  for (auto& [number, act] : acts_) {
+    if (act.interface == interface && act.on_event && !act.has_ended) {
+      const auto on_event = act.on_event;  // which may be replaced
+      on_event(act, event);
+    }
+  }
+}
+
+/// The daemon is away: nothing of what it was told comes any more.
+void LinuxAir::lose(std::uint32_t interface) {
+  for (auto& [number, act] : acts_) {
+    if (act.interface == interface) {
+      end(act, std::string("the connection to ") + act.daemon + " is lost");
+    }
+  }
+}
+
+void LinuxAir::deny_again(std::uint32_t interface) {
+  const Model::Interfaces& interfaces = radios_.get_model().get_interfaces();
+  const auto bss = interfaces.find(interface);
+  const auto denied = bss == interfaces.end() ? denied_.end() : denied_.find(bss->second.mac);
+  if (denied == denied_.end()) {
+    return;
+  }
+  for (const MACAddress& mac : denied->second) {
+    sockets_.find(interface)->request(control_text::deny_command(mac, true), [](const auto&) {});
+  }
+}
+
+/// Takes the clients from the model, except those that hostapd has just reported. A client that moves to another of our
+/// BSSs need not leave the first one, which may keep it for minutes: it counts where it has joined last.
+void LinuxAir::follow_clients() {
+  const Model& model = radios_.get_model();
+  std::map<MACAddress, std::pair<std::chrono::seconds, MACAddress>> latest;
+  for (const auto& [number, interface] : model.get_interfaces()) {
+    const Interface& bss = model.get_bss(interface);
+    for (const auto& [mac, station] : bss.role == Role::AP ? model.get_stations(number) : Model::Stations()) {
+      if (is_peer(station)) {
+        const auto connected = station.connected.value_or(std::chrono::seconds(0));
+        auto& place = latest.try_emplace(mac, connected, bss.mac).first->second;
+        const auto known = clients_.find(mac);
+        const bool is_known_here = known != clients_.end() && known->second.bssid == bss.mac;
+        if (connected < place.first || (connected == place.first && is_known_here)) {
+          place = {connected, bss.mac};
+        }
+      }
+    }
+  }
+  std::vector<std::pair<MACAddress, MACAddress>> left;
+  for (auto& [mac, place] : clients_) {
+    const auto found = latest.find(mac);
+    if (found != latest.end() && found->second.second == place.bssid) {
+      place.is_in_model = true;
+    } else if (!place.is_in_model && place.missed < MOST_MISSED) {
+      ++place.missed;
+      latest.erase(mac);
+    } else if (found == latest.end()) {
+      left.emplace_back(place.bssid, mac);
+    }
+  }
+  for (const auto& [bssid, mac] : left) {
+    set_joined(bssid, mac, false);
+  }
+  for (const auto& [mac, place] : latest) {
+    set_joined(place.second, mac, true);
+  }
+}
+
+void LinuxAir::set_joined(const MACAddress& bssid, const MACAddress& mac, bool has_joined) {
+  const auto known = clients_.find(mac);
+  const bool is_here = known != clients_.end() && known->second.bssid == bssid;
+  if (is_here == has_joined) {
+    return;
+  }
+  if (!has_joined) {
+    clients_.erase(known);
+  } else if (known != clients_.end()) {
+    client(std::exchange(known->second, {bssid}).bssid, mac, false);
+  } else {
+    clients_.emplace(mac, Place{bssid});
+  }
+  client(bssid, mac, has_joined);
+}
+
+void LinuxAir::change_soon() {
+  if (!change_timer_.is_running()) {
+    change_timer_.start(std::chrono::milliseconds(0), [this] { changed(); });
+  }
+}
+
+}  // namespace meshd::wifi
