@@ -1,7 +1,5 @@
 #include "qel/ieee1905_1/channel_preference_conversion.h"
 
-#include <random>
-
 #include "qel/core/text.h"
 #include "tests/ieee1905_1/tlv_test.h"
 
@@ -178,35 +176,6 @@ TEST(ChannelPreferenceConversion, AppliesOtherRules) {
   EXPECT_EQ(conversion.to_preferences(list), preferences({{118, {60}, 1, 14}}));
   rules[0].score.score = 16;
   EXPECT_THROW(ChannelPreferenceConversion(LOWER_5_GHZ, GLOBAL, REFUSE, rules), std::invalid_argument);
-}
-
-TEST(ChannelPreferenceConversion, RoundTrips) {
-  std::mt19937 random(1905);
-  const auto below = [&](unsigned limit) { return static_cast<std::uint8_t>(random() % limit); };
-  for (const auto region : {GLOBAL, EUROPE}) {
-    std::vector<Class> classes;
-    for (const std::uint8_t opclass : OperatingClassDeduction::get_all_region_opclasses(region)) {
-      classes.push_back({opclass});
-    }
-    const ChannelPreferenceConversion conversion(radio(classes), region);
-    const ChannelList whole = conversion.to_channel_list({});
-    for (int round = 0; round < 20; ++round) {
-      ChannelScores scores = conversion.to_scores(preferences({}));
-      for (auto& [channel, each] : scores) {  // few differ in the first rounds: whole classes share a score
-        each = below(20) < round ? score(below(16), below(2)) : ChannelScore();
-      }
-      EXPECT_EQ(conversion.to_scores(conversion.to_preferences(scores)), scores);
-
-      std::vector<ChannelEntry> entries;  // each with at most one state or config bit; some are missing
-      for (ChannelEntry entry : whole.get_channels()) {
-        const unsigned bit = below(8);
-        Known{{}, bit < 5 ? 1UL << bit : 0, bit == 5 || bit == 6 ? 1UL << (bit - 5) : 0}.set(entry);
-        entries.insert(entries.end(), below(64) > 0, entry);
-      }
-      scores = conversion.to_scores(ChannelList(entries));
-      EXPECT_EQ(conversion.to_scores(conversion.to_channel_list(scores)), scores);
-    }
-  }
 }
 
 }  // namespace
