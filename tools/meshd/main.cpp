@@ -52,7 +52,7 @@ void run_until_finished(Mainloop& loop, Node& node) {
 }
 
 void run(const Options& options) {
-  const std::error_code unlimited = limit_memory(options.devices);
+  const std::error_code unlimited = limit_memory(options.devices, options.is_controller);
   const std::vector<int> ending{SIGTERM, SIGINT};
   const qel::daemon::BlockedSignals blocked(ending);  // to the end of the loop
   for (const std::string& component : options.debug_components) {
