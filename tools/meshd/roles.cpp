@@ -29,9 +29,6 @@ Roles::Roles(const Options& options, Wireless* radios, Entity& entity, qel::daem
     }
     finder_ = std::make_unique<multi_ap::ControllerFinder>(entity.mesh());
     agent_ = radios->make_agent(entity.mesh(), [this] { return finder_->controller(); });
-    if (agent_ == nullptr) {
-      throw std::runtime_error("these radios cannot have an agent");
-    }
     run(*finder_);
     run(*agent_);
     if (options.backhaul.empty()) {

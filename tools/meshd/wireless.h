@@ -27,11 +27,7 @@ class Wireless {
 
   using FindController = std::function<std::optional<qel::MACAddress>()>;
   /// The Multi-AP agent of these radios. It asks `find_controller` whom to obey. Mesh and radios are borrowed.
-  virtual std::unique_ptr<multi_ap::Service> make_agent(multi_ap::Mesh& mesh, FindController find_controller) {
-    static_cast<void>(mesh);
-    static_cast<void>(find_controller);
-    return nullptr;
-  }
+  virtual std::unique_ptr<multi_ap::Service> make_agent(multi_ap::Mesh& mesh, FindController find_controller) = 0;
 };
 
 /// The radios for which this program was built; null for a program without Wi-Fi (wired.cpp). `on_change` is called in

@@ -7,6 +7,7 @@
 
 #include "qel/daemon/log.h"
 #include "qel/daemon/timer.h"
+#include "tools/meshd/agent/agent.h"
 #include "tools/meshd/wifi/control_sockets.h"
 #include "tools/meshd/wifi/linux_air.h"
 #include "tools/meshd/wifi/media.h"
@@ -44,6 +45,10 @@ class LinuxWireless final : public Wireless {
 
   void add_state(unsigned int index, InterfaceState& state) const override {
     wifi::add_link_states(radios_.get_model(), index, state);
+  }
+
+  std::unique_ptr<multi_ap::Service> make_agent(multi_ap::Mesh& mesh, FindController find_controller) override {
+    return std::make_unique<agent::Agent>(mesh, air_, agent::Config{std::move(find_controller)});
   }
 
  private:
