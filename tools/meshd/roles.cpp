@@ -17,12 +17,29 @@ using qel::debug::LogLevels;
 
 std::ostream& log() { return qel::debug::stream("meshd"); }
 
+/// Throws std::system_error, and std::runtime_error for a file that is no policy.
+controller::Config configure(const Options& options) {
+  controller::Config config{.policy_file = options.policy};
+  try {
+    if (!options.policy.empty()) {
+      config.policy = controller::read_policy(options.policy);
+    }
+  } catch (const controller::PolicyError& error) {
+    throw std::runtime_error(options.policy + ": " + error.what());
+  }
+  return config;
+}
+
 bool is_backhaul(const LocalInterface& interface) { return interface.is_there() && interface.is_backhaul; }
 
 }  // namespace
 
 Roles::Roles(const Options& options, Wireless* radios, Entity& entity, qel::daemon::Mainloop& loop)
     : entity_(entity), loop_(loop) {
+  if (options.is_controller) {
+    controller_ = std::make_unique<controller::Controller>(entity.mesh(), configure(options));
+    run(*controller_);
+  }
   if (options.is_agent) {
     if (radios == nullptr) {
       throw std::runtime_error("--agent needs radios, which only meshd-wifi has");
@@ -43,8 +60,11 @@ std::optional<qel::MACAddress> Roles::obeyed() const {
 }
 
 void Roles::print(std::ostream& os, multi_ap::TimePoint now) const {
+  if (controller_ != nullptr) {
+    os << "controller\n";
+  }
   if (finder_ == nullptr) {
-    os << "this is neither an agent nor a controller\n";
+    os << (controller_ == nullptr ? "neither agent nor controller\n" : "");
     return;
   }
   os << "agent ";

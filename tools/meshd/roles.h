@@ -6,6 +6,7 @@
 #include <string>
 
 #include "qel/daemon/mainloop.h"
+#include "tools/meshd/controller/controller.h"
 #include "tools/meshd/entity/entity.h"
 #include "tools/meshd/multi_ap/discovery.h"
 #include "tools/meshd/multi_ap/mesh.h"
@@ -18,8 +19,8 @@ namespace meshd {
 /// sent as events.
 class Roles {
  public:
-  /// Everything is borrowed; without radios, they are null. Throws std::runtime_error for an agent without radios, and
-  /// controller::PolicyError or std::system_error for a policy that cannot be read.
+  /// Everything is borrowed; without radios, they are null. Throws std::runtime_error for an agent without radios, or
+  /// for a policy that cannot be read.
   Roles(const Options& options, Wireless* radios, Entity& entity, qel::daemon::Mainloop& loop);
   Roles(const Roles&) = delete;
   Roles& operator=(const Roles&) = delete;
@@ -39,6 +40,7 @@ class Roles {
   qel::daemon::Mainloop& loop_;
   std::unique_ptr<multi_ap::ControllerFinder> finder_;  // null unless this is an agent
   std::unique_ptr<multi_ap::Service> agent_;
+  std::unique_ptr<controller::Controller> controller_;
 };
 
 }  // namespace meshd
