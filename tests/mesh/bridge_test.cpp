@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <regex>
 
+#include "qel/ieee1905_1/message_builder.h"
 #include "tests/mesh/mesh_fixture.h"
 #include "tests/net/private_network.h"
 #include "tests/support/testing.h"
@@ -167,6 +168,42 @@ TEST_F(BridgeTest, TriesAgainWhatIsRefusedAndLeavesForeignMarksAlone) {
   EXPECT_TRUE(eventually([&] { return forwarded("bi1", "bj1", device_mac(4)) == std::set<std::size_t>{5, 6}; }));
   EXPECT_FALSE(matches(daemons_.back().err(), WITHOUT_RIGHTS + "[^\n]*\n.*" + WITHOUT_RIGHTS)) << "said once";
 }
+
+#ifdef MESHD_WIFI
+TEST_F(BridgeTest, NobodyElseCanPretendToBeTheControllerToAnAgentNorBehindIt) {
+  add_veth_pair("bk0", "bk1");
+  add_veth_pair("bl0", "bl1");
+  add_bridge("bk", {"bk1", "bl0"});
+  const MACAddress controller = device_mac(40), agent = device_mac(41);
+  start_meshd("bk0", {"--al-mac", controller.to_string(), "--interface", "bk0", "--controller"});
+  start_meshd("bk", {"--al-mac", agent.to_string(), "--interface", "bk", "--agent", "--backhaul", "bk1"}, MESHD_WIFI);
+  ASSERT_TRUE(listens("bk"));
+  const std::string roles = "agent of controller " + controller.to_string() + "\norders are accepted on bk1\n";
+  EXPECT_TRUE(eventually([&] { return mesh("bk", "ROLES") == roles; })) << mesh("bk", "ROLES");
+  EXPECT_EQ(mesh("bk0", "ROLES"), "controller\n");
+
+  Plug stranger("bl1");
+  Plug link("bk0");
+  const auto passes = [&] {
+    const Message message = make_message(MessageType::CHANNEL_SELECTION_REQUEST_MESSAGE, 1);
+    stranger.send(message, controller, device_mac(99));
+    stranger.send(message, controller, device_mac(99), {0x81, 0x00, 0xA0, 0x00});
+    stranger.send(message, device_mac(42), device_mac(99));  // only its own name is free
+    bool has_passed = false;
+    link.receive([&](const Frame& frame) {
+      has_passed = has_passed || (frame.source == controller && frame.destination == device_mac(99));
+      return frame.source == device_mac(42);
+    });
+    return has_passed;
+  };
+  EXPECT_TRUE(eventually([&] { return !passes(); }));
+  stranger.send(make_message(MessageType::MULTI_AP_POLICY_CONFIG_REQUEST_MESSAGE, 2), controller, agent);
+  EXPECT_TRUE(eventually([&] {
+    return contains(daemons_.back().err(), "refused the order 'policy' from " + controller.to_string() +
+                                               " on bl0: bl0 is not marked with --backhaul\n");
+  }));
+}
+#endif
 
 /// STP keeps one of the links from forwarding; not even the nodes at its ends miss anything.
 TEST_F(BridgeTest, ARingOfBridgesIsKnownWholeAtEachNode) {

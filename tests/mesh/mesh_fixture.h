@@ -124,8 +124,8 @@ class MeshTest : public testing::Test {
   /// What another process on this machine does not use: names on the bus are our own, those of rings are not.
   static std::string name(const std::string& stem) { return "test" + std::to_string(getpid()) + "_" + stem; }
 
-  Process& start_meshd(const std::string& stem, std::vector<std::string> options) {
-    options.insert(options.begin(), {MESHD, "--name", name(stem)});
+  Process& start_meshd(const std::string& stem, std::vector<std::string> options, const char* program = MESHD) {
+    options.insert(options.begin(), {program, "--name", name(stem)});
     if (std::find(options.begin(), options.end(), "--discovery-interval") == options.end()) {
       options.insert(options.end(), {"--discovery-interval", "1"});
     }
