@@ -38,7 +38,9 @@ Roles::Roles(const Options& options, Wireless* radios, Entity& entity, qel::daem
     : entity_(entity), loop_(loop) {
   if (options.is_controller) {
     controller_ = std::make_unique<controller::Controller>(entity.mesh(), configure(options));
+    presence_ = std::make_unique<multi_ap::ControllerPresence>(entity.mesh());
     run(*controller_);
+    run(*presence_);
   }
   if (options.is_agent) {
     if (radios == nullptr) {

@@ -40,7 +40,8 @@ class Roles {
   qel::daemon::Mainloop& loop_;
   std::unique_ptr<multi_ap::ControllerFinder> finder_;  // null unless this is an agent
   std::unique_ptr<multi_ap::Service> agent_;
-  std::unique_ptr<controller::Controller> controller_;
+  std::unique_ptr<controller::Controller> controller_;  // null unless this is a controller
+  std::unique_ptr<multi_ap::ControllerPresence> presence_;
 };
 
 }  // namespace meshd

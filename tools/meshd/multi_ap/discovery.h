@@ -95,4 +95,17 @@ class ControllerFinder final : public Service {
   TimePoint heard_at_;
 };
 
+/// Searches for other controllers on behalf of one, which answers searches itself and takes the responses.
+class ControllerPresence final : public Service {
+ public:
+  /// The mesh is borrowed.
+  explicit ControllerPresence(Mesh& mesh) : search_(mesh, qel::ieee1905_1::ServiceType::MULTI_AP_CONTROLLER) {}
+
+  bool take(const Received& /*received*/) override { return false; }
+  void tend(TimePoint now) override { search_.tend(now); }
+
+ private:
+  ControllerSearch search_;
+};
+
 }  // namespace meshd::multi_ap
