@@ -256,7 +256,8 @@ void Controller::set_channel(const MACAddress& radio, unsigned int number, qel::
 void Controller::apply_plan(TimePoint now, OnResult on_result) {
   const Planned planned = plan(now);
   if (planned.plan.changes.empty()) {
-    throw std::invalid_argument("the plan changes nothing: " + planned.plan.verdict);
+    on_result({true, "nothing to change: " + planned.plan.verdict});
+    return;
   }
   std::vector<ChannelOrders::Step> steps;
   for (const PlanChange& change : planned.plan.changes) {

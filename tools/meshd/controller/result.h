@@ -26,7 +26,7 @@ struct Result {
   std::vector<Part> answer{};  ///< to a question
 };
 
-/// Called exactly once, and not before the order has returned.
+/// Called exactly once, possibly before the order has returned.
 using OnResult = std::function<void(const Result& result)>;
 
 inline std::chrono::milliseconds between(TimePoint first, TimePoint last) {
