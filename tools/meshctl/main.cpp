@@ -11,6 +11,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -33,6 +34,15 @@ enum ExitStatus : int { SUCCESS = 0, FAILURE = 1, WRONG_USAGE = 2 };
 
 constexpr std::chrono::milliseconds LOG_POLL_INTERVAL{100};
 constexpr std::chrono::milliseconds WATCH_INTERVAL{1000};
+constexpr std::chrono::milliseconds RESULT_POLL_INTERVAL{100};
+
+/// A module of a daemon's shell that not every daemon has.
+struct Module {
+  const char* name;
+  const char* absence;  ///< what to say of a daemon without it, after its name
+};
+constexpr Module WIFI{"WIFI", "has no Wi-Fi"};
+constexpr Module CONTROLLER{"CONTROLLER", "is no controller"};
 
 void complain(const std::string& text) { tools::complain("meshctl", text); }
 
@@ -57,6 +67,12 @@ ExitStatus show(const Answer& answer, bool is_json = false) {
   }
   std::fputs(tools::for_terminal(answer.text).c_str(), stderr);
   return FAILURE;
+}
+
+/// The first line of the text without the prefix; empty if it begins otherwise.
+std::string_view after_prefix(std::string_view text, std::string_view prefix) {
+  text = text.substr(0, text.find('\n'));
+  return text.starts_with(prefix) ? text.substr(prefix.size()) : std::string_view();
 }
 
 std::string choose(const Options& options, Client& client) {
@@ -137,21 +153,22 @@ ExitStatus topology(const Options& options) {
   return show(client.command(choose(options, client), {"mesh", "TOPOLOGY", options.format}), options.format == "JSON");
 }
 
-/// Of the daemon's Wi-Fi. Throws std::runtime_error if the daemon has none.
-Answer ask_wifi(Client& client, const std::string& name, std::vector<std::string> words) {
-  words.insert(words.begin(), "WIFI");
+/// Asks a module of the daemon's shell. Throws std::runtime_error if the daemon does not have it.
+Answer ask_module(Client& client, const std::string& name, const Module& module, std::vector<std::string> words) {
+  words.insert(words.begin(), module.name);
   Answer answer = client.command(name, words);
   if (answer.result == CTLCMD_NO_COMMAND) {
-    throw std::runtime_error("'" + name + "' has no Wi-Fi");
+    throw std::runtime_error("'" + name + "' " + module.absence);
   }
   return answer;
 }
 
-/// Shows radios or clients until something fails; when standard output is no terminal, one answer after the other.
-ExitStatus watch(Client& client, const std::string& name, const std::vector<std::string>& words, bool is_json) {
+/// Shows the answer until something fails; when standard output is no terminal, one answer after the other.
+ExitStatus watch(Client& client, const std::string& name, const Module& module, const std::vector<std::string>& words,
+                 bool is_json) {
   std::optional<Screen> screen;
   for (;;) {
-    const Answer answer = ask_wifi(client, name, words);
+    const Answer answer = ask_module(client, name, module, words);
     if (answer.result != 0) {
       screen.reset();
       return show(answer);
@@ -170,17 +187,73 @@ ExitStatus watch(Client& client, const std::string& name, const std::vector<std:
   }
 }
 
-ExitStatus wifi(const Options& options, const std::string& command) {
+/// Shows what a module knows, once or again and again.
+ExitStatus view(const Options& options, const Module& module, const std::string& command) {
   Client client;
   const std::string name = choose(options, client);
   const std::vector<std::string> words{command, options.json ? "JSON" : "TEXT"};
-  return options.watch ? watch(client, name, words, options.json) : show(ask_wifi(client, name, words), options.json);
+  return options.watch ? watch(client, name, module, words, options.json)
+                       : show(ask_module(client, name, module, words), options.json);
+}
+
+/// Has a controller carry out an order and waits for what comes of it. The controller ends every order by itself.
+ExitStatus order(const Options& options, const std::vector<std::string>& words) {
+  Client client;
+  const std::string name = choose(options, client);
+  const Answer started = ask_module(client, name, CONTROLLER, words);
+  const std::string_view number = after_prefix(started.text, "order ");
+  if (started.result != 0 || number.empty()) {
+    return show(started);
+  }
+  for (;;) {
+    const Answer answer =
+        ask_module(client, name, CONTROLLER, {"RESULT", std::string(number), options.json ? "JSON" : "TEXT"});
+    if (answer.text != "pending\n") {
+      const bool is_object = answer.text.starts_with('{');
+      show(is_object ? Answer{0, answer.text} : answer, is_object);
+      return answer.result == 0 ? SUCCESS : FAILURE;
+    }
+    std::this_thread::sleep_for(RESULT_POLL_INTERVAL);
+  }
+}
+
+ExitStatus steer(const ControllerRequest& request, const Options& options) {
+  std::vector<std::string> words{"STEER", request.client, request.bssid};
+  if (request.is_open) {
+    words.emplace_back("OPEN");
+  }
+  return order(options, words);
+}
+
+ExitStatus block(const ControllerRequest& request, const Options& options) {
+  std::vector<std::string> words{"BLOCK", request.client, std::to_string(request.seconds)};
+  words.insert(words.end(), request.from.begin(), request.from.end());
+  return order(options, words);
+}
+
+/// With --apply, the plan comes first.
+ExitStatus plan(const ControllerRequest& request, const Options& options) {
+  const ExitStatus status = request.is_applied && options.json ? SUCCESS : view(options, CONTROLLER, "PLAN");
+  return request.is_applied && status == SUCCESS ? order(options, {"PLAN", "APPLY"}) : status;
+}
+
+ExitStatus policy(const ControllerRequest& request, const Options& options) {
+  Client client;
+  const std::string name = choose(options, client);
+  return show(ask_module(
+      client, name, CONTROLLER,
+      request.is_reloaded ? std::vector<std::string>{"POLICY", "RELOAD"} : std::vector<std::string>{"POLICY"}));
+}
+
+ExitStatus ask(const ControllerRequest& request, const Options& options) {
+  const auto or_none = [](const std::string& word) { return word.empty() ? "-" : word; };
+  return order(options, {"ASK", request.agent, request.what, or_none(request.client), or_none(request.bssid)});
 }
 
 ExitStatus classes(const Options& options) {
   Client client;
   const std::string name = choose(options, client);
-  return show(ask_wifi(client, name, {"CLASSES", options.radio, options.json ? "JSON" : "TEXT"}), options.json);
+  return show(ask_module(client, name, WIFI, {"CLASSES", options.radio, options.json ? "JSON" : "TEXT"}), options.json);
 }
 
 /// Needs no daemon. A query without an answer is a usage error.
@@ -209,15 +282,30 @@ ExitStatus run(const Options& options) {
     case Verb::TOPOLOGY:
       return topology(options);
     case Verb::RADIOS:
-      return wifi(options, "RADIOS");
+      return view(options, WIFI, "RADIOS");
     case Verb::CLIENTS:
-      return wifi(options, "CLIENTS");
+      return view(options, WIFI, "CLIENTS");
     case Verb::CLASSES:
       return classes(options);
     case Verb::OPCLASS:
       return opclass(options);
     case Verb::WEB:
       become_web("serve", options.listen, options);
+    case Verb::MESH:
+      return view(options, CONTROLLER, "MESH");
+    case Verb::STEER:
+      return steer(options.request, options);
+    case Verb::BLOCK:
+      return block(options.request, options);
+    case Verb::CHANNEL:
+      return order(options,
+                   {"CHANNEL", options.request.radio, std::to_string(options.request.channel), options.request.width});
+    case Verb::PLAN:
+      return plan(options.request, options);
+    case Verb::POLICY:
+      return policy(options.request, options);
+    case Verb::ASK:
+      return ask(options.request, options);
   }
   return WRONG_USAGE;
 }

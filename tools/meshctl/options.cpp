@@ -125,6 +125,77 @@ void add_opclass(CLI::App& app, Options& options) {
   add_number("CHANNEL", query.channel, "Number of the channel");
 }
 
+/// A command for a controller. `add_arguments` adds those that precede the name of the daemon.
+template <class AddArguments>
+CLI::App* add_controller_verb(CLI::App& app, Options& options, Verb verb, const std::string& name,
+                              const std::string& description, AddArguments add_arguments) {
+  CLI::App* command = app.add_subcommand(name, description)->group(COMMANDS);
+  command->callback([&options, verb] { options.verb = verb; });
+  add_arguments(*command);
+  add_name(*command, options, false);
+  return command;
+}
+
+void add_controller(CLI::App& app, Options& options) {
+  ControllerRequest& request = options.request;
+  const auto add_argument = [](CLI::App& command, const std::string& name, auto& target,
+                               const std::string& description) {
+    return command.add_option(name, target, description)->type_name("")->required();
+  };
+  const auto add_json = [&](CLI::App* command) { command->add_flag("--json", options.json, "As JSON"); };
+
+  CLI::App* mesh = add_controller_verb(app, options, Verb::MESH, "mesh", "Print what a controller knows of its agents",
+                                       [](CLI::App&) {});
+  add_json(mesh);
+  mesh->add_flag("--watch", options.watch, "Update every second; in a terminal, in place");
+
+  CLI::App* steer = add_controller_verb(app, options, Verb::STEER, "steer", "Ask a client to move to another BSS",
+                                        [&](CLI::App& command) {
+                                          add_argument(command, "CLIENT", request.client, "Its address or name");
+                                          add_argument(command, "BSSID", request.bssid, "Where it is to go");
+                                        });
+  steer->add_flag("--open", request.is_open, "Let other access points accept the client in the meantime");
+  add_json(steer);
+
+  CLI::App* block = add_controller_verb(
+      app, options, Verb::BLOCK, "block", "Have access points refuse a client",
+      [&](CLI::App& command) { add_argument(command, "CLIENT", request.client, "Its address or name"); });
+  block->add_option("--from", request.from, "Only these BSSs; all but that of the client if not given")
+      ->type_name("BSSID")
+      ->allow_extra_args(false);
+  block->add_option("--for", request.seconds, "How long; 60 if not given, 0 ends a block")
+      ->type_name("SECONDS")
+      ->transform(number_from_to(0, 65535));
+  add_json(block);
+
+  CLI::App* channel =
+      add_controller_verb(app, options, Verb::CHANNEL, "channel", "Move a radio to a channel", [&](CLI::App& command) {
+        add_argument(command, "RADIO", request.radio, "Its identifier, AGENT, or AGENT/BAND such as attic/5");
+        add_argument(command, "CHANNEL", request.channel, "Number of the primary channel")
+            ->transform(number_from_to(1, 255));
+        add_argument(command, "WIDTH", request.width, "In MHz: 20, 40, 80 or 160")
+            ->check(CLI::IsMember({"20", "40", "80", "160"}));
+      });
+  add_json(channel);
+
+  CLI::App* plan = add_controller_verb(app, options, Verb::PLAN, "plan",
+                                       "Print which channels would be better, and why", [](CLI::App&) {});
+  plan->add_flag("--apply", request.is_applied, "Move the radios there");
+  add_json(plan);
+
+  add_controller_verb(app, options, Verb::POLICY, "policy", "Print the policy of a controller", [](CLI::App&) {
+  })->add_flag("--reload", request.is_reloaded, "Read its file again first");
+
+  CLI::App* ask =
+      add_controller_verb(app, options, Verb::ASK, "ask", "Ask an agent and print its answer", [&](CLI::App& command) {
+        add_argument(command, "AGENT", request.agent, "Its AL MAC address or name");
+        add_argument(command, "WHAT", request.what, "Such as capabilities or metrics; a wrong one lists all");
+      });
+  ask->add_option("--client", request.client, "The client that the question is about")->type_name("CLIENT");
+  ask->add_option("--bssid", request.bssid, "The BSS that the question is about")->type_name("BSSID");
+  add_json(ask);
+}
+
 /// Checks conditions that involve several options.
 void check(const Options& options) {
   if (options.verb == Verb::CLASSES && options.radio.empty()) {
@@ -212,6 +283,7 @@ Options parse_options(int argc, const char* const* argv) {
   add_verb(app, options, Verb::WEB, "web", "Serve a page with the map, which follows the mesh")
       ->add_option("--listen", options.listen, "Where to listen, 127.0.0.1:1905 if not given; port 0 takes a free one")
       ->type_name("ADDRESS:PORT");
+  add_controller(app, options);
   add_opclass(app, options);
   const int words = find_words(argc, argv);
   try {
