@@ -23,14 +23,18 @@ using std::chrono::seconds;
 
 namespace {
 
-/// Where radar must be looked for, a radio may have to listen for a minute first.
-constexpr kHz FIRST_DFS(5'250'000);
-constexpr kHz LAST_DFS(5'730'000);
+/// Whether radar must be looked for there first, for a minute.
+bool may_have_to_listen(const PrimaryChannel& channel) {
+  constexpr kHz FIRST(5'250'000);
+  constexpr kHz LAST(5'730'000);
+  return channel.frequency > FIRST && channel.frequency < LAST;
+}
 
 /// A channel switch announcement takes some beacon intervals.
-seconds patience(const PrimaryChannel& channel) {
-  return channel.frequency > FIRST_DFS && channel.frequency < LAST_DFS ? seconds(90) : seconds(20);
-}
+seconds patience(const PrimaryChannel& channel) { return may_have_to_listen(channel) ? seconds(90) : seconds(20); }
+
+/// After the radio has reported another channel than it has accepted.
+constexpr seconds SECOND_THOUGHTS{3};
 
 std::string channel_text(const RadioModel& radio) {
   const auto channel = radio.channel ? operating_channel(radio.channel->value) : std::nullopt;
@@ -98,8 +102,14 @@ bool ChannelOrders::is_there(const MACAddress& radio, const Switch& order) const
 
 void ChannelOrders::on_channel(const MACAddress& radio, TimePoint now) {
   const auto place = switches_.find(radio);
-  if (place != switches_.end() && is_there(radio, place->second)) {
-    end(place, now, true, "ACCEPT; moved from " + place->second.from + " to " + to_text(place->second.to));
+  if (place == switches_.end()) {
+    return;
+  }
+  Switch& order = place->second;
+  if (is_there(radio, order)) {
+    end(place, now, true, "ACCEPT; moved from " + order.from + " to " + to_text(order.to));
+  } else if (order.due != TimePoint::max() && !may_have_to_listen(order.to)) {
+    order.due = std::min(order.due, now + SECOND_THOUGHTS);  // it reports what came of the switch
   }
 }
 
@@ -109,9 +119,8 @@ void ChannelOrders::tend(TimePoint now) {
     if (place->second.due <= now) {
       const AgentModel* agent = model_.find_agent_of_radio(radio);
       end(place, now, false,
-          "ACCEPT, but the radio did not report " + to_text(place->second.to) + " within " +
-              std::to_string(patience(place->second.to).count()) + " s" +
-              (agent == nullptr ? "" : "; it is on " + channel_text(agent->radios.at(radio))));
+          "ACCEPT, but the radio is not on " + to_text(place->second.to) +
+              (agent == nullptr ? "" : "; it reports " + channel_text(agent->radios.at(radio))));
     }
     place = switches_.upper_bound(radio);
   }

@@ -33,7 +33,7 @@ class ChannelOrders {
 
   bool is_busy() const { return is_in_series_ || !switches_.empty(); }
 
-  /// The radio has reported another channel.
+  /// The radio has reported its channel.
   void on_channel(const qel::MACAddress& radio, TimePoint now);
   void tend(TimePoint now);
 

@@ -37,7 +37,6 @@ Controller::Controller(multi_ap::Mesh& mesh, Config config)
     : mesh_(mesh),
       config_(std::move(config)),
       courier_(mesh),
-      search_(mesh, ServiceType::MULTI_AP_CONTROLLER),
       learning_(model_, config_.limits, mesh.al_mac()),
       asking_(model_, courier_, config_.policy, [this](const MACAddress& agent) { silent_.push_back(agent); }),
       client_orders_(model_, learning_, courier_, followups_, config_.policy),
@@ -69,7 +68,6 @@ void Controller::act_on(const Change& change, TimePoint now) {
   using Topic = Asking::Topic;
   const std::string agent = change.agent.to_string();
   const std::string place = change.place.to_string();
-  const std::string client = change.client.to_string();
   switch (change.kind) {
     case AGENT_FOUND:
       notice("AGENT_FOUND", agent, "found agent " + agent);
@@ -86,26 +84,24 @@ void Controller::act_on(const Change& change, TimePoint now) {
         asking_.ask(change.agent, topic, now);
       }
       break;
-    case CHANNEL_CHANGED: {
-      const auto& report = model_.agents.at(change.agent).radios.at(change.place).channel;
-      const auto channel = operating_channel(report->value);
-      const std::string text = channel ? to_text(*channel) : "an unknown channel";
-      notice("CHANNEL_CHANGED", place, "radio " + place + " is on " + text);
+    case CHANNEL_REPORTED:
       channel_orders_.on_channel(change.place, now);
       break;
+    case CHANNEL_CHANGED: {
+      const auto channel = operating_channel(model_.agents.at(change.agent).radios.at(change.place).channel->value);
+      notice("CHANNEL_CHANGED", place,
+             "radio " + place + " is on " + (channel ? to_text(*channel) : "an unknown channel"));
+      break;
     }
-    case CLIENT_JOINED:
-      notice("CLIENT_JOINED", client + ' ' + place,
-             "client " + client +
-                 (change.from == MACAddress() || change.from == change.place
-                      ? " joined "
-                      : " moved from " + change.from.to_string() + " to ") +
-                 place);
+    case CLIENT_JOINED: {
+      const bool has_moved = change.from != MACAddress() && change.from != change.place;
+      notice_client("CLIENT_JOINED", change, has_moved ? "moved from " + change.from.to_string() + " to " : "joined ");
       asking_.ask_for_client(change.agent, change.place, change.client, now);
       client_orders_.on_joined(change.client, change.place, now);
       break;
+    }
     case CLIENT_LEFT:
-      notice("CLIENT_LEFT", client + ' ' + place, "client " + client + " left " + place);
+      notice_client("CLIENT_LEFT", change, "left ");
       break;
     case CONTROLLER_FOUND:
       notice("SECOND_CONTROLLER", agent, "there is another controller, " + agent + "; agents obey only one");
@@ -156,7 +152,7 @@ void Controller::lose(const MACAddress& agent, const std::string& why) {
 }
 
 void Controller::tend(TimePoint now) {
-  search_.tend(now);
+  client_notices_ = 0;
   courier_.tend(now);
   followups_.tend(now);
   for (const MACAddress& agent : std::exchange(silent_, {})) {
@@ -270,6 +266,16 @@ void Controller::apply_plan(TimePoint now, OnResult on_result) {
 
 void Controller::ask(const Question& question, const MACAddress& agent, TimePoint now, OnResult on_result) {
   controller::ask(question, agent, model_, courier_, followups_, now, std::move(on_result));
+}
+
+void Controller::notice_client(const std::string& event, const Change& change, const std::string& line) {
+  constexpr unsigned int MOST = 20;
+  if (change.is_event && client_notices_ < MOST) {
+    ++client_notices_;
+    const std::string client = change.client.to_string();
+    const std::string bssid = change.place.to_string();
+    notice(event, client + ' ' + bssid, "client " + client + ' ' + line + bssid);
+  }
 }
 
 void Controller::notice(const std::string& event, const std::string& data, const std::string& line) const {

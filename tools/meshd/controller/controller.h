@@ -17,7 +17,6 @@
 #include "tools/meshd/controller/questions.h"
 #include "tools/meshd/controller/result.h"
 #include "tools/meshd/multi_ap/courier.h"
-#include "tools/meshd/multi_ap/discovery.h"
 #include "tools/meshd/multi_ap/mesh.h"
 
 namespace meshd::controller {
@@ -73,6 +72,8 @@ class Controller final : public multi_ap::Service {
   void lose(const qel::MACAddress& agent, const std::string& why);
   void plan_by_policy(TimePoint now);
   void steer_by_policy(TimePoint now);
+  /// Of a client, which may come and go as often as it likes: only some in a second.
+  void notice_client(const std::string& event, const Change& change, const std::string& line);
   void notice(const std::string& event, const std::string& data, const std::string& line) const;
   /// Passes the result on, and tells the operator's log what came of the order.
   OnResult logged(std::string what, OnResult on_result) const;
@@ -81,13 +82,13 @@ class Controller final : public multi_ap::Service {
   Config config_;
   MeshModel model_;
   multi_ap::Courier courier_;
-  multi_ap::ControllerSearch search_;  // for others, which the mesh should not have
   Followups followups_;
   Learning learning_;
   Asking asking_;
   ClientOrders client_orders_;
   ChannelOrders channel_orders_;
   std::vector<qel::MACAddress> silent_;  // agents that do not answer, lost with the next tend()
+  unsigned int client_notices_ = 0;      // since the last tend()
   TimePoint plan_due_;
   TimePoint round_due_;
   TimePoint forget_due_;

@@ -241,6 +241,7 @@ void Learning::on_operating_channels(const Context& context) {
       radio->switched_at = context.received.time;
     }
     radio->channel = {tlv, context.received.time};
+    context.changes.push_back({Kind::CHANNEL_REPORTED, context.al_mac, tlv.get_radio_identifier()});
     if (!is_same) {
       context.changes.push_back({Kind::CHANNEL_CHANGED, context.al_mac, tlv.get_radio_identifier()});
     }

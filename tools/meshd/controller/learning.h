@@ -20,7 +20,8 @@ struct Change {
     AGENT_RESTARTED,   ///< it searches for a controller, although it had found us
     AGENT_CHANGED,     ///< it says that something is different, but not what
     RADIOS_CHANGED,    ///< the agent has other radios
-    CHANNEL_CHANGED,   ///< `place` is the radio
+    CHANNEL_REPORTED,  ///< `place` is the radio
+    CHANNEL_CHANGED,   ///< and differs from what was reported before
     CLIENT_JOINED,     ///< `place` is the BSSID, `from` where it was before; zero if nowhere
     CLIENT_LEFT,       ///< the mesh; `place` is the BSSID
     CONTROLLER_FOUND,  ///< another one
@@ -30,6 +31,7 @@ struct Change {
   qel::MACAddress place{};
   qel::MACAddress client{};
   qel::MACAddress from{};
+  bool is_event = false;  ///< of a client: it has just happened; otherwise it is in a list
 };
 
 using Changes = std::vector<Change>;
@@ -88,8 +90,9 @@ class Learning {
   void take_bss_list(const Context& context);
   void take_clients(const Context& context);
   void join(const Context& context, const qel::MACAddress& bssid, BssModel& bss, const qel::MACAddress& client,
-            TimePoint joined_at);
-  void leave(const Context& context, const qel::MACAddress& bssid, BssModel& bss, const qel::MACAddress& client);
+            TimePoint joined_at, bool is_event);
+  void leave(const Context& context, const qel::MACAddress& bssid, BssModel& bss, const qel::MACAddress& client,
+             bool is_event);
   /// Removes the BSS's clients, the last step before it is removed itself.
   void empty(const Context& context, const qel::MACAddress& bssid, BssModel& bss);
   void remember_departed(const qel::MACAddress& client, const SteeringRecord& record, TimePoint now);

@@ -93,11 +93,11 @@ void Learning::take_clients(const Context& context) {
         }
       }
       for (const MACAddress& mac : gone) {
-        leave(context, bssid, bss, mac);
+        leave(context, bssid, bss, mac, false);
       }
       for (const auto& [mac, joined_at] : all) {
         if (!bss.clients.contains(mac)) {
-          join(context, bssid, bss, mac, joined_at);
+          join(context, bssid, bss, mac, joined_at, false);
         }
       }
     }
@@ -110,14 +110,14 @@ void Learning::on_topology_notification(const Context& context) {
   if (bss == nullptr) {
     context.changes.push_back({Kind::AGENT_CHANGED, context.al_mac});
   } else if (event->get_client_associated_event()) {
-    join(context, event->get_bssid(), *bss, event->get_client_mac(), context.received.time);
+    join(context, event->get_bssid(), *bss, event->get_client_mac(), context.received.time, true);
   } else {
-    leave(context, event->get_bssid(), *bss, event->get_client_mac());
+    leave(context, event->get_bssid(), *bss, event->get_client_mac(), true);
   }
 }
 
 void Learning::join(const Context& context, const MACAddress& bssid, BssModel& bss, const MACAddress& client,
-                    TimePoint joined_at) {
+                    TimePoint joined_at, bool is_event) {
   const MeshModel::Place before = model_.find_client(client);
   if (before.client == nullptr && clients_ >= limits_.clients) {
     return;
@@ -144,22 +144,23 @@ void Learning::join(const Context& context, const MACAddress& bssid, BssModel& b
   joined.joined_at = joined_at;
   bss.clients.insert_or_assign(client, std::move(joined));
   ++clients_;
-  context.changes.push_back({Kind::CLIENT_JOINED, context.al_mac, bssid, client, from});
+  context.changes.push_back({Kind::CLIENT_JOINED, context.al_mac, bssid, client, from, is_event});
 }
 
-void Learning::leave(const Context& context, const MACAddress& bssid, BssModel& bss, const MACAddress& client) {
+void Learning::leave(const Context& context, const MACAddress& bssid, BssModel& bss, const MACAddress& client,
+                     bool is_event) {
   const auto node = bss.clients.extract(client);
   if (!node) {
     return;
   }
   --clients_;
   remember_departed(client, node.mapped().steering, context.received.time);
-  context.changes.push_back({Kind::CLIENT_LEFT, context.al_mac, bssid, client});
+  context.changes.push_back({Kind::CLIENT_LEFT, context.al_mac, bssid, client, {}, is_event});
 }
 
 void Learning::empty(const Context& context, const MACAddress& bssid, BssModel& bss) {
   while (!bss.clients.empty()) {
-    leave(context, bssid, bss, MACAddress(bss.clients.begin()->first));
+    leave(context, bssid, bss, MACAddress(bss.clients.begin()->first), false);
   }
 }
 
