@@ -73,7 +73,8 @@ void Roles::print(std::ostream& os, multi_ap::TimePoint now) const {
   if (finder_->controller() == entity_.config().al_mac) {
     os << "of the controller on this device\n";
   } else if (finder_->controller()) {
-    os << "of controller " << *finder_->controller() << '\n';
+    os << "of controller " << *finder_->controller()
+       << (finder_->can_order() ? "\n" : ", which is not on an interface where it may give orders\n");
   } else {
     os << "that searches for a controller\n";
   }

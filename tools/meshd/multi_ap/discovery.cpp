@@ -128,6 +128,7 @@ void ControllerFinder::find(const Received& received) {
   controller_ = received.from;
   can_order_ = received.is_backhaul || received.interface.empty();
   heard_at_ = received.time;
+  line += can_order_ ? "" : "; it is not obeyed there, since --backhaul does not mark this interface";
   noticed({"CONTROLLER_FOUND", name, std::move(line)});
 }
 
