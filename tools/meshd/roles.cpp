@@ -41,6 +41,7 @@ Roles::Roles(const Options& options, Wireless* radios, Entity& entity, qel::daem
     presence_ = std::make_unique<multi_ap::ControllerPresence>(entity.mesh());
     run(*controller_);
     run(*presence_);
+    shell_ = std::make_unique<controller::ControllerShell>(*controller_, loop);
   }
   if (options.is_agent) {
     if (radios == nullptr) {

@@ -7,6 +7,7 @@
 
 #include "qel/daemon/mainloop.h"
 #include "tools/meshd/controller/controller.h"
+#include "tools/meshd/controller/controller_shell.h"
 #include "tools/meshd/entity/entity.h"
 #include "tools/meshd/multi_ap/discovery.h"
 #include "tools/meshd/multi_ap/mesh.h"
@@ -42,6 +43,7 @@ class Roles {
   std::unique_ptr<multi_ap::Service> agent_;
   std::unique_ptr<controller::Controller> controller_;  // null unless this is a controller
   std::unique_ptr<multi_ap::ControllerPresence> presence_;
+  std::unique_ptr<controller::ControllerShell> shell_;
 };
 
 }  // namespace meshd
