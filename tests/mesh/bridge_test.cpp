@@ -181,6 +181,11 @@ TEST_F(BridgeTest, NobodyElseCanPretendToBeTheControllerToAnAgentNorBehindIt) {
   const std::string roles = "agent of controller " + controller.to_string() + "\norders are accepted on bk1\n";
   EXPECT_TRUE(eventually([&] { return mesh("bk", "ROLES") == roles; })) << mesh("bk", "ROLES");
   EXPECT_EQ(mesh("bk0", "ROLES"), "controller\n");
+  EXPECT_TRUE(eventually([&] { return contains(meshctl({"mesh", name("bk0")}), "1 agent,"); }));
+  EXPECT_THAT(meshctl({"ask", agent.to_string(), "capabilities", name("bk0")}),
+              ::testing::AllOf(::testing::StartsWith("AP_CAPABILITY_REPORT_MESSAGE\ntype: AP_CAPABILITY\n"),
+                               ::testing::HasSubstr("\ntook 0.")));
+  EXPECT_EQ(meshctl({"ask", agent.to_string(), "client", name("bk0")}, 1), "'client' requires a client\n");
 
   Plug stranger("bl1");
   Plug link("bk0");

@@ -70,7 +70,7 @@ for page in meshctl.1 meshd.8 meshdump.1; do
   tool=${page%.*}
   offered=$(
     press_tab "$tool -"
-    [[ $tool != meshctl ]] || for command in log events topology radios clients web opclass 'opclass table' 'opclass of' 'opclass freq'; do
+    [[ $tool != meshctl ]] || for command in log events topology radios clients web mesh steer block channel plan policy ask opclass 'opclass table' 'opclass of' 'opclass freq'; do
       press_tab "$tool $command -"
     done
   )

@@ -133,7 +133,8 @@ ControllerShell::~ControllerShell() { loop_.remove_ctlcmd_module(MODULE); }
 
 template <class Start>
 bool ControllerShell::order(std::ostream& os, const std::string& what, Start start) {
-  os << "order " << orders_.add(what, start) << '\n';
+  const OrderBook::Number number = orders_.add(what, start);
+  os << "order " << number << '\n';
   return true;
 }
 

@@ -180,7 +180,7 @@ std::string summary(const MeshView& view) {
 }  // namespace
 
 void print_text(std::ostream& os, const MeshView& view) {
-  os << "controller " << view.al_mac << ": " << summary(view) << '\n';
+  os << "controller " << view.al_mac << ": " << (view.agents.empty() ? "no agents yet" : summary(view)) << '\n';
   for (const qel::MACAddress& other : view.other_controllers) {
     os << "there is another controller: " << other << '\n';
   }
