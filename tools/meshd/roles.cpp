@@ -38,7 +38,6 @@ Roles::Roles(const Options& options, Wireless* radios, Entity& entity, qel::daem
     : entity_(entity), loop_(loop) {
   if (options.is_controller) {
     controller_ = std::make_unique<controller::Controller>(entity.mesh(), configure(options));
-    controller_shell_ = std::make_unique<controller::ControllerShell>(*controller_, loop);
     presence_ = std::make_unique<multi_ap::ControllerPresence>(entity.mesh());
     run(*controller_);
     run(*presence_);

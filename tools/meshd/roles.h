@@ -42,7 +42,6 @@ class Roles {
   std::unique_ptr<multi_ap::ControllerFinder> finder_;  // null unless this is an agent
   std::unique_ptr<multi_ap::Service> agent_;
   std::unique_ptr<controller::Controller> controller_;  // null unless this is a controller
-  std::unique_ptr<controller::ControllerShell> controller_shell_;
   std::unique_ptr<multi_ap::ControllerPresence> presence_;
   std::unique_ptr<controller::ControllerShell> shell_;
 };
