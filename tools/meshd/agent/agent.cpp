@@ -58,6 +58,13 @@ std::string about(const Message& message) {
   return text;
 }
 
+/// A selection request without any preference asks where the radios operate, and changes nothing.
+Order order_of(Order usual, const Message& message) {
+  const bool is_question = usual == Order::CHANNEL && message.find<ChannelPreferenceTLV>() == nullptr &&
+                           message.find<TransmitPowerLimitTLV>() == nullptr;
+  return is_question ? Order::QUERY : usual;
+}
+
 }  // namespace
 
 struct Agent::Handler {
@@ -113,7 +120,7 @@ bool Agent::take(const Received& received) {
   if (handler == nullptr) {
     return false;
   }
-  switch (guard_.judge(received, handler->order, about(received.message()))) {
+  switch (guard_.judge(received, order_of(handler->order, received.message()), about(received.message()))) {
     case OrderGuard::Verdict::OBEY:
       (this->*handler->handle)(received);
       return true;

@@ -255,7 +255,9 @@ void Channels::on_selection_request(const Received& received) {
       carry_out(identifier, *selection.switch_to);
     }
   }
-  report_operating_channels(staying);
+  if (received.from == desk_.controller()) {
+    report_operating_channels(staying);
+  }
 }
 
 void Channels::carry_out(const MACAddress& radio, const ChannelInfo& channel) {

@@ -227,5 +227,145 @@ TEST_F(AgentFixture, ReportsRadarUnasked) {
          "another controller");
 }
 
+TEST_F(AgentFixture, ObeysOnlyTheControllerAndOnlyOnce) {
+  const auto block = make_message(MessageType::CLIENT_ASSOCIATION_CONTROL_REQUEST_MESSAGE, 77,
+                                  control(ClientAssociationControl::BLOCK, {ANN, CAT}));
+  expect(ask(block, CAT), {}, "from another device");
+  EXPECT_THAT(air.take_acts(), IsEmpty());
+  const Texts first = ask(block);
+  air.leave(ANN);
+  EXPECT_EQ(ask(block), first) << "repeated";
+  EXPECT_EQ(air.take_acts(), Texts{"deny " + CAT.to_string() + " at " + HOME_5.to_string()});
+
+  // The time of the block is over, but at first hostapd does not listen.
+  wait(29s);
+  EXPECT_TRUE(air.is_denied(HOME_5, CAT));
+  air.trouble = [](const std::string&) { return "no answer"; };
+  wait(3s);
+  EXPECT_TRUE(air.is_denied(HOME_5, CAT));
+  air.trouble = nullptr;
+  wait(5s);
+  EXPECT_FALSE(air.is_denied(HOME_5, CAT));
+}
+
+TEST_F(AgentFixture, AnswersQueriesOfAnyone) {
+  air.state[0].utilization = 50;
+  wifi::Station& ann = air.state[0].bss[0].clients[0].station;
+  ann.send_rate = wifi::Rate{.kilobits = 866'700};
+  ann.sent_octets = 0x1'0000'0007U;
+  ann.connected = 100'000s;
+  air.state[0].bss[0].clients[0].association_request = {0x31, 0x04, 0x0A, 0x00, 0x00, 0x04, 'h', 'o', 'm', 'e'};
+  air.state[1] = simulated_radio(TWO, {qel::FrequencyBand::BAND_2_4_GHZ, qel::FrequencyBand::BAND_5_GHZ},
+                                 qel::ChannelWidth::WIDTH_40_MHZ);  // of both bands, and off
+  air.state[1].bands[0].channels[12].no_initiation = true;
+  APMetricQueryTLV both;
+  both.add_bssid(HOME_5);
+  both.add_bssid(FAR);
+  using enum MessageType;
+  const std::string unknown = "STA_NOT_ASSOCIATED_WITH_ANY_BSS_OPERATED_BY_AGENT STA MAC: " + CAT.to_string();
+  struct Row {
+    Message query;
+    std::string answer;
+  };
+  std::vector<Row> rows;
+  const auto row = [&](MessageType type, auto tlv, std::string answer) {
+    rows.push_back({make_message(type, static_cast<std::uint16_t>(rows.size()), std::move(tlv)), std::move(answer)});
+  };
+  row(AP_CAPABILITY_QUERY_MESSAGE, EndOfMessageTLV(),
+      "AP_CAPABILITY_REPORT|Operating Class: 118 Max tranmis power: 20 Non_Operable Channels: [ ]|"
+      "Operating Class: 128 Max tranmis power: 26 Non_Operable Channels: [ 138 155 171 ]|"
+      "RadioIdentifier: " +
+          TWO.to_string() +
+          " Max BSS suported: 8\n\tOperating Class: 81 Max tranmis power: 20 "
+          "Non_Operable Channels: [ 13 ]|Operating Class: 83 Max tranmis power: 20 Non_Operable Channels: [ 9 ]|"
+          "AP_HT_CAPABILITIES Radio Unique Identifier: " +
+          TWO.to_string() + " TX spatial streams:2");
+  row(BACKHAUL_STA_CAPABILITY_QUERY_MESSAGE, EndOfMessageTLV(), "BACKHAUL_STA_CAPABILITY_REPORT");
+  row(CHANNEL_PREFERENCE_QUERY_MESSAGE, EndOfMessageTLV(), "CHANNEL_PREFERENCE_REPORT|DFS_CHANNEL_STATE_UNKNOWN");
+  row(CHANNEL_SELECTION_REQUEST_MESSAGE, EndOfMessageTLV(), "CHANNEL_SELECTION_RESPONSE|ACCEPT");
+  row(CLIENT_CAPABILITY_QUERY_MESSAGE, ClientInfoTLV(HOME_5, ANN), "SUCCESS|10 Byte");
+  row(CLIENT_CAPABILITY_QUERY_MESSAGE, ClientInfoTLV(HOME_5, BOB), "FAILURE|UNSPECIFIED_FAILURE");
+  row(CLIENT_CAPABILITY_QUERY_MESSAGE, ClientInfoTLV(HOME_5, CAT), "FAILURE|" + unknown);
+  row(AP_METRICS_QUERY_MESSAGE, both,
+      "AP_METRICS BSSID: " + HOME_5.to_string() + " Channel Utilization: 128 Number of associated STAs: 2");
+  row(ASSOCIATED_STA_LINK_METRICS_QUERY_MESSAGE, STAMACAddressTLV(ANN),
+      "Estimated Downlink: 866 Estimated Uplink: 0 Uplink RCPI: 120");
+  row(ASSOCIATED_STA_LINK_METRICS_QUERY_MESSAGE, STAMACAddressTLV(CAT), "Associated BSSs: []|" + unknown);
+  for (const Row& each : rows) {
+    expect(ask(each.query, CAT), {each.answer}, each.answer);
+  }
+  MessageBuilder response(TOPOLOGY_RESPONSE_MESSAGE);
+  agent.add_to_topology_response(response);
+  std::ostringstream text;
+  text << response.build();
+  expect({text.str()},
+         {"MULTI_AP_AGENT|" + HOME_5.to_string() + " SSID: \"home|MAC: " + ANN.to_string() +
+          " time since last association: 65535"},
+         "topology");
+}
+
+TEST_F(AgentFixture, FollowsThePolicy) {
+  MetricReportingRadioPolicy of_radio(FIVE);
+  of_radio.set_rcpi_threshold(80);      // -70 dBm
+  of_radio.set_hysteresis_override(2);  // dB
+  of_radio.set_reporting_threshold(128);
+  of_radio.set_statistics(true);
+  MetricReportingPolicyTLV reporting(10);
+  reporting.add_radio_policy(of_radio);
+  SteeringPolicyTLV policy;
+  policy.add_local_steering_disallowed_sta(CAT);
+  policy.add_btm_steering_disallowed_sta(BOB);
+  policy.add_radio_policy(SteeringRadioPolicy(FIVE, SteeringPolicyType::AGENT_INITIATED_STEERING_DISALLOWED, 0, 85));
+  expect(ask(make_message(MessageType::MULTI_AP_POLICY_CONFIG_REQUEST_MESSAGE, 1, reporting, policy)), {"IEEE1905_ACK"},
+         "policy");
+
+  const auto link_of = [](const MACAddress& client) {
+    return "ASSOCIATED_STA_LINK_METRICS_RESPONSE|" + client.to_string();
+  };
+  std::optional<std::int8_t>& signal = air.state[0].bss[0].clients[0].station.signal;
+  struct Step {
+    std::int8_t signal;  // of Ann
+    std::uint8_t utilization;
+    Texts sent;
+  };
+  for (const Step& step :
+       std::vector<Step>{{-50, 0, {link_of(BOB)}},  // who was weak from the beginning
+                         {-71, 51, {}},             // within the margins
+                         {-73, 53, {link_of(ANN), "AP_METRICS_RESPONSE|BSSID: " + HOME_5.to_string()}},
+                         {-69, 49, {}},
+                         {-67, 45, {link_of(ANN), "AP_METRICS_RESPONSE|Channel Utilization: 115"}}}) {
+    signal = step.signal;
+    air.state[0].utilization = step.utilization;
+    expect(wait(1s), step.sent, "signal " + std::to_string(step.signal));
+  }
+  expect(wait(5s),
+         {"AP_METRICS_RESPONSE|" + HOME_5.to_string() + "|TRAFFIC_STATS STAMAC: " + BOB.to_string() + "|" +
+          HOME_2.to_string()},
+         "interval");
+  expect(wait(10s), {"AP_METRICS_RESPONSE"}, "next interval");
+
+  // An opportunity is for those below the threshold, and nobody else.
+  ask(make_message(MessageType::CLIENT_STEERING_REQUEST_MESSAGE, 2, steering(false, {ANN, BOB}, {})));
+  EXPECT_THAT(air.take_acts(), IsEmpty());
+  signal = -69;  // RCPI 82
+  ask(make_message(MessageType::CLIENT_STEERING_REQUEST_MESSAGE, 3, steering(false, {}, {})));
+  EXPECT_THAT(air.take_acts(), SizeIs(1));
+}
+
+TEST_F(AgentFixture, TellsTheMeshWhichClientsComeAndGo) {
+  for (std::uint8_t i = 0; i < 100; ++i) {
+    air.join(HOME_2, simulated_client(MACAddress({2, 0, 0, 0, 1, i})));
+  }
+  air.leave(MACAddress({2, 0, 0, 0, 1, 99}));  // whose joining has not been told yet
+  const std::size_t at_once = mesh.sent_to_all.size();
+  EXPECT_LT(at_once, 100U);
+  wait(5s);
+  ASSERT_EQ(mesh.sent_to_all.size(), 100U);
+  const auto* event = mesh.sent_to_all.back().find<ClientAssociationEventTLV>();
+  ASSERT_NE(event, nullptr);
+  EXPECT_EQ(*event, ClientAssociationEventTLV(MACAddress({2, 0, 0, 0, 1, 99}), HOME_2, false));
+  EXPECT_EQ(mesh.sent_to_all.back().find<ALMACAddressTLV>()->get_MAC(), SELF);
+}
+
 }  // namespace
 }  // namespace meshd::test
