@@ -6,6 +6,7 @@
 #include "qel/channel/frequency.h"
 #include "qel/channel/opclass_segment.h"
 #include "qel/channel/operating_class_deduction.h"
+#include "tools/meshd/wifi/interface.h"
 #include "tools/meshd/wifi/radio.h"
 
 namespace meshd::test {
@@ -77,14 +78,6 @@ wifi::Band band_of(FrequencyBand band, ChannelWidth widest) {
     result.vht = wifi::VHTCapabilities{.information = 0x20, .mcs = {0xFA, 0xFF, 0, 0, 0xFA, 0xFF, 0, 0}};
   }
   return result;
-}
-
-bool contains(const qel::ChannelInfo& channel, const kHz& frequency) {
-  if (!channel.get_primary_segment().is_set()) {
-    return channel.get_primary_frequency().is_set() && channel.get_primary_frequency().get() == frequency;
-  }
-  const auto& [center, width] = channel.get_primary_segment().get();
-  return std::ranges::count(qel::OpclassSegment{width, center, {}, {}}.get_20_mhz_channels(), frequency) != 0;
 }
 
 std::string text_of(const qel::ChannelInfo& channel) {
@@ -197,29 +190,35 @@ std::optional<wifi::AirClient> SimulatedAir::leave(const MACAddress& mac) {
   return std::nullopt;
 }
 
-void SimulatedAir::find_radar(const MACAddress& identifier, const kHz& frequency) {
+void SimulatedAir::set_dfs_state(const MACAddress& identifier, const kHz& frequency, ChannelStateBit dfs_state) {
   wifi::AirRadio* radio = find_radio(identifier);
-  if (radio == nullptr) {
-    return;
-  }
-  std::optional<kHz> refuge;
   for (qel::WLANRadio& band : radio->radios) {
-    std::vector<qel::ChannelEntry> channels = band.get_channel_list().get_channels();
-    for (qel::ChannelEntry& entry : channels) {
-      const bool has_radar = entry.get_capability_flags().test(bit_index(qel::ChannelCapabilityBit::DFS));
-      if (entry.get_frequency() == frequency) {
-        entry.reset_state_flags();
-        entry.set_state_flags({std::bitset<5>().set(bit_index(ChannelStateBit::RADAR_FOUND)), LONG_AGO});
-      } else if (!has_radar && !refuge && entry.get_frequency_band() == qel::frequency_to_band(frequency)) {
-        refuge = entry.get_frequency();
-      }
+    qel::ChannelList channels = band.get_channel_list();
+    if (qel::ChannelEntry* entry = channels.get_channel_entry(frequency)) {
+      entry->reset_state_flags();
+      entry->set_state_flags({std::bitset<5>().set(bit_index(dfs_state)), LONG_AGO});
+      band.set_channel_list(std::move(channels));
     }
-    band.set_channel_list(qel::ChannelList(std::move(channels)));
-  }
-  if (contains(radio->channel, frequency)) {
-    radio->channel = refuge ? simulated_channel(*refuge) : qel::ChannelInfo();
   }
   changed();
+}
+
+void SimulatedAir::find_radar(const MACAddress& identifier, const kHz& frequency) {
+  wifi::AirRadio* radio = find_radio(identifier);
+  if (wifi::occupies(radio->channel, frequency)) {
+    radio->channel.reset();
+    for (const qel::WLANRadio& band : radio->radios) {
+      const auto& channels = band.get_channel_list().get_channels();
+      const auto refuge = std::ranges::find_if(channels, [&](const qel::ChannelEntry& entry) {
+        return !entry.get_capability_flags().test(bit_index(qel::ChannelCapabilityBit::DFS)) &&
+               entry.get_frequency_band() == qel::frequency_to_band(frequency);
+      });
+      if (refuge != channels.end()) {
+        radio->channel = simulated_channel(refuge->get_frequency());
+      }
+    }
+  }
+  set_dfs_state(identifier, frequency, ChannelStateBit::RADAR_FOUND);
 }
 
 wifi::AirRadio* SimulatedAir::find_radio(const MACAddress& identifier) {
@@ -253,7 +252,7 @@ void SimulatedAir::switch_channel(const MACAddress& identifier, const qel::Chann
   act(radio != nullptr, text, std::move(on_done), [&]() -> std::string {
     for (const qel::WLANRadio& band : radio->radios) {
       for (const qel::ChannelEntry& entry : band.get_channel_list().get_channels()) {
-        if (contains(channel, entry.get_frequency()) && entry.get_state_flags().is_set() &&
+        if (wifi::occupies(channel, entry.get_frequency()) && entry.get_state_flags().is_set() &&
             entry.get_state_flags().get().test(bit_index(ChannelStateBit::RADAR_FOUND))) {
           return "there is radar";
         }

@@ -54,8 +54,9 @@ class SimulatedAir final : public wifi::Air {
   bool join(const qel::MACAddress& bssid, wifi::AirClient client);
   /// Takes the client out of the BSS in which it is.
   std::optional<wifi::AirClient> leave(const qel::MACAddress& client);
-  /// There is radar on this 20 MHz channel, and it becomes unavailable. A radio that uses it moves to its first channel
-  /// without radar detection.
+  /// Of a 20 MHz channel with radar detection; at first, it must be checked.
+  void set_dfs_state(const qel::MACAddress& radio, const qel::kHz& frequency, qel::ChannelStateBit state);
+  /// The channel becomes unavailable. A radio that uses it moves to its first channel without radar detection.
   void find_radar(const qel::MACAddress& radio, const qel::kHz& frequency);
 
   wifi::AirRadio* find_radio(const qel::MACAddress& identifier);

@@ -27,7 +27,7 @@ struct Config {
 
 class Agent final : public multi_ap::Service {
  public:
-  /// Mesh and air are borrowed. The air must have told what came of all acts, or be destroyed, before the mesh is.
+  /// Mesh and air are borrowed.
   Agent(multi_ap::Mesh& mesh, wifi::Air& air, Config config);
   /// Ends all blocks of clients.
   ~Agent() override;

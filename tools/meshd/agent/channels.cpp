@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -30,8 +31,21 @@ constexpr auto REGION = qel::OperatingClassDeduction::Region::GLOBAL;
 
 constexpr std::size_t MOST_PREFERENCES = 8;  // of a radio in one request
 
+/// The default rules, except that a channel which must be checked for radar first is not operable: the check would
+/// close the access point for a minute or more.
+std::vector<ChannelScoreRule> score_rules() {
+  std::vector<ChannelScoreRule> rules(std::begin(DEFAULT_CHANNEL_SCORE_RULES), std::end(DEFAULT_CHANNEL_SCORE_RULES));
+  for (ChannelScoreRule& rule : rules) {
+    if (rule.score.reason == ChannelPreferenceReasonCode::DFS_CHANNEL_STATE_UNKNOWN) {
+      rule.score.score = ChannelScore::NON_OPERABLE;
+    }
+  }
+  return rules;
+}
+
 ChannelPreferenceConversion conversion_of(const AirRadio& radio) {
-  return ChannelPreferenceConversion(basic_capabilities(radio), REGION, UnknownChannels::SKIP);
+  static const std::vector<ChannelScoreRule> RULES = score_rules();
+  return ChannelPreferenceConversion(basic_capabilities(radio), REGION, UnknownChannels::SKIP, RULES);
 }
 
 std::optional<PrimaryChannel> present_channel(const AirRadio& radio) {

@@ -155,6 +155,10 @@ TEST_F(AgentFixture, SelectsAChannelThatBothSidesAllow) {
     std::function<void(wifi::AirRadio&)> change = [](wifi::AirRadio&) {};
   };
   const auto with_backhaul = [](wifi::AirRadio& radio) { radio.backhaul = {UPLINK, "wlan2", FAR}; };
+  for (long channel = 5260000; channel <= 5320000; channel += 20000) {
+    air.set_dfs_state(FIVE, qel::kHz(channel), qel::ChannelStateBit::DFS_CLEAR);
+  }
+  wait(1s);
   for (const Row& row : std::vector<Row>{
            {"no opinion", "", "ACCEPT", ""},
            {"the same for all", "115=9 116=9 117=9 118=9 119=9 120=9 121=9 122=9 123=9 128=9", "ACCEPT", ""},
@@ -169,7 +173,9 @@ TEST_F(AgentFixture, SelectsAChannelThatBothSidesAllow) {
             "ACCEPT", "5220000 kHz at 80 MHz around 5210000 kHz"},
            {"40 MHz above or below", no_20 + no_80 + "116=0 119=0 120=0 122=0 123=0 117:40=0", "ACCEPT",
             "5240000 kHz at 40 MHz around 5230000 kHz"},
-           {"radar unknown", only_58, "ACCEPT", "5260000 kHz at 80 MHz around 5290000 kHz"},
+           {"to be checked again", only_58, "DECLINE_VIOLATES_CHANGED_PREFERED", "",
+            [&](wifi::AirRadio&) { air.set_dfs_state(FIVE, qel::kHz(5280000), qel::ChannelStateBit::PRECAC_TODO); }},
+           {"checked", only_58, "ACCEPT", "5260000 kHz at 80 MHz around 5290000 kHz"},
            {"nothing at all", no_20 + no_40 + no_80, "DECLINE_VIOLATES_REPORTED_PREFERED", ""},
            {"radar since", only_58, "DECLINE_VIOLATES_CHANGED_PREFERED", "",
             [&](wifi::AirRadio&) { air.find_radar(FIVE, qel::kHz(5300000)); }},
