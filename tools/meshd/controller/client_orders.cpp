@@ -275,7 +275,7 @@ void ClientOrders::ask_what_it_hears(const MACAddress& client, TimePoint now, On
                                             : finish(time, true, answer_text(*answer), answer_parts(*answer));
                         });
   courier_.request(agent, std::move(*message), MessageType::IEEE1905_ACK_MESSAGE, now,
-                   [this, agent, client, response, finish, now](Outcome outcome, const Message* answer, auto took) {
+                   [this, agent, response, finish, now](Outcome outcome, const Message* answer, auto took) {
                      if (outcome != Outcome::DONE && followups_.cancel(response)) {
                        finish(now + took, false, failure_text(agent, answer));
                      }

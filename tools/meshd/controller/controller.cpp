@@ -182,7 +182,7 @@ void Controller::plan_by_policy(TimePoint now) {
   }
   plan_due_ = now + config_.policy.plan.interval;
   if (const Planned planned = plan(now); !planned.plan.changes.empty()) {
-    apply_plan(now, [](const Result&) {});
+    carry_out(planned, now, [](const Result&) {});
   }
 }
 
@@ -249,8 +249,9 @@ void Controller::set_channel(const MACAddress& radio, unsigned int number, qel::
                               logged("radio " + radio.to_string() + " to " + to_text(wanted), std::move(on_result)));
 }
 
-void Controller::apply_plan(TimePoint now, OnResult on_result) {
-  const Planned planned = plan(now);
+void Controller::apply_plan(TimePoint now, OnResult on_result) { carry_out(plan(now), now, std::move(on_result)); }
+
+void Controller::carry_out(const Planned& planned, TimePoint now, OnResult on_result) {
   if (planned.plan.changes.empty()) {
     on_result({true, "nothing to change: " + planned.plan.verdict});
     return;

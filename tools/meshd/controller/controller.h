@@ -70,6 +70,7 @@ class Controller final : public multi_ap::Service {
   void act_on(const Change& change, TimePoint now);
   void answer_search(const multi_ap::Received& received);
   void lose(const qel::MACAddress& agent, const std::string& why);
+  void carry_out(const Planned& planned, TimePoint now, OnResult on_result);
   void plan_by_policy(TimePoint now);
   void steer_by_policy(TimePoint now);
   /// Of a client, which may come and go as often as it likes: only some in a second.
