@@ -1,12 +1,14 @@
 #include "tools/meshd/wifi/linux_air.h"
 
 #include <algorithm>
+#include <iterator>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
 #include <variant>
 
 #include "qel/channel/frequency.h"
+#include "qel/channel/opclass_segment.h"
 #include "tools/command_line.h"
 #include "tools/meshd/wifi/control_text.h"
 #include "tools/meshd/wifi/nl80211_socket.h"
@@ -62,28 +64,38 @@ std::string refusal(const char* daemon, std::string_view reply) {
   return std::string(daemon) + " refuses: " + tools::for_terminal_line(line);
 }
 
+/// The centres of the 20 MHz channels that the channel consists of.
+std::vector<qel::kHz> parts_of(const qel::ChannelInfo& channel) {
+  if (!channel.get_primary_segment().is_set()) {
+    return {channel.get_primary_frequency().get()};
+  }
+  const auto& [center, width] = channel.get_primary_segment().get();
+  std::vector<qel::kHz> parts = qel::OpclassSegment{width, center, {}, {}}.get_20_mhz_channels();
+  if (width == qel::ChannelWidth::WIDTH_80_80_MHZ) {
+    const qel::OpclassSegment second{width, channel.get_secondary_center_frequency(), {}, {}};
+    std::ranges::copy(second.get_20_mhz_channels(), std::back_inserter(parts));
+  }
+  return parts;
+}
+
 /// Why the radio cannot move to the channel without leaving its clients alone; empty if it can.
 std::string obstacle(const Wiphy& wiphy, const qel::ChannelInfo& channel) {
-  bool has_primary = false;
-  for (const Band& band : wiphy.bands) {
-    for (const WiphyChannel& one : band.channels) {
-      if (!occupies(channel, one.frequency)) {
-        continue;
-      }
-      const std::string name = "channel " + std::to_string(qel::frequency_to_channel(one.frequency));
-      if (one.is_disabled || one.no_initiation) {
-        return name + " is not allowed";
-      }
-      if (one.has_radar && one.dfs_state == DfsState::UNAVAILABLE) {
-        return "there was a radar on " + name;
-      }
-      if (one.has_radar && one.dfs_state != DfsState::AVAILABLE) {
-        return name + " must be checked for radar first";
-      }
-      has_primary = has_primary || one.frequency == channel.get_primary_frequency().get();
+  for (const qel::kHz& part : parts_of(channel)) {
+    const std::string name = "channel " + std::to_string(qel::frequency_to_channel(part));
+    const WiphyChannel* known = nullptr;
+    for (const Band& band : wiphy.bands) {
+      const auto one = std::ranges::find(band.channels, part, &WiphyChannel::frequency);
+      known = one == band.channels.end() ? known : &*one;
+    }
+    if (known == nullptr || known->is_disabled || known->no_initiation) {
+      return name + " is not allowed";
+    }
+    if (known->has_radar && known->dfs_state != DfsState::AVAILABLE) {
+      return known->dfs_state == DfsState::UNAVAILABLE ? "there was a radar on " + name
+                                                       : name + " must be checked for radar first";
     }
   }
-  return has_primary ? "" : "the radio does not have the channel";
+  return "";
 }
 
 bool is_shown_alike(const Interface& left, const Interface& right) {
