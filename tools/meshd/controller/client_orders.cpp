@@ -68,7 +68,16 @@ void ClientOrders::steer(const MACAddress& client, const MACAddress& to, bool is
       followups_.expect(agent, MessageType::CLIENT_STEERING_BTM_REPORT_MESSAGE, now + REPORT_PATIENCE,
                         is_of<SteeringBTMReportTLV>(client),
                         [this, client](const Message* message, TimePoint time) { on_report(client, message, time); });
-  moves_.emplace(client, Move{order, is_held, now, TimePoint::max(), {}, {}, false, report, std::move(on_result)});
+  moves_.emplace(client, Move{order,
+                              is_held ? find_others(order) : std::vector<MACAddress>(),
+                              now,
+                              TimePoint::max(),
+                              {},
+                              {},
+                              false,
+                              is_held,
+                              report,
+                              std::move(on_result)});
   courier_.request(agent, steering_request(model_, client, order.from, to), MessageType::IEEE1905_ACK_MESSAGE, now,
                    [this, client, agent, report, now](Outcome outcome, const Message* answer, auto took) {
                      const auto move = moves_.find(client);
@@ -98,8 +107,8 @@ void ClientOrders::on_report(const MACAddress& client, const Message* message, T
     end(place, now, false, btm_status_text(*move.status));
   } else {
     move.due = now + ARRIVAL_PATIENCE;
-    if (move.is_held) {
-      hold_off_others(move.order, now);
+    for (const MACAddress& bssid : move.others) {
+      hold_off(client, bssid, now);
     }
   }
 }
@@ -172,11 +181,8 @@ void ClientOrders::hold_off(const MACAddress& client, const MACAddress& bssid, T
   }
 }
 
-void ClientOrders::hold_off_others(const SteeringOrder& order, TimePoint now) {
+std::vector<MACAddress> ClientOrders::find_others(const SteeringOrder& order) const {
   const MeshModel::Place place = model_.find_client(order.client);
-  if (place.client == nullptr) {
-    return;
-  }
   std::vector<MACAddress> others;
   const auto add = [&](const MACAddress& bssid, const std::string& ssid) {
     if (bssid != order.from && bssid != order.to && ssid == place.bss->ssid && others.size() < MOST_HELD_OFF) {
@@ -195,9 +201,7 @@ void ClientOrders::hold_off_others(const SteeringOrder& order, TimePoint now) {
       }
     }
   }
-  for (const MACAddress& bssid : others) {
-    hold_off(order.client, bssid, now);
-  }
+  return others;
 }
 
 void ClientOrders::block(const MACAddress& client, std::vector<MACAddress> bssids, std::uint16_t duration,

@@ -52,12 +52,13 @@ class ClientOrders {
  private:
   struct Move {
     SteeringOrder order;
-    bool is_held;
+    std::vector<qel::MACAddress> others;  ///< BSSs that refuse the client once it has agreed
     TimePoint since;
     TimePoint due;
     std::optional<std::uint8_t> status;
     std::optional<TimePoint> answered_at;
     bool is_there = false;
+    bool is_held;
     Followups::Number report = 0;
     OnResult on_result;
   };
@@ -69,7 +70,8 @@ class ClientOrders {
   void record_status(const qel::MACAddress& client, const std::optional<std::uint8_t>& status, TimePoint now);
   /// Asks the agent of the BSS, and does not wait for what comes of it.
   void hold_off(const qel::MACAddress& client, const qel::MACAddress& bssid, TimePoint now);
-  void hold_off_others(const SteeringOrder& order, TimePoint now);
+  /// Where else the client could go: what it hears, and the other BSSs of its agent.
+  std::vector<qel::MACAddress> find_others(const SteeringOrder& order) const;
 
   MeshModel& model_;
   Learning& learning_;

@@ -87,9 +87,10 @@ std::string duration_text(seconds time) {
 
 std::string age_text(const MeshView::Age& age) { return age && *age > OLD ? "(" + duration_text(*age) + " old)" : ""; }
 
-/// Of kb/s, with one digit after the point.
-std::string traffic_text(const std::optional<std::uint64_t>& rate) {
-  return rate ? std::to_string(*rate / 1000) + '.' + std::to_string(*rate % 1000 / 100) + " Mb/s" : "";
+/// "2.0 Mb/s", of kb/s; empty for next to nothing.
+std::string traffic_text(const std::optional<std::uint64_t>& rate, const std::string& before, const char* after) {
+  const std::uint64_t tenths = rate.value_or(0) / 100;
+  return tenths == 0 ? "" : before + std::to_string(tenths / 10) + '.' + std::to_string(tenths % 10) + " Mb/s" + after;
 }
 
 std::string state_text(const MeshView::Agent& agent) {
@@ -130,9 +131,8 @@ void add_client(Tree& tree, const MeshView& view, const MeshView::Client& client
            {client.mac.to_string(),
             client.leads_to ? "backhaul of " + name_of_agent(view, *client.leads_to) : for_terminal_line(client.name),
             text_of(client.signal, " dBm"), text_of(client.downlink_rate, " Mb/s down"),
-            text_of(client.uplink_rate, " Mb/s up"),
-            client.downlink ? "uses " + traffic_text(client.downlink) + " down" : "",
-            client.uplink ? traffic_text(client.uplink) + " up" : "",
+            text_of(client.uplink_rate, " Mb/s up"), traffic_text(client.downlink, "uses ", " down"),
+            traffic_text(client.uplink, client.downlink.value_or(0) < 100 ? "uses " : "", " up"),
             client.connected ? "connected " + duration_text(*client.connected) : "", age_text(client.measured),
             steering_text(client)});
 }

@@ -142,8 +142,11 @@ void ask(const Question& question, const MACAddress& agent, const MeshModel& mod
   if (row->is_acknowledged) {
     answer_later = followups.expect(
         agent, row->answer, now + PATIENCE, [](const Message&) { return true; },
-        [finish, now](const Message* answer, TimePoint time) {
-          finish(answer, answer != nullptr, between(now, time));
+        [finish, shared_result, agent, now](const Message* answer, TimePoint time) {
+          answer != nullptr
+              ? finish(answer, true, between(now, time))
+              : (*shared_result)(
+                    {false, agent.to_string() + " accepted the question, but did not answer it", between(now, time)});
         });
   }
   courier.request(agent, std::move(message), row->is_acknowledged ? MessageType::IEEE1905_ACK_MESSAGE : row->answer,

@@ -52,8 +52,8 @@ TEST_F(ViewsTest, ShowTheMeshAsATree) {
 02:00:00:00:0A:01  attic
 └─ 5 GHz       02:00:00:00:0B:01  channel 36  80 MHz  0 dBm  20 % busy  (45 s old)
    └─ 02:00:00:00:0C:01  "home"
-      ├─ 02:00:00:00:0D:01  phone  -52 dBm  866 Mb/s down  uses 2.0 Mb/s down  0.0 Mb/s up  connected 6:45 min  (1:25 min old)
-      └─ 02:00:00:00:0D:02                                                                  connected 1:50 min
+      ├─ 02:00:00:00:0D:01  phone  -52 dBm  866 Mb/s down  uses 2.0 Mb/s down  connected 6:45 min  (1:25 min old)
+      └─ 02:00:00:00:0D:02                                                     connected 1:50 min
 02:00:00:00:0A:02         LOST, heard 1:30 min ago
 └─ no channel  02:00:00:00:0B:02                             20 % busy  (1:45 min old)
    └─ 02:00:00:00:0C:02  "home"  no clients
