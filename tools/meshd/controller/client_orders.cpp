@@ -56,6 +56,9 @@ void ClientOrders::steer(const MACAddress& client, const MACAddress& to, bool is
   if (place.bss->ssid != target.bss->ssid) {
     throw std::invalid_argument("the BSS has another SSID than that of the client");
   }
+  if (policy_.steering.excluded_clients.contains(client)) {
+    throw std::invalid_argument("the policy says that the client is never asked to move");
+  }
   if (moves_.contains(client)) {
     throw std::invalid_argument("the client has already been asked to move");
   }

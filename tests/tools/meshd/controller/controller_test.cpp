@@ -281,12 +281,12 @@ TEST_F(ControllerTest, MovesARadioAndTellsWhatCameOfIt) {
   mesh.dead = {1};
   mesh.controller->set_channel(radio(1), 36, width, mesh.now, keep());
   mesh.wait(seconds(7));
-  EXPECT_THAT(
-      results,
-      testing::ElementsAre(
-          "+ ACCEPT; moved from 36, 80 MHz to 157, 80 MHz / 3.0 s", "+ ACCEPT; the radio is on 157, 80 MHz / 0.0 s",
-          "- ACCEPT, but the radio is not on 36, 80 MHz; it reports 157, 80 MHz / 20.0 s",
-          "- DECLINE_BREAKS_BACKHAUL_LINK / 0.0 s", "- no answer from " + agent(1).to_string() + " / 6.0 s"));
+  EXPECT_THAT(results,
+              testing::ElementsAre("+ ACCEPT; moved from 36, 80 MHz to 157, 80 MHz / 3.0 s",
+                                   "+ ACCEPT; the radio is on 157, 80 MHz / 0.0 s",
+                                   "- ACCEPT, but the radio is not on 36, 80 MHz; it reports 157, 80 MHz / 20.0 s",
+                                   "- DECLINE_BREAKS_BACKHAUL_LINK / 0.0 s",
+                                   "- no answer from " + agent(1).to_string() + " / 6.0 s"));
   EXPECT_THROW(mesh.controller->set_channel(radio(1), 11, width, mesh.now, keep()), std::invalid_argument);
 }
 
