@@ -105,6 +105,19 @@ double cost_of_score(const ChannelScore& score, Radar radar, double air) {
   return std::max(points * rate, doubt);
 }
 
+/// Whether a radio may be planned for the channel. One that follows reports that a channel would break its backhaul;
+/// but its backhaul moves along.
+bool can_use(const PlanRadio& radio, const PrimaryChannel& channel, bool is_leader, const PlanPolicy& policy) {
+  const auto found = radio.scores.find(channel);
+  if (!is_leader &&
+      (radio.scores.empty() ||
+       (found != radio.scores.end() && found->second.reason == Reason::OPERATION_WOULD_PREVENT_BACKHAUL_OPERATION))) {
+    return true;
+  }
+  return found != radio.scores.end() && found->second.is_operable() &&
+         is_allowed(radar_on(channel, found->second), policy);
+}
+
 /// As a set of bits.
 unsigned int bands_of(const PlanRadio& radio) {
   unsigned int bands = 0;
@@ -266,12 +279,12 @@ void Costs::find_options(const PlanInput& input, const PlanPolicy& policy, Group
     demand += demands_[member];
   }
   const double shared = demand * static_cast<double>(group.members.size() - 1);  // what they take from each other
-  const auto add = [&](Group::Channel index, const PrimaryChannel& channel) {
+  const auto add = [&](Group::Channel index) {
+    const PrimaryChannel& channel = channels_[index];
     Group::Option option{index, (demand + shared) / speed(channel.width), is_usual(channel) ? 0 : UNUSUAL};
     for (const std::size_t member : group.members) {
-      const auto& scores = input.radios[member].scores;
-      const auto score = scores.find(channel);
-      if (score != scores.end()) {
+      const auto score = input.radios[member].scores.find(channel);
+      if (score != input.radios[member].scores.end() && score->second.is_operable()) {
         const Radar known = radar_on(channel, score->second);
         const bool is_checked = known == Radar::UNKNOWN && index == group.current;  // what is in use was checked
         const Radar radar = is_checked ? Radar::FREE : known;
@@ -282,22 +295,17 @@ void Costs::find_options(const PlanInput& input, const PlanPolicy& policy, Group
   };
   if (group.is_fixed) {
     if (group.current != Group::NO_CHANNEL) {
-      add(group.current, channels_[group.current]);
+      add(group.current);
     }
     return;
   }
-  const auto may_be_used = [&](const PrimaryChannel& channel) {
-    return std::ranges::all_of(group.members, [&](std::size_t member) {
-      const auto& scores = input.radios[member].scores;
-      const auto score = scores.find(channel);
-      return scores.empty() || (score != scores.end() && score->second.is_operable() &&
-                                is_allowed(radar_on(channel, score->second), policy));
-    });
-  };
   for (const auto& [channel, score] : input.radios[group.members.front()].scores) {
     const Group::Channel index = find_channel(channel);
-    if (index == group.current ? !group.must_change : may_be_used(channel)) {
-      add(index, channel);
+    const auto has_it = [&, &wanted = channel](std::size_t member) {
+      return can_use(input.radios[member], wanted, member == group.members.front(), policy);
+    };
+    if (index == group.current ? !group.must_change : std::ranges::all_of(group.members, has_it)) {
+      add(index);
     }
   }
   // Of the primary channels of one stretch, today's is kept, or the cheapest is taken, or the lowest.

@@ -1,12 +1,11 @@
 #include <algorithm>
 #include <map>
 #include <set>
-#include <stdexcept>
 #include <utility>
 
 #include "qel/channel/frequency.h"
 #include "qel/ieee1905_1/channel_preference_conversion.h"
-#include "qel/ieee1905_1/operating_channel_conversion.h"
+#include "tools/meshd/controller/channels.h"
 #include "tools/meshd/controller/plan.h"
 #include "tools/meshd/controller/plan_cost.h"
 #include "tools/meshd/view/names.h"
@@ -45,20 +44,13 @@ ChannelWidth widest(const kHz& frequency, const PlanPolicy& policy) {
   }
 }
 
-/// Where the radio works; nothing if it reports no channel. Of an 80+80 MHz channel, the half with the primary channel;
-/// if only a segment is reported, its lowest channel is the primary one. Throws std::invalid_argument if the report
-/// contradicts itself.
+/// Of an 80+80 MHz channel, the half with the primary channel.
 std::optional<PrimaryChannel> current_channel(const OperatingChannelReportTLV& report) {
-  const qel::ChannelInfo info = OperatingChannelConversion(REGION, SKIP).to_channel_info(report, 1);
-  const auto& primary = info.get_primary_frequency();
-  const auto& segment = info.get_primary_segment();
-  if (!segment.is_set()) {
-    return primary.is_set() ? std::optional(PrimaryChannel{primary.get()}) : std::nullopt;
+  std::optional<PrimaryChannel> channel = operating_channel(report);
+  if (channel && channel->width == ChannelWidth::WIDTH_80_80_MHZ) {
+    channel->width = ChannelWidth::WIDTH_80_MHZ;
   }
-  auto [center, width] = segment.get();
-  width = width == ChannelWidth::WIDTH_80_80_MHZ ? ChannelWidth::WIDTH_80_MHZ : width;
-  const kHz half(qel::unit_cast<kHz>(qel::channel_width_to_frequency(width)).value() / 2);
-  return PrimaryChannel{primary.is_set() ? primary.get() : center - half + kHz(10000), width};
+  return channel;
 }
 
 /// Makes the input, agent by agent.
@@ -92,9 +84,8 @@ class Builder {
     radio.agent = al_mac;
     radio.radio = id;
     radio.agent_name = visible(agent.name);
-    try {
-      radio.current = current_channel(model.channel->value);
-    } catch (const std::invalid_argument&) {
+    radio.current = current_channel(model.channel->value);
+    if (!radio.current) {
       fix(radio, "its operating channel is not understood");
     }
     read_scores(radio, model);
