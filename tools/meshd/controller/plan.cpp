@@ -92,16 +92,13 @@ class Planner {
     return found == radio(group).scores.end() ? ChannelScore() : found->second;
   }
 
-  std::string clients(std::size_t group) const {
+  std::string price(std::size_t group) const {
     std::size_t clients = 0;
     for (const std::size_t member : costs_.groups()[group].members) {
       clients += input_.radios[member].clients;
     }
-    return count(clients, "client");
-  }
-
-  std::string price(std::size_t group) const {
-    return "moving it and its " + clients(group) + " costs " + number(costs_.groups()[group].move);
+    return "moving it" + (clients == 0 ? "" : " and its " + count(clients, "client")) + " costs " +
+           number(costs_.groups()[group].move);
   }
 
   std::string why_homeless(std::size_t group) const {
@@ -118,7 +115,7 @@ class Planner {
   std::string why_change(std::size_t group) const {
     if (costs_.groups()[group].must_change) {
       const Causes then = causes(group, found_.planned[group], found_.planned);
-      return why_homeless(group) + "; on the new one " + neighbors_text(then);
+      return why_homeless(group) + "; on the new channel, " + neighbors_text(then);
     }
     const Group::Channel from = found_.start[group];
     const Group::Channel to = found_.planned[group];
@@ -126,12 +123,13 @@ class Planner {
     const Causes then = causes(group, to, found_.planned);
     std::vector<std::pair<double, std::string>> gains;
     gains.emplace_back(now.neighbors - then.neighbors,
-                       neighbors_text(now) + ", and on the new one " + number(then.neighbors));
+                       neighbors_text(now) + ", and " + number(then.neighbors) + " on the new channel");
     gains.emplace_back(now.air - then.air,
                        "its traffic takes " + number(now.air) + ", and " + number(then.air) + " at the new width");
-    gains.emplace_back(now.score - then.score, "its score is " + std::to_string(score(group, from).score) +
-                                                   why_score(score(group, from)) + ", and " +
-                                                   std::to_string(score(group, to).score) + " on the new one");
+    gains.emplace_back(now.score - then.score, "the score of its channel is " +
+                                                   std::to_string(score(group, from).score) +
+                                                   why_score(score(group, from)) + ", and that of the new one " +
+                                                   std::to_string(score(group, to).score));
     std::ranges::stable_sort(gains, std::greater(), &std::pair<double, std::string>::first);
     if (gains.front().first < LITTLE) {
       return "it makes room for its neighbors; " + price(group);
@@ -143,8 +141,8 @@ class Planner {
     if (causes.neighbors < LITTLE) {
       return "no neighbor disturbs it";
     }
-    return "it and its neighbors take " + number(causes.neighbors) + " from each other, most it and " +
-           name_of(radio(causes.worst));
+    return "it and its neighbors, most of all " + name_of(radio(causes.worst)) + ", take " + number(causes.neighbors) +
+           " from each other";
   }
 
   static std::string why_score(const ChannelScore& score) {
@@ -299,20 +297,22 @@ class Planner {
     std::size_t homeless = 0;
     double most = 0;
     for (std::size_t group = 0; group < costs_.groups().size(); ++group) {
-      homeless += costs_.groups()[group].must_change ? 1U : 0U;
+      homeless += costs_.groups()[group].must_change && is_changed(group) ? 1U : 0U;
       most = found_.wanted[group] == found_.planned[group] ? most : std::max(most, found_.gain[group]);
     }
-    const std::string all = std::to_string(input_.radios.size());
     if (plan.changes.empty()) {
       return most > 0 ? "All radios stay: the best change gains " + number(most) + " %, less than the " +
                             std::to_string(policy_.least_gain) + " % of the policy."
                       : "All radios stay: no change is worth its cost.";
     }
+    const bool is_one = plan.changes.size() == 1;
     std::string text = std::to_string(plan.changes.size()) + " of " + count(input_.radios.size(), "radio") +
-                       (plan.changes.size() == 1 ? " changes" : " change");
-    if (homeless > 0) {
-      text += ", " + (homeless == plan.changes.size() ? std::string("because it must")
-                                                      : std::to_string(homeless) + " because it must");
+                       (is_one ? " changes" : " change");
+    if (homeless == plan.changes.size()) {
+      text += is_one ? " because it must" : " because they must";
+    } else if (homeless > 0) {
+      text += homeless == 1 ? ", one of them because it must"
+                            : ", " + std::to_string(homeless) + " of them because they must";
     }
     return text + ": the cost falls from " + number(plan.cost_before) + " to " + number(plan.cost_after) + ".";
   }

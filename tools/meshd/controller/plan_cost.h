@@ -8,7 +8,7 @@
 #include "qel/ieee1905_1/channel_score.h"
 #include "tools/meshd/controller/plan.h"
 
-/// What a plan costs, in percent of the air time of one radio. docs/decisions/0055-channel-plan.md explains the model.
+/// What a plan costs, in percent of the air time of one radio. docs/decisions/0056-channel-plan.md explains the model.
 namespace meshd::controller::cost {
 
 using qel::ieee1905_1::ChannelScore;
