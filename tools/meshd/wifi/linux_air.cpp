@@ -583,15 +583,23 @@ void LinuxAir::lose(std::uint32_t interface) {
   }
 }
 
-void LinuxAir::deny_again(std::uint32_t interface) {
+/// One after another, since a connection takes only some commands at once.
+void LinuxAir::deny_again(std::uint32_t interface, const MACAddress& after) {
   const Model::Interfaces& interfaces = radios_.get_model().get_interfaces();
   const auto bss = interfaces.find(interface);
   const auto denied = bss == interfaces.end() ? denied_.end() : denied_.find(bss->second.mac);
-  if (denied == denied_.end()) {
+  Control* const control = sockets_.find(interface);
+  if (control == nullptr || denied == denied_.end()) {
     return;
   }
-  for (const MACAddress& mac : denied->second) {
-    sockets_.find(interface)->request(control_text::deny_command(mac, true), [](const auto&) {});
+  const auto next = denied->second.upper_bound(after);
+  if (next != denied->second.end()) {
+    control->request(control_text::deny_command(*next, true), [this, life = std::weak_ptr(life_), interface,
+                                                               mac = *next](const std::optional<std::string>& reply) {
+      if (reply && !life.expired()) {
+        deny_again(interface, mac);
+      }
+    });
   }
 }
 

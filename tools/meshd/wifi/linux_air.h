@@ -101,7 +101,8 @@ class LinuxAir final : public Air {
   /// Emits the signal if this is new. A client that joins a BSS leaves the one where it was.
   void set_joined(const qel::MACAddress& bssid, const qel::MACAddress& mac, bool has_joined);
   void lose(std::uint32_t interface);
-  void deny_again(std::uint32_t interface);
+  /// Denies the clients that hostapd may have forgotten, from the one after that address on.
+  void deny_again(std::uint32_t interface, const qel::MACAddress& after = {});
   void change_soon();
 
   Radios& radios_;
