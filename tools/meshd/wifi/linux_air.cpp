@@ -234,6 +234,7 @@ LinuxAir::Act& LinuxAir::begin(const Interface* interface, std::chrono::millisec
   act.number = number;
   act.outcome.trouble = std::move(late);
   act.tell = std::move(tell_it);
+  act.latest = std::chrono::steady_clock::now() + limit;
   act.timer.start(limit, [this, number] { tell(number); });
   if (interface != nullptr) {
     act.interface = interface->number;
@@ -449,7 +450,10 @@ void LinuxAir::ask_for_beacons(const MACAddress& bssid, const MACAddress& mac, s
       } else if (!beacons->report.empty() && waiting.outcome.reports.size() < MOST_REPORTS) {
         waiting.outcome.reports.push_back(std::move(beacons->report));
         waiting.outcome.trouble.clear();
-        waiting.timer.start(REPORT_PAUSE, [this, number = waiting.number] { tell(number); });
+        const auto left =
+            std::chrono::ceil<std::chrono::milliseconds>(waiting.latest - std::chrono::steady_clock::now());
+        waiting.timer.start(std::clamp(left, std::chrono::milliseconds(0), REPORT_PAUSE),
+                            [this, number = waiting.number] { tell(number); });
       }
     };
   });

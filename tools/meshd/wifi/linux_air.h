@@ -58,6 +58,7 @@ class LinuxAir final : public Air {
     std::function<void(Act&)> on_change{};                           ///< of the model
     bool is_move = false;                                            ///< the client is asked to move
     bool has_ended = false;                                          ///< it is told in the next turn
+    std::chrono::steady_clock::time_point latest{};
     qel::time::Timer timer{};
   };
   /// Where a client is. If hostapd has just reported it, the model may not have it yet.
