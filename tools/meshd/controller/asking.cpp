@@ -15,7 +15,7 @@ namespace {
 
 constexpr std::chrono::seconds RETRY{10};  // after a request without an answer
 /// An agent reports its channels soon after it has joined. It is asked only if it does not.
-constexpr std::chrono::seconds FIRST_CHANNELS{15};
+constexpr std::chrono::seconds FIRST_CHANNELS{5};
 
 }  // namespace
 

@@ -142,7 +142,7 @@ void add_radio(Tree& tree, const MeshView& view, const MeshView::Radio& radio, c
   const bool is_on = radio.channel.has_value();
   tree.add(
       RADIO, branch,
-      {is_on ? enum_to_string(qel::frequency_to_band(radio.channel->frequency)) : "no channel", radio.id.to_string(),
+      {is_on ? enum_to_string(qel::frequency_to_band(radio.channel->frequency)) : "channel unknown", radio.id.to_string(),
        is_on ? "channel " + std::to_string(qel::frequency_to_channel(radio.channel->frequency)) : "",
        is_on ? enum_to_string(radio.channel->width) : "", text_of(radio.power, " dBm"),
        text_of(radio.utilization, " % busy"), age_text(radio.utilization_age),

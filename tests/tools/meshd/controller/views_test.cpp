@@ -50,18 +50,18 @@ TEST_F(ViewsTest, ShowTheMeshAsATree) {
   print_text(text, view());
   EXPECT_EQ(text.str(), R"(controller 02:00:00:00:01:01: 2 agents, 2 radios, 2 BSSs, 2 clients
 02:00:00:00:0A:01  attic
-└─ 5 GHz       02:00:00:00:0B:01  channel 36  80 MHz  0 dBm  20 % busy  (45 s old)
+└─ 5 GHz            02:00:00:00:0B:01  channel 36  80 MHz  0 dBm  20 % busy  (45 s old)
    └─ 02:00:00:00:0C:01  "home"
       ├─ 02:00:00:00:0D:01  phone  -52 dBm  866 Mb/s down  uses 2.0 Mb/s down  connected 6:45 min  (1:25 min old)
       └─ 02:00:00:00:0D:02                                                     connected 1:50 min
-02:00:00:00:0A:02         LOST, heard 1:30 min ago
-└─ no channel  02:00:00:00:0B:02                             20 % busy  (1:45 min old)
+02:00:00:00:0A:02         LOST, heard 1:40 min ago
+└─ channel unknown  02:00:00:00:0B:02                             20 % busy  (1:45 min old)
    └─ 02:00:00:00:0C:02  "home"  no clients
 )");
   std::ostringstream json;
   print_json(json, view());
   EXPECT_THAT(json.str(),
-              HasSubstr(R"("state":"lost","heard":90,"radios":[{"radio_id":"02:00:00:00:0B:02","band":null)"));
+              HasSubstr(R"("state":"lost","heard":100,"radios":[{"radio_id":"02:00:00:00:0B:02","band":null)"));
   EXPECT_THAT(json.str(), HasSubstr(R"("signal":-52,"downlink_rate":866,"uplink_rate":null,"measured":85,)"
                                     R"("downlink_traffic":2000,"uplink_traffic":0,"connected":405)"));
 }
