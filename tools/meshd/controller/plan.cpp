@@ -126,10 +126,7 @@ class Planner {
                        neighbors_text(now) + ", and " + number(then.neighbors) + " on the new channel");
     gains.emplace_back(now.air - then.air,
                        "its traffic takes " + number(now.air) + ", and " + number(then.air) + " at the new width");
-    gains.emplace_back(now.score - then.score, "the score of its channel is " +
-                                                   std::to_string(score(group, from).score) +
-                                                   why_score(score(group, from)) + ", and that of the new one " +
-                                                   std::to_string(score(group, to).score));
+    gains.emplace_back(now.score - then.score, "its channel has a drawback: " + drawback(group, from));
     std::ranges::stable_sort(gains, std::greater(), &std::pair<double, std::string>::first);
     if (gains.front().first < LITTLE) {
       return "it makes room for its neighbors; " + price(group);
@@ -149,6 +146,18 @@ class Planner {
     return score.reason == qel::ieee1905_1::ChannelPreferenceReasonCode::UNSPECIFIED
                ? ""
                : " (" + meaning_of(score.reason) + ")";
+  }
+
+  /// What speaks against a channel that may be used.
+  std::string drawback(std::size_t group, Group::Channel channel) const {
+    const ChannelScore its = score(group, channel);
+    const Radar radar = cost::radar_on(costs_.channel(channel), its);
+    if (radar != Radar::NONE && (its.score == ChannelScore::HIGHEST || cost::is_about_radar(its.reason))) {
+      return radar == Radar::FREE || channel == costs_.groups()[group].current ? "it must be left if radar appears"
+                                                                               : "it must first be checked for radar";
+    }
+    return its.score == ChannelScore::HIGHEST ? "most networks use 1, 6 and 11"
+                                              : "its score is " + std::to_string(its.score) + why_score(its);
   }
 
   std::string too_little(std::size_t group) const {
@@ -247,17 +256,7 @@ class Planner {
       return name_of(radio(causes.worst)) + " is there";
     }
     if (most == of_score) {
-      const ChannelScore its = score(group, channel);
-      switch (cost::radar_on(costs_.channel(channel), its)) {
-        case Radar::FREE:
-          return "it must be left if radar appears";
-        case Radar::UNKNOWN:
-          return "it must first be checked for radar";
-        case Radar::NONE:
-          return its.score == ChannelScore::HIGHEST && !cost::is_usual(costs_.channel(channel))
-                     ? "most networks use 1, 6 and 11"
-                     : "its score is " + std::to_string(its.score) + why_score(its);
-      }
+      return drawback(group, channel);
     }
     return "it is narrower";
   }

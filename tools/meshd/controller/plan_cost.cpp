@@ -17,7 +17,6 @@ namespace {
 using qel::ChannelWidth;
 using qel::FrequencyBand;
 using qel::kHz;
-using qel::ieee1905_1::ChannelPreferenceReasonCode;
 using Reason = ChannelPreferenceReasonCode;
 
 // A radio that is quiet now may be busy tonight: it is taken to need at least this much of the air, in percent at
@@ -90,12 +89,6 @@ double overlap(const Stretch& one, const Stretch& other) {
   }
   const double share = static_cast<double>(common) / static_cast<double>(narrower);
   return common < narrower ? share * 1.5 : share;  // only at 2.4 GHz: elsewhere they contain each other or are apart
-}
-
-/// Whether the reason says that a channel has been free of radar so far, or that this is not known.
-bool is_about_radar(Reason reason) {
-  return reason == Reason::IMMEDIATE_OPERATION_POSSIBLE_ON_DFS_CHANNEL || reason == Reason::DFS_CHANNEL_STATE_UNKNOWN ||
-         reason == Reason::CONTROLLER_DFS_CHANNEL_CLEAR_INDICATION;
 }
 
 double cost_of_score(const ChannelScore& score, Radar radar, double air) {
@@ -182,6 +175,11 @@ Radar radar_on(const PrimaryChannel& channel, const ChannelScore& score) {
                  ? Radar::UNKNOWN
                  : Radar::NONE;
   }
+}
+
+bool is_about_radar(ChannelPreferenceReasonCode reason) {
+  return reason == Reason::IMMEDIATE_OPERATION_POSSIBLE_ON_DFS_CHANNEL || reason == Reason::DFS_CHANNEL_STATE_UNKNOWN ||
+         reason == Reason::CONTROLLER_DFS_CHANNEL_CLEAR_INDICATION;
 }
 
 bool is_usual(const PrimaryChannel& channel) {

@@ -11,6 +11,7 @@
 /// What a plan costs, in percent of the air time of one radio. docs/decisions/0056-channel-plan.md explains the model.
 namespace meshd::controller::cost {
 
+using qel::ieee1905_1::ChannelPreferenceReasonCode;
 using qel::ieee1905_1::ChannelScore;
 using qel::ieee1905_1::PrimaryChannel;
 
@@ -27,6 +28,9 @@ enum class Radar : std::uint8_t {
   UNKNOWN,  ///< it does, and must be checked first
 };
 Radar radar_on(const PrimaryChannel& channel, const ChannelScore& score);
+
+/// Whether the reason says that a channel has been free of radar so far, or that this is not known.
+bool is_about_radar(ChannelPreferenceReasonCode reason);
 
 /// False at 2.4 GHz for channels other than 1, 6 and 11, in between those that most networks use.
 bool is_usual(const PrimaryChannel& channel);

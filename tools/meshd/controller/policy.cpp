@@ -54,7 +54,7 @@ constexpr auto ROWS = std::to_array<Row>({
     {"plan.settle", [](Policy& p) -> Value { return &p.plan.settle; }, 0, 604800,
      "seconds that a radio stays on a channel at least"},
     {"plan.least-gain", [](Policy& p) -> Value { return &p.plan.least_gain; }, 0, 100,
-     "percent of the cost of the mesh; a smaller gain is no reason to change"},
+     "percent of the cost of radios in range of each other; less is no reason to change"},
     {"plan.client-weight", [](Policy& p) -> Value { return &p.plan.client_weight; }, 0, 100,
      "percent of a radio's air time; what moving one of its clients costs"},
     {"plan.use-dfs", [](Policy& p) -> Value { return &p.plan.use_dfs; }, 0, 0,
