@@ -21,6 +21,9 @@ using std::chrono::seconds;
 
 constexpr std::uint8_t STRONGEST = 220;  // larger values mean that an RCPI is unknown
 
+// Most clients hear nothing better, so it takes several questions to find one that is worth a request.
+constexpr std::size_t QUESTIONS_PER_REQUEST = 4;
+
 std::string dbm_text(int rcpi) { return std::to_string(rcpi / 2 - 110) + (rcpi % 2 != 0 ? ".5 dBm" : " dBm"); }
 
 std::string percent_text(double percent) { return std::to_string(std::lround(percent)) + " %"; }
@@ -300,13 +303,14 @@ void Round::move_sticky() {
   }
 }
 
-/// Clients of busy channels, those with most traffic first.
+/// Clients of busy channels, those with most traffic first. A client takes its traffic with it, so it rests longer
+/// than others before it is asked again: it may be what makes each channel busy.
 void Round::relieve_busy() {
   std::vector<const Station*> busy;
   for (const auto& [mac, station] : stations_) {
     const Cell& cell = *station.cell;
     if (cell.utilization >= std::optional<double>(policy_.busy_utilization) && cell.is_settled && station.share >= 1 &&
-        may_ask(station)) {
+        may_ask(station) && !(station.model->steering.asked_at > now_ - 2 * policy_.back_off)) {
       busy.push_back(&station);
     }
   }
@@ -321,7 +325,6 @@ void Round::relieve_busy() {
       continue;
     }
     const MaybeKnown<ClientLink>& link = station->model->link;
-    const SteeringRecord& record = station->model->steering;
     std::optional<std::uint8_t> own;
     std::vector<Target> targets = targets_of(*station, own);
     if (targets.empty() && !own) {
@@ -329,11 +332,10 @@ void Round::relieve_busy() {
       continue;
     }
     std::erase_if(targets, [&](const Target& target) {
-      const bool came_from_there = record.asked_from == *target.bssid && *record.asked_at + policy_.back_off > now_;
       // How the target will receive it, if its transmit power is to that of access points there as it is here.
       const bool is_known = own && link && is_fresh(link->at) && link->value.uplink_rcpi <= STRONGEST;
       const int received = is_known ? link->value.uplink_rcpi + target.heard - *own : target.heard;
-      return came_from_there || !target.cell->utilization || !target.cell->is_settled ||
+      return !target.cell->utilization || !target.cell->is_settled ||
              std::min<int>(received, target.heard) < policy_.least_rcpi ||
              *target.cell->utilization + station->share > here - policy_.utilization_margin ||
              *target.cell->utilization + station->share >= policy_.busy_utilization;
@@ -348,7 +350,7 @@ void Round::relieve_busy() {
   }
 }
 
-/// Those that were never asked come first, then those that were asked longest ago.
+/// Those that were never asked come first, then those that were asked longest ago; in each BSS one in a round.
 void Round::ask() {
   std::erase_if(unknown_, [&](const Question& question) {
     return !is_question_due(*question.station) || !abilities_of(*question.station->model).can_report;
@@ -356,10 +358,10 @@ void Round::ask() {
   std::ranges::stable_sort(unknown_, {},
                            [](const Question& question) { return question.station->model->steering.questioned_at; });
   for (const auto& [station, why] : unknown_) {
-    if (round_.questions.size() == policy_.most_at_once) {
+    if (round_.questions.size() == QUESTIONS_PER_REQUEST * policy_.most_at_once) {
       break;
     }
-    if (std::ranges::find(round_.questions, *station->client, &BeaconOrder::client) == round_.questions.end()) {
+    if (std::ranges::find(round_.questions, *station->bssid, &BeaconOrder::bssid) == round_.questions.end()) {
       round_.questions.push_back({*station->client, *station->bssid, why});
     }
   }

@@ -95,7 +95,7 @@ TEST(Steering, AsksWhoGainsAndNobodyElse) {
        },
        "", "2>B 3>B "},
       {"has moved on", [](Scene& s) { s.bss('B').clients[mac('1', CLIENT)].joined_at = NOW - 10min; }, "", "2>B "},
-      {"came from there", [](Scene& s) { s.client('1').steering = {0, NOW - 200s, mac('B', BSS), {}, {}, 0, {}}; },
+      {"moved recently", [](Scene& s) { s.client('1').steering = {0, NOW - 599s, mac('B', BSS), {}, {}, 0, {}}; },
        "1>B ", "2>B 3>B "},
       {"would be sticky there", [](Scene& s) { s.client('1').link->value.uplink_rcpi = 70; }, "1>B ", "2>B 3>B "},
       {"questioned four times",
