@@ -126,6 +126,7 @@ class Builder {
     radio.is_fixed = true;
   }
 
+  /// A radio stays in its band, even if it can use several: hostapd cannot switch to another one.
   void read_scores(PlanRadio& radio, const RadioModel& model) const {
     if (!model.capabilities) {
       return;
@@ -136,6 +137,10 @@ class Builder {
       preferences = model.preferences->value;
     }
     for (const auto& [channel, score] : conversion.to_primary_scores(conversion.to_scores(preferences))) {
+      if (radio.current &&
+          qel::frequency_to_band(channel.frequency) != qel::frequency_to_band(radio.current->frequency)) {
+        continue;
+      }
       if (channel == radio.current ||
           (channel.width != ChannelWidth::WIDTH_80_80_MHZ && channel.width <= widest(channel.frequency, policy_))) {
         radio.scores.emplace(channel, score);
