@@ -12,6 +12,7 @@
 #include "tests/platform/private_bus.h"
 #include "tests/support/captures.h"
 #include "tests/support/emulator.h"
+#include "tests/support/programs.h"
 #include "tests/support/testing.h"
 #include "tools/meshd/entity/frame.h"
 
@@ -24,6 +25,11 @@ using qel::test::Process;
 using Octets = std::vector<std::uint8_t>;
 
 inline constexpr auto PATIENCE = 20s;
+inline const std::string MESHD = qel::test::program("meshd");
+inline const std::string MESHD_WIFI = qel::test::program("meshd-wifi");
+inline const std::string MESHCTL = qel::test::program("meshctl");
+inline const std::string MESHDUMP = qel::test::program("meshdump");
+
 inline const std::string TWO_NODES = QEL_TEST_DATA "/captures/two-nodes-1905.pcap";
 
 inline bool eventually(const std::function<bool()>& condition) {
@@ -124,7 +130,7 @@ class MeshTest : public testing::Test {
   /// What another process on this machine does not use: names on the bus are our own, those of rings are not.
   static std::string name(const std::string& stem) { return "test" + std::to_string(getpid()) + "_" + stem; }
 
-  Process& start_meshd(const std::string& stem, std::vector<std::string> options, const char* program = MESHD) {
+  Process& start_meshd(const std::string& stem, std::vector<std::string> options, const std::string& program = MESHD) {
     options.insert(options.begin(), {program, "--name", name(stem)});
     if (std::find(options.begin(), options.end(), "--discovery-interval") == options.end()) {
       options.insert(options.end(), {"--discovery-interval", "1"});

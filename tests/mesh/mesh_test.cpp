@@ -362,9 +362,9 @@ void send_command(const std::string& name, const std::string& word) {
 }
 
 TEST_F(MeshTest, NobodyMakesItGrowThroughTheBus) {
-#ifdef QEL_SANITIZE
-  GTEST_SKIP() << "memory is not limited under sanitizers";
-#endif
+  if (qel::test::SANITIZED) {
+    GTEST_SKIP() << "memory is not limited under sanitizers";
+  }
   qel::test::add_veth_pair("l0", "l1");
   start_meshd("l", {"--interface", "l0"});
   ASSERT_TRUE(listens("l"));
@@ -379,13 +379,14 @@ TEST_F(MeshTest, NobodyMakesItGrowThroughTheBus) {
 
 /// Frames and turns of its timers fail meanwhile; an interface is exchanged.
 TEST_F(MeshTest, OutlivesALackOfMemory) {
-#ifdef QEL_SANITIZE
-  GTEST_SKIP() << "a sanitizer has an allocator of its own";
-#endif
+  if (qel::test::SANITIZED) {
+    GTEST_SKIP() << "a sanitizer has an allocator of its own";
+  }
   qel::test::add_veth_pair("p0", "p1");
   const std::string flag = folder_ + "/no_memory";
-  daemons_.emplace_back(Process(folder_, {"env", "LD_PRELOAD=" SCARCE_MEMORY, "NO_MEMORY=" + flag, MESHD, "--name",
-                                          name("p"), "--discovery-interval", "1", "--interface", "p0"}));
+  daemons_.emplace_back(
+      Process(folder_, {"env", "LD_PRELOAD=" + qel::test::program("scarce_memory.so"), "NO_MEMORY=" + flag, MESHD,
+                        "--name", name("p"), "--discovery-interval", "1", "--interface", "p0"}));
   ASSERT_TRUE(listens("p"));
   Plug plug("p1");
   std::ofstream(flag).close();

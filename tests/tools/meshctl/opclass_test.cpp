@@ -6,7 +6,8 @@ class MeshctlOpclass : public meshdump::Meshdump {
  protected:
   /// Runs it without a message bus; what it says is in `out`.
   meshdump::Outcome opclass(const std::string& arguments) const {
-    return shell("QELIPC_BUS_ADDRESS=unix:path=/nonexistent '" MESHCTL "' opclass " + arguments + " 2>&1");
+    return shell("QELIPC_BUS_ADDRESS=unix:path=/nonexistent '" + qel::test::program("meshctl") + "' opclass " +
+                 arguments + " 2>&1");
   }
 };
 

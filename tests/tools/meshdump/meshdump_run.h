@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/programs.h"
 #include "tests/support/testing.h"
 
 namespace meshdump {
@@ -38,8 +39,8 @@ class Meshdump : public testing::Test {
   /// Runs a shell command in a directory of its own; $MESHDUMP is the tool.
   Outcome shell(const std::string& command, const std::string& input = "") const {
     write_file("in", input);
-    const std::string script =
-        "cd '" + directory_.string() + "' && MESHDUMP='" MESHDUMP "' && exec <in >out 2>err && " + command;
+    const std::string script = "cd '" + directory_.string() + "' && MESHDUMP='" + qel::test::program("meshdump") +
+                               "' && exec <in >out 2>err && " + command;
     const int status = std::system(script.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, read_file(directory_ / "out"), read_file(directory_ / "err")};
   }
