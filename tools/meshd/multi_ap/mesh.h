@@ -63,7 +63,7 @@ class Service {
   /// A message that arrived, also one that the entity itself handles, such as a topology response or notification.
   /// Returns whether it was of use here.
   virtual bool take(const Received& received) = 0;
-  /// About once a second, and after deliveries of the radios.
+  /// About once a second.
   virtual void tend(TimePoint now) = 0;
   /// Adds to our topology response. Nothing is added if one of the TLVs does not fit into a frame.
   virtual void add_to_topology_response(qel::ieee1905_1::MessageBuilder& /*builder*/) const {}
