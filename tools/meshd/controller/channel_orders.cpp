@@ -8,6 +8,7 @@
 #include "qel/channel/frequency.h"
 #include "qel/ieee1905_1/message_builder.h"
 #include "tools/meshd/controller/channels.h"
+#include "tools/meshd/controller/plan_words.h"
 
 namespace meshd::controller {
 
@@ -38,7 +39,7 @@ constexpr seconds SECOND_THOUGHTS{3};
 
 std::string channel_text(const RadioModel& radio) {
   const auto channel = radio.channel ? operating_channel(radio.channel->value) : std::nullopt;
-  return channel ? to_text(*channel) : "an unknown channel";
+  return channel ? name_of(*channel) : "an unknown channel";
 }
 
 }  // namespace
@@ -88,7 +89,7 @@ void ChannelOrders::on_response(const MACAddress& radio, const MACAddress& agent
   } else if (response->get_selection_response_code() != ChannelSelectionResponseCode::ACCEPT) {
     end(place, now, false, enum_to_string(response->get_selection_response_code()));
   } else if (is_there(radio, place->second)) {
-    end(place, now, true, "ACCEPT; the radio is on " + to_text(place->second.to));
+    end(place, now, true, "ACCEPT; the radio is on " + name_of(place->second.to));
   } else {
     place->second.due = now + patience(place->second.to);
   }
@@ -107,7 +108,7 @@ void ChannelOrders::on_channel(const MACAddress& radio, TimePoint now) {
   }
   Switch& order = place->second;
   if (is_there(radio, order)) {
-    end(place, now, true, "ACCEPT; moved from " + order.from + " to " + to_text(order.to));
+    end(place, now, true, "ACCEPT; moved from " + order.from + " to " + name_of(order.to));
   } else if (order.due != TimePoint::max() && !may_have_to_listen(order.to)) {
     order.due = std::min(order.due, now + SECOND_THOUGHTS);  // it reports what came of the switch
   }
@@ -119,7 +120,7 @@ void ChannelOrders::tend(TimePoint now) {
     if (place->second.due <= now) {
       const AgentModel* agent = model_.find_agent_of_radio(radio);
       end(place, now, false,
-          "ACCEPT, but the radio is not on " + to_text(place->second.to) +
+          "ACCEPT, but the radio is not on " + name_of(place->second.to) +
               (agent == nullptr ? "" : "; it reports " + channel_text(agent->radios.at(radio))));
     }
     place = switches_.upper_bound(radio);

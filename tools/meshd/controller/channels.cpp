@@ -8,6 +8,7 @@
 #include "qel/channel/operating_class_deduction.h"
 #include "qel/ieee1905_1/channel_preference_conversion.h"
 #include "qel/ieee1905_1/operating_channel_conversion.h"
+#include "tools/meshd/controller/plan_words.h"
 
 namespace meshd::controller {
 
@@ -94,7 +95,7 @@ PrimaryChannel find_channel(const RadioModel& radio, unsigned int number, Channe
     throw std::invalid_argument("the radio has no " + name);
   }
   if (!score.is_operable()) {
-    throw std::invalid_argument("the radio cannot use " + name + " now: " + enum_to_string(score.reason));
+    throw std::invalid_argument("the radio cannot use " + name + " now: " + meaning_of(score.reason));
   }
   return *found;
 }
@@ -113,10 +114,6 @@ ChannelPreferenceTLV only_channel(const RadioModel& radio, const PrimaryChannel&
     }
   }
   return conversion.to_preferences(scores);
-}
-
-std::string to_text(const PrimaryChannel& channel) {
-  return std::to_string(qel::frequency_to_channel(channel.frequency)) + ", " + enum_to_string(channel.width);
 }
 
 }  // namespace meshd::controller

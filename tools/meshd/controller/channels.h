@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <string>
 
 #include "qel/channel/wlan_types.h"
 #include "qel/ieee1905_1/channel_preference_tlvs.h"
@@ -28,8 +27,5 @@ qel::ieee1905_1::PrimaryChannel find_channel(const RadioModel& radio, unsigned i
 /// more preferred. Throws std::invalid_argument if the capabilities of the radio are not known.
 qel::ieee1905_1::ChannelPreferenceTLV only_channel(const RadioModel& radio,
                                                    const qel::ieee1905_1::PrimaryChannel& wanted);
-
-/// "36, 80 MHz".
-std::string to_text(const qel::ieee1905_1::PrimaryChannel& channel);
 
 }  // namespace meshd::controller

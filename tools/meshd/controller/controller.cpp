@@ -8,6 +8,7 @@
 #include "qel/ieee1905_1/message_builder.h"
 #include "qel/ieee1905_1/service_tlvs.h"
 #include "tools/meshd/controller/channels.h"
+#include "tools/meshd/controller/plan_words.h"
 #include "tools/meshd/controller/steering.h"
 
 namespace meshd::controller {
@@ -90,7 +91,7 @@ void Controller::act_on(const Change& change, TimePoint now) {
     case CHANNEL_CHANGED: {
       const auto channel = operating_channel(model_.agents.at(change.agent).radios.at(change.place).channel->value);
       notice("CHANNEL_CHANGED", place,
-             "radio " + place + " is on " + (channel ? to_text(*channel) : "an unknown channel"));
+             "radio " + place + " is on " + (channel ? name_of(*channel) : "an unknown channel"));
       break;
     }
     case CLIENT_JOINED: {
@@ -246,7 +247,7 @@ void Controller::set_channel(const MACAddress& radio, unsigned int number, qel::
   }
   const PrimaryChannel wanted = find_channel(agent->radios.at(radio), number, width);
   channel_orders_.set_channel({radio, wanted}, now,
-                              logged("radio " + radio.to_string() + " to " + to_text(wanted), std::move(on_result)));
+                              logged("radio " + radio.to_string() + " to " + name_of(wanted), std::move(on_result)));
 }
 
 void Controller::apply_plan(TimePoint now, OnResult on_result) { carry_out(plan(now), now, std::move(on_result)); }
@@ -260,7 +261,7 @@ void Controller::carry_out(const Planned& planned, TimePoint now, OnResult on_re
   for (const PlanChange& change : planned.plan.changes) {
     const MACAddress& radio = planned.input.radios.at(change.radio).radio;
     steps.push_back({radio, change.to});
-    notice("", "", "radio " + radio.to_string() + " is to move to " + to_text(change.to) + ": " + change.why);
+    notice("", "", "radio " + radio.to_string() + " is to move to " + name_of(change.to) + ": " + change.why);
   }
   channel_orders_.set_channels(std::move(steps), now, logged("plan", std::move(on_result)));
 }

@@ -9,6 +9,7 @@
 #include "tests/support/testing.h"
 #include "tests/tools/meshd/controller/scripted_mesh.h"
 #include "tools/meshd/controller/channels.h"
+#include "tools/meshd/controller/plan_words.h"
 
 namespace meshd::controller {
 namespace {
@@ -94,7 +95,8 @@ TEST_F(ControllerTest, FollowsClientsAndBelievesAgentsOnlyAboutThemselves) {
   OperatingChannelReportTLV report(radio(2));
   report.add_operating_class_channel({115, 48});
   mesh.say(1, OPERATING_CHANNEL_REPORT_MESSAGE, std::move(report));
-  EXPECT_EQ(to_text(*operating_channel(model().agents.at(agent(2)).radios.at(radio(2)).channel->value)), "36, 80 MHz");
+  EXPECT_EQ(name_of(*operating_channel(model().agents.at(agent(2)).radios.at(radio(2)).channel->value)),
+            "36 at 80 MHz");
 }
 
 TEST_F(ControllerTest, AcknowledgesReportsOfItsAgents) {
@@ -282,9 +284,9 @@ TEST_F(ControllerTest, MovesARadioAndTellsWhatCameOfIt) {
   mesh.controller->set_channel(radio(1), 36, width, mesh.now, keep());
   mesh.wait(seconds(7));
   EXPECT_THAT(results,
-              testing::ElementsAre("+ ACCEPT; moved from 36, 80 MHz to 157, 80 MHz / 3.0 s",
-                                   "+ ACCEPT; the radio is on 157, 80 MHz / 0.0 s",
-                                   "- ACCEPT, but the radio is not on 36, 80 MHz; it reports 157, 80 MHz / 20.0 s",
+              testing::ElementsAre("+ ACCEPT; moved from 36 at 80 MHz to 157 at 80 MHz / 3.0 s",
+                                   "+ ACCEPT; the radio is on 157 at 80 MHz / 0.0 s",
+                                   "- ACCEPT, but the radio is not on 36 at 80 MHz; it reports 157 at 80 MHz / 20.0 s",
                                    "- DECLINE_BREAKS_BACKHAUL_LINK / 0.0 s",
                                    "- no answer from " + agent(1).to_string() + " / 6.0 s"));
   EXPECT_THROW(mesh.controller->set_channel(radio(1), 11, width, mesh.now, keep()), std::invalid_argument);
