@@ -261,21 +261,25 @@ class Planner {
     return "it is narrower";
   }
 
+  /// Empty if a plan may choose it.
+  std::string why_unusable(const PrimaryChannel& channel, const ChannelScore& score) const {
+    const Radar radar = cost::radar_on(channel, score);
+    if (!score.is_operable()) {
+      return "it may not be used: " + meaning_of(score.reason);
+    }
+    if (cost::is_allowed(radar, policy_)) {
+      return "";
+    }
+    return policy_.use_dfs ? "the policy excludes channels not yet checked for radar"
+                           : "the policy excludes channels that need radar detection";
+  }
+
   /// One channel for each reason, the widest.
   void add_unusable(std::size_t group, std::vector<Rejected>& list) const {
-    const Group& its = costs_.groups()[group];
     std::vector<Rejected> found;
     for (const auto& [channel, score] : radio(group).scores) {
-      std::string why;
-      const Radar radar = cost::radar_on(channel, score);
-      if (!score.is_operable()) {
-        why = "it may not be used: " + meaning_of(score.reason);
-      } else if (channel == radio(group).current && !its.must_change) {
-        continue;
-      } else if (!cost::is_allowed(radar, policy_)) {
-        why = radar == Radar::FREE || !policy_.use_dfs ? "the policy excludes channels that need radar detection"
-                                                       : "the policy excludes channels not yet checked for radar";
-      } else {
+      const std::string why = why_unusable(channel, score);
+      if (why.empty() || (score.is_operable() && channel == radio(group).current)) {
         continue;
       }
       const auto known = std::ranges::find(found, why, &Rejected::why);
