@@ -62,32 +62,6 @@ TEST(OperatingChannelConversion, Golden) {
   }
 }
 
-TEST(OperatingChannelConversion, RoundTrips) {
-  for (const auto region : {GLOBAL, EUROPE}) {
-    const OperatingChannelConversion conversion(region);
-    int channels = 0;
-    for (const std::uint8_t opclass : OperatingClassDeduction::get_all_region_opclasses(region)) {
-      const auto of_class = OperatingClassDeduction::get_all_opclass_channels(opclass, region);
-      for (const std::uint8_t channel : of_class) {
-        const OpclassSegment first = get_opclass_segment(channel, opclass, region);
-        for (const std::uint8_t other : first.width == WIDTH_80_80_MHZ ? of_class : std::vector{channel}) {
-          const kHz second = get_opclass_segment(other, opclass, region).center;
-          const bool is_pair = std::abs((second - first.center).value()) > 80000;
-          for (const kHz& primary : first.get_primaries()) {
-            if (is_pair == (first.width == WIDTH_80_80_MHZ)) {
-              const ChannelInfo channel_info({primary, TIME}, {{first.center, first.width}, TIME},
-                                             is_pair ? second : kHz(0), {-3, TIME});
-              EXPECT_EQ(conversion.to_channel_info(conversion.to_report(A, channel_info), TIME), channel_info);
-              ++channels;
-            }
-          }
-        }
-      }
-    }
-    EXPECT_GT(channels, 100);
-  }
-}
-
 TEST(OperatingChannelConversion, NamesTheEntriesThatContradictAndSkipsTheUnknown) {
   const std::string two = "Operating channel report contradicts itself: ";
   const std::string lacks = "Operating channel report lacks the second segment beside ";
