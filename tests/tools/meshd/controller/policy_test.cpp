@@ -80,7 +80,7 @@ TEST(Policy, SaysWhatIsWrong) {
        "line 2: 02:00:00:00:0C:01 is listed twice"},
   };
   for (const auto& [text, error] : cases) {
-    EXPECT_THAT([&] { parse_policy(text); }, testing::ThrowsMessage<PolicyError>(error));
+    EXPECT_THAT([&text = text] { parse_policy(text); }, testing::ThrowsMessage<PolicyError>(error));
   }
 }
 

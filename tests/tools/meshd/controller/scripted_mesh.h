@@ -34,7 +34,7 @@ class ScriptedMesh {
   static qel::MACAddress client(std::uint8_t number) { return address(0xD, number); }
 
   explicit ScriptedMesh(Config config = {}) : controller(std::make_unique<Controller>(mesh, std::move(config))) {
-    using enum MessageType;
+    using enum qel::ieee1905_1::MessageType;
     using namespace qel::ieee1905_1;
     const auto answer = [this](MessageType question, MessageType type, auto fill) {
       answers[question] = [type, fill](const test::CarriedMessage& message, std::vector<Message>& out) {
