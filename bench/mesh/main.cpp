@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
-#include <iomanip>
 #include <iostream>
 #include <span>
 #include <stdexcept>
@@ -18,6 +17,7 @@
 #include <system_error>
 #include <vector>
 
+#include "bench/growth_table.h"
 #include "bench/mesh/heap.h"
 #include "bench/mesh/shape.h"
 #include "bench/mesh/simulation.h"
@@ -33,53 +33,6 @@ using namespace std::chrono_literals;
 
 constexpr std::chrono::seconds INTERVAL{60};  // of discovery
 constexpr std::size_t SIZES[] = {10, 100, 1000};
-
-/// A row of the table, one figure for each size of the mesh.
-struct Row {
-  std::string name;
-  int digits;
-  std::vector<double> figures;
-};
-
-class Table {
- public:
-  /// The same rows follow for the next size of the mesh.
-  void begin_column() { next_ = 0; }
-
-  void add(const std::string& name, int digits, double figure) {
-    if (next_ == rows_.size()) {
-      rows_.push_back({name, digits, {}});
-    }
-    rows_[next_++].figures.push_back(figure);
-  }
-
-  void print(std::ostream& os, const std::string& title, std::span<const std::size_t> sizes) const {
-    os << '\n' << std::left << std::setw(44) << title << std::right;
-    for (const std::size_t size : sizes) {
-      os << std::setw(11) << size;
-    }
-    os << "   growth\n";
-    for (const Row& row : rows_) {
-      os << "  " << std::left << std::setw(42) << row.name << std::right << std::fixed << std::setprecision(row.digits);
-      for (const double figure : row.figures) {
-        os << std::setw(11) << figure;
-      }
-      os << "  " << std::setprecision(1);
-      for (std::size_t i = 1; i < row.figures.size(); ++i) {
-        if (row.figures[i - 1] > 0) {
-          os << " x" << row.figures[i] / row.figures[i - 1];
-        } else {
-          os << " -";
-        }
-      }
-      os << '\n';
-    }
-  }
-
- private:
-  std::vector<Row> rows_;
-  std::size_t next_ = 0;
-};
 
 /// What all nodes have sent by now.
 std::vector<Traffic> traffic_of(const Simulation& mesh) {
@@ -176,7 +129,7 @@ class Twin {
 };
 
 /// What plugging or unplugging the spare cable costs beyond what the nodes send anyway.
-void add_change(Table& table, const std::string& name, Simulation& mesh, bool plugged_in) {
+void add_change(GrowthTable& table, const std::string& name, Simulation& mesh, bool plugged_in) {
   Twin unchanged(mesh, INTERVAL);
   mesh.set_plugged_in(mesh.cables().size() - 1, plugged_in);
   std::vector<Traffic> more = traffic_in(mesh, INTERVAL);
@@ -196,7 +149,7 @@ void add_change(Table& table, const std::string& name, Simulation& mesh, bool pl
                                               }).mean);
 }
 
-void measure(Table& table, const Shape& shape) {
+void measure(GrowthTable& table, const Shape& shape) {
   table.begin_column();
   const auto began = std::chrono::steady_clock::now();
   Simulation mesh(shape, {.interval = INTERVAL, .heap = heap_in_use});
@@ -248,7 +201,7 @@ int main(int argc, char** argv) {
     if (argc > 2 && name != argv[2]) {
       continue;
     }
-    Table table;
+    GrowthTable table;
     std::vector<std::size_t> sizes;
     for (const std::size_t size : SIZES) {
       if (size <= (make == one_switch ? std::min(most, MOST_ON_A_SWITCH) : most)) {
