@@ -211,7 +211,9 @@ std::vector<AirRadio> LinuxAir::radios() const {
         const auto survey = model.get_surveys(index).find(interface.channel.get_primary_frequency().get());
         radio.noise = survey == model.get_surveys(index).end() ? std::nullopt : survey->second.noise;
       }
-      if (interface.role == Role::AP) {
+      // While it listens for radar, or after hostapd was killed, there is an interface, but no BSS.
+      const bool is_operating = interface.channel.get_primary_frequency().is_set() && !interface.ssid.empty();
+      if (interface.role == Role::AP && is_operating) {
         radio.bss.push_back(view_bss(interface));
       } else if (interface.role == Role::STATION && !radio.backhaul) {
         radio.backhaul = {interface.mac, interface.name};
