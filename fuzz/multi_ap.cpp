@@ -13,11 +13,11 @@
 
 #include "fuzz/round_trip.h"
 #include "qel/ieee1905_1/lenient.h"
-#include "tests/support/simulated_air.h"
 #include "tools/meshd/agent/agent.h"
 #include "tools/meshd/controller/controller.h"
 #include "tools/meshd/controller/plan.h"
 #include "tools/meshd/multi_ap/discovery.h"
+#include "tools/meshd/wifi/simulated_air.h"
 
 /// Feeds an agent and a controller of one device any sequence of messages, times, events of radios and orders of the
 /// operator. Everything that they send can be encoded, one message makes them send few, and they use a bounded amount
@@ -85,11 +85,11 @@ class World final : public meshd::multi_ap::Mesh {
   World() : al_mac_(device(0)) {
     constexpr qel::FrequencyBand BANDS[] = {qel::FrequencyBand::BAND_5_GHZ, qel::FrequencyBand::BAND_2_4_GHZ};
     for (unsigned int number = 0; number < std::size(BANDS); ++number) {
-      air_.state.push_back(meshd::test::simulated_radio(radio(number), {BANDS[number]}));
+      air_.state.push_back(meshd::wifi::simulated_radio(radio(number), {BANDS[number]}));
       air_.state.back().bss = {{bss(number), "wlan" + std::to_string(number), "home"}};
     }
-    air_.state[0].channel = meshd::test::simulated_channel(qel::kHz(5180000), qel::ChannelWidth::WIDTH_80_MHZ);
-    air_.state[1].channel = meshd::test::simulated_channel(qel::kHz(2412000));
+    air_.state[0].channel = meshd::wifi::simulated_channel(qel::kHz(5180000), qel::ChannelWidth::WIDTH_80_MHZ);
+    air_.state[1].channel = meshd::wifi::simulated_channel(qel::kHz(2412000));
     air_.state[0].backhaul = {client(31), "wlan2", bss(3)};
     air_.is_recording = false;
     meshd::controller::Policy policy;
@@ -167,7 +167,7 @@ class World final : public meshd::multi_ap::Mesh {
         const unsigned int where = input.octet();
         if (const unsigned int signal = input.octet(); signal != 0) {
           air_.join(bss(where),
-                    meshd::test::simulated_client(who, static_cast<std::int8_t>(-30 - static_cast<int>(signal % 70))));
+                    meshd::wifi::simulated_client(who, static_cast<std::int8_t>(-30 - static_cast<int>(signal % 70))));
         } else {
           air_.leave(who);
         }
@@ -252,7 +252,7 @@ class World final : public meshd::multi_ap::Mesh {
   std::array<std::uint16_t, 8> last_id_{};
   std::deque<Octets> own_;
   std::optional<MACAddress> given_;
-  meshd::test::SimulatedAir air_;
+  meshd::wifi::SimulatedAir air_;
   std::unique_ptr<meshd::controller::Controller> controller_;
   std::unique_ptr<meshd::multi_ap::ControllerFinder> finder_;
   std::unique_ptr<meshd::agent::Agent> agent_;

@@ -186,7 +186,7 @@ class MultiApSimulation::AgentDevice final : public Device {
     }
   }
 
-  test::SimulatedAir& air_;
+  wifi::SimulatedAir& air_;
   multi_ap::ControllerFinder finder_;
   std::unique_ptr<agent::Agent> agent_;
   bool is_delivering_ = false;

@@ -98,19 +98,19 @@ void World::place_access_points() {
       return SPACING * (static_cast<double>(step) + 0.3 + 0.4 * random(LAYOUT, number, axis));
     };
     positions_.push_back({near(number % columns, 0), near(number / columns, 1)});
-    auto air = std::make_unique<test::SimulatedAir>();
+    auto air = std::make_unique<wifi::SimulatedAir>();
     for (std::size_t radio = 0; radio < RADIOS; ++radio) {
       wifi::AirRadio& state = air->state.emplace_back(
-          test::simulated_radio(World::radio(number, radio), {BANDS[radio]},
+          wifi::simulated_radio(World::radio(number, radio), {BANDS[radio]},
                                 radio == 0 ? ChannelWidth::WIDTH_40_MHZ : ChannelWidth::WIDTH_80_MHZ));
       // Most are still on the channel with which they came.
       const double choice = random(CHANNEL, number, radio);
       const auto pick = [&](long usual, long second, long third) {
         return kHz(1000 * (choice < 0.6 ? usual : choice < 0.8 ? second : third));
       };
-      state.channel = radio == 0   ? test::simulated_channel(pick(2437, 2412, 2462))
-                      : radio == 1 ? test::simulated_channel(pick(5180, 5500, 5260), ChannelWidth::WIDTH_80_MHZ)
-                                   : test::simulated_channel(pick(5955, 6035, 6115), ChannelWidth::WIDTH_80_MHZ);
+      state.channel = radio == 0   ? wifi::simulated_channel(pick(2437, 2412, 2462))
+                      : radio == 1 ? wifi::simulated_channel(pick(5180, 5500, 5260), ChannelWidth::WIDTH_80_MHZ)
+                                   : wifi::simulated_channel(pick(5955, 6035, 6115), ChannelWidth::WIDTH_80_MHZ);
       for (qel::WLANRadio& band : state.radios) {
         // All but the upper channels have been checked for radar.
         std::vector<qel::ChannelEntry> channels = band.get_channel_list().get_channels();
@@ -165,7 +165,7 @@ void World::place_clients() {
                                   : Temper::STAYS;
     each.can_report = chance() < 0.9;
     each.demand = chance() < 0.1 ? 10 + 40 * chance() : 0.5 * chance();
-    wifi::AirClient state = test::simulated_client(client(number));
+    wifi::AirClient state = wifi::simulated_client(client(number));
     state.can_move = chance() < 0.95;
     state.association_request = association_request(*state.can_move, each.can_report);
     // Some joined when they were elsewhere, and have stayed with their access point.

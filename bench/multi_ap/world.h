@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "qel/core/mac_address.h"
-#include "tests/support/simulated_air.h"
 #include "tools/meshd/wifi/air.h"
+#include "tools/meshd/wifi/simulated_air.h"
 
 namespace meshd::simulation {
 
@@ -54,7 +54,7 @@ class World {
   /// Lets a second pass.
   void step();
 
-  test::SimulatedAir& air(std::size_t access_point) const { return *airs_[access_point]; }
+  wifi::SimulatedAir& air(std::size_t access_point) const { return *airs_[access_point]; }
   std::size_t access_points() const { return airs_.size(); }
   std::size_t clients() const { return clients_.size(); }
 
@@ -143,7 +143,7 @@ class World {
   wifi::AirRadio& radio_at(const Place& place) const { return airs_[place.access_point]->state[place.radio]; }
 
   const Settings settings_;
-  std::vector<std::unique_ptr<test::SimulatedAir>> airs_;
+  std::vector<std::unique_ptr<wifi::SimulatedAir>> airs_;
   std::vector<Position> positions_;
   std::vector<Client> clients_;
   std::vector<std::array<std::vector<Neighbor>, RADIOS>> neighbors_;

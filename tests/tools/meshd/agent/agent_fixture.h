@@ -2,9 +2,9 @@
 
 #include "qel/ieee1905_1/message_builder.h"
 #include "tests/support/fake_mesh.h"
-#include "tests/support/simulated_air.h"
 #include "tests/support/testing.h"
 #include "tools/meshd/agent/agent.h"
+#include "tools/meshd/wifi/simulated_air.h"
 
 namespace meshd::test {
 
@@ -29,13 +29,13 @@ inline constexpr MACAddress UPLINK{{2, 0x19, 5, 0xD0, 0, 1}};  // the backhaul s
 class AgentFixture : public ::testing::Test {
  protected:
   AgentFixture() {
-    air.state = {simulated_radio(FIVE, {qel::FrequencyBand::BAND_5_GHZ}),
-                 simulated_radio(TWO, {qel::FrequencyBand::BAND_2_4_GHZ}, qel::ChannelWidth::WIDTH_20_MHZ)};
-    air.state[0].channel = simulated_channel(qel::kHz(5180000), qel::ChannelWidth::WIDTH_80_MHZ);
+    air.state = {wifi::simulated_radio(FIVE, {qel::FrequencyBand::BAND_5_GHZ}),
+                 wifi::simulated_radio(TWO, {qel::FrequencyBand::BAND_2_4_GHZ}, qel::ChannelWidth::WIDTH_20_MHZ)};
+    air.state[0].channel = wifi::simulated_channel(qel::kHz(5180000), qel::ChannelWidth::WIDTH_80_MHZ);
     air.state[0].bss = {{HOME_5, "wlan0", "home"}};
-    air.state[0].bss[0].clients = {simulated_client(ANN), simulated_client(BOB, -85)};
+    air.state[0].bss[0].clients = {wifi::simulated_client(ANN), wifi::simulated_client(BOB, -85)};
     air.state[0].bss[0].clients[1].can_move = false;
-    air.state[1].channel = simulated_channel(qel::kHz(2412000));
+    air.state[1].channel = wifi::simulated_channel(qel::kHz(2412000));
     air.state[1].bss = {{HOME_2, "wlan1", "home"}};
     agent.noticed.connect([this](const multi_ap::Notice& notice) { notices.push_back(notice.line); });
     agent.tend(now);  // reports the channels
@@ -77,7 +77,7 @@ class AgentFixture : public ::testing::Test {
   multi_ap::TimePoint now{1h};
   std::optional<MACAddress> controller = CONTROLLER;
   std::vector<std::string> notices;
-  SimulatedAir air;
+  wifi::SimulatedAir air;
   FakeMesh mesh{SELF};
   agent::Agent agent{mesh, air, {[this] { return controller; }}};
 };

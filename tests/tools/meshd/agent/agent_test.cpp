@@ -213,7 +213,7 @@ TEST_F(AgentFixture, SelectsAChannelThatBothSidesAllow) {
 }
 
 TEST_F(AgentFixture, ReportsRadarUnasked) {
-  air.state[0].channel = simulated_channel(qel::kHz(5500000), qel::ChannelWidth::WIDTH_80_MHZ);
+  air.state[0].channel = wifi::simulated_channel(qel::kHz(5500000), qel::ChannelWidth::WIDTH_80_MHZ);
   air.changed();
   expect(wait(1s), {"OPERATING_CHANNEL_REPORT|OperatingClass: 128 on Channel: 106"}, "moved");
   acknowledges = false;  // so that both come again
@@ -261,8 +261,8 @@ TEST_F(AgentFixture, AnswersQueriesOfAnyone) {
   ann.sent_octets = 0x1'0000'0007U;
   ann.connected = 100'000s;
   air.state[0].bss[0].clients[0].association_request = {0x31, 0x04, 0x0A, 0x00, 0x00, 0x04, 'h', 'o', 'm', 'e'};
-  air.state[1] = simulated_radio(TWO, {qel::FrequencyBand::BAND_2_4_GHZ, qel::FrequencyBand::BAND_5_GHZ},
-                                 qel::ChannelWidth::WIDTH_40_MHZ);  // of both bands, and off
+  air.state[1] = wifi::simulated_radio(TWO, {qel::FrequencyBand::BAND_2_4_GHZ, qel::FrequencyBand::BAND_5_GHZ},
+                                       qel::ChannelWidth::WIDTH_40_MHZ);  // of both bands, and off
   air.state[1].bands[0].channels[12].no_initiation = true;
   APMetricQueryTLV both;
   both.add_bssid(HOME_5);
@@ -360,7 +360,7 @@ TEST_F(AgentFixture, FollowsThePolicy) {
 
 TEST_F(AgentFixture, TellsTheMeshWhichClientsComeAndGo) {
   for (std::uint8_t i = 0; i < 100; ++i) {
-    air.join(HOME_2, simulated_client(MACAddress({2, 0, 0, 0, 1, i})));
+    air.join(HOME_2, wifi::simulated_client(MACAddress({2, 0, 0, 0, 1, i})));
   }
   air.leave(MACAddress({2, 0, 0, 0, 1, 99}));  // whose joining has not been told yet
   const std::size_t at_once = mesh.sent_to_all.size();

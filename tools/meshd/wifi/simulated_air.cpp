@@ -1,4 +1,4 @@
-#include "tests/support/simulated_air.h"
+#include "tools/meshd/wifi/simulated_air.h"
 
 #include <algorithm>
 #include <sstream>
@@ -9,7 +9,7 @@
 #include "tools/meshd/wifi/interface.h"
 #include "tools/meshd/wifi/radio.h"
 
-namespace meshd::test {
+namespace meshd::wifi {
 
 namespace {
 
@@ -19,17 +19,17 @@ using qel::FrequencyBand;
 using qel::kHz;
 using qel::MACAddress;
 
-constexpr wifi::Timestamp LONG_AGO = 1;
+constexpr Timestamp LONG_AGO = 1;
 constexpr const char* GONE = "it is not there";
 
-std::vector<wifi::WiphyChannel> channels_of(FrequencyBand band) {
-  std::vector<wifi::WiphyChannel> channels;
+std::vector<WiphyChannel> channels_of(FrequencyBand band) {
+  std::vector<WiphyChannel> channels;
   const auto add = [&](long first_mhz, long last_mhz, long step, bool has_radar, float power) {
     for (long mhz = first_mhz; mhz <= last_mhz; mhz += step) {
-      wifi::WiphyChannel channel{kHz(mhz * 1000)};
+      WiphyChannel channel{kHz(mhz * 1000)};
       channel.has_radar = has_radar;
       if (has_radar) {
-        channel.dfs_state = wifi::DfsState::USABLE;
+        channel.dfs_state = DfsState::USABLE;
       }
       channel.max_power = power;
       channels.push_back(channel);
@@ -53,15 +53,15 @@ std::vector<wifi::WiphyChannel> channels_of(FrequencyBand band) {
   return channels;
 }
 
-wifi::Band band_of(FrequencyBand band, ChannelWidth widest) {
-  wifi::Band result{band, channels_of(band)};
+Band band_of(FrequencyBand band, ChannelWidth widest) {
+  Band result{band, channels_of(band)};
   const bool is_2_4_ghz = band == FrequencyBand::BAND_2_4_GHZ;
   result.has_dsss_rates = is_2_4_ghz;
   result.has_ofdm_rates = true;
-  result.ht = wifi::HTCapabilities{
+  result.ht = HTCapabilities{
       .information = static_cast<std::uint16_t>(0x20 | (widest >= ChannelWidth::WIDTH_40_MHZ ? 0x42 : 0)),
       .mcs = {0xFF, 0xFF}};
-  wifi::HECapabilities he;
+  HECapabilities he;
   he.interface_types.set(3);  // access points
   he.mcs = {0xFA, 0xFF, 0xFA, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
   if (is_2_4_ghz) {
@@ -75,7 +75,7 @@ wifi::Band band_of(FrequencyBand band, ChannelWidth widest) {
   }
   result.he = {he};
   if (band == FrequencyBand::BAND_5_GHZ && widest >= ChannelWidth::WIDTH_80_MHZ) {
-    result.vht = wifi::VHTCapabilities{.information = 0x20, .mcs = {0xFA, 0xFF, 0, 0, 0xFA, 0xFF, 0, 0}};
+    result.vht = VHTCapabilities{.information = 0x20, .mcs = {0xFA, 0xFF, 0, 0, 0xFA, 0xFF, 0, 0}};
   }
   return result;
 }
@@ -89,19 +89,18 @@ std::string text_of(const qel::ChannelInfo& channel) {
 
 }  // namespace
 
-wifi::AirRadio simulated_radio(const MACAddress& identifier, const std::set<FrequencyBand>& bands,
-                               ChannelWidth widest) {
-  wifi::Wiphy wiphy;
+AirRadio simulated_radio(const MACAddress& identifier, const std::set<FrequencyBand>& bands, ChannelWidth widest) {
+  Wiphy wiphy;
   wiphy.addresses = {identifier};
   for (const FrequencyBand band : bands) {
     wiphy.bands.push_back(band_of(band, widest));
   }
-  wifi::AirRadio radio;
+  AirRadio radio;
   radio.identifier = identifier;
   radio.name = "phy" + std::to_string(int{identifier.octets()[5]});
   radio.bands = wiphy.bands;
   for (const FrequencyBand band : bands) {
-    radio.radios.push_back(wifi::radio_of(wiphy, band, nullptr, LONG_AGO));
+    radio.radios.push_back(radio_of(wiphy, band, nullptr, LONG_AGO));
   }
   radio.most_bss = 8;
   return radio;
@@ -123,8 +122,8 @@ qel::ChannelInfo simulated_channel(const kHz& primary, ChannelWidth width) {
           qel::LastChanged<float>(20, LONG_AGO)};
 }
 
-wifi::AirClient simulated_client(const MACAddress& mac, std::int8_t signal) {
-  wifi::AirClient client;
+AirClient simulated_client(const MACAddress& mac, std::int8_t signal) {
+  AirClient client;
   client.station.mac = mac;
   client.station.signal = signal;
   client.station.is_authorized = true;
@@ -162,8 +161,8 @@ bool SimulatedAir::deliver() {
   return was_any;
 }
 
-bool SimulatedAir::join(const MACAddress& bssid, wifi::AirClient client_state) {
-  wifi::AirBss* bss = find_bss(bssid);
+bool SimulatedAir::join(const MACAddress& bssid, AirClient client_state) {
+  AirBss* bss = find_bss(bssid);
   const MACAddress mac = client_state.station.mac;
   if (bss == nullptr || is_denied(bssid, mac)) {
     return false;
@@ -173,14 +172,14 @@ bool SimulatedAir::join(const MACAddress& bssid, wifi::AirClient client_state) {
   return true;
 }
 
-std::optional<wifi::AirClient> SimulatedAir::leave(const MACAddress& mac) {
-  for (wifi::AirRadio& radio : state) {
-    for (wifi::AirBss& bss : radio.bss) {
+std::optional<AirClient> SimulatedAir::leave(const MACAddress& mac) {
+  for (AirRadio& radio : state) {
+    for (AirBss& bss : radio.bss) {
       const auto found =
-          std::ranges::find_if(bss.clients, [&](const wifi::AirClient& each) { return each.station.mac == mac; });
+          std::ranges::find_if(bss.clients, [&](const AirClient& each) { return each.station.mac == mac; });
       if (found != bss.clients.end()) {
         const MACAddress bssid = bss.bssid;
-        std::optional<wifi::AirClient> left = std::move(*found);
+        std::optional<AirClient> left = std::move(*found);
         bss.clients.erase(found);
         client(bssid, mac, false);
         return left;
@@ -191,7 +190,7 @@ std::optional<wifi::AirClient> SimulatedAir::leave(const MACAddress& mac) {
 }
 
 void SimulatedAir::set_dfs_state(const MACAddress& identifier, const kHz& frequency, ChannelStateBit dfs_state) {
-  wifi::AirRadio* radio = find_radio(identifier);
+  AirRadio* radio = find_radio(identifier);
   for (qel::WLANRadio& band : radio->radios) {
     qel::ChannelList channels = band.get_channel_list();
     if (qel::ChannelEntry* entry = channels.get_channel_entry(frequency)) {
@@ -204,8 +203,8 @@ void SimulatedAir::set_dfs_state(const MACAddress& identifier, const kHz& freque
 }
 
 void SimulatedAir::find_radar(const MACAddress& identifier, const kHz& frequency) {
-  wifi::AirRadio* radio = find_radio(identifier);
-  if (wifi::occupies(radio->channel, frequency)) {
+  AirRadio* radio = find_radio(identifier);
+  if (occupies(radio->channel, frequency)) {
     radio->channel.reset();
     for (const qel::WLANRadio& band : radio->radios) {
       const auto& channels = band.get_channel_list().get_channels();
@@ -221,14 +220,14 @@ void SimulatedAir::find_radar(const MACAddress& identifier, const kHz& frequency
   set_dfs_state(identifier, frequency, ChannelStateBit::RADAR_FOUND);
 }
 
-wifi::AirRadio* SimulatedAir::find_radio(const MACAddress& identifier) {
-  const auto found = std::ranges::find(state, identifier, &wifi::AirRadio::identifier);
+AirRadio* SimulatedAir::find_radio(const MACAddress& identifier) {
+  const auto found = std::ranges::find(state, identifier, &AirRadio::identifier);
   return found == state.end() ? nullptr : &*found;
 }
 
-wifi::AirBss* SimulatedAir::find_bss(const MACAddress& bssid) {
-  for (wifi::AirRadio& radio : state) {
-    const auto found = std::ranges::find(radio.bss, bssid, &wifi::AirBss::bssid);
+AirBss* SimulatedAir::find_bss(const MACAddress& bssid) {
+  for (AirRadio& radio : state) {
+    const auto found = std::ranges::find(radio.bss, bssid, &AirBss::bssid);
     if (found != radio.bss.end()) {
       return &*found;
     }
@@ -236,23 +235,22 @@ wifi::AirBss* SimulatedAir::find_bss(const MACAddress& bssid) {
   return nullptr;
 }
 
-wifi::AirClient* SimulatedAir::find_client(const MACAddress& bssid, const MACAddress& mac) {
-  wifi::AirBss* bss = find_bss(bssid);
+AirClient* SimulatedAir::find_client(const MACAddress& bssid, const MACAddress& mac) {
+  AirBss* bss = find_bss(bssid);
   if (bss == nullptr) {
     return nullptr;
   }
-  const auto found =
-      std::ranges::find_if(bss->clients, [&](const wifi::AirClient& each) { return each.station.mac == mac; });
+  const auto found = std::ranges::find_if(bss->clients, [&](const AirClient& each) { return each.station.mac == mac; });
   return found == bss->clients.end() ? nullptr : &*found;
 }
 
 void SimulatedAir::switch_channel(const MACAddress& identifier, const qel::ChannelInfo& channel, OnDone on_done) {
-  wifi::AirRadio* radio = find_radio(identifier);
+  AirRadio* radio = find_radio(identifier);
   const auto text = [&] { return "switch " + identifier.to_string() + " to " + text_of(channel); };
   act(radio != nullptr, text, std::move(on_done), [&]() -> std::string {
     for (const qel::WLANRadio& band : radio->radios) {
       for (const qel::ChannelEntry& entry : band.get_channel_list().get_channels()) {
-        if (wifi::occupies(channel, entry.get_frequency()) && entry.get_state_flags().is_set() &&
+        if (occupies(channel, entry.get_frequency()) && entry.get_state_flags().is_set() &&
             entry.get_state_flags().get().test(bit_index(ChannelStateBit::RADAR_FOUND))) {
           return "there is radar";
         }
@@ -269,24 +267,24 @@ void SimulatedAir::limit_power(const MACAddress& radio, int dbm, OnDone on_done)
   act(find_radio(radio) != nullptr, text, std::move(on_done), [] { return std::string(); });
 }
 
-void SimulatedAir::ask_to_move(const wifi::MoveRequest& request, OnAnswer on_answer) {
+void SimulatedAir::ask_to_move(const MoveRequest& request, OnAnswer on_answer) {
   record([&] {
     std::string text = "ask " + request.client.to_string() + " at " + request.bssid.to_string() + " to move to";
-    for (const wifi::MoveRequest::Target& target : request.targets) {
+    for (const MoveRequest::Target& target : request.targets) {
       text += " " + target.bssid.to_string() + " on " + std::to_string(int{target.opclass}) + "/" +
               std::to_string(int{target.channel});
     }
     return text + (request.targets.empty() ? " another" : "") + (request.is_abridged ? ", abridged" : "") +
            (request.disassociation_imminent ? ", or be disconnected in " + std::to_string(request.timer) : "");
   });
-  std::optional<wifi::MoveAnswer> answer;
+  std::optional<MoveAnswer> answer;
   if (find_client(request.bssid, request.client) != nullptr) {
     if (on_asked_to_move) {
       answer = on_asked_to_move(request);
     } else if (!request.targets.empty()) {
-      answer = wifi::MoveAnswer{0, request.targets.front().bssid};
+      answer = MoveAnswer{0, request.targets.front().bssid};
     } else {
-      answer = wifi::MoveAnswer{1, {}};
+      answer = MoveAnswer{1, {}};
     }
   }
   outcomes_.push_back([this, request, answer, on_answer = std::move(on_answer)] {
@@ -297,8 +295,8 @@ void SimulatedAir::ask_to_move(const wifi::MoveRequest& request, OnAnswer on_ans
   });
 }
 
-void SimulatedAir::move(const wifi::MoveRequest& request, const MACAddress& target) {
-  const std::optional<wifi::AirClient> moved = leave(request.client);
+void SimulatedAir::move(const MoveRequest& request, const MACAddress& target) {
+  const std::optional<AirClient> moved = leave(request.client);
   if (moved && find_bss(target) != nullptr) {
     join(target, *moved);
   } else if (moved && on_moved_away) {
@@ -350,7 +348,7 @@ void SimulatedAir::ask_for_beacons(const MACAddress& bssid, const MACAddress& ma
 void SimulatedAir::move_backhaul(const MACAddress& station, const MACAddress& bssid, std::uint8_t opclass,
                                  std::uint8_t channel, OnDone on_done) {
   const auto found = std::ranges::find_if(
-      state, [&](const wifi::AirRadio& radio) { return radio.backhaul && radio.backhaul->station == station; });
+      state, [&](const AirRadio& radio) { return radio.backhaul && radio.backhaul->station == station; });
   const auto text = [&] {
     return "move " + station.to_string() + " to " + bssid.to_string() + " on " + std::to_string(int{opclass}) + "/" +
            std::to_string(int{channel});
@@ -362,4 +360,4 @@ void SimulatedAir::move_backhaul(const MACAddress& station, const MACAddress& bs
   });
 }
 
-}  // namespace meshd::test
+}  // namespace meshd::wifi
