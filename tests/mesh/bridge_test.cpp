@@ -175,7 +175,10 @@ TEST_F(BridgeTest, NobodyElseCanPretendToBeTheControllerToAnAgentNorBehindIt) {
   }
   add_veth_pair("bk0", "bk1");
   add_veth_pair("bl0", "bl1");
+  add_veth_pair("bm0", "bm1");
+  add_veth_pair("bn0", "bn1");
   add_bridge("bk", {"bk1", "bl0"});
+  add_bridge("bm", {"bm0", "bn0"});
   const MACAddress controller = device_mac(40), agent = device_mac(41);
   start_meshd("bk0", {"--al-mac", controller.to_string(), "--interface", "bk0", "--controller"});
   start_meshd("bk", {"--al-mac", agent.to_string(), "--interface", "bk", "--agent", "--backhaul", "bk1"}, MESHD_WIFI);
@@ -189,26 +192,29 @@ TEST_F(BridgeTest, NobodyElseCanPretendToBeTheControllerToAnAgentNorBehindIt) {
                                ::testing::HasSubstr("\ntook 0.")));
   EXPECT_EQ(meshctl({"ask", agent.to_string(), "client", name("bk0")}, 1), "'client' requires a client\n");
 
-  Plug stranger("bl1");
-  Plug link("bk0");
-  const auto passes = [&] {
+  const auto passes = [](Plug& from, Plug& to, const MACAddress& forged) {
     const Message message = make_message(MessageType::CHANNEL_SELECTION_REQUEST_MESSAGE, 1);
-    stranger.send(message, controller, device_mac(99));
-    stranger.send(message, controller, device_mac(99), {0x81, 0x00, 0xA0, 0x00});
-    stranger.send(message, device_mac(42), device_mac(99));  // only its own name is free
+    from.send(message, forged, device_mac(99));
+    from.send(message, forged, device_mac(99), {0x81, 0x00, 0xA0, 0x00});
+    from.send(message, device_mac(42), device_mac(99));  // only its own name is free
     bool has_passed = false;
-    link.receive([&](const Frame& frame) {
-      has_passed = has_passed || (frame.source == controller && frame.destination == device_mac(99));
+    EXPECT_TRUE(to.receive([&](const Frame& frame) {
+      has_passed = has_passed || (frame.source == forged && frame.destination == device_mac(99));
       return frame.source == device_mac(42);
-    });
+    }));
     return has_passed;
   };
-  EXPECT_TRUE(eventually([&] { return !passes(); }));
+  Plug stranger("bl1"), link("bk0");
+  EXPECT_TRUE(eventually([&] { return !passes(stranger, link, controller); }));
   stranger.send(make_message(MessageType::MULTI_AP_POLICY_CONFIG_REQUEST_MESSAGE, 2), controller, agent);
   EXPECT_TRUE(eventually([&] {
     return contains(daemons_.back().err(), "refused the order 'policy' from " + controller.to_string() +
                                                " on bl0: bl0 is not marked with --backhaul\n");
   }));
+
+  start_meshd("bm", {"--al-mac", device_mac(43).to_string(), "--interface", "bm", "--controller"});
+  Plug one("bm1"), other("bn1");
+  EXPECT_TRUE(eventually([&] { return !passes(one, other, device_mac(43)); })) << "nor to others behind itself";
 }
 
 /// STP keeps one of the links from forwarding; not even the nodes at its ends miss anything.

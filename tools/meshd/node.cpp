@@ -104,7 +104,7 @@ void Node::tend() {
   links_->tend();
   ports_.tend();
   entity_.tend(Clock::now());
-  ports_.protect(roles_.obeyed());
+  ports_.protect(roles_.to_protect());
 }
 
 void Node::send(std::size_t interface, std::span<const std::uint8_t> frame) { ports_.send(interface, frame); }

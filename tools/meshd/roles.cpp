@@ -57,9 +57,11 @@ Roles::Roles(const Options& options, Wireless* radios, Entity& entity, qel::daem
   }
 }
 
-std::optional<qel::MACAddress> Roles::obeyed() const {
-  const bool obeys = finder_ != nullptr && finder_->can_order() && finder_->controller() != entity_.config().al_mac;
-  return obeys ? finder_->controller() : std::nullopt;
+std::optional<qel::MACAddress> Roles::to_protect() const {
+  if (finder_ != nullptr && finder_->can_order()) {
+    return finder_->controller();
+  }
+  return controller_ == nullptr ? std::nullopt : std::optional(entity_.config().al_mac);
 }
 
 void Roles::print(std::ostream& os, multi_ap::TimePoint now) const {

@@ -27,8 +27,8 @@ class Roles {
   Roles& operator=(const Roles&) = delete;
   ~Roles() = default;
 
-  /// The controller on another device that our agent obeys, if there is one.
-  std::optional<qel::MACAddress> obeyed() const;
+  /// The controller whose frames our bridges protect: the one that our agent obeys, or ourselves.
+  std::optional<qel::MACAddress> to_protect() const;
 
   /// For people.
   void print(std::ostream& os, multi_ap::TimePoint now) const;

@@ -307,7 +307,7 @@ void LocalPorts::prepare_bridges() {
   for (const auto& [index, link] : links_.all()) {
     if (owner_of(link) != nullptr) {
       guarding.ports.insert(index);
-      if (controller_ && is_backhaul(link)) {
+      if (controller_ && *controller_ != entity_.config().al_mac && is_backhaul(link)) {
         guarding.ports_to_controller.insert(index);
       }
     }

@@ -51,7 +51,8 @@ class LocalPorts {
   /// Call this when something changed on the radios.
   void follow_radios();
 
-  /// Bridges let 1905.1 frames from this address in only on interfaces that are marked as backhaul.
+  /// Bridges let 1905.1 frames from this address in only on interfaces that are marked as backhaul, and frames from our
+  /// own address on none.
   void protect(const std::optional<qel::MACAddress>& controller);
 
   /// Call this once a second: repeats follow() if it ran out of memory, and changes of bridges that the system refused.
