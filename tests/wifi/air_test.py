@@ -66,8 +66,9 @@ class Probe:
         print(f"{time.monotonic():6.1f} s  {pattern}", flush=True)
 
     def send(self, act):
+        since = len(self.lines)  # before the answer can come
         self.process.stdin.write(act + "\n")
-        return len(self.lines)
+        return since
 
     def do(self, act, outcome="OK"):
         self.expect(f"^done {re.escape(act)}: {outcome} in", self.send(act))
