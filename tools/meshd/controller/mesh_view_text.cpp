@@ -140,13 +140,13 @@ void add_client(Tree& tree, const MeshView& view, const MeshView::Client& client
 void add_radio(Tree& tree, const MeshView& view, const MeshView::Radio& radio, const std::string& branch,
                const std::string& stem) {
   const bool is_on = radio.channel.has_value();
-  tree.add(
-      RADIO, branch,
-      {is_on ? enum_to_string(qel::frequency_to_band(radio.channel->frequency)) : "channel unknown", radio.id.to_string(),
-       is_on ? "channel " + std::to_string(qel::frequency_to_channel(radio.channel->frequency)) : "",
-       is_on ? enum_to_string(radio.channel->width) : "", text_of(radio.power, " dBm"),
-       text_of(radio.utilization, " % busy"), age_text(radio.utilization_age),
-       radio.switched ? "switched " + duration_text(*radio.switched) + " ago" : ""});
+  tree.add(RADIO, branch,
+           {is_on ? enum_to_string(qel::frequency_to_band(radio.channel->frequency)) : "channel unknown",
+            radio.id.to_string(),
+            is_on ? "channel " + std::to_string(qel::frequency_to_channel(radio.channel->frequency)) : "",
+            is_on ? enum_to_string(radio.channel->width) : "", text_of(radio.power, " dBm"),
+            text_of(radio.utilization, " % busy"), age_text(radio.utilization_age),
+            radio.switched ? "switched " + duration_text(*radio.switched) + " ago" : ""});
   add_branches(radio.bss, stem, [&](const MeshView::Bss& bss, const std::string& twig, const std::string& below) {
     tree.add(BSS, twig,
              {bss.bssid.to_string(), '"' + for_terminal_line(bss.ssid) + '"', bss.clients.empty() ? "no clients" : ""});

@@ -29,7 +29,8 @@ TEST(WifiControlText, CommandsTellAllThatTheDaemonNeeds) {
       MACAddress("02:00:00:00:00:00"), PHONE, {{MACAddress("02:00:00:00:01:00"), 81, 6}}, true, true, 120};
   const std::uint8_t request[] = {0x51, 0, 0xAB};
   const std::pair<std::string, std::string> rows[] = {
-      {switch_command(channel(5200, ChannelWidth::WIDTH_20_MHZ, 5200), ac), "CHAN_SWITCH 5 5200 center_freq1=5200 bandwidth=20 ht vht"},
+      {switch_command(channel(5200, ChannelWidth::WIDTH_20_MHZ, 5200), ac),
+       "CHAN_SWITCH 5 5200 center_freq1=5200 bandwidth=20 ht vht"},
       {switch_command(channel(5200, ChannelWidth::WIDTH_40_MHZ, 5190), BssStatus()),
        "CHAN_SWITCH 5 5200 sec_channel_offset=-1 center_freq1=5190 bandwidth=40"},
       {switch_command(channel(5220, ChannelWidth::WIDTH_80_80_MHZ, 5210, 5775), ac),
