@@ -88,7 +88,8 @@ bool ControllerFinder::take(const Received& received) {
   const bool is_answer = search_.is_answer(received);
   const bool can_order = received.is_backhaul || received.interface.empty();
   if (controller_ == received.from) {
-    heard_at_ = received.time;
+    // Its device may go on without it.
+    heard_at_ = is_answer || shows_controller(received) ? received.time : heard_at_;
     can_order_ = can_order_ || (is_answer && can_order);
   } else if (is_answer && (!controller_ || (can_order && !can_order_))) {
     find(received);

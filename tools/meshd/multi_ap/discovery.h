@@ -66,7 +66,8 @@ class OtherControllers {
 /// orders.
 class ControllerFinder final : public Service {
  public:
-  /// The controller is lost after it was not heard for this long; it has some searches to answer in that time.
+  /// The controller is lost after it has not shown for this long that it is one; it has some searches to answer in that
+  /// time.
   static constexpr std::chrono::seconds SILENCE{200};
 
   /// The mesh is borrowed.

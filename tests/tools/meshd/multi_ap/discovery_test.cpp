@@ -72,10 +72,15 @@ TEST_F(DiscoveryTest, TheFirstControllerIsKeptUntilItIsLost) {
   EXPECT_THAT(take_events(), ElementsAre(lost + FIRST.to_string()));
   answer(SECOND);
   EXPECT_THAT(finder.others().all(), IsEmpty());
-  const CarriedMessage sign(make_message(AP_CAPABILITY_QUERY_MESSAGE, 1));
-  EXPECT_FALSE(finder.take(sign.from(SECOND, START + seconds(199)))) << "it is alive, but this is for others";
+  SupportedServiceTLV service;
+  service.add_service(ServiceType::MULTI_AP_CONTROLLER);
+  EXPECT_FALSE(finder.take(
+      CarriedMessage(make_message(TOPOLOGY_RESPONSE_MESSAGE, 1, service)).from(SECOND, START + seconds(199))));
+  EXPECT_FALSE(
+      finder.take(CarriedMessage(make_message(TOPOLOGY_RESPONSE_MESSAGE, 2)).from(SECOND, START + seconds(300))));
   finder.tend(START + seconds(398));
-  EXPECT_THAT(take_events(), ElementsAre(found + SECOND.to_string()));
+  EXPECT_THAT(take_events(), ElementsAre(found + SECOND.to_string()))
+      << "kept by the first response, not by the second";
   finder.tend(START + seconds(399));
   EXPECT_THAT(take_events(), ElementsAre(lost + SECOND.to_string()));
 }
