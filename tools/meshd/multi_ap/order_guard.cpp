@@ -68,7 +68,8 @@ OrderGuard::Verdict OrderGuard::judge(const Received& received, Order order, con
     return Verdict::REPEATED;
   }
   const auto kind = static_cast<std::size_t>(order);
-  const bool is_stranger = received.from != find_controller_();
+  // Anyone can pretend to be the controller where it may not give orders.
+  const bool is_stranger = received.from != find_controller_() || !is_trusted(received);
   if (!take(is_stranger ? strangers_full_at_ : full_at_[kind], LIMITS[kind], received.time)) {
     refuse(received, order, about, "too many of this kind");
     return Verdict::REFUSE;
@@ -97,8 +98,12 @@ std::string OrderGuard::find_fault(const Received& received, Order order) const 
   if (received.from != *controller) {
     return "the controller is " + controller->to_string();
   }
-  const bool is_ours = received.from == self_ && received.interface.empty();
-  return is_ours || received.is_backhaul ? "" : received.interface + " is not marked with --backhaul";
+  return is_trusted(received) ? "" : received.interface + " is not marked with --backhaul";
+}
+
+/// Whether it came from where orders may come from.
+bool OrderGuard::is_trusted(const Received& received) const {
+  return received.is_backhaul || (received.from == self_ && received.interface.empty());
 }
 
 /// As TokenBucket does.

@@ -60,6 +60,7 @@ class OrderGuard {
   static const std::array<Limit, KINDS> LIMITS;
 
   std::string find_fault(const Received& received, Order order) const;
+  bool is_trusted(const Received& received) const;
   static bool take(TimePoint& full_at, const Limit& limit, TimePoint now);
   void refuse(const Received& received, Order order, const std::string& about, const std::string& why);
 

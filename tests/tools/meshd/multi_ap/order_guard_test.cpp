@@ -82,7 +82,12 @@ TEST_F(OrderGuardTest, LimitsEachKindAndLogsRefusalsOnceASecond) {
 TEST_F(OrderGuardTest, StrangersThatAskTooMuchDoNotKeepTheControllerFromAsking) {
   int answered = 0;
   for (std::uint16_t id = 0; id < 1000; ++id) {
-    answered += guard.judge(order(id).from(OTHER, START), Order::QUERY) == OBEY ? 1 : 0;
+    const CarriedMessage query = order(id);
+    Received forged = query.from(CONTROLLER, START, "wlan0");
+    forged.is_backhaul = false;
+    for (const Received& received : {query.from(OTHER, START), forged}) {
+      answered += guard.judge(received, Order::QUERY) == OBEY ? 1 : 0;
+    }
   }
   EXPECT_EQ(answered, 128);
   EXPECT_EQ(guard.judge(order(1).from(CONTROLLER, START), Order::QUERY), OBEY);
