@@ -243,9 +243,12 @@ void Channels::on_selection_request(const Received& received) {
     Selection selection{ChannelSelectionResponseCode::DECLINE_VIOLATES_REPORTED_PREFERED};  // if it is unknown
     if (radio != nullptr) {
       const auto reported = preferences_.find(identifier);
-      selection =
-          select_channel(*radio, preferences,
-                         reported == preferences_.end() ? std::nullopt : std::optional(reported->second), desk_.now());
+      // Without preferences it is no order to move, and anyone may send it.
+      selection = preferences.empty()
+                      ? Selection{}
+                      : select_channel(*radio, preferences,
+                                       reported == preferences_.end() ? std::nullopt : std::optional(reported->second),
+                                       desk_.now());
       selections.emplace(identifier, selection);
       if (!selection.switch_to) {
         staying.push_back(identifier);
