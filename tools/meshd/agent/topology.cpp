@@ -23,6 +23,8 @@ using wifi::AirClient;
 using wifi::AirRadio;
 
 constexpr std::size_t MOST_ENTRIES = 255;  // of a list in these TLVs
+/// BSSs and clients in the list of clients: each takes eight octets, and a TLV must fit into a frame.
+constexpr std::size_t MOST_LISTED = 180;
 constexpr std::size_t LONGEST_SSID = 32;
 constexpr std::size_t LONGEST_FRAME = 2304;  // the body of a management frame (IEEE 802.11-2020, 9.2.4.7.1)
 
@@ -59,6 +61,7 @@ void add_topology(MessageBuilder& builder, const std::vector<AirRadio>& radios) 
 
   APOperationalBSSTLV operational;
   AssociatedClientsTLV associated;
+  std::size_t listed = 0;
   for (const AirRadio& radio : radios) {
     if (operational.get_report_vector().size() == MOST_ENTRIES) {
       break;
@@ -68,12 +71,15 @@ void add_topology(MessageBuilder& builder, const std::vector<AirRadio>& radios) 
       if (report.get_BSS_operating_vector().size() < MOST_ENTRIES) {
         report.add_BSS_operating({bss.bssid, bss.ssid.substr(0, LONGEST_SSID)});
       }
-      if (bss.clients.empty() || associated.get_operated_bss_vector().size() == MOST_ENTRIES) {
+      if (bss.clients.empty() || ++listed >= MOST_LISTED) {
         continue;
       }
       OperatedBSSClients clients(bss.bssid);
       for (const AirClient& client : bss.clients) {
-        clients.add_associated_client({client.station.mac, seconds_since_association(client)});
+        if (listed < MOST_LISTED) {
+          ++listed;
+          clients.add_associated_client({client.station.mac, seconds_since_association(client)});
+        }
       }
       associated.add_operated_bss(clients);
     }

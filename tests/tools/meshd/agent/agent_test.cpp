@@ -1,6 +1,7 @@
 #include "qel/ieee1905_1/backhaul_steering_tlvs.h"
 #include "qel/ieee1905_1/beacon_metrics_tlvs.h"
 #include "qel/ieee1905_1/client_association_control_tlv.h"
+#include "qel/ieee1905_1/fragmenter.h"
 #include "qel/ieee1905_1/service_tlvs.h"
 #include "qel/ieee1905_1/steering_tlvs.h"
 #include "qel/ieee1905_1/unassociated_sta_tlvs.h"
@@ -237,6 +238,8 @@ TEST_F(AgentFixture, ObeysOnlyTheControllerAndOnlyOnce) {
   const auto block = make_message(MessageType::CLIENT_ASSOCIATION_CONTROL_REQUEST_MESSAGE, 77,
                                   control(ClientAssociationControl::BLOCK, {ANN, CAT}));
   expect(ask(block, CAT), {}, "from another device");
+  air.state[0].channel = wifi::simulated_channel(qel::kHz(5500000), qel::ChannelWidth::WIDTH_80_MHZ);  // not operable
+  ask(make_message(MessageType::CHANNEL_SELECTION_REQUEST_MESSAGE, 78), CAT);
   EXPECT_THAT(air.take_acts(), IsEmpty());
   const Texts first = ask(block);
   air.leave(ANN);
@@ -308,6 +311,15 @@ TEST_F(AgentFixture, AnswersQueriesOfAnyone) {
          {"MULTI_AP_AGENT|" + HOME_5.to_string() + " SSID: \"home|MAC: " + ANN.to_string() +
           " time since last association: 65535"},
          "topology");
+
+  for (std::uint16_t i = 0; i < 300; ++i) {
+    air.state[0].bss[0].clients.push_back(wifi::simulated_client(
+        MACAddress({2, 0, 0, 0, static_cast<std::uint8_t>(i >> 8), static_cast<std::uint8_t>(i)})));
+  }
+  MessageBuilder crowded(TOPOLOGY_RESPONSE_MESSAGE);
+  agent.add_to_topology_response(crowded);
+  qel::serialization::SerializationContext context;
+  EXPECT_NO_THROW(Fragmenter().split(crowded.build(), context));
 }
 
 TEST_F(AgentFixture, FollowsThePolicy) {
