@@ -129,7 +129,17 @@ void ChannelOrders::tend(TimePoint now) {
 
 void ChannelOrders::end(Switches::iterator place, TimePoint now, bool is_success, const std::string& text) {
   const auto order = switches_.extract(place);
+  if (is_success) {
+    set_failed_at(order.key(), std::nullopt);
+  }
   order.mapped().on_result({is_success, text, between(order.mapped().since, now)});
+}
+
+void ChannelOrders::set_failed_at(const MACAddress& radio, const std::optional<TimePoint>& time) {
+  MACAddress al_mac;
+  if (model_.find_agent_of_radio(radio, &al_mac) != nullptr) {
+    model_.agents.at(al_mac).radios.at(radio).failed_at = time;
+  }
 }
 
 void ChannelOrders::set_channels(std::vector<Step> steps, TimePoint now, OnResult on_result) {
@@ -156,6 +166,7 @@ void ChannelOrders::go_on(Series series, TimePoint now) {
     ++rest.next;
     if (!result.is_success) {
       is_in_series_ = false;
+      set_failed_at(step.radio, now + result.took);
       const std::size_t left = rest.steps.size() - rest.next;
       rest.text += left == 0 ? "" : "\nstopped before " + std::to_string(left) + " more changes";
       rest.on_result({false, rest.text, between(rest.since, now + result.took)});

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -53,6 +54,7 @@ class ChannelOrders {
                    const qel::ieee1905_1::Message* answer, TimePoint now);
   void end(Switches::iterator place, TimePoint now, bool is_success, const std::string& text);
   void go_on(Series series, TimePoint now);
+  void set_failed_at(const qel::MACAddress& radio, const std::optional<TimePoint>& time);
 
   MeshModel& model_;
   multi_ap::Courier& courier_;

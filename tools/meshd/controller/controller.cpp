@@ -72,9 +72,11 @@ void Controller::act_on(const Change& change, TimePoint now) {
   switch (change.kind) {
     case AGENT_FOUND:
       notice("AGENT_FOUND", agent, "found agent " + agent);
-      asking_.begin(change.agent, now);
-      break;
+      [[fallthrough]];
     case AGENT_RESTARTED:
+      for (auto& [identifier, radio] : model_.agents.at(change.agent).radios) {
+        radio.failed_at.reset();
+      }
       asking_.begin(change.agent, now);
       break;
     case AGENT_CHANGED:

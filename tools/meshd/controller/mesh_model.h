@@ -84,6 +84,7 @@ struct RadioModel {
   MaybeKnown<qel::ieee1905_1::ChannelPreferenceTLV> preferences;
   MaybeKnown<qel::ieee1905_1::OperatingChannelReportTLV> channel;
   std::optional<TimePoint> switched_at;     ///< when its channel last changed
+  std::optional<TimePoint> failed_at;       ///< when a plan could not move it, unless it has moved since
   std::map<qel::MACAddress, BssModel> bss;  ///< by BSSID
 };
 

@@ -112,6 +112,13 @@ class Builder {
       fix(radio, "it changed " + std::to_string(since.count()) + " s ago and stays for at least " +
                      std::to_string(policy_.settle.count()) + " s");
     }
+    // Otherwise each plan would begin with it, and end there.
+    const auto rest = std::max(policy_.settle, 4 * policy_.interval);
+    if (model.failed_at && now_ - *model.failed_at < rest) {
+      const auto since = std::chrono::duration_cast<std::chrono::seconds>(now_ - *model.failed_at);
+      fix(radio, "a plan could not move it " + std::to_string(since.count()) + " s ago; it is left alone for " +
+                     std::to_string(rest.count()) + " s");
+    }
     for (const MACAddress& station : agent.backhaul_stations) {
       agent_of_station_.emplace(station, &al_mac);
     }

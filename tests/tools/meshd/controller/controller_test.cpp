@@ -292,5 +292,18 @@ TEST_F(ControllerTest, MovesARadioAndTellsWhatCameOfIt) {
   EXPECT_THROW(mesh.controller->set_channel(radio(1), 11, width, mesh.now, keep()), std::invalid_argument);
 }
 
+TEST_F(ControllerTest, PlansWithoutARadioThatDoesNotMove) {
+  mesh.dead = {1, 2};
+  std::set<qel::MACAddress> asked;
+  for (int round = 0; round < 2; ++round) {
+    const Controller::Planned planned = mesh.controller->plan(mesh.now);
+    ASSERT_EQ(planned.plan.changes.size(), 1U);
+    asked.insert(planned.input.radios.at(planned.plan.changes[0].radio).radio);
+    mesh.controller->apply_plan(mesh.now, keep());
+    mesh.wait(seconds(7));
+  }
+  EXPECT_THAT(asked, testing::SizeIs(2)) << "the second plan would end like the first";
+}
+
 }  // namespace
 }  // namespace meshd::controller
