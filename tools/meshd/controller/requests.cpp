@@ -26,6 +26,8 @@ using qel::MACAddress;
 namespace {
 
 constexpr std::size_t MOST_LISTED = 255;  // by an octet of count
+/// Twice this many addresses and the radios of an agent fit into a TLV of one frame.
+constexpr std::size_t MOST_EXCLUDED = 100;
 
 constexpr MACAddress ANY_BSS{{0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}};
 
@@ -71,7 +73,7 @@ std::optional<Message> policy_request(const AgentModel& agent, const Policy& pol
   }
   SteeringPolicyTLV steering;
   for (const MACAddress& client : policy.steering.excluded_clients) {
-    if (steering.get_local_steering_disallowed_sta_vector().size() < MOST_LISTED) {
+    if (steering.get_local_steering_disallowed_sta_vector().size() < MOST_EXCLUDED) {
       steering.add_local_steering_disallowed_sta(client);
       steering.add_btm_steering_disallowed_sta(client);
     }
