@@ -40,8 +40,8 @@ class Desk {
   std::optional<qel::MACAddress> controller() const { return find_controller_(); }
   void log(std::string line) const { log_(std::move(line)); }
 
-  /// The time of the last message or of the last tend(), whichever is later. Radios tell what came of an act without
-  /// the time; it is at most about a second later than this.
+  /// The time of the last message or of the last tend(), whichever is later. Radios report the outcome of an act
+  /// without its time, which is at most about a second later than this.
   TimePoint now() const { return now_; }
   void set_now(TimePoint now) { now_ = now; }
 

@@ -192,7 +192,7 @@ void Round::find_stations() {
         station.demand = time(traffic.octets_sent - earlier.octets_sent, link.downlink_rate) +
                          time(traffic.octets_received - earlier.octets_received, link.uplink_rate);
       }
-      // Until the BSS that it left says so, a client is in two; it is in that which it joined last.
+      // Until the BSS that it left says so, a client is in two; the one that it joined last counts.
       const auto [place, is_new] = stations_.emplace(mac, station);
       if (!is_new && client.joined_at > place->second.model->joined_at) {
         place->second = station;

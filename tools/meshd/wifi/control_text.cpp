@@ -25,8 +25,8 @@ constexpr int SWITCH_BEACONS = 5;
 constexpr std::uint8_t MEASUREMENT_REPORT = 39;  ///< element identifier
 constexpr std::uint8_t BEACON_REPORT = 5;        ///< type of a measurement
 
-/// Of the BSSID information (IEEE 802.11-2020, 9.4.2.36): reachable for the client. What else there is, nobody has
-/// told.
+/// Of the BSSID information (IEEE 802.11-2020, 9.4.2.36): reachable for the client. Nothing else is known of the access
+/// point.
 constexpr unsigned int REACHABLE = 3;
 /// The subelement of a neighbor with a preference of 255, the highest.
 constexpr std::string_view MOST_PREFERRED = "0301ff";

@@ -127,7 +127,7 @@ LinuxAir::Act* LinuxAir::find(std::uint64_t number) {
   return act == acts_.end() || act->second.has_ended ? nullptr : &act->second;
 }
 
-/// Tells it in the next turn: the act may be called from anywhere, and what is told may destroy this object.
+/// Reports the outcome in the next turn of the loop: an act can begin anywhere, and its owner may destroy this object.
 void LinuxAir::end(Act& act, std::string trouble) {
   if (!std::exchange(act.has_ended, true)) {
     act.outcome.trouble = std::move(trouble);

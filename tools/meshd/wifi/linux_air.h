@@ -22,8 +22,8 @@
 
 namespace meshd::wifi {
 
-/// The radios of this machine. hostapd and wpa_supplicant carry out the acts, and the kernel limits the power. After
-/// the object is gone, nothing is told any more.
+/// The radios of this machine. hostapd and wpa_supplicant carry out the acts, and the kernel limits the power. Once
+/// the object is destroyed, it reports nothing more.
 class LinuxAir final : public Air {
  public:
   /// Both are borrowed and must outlive it.

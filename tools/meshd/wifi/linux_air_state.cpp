@@ -209,7 +209,7 @@ void LinuxAir::take_event(std::uint32_t interface, const std::string& event) {
   }
 }
 
-/// The daemon is away: nothing of what it was told comes any more.
+/// The connection to the daemon is lost: what it was asked for will not be reported.
 void LinuxAir::lose(std::uint32_t interface) {
   for (auto& [number, act] : acts_) {
     if (act.interface == interface) {
