@@ -40,6 +40,8 @@ Entity::Entity(Config config, Ports& ports)
   if (!is_valid_individual_mac_address(config_.al_mac)) {
     throw std::invalid_argument(config_.al_mac.to_string() + " is not an individual MAC address");
   }
+  services_.answer_own_queries(
+      [this](std::uint16_t message_id, TimePoint now) { return own_topology_response(message_id, now); });
 }
 
 void Entity::announce(TimePoint now) {

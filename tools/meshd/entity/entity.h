@@ -111,6 +111,7 @@ class Entity {
 
   /// The hosts without 1905.1 behind each interface, by its number.
   std::vector<std::vector<qel::MACAddress>> find_hosts(TimePoint now) const;
+  qel::ieee1905_1::Message own_topology_response(std::uint16_t message_id, TimePoint now) const;
 
  private:
   struct Received;

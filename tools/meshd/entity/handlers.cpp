@@ -221,10 +221,12 @@ Entity::Outcome Entity::answer(const Received& received, MakeAnswer make_answer)
 }
 
 Entity::Outcome Entity::on_topology_query(const Received& received, const LenientMessage&) {
-  return answer(received, [&](std::uint16_t message_id) {
-    return topology_response(message_id, {config_.al_mac, config_.version, config_.interfaces, read_states(),
-                                          find_hosts(received.time), blocked_interfaces(), neighbors_, &services_});
-  });
+  return answer(received, [&](std::uint16_t message_id) { return own_topology_response(message_id, received.time); });
+}
+
+Message Entity::own_topology_response(std::uint16_t message_id, TimePoint now) const {
+  return topology_response(message_id, {config_.al_mac, config_.version, config_.interfaces, read_states(),
+                                        find_hosts(now), blocked_interfaces(), neighbors_, &services_});
 }
 
 Entity::Outcome Entity::on_link_metric_query(const Received& received, const LenientMessage& message) {

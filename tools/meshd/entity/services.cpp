@@ -78,7 +78,11 @@ void Services::deliver_own(TimePoint now) {
   for (std::size_t count = own_.size(); count > 0; --count) {
     const Own own = std::move(own_.front());
     own_.pop_front();
-    deliver({al_mac_, "", own.content.message.get_head().get_relay_indicator(), now, own.content});
+    const MessageHead& head = own.content.message.get_head();
+    if (head.get_message_type() == MessageType::TOPOLOGY_QUERY_MESSAGE && make_response_) {
+      keep(make_response_(head.get_message_id(), now));
+    }
+    deliver({al_mac_, "", head.get_relay_indicator(), now, own.content});
   }
 }
 

@@ -2,7 +2,9 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "qel/core/mac_address.h"
@@ -34,6 +36,11 @@ class Services final : public multi_ap::Mesh {
 
   /// The service is borrowed.
   void add(multi_ap::Service& service) { services_.push_back(&service); }
+
+  /// Makes our topology response, for a controller on this device that asks the agent on it.
+  using MakeTopologyResponse = std::function<qel::ieee1905_1::Message(std::uint16_t message_id, TimePoint now)>;
+  void answer_own_queries(MakeTopologyResponse make_response) { make_response_ = std::move(make_response); }
+
   bool empty() const { return services_.empty(); }
 
   const qel::MACAddress& al_mac() const override { return al_mac_; }
@@ -77,6 +84,7 @@ class Services final : public multi_ap::Mesh {
   mutable Codec codec_;
   std::vector<multi_ap::Service*> services_;
   std::deque<Own> own_;  // messages to ourselves
+  MakeTopologyResponse make_response_;
   std::set<qel::MACAddress> there_;
 };
 
