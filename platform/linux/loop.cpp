@@ -217,9 +217,11 @@ void Loop::note_unusual(struct ev_loop* ev, ev_io*, int) {
   const int count = epoll_wait(loop.unusual_fd_, found, 32, 0);
   for (int i = 0; i < count; ++i) {
     // By number, not by address: if a descriptor was closed too early, the set may still have it for a removed watch.
-    const auto watch = std::lower_bound(loop.watches_.begin(), loop.watches_.end(), found[i].data.u64,
+    // Copied, because the structure is packed on some processors and its members may not be referred to.
+    const std::uint64_t number = found[i].data.u64;
+    const auto watch = std::lower_bound(loop.watches_.begin(), loop.watches_.end(), number,
                                         [](const evsock* w, std::uint64_t order) { return w->order < order; });
-    if (watch == loop.watches_.end() || (*watch)->order != found[i].data.u64) {
+    if (watch == loop.watches_.end() || (*watch)->order != number) {
       continue;
     }
     unsigned events = 0;
