@@ -1,5 +1,6 @@
 #include "tools/meshd/controller/asking.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "tools/meshd/controller/requests.h"
@@ -16,6 +17,7 @@ namespace {
 constexpr std::chrono::seconds RETRY{10};  // after a request without an answer
 /// An agent reports its channels soon after it has joined. It is asked only if it does not.
 constexpr std::chrono::seconds FIRST_CHANNELS{5};
+constexpr std::chrono::seconds SOON{2};
 
 }  // namespace
 
@@ -57,6 +59,14 @@ void Asking::ask(const MACAddress& agent, Topic topic, TimePoint now) {
   if (place != agents_.end()) {
     place->second.due[static_cast<std::size_t>(topic)] = now;
     go_on(agent, place->second, now);
+  }
+}
+
+void Asking::ask_soon(const MACAddress& agent, Topic topic, TimePoint now) {
+  const auto place = agents_.find(agent);
+  if (place != agents_.end()) {
+    TimePoint& due = place->second.due[static_cast<std::size_t>(topic)];
+    due = std::min(due, now + SOON);
   }
 }
 

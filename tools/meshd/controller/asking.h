@@ -36,6 +36,8 @@ class Asking {
   /// Asks for this soon.
   void ask(const qel::MACAddress& agent, Topic topic, TimePoint now);
   void ask_all(Topic topic, TimePoint now);
+  /// Asks for this after a while, so that an agent that contradicts itself is not asked all the time.
+  void ask_soon(const qel::MACAddress& agent, Topic topic, TimePoint now);
   /// Asks for the association request of a client.
   void ask_for_client(const qel::MACAddress& agent, const qel::MACAddress& bssid, const qel::MACAddress& client,
                       TimePoint now);

@@ -87,6 +87,9 @@ void Controller::act_on(const Change& change, TimePoint now) {
         asking_.ask(change.agent, topic, now);
       }
       break;
+    case RADIO_UNKNOWN:
+      asking_.ask_soon(change.agent, Topic::CAPABILITIES, now);
+      break;
     case CHANNEL_REPORTED:
       channel_orders_.on_channel(change.place, now);
       break;

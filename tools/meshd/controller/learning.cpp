@@ -234,6 +234,7 @@ void Learning::on_operating_channels(const Context& context) {
   for (const auto& tlv : context.received.message().all<OperatingChannelReportTLV>()) {
     RadioModel* radio = find_radio(context, tlv.get_radio_identifier());
     if (radio == nullptr) {
+      context.changes.push_back({Kind::RADIO_UNKNOWN, context.al_mac});
       continue;
     }
     const bool is_same = radio->channel && has_same_channel(radio->channel->value, tlv);

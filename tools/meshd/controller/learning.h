@@ -20,6 +20,7 @@ struct Change {
     AGENT_RESTARTED,   ///< it searches for a controller, although it had found us
     AGENT_CHANGED,     ///< it says that something is different, but not what
     RADIOS_CHANGED,    ///< the agent has other radios
+    RADIO_UNKNOWN,     ///< it reports a radio whose capabilities it has not reported
     CHANNEL_REPORTED,  ///< `place` is the radio
     CHANNEL_CHANGED,   ///< and differs from what was reported before
     CLIENT_JOINED,     ///< `place` is the BSSID, `from` where it was before; zero if nowhere

@@ -53,6 +53,10 @@ void Learning::take_bss_list(const Context& context) {
   for (const auto& [identifier, all] : listed) {
     add_radio(context, identifier);
   }
+  if (!std::ranges::all_of(context.agent.radios,
+                           [](const auto& entry) { return entry.second.capabilities.has_value(); })) {
+    context.changes.push_back({Kind::RADIO_UNKNOWN, context.al_mac});
+  }
   for (auto& [identifier, radio] : context.agent.radios) {
     const auto& all = listed[identifier];
     remove_unlisted(radio.bss, all, [&](const MACAddress& bssid, BssModel& bss) { empty(context, bssid, bss); });

@@ -99,6 +99,19 @@ TEST_F(ControllerTest, FollowsClientsAndBelievesAgentsOnlyAboutThemselves) {
             "36 at 80 MHz");
 }
 
+TEST_F(ControllerTest, AsksAgainAnAgentThatHadNotReadItsRadiosYet) {
+  const auto complete = mesh.answers[AP_CAPABILITY_QUERY_MESSAGE];
+  mesh.answers[AP_CAPABILITY_QUERY_MESSAGE] = [](const test::CarriedMessage& asked, std::vector<Message>& out) {
+    out.push_back(MessageBuilder(AP_CAPABILITY_REPORT_MESSAGE, asked.id()).build());
+  };
+  mesh.appear(3);
+  mesh.answers[AP_CAPABILITY_QUERY_MESSAGE] = complete;
+  mesh.asked.clear();
+  mesh.wait(seconds(4));
+  EXPECT_TRUE(model().agents.at(agent(3)).radios.at(radio(3)).capabilities);
+  EXPECT_EQ(mesh.sent(MULTI_AP_POLICY_CONFIG_REQUEST_MESSAGE).size(), 1U) << "it names the radio";
+}
+
 TEST_F(ControllerTest, AcknowledgesReportsOfItsAgents) {
   mesh.report_channel(1, 149, 155);
   EXPECT_EQ(mesh.sent(IEEE1905_ACK_MESSAGE).size(), 1U);
