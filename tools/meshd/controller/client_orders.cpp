@@ -86,6 +86,8 @@ void ClientOrders::steer(const MACAddress& client, const MACAddress& to, bool is
                      const auto move = moves_.find(client);
                      const bool is_over = move == moves_.end() || move->second.report != report;
                      if (!is_over && outcome != Outcome::DONE && !move->second.status && !move->second.is_there) {
+                       // Counts as a refusal, so that an agent that does not obey is not asked all the time.
+                       record_status(client, std::nullopt, now + took);
                        end(move, now + took, false, failure_text(agent, answer));
                      }
                    });
