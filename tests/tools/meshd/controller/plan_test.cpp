@@ -173,7 +173,7 @@ TEST(Plan, KeepsItsPromisesForRandomMeshes) {
           score.score = static_cast<std::uint8_t>(std::min(pick(30), 15U));
           score.reason = static_cast<ChannelPreferenceReasonCode>(pick(12));
         }
-        its.current = std::next(its.scores.begin(), pick(4))->first;
+        its.current = std::next(its.scores.begin(), static_cast<std::ptrdiff_t>(pick(4)))->first;
         its.is_fixed = pick(8) == 0;
         input.radios.push_back(its);
       }
