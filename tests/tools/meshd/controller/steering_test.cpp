@@ -122,7 +122,7 @@ TEST(Steering, LeavesClientsAloneThatDoNotMove) {
   for (const Status status : {Status(6), Status(), Status(0)}) {
     const SteeringPolicy policy{.longest_back_off = 20min};
     SteeringRecord record;
-    std::vector<long> minutes;
+    std::vector<long long> minutes;
     for (TimePoint now = NOW; now < NOW + 70min; now += 1min) {
       if (!record.not_before || *record.not_before <= now) {
         minutes.push_back((now - NOW) / 1min);
@@ -131,7 +131,8 @@ TEST(Steering, LeavesClientsAloneThatDoNotMove) {
       }
     }
     // Who accepts is believed once, and rests two minutes.
-    EXPECT_EQ(minutes, status == 0 ? (std::vector<long>{0, 2, 7, 17, 37, 57}) : (std::vector<long>{0, 5, 15, 35, 55}));
+    EXPECT_EQ(minutes,
+              status == 0 ? (std::vector<long long>{0, 2, 7, 17, 37, 57}) : (std::vector<long long>{0, 5, 15, 35, 55}));
     record_asked(record, {{}, mac('B', BSS), mac('A', BSS), ""}, policy, NOW + 90min);
     EXPECT_EQ(record.refusals == 0, status == 0) << "it has moved since";
   }
