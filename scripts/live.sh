@@ -84,11 +84,25 @@ reap() {
   return "$outcome"
 }
 
-# stop PROCESS...: also stops suspended processes.
+# Whether it has not ended, even if nobody has waited for it yet.
+is_running() { [ -e "/proc/$1" ] && ! grep -q '^State:[[:space:]]*Z' "/proc/$1/status" 2>/dev/null; }
+
+# stop PROCESS...: also stops suspended processes. Those that have not ended after 20 seconds are named and killed.
 stop() {
   for process in "$@"; do
     kill "$process" 2>/dev/null || :
     kill -CONT "$process" 2>/dev/null || :
+  done
+  left=200
+  for process in "$@"; do
+    while [ "$left" -gt 0 ] && is_running "$process"; do
+      sleep 0.1
+      left=$((left - 1))
+    done
+    if is_running "$process"; then
+      echo "process $process did not end: $(tr '\0' ' ' <"/proc/$process/cmdline")" >&2
+      kill -KILL "$process" 2>/dev/null || :
+    fi
   done
   for started in "$@"; do
     reap "$started" || :
