@@ -111,7 +111,6 @@ class Entity {
 
   /// The hosts without 1905.1 behind each interface, by its number.
   std::vector<std::vector<qel::MACAddress>> find_hosts(TimePoint now) const;
-  qel::ieee1905_1::Message own_topology_response(std::uint16_t message_id, TimePoint now) const;
 
  private:
   struct Received;
@@ -142,6 +141,7 @@ class Entity {
   bool is_for_us(const Received& received) const;
   bool is_to_be_relayed(const Received& received) const;
   bool may_answer(const Received& received);
+  qel::ieee1905_1::Message own_topology_response(std::uint16_t message_id, TimePoint now) const;
   template <class MakeAnswer>
   Outcome answer(const Received& received, MakeAnswer make_answer);
   void announce_on(std::size_t interface);
