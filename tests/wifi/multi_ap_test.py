@@ -55,11 +55,11 @@ def step(text):
 
 
 def fail(text):
-    print(text, file=sys.stderr)
+    """The reason comes last, where it is looked for."""
     for name in AL_MAC:
         with open(f"/run/{name}.log") as log:
             print(f"--- {name}\n{''.join(log.readlines()[-20:])}", file=sys.stderr)
-    sys.exit(1)
+    sys.exit(text)
 
 
 def meshctl(*arguments, is_done=True):
