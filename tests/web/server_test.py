@@ -4,29 +4,38 @@
 import http.client
 import json
 import os
+import select
+import signal
 import socket
 import subprocess
 import time
 import urllib.parse
 
 URL = urllib.parse.urlparse(os.environ["MESH_URL"])
+TOKEN = URL.fragment.removeprefix("token=")
 PATIENCE = 30
-MOST_CONNECTIONS, MOST_STREAMS = 64, 16
+MOST_CONNECTIONS, MOST_STREAMS, MOST_ORDERS = 64, 16, 4
+STEER = "/steer?client=02:19:05:BB:00:01&bssid=02:19:05:AA:00:09"
 NODES = 5
 
 
-def connect():
-    return socket.create_connection((URL.hostname, URL.port), PATIENCE)
+def connect(port=URL.port):
+    return socket.create_connection((URL.hostname, port), PATIENCE)
 
 
-def exchange(octets):
+def read(peer):
+    answer = b""
+    while piece := peer.recv(65536):
+        answer += piece
+    return answer
+
+
+def exchange(octets, port=URL.port):
     """The status of the answer to these octets, 0 for none, and the answer."""
-    with connect() as peer:
+    with connect(port) as peer:
         try:
             peer.sendall(octets)
-            answer = b""
-            while piece := peer.recv(65536):
-                answer += piece
+            answer = read(peer)
         except ConnectionError:
             return 0, b""
     return (int(answer.split()[1]) if answer.startswith(b"HTTP/") else 0), answer
@@ -36,11 +45,15 @@ def get(path="/", host="localhost", method="GET", more=""):
     return exchange(f"{method} {path} HTTP/1.1\r\nHost: {host}\r\n{more}\r\n".encode())
 
 
+def order(path=STEER, token=TOKEN, more="", method="POST"):
+    return f"{method} {path} HTTP/1.1\r\nHost: localhost\r\nX-Mesh-Token: {token}\r\n{more}\r\n".encode()
+
+
 class Stream:
     """An event stream, message by message."""
 
-    def __init__(self):
-        self.connection = http.client.HTTPConnection(URL.hostname, URL.port, timeout=PATIENCE)
+    def __init__(self, port=URL.port):
+        self.connection = http.client.HTTPConnection(URL.hostname, port, timeout=PATIENCE)
         self.connection.request("GET", "/events")
         self.answer = self.connection.getresponse()
         self.status = self.answer.status
@@ -82,6 +95,59 @@ def requests():
     assert b"unsafe-inline" not in page and page.count(b"<script") == 1
     status, answer = get("/topology.json")
     check("topology", (status, len(json.loads(answer.split(b"\r\n\r\n", 1)[1])["nodes"])), (200, NODES))
+
+
+def refused_orders():
+    check("digits of the token", len(TOKEN), 32)
+    own = "Sec-Fetch-Site: same-origin\r\nOrigin: http://localhost\r\n"
+    channel = "/channel?radio=02:19:05:AA:00:09&channel={}&width={}"
+    for what, octets, status, reason in (
+            ("no controller", order(more=own), 409, b"is no controller\n"), ("open", order(STEER + "&open=1"), 409, b"is no"),
+            ("channel", order(channel.format(36, 80)), 409, b"is no controller\n"),
+            ("no token", order(token=""), 403, b"token"), ("half a token", order(token=TOKEN[:16]), 403, b"token"),
+            ("wrong token", order(token=TOKEN[::-1]), 403, b"token"),
+            ("rebound name", order().replace(b"localhost", b"evil.example"), 421, b"localhost"),
+            ("other site", order(more="Sec-Fetch-Site: cross-site\r\n"), 403, b"sites"),
+            ("other port", order(more="Sec-Fetch-Site: same-site\r\n"), 403, b"sites"),
+            ("link", order(more="Sec-Fetch-Site: none\r\n"), 403, b"sites"),
+            ("other origin", order(more="Origin: http://localhost:99\r\n"), 403, b"sites"),
+            ("hidden origin", order(more="Origin: null\r\n"), 403, b"sites"),
+            ("preflight", order(method="OPTIONS", more="Origin: http://localhost\r\n"), 405, b"posted"),
+            ("get", order(method="GET"), 405, b"Allow: POST\r\n"), ("body", order(more="Content-Length: 1\r\n") + b"x", 400, b"body"),
+            ("chunks", order(more="Transfer-Encoding: chunked\r\n") + b"0\r\n\r\n", 400, b"body"),
+            ("no arguments", order("/steer"), 400, b'"client"'), ("one argument", order(STEER.partition("&")[0]), 400, b'"bssid"'),
+            ("two words", order(STEER + "%20OPEN"), 400, b'"bssid"'), ("a line", order(STEER + "%0APLAN"), 400, b'"bssid"'),
+            ("not open", order(STEER + "&open=no"), 400, b'"open"'), ("no radio", order("/channel?channel=1&width=20"), 400, b'"radio"'),
+            *((f"channel {number}", order(channel.format(number, 20)), 400, b'"channel"') for number in ("0", "256", "-1", "1x", "")),
+            *((f"width {width}", order(channel.format(36, width)), 400, b'"width"') for width in ("30", "80+80", ""))):
+        got, answer = exchange(octets)
+        check(what, (got, reason in answer, b"Access-Control" in answer), (status, True, False))
+
+    tool, name = os.environ["SAVE"].split()[0:3:2]
+    with subprocess.Popen([tool, "web", "--listen", "127.0.0.1:0", name], stdout=subprocess.PIPE, text=True) as other:
+        port = urllib.parse.urlparse(other.stdout.readline().strip()).port
+        check("without --allow-actions", exchange(order(), port)[0], 403)
+        Stream(port).until(state=lambda state: state["actions"] is False)
+        other.terminate()
+
+
+def orders(daemon):
+    """To a controller without agents: refused. While it does not answer, there are not too many, and they end."""
+    status, answer = exchange(order())
+    assert status == 409 and b"no access point of the mesh has the client" in answer, answer
+    daemon.send_signal(signal.SIGSTOP)
+    peers = [connect() for _ in range(MOST_ORDERS + 1)]
+    for peer in peers:
+        peer.sendall(order())
+    ready = select.select(peers, [], [], PATIENCE)[0]
+    check("too many", [b"Too many orders" in read(peer) for peer in ready], [True])
+    peers.remove(ready[0])
+    peers.pop().close()  # does not wait for what comes of it
+    check("the page", get("/")[0], 200)
+    for peer in peers:
+        assert b" 503 " in (answer := read(peer)) and b"no answer from" in answer, answer
+    daemon.send_signal(signal.SIGCONT)
+    check("after that", exchange(order())[0], 409)
 
 
 def garbage():
@@ -130,16 +196,23 @@ def streams():
     stream.until(topology=lambda topology: len(topology["nodes"]) == NODES)
     subprocess.run(os.environ["STOP"].split(), check=True)
     stream.until(state=lambda state: "is running" in state["reason"])  # first, a question may be left without an answer
-    daemon = subprocess.Popen(os.environ["START"].split(), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-    try:
-        stream.until(state=lambda state: state["answers"], mesh=lambda event: event["event"] == "NEIGHBOR_FOUND",
-                     topology=lambda topology: len(topology["nodes"]) == NODES)
-    finally:
-        daemon.terminate()
-        daemon.wait()
+    check("no daemon", exchange(order())[0], 503)
+    for options, controller in ((["--controller"], lambda mesh: mesh["agents"] == []), ([], lambda mesh: mesh is None)):
+        daemon = subprocess.Popen(os.environ["START"].split() + options, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        try:
+            stream.until(state=lambda state: state["answers"] and state["actions"], controller=controller,
+                         mesh=lambda event: event["event"] == "NEIGHBOR_FOUND",
+                         topology=lambda topology: len(topology["nodes"]) == NODES)
+            if options:
+                orders(daemon)
+        finally:
+            daemon.send_signal(signal.SIGCONT)
+            daemon.terminate()
+            daemon.wait()
 
 
 requests()
+refused_orders()
 garbage()
 slow()
 streams()

@@ -140,7 +140,8 @@ ExitStatus events(const Options& options) {
 /// Replaces this program by meshctl-web, which has the page of the map and its server: meshctl itself needs neither.
 [[noreturn]] void become_web(const char* action, const std::string& target, const Options& options) {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe").parent_path() / MESHCTL_WEB;
-  execl(program.c_str(), "meshctl-web", action, target.c_str(), options.name.c_str(), nullptr);
+  execl(program.c_str(), "meshctl-web", action, target.c_str(), options.name.c_str(),
+        options.allows_actions ? "--allow-actions" : nullptr, nullptr);
   throw std::runtime_error(errno == ENOENT ? "the map is not installed; it is in the package mesh-web"
                                            : "cannot run " + program.string() + ": " + std::strerror(errno));
 }

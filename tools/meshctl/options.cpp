@@ -280,9 +280,11 @@ Options parse_options(int argc, const char* const* argv) {
     command->add_flag("--json", options.json, "As JSON");
     command->add_flag("--watch", options.watch, "Update every second; in a terminal, in place");
   }
-  add_verb(app, options, Verb::WEB, "web", "Serve a page with the map, which follows the mesh")
-      ->add_option("--listen", options.listen, "Where to listen, 127.0.0.1:1905 if not given; port 0 takes a free one")
+  CLI::App* web = add_verb(app, options, Verb::WEB, "web", "Serve a page with the map, which follows the mesh");
+  web->add_option("--listen", options.listen, "Where to listen, 127.0.0.1:1905 if not given; port 0 takes a free one")
       ->type_name("ADDRESS:PORT");
+  web->add_flag("--allow-actions", options.allows_actions,
+                "Let the page steer clients and move radios, with a token in the address that is printed");
   add_controller(app, options);
   add_opclass(app, options);
   const int words = find_words(argc, argv);

@@ -56,6 +56,7 @@ struct Options {
   std::string format = "TEXT";     ///< TOPOLOGY: the name of the format in the daemon
   std::string html_file;           ///< TOPOLOGY: where to write the page; empty for none
   std::string listen = "127.0.0.1:1905";  ///< WEB: address and port
+  bool allows_actions = false;            ///< WEB
   OpclassQuery opclass;                   ///< OPCLASS
   ControllerRequest request;              ///< of a controller
   std::string notice;                     ///< the help or the version if it was requested; nothing else is to be done

@@ -16,11 +16,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto INTERVAL = 1s;         // between questions
-constexpr auto AFTER_EVENT = 50ms;    // several events often come together
-constexpr auto INTEREST = 5s;         // how long one who wanted to know is taken to want more
-constexpr auto RECENT = 2s;           // age of a topology that is given out without asking
-constexpr int ANSWER_TIMEOUT = 5000;  // milliseconds
+constexpr auto INTERVAL = 1s;       // between questions
+constexpr auto AFTER_EVENT = 50ms;  // several events often come together
+constexpr auto INTEREST = 5s;       // how long one who wanted to know is taken to want more
+constexpr auto RECENT = 2s;         // age of a topology that is given out without asking
 constexpr std::size_t KEPT_EVENTS = 100;
 constexpr std::size_t LONGEST_EVENT = 4096;
 constexpr std::string_view END = "\n\n";
@@ -32,19 +31,29 @@ Message make_message(std::string_view head, std::string_view data) {
   return std::make_shared<const std::string>(std::move(text));
 }
 
-/// Without the ages, which change every second. A string cannot contain the key, since it would escape the quotes.
+/// The members that hold the time since something happened, in the answers of all subjects.
+constexpr std::string_view AGES[] = {"age",      "heard",     "utilization_age", "measured",
+                                     "switched", "connected", "asked_to_move",   "inactive"};
+
+/// Without the values of ages, which change every second. A string cannot contain such a key, since it would escape the
+/// quotes.
 std::string without_ages(std::string_view json) {
-  constexpr std::string_view KEY = "\"age\":";
+  constexpr std::string_view KEY_END = "\":";
   std::string rest;
   rest.reserve(json.size());
   for (;;) {
-    const std::size_t place = json.find(KEY);
-    rest.append(json.substr(0, place));
-    if (place == std::string_view::npos) {
+    const std::size_t end = json.find(KEY_END);
+    rest.append(json.substr(0, end));
+    if (end == std::string_view::npos) {
       return rest;
     }
-    json.remove_prefix(place + KEY.size());
-    json.remove_prefix(std::min(json.find_first_not_of("0123456789"), json.size()));
+    const std::string_view key = std::string_view(rest).substr(rest.rfind('"') + 1);
+    const bool is_age = std::ranges::find(AGES, key) != std::ranges::end(AGES);
+    rest.append(KEY_END);
+    json.remove_prefix(end + KEY_END.size());
+    if (is_age) {
+      json.remove_prefix(std::min(json.find_first_not_of("0123456789"), json.size()));
+    }
   }
 }
 
@@ -67,13 +76,13 @@ std::string object(Members members) {
 
 }  // namespace
 
-void Feed::Closer::operator()(qelipc_client* client) const { qelipc_client_close(client); }
-
-Feed::Feed(std::string daemon)
+Feed::Feed(std::string daemon, bool allows_actions)
     : daemon_(std::move(daemon)),
+      allows_actions_(allows_actions),
       subjects_{Subject{this, "mesh", "TOPOLOGY", "event: topology\ndata: "},
                 Subject{this, "WIFI", "RADIOS", "event: radios\ndata: "},
-                Subject{this, "WIFI", "CLIENTS", "event: clients\ndata: "}} {
+                Subject{this, "WIFI", "CLIENTS", "event: clients\ndata: "},
+                Subject{this, "CONTROLLER", "MESH", "event: controller\ndata: "}} {
   tell_state("");
   connect();
   ask_again();
@@ -87,12 +96,12 @@ void Feed::connect() {
     feed.client_.reset();
     feed.tell_state("lost the message bus");
   };
-  client_.reset(qelipc_client_open_in_loop(lost, this));
+  client_ = open_bus_client(lost, this);
   const auto take = [](void* self, const char*, const char* event, const void* data, unsigned size) {
     static_cast<Feed*>(self)->take_event(event, {static_cast<const char*>(data), size});
   };
   if (client_ == nullptr) {
-    tell_state(std::string("cannot reach the message bus: ") + std::strerror(errno));
+    tell_state(no_bus());
   } else if (const int result = qelipc_client_subscribe(client_.get(), daemon_.c_str(), take, this); result < 0) {
     client_.reset();
     tell_state("cannot watch the events of '" + daemon_ + "': " + std::strerror(-result));
@@ -146,16 +155,15 @@ void Feed::take_answer(Subject& subject, int status, int result, std::string_vie
   }
   if (&subject != subjects_.data()) {
     if (status == 0 && result != 0 && subject.message != nullptr) {
-      subject.take("null");  // this daemon has no Wi-Fi, unlike the one before it
+      subject.take("null");  // unlike the daemon before it, this one has no Wi-Fi or is no controller
     }
   } else if (status == 0 && result == 0) {
     answered_at_ = Clock::now();
     tell_state("");
-  } else if (status == -ENXIO) {
-    tell_state("no daemon named '" + daemon_ + "' is running");
+  } else if (status < 0) {
+    tell_state(no_answer(daemon_, status));
   } else {
-    const std::string reason = status < 0 ? std::strerror(-status) : tools::for_terminal_line(text);
-    tell_state("no answer from '" + daemon_ + "': " + reason);
+    tell_state("no answer from '" + daemon_ + "': " + tools::for_terminal_line(text));
   }
   changed();
 }
@@ -198,6 +206,7 @@ void Feed::tell_state(const std::string& reason) {
     json.member("name", tools::to_utf8(daemon_));
     json.member("answers", reason.empty());
     json.member("reason", tools::to_utf8(reason));
+    json.member("actions", allows_actions_);
   });
   state_ = make_message("event: state\ndata: ", line);
   ++state_number_;

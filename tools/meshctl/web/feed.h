@@ -10,27 +10,27 @@
 
 #include "qel/daemon/signal.h"
 #include "qel/daemon/timer.h"
-
-struct qelipc_client;
+#include "tools/meshctl/web/bus_client.h"
 
 namespace meshctl::web {
 
 /// A message of an event stream (HTML Living Standard, 9.2), shared by all who still send it.
 using Message = std::shared_ptr<const std::string>;
 
-/// What the page shows: the mesh as the daemon last described it, its radios and their clients if it has Wi-Fi, whether
-/// it answers, and its latest events. The daemon
-/// is asked again after each event, and every second, but only while somebody is interested. Neither daemon nor bus
-/// need be there: both may come and go. Needs the loop of the platform.
+/// What the page shows: the mesh as the daemon last described it, its radios and their clients if it has Wi-Fi, its
+/// agents if it is a controller, whether it answers, and its latest events. The daemon is asked again after each event,
+/// and every second, but only while somebody is interested. Neither daemon nor bus need be there: both may come and go.
+/// Needs the loop of the platform.
 class Feed {
  public:
-  explicit Feed(std::string daemon);
+  /// `allows_actions` is a part of the state, for the page.
+  Feed(std::string daemon, bool allows_actions);
   Feed(const Feed&) = delete;
   Feed& operator=(const Feed&) = delete;
   ~Feed();
 
   /// The commands whose answers are fed.
-  static constexpr std::size_t SUBJECTS = 3;
+  static constexpr std::size_t SUBJECTS = 4;
 
   /// Where a reader of the feed is. A new one first gets the state, the answers, and the events that are kept.
   struct Place {
@@ -56,9 +56,6 @@ class Feed {
 
  private:
   using Clock = std::chrono::steady_clock;
-  struct Closer {
-    void operator()(qelipc_client* client) const;
-  };
 
   /// What the daemon is asked for, and its last answer.
   struct Subject {
@@ -67,7 +64,7 @@ class Feed {
     const char* command = nullptr;
     std::string_view head{};  ///< of the messages
     bool is_asking = false;
-    std::string compared{};  ///< the answer without what changes all the time
+    std::string compared{};  ///< the answer without ages
     Message message{};
     std::uint64_t number = 0;
 
@@ -83,7 +80,8 @@ class Feed {
   void tell_state(const std::string& reason);
 
   std::string daemon_;
-  std::unique_ptr<qelipc_client, Closer> client_;
+  bool allows_actions_;
+  BusClient client_;
   Clock::time_point wanted_until_{};
   Clock::time_point answered_at_{};
   qel::time::Timer again_;

@@ -3,9 +3,10 @@
 #include <csignal>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
+#include <tuple>
 #include <vector>
 
 #include "qel/process/signal_watch.h"
@@ -46,8 +47,8 @@ qel::FileDescriptor open_socket(const std::string& address) {
 }
 
 /// Serves the page of the daemon, which need not run yet, until SIGINT or SIGTERM. Prints the page's address once it
-/// can be opened.
-void serve(const std::string& address, const std::string& daemon) {
+/// can be opened, with the token that allows to act.
+void serve(const std::string& address, const std::string& daemon, bool allows_actions) {
   const qel::FileDescriptor socket = open_socket(address);
   // Best effort: a user other than root has no capabilities to give up.
   static_cast<void>(tools::keep_capabilities({}));
@@ -57,9 +58,14 @@ void serve(const std::string& address, const std::string& daemon) {
   bool is_over = false;
   qel::daemon::SignalWatch signals(ending, [&is_over](int) { is_over = true; });
   signals.add_to_evsock();
-  Feed feed(daemon);
-  const Server server(socket, feed);
-  tools::write_output(url_of(socket) + '\n');
+  Feed feed(daemon, allows_actions);
+  std::optional<Actions> actions;
+  if (allows_actions) {
+    actions.emplace(daemon);
+  }
+  const Server server(socket, feed, actions ? &*actions : nullptr);
+  // Browsers keep what follows the hash sign to themselves and the page.
+  tools::write_output(url_of(socket) + (actions ? "#token=" + actions->token.text() : "") + '\n');
   tools::flush_output();
   while (!is_over) {
     evsock_select_with_msecs(-1);
@@ -75,9 +81,11 @@ void save(const std::string& name, const std::string& daemon) {
     throw std::runtime_error(topology.text);
   }
   page::Answers answers{{"topology", tools::to_utf8(topology.text)}};
-  for (const auto& [kind, command] : {std::pair("radios", "RADIOS"), std::pair("clients", "CLIENTS")}) {
-    // A daemon without Wi-Fi has no such command.
-    if (const Answer answer = client.command(daemon, {"WIFI", command, "JSON"}); answer.result == 0) {
+  for (const auto& [kind, module, command] :
+       {std::tuple("radios", "WIFI", "RADIOS"), std::tuple("clients", "WIFI", "CLIENTS"),
+        std::tuple("controller", "CONTROLLER", "MESH")}) {
+    // A daemon without Wi-Fi has no such command, nor has one that is no controller.
+    if (const Answer answer = client.command(daemon, {module, command, "JSON"}); answer.result == 0) {
       answers.emplace_back(kind, tools::to_utf8(answer.text));
     }
   }
@@ -89,11 +97,12 @@ void save(const std::string& name, const std::string& daemon) {
 }
 
 void run(const std::vector<std::string>& arguments) {
-  if (arguments.size() != 3 || (arguments[0] != "serve" && arguments[0] != "save")) {
+  const bool allows_actions = arguments.size() == 4 && arguments[0] == "serve" && arguments[3] == "--allow-actions";
+  if ((arguments.size() != 3 && !allows_actions) || (arguments[0] != "serve" && arguments[0] != "save")) {
     throw tools::UsageError("meshctl-web is a part of meshctl, which starts it");
   }
   const std::string daemon = arguments[2].empty() ? Client().the_only_one() : arguments[2];
-  arguments[0] == "serve" ? serve(arguments[1], daemon) : save(arguments[1], daemon);
+  arguments[0] == "serve" ? serve(arguments[1], daemon, allows_actions) : save(arguments[1], daemon);
 }
 
 int fail(const std::string& text, int status) {
@@ -105,8 +114,8 @@ int fail(const std::string& text, int status) {
 
 }  // namespace meshctl::web
 
-/// meshctl starts this program: "meshctl-web serve ADDRESS:PORT NAME" or "meshctl-web save FILE NAME". An empty name
-/// selects the only running daemon.
+/// meshctl starts this program: "meshctl-web serve ADDRESS:PORT NAME [--allow-actions]" or "meshctl-web save FILE
+/// NAME". An empty name selects the only running daemon.
 int main(int argc, char** argv) {
   try {
     meshctl::web::run({argv + std::min(argc, 1), argv + argc});

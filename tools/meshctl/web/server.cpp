@@ -12,8 +12,10 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "tools/meshctl/web/listen_address.h"
+#include "tools/meshctl/web/order_request.h"
 #include "tools/meshctl/web/page.h"
 
 namespace meshctl::web {
@@ -28,7 +30,7 @@ constexpr std::size_t MOST_STREAMS = 16;          // each may hold a topology th
 constexpr std::size_t CONNECTION_MEMORY = 32768;  // octets, for the request and the head of its answer
 constexpr std::size_t STREAM_BLOCK = 16384;       // octets
 constexpr unsigned SILENCE = 10;                  // seconds in which a peer must take or send something
-constexpr auto REQUEST_TIME = 10s;                // for a request and its answer, unless it is a stream
+constexpr auto REQUEST_TIME = 10s;                // for a request and its answer, without the time of an order
 constexpr auto BEAT = 5s;                         // what a stream sends at least, so that a lost peer is noticed
 
 /// A page of another site cannot use ours: nothing but our own script runs, and nothing is embedded or embeds us.
@@ -46,8 +48,9 @@ std::string header(MHD_Connection* connection, const char* name) {
   return value != nullptr ? value : "";
 }
 
-/// Sends the response and gives it up.
-MHD_Result send(MHD_Connection* connection, unsigned status, MHD_Response* response, const char* type) {
+/// Sends the response and gives it up. `allowed` are the methods if the request has another one.
+MHD_Result send(MHD_Connection* connection, unsigned status, MHD_Response* response, const char* type,
+                const char* allowed = nullptr) {
   if (response == nullptr) {
     return MHD_NO;  // ends the connection
   }
@@ -62,22 +65,50 @@ MHD_Result send(MHD_Connection* connection, unsigned status, MHD_Response* respo
   for (const auto& [name, value] : headers) {
     MHD_add_response_header(response, name, value);
   }
-  if (status == MHD_HTTP_METHOD_NOT_ALLOWED) {
-    MHD_add_response_header(response, "Allow", "GET, HEAD");
+  if (allowed != nullptr) {
+    MHD_add_response_header(response, "Allow", allowed);
   }
   const MHD_Result result = MHD_queue_response(connection, status, response);
   MHD_destroy_response(response);
   return result;
 }
 
-MHD_Result send_text(MHD_Connection* connection, unsigned status, std::string_view text, const char* type) {
+MHD_Result send_text(MHD_Connection* connection, unsigned status, std::string_view text, const char* type,
+                     const char* allowed = nullptr) {
   // The library only reads it.
   void* const octets = const_cast<char*>(text.data());
-  return send(connection, status, MHD_create_response_from_buffer(text.size(), octets, MHD_RESPMEM_MUST_COPY), type);
+  return send(connection, status, MHD_create_response_from_buffer(text.size(), octets, MHD_RESPMEM_MUST_COPY), type,
+              allowed);
 }
 
-MHD_Result refuse(MHD_Connection* connection, unsigned status, const std::string& reason) {
-  return send_text(connection, status, reason + '\n', "text/plain; charset=utf-8");
+MHD_Result refuse(MHD_Connection* connection, unsigned status, const std::string& reason,
+                  const char* allowed = nullptr) {
+  return send_text(connection, status, reason + '\n', "text/plain; charset=utf-8", allowed);
+}
+
+/// Whether a page of another site made the request. Such a page may lead to ours, but nothing else.
+bool is_from_elsewhere(MHD_Connection* connection, std::string_view path) {
+  const std::string site = header(connection, "Sec-Fetch-Site");
+  const std::string origin = header(connection, "Origin");
+  return (!site.empty() && site != "same-origin" && path != "/" && (site != "none" || is_order(path))) ||
+         (!origin.empty() && is_order(path) && origin != "http://" + header(connection, "Host"));
+}
+
+bool has_body(MHD_Connection* connection) {
+  const std::string length = header(connection, "Content-Length");
+  return (!length.empty() && length != "0") || !header(connection, "Transfer-Encoding").empty();
+}
+
+unsigned status_of(Orders::Outcome::Kind kind) {
+  switch (kind) {
+    case Orders::Outcome::Kind::ENDED:
+      return MHD_HTTP_OK;
+    case Orders::Outcome::Kind::REFUSED:
+      return MHD_HTTP_CONFLICT;
+    case Orders::Outcome::Kind::UNKNOWN:
+      break;
+  }
+  return MHD_HTTP_SERVICE_UNAVAILABLE;
 }
 
 }  // namespace
@@ -88,6 +119,8 @@ struct Server::Client {
   Clock::time_point since = Clock::now();
   bool is_stream = false;
   std::optional<Clock::time_point> asked_at = std::nullopt;  ///< for a topology
+  bool is_ordering = false;                                  ///< and the order has not ended
+  std::optional<Orders::Outcome> outcome = std::nullopt;     ///< of its order
 };
 
 /// An event stream, which takes from the feed at its own pace.
@@ -135,12 +168,17 @@ struct Server::Http {
       return refuse(connection, MHD_HTTP_MISDIRECTED_REQUEST,
                     "This server answers to IP addresses and localhost only.");
     }
-    if (method != "GET" && method != "HEAD") {
-      return refuse(connection, MHD_HTTP_METHOD_NOT_ALLOWED, "There is nothing to change here.");
+    if (is_order(path) && method != "POST") {
+      return refuse(connection, MHD_HTTP_METHOD_NOT_ALLOWED, "Orders are posted.", "POST");
     }
-    const std::string site = header(connection, "Sec-Fetch-Site");
-    if (path != "/" && !site.empty() && site != "same-origin" && site != "none") {
+    if (!is_order(path) && method != "GET" && method != "HEAD") {
+      return refuse(connection, MHD_HTTP_METHOD_NOT_ALLOWED, "There is nothing to change here.", "GET, HEAD");
+    }
+    if (is_from_elsewhere(connection, path)) {
       return refuse(connection, MHD_HTTP_FORBIDDEN, "Pages of other sites get nothing here.");
+    }
+    if (is_order(path)) {
+      return take_order(server, connection, path);
     }
     if (path == "/") {
       return send_text(connection, MHD_HTTP_OK, page::for_server(), "text/html; charset=utf-8");
@@ -158,6 +196,55 @@ struct Server::Http {
       return send_events(server, connection);
     }
     return refuse(connection, MHD_HTTP_NOT_FOUND, "There is no such page here.");
+  }
+
+  /// Called again when the order has ended.
+  static MHD_Result take_order(Server& server, MHD_Connection* connection, std::string_view path) {
+    Client& client = client_of(connection);
+    if (client.outcome) {
+      const auto& [kind, text] = *client.outcome;
+      return kind == Orders::Outcome::Kind::ENDED ? send_text(connection, status_of(kind), text, "application/json")
+                                                  : refuse(connection, status_of(kind), text);
+    }
+    if (server.actions_ == nullptr) {
+      return refuse(connection, MHD_HTTP_FORBIDDEN, "This server was started without --allow-actions.");
+    }
+    if (!server.actions_->token.matches(header(connection, "X-Mesh-Token"))) {
+      return refuse(connection, MHD_HTTP_FORBIDDEN, "The address that the server printed has the token.");
+    }
+    if (has_body(connection)) {
+      return refuse(connection, MHD_HTTP_BAD_REQUEST, "An order has no body.");
+    }
+    try {
+      return give_order(server, client, order_words(path, [connection](const char* name) {
+                          const char* value = MHD_lookup_connection_value(connection, MHD_GET_ARGUMENT_KIND, name);
+                          return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+                        }));
+    } catch (const std::invalid_argument& error) {
+      return refuse(connection, MHD_HTTP_BAD_REQUEST, error.what());
+    }
+  }
+
+  /// The connection is suspended meanwhile, so it lasts as long as its order.
+  static MHD_Result give_order(Server& server, Client& client, std::vector<std::string> words) {
+    if (server.actions_->orders.is_full()) {
+      return refuse(client.connection, MHD_HTTP_SERVICE_UNAVAILABLE, "Too many orders are being carried out.");
+    }
+    client.is_ordering = true;
+    MHD_suspend_connection(client.connection);
+    server.actions_->orders.start(std::move(words), [&server, &client](Orders::Outcome outcome) {
+      client.outcome = std::move(outcome);
+      client.since = Clock::now();
+      end_order(client);
+      server.run_timer_.start(0ms, [&server] { server.run(); });
+    });
+    return MHD_YES;
+  }
+
+  static void end_order(Client& client) {
+    if (std::exchange(client.is_ordering, false)) {
+      MHD_resume_connection(client.connection);
+    }
   }
 
   /// Called again when the daemon has answered.
@@ -250,7 +337,7 @@ class Watch final : public qel::daemon::ISimpleFDWatch {
 
 }  // namespace
 
-Server::Server(const qel::FileDescriptor& socket, Feed& feed) : feed_(feed) {
+Server::Server(const qel::FileDescriptor& socket, Feed& feed, Actions* actions) : feed_(feed), actions_(actions) {
   daemon_.reset(MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, Http::on_request, this,
                                  MHD_OPTION_LISTEN_SOCKET, fcntl(socket.get(), F_DUPFD_CLOEXEC, 0),  // its own
                                  MHD_OPTION_CONNECTION_LIMIT, MOST_CONNECTIONS,                      //
@@ -273,6 +360,7 @@ Server::Server(const qel::FileDescriptor& socket, Feed& feed) : feed_(feed) {
 Server::~Server() {
   watch_->remove_from_evsock();
   std::ranges::for_each(streams_, [](Stream* stream) { Http::resume(*stream); });
+  std::ranges::for_each(clients_, [](Client* client) { Http::end_order(*client); });
   Http::resume_waiting(*this);
 }
 
@@ -305,7 +393,7 @@ void Server::sweep() {
     feed_.want();
   }
   for (const Client* client : clients_) {
-    if (!client->is_stream && now - client->since > REQUEST_TIME) {
+    if (!client->is_stream && !client->is_ordering && now - client->since > REQUEST_TIME) {
       Http::cut(*client);
     }
   }
