@@ -3,6 +3,8 @@ import "./d3-force.js";
 
 const LENGTH = { device: 150, switch: 90, host: 46, client: 80 };
 const TICKS = { fresh: 260, changed: 120 };
+const CALM = 8; // hosts and clients that may come or move while all else stays in place
+const NEAR = 400; // what so far away has no say in where they go
 const MANY = 150; // nodes from which fewer steps have to do
 
 /** Around the first device, ring by ring, each subtree in a sector as wide as its number of leaves. */
@@ -40,8 +42,8 @@ function seed(graph, neighbors) {
 }
 
 /**
- * Gives each node x and y. Nodes that had a place in `old` (a map of ids) keep about that, and exactly that if the graph
- * has no other nodes and edges than before, so the map is calm while figures change. The same graph gets the same places.
+ * Gives each node x and y. Nodes that had a place in `old` keep about that, and exactly that if no device or link comes
+ * or goes, so the map is calm while figures change and clients move. The same graph gets the same places.
  */
 export function place(graph, old) {
   const neighbors = new Map(graph.nodes.map((node) => [node.id, []]));
@@ -49,11 +51,16 @@ export function place(graph, old) {
     neighbors.get(edge.from).push(edge.to);
     neighbors.get(edge.to).push(edge.from);
   }
-  const shape = [...graph.nodes, ...graph.edges].map((part) => part.id).join("\n");
-  const known = graph.nodes.filter((node) => old.places.has(node.id));
-  for (const node of known) Object.assign(node, old.places.get(node.id));
+  const idsOf = (parts) => parts.map((part) => part.id).sort().join("\n");
+  const isLeaf = (node) => node.behind !== undefined;
+  const shape = idsOf([...graph.nodes, ...graph.edges]);
+  const frame = idsOf([...graph.nodes.filter((node) => !isLeaf(node)), ...graph.edges.filter((edge) => !edge.isHost)]);
+  const stayed = graph.nodes.filter((node) => old.places.has(node.id) && old.places.get(node.id).behind === node.behind);
+  const isFresh = 2 * stayed.length < graph.nodes.length;
+  const isCalm = frame === old.frame && graph.nodes.length - stayed.length <= CALM;
+  if (!isFresh) for (const node of stayed) Object.assign(node, old.places.get(node.id));
   if (shape === old.shape) return old;
-  const isFresh = known.length === 0;
+  if (isCalm) for (const node of stayed) [node.fx, node.fy] = [node.x, node.y];
   const seeds = isFresh ? seed(graph, neighbors) : null;
   graph.nodes.forEach((node, index) => {
     if (node.x !== undefined) return;
@@ -65,16 +72,20 @@ export function place(graph, old) {
 
   const kinds = new Map(graph.nodes.map((node) => [node.id, node.kind]));
   const length = (edge) => LENGTH[kinds.get(edge.to.id)] || LENGTH.device;
-  const simulation = globalThis.d3.forceSimulation(graph.nodes)
+  const moving = graph.nodes.filter((node) => node.fx === undefined);
+  const nodes = isCalm ? graph.nodes.filter((node) => moving.some((one) => Math.hypot(node.x - one.x, node.y - one.y) < NEAR)) : graph.nodes;
+  const present = new Set(nodes.map((node) => node.id));
+  const edges = graph.edges.filter((edge) => present.has(edge.from) && present.has(edge.to));
+  const simulation = globalThis.d3.forceSimulation(nodes)
     .alpha(isFresh ? 1 : 0.35)
     .alphaDecay(1 - 0.001 ** (1 / (isFresh ? TICKS.fresh : TICKS.changed)))
-    .force("link", globalThis.d3.forceLink(graph.edges.map(({ from, to }) => ({ source: from, target: to, to: { id: to } })))
+    .force("link", globalThis.d3.forceLink(edges.map(({ from, to }) => ({ source: from, target: to, to: { id: to } })))
       .id((node) => node.id).distance(length).strength((edge) => (["host", "client"].includes(kinds.get(edge.to.id)) ? 0.9 : 0.6)))
     .force("charge", globalThis.d3.forceManyBody().strength((node) => ({ device: -620, switch: -320, host: -90, client: -140 })[node.kind]).distanceMax(900))
     .force("apart", globalThis.d3.forceCollide((node) => ({ device: 52, switch: 30, host: 20, client: 26 })[node.kind]))
     .force("x", globalThis.d3.forceX().strength(0.025))
     .force("y", globalThis.d3.forceY().strength(0.04))
     .stop();
-  simulation.tick(Math.round((isFresh ? TICKS.fresh : TICKS.changed) * (graph.nodes.length > MANY ? 0.6 : 1)));
-  return { shape, places: new Map(graph.nodes.map(({ id, x, y }) => [id, { x, y }])) };
+  simulation.tick(Math.round((isFresh ? TICKS.fresh : TICKS.changed) * (nodes.length > MANY ? 0.6 : 1)));
+  return { shape, frame, places: new Map(graph.nodes.map(({ id, x, y, behind }) => [id, { x, y, behind }])) };
 }

@@ -39,7 +39,7 @@ export class MapView {
     this.isTall = false;
     this.stretch = 1;
     this.elements = new Map();
-    this.drawn = new Set();
+    this.drawn = new Map(); // what each node was drawn behind
     this.family = getComputedStyle(svg).fontFamily;
     this.world = svg.appendChild(draw("g"));
     this.edgeLayer = this.world.appendChild(draw("g", { "aria-hidden": "true" }));
@@ -49,7 +49,9 @@ export class MapView {
   }
 
   show(graph) {
+    const last = this.drawing;
     this.layout = place(graph, this.layout);
+    this.drawing = [this.layout.shape, ...graph.nodes.map((node) => node.name)].join("\n");
     this.graph = graph;
     this.svg.classList.toggle("many", graph.nodes.length > CROWD);
     this.nodes = new Map(graph.nodes.map((node) => [node.id, node]));
@@ -72,9 +74,9 @@ export class MapView {
       }
     }
     if (!this.nodes.has(this.current)) this.current = this.nodes.has(graph.self) ? graph.self : graph.nodes[0]?.id;
-    if (this.isFitted) this.fit();
-    else this.render();
     this.mark();
+    if (this.isFitted && this.drawing !== last) this.fit();
+    else this.render();
   }
 
   element(key, seen, make) {
@@ -110,8 +112,9 @@ export class MapView {
       made.append(draw("title"));
       return made;
     });
-    const isNew = !isFirst && !this.drawn.has(node.id);
-    this.drawn.add(node.id);
+    const place = node.behind || "";
+    const isNew = !isFirst && this.drawn.get(node.id) !== place; // also if it moved
+    this.drawn.set(node.id, place);
     node.group.setAttribute("class", ["node", ...node.classes, isNew ? "new" : ""].filter(Boolean).join(" "));
     node.group.setAttribute("aria-label", node.description);
     node.group.querySelector("title").textContent = node.description;
@@ -195,22 +198,23 @@ export class MapView {
   select(id) {
     this.selected = id;
     if (id) this.current = id;
+    if (!this.graph) return;
     this.mark();
+    this.renderLabels();
   }
 
   mark() {
-    if (!this.graph) return;
     for (const element of this.nodeLayer.children) {
       element.classList.toggle("selected", element.dataset.id === this.selected);
       element.setAttribute("tabindex", element.dataset.id === this.current ? 0 : -1);
       element.setAttribute("aria-pressed", element.dataset.id === this.selected);
     }
-    this.renderLabels();
   }
 
   focus(id) {
     this.current = id;
     this.mark();
+    this.renderLabels();
     this.elements.get(`node ${id}`).focus({ preventScroll: true });
     const { x, y } = this.at(this.nodes.get(id));
     const { width, height } = this.svg.getBoundingClientRect();
@@ -353,6 +357,7 @@ export class MapView {
       if (id && id !== this.current) {
         this.current = id;
         this.mark();
+        this.renderLabels();
       }
     });
     this.svg.addEventListener("keydown", (event) => {
