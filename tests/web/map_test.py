@@ -125,8 +125,8 @@ def wifi(file):
     clients = [dict(at, mac="02:19:05:BB:00:02", name="<b>tv", signal=-52, send_rate=rate),
                dict(at, mac="02:19:05:BB:00:09", name=None, signal=-81, send_rate=None)]
     channel = {"primary_freq": 5500000, "primary_center": 5530000, "channel_width": "80 MHz", "secondary_center": None, "max_power": 23}
-    radio = {"name": "phy1", "bands": ["5 GHz"], "band": "5 GHz", "channel": 100, "channel_info": channel, "utilization": 7,
-             "noise": -101, "dfs_state": "CLEAR", "interfaces": [{"ssid": "home", "clients": 2}]}
+    radio = {"name": "phy1", "radio_id": MAC + "9", "bands": ["5 GHz"], "band": "5 GHz", "channel": 100, "channel_info": channel, "utilization": 7,
+             "noise": -101, "dfs_state": "CLEAR", "interfaces": [{"name": "wlan1", "ssid": "home", "bssid": MAC + "9", "clients": 2}]}
     with Browser() as browser:
         browser.open("file://" + os.path.abspath(file))
         hosts = browser.value("document.querySelectorAll('.node.host').length")
@@ -139,12 +139,62 @@ def wifi(file):
         browser.value("page.select('client 02:19:05:BB:00:02')")
         details = browser.value("document.getElementById('details').innerText")
         assert "−52 dBm" in details and "867 Mb/s, ac, 80 MHz, 2 streams" in details and "<b>tv" in details, details
-        browser.value("document.getElementById('table-tab').click()")
-        assert browser.value("[...document.querySelectorAll('#table-view table')].filter((one) => one.offsetHeight).length") == 4
-        browser.value("page.take('clients', {clients: []}), document.getElementById('map-tab').click()")
+        of_controller(browser)
+        browser.value("page.take('controller', null), page.take('clients', {clients: []})")
         assert browser.value("document.querySelectorAll('.node.client').length") == 0
         assert browser.value("document.querySelectorAll('.node.host').length") == hosts, "back on its cable"
         no_complaints(browser)
+
+
+def agent(number, name, clients, channel=100, state="joined"):
+    """One with a radio, whose identifier is that of its BSS."""
+    told = {"name": None, "backhaul_of": None, "downlink_rate": 400, "uplink_rate": None, "measured": 1, "downlink_traffic": None,
+            "uplink_traffic": None, "asked_to_move": None, "last_status": None, "refusals": 0, "hears": [], "signal": -60, "connected": 9}
+    radio = {"radio_id": number, "band": "5 GHz", "channel": channel, "primary_freq": 5000000 + 5000 * channel, "channel_width": "80 MHz",
+             "power": 20, "utilization": None, "utilization_age": None, "switched": None,
+             "bss": [{"bssid": number, "ssid": "home", "clients": [dict(told, **client) for client in clients]}]}
+    return {"al_mac": name, "name": name, "state": state, "heard": 1, "radios": [radio]}
+
+
+def take(browser, *agents):
+    answer = {"name": "two", "al_mac": MAC + "2", "other_controllers": [], "agents": agents}
+    browser.value(f"page.take('controller', {json.dumps(answer)})")
+
+
+def of_controller(browser):
+    """Adds what a controller knows to a page that has two clients, of which it knows one, and a radio."""
+    host = "02:19:05:BB:00:0"
+    tv, phone = {"mac": host + "2", "hears": [{"bssid": MAC + "8", "signal": -71}]}, {"mac": host + "A", "name": HOSTILE}
+    backhaul, weak = {"mac": host + "B", "backhaul_of": MAC + "3"}, {"mac": host + "9"}
+    far = [MAC + "8", MAC + "3"]
+    clients = "[...document.querySelectorAll('.node.client')].map((one) => one.ariaLabel).sort().join('; ')"
+    take(browser, agent(MAC + "9", MAC + "2", [tv, backhaul]), agent(*far, [phone], 36))
+    found = browser.value(clients)
+    assert found == f"client {host}9, home, at hall, −81 dBm; client <b>tv, home, at hall, −52 dBm; " \
+        f"client {HOSTILE}, home, at kitchen, −60 dBm", found
+    details = browser.value("document.getElementById('details').innerText")
+    assert "867 Mb/s, ac" in details and "kitchen, 5 GHz, channel 36: −71 dBm" in details, details
+    browser.value(f"page.select('{MAC}3')")
+    assert browser.value("document.querySelector('#radios-view .marked').textContent").startswith("kitchen"), "its lane stands out"
+    assert "from hall, −60 dBm, 400 Mb/s down" in browser.value("document.getElementById('details').innerText")
+    browser.value("document.getElementById('table-tab').click()")
+    cells = browser.value("[...document.querySelectorAll('#table-view tr')].map((row) => row.innerText.replace(/\\s+/g, ' ')).join('; ')")
+    for row in ("hall phy1 5 GHz 100", f"kitchen {MAC}8 5 GHz 36", f"{HOSTILE} {host}A kitchen AP", f"kitchen {host}B hall AP, backhaul"):
+        assert row in cells, cells
+    browser.value("document.getElementById('map-tab').click()")
+
+    # A client keeps its element, the focus and the selection as it moves; an agent that is lost has none.
+    browser.value(f"moving = document.querySelector('.node[data-id=\"client {host}9\"]'), moving.focus(), page.select(moving.dataset.id)")
+    for there, state in (("kitchen", "joined"), ("hall", "lost")):
+        take(browser, agent(*far, [weak], 36, state))
+        assert browser.value("moving === document.activeElement && moving.ariaPressed") == "true"
+        assert f"at {there}" in browser.value("moving.ariaLabel"), there
+        assert there in browser.value("document.querySelector('#details dd:nth-of-type(2)').textContent")
+    numbers = [f"02:19:05:CC:{index // 256:02X}:{index % 256:02X}" for index in range(600)]
+    take(browser, *(agent(number, number, [], 36 + 16 * (index % 2)) for index, number in enumerate(numbers)))
+    browser.value(f"page.select('{numbers[0]}')")
+    lanes = browser.value("[...document.querySelectorAll('.lane')].map((lane) => lane.querySelector('text').textContent).join('; ')")
+    assert "00:00 + 299: ch. 36" in lanes and "300 radios: ch. 52" in lanes and lanes.count(";") == 2, lanes
 
 
 def saved(folder):

@@ -1,4 +1,5 @@
 // What is drawn and listed, made of the JSON of meshctl(1).
+import { isAccessPoint, listPeers, listRadios } from "./wifi.js";
 
 const MEDIA = { ETHERNET: "Ethernet", WLAN: "Wi-Fi", PLC: "Powerline", MOCA: "MoCA" };
 const STATES = { answered: "answered", heard_of: "heard of", unreachable: "unreachable" };
@@ -14,13 +15,16 @@ export function speedText(rate) {
   return !rate ? "" : rate < 1000 ? `${rate} Mb/s` : `${+(rate / 1000).toFixed(1)} Gb/s`;
 }
 
-/** "−61 dBm". */
-export const dbmText = (dbm) => `${dbm < 0 ? "−" : ""}${Math.abs(dbm)} dBm`;
+/** "−61 dBm"; empty if it is not known. */
+export const dbmText = (dbm) => (dbm === null || dbm === undefined ? "" : `${dbm < 0 ? "−" : ""}${Math.abs(dbm)} dBm`);
 
-export function ageText(seconds) {
+/** Empty if it is not known. */
+export function durationText(seconds) {
   if (seconds === null || seconds === undefined) return "";
-  return seconds < 120 ? `${seconds} s ago` : `${Math.round(seconds / 60)} min ago`;
+  return seconds < 120 ? `${seconds} s` : seconds < 7200 ? `${Math.round(seconds / 60)} min` : `${Math.round(seconds / 3600)} h`;
 }
+
+export const ageText = (seconds) => (durationText(seconds) ? `${durationText(seconds)} ago` : "");
 
 const least = (values) => {
   const known = values.filter((value) => value !== undefined && value !== null);
@@ -34,34 +38,24 @@ export function rateText(rate) {
     .filter(Boolean).join(", ");
 }
 
-/** The radios that are on a channel, or could be: with the ranges that they occupy, in MHz. */
-export function listRadios(answer) {
-  return (answer?.radios || []).map((radio) => {
-    const { primary_freq: primary, primary_center: center, channel_width: width, secondary_center: second } = radio.channel_info || {};
-    const half = (center && Number.parseInt(width, 10) / 2) || 10;
-    const ranges = [center || primary, second].filter(Boolean).map((middle) => [middle / 1000 - half, middle / 1000 + half]).sort((a, b) => a[0] - b[0]);
-    const clients = radio.interfaces.reduce((sum, one) => sum + (one.clients || 0), 0);
-    const text = [radio.name, ...(radio.channel === null ? ["off"] : [`channel ${radio.channel}`, width || ""]),
-      radio.utilization === null ? "" : `${radio.utilization} % busy`, radio.dfs_state ? radio.dfs_state.toLowerCase().replaceAll("_", " ") : "",
-      `${clients} client${clients === 1 ? "" : "s"}`].filter(Boolean).join(", ");
-    return { ...radio, width: width || "", ranges, clients, text };
-  });
-}
-
-/** The stations of our access points, without the devices of the mesh among them. */
-const clientsOf = (answer, interfaces) => (answer?.clients || [])
-  .filter((client) => (client.role === "AP" || client.role === "AP_VLAN") && !interfaces.has(client.mac));
+/** An agent of the controller that the topology does not have (any more), as a device of it. */
+const deviceOf = (agent) => ({
+  al_mac: agent.al_mac, self: false, name: agent.name, state: agent.state === "lost" ? "unreachable" : "heard_of", age: agent.heard,
+  meshd_version: null, interfaces: [], blocked: [], bridges: [], hosts: [], reported_by: [], truncated: false,
+});
 
 /**
  * The graph of a topology: `nodes` with id, kind (device, switch, host or client), name, classes and a description; `edges` with
  * id, the ids of their ends, medium, speed, state (ok, poor, unknown or blocked), label and the links that tell of them.
  */
-export function buildGraph(topology, radios, clients) {
+export function buildGraph({ topology, radios: ownRadios, clients: ownClients, controller }) {
+  const agents = new Map((controller?.agents || []).map((agent) => [agent.al_mac, agent]));
   const devices = new Map(topology.nodes.map((node) => [node.al_mac, node]));
+  for (const [mac, agent] of agents) if (!devices.has(mac)) devices.set(mac, deviceOf(agent));
   const names = new Map();
   const interfaces = new Map();
-  for (const node of topology.nodes) {
-    names.set(node.al_mac, node.name || node.al_mac);
+  for (const node of devices.values()) {
+    names.set(node.al_mac, node.name || agents.get(node.al_mac)?.name || node.al_mac);
     for (const port of node.interfaces) {
       interfaces.set(port.mac, port);
       if (port.name) names.set(port.mac, port.name);
@@ -76,18 +70,26 @@ export function buildGraph(topology, radios, clients) {
   }
   const nodes = [];
   const edges = [];
-  const stations = new Map(clientsOf(clients, interfaces).map((client) => [client.mac, client]));
+  const radios = listRadios(ownRadios, controller, topology.al_mac, names);
+  const peers = listPeers(ownClients, controller, radios, topology.al_mac);
+  const served = new Map(peers.filter((peer) => isAccessPoint(peer.role)).map((peer) => [peer.mac, peer]));
+  // Devices of the mesh, which use an access point as their backhaul, are no clients.
+  const stations = new Map([...served].filter(([mac, peer]) => !peer.backhaul_of && !interfaces.has(mac)));
   for (const client of stations.values()) if (client.name) names.set(client.mac, client.name);
 
-  for (const node of topology.nodes) {
+  for (const node of devices.values()) {
     nodes.push({
       id: node.al_mac,
       kind: "device",
       name: names.get(node.al_mac),
       classes: ["device", node.state, node.self ? "self" : "", node.blocked.length ? "has-blocked" : ""],
       device: node,
+      agent: agents.get(node.al_mac) || null,
+      backhaul: peers.find((peer) => peer.backhaul_of === node.al_mac) || null,
+      radios: radios.filter((radio) => radio.device === node.al_mac),
       links: [],
-      hosts: node.hosts.reduce((count, one) => count + one.macs.filter((mac) => !stations.has(mac)).length, 0),
+      clients: [],
+      hosts: node.hosts.reduce((count, one) => count + one.macs.filter((mac) => !served.has(mac)).length, 0),
     });
   }
   const drawn = new Map(nodes.map((node) => [node.id, node]));
@@ -133,7 +135,7 @@ export function buildGraph(topology, radios, clients) {
 
   for (const node of topology.nodes) {
     for (const { interface: port, macs: all } of node.hosts) {
-      const macs = all.filter((mac) => !stations.has(mac));
+      const macs = all.filter((mac) => !served.has(mac));
       const add = (id, name) => {
         nodes.push({ id, kind: "host", name, classes: ["host"], links: [], behind: node.al_mac, macs });
         edges.push({ id: `${id} -`, from: node.al_mac, to: id, state: "ok", label: "", classes: ["edge", "host"], width: 1.2, told: [], ports: [], isHost: true });
@@ -142,34 +144,49 @@ export function buildGraph(topology, radios, clients) {
       else for (const mac of macs) add(`host ${node.al_mac} ${port} ${mac}`, names.get(mac) || mac);
     }
   }
+  // A backhaul of which the devices themselves have not told.
+  for (const { backhaul_of: mac, device, bssid, mac: station, sends, signal, isLost } of peers) {
+    if (!drawn.has(mac) || edges.some(({ from, to }) => (from === mac && to === device) || (from === device && to === mac))) continue;
+    const [speed, state] = [sends ? Math.round(sends.rate / 1000) : null, isLost ? "unknown" : "ok"];
+    edges.push({
+      id: `backhaul ${station}`, from: device, to: mac, medium: "Wi-Fi", speed, availability: null, state, told: [],
+      ports: [{ al_mac: device, interface: bssid }, { al_mac: mac, interface: station }],
+      label: ["Wi-Fi", speedText(speed), dbmText(signal)].filter(Boolean).join(" · "), classes: ["edge", "wifi", state], width: 2.2,
+    });
+    for (const end of [device, mac]) drawn.get(end)?.links.push(edges.at(-1));
+  }
   for (const client of stations.values()) {
     const id = `client ${client.mac}`;
-    const signal = client.average_signal ?? client.signal;
-    const state = signal !== null && signal < WEAK ? "poor" : "ok";
-    const edge = { id: `${id} -`, from: topology.al_mac, to: id, state, label: signal === null ? "" : dbmText(signal), classes: ["edge", "wifi", state], width: 1.4, told: [], ports: [], isHost: true };
-    nodes.push({ id, kind: "client", name: names.get(client.mac) || client.mac, classes: ["client"], links: [], behind: topology.al_mac, macs: [client.mac], client });
-    edges.push(edge);
+    const { signal, device } = client;
+    const state = client.isLost ? "unknown" : signal !== null && signal < WEAK ? "poor" : "ok";
+    const classes = ["edge", "wifi", "leaf", state];
+    edges.push({ id: `${id} ${device}`, from: device, to: id, state, label: dbmText(signal), classes, width: 1.4, told: [], ports: [], isHost: true });
+    nodes.push({ id, kind: "client", name: names.get(client.mac) || client.mac, classes: ["client"], links: [], behind: device, macs: [client.mac], client });
+    drawn.get(device)?.clients.push(nodes.at(-1));
   }
-  for (const node of nodes) node.description = describe(node);
-  return { name: topology.name, self: topology.al_mac, nodes, edges, names, interfaces, devices, radios: listRadios(radios), clients: clients?.clients || [] };
+  for (const node of nodes) node.description = describe(node, names);
+  return { name: topology.name, self: topology.al_mac, nodes, edges, names, interfaces, devices, radios, peers, controller };
 }
 
 /** What a screen reader says of a node. */
-function describe(node) {
+function describe(node, names) {
   if (node.kind === "client") {
-    const signal = node.client.average_signal ?? node.client.signal;
-    return [`client ${node.name}`, node.client.ssid, signal === null ? "" : dbmText(signal)].filter(Boolean).join(", ");
+    const { ssid, device, signal } = node.client;
+    return [`client ${node.name}`, ssid, `at ${names.get(device) || device}`, dbmText(signal)].filter(Boolean).join(", ");
   }
   if (node.kind === "host") return node.macs.length > MOST_HOSTS ? node.name : `host ${node.name}`;
   const links = node.links.length === 1 ? "1 link" : `${node.links.length} links`;
   if (node.kind === "switch") return `switch, ${links}`;
-  const device = node.device;
-  return [`device ${node.name}`, device.self ? "this node" : STATES[device.state], links,
-    node.hosts ? `${node.hosts} hosts` : "", device.blocked.length ? `${device.blocked.length} blocked` : ""]
-    .filter(Boolean).join(", ");
+  const { device } = node;
+  const some = (number, what) => (number ? `${number} ${what}` : "");
+  return [`device ${node.name}`, stateText(node), links, some(node.hosts, "hosts"), some(node.clients.length, "clients"),
+    some(device.blocked.length, "blocked")].filter(Boolean).join(", ");
 }
 
-export const stateText = (device) => (device.self ? "this node" : STATES[device.state] || device.state);
+/** Of a device; for the agent of a controller, also in which state that is, unless all is well. */
+export function stateText({ device, agent }) {
+  return (device.self ? "this node" : STATES[device.state] || device.state) + (agent && agent.state !== "joined" ? `, agent ${agent.state}` : "");
+}
 
 /** The text of an event of meshd(8), in words. Unknown ones are shown as they are. */
 export function eventText(event, data, names) {

@@ -1,5 +1,6 @@
 // The same as the map in tables. Rows keep their elements, so what has the focus keeps it.
-import { ageText, dbmText, rateText, speedText, stateText } from "./model.js";
+import { ageText, dbmText, durationText, rateText, speedText, stateText } from "./model.js";
+import { channelText } from "./wifi.js";
 
 const number = (value) => (value === null || value === undefined ? "" : String(value));
 
@@ -11,7 +12,7 @@ const DEVICES = {
     id: node.id,
     select: node.id,
     state: node.device.state,
-    cells: [node.name, node.id, stateText(node.device), ageText(node.device.age), node.device.meshd_version || "",
+    cells: [node.name, node.id, stateText(node), ageText(node.device.age), node.device.meshd_version || "",
       number(node.device.interfaces.length), number(node.links.length), number(node.hosts)],
   })),
 };
@@ -37,30 +38,37 @@ const LINKS = {
 
 const RADIOS = {
   caption: "Radios",
-  columns: ["Name", "Band", "Channel", "Width", "Busy", "Noise", "Power", "Networks", "Clients"],
-  numeric: new Set([2, 4, 5, 6, 8]),
+  columns: ["Device", "Radio", "Band", "Channel", "Width", "Busy", "Noise", "Power", "Networks", "Clients"],
+  numeric: new Set([3, 5, 6, 7, 9]),
   rows: (graph) => graph.radios.map((radio) => ({
-    id: radio.name,
-    select: graph.self,
+    id: `${radio.device} ${radio.id}`,
+    select: radio.device,
     state: "",
-    cells: [radio.name, radio.band || radio.bands.join(", "), number(radio.channel), radio.width, radio.utilization === null ? "" : `${radio.utilization} %`,
-      radio.noise === null ? "" : dbmText(radio.noise), radio.channel_info?.max_power ? dbmText(radio.channel_info.max_power) : "",
-      radio.interfaces.map((one) => one.ssid).filter(Boolean).join(", "), String(radio.clients)],
+    cells: [graph.names.get(radio.device), radio.name || radio.id, radio.bands.join(", "), number(radio.channel), radio.width,
+      radio.utilization === null ? "" : `${radio.utilization} %`, dbmText(radio.noise), dbmText(radio.power),
+      [...new Set(radio.bss.map((one) => one.ssid))].filter(Boolean).join(", "), String(radio.clients)],
   })),
 };
 
-const CLIENTS = {
-  caption: "Wi-Fi peers",
-  columns: ["Name", "Address", "Role of our interface", "Interface", "Network", "Signal", "We send", "We receive", "Security"],
-  numeric: new Set([5]),
-  rows: (graph) => graph.clients.map((client) => ({
-    id: `${client.interface} ${client.mac}`,
-    select: `client ${client.mac}`,
-    state: "",
-    cells: [client.name || graph.names.get(client.mac) || client.mac, client.mac, client.role, client.interface, client.ssid,
-      (client.average_signal ?? client.signal) === null ? "" : dbmText(client.average_signal ?? client.signal), rateText(client.send_rate),
-      rateText(client.receive_rate), client.security || ""],
-  })),
+const PEERS = {
+  caption: "Wi-Fi clients and peers",
+  columns: ["Name", "Address", "Device", "Its role", "Interface", "Network", "Signal", "Sends", "Receives", "Connected", "Security"],
+  numeric: new Set([6]),
+  rows: (graph) => {
+    const radios = new Map(graph.radios.map((radio) => [radio.id, radio]));
+    const drawn = new Set(graph.nodes.map((node) => node.id));
+    return graph.peers.map((peer) => {
+      const id = `client ${peer.mac}`;
+      return {
+        id: `${peer.interface} ${peer.mac}`,
+        select: drawn.has(id) ? id : peer.backhaul_of || peer.device,
+        state: peer.isLost ? "unknown" : "",
+        cells: [graph.names.get(peer.backhaul_of || peer.mac) || peer.name || peer.mac, peer.mac, graph.names.get(peer.device),
+          peer.backhaul_of ? "AP, backhaul" : peer.role, peer.interface || (radios.has(peer.radio) ? channelText(radios.get(peer.radio)) : ""),
+          peer.ssid, dbmText(peer.signal), rateText(peer.sends), rateText(peer.receives), durationText(peer.connected), peer.security || ""],
+      };
+    });
+  },
 };
 
 class Table {
@@ -118,7 +126,7 @@ class Table {
 
 export class TableView {
   constructor(section, onSelect) {
-    this.tables = [DEVICES, LINKS, RADIOS, CLIENTS].map((kind) => new Table(kind, onSelect));
+    this.tables = [DEVICES, LINKS, RADIOS, PEERS].map((kind) => new Table(kind, onSelect));
     section.append(...this.tables.map((table) => table.element));
   }
 
