@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "qel/channel/frequency.h"
-#include "qel/channel/operating_class_deduction.h"
 #include "tools/meshd/wifi/station.h"
 
 namespace meshd::simulation {
@@ -18,32 +17,20 @@ using qel::FrequencyBand;
 using qel::kHz;
 using qel::MACAddress;
 
-constexpr double SPACING = 16;         // between access points, in metres
-constexpr double EARSHOT = 70;         // beyond it, nothing is heard
-constexpr double WEAKEST_JOIN = -84;   // dBm at which a client still joins
-constexpr double WEAKEST_STAY = -87;   // dBm below which it goes elsewhere of its own accord
-constexpr double WEAKEST_HEARD = -88;  // dBm that a client reports
-constexpr double DEFERENCE = -82;      // dBm above which a radio waits for another one
+constexpr double SPACING = 16;        // between access points, in metres
+constexpr double EARSHOT = 70;        // beyond it, nothing is heard
+constexpr double WEAKEST_JOIN = -84;  // dBm at which a client still joins
+constexpr double WEAKEST_STAY = -87;  // dBm below which it goes elsewhere of its own accord
+constexpr double DEFERENCE = -82;     // dBm above which a radio waits for another one
 constexpr std::size_t MOST_REPORTED = 8;
 constexpr std::uint64_t RETURN_TIME = 600;  // seconds
 constexpr double STEPS = 5;                 // metres; within them, a client has not really moved
 
 constexpr std::array<FrequencyBand, World::RADIOS> BANDS{FrequencyBand::BAND_2_4_GHZ, FrequencyBand::BAND_5_GHZ,
                                                          FrequencyBand::BAND_6_GHZ};
-constexpr std::array<double, World::RADIOS> POWER{20, 23, 23};        // of access points, in dBm
-constexpr std::array<double, World::RADIOS> FIRST_METRE{40, 47, 48};  // loss, in dB
-constexpr double CLIENT_POWER = 17;
 
 /// Purposes of random numbers.
 enum Purpose : std::uint64_t { LAYOUT, CHANNEL, NATURE, GOAL, DEMAND, SHADOW, NOISE, RADAR };
-
-double loss(double metres, std::size_t radio) { return FIRST_METRE[radio] + 35 * std::log10(std::max(metres, 1.0)); }
-
-/// Mb/s at a signal in dBm.
-std::uint32_t rate_at(double signal, std::size_t radio) {
-  constexpr std::array<double, World::RADIOS> FASTEST{144, 866, 1200};
-  return static_cast<std::uint32_t>(std::clamp((signal + 92) / 42, 0.01, 1.0) * FASTEST[radio]) + 1;
-}
 
 MACAddress address(std::uint8_t kind, std::size_t number, std::size_t radio) {
   return MACAddress({0x02, 0x19, kind, static_cast<std::uint8_t>(number >> 8U), static_cast<std::uint8_t>(number),
@@ -52,13 +39,6 @@ MACAddress address(std::uint8_t kind, std::size_t number, std::size_t radio) {
 
 std::size_t number_in(const MACAddress& mac) {
   return static_cast<std::size_t>(mac.octets()[3]) << 8U | mac.octets()[4];
-}
-
-/// An association request of a client of the SSID "home".
-std::vector<std::uint8_t> association_request(bool can_move, bool can_report) {
-  const std::uint8_t measures = can_report ? 0x72 : 0;  // RM enabled capabilities
-  const std::uint8_t moves = can_move ? 0x08 : 0;       // extended capabilities
-  return {0x31, 4, 5, 0, 0, 4, 'h', 'o', 'm', 'e', 70, 5, measures, 0, 0, 0, 0, 127, 4, 0, 0, moves, 0x40};
 }
 
 }  // namespace
@@ -139,7 +119,7 @@ void World::place_access_points() {
     for (std::size_t other = 0; other < positions_.size(); ++other) {
       const double metres = distance(positions_[one], positions_[other]);
       for (std::size_t radio = 0; radio < RADIOS && one != other; ++radio) {
-        const double heard = POWER[radio] - loss(metres, radio);
+        const double heard = wifi::simulated_signal(BANDS[radio], metres);
         if (heard > DEFERENCE) {
           neighbors_[one][radio].push_back({{other, radio}, std::min(1.0, (heard - DEFERENCE) / 15)});
         }
@@ -167,7 +147,7 @@ void World::place_clients() {
     each.demand = chance() < 0.1 ? 10 + 40 * chance() : 0.5 * chance();
     wifi::AirClient state = wifi::simulated_client(client(number));
     state.can_move = chance() < 0.95;
-    state.association_request = association_request(*state.can_move, each.can_report);
+    state.association_request = wifi::simulated_association_request("home", *state.can_move, each.can_report);
     // Some joined when they were elsewhere, and have stayed with their access point.
     const Position now = each.position;
     if (chance() < 0.2) {
@@ -192,11 +172,12 @@ double World::signal(std::size_t number, const Place& place) const {
   const std::uint64_t pair = number * 65536 + place.access_point;
   const double shadow = 10 * random(SHADOW, pair) - 5;
   const double noise = 2 * random(NOISE, pair, now_) - 1;
-  return metres > EARSHOT ? -110
-                          : std::clamp(POWER[place.radio] - loss(metres, place.radio) + shadow + noise, -110.0, -20.0);
+  return metres > EARSHOT
+             ? -110
+             : std::clamp(wifi::simulated_signal(BANDS[place.radio], metres) + shadow + noise, -110.0, -20.0);
 }
 
-double World::uplink_signal(double signal, std::size_t radio) { return signal + CLIENT_POWER - POWER[radio]; }
+double World::uplink_signal(double signal, std::size_t radio) { return wifi::simulated_uplink(BANDS[radio], signal); }
 
 std::optional<World::Place> World::find_best(std::size_t number, double least) const {
   std::optional<Place> best;
@@ -289,8 +270,8 @@ void World::update_clients() {
         if (heard < WEAKEST_STAY) {
           leaving.push_back(number);
         }
-        const std::uint32_t down = rate_at(heard, radio);
-        const std::uint32_t up = rate_at(received, radio);
+        const std::uint32_t down = wifi::simulated_rate(BANDS[radio], heard);
+        const std::uint32_t up = wifi::simulated_rate(BANDS[radio], received);
         station.signal = station.average_signal = static_cast<std::int8_t>(std::lround(received));
         station.send_rate = {.kilobits = down * std::uint64_t{1000}};
         station.receive_rate = {.kilobits = up * std::uint64_t{1000}};
@@ -394,31 +375,19 @@ std::vector<std::vector<std::uint8_t>> World::on_questioned(const MACAddress& ma
     return {};
   }
   const std::uint8_t channel_asked = request[1];  // 0 and 255: not one alone
-  const auto& classes = qel::OperatingClassDeduction::get_lookup(qel::OperatingClassDeduction::Region::GLOBAL);
   std::vector<std::pair<double, std::vector<std::uint8_t>>> heard;
   for (std::size_t access_point = 0; access_point < airs_.size(); ++access_point) {
     for (std::size_t radio = 0; radio < clients_[number].bands; ++radio) {
       const Place place{access_point, radio};
       const double level = signal(number, place);
       const qel::ChannelInfo& info = radio_at(place).channel;
-      if (level < WEAKEST_HEARD || !info.get_primary_frequency().is_set()) {
+      if (level < wifi::WEAKEST_HEARD || !info.get_primary_frequency().is_set()) {
         continue;
       }
       const kHz frequency = info.get_primary_frequency().get();
-      const std::uint8_t channel = qel::frequency_to_channel(frequency);
-      const std::uint8_t opclass = classes.get_opclass(ChannelWidth::WIDTH_20_MHZ, frequency, {});
-      if (channel_asked != 0 && channel_asked != 255 && channel_asked != channel) {
-        continue;
+      if (channel_asked == 0 || channel_asked == 255 || channel_asked == qel::frequency_to_channel(frequency)) {
+        heard.emplace_back(-level, wifi::simulated_beacon(bssid(access_point, radio), frequency, level));
       }
-      // A measurement report of type beacon (IEEE 802.11-2020, 9.4.2.21.7).
-      std::vector<std::uint8_t> element{39, 29, 1, 0, 5, opclass, channel};
-      element.resize(element.size() + 11);  // start, duration, frame information
-      element.push_back(wifi::rcpi_of(static_cast<int>(std::lround(level))));
-      element.push_back(60);
-      const MACAddress bss = bssid(access_point, radio);
-      element.insert(element.end(), bss.octets().begin(), bss.octets().end());
-      element.resize(31);
-      heard.emplace_back(-level, std::move(element));
     }
   }
   std::ranges::sort(heard);

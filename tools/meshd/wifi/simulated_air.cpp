@@ -1,6 +1,9 @@
 #include "tools/meshd/wifi/simulated_air.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
+#include <iterator>
 #include <sstream>
 
 #include "qel/channel/frequency.h"
@@ -80,6 +83,15 @@ Band band_of(FrequencyBand band, ChannelWidth widest) {
   return result;
 }
 
+constexpr double CLIENT_POWER = 17;                       // dBm
+constexpr std::array<double, 3> POWER{20, 23, 23};        // of access points, in dBm
+constexpr std::array<double, 3> FIRST_METRE{40, 47, 48};  // loss, in dB
+
+/// In the arrays above: 2.4, 5 and 6 GHz.
+std::size_t band_index(FrequencyBand band) {
+  return band == FrequencyBand::BAND_2_4_GHZ ? 0 : band == FrequencyBand::BAND_5_GHZ ? 1 : 2;
+}
+
 std::string text_of(const qel::ChannelInfo& channel) {
   std::ostringstream text;
   text << channel.get_primary_frequency().get() << " at " << channel.get_primary_segment().get().second << " around "
@@ -132,6 +144,43 @@ AirClient simulated_client(const MACAddress& mac, std::int8_t signal) {
   return client;
 }
 
+std::vector<std::uint8_t> simulated_association_request(const std::string& ssid, bool can_move, bool can_report) {
+  const std::uint8_t measures = can_report ? 0x72 : 0;  // RM enabled capabilities
+  const std::uint8_t moves = can_move ? 0x08 : 0;       // extended capabilities
+  std::vector<std::uint8_t> body{0x31, 4, 5, 0, 0, static_cast<std::uint8_t>(ssid.size())};
+  std::ranges::copy(ssid, std::back_inserter(body));
+  body.insert(body.end(), {70, 5, measures, 0, 0, 0, 0, 127, 4, 0, 0, moves, 0x40});
+  return body;
+}
+
+double simulated_signal(FrequencyBand band, double metres) {
+  return POWER[band_index(band)] - (FIRST_METRE[band_index(band)] + 35 * std::log10(std::max(metres, 1.0)));
+}
+
+double simulated_uplink(FrequencyBand band, double signal) { return signal + CLIENT_POWER - POWER[band_index(band)]; }
+
+std::uint32_t simulated_rate(FrequencyBand band, double signal) {
+  constexpr std::array<double, 3> FASTEST{144, 866, 1200};
+  return static_cast<std::uint32_t>(std::clamp((signal + 92) / 42, 0.01, 1.0) * FASTEST[band_index(band)]) + 1;
+}
+
+std::vector<std::uint8_t> simulated_beacon(const MACAddress& bssid, const kHz& primary, double signal) {
+  const auto& classes = qel::OperatingClassDeduction::get_lookup(qel::OperatingClassDeduction::Region::GLOBAL);
+  std::vector<std::uint8_t> element{39,
+                                    29,
+                                    1,
+                                    0,
+                                    5,
+                                    classes.get_opclass(ChannelWidth::WIDTH_20_MHZ, primary, {}),
+                                    qel::frequency_to_channel(primary)};
+  element.resize(element.size() + 11);  // start, duration, frame information
+  element.push_back(rcpi_of(static_cast<int>(std::lround(signal))));
+  element.push_back(60);
+  element.insert(element.end(), bssid.octets().begin(), bssid.octets().end());
+  element.resize(31);
+  return element;
+}
+
 template <class Text>
 void SimulatedAir::record(const Text& text) {
   if (is_recording) {
@@ -146,7 +195,14 @@ void SimulatedAir::act(bool is_there, const Text& text, OnDone on_done, const Ac
   if (why.empty()) {
     why = act();
   }
-  outcomes_.push_back([on_done = std::move(on_done), why = std::move(why)] { on_done(why); });
+  add_outcome([on_done = std::move(on_done), why = std::move(why)] { on_done(why); });
+}
+
+void SimulatedAir::add_outcome(std::function<void()> outcome) {
+  outcomes_.push_back(std::move(outcome));
+  if (on_outcome) {
+    on_outcome();
+  }
 }
 
 bool SimulatedAir::deliver() {
@@ -256,7 +312,9 @@ void SimulatedAir::switch_channel(const MACAddress& identifier, const qel::Chann
         }
       }
     }
+    const qel::LastChanged<float> power = radio->channel.get_max_power();
     radio->channel = channel;
+    radio->channel.set_max_power(power);  // unless the order has one
     changed();
     return {};
   });
@@ -287,7 +345,7 @@ void SimulatedAir::ask_to_move(const MoveRequest& request, OnAnswer on_answer) {
       answer = MoveAnswer{1, {}};
     }
   }
-  outcomes_.push_back([this, request, answer, on_answer = std::move(on_answer)] {
+  add_outcome([this, request, answer, on_answer = std::move(on_answer)] {
     on_answer(answer);
     if (answer && answer->status == 0 && answer->target) {
       move(request, *answer->target);
@@ -340,7 +398,7 @@ void SimulatedAir::ask_for_beacons(const MACAddress& bssid, const MACAddress& ma
   if (answers) {
     reports = on_asked_for_beacons(mac, request);
   }
-  outcomes_.push_back([reports = std::move(reports), is_there, answers, on_reports = std::move(on_reports)] {
+  add_outcome([reports = std::move(reports), is_there, answers, on_reports = std::move(on_reports)] {
     on_reports(reports, answers ? "" : is_there ? "the client did not answer" : GONE);
   });
 }

@@ -25,6 +25,21 @@ qel::ChannelInfo simulated_channel(const qel::kHz& primary, qel::ChannelWidth wi
 /// A client that is connected, and was heard at this strength.
 AirClient simulated_client(const qel::MACAddress& mac, std::int8_t signal = -50);
 
+/// The body of an association request of a client that understands BSS transition requests, or beacon requests.
+std::vector<std::uint8_t> simulated_association_request(const std::string& ssid, bool can_move, bool can_report);
+
+/// The strength, in dBm, at which a client hears an access point indoors.
+double simulated_signal(qel::FrequencyBand band, double metres);
+inline constexpr double WEAKEST_HEARD = -88;  ///< dBm that a client reports
+/// The strength at which the access point hears a client that hears it at this one; both in dBm.
+double simulated_uplink(qel::FrequencyBand band, double signal);
+
+/// Mb/s at a signal in dBm.
+std::uint32_t simulated_rate(qel::FrequencyBand band, double signal);
+
+/// A measurement report element of type beacon (IEEE 802.11-2020, 9.4.2.21.7) about a BSS with this primary channel.
+std::vector<std::uint8_t> simulated_beacon(const qel::MACAddress& bssid, const qel::kHz& primary, double signal);
+
 /// Radios without a device. What an act changes changes at once; what came of it is told by deliver(). Nothing depends
 /// on the time.
 class SimulatedAir final : public Air {
@@ -46,6 +61,9 @@ class SimulatedAir final : public Air {
   std::function<std::vector<std::vector<std::uint8_t>>(const qel::MACAddress& client,
                                                        std::span<const std::uint8_t> request)>
       on_asked_for_beacons{};
+
+  /// There is something to deliver().
+  std::function<void()> on_outcome{};
 
   /// Tells what came of the acts until now, in their order. Returns whether there were any.
   bool deliver();
@@ -83,6 +101,7 @@ class SimulatedAir final : public Air {
   /// Does the act if what it is about is there and `trouble` allows it, and passes on what came of it later.
   template <class Text, class Act>
   void act(bool is_there, const Text& text, OnDone on_done, const Act& act);
+  void add_outcome(std::function<void()> outcome);
   void move(const MoveRequest& request, const qel::MACAddress& target);
 
   std::vector<std::string> acts_;
