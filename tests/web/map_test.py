@@ -14,7 +14,8 @@ from browser import Browser  # noqa: E402
 
 HOSTILE = '<s>x&"lan'  # the name of an interface of node two
 MAC = "02:19:05:AA:00:0"
-NODES, LINKS = 5, 5
+NODES, LINKS, RADIOS = 5, 5, 8
+CLIENTS = {"phone": "study", "tablet": "study", "watch": "hall", "camera": "garage", "notebook": "kitchen"}  # and where they are
 LIMIT = 2  # seconds within which a lost link shows
 
 
@@ -31,7 +32,7 @@ def no_complaints(browser):
     assert not browser.complaints, browser.complaints
 
 
-OK_LINKS = "document.querySelectorAll('#map .edge.ok:not(.host)').length"
+OK_LINKS = "document.querySelectorAll('#map .edge.ok:not(.host):not(.leaf)').length"
 
 
 def live(folder):
@@ -61,7 +62,7 @@ def live(folder):
 
         browser.value("document.getElementById('table-tab').click()")
         rows = browser.value("[...document.querySelectorAll('#table-view tbody tr')].map((row) => row.textContent)")
-        assert len(rows) == NODES + LINKS, rows
+        assert len(rows) == NODES + LINKS + RADIOS + len(CLIENTS), rows
         browser.screenshot(f"{folder}/table.png")
         browser.value("document.getElementById('map-tab').click()")
 
@@ -129,6 +130,7 @@ def wifi(file):
              "noise": -101, "dfs_state": "CLEAR", "interfaces": [{"name": "wlan1", "ssid": "home", "bssid": MAC + "9", "clients": 2}]}
     with Browser() as browser:
         browser.open("file://" + os.path.abspath(file))
+        browser.value("page.take('controller', null)")
         hosts = browser.value("document.querySelectorAll('.node.host').length")
         browser.value(f"page.take('radios', {{radios: [{json.dumps(radio)}]}}), page.take('clients', {{clients: {json.dumps(clients)}}})")
         assert browser.value("document.querySelectorAll('.node.client').length") == 2
@@ -207,6 +209,7 @@ def saved(folder):
     big = json.dumps(large(topology)).replace("<", "\\u003c")
     many = f"{folder}/large.html"
     with open(many, "w", encoding="utf-8") as page:
+        text = re.sub(block.replace("topology", "controller"), "", text, flags=re.S)
         page.write(re.sub(block, lambda found: found[1] + big + found[3], text, flags=re.S))
     wifi(file)
     for path, count, dark in ((file, NODES, False), (many, 200, True)):

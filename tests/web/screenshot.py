@@ -9,7 +9,7 @@ sys.path.insert(0, os.path.dirname(__file__))
 from browser import Browser  # noqa: E402
 
 ALL = "document.querySelectorAll('.node.answered').length === 5 && " \
-      "document.querySelectorAll('#map .edge.ok:not(.host)').length === 5 && " \
+      "document.querySelectorAll('#map .edge.ok:not(.host):not(.leaf)').length === 5 && " \
       "document.querySelectorAll('.node.host').length === 3"
 
 with Browser(1100, 640) as browser:
