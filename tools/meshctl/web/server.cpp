@@ -86,12 +86,16 @@ MHD_Result refuse(MHD_Connection* connection, unsigned status, const std::string
   return send_text(connection, status, reason + '\n', "text/plain; charset=utf-8", allowed);
 }
 
-/// Whether a page of another site made the request. Such a page may lead to ours, but nothing else.
+/// Whether a page of another site made the request. It may lead to our page, which the browser then shows, but do
+/// nothing else. Only a browser sends these headers.
 bool is_from_elsewhere(MHD_Connection* connection, std::string_view path) {
   const std::string site = header(connection, "Sec-Fetch-Site");
-  const std::string origin = header(connection, "Origin");
-  return (!site.empty() && site != "same-origin" && path != "/" && (site != "none" || is_order(path))) ||
-         (!origin.empty() && is_order(path) && origin != "http://" + header(connection, "Host"));
+  const bool is_own = site.empty() || site == "same-origin";
+  if (is_order(path)) {
+    const std::string origin = header(connection, "Origin");
+    return !is_own || (!origin.empty() && origin != "http://" + header(connection, "Host"));
+  }
+  return !is_own && site != "none" && path != "/";
 }
 
 bool has_body(MHD_Connection* connection) {
