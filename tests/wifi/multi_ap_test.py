@@ -9,6 +9,7 @@ scripts/test-wifi.
 Clients of home are phone (4), laptop (5) and tv (6). What agents and controller send is captured at both links.
 """
 
+import http.client
 import json
 import os
 import re
@@ -17,12 +18,14 @@ import subprocess
 import sys
 import threading
 import time
+import urllib.parse
 
 TOOLS = sys.argv[1]
 FILES = os.environ["LAB_FILES"]
 PATIENCE = 90  # seconds for a change; emulation is slow
 AL_MAC = {"gateway": "02:19:05:AA:00:01", "left": "02:19:05:AA:00:02", "right": "02:19:05:AA:00:03"}
 GATEWAY = "10.19.5.1"
+AGES = re.compile('("(?:heard|measured|utilization_age|switched|connected|asked_to_move)":)[0-9]+')
 steps = 0
 
 
@@ -134,6 +137,35 @@ class Pings:
             fail(f"more than {most_lost} pings lost: {sorted(set(range(1, numbers[-1])) - set(numbers))}")
 
 
+class Map:
+    """The map of the gateway, as its page gets it."""
+
+    def __init__(self):
+        self.server = subprocess.Popen([f"{TOOLS}/meshctl", "web", "--allow-actions", "--listen", "127.0.0.1:0", "gateway"],
+                                       stdout=subprocess.PIPE, text=True)
+        self.url = urllib.parse.urlparse(self.server.stdout.readline().strip())
+        self.stream = self.request("GET", "/events").getresponse()
+
+    def request(self, method, path):
+        connection = http.client.HTTPConnection(self.url.netloc, timeout=PATIENCE)
+        connection.request(method, path, headers={"X-Mesh-Token": self.url.fragment.partition("=")[2]})
+        return connection
+
+    def until(self, condition):
+        """Until the controller's view that the map shows fulfils it."""
+        end, kind, before = time.monotonic() + PATIENCE, None, None
+        while time.monotonic() < end:
+            name, _, value = self.stream.readline().decode().rstrip("\n").partition(": ")
+            kind = value if name == "event" else kind
+            if name == "data" and kind == "controller":
+                if condition(json.loads(value)):
+                    return
+                before, last = AGES.sub(r"\1", value), before
+                if before == last:
+                    fail("the map got nothing new")
+        fail("the map does not show it")
+
+
 def wait(what, condition):
     """Until the controller's view of the mesh fulfils it. Of what is not there yet, it may raise an exception."""
     end = time.monotonic() + PATIENCE
@@ -233,6 +265,21 @@ def main():
     say("block", LAPTOP, "gateway", "--from", RIGHT_HOME, "--for", "15")
     wait("the laptop is refused", lambda _: LAPTOP.lower() in refused("right", "wlan2"))
     wait("it is no longer refused", lambda _: LAPTOP.lower() not in refused("right", "wlan2"))
+
+    wait("the phone may go back", lambda _: PHONE.lower() not in refused("left", "wlan0"))
+    map_page = Map()
+    map_page.until(is_whole)
+    step("the map shows radios and clients of both agents")
+    start_of_order = time.monotonic()
+    order = map_page.request("POST", f"/steer?client={PHONE}&bssid={LEFT_HOME}")
+    map_page.until(lambda view: place(view, PHONE) == LEFT_HOME)
+    shown = time.monotonic() - start_of_order
+    result = json.load(order.getresponse())
+    step(f"the map has the phone back after {shown:.1f} s; {result['took'] / 1000:.1f} s for the order: {result['text']}")
+    if not result["success"]:
+        fail("the order failed")
+    meshctl("topology", "gateway", "--html", f"{FILES}/map.html")
+    map_page.server.terminate()
 
     with Pings("laptop") as pings:
         pings.wait(20)
