@@ -148,6 +148,12 @@ void Feed::want() {
   }
 }
 
+void Feed::refresh() {
+  if (Clock::now() < wanted_until_) {
+    soon_.start(AFTER_EVENT, [this] { ask(); });
+  }
+}
+
 void Feed::take_answer(Subject& subject, int status, int result, std::string_view text) {
   subject.is_asking = false;
   if (status == 0 && result == 0) {
@@ -191,9 +197,7 @@ void Feed::take_event(std::string_view event, std::string_view data) {
   if (events_.size() > KEPT_EVENTS) {
     events_.pop_front();
   }
-  if (Clock::now() < wanted_until_) {
-    soon_.start(AFTER_EVENT, [this] { ask(); });
-  }
+  refresh();
   changed();
 }
 

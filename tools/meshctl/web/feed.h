@@ -44,6 +44,8 @@ class Feed {
 
   /// Shows interest: the daemon is asked now, and during the next seconds.
   void want();
+  /// Says that something has changed: if anybody is interested, the daemon is asked in a moment.
+  void refresh();
   /// The topology as one line of JSON if it is recent, else empty.
   std::string_view recent_topology() const;
   /// Whether the daemon's last answer was an error, and no other is on its way.

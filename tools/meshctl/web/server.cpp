@@ -240,6 +240,7 @@ struct Server::Http {
       client.outcome = std::move(outcome);
       client.since = Clock::now();
       end_order(client);
+      server.feed_.refresh();
       server.run_timer_.start(0ms, [&server] { server.run(); });
     });
     return MHD_YES;
