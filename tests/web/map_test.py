@@ -142,6 +142,7 @@ def wifi(file):
         details = browser.value("document.getElementById('details').innerText")
         assert "−52 dBm" in details and "867 Mb/s, ac, 80 MHz, 2 streams" in details and "<b>tv" in details, details
         of_controller(browser)
+        orders(browser)
         browser.value("page.take('controller', null), page.take('clients', {clients: []})")
         assert browser.value("document.querySelectorAll('.node.client').length") == 0
         assert browser.value("document.querySelectorAll('.node.host').length") == hosts, "back on its cable"
@@ -197,6 +198,53 @@ def of_controller(browser):
     browser.value(f"page.select('{numbers[0]}')")
     lanes = browser.value("[...document.querySelectorAll('.lane')].map((lane) => lane.querySelector('text').textContent).join('; ')")
     assert "00:00 + 299: ch. 36" in lanes and "300 radios: ch. 52" in lanes and lanes.count(";") == 2, lanes
+
+
+def orders(browser):
+    """Gives orders, which nobody carries out, in a page without a server."""
+    client, far = {"mac": "02:19:05:BB:00:0C", "hears": [{"bssid": MAC + "7", "signal": -71}]}, [MAC + "7", MAC + "4", []]
+    forms, here, there = "document.querySelectorAll('#details form').length", [MAC + "8", MAC + "3"], [MAC + "6", MAC + "5", []]
+    field = "document.querySelector('#details form {}')".format
+
+    def result(text):
+        browser.eventually(f"{field('[role=status]')}.textContent === {json.dumps(text)} && {field('button')} === document.activeElement")
+
+    take(browser, agent(*here, [client]), agent(*there), agent(*far, 36))
+    browser.value("document.getElementById('table-tab').click()")
+    row = f"[...document.querySelectorAll('#table-view button')].find((one) => one.textContent === '{client['mac']}')"
+    browser.value(f"{row}.focus(), document.activeElement.click()")
+    assert browser.value("document.activeElement.tagName") == "H2", "the focus goes to the heading of the details"
+    for actions, fragment, count in ((True, "", 0), (False, "token=" + "0a" * 16, 0), (True, "token=<b>", 0), (True, "token=" + "0a" * 16, 1)):
+        browser.value(f"page.takeState({{answers: true, reason: '', actions: {json.dumps(actions)}}}), location.hash = '{fragment}'")
+        browser.eventually(f"{forms} === {count}")
+    choices = browser.value("[...document.querySelectorAll('#details option')].map((one) => one.textContent).join('; ')")
+    assert choices == "garage, 5 GHz, channel 36, −71 dBm; attic, 5 GHz, channel 100", choices
+
+    # What is entered stays while answers arrive, and a client that is nowhere for a moment keeps its form.
+    browser.value("fetch = (...asked) => new Promise((answer) => Object.assign(window, {asked, answer}))")
+    browser.value(f"{field('select')}.value = '{there[0]}', {field('input')}.click(), {field('button')}.focus()")
+    take(browser, agent(*there), agent(*far, 40), agent(*here, [dict(client, signal=-40)]))
+    browser.value("document.activeElement.click()")
+    take(browser, agent(*here, []), agent(*there), agent(*far, 36))
+    assert browser.value(f"{field('')}.ariaBusy === 'true' && {field('button')}.disabled")
+    url, options = browser.value("asked")
+    assert url == "steer?client=02%3A19%3A05%3ABB%3A00%3A0C&bssid=02%3A19%3A05%3AAA%3A00%3A06&open=1", url
+    assert options == {"method": "POST", "headers": {"X-Mesh-Token": "0a" * 16}}, options
+    take(browser, agent(*here, []), agent(*there[:2], [client]), agent(*far, 36))
+    browser.value("answer(new Response(JSON.stringify({success: true, took: 1740, text: ''})))")
+    result("moved in 1.7 s")
+    browser.value("document.querySelector('#details header button').click()")
+    assert browser.value(f"{row} === document.activeElement"), "back in the table"
+
+    browser.value("document.getElementById('map-tab').click()")
+    browser.value(f"page.select('{far[1]}'), {field('input')}.value = 149, {field('button')}.focus()")
+    take(browser, agent(*far, 44))
+    browser.value("document.activeElement.click(), answer(new Response('<b>no</b>\\n', {status: 409}))")
+    result("<b>no</b>")
+    assert browser.value("asked[0]") == "channel?radio=02%3A19%3A05%3AAA%3A00%3A07&channel=149&width=80"
+    take(browser, agent(*far, 149))
+    take(browser, agent(*far, 44))
+    assert browser.value(f"{field('input')}.value") == "44", "what nobody entered follows the radio"
 
 
 def saved(folder):

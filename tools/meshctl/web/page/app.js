@@ -1,5 +1,6 @@
 // The page: takes the topology from the page itself or follows the server, and shows it.
-import { DetailsView, make } from "./details.js";
+import { DetailsView } from "./details.js";
+import { make } from "./dom.js";
 import { buildGraph, eventText } from "./model.js";
 import { MapView, draw } from "./map.js";
 import { RulerView } from "./ruler.js";
@@ -19,6 +20,7 @@ class Page {
     // From a long table, the keyboard would have far to go.
     this.table = new TableView(byId("table-view"), (id) => this.select(id, document.activeElement));
     this.details = new DetailsView(byId("details"), () => this.select(null));
+    addEventListener("hashchange", () => this.showDetails()); // there is the right to give orders
     this.tabs = [byId("map-tab"), byId("table-tab")];
     for (const tab of this.tabs) tab.addEventListener("click", () => this.open(tab));
     document.querySelector("[role=tablist]").addEventListener("keydown", (event) => {
@@ -78,21 +80,27 @@ class Page {
 
   /** Shows the details of a node, or none. From `opener`, the focus goes there, and then back. */
   select(id, opener = null) {
-    const last = this.opener;
+    const last = { id: this.selected, opener: this.opener };
     this.selected = id;
     this.opener = opener;
     this.map.select(id);
     this.showDetails();
     if (id && opener) this.details.focus();
-    else if (!id && last?.isConnected) last.focus();
+    else if (!id && last.opener) (last.opener.isConnected ? last.opener : this.table.buttonOf(last.id))?.focus();
   }
 
   /** Without details and events, the map takes the whole page. */
   showDetails() {
-    const node = this.graph?.nodes.find((one) => one.id === this.selected);
-    this.details.show(this.graph, node);
+    const node = this.details.show(this.graph, this.selected, this.isAllowed);
     if (this.graph) this.ruler.show(this.graph.radios, new Set(node?.kind === "client" ? [node.client.radio] : (node?.radios || []).map((radio) => radio.id)));
     document.body.classList.toggle("alone", !node && byId("events-view").hidden && byId("radios-view").hidden);
+  }
+
+  /** Takes what the server says of itself and of the daemon. */
+  takeState({ answers, reason, actions }) {
+    this.setState(answers ? "live" : "away", answers ? "live" : reason);
+    this.isAllowed = actions;
+    this.showDetails();
   }
 
   setState(state, text) {
@@ -134,10 +142,7 @@ class Page {
       // After an answer that is no stream the browser gives up.
       if (stream.readyState === EventSource.CLOSED) setTimeout(() => this.follow(), 3000);
     });
-    stream.addEventListener("state", ({ data }) => {
-      const { answers, reason } = JSON.parse(data);
-      this.setState(answers ? "live" : "away", answers ? "live" : reason);
-    });
+    stream.addEventListener("state", ({ data }) => this.takeState(JSON.parse(data)));
     for (const kind of ANSWERS) stream.addEventListener(kind, ({ data }) => this.take(kind, JSON.parse(data)));
     stream.addEventListener("mesh", ({ data }) => this.addEvent(JSON.parse(data)));
   }

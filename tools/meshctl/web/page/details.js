@@ -1,27 +1,8 @@
 // What is known of the selected node. What stays the same keeps its elements, and so the focus and what is typed there.
+import { adopt, make } from "./dom.js";
 import { ageText, dbmText, durationText, modeText, rateText, speedText, stateText } from "./model.js";
+import { Orders } from "./orders.js";
 import { channelText } from "./wifi.js";
-
-/** An element with this text; texts of others come into the page in no other way. */
-export function make(name, text = "", className = "") {
-  const element = document.createElement(name);
-  element.textContent = text;
-  if (className) element.className = className;
-  return element;
-}
-
-/** Gives an element the children of another one, and changes only what differs. */
-function adopt(element, other) {
-  const [old, now] = [[...element.childNodes], [...other.childNodes]];
-  now.forEach((node, index) => {
-    const same = old[index];
-    if (!same) element.append(node);
-    else if (same.nodeName !== node.nodeName) same.replaceWith(node);
-    else if (node.nodeType === Node.TEXT_NODE) same.data !== node.data && (same.data = node.data);
-    else adopt(same, node);
-  });
-  for (const node of old.slice(now.length)) node.remove();
-}
 
 /** The facts of a node, pairs of texts, and its lists, pairs of a title and texts. */
 function describeNode(graph, node) {
@@ -64,7 +45,7 @@ function describeNode(graph, node) {
     fact("Sends to it", rateText(client.sends));
     fact("Receives", rateText(client.receives));
     const [down, up] = [client.downlink_traffic, client.uplink_traffic].map((rate) => rate ? speedText(+(rate / 1000).toFixed(1)) || "less than 0.1 Mb/s" : "none");
-    if (client.downlink_traffic != null) fact("Traffic", `${down} to it, ${up} from it`);
+    if (client.downlink_traffic != null) fact("Traffic", `${down} down, ${up} up`);
     fact("Security", client.security);
     fact("Connected", durationText(client.connected));
     const { asked_to_move: asked, last_status: status, refusals } = client;
@@ -91,24 +72,35 @@ export class DetailsView {
     this.title.tabIndex = -1;
     const close = make("button", "Close");
     close.addEventListener("click", onClose);
-    section.addEventListener("keydown", (event) => event.key === "Escape" && onClose());
+    section.addEventListener("keydown", (event) => event.key === "Escape" && !event.target.closest("form") && onClose());
     const head = make("header");
     head.append(this.title, close);
     this.facts = make("dl");
+    this.orders = new Orders();
+    this.forms = make("div");
+    this.forms.setAttribute("aria-live", "off"); // but for the results
     this.lists = make("div");
-    this.parts = [head, this.facts, this.lists];
+    this.parts = [head, this.facts, this.forms, this.lists];
   }
 
-  /** Shows a node of the graph, or nothing. */
-  show(graph, node) {
+  /** Shows the node of the graph with this id, or nothing. Returns that node. */
+  show(graph, id, isAllowed) {
+    const node = graph?.nodes.find((one) => one.id === id);
+    // A client that moves may be nowhere for a moment.
+    const isInUse = this.node?.id === id && this.forms.querySelector("[aria-busy=true], :focus");
+    if (!node && isInUse) return this.node;
+    const isOther = node?.id !== this.node?.id;
+    this.node = node;
+    if (isOther) {
+      this.orders.leave();
+      for (const part of [this.facts, this.forms, this.lists]) part.replaceChildren();
+    }
     if (!node) {
       this.section.replaceChildren();
-      return;
+      return node;
     }
-    const { facts, lists } = describeNode(graph, node);
-    if (node.id !== this.id) for (const part of [this.facts, this.lists]) part.replaceChildren();
-    this.id = node.id;
     if (this.title.textContent !== node.name) this.title.textContent = node.name;
+    const { facts, lists } = describeNode(graph, node);
     const [terms, parts] = [make("dl"), make("div")];
     for (const [term, value] of facts) terms.append(make("dt", term), make("dd", value));
     for (const [title, items] of lists) {
@@ -118,7 +110,11 @@ export class DetailsView {
     }
     adopt(this.facts, terms);
     adopt(this.lists, parts);
+    const forms = this.orders.elements(graph, node, isAllowed);
+    for (const form of [...this.forms.children]) if (!forms.includes(form)) form.remove();
+    forms.forEach((form, index) => form !== this.forms.children[index] && this.forms.insertBefore(form, this.forms.children[index] || null));
     if (!this.section.firstChild) this.section.append(...this.parts);
+    return node;
   }
 
   focus() {

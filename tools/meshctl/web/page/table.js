@@ -1,6 +1,6 @@
 // The same as the map in tables. Rows keep their elements, so what has the focus keeps it.
 import { ageText, dbmText, durationText, rateText, speedText, stateText } from "./model.js";
-import { channelText } from "./wifi.js";
+import { channelText, isAccessPoint } from "./wifi.js";
 
 const number = (value) => (value === null || value === undefined ? "" : String(value));
 
@@ -60,7 +60,7 @@ const PEERS = {
     return graph.peers.map((peer) => {
       const id = `client ${peer.mac}`;
       return {
-        id: `${peer.interface} ${peer.mac}`,
+        id: isAccessPoint(peer.role) ? peer.mac : `${peer.interface} ${peer.mac}`,
         select: drawn.has(id) ? id : peer.backhaul_of || peer.device,
         state: peer.isLost ? "unknown" : "",
         cells: [graph.names.get(peer.backhaul_of || peer.mac) || peer.name || peer.mac, peer.mac, graph.names.get(peer.device),
@@ -105,6 +105,7 @@ class Table {
       const element = this.rows.get(row.id);
       if (this.body.rows[index] !== element) this.body.insertBefore(element, this.body.rows[index] || null);
       element.className = row.state;
+      element.querySelector("button").dataset.select = row.select;
       row.cells.forEach((text, column) => {
         const cell = column === 0 ? element.querySelector("button") : element.cells[column];
         if (cell.textContent !== text) cell.textContent = text;
@@ -116,7 +117,8 @@ class Table {
     const element = document.createElement("tr");
     const head = element.appendChild(document.createElement("th"));
     head.scope = "row";
-    head.appendChild(document.createElement("button")).addEventListener("click", () => this.onSelect(row.select));
+    const button = head.appendChild(document.createElement("button"));
+    button.addEventListener("click", () => this.onSelect(button.dataset.select));
     for (let column = 1; column < row.cells.length; ++column) {
       element.insertCell().className = this.kind.numeric.has(column) ? "number" : "";
     }
@@ -126,11 +128,17 @@ class Table {
 
 export class TableView {
   constructor(section, onSelect) {
+    this.section = section;
     this.tables = [DEVICES, LINKS, RADIOS, PEERS].map((kind) => new Table(kind, onSelect));
     section.append(...this.tables.map((table) => table.element));
   }
 
   show(graph) {
     for (const table of this.tables) table.show(graph);
+  }
+
+  /** That of the first row which leads to a node; null if there is none. */
+  buttonOf(id) {
+    return this.section.querySelector(`[data-select="${CSS.escape(id)}"]`);
   }
 }
