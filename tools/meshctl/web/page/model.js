@@ -188,10 +188,19 @@ export function stateText({ device, agent }) {
   return (device.self ? "this node" : STATES[device.state] || device.state) + (agent && agent.state !== "joined" ? `, agent ${agent.state}` : "");
 }
 
-/** The text of an event of meshd(8), in words. Unknown ones are shown as they are. */
+const EVENTS = {
+  NEIGHBOR_FOUND: "found neighbor", NEIGHBOR_LOST: "lost neighbor", DEVICE_FOUND: "found device", DEVICE_LOST: "lost device",
+  CONTROLLER_FOUND: "found controller", CONTROLLER_LOST: "lost controller", SECOND_CONTROLLER: "second controller:",
+  AGENT_FOUND: "found agent", AGENT_LOST: "lost agent", CHANNEL_CHANGED: "new channel:", ORDER_DONE: "done:", ORDER_FAILED: "failed:",
+};
+
+/** The text of an event of meshd(8), in words and with the names of addresses. Unknown ones are shown as they are. */
 export function eventText(event, data, names) {
-  const [mac, ...rest] = data.split(" ");
-  const known = { NEIGHBOR_FOUND: "found neighbor", NEIGHBOR_LOST: "lost neighbor", DEVICE_FOUND: "found device", DEVICE_LOST: "lost device" };
-  if (!known[event]) return `${event} ${data}`;
-  return `${known[event]} ${names.get(mac) || mac}${rest.length ? ` on ${rest.join(" ")}` : ""}`;
+  const named = data.replace(/\b(?:[0-9A-F]{2}:){5}[0-9A-F]{2}\b/g, (mac) => names.get(mac) || mac);
+  const [mac, port] = data.split(" ");
+  if (event === "CLIENT_JOINED" || event === "CLIENT_LEFT") {
+    return `${names.get(mac) || mac} ${event === "CLIENT_LEFT" ? "left" : "joined"} ${names.get(port) || port || ""}`.trim();
+  }
+  if (event.startsWith("NEIGHBOR") && port) return `${EVENTS[event]} ${names.get(mac) || mac} on ${data.slice(mac.length + 1)}`;
+  return `${EVENTS[event] || event} ${named}`;
 }
