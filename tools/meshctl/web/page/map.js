@@ -11,7 +11,7 @@ const MARGIN = 28;
 const FULL = 30; // nodes from which there is room for the names of devices only
 const CROWD = 100; // nodes from which names are small
 const STRETCH = { least: 0.75, most: 1.7 };
-const FAR = 0.5; // scale below which only links that need attention are labelled
+const FAR = 0.5; // scale below which only links that need attention are labelled, and in a crowd no mere addresses
 const EDGE_PLACES = [0.5, 0.4, 0.6, 0.3, 0.7];
 
 /** An element of SVG with these attributes; `text` is its text. */
@@ -178,8 +178,10 @@ export class MapView {
       const side = node.behind ? this.side(node) : 1;
       const aslant = (dx, dy) => (w) => ({ x: x + dx * (away * 0.7 + w), y: y + dy * (away * 0.7 + high * 0.4) });
       const slants = [aslant(1, 1), aslant(-1, 1), aslant(1, -1), aslant(-1, -1)];
-      const spots = node.behind ? [beside(side), below, above, beside(-side)] : [below, above, beside(1), beside(-1), ...slants];
-      return { element: node.text, texts: textsOf(node.name), font, size: high, spots, weight: weight(node), isNeeded: node.id === this.selected };
+      const isNeeded = node.id === this.selected;
+      const isNoise = isCrowd && !isNeeded && this.view.scale < FAR && node.name === node.macs?.[0];
+      const spots = isNoise ? [] : node.behind ? [beside(side), below, above, beside(-side)] : [below, above, beside(1), beside(-1), ...slants];
+      return { element: node.text, texts: textsOf(node.name), font, size: high, spots, weight: weight(node), isNeeded };
     });
     for (const edge of this.graph.edges) {
       if (!edge.text) continue;
