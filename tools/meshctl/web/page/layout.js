@@ -41,6 +41,14 @@ function seed(graph, neighbors) {
   return places;
 }
 
+/** The direction in which there is the most room between points around a center. */
+function freeDirection(center, points) {
+  const angles = points.map(({ x, y }) => Math.atan2(y - center.y, x - center.x)).sort((a, b) => a - b);
+  const gaps = angles.map((angle, index) => ({ angle, gap: (angles[index + 1] ?? angles[0] + 2 * Math.PI) - angle }));
+  const widest = gaps.reduce((best, one) => (one.gap > best.gap ? one : best), { angle: 0, gap: 0 });
+  return widest.angle + widest.gap / 2;
+}
+
 /**
  * Gives each node x and y. Nodes that had a place in `old` keep about that, and exactly that if no device or link comes
  * or goes, so the map is calm while figures change and clients move. The same graph gets the same places.
@@ -62,12 +70,15 @@ export function place(graph, old) {
   if (shape === old.shape) return old;
   if (isCalm) for (const node of stayed) [node.fx, node.fy] = [node.x, node.y];
   const seeds = isFresh ? seed(graph, neighbors) : null;
+  const byId = new Map(graph.nodes.map((node) => [node.id, node]));
+  const around = (id) => neighbors.get(id).map((other) => byId.get(other)).filter((other) => other.x !== undefined);
   graph.nodes.forEach((node, index) => {
     if (node.x !== undefined) return;
-    const near = seeds?.get(node.id) || old.places.get(neighbors.get(node.id).find((id) => old.places.has(id))) || { x: 0, y: 0 };
+    const near = seeds?.get(node.id) || around(node.id)[0] || { x: 0, y: 0 };
     // Not all at one point, from which no force would part them.
-    node.x = near.x + (seeds ? 0 : 40 * Math.cos(index));
-    node.y = near.y + (seeds ? 0 : 40 * Math.sin(index));
+    const angle = near.id ? freeDirection(near, around(near.id)) : index;
+    node.x = near.x + (seeds ? 0 : 40 * Math.cos(angle));
+    node.y = near.y + (seeds ? 0 : 40 * Math.sin(angle));
   });
 
   const kinds = new Map(graph.nodes.map((node) => [node.id, node.kind]));
