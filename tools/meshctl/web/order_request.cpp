@@ -36,7 +36,7 @@ std::string number(const Argument& argument, const char* name) {
 
 std::string width(const Argument& argument, const char* name) {
   constexpr std::array<std::string_view, 4> WIDTHS{"20", "40", "80", "160"};
-  const std::string width = argument(name).value_or("");
+  std::string width = argument(name).value_or("");
   if (std::ranges::find(WIDTHS, width) == WIDTHS.end()) {
     refuse(name, "20, 40, 80 or 160");
   }
