@@ -47,10 +47,9 @@ const std::array<Asking::Row, Asking::TOPICS>& Asking::rows() {
 }
 
 void Asking::begin(const MACAddress& agent, TimePoint now) {
-  Agenda& agenda = agents_[agent];
+  Agenda& agenda = agents_[agent] = {};
   agenda.due.fill(now);
   agenda.due[static_cast<std::size_t>(Topic::CHANNELS)] = now + FIRST_CHANNELS;
-  agenda.clients.clear();
   go_on(agent, agenda, now);
 }
 
@@ -93,7 +92,7 @@ void Asking::tend(TimePoint now) {
 
 void Asking::go_on(const MACAddress& agent, Agenda& agenda, TimePoint now) {
   const auto model = model_.agents.find(agent);
-  if (agenda.is_busy || model == model_.agents.end()) {
+  if (agenda.waits_for != 0 || model == model_.agents.end()) {
     return;
   }
   for (std::size_t topic = 0; topic < TOPICS; ++topic) {
@@ -103,35 +102,36 @@ void Asking::go_on(const MACAddress& agent, Agenda& agenda, TimePoint now) {
     const Row& row = rows()[topic];
     agenda.due[topic] = now + row.period;
     if (std::optional<Message> message = row.make == nullptr ? query(row.question) : row.make(model->second, policy_)) {
-      agenda.is_busy = true;
-      send(agent, std::move(*message), row.answer, topic, now);
+      send(agent, agenda, std::move(*message), row.answer, topic, now);
       return;
     }
   }
   if (!agenda.clients.empty()) {
     const auto [bssid, client] = agenda.clients.front();
     agenda.clients.pop_front();
-    agenda.is_busy = true;
-    send(agent, client_capability_query(bssid, client), MessageType::CLIENT_CAPABILITY_REPORT_MESSAGE, std::nullopt,
-         now);
+    send(agent, agenda, client_capability_query(bssid, client), MessageType::CLIENT_CAPABILITY_REPORT_MESSAGE,
+         std::nullopt, now);
   }
 }
 
-void Asking::send(const MACAddress& agent, Message message, MessageType answer, std::optional<std::size_t> topic,
-                  TimePoint now) {
+void Asking::send(const MACAddress& agent, Agenda& agenda, Message message, MessageType answer,
+                  std::optional<std::size_t> topic, TimePoint now) {
+  const std::uint64_t number = agenda.waits_for = ++made_;
   courier_.request(agent, std::move(message), answer, now,
-                   [this, agent, topic, now](Outcome outcome, const Message*, std::chrono::milliseconds took) {
-                     on_outcome(agent, outcome, topic, now + took);
+                   [this, agent, number, topic, now](Outcome outcome, const Message*, std::chrono::milliseconds took) {
+                     on_outcome(agent, number, outcome, topic, now + took);
                    });
 }
 
-void Asking::on_outcome(const MACAddress& agent, Outcome outcome, std::optional<std::size_t> topic, TimePoint now) {
+/// An agent that was lost, or has begun anew, does not wait for the outcomes of before.
+void Asking::on_outcome(const MACAddress& agent, std::uint64_t number, Outcome outcome,
+                        std::optional<std::size_t> topic, TimePoint now) {
   const auto model = model_.agents.find(agent);
   const auto place = agents_.find(agent);
-  if (model == model_.agents.end() || place == agents_.end()) {
+  if (model == model_.agents.end() || place == agents_.end() || place->second.waits_for != number) {
     return;
   }
-  place->second.is_busy = false;
+  place->second.waits_for = 0;
   if (outcome != Outcome::GIVEN_UP) {
     model->second.unanswered = 0;
     go_on(agent, place->second, now);

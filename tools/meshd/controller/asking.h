@@ -31,7 +31,7 @@ class Asking {
          std::function<void(const qel::MACAddress& agent)> on_silent)
       : model_(model), courier_(courier), policy_(policy), on_silent_(std::move(on_silent)) {}
 
-  /// The agent is there: asks it for everything.
+  /// The agent is there, perhaps again: asks it for everything, whatever it was asked before.
   void begin(const qel::MACAddress& agent, TimePoint now);
   /// Asks for this soon.
   void ask(const qel::MACAddress& agent, Topic topic, TimePoint now);
@@ -53,21 +53,22 @@ class Asking {
   struct Agenda {
     std::array<TimePoint, TOPICS> due{};
     std::deque<std::pair<qel::MACAddress, qel::MACAddress>> clients;  ///< BSSID and client
-    bool is_busy = false;
+    std::uint64_t waits_for = 0;                                      ///< number of the request; 0 for none
   };
 
   static const std::array<Row, TOPICS>& rows();
   void go_on(const qel::MACAddress& agent, Agenda& agenda, TimePoint now);
-  void send(const qel::MACAddress& agent, qel::ieee1905_1::Message message, qel::ieee1905_1::MessageType answer,
-            std::optional<std::size_t> topic, TimePoint now);
-  void on_outcome(const qel::MACAddress& agent, multi_ap::Outcome outcome, std::optional<std::size_t> topic,
-                  TimePoint now);
+  void send(const qel::MACAddress& agent, Agenda& agenda, qel::ieee1905_1::Message message,
+            qel::ieee1905_1::MessageType answer, std::optional<std::size_t> topic, TimePoint now);
+  void on_outcome(const qel::MACAddress& agent, std::uint64_t number, multi_ap::Outcome outcome,
+                  std::optional<std::size_t> topic, TimePoint now);
 
   MeshModel& model_;
   multi_ap::Courier& courier_;
   const Policy& policy_;
   const std::function<void(const qel::MACAddress& agent)> on_silent_;
   std::map<qel::MACAddress, Agenda> agents_;
+  std::uint64_t made_ = 0;  // requests
 };
 
 }  // namespace meshd::controller

@@ -134,6 +134,16 @@ TEST_F(ControllerTest, LosesSilentAgentsAndFindsThemAgain) {
   EXPECT_FALSE(model().agents.contains(agent(2)));
 }
 
+TEST_F(ControllerTest, AsksAnAgentThatIsBackOneQuestionAtATime) {
+  mesh.dead = {2};
+  mesh.wait(seconds(61));
+  mesh.controller->on_device(agent(2), false, mesh.now);  // while a question waits
+  mesh.asked.clear();
+  mesh.appear(2);
+  mesh.wait(seconds(1));
+  EXPECT_THAT(mesh.asked, testing::SizeIs(2)) << "the response to its search, and the first question";
+}
+
 TEST_F(ControllerTest, BoundsWhatAgentsReport) {
   Limits limits;
   limits.agents = 2;
