@@ -11,6 +11,7 @@
 
 namespace meshd::controller {
 
+using multi_ap::Courier;
 using multi_ap::Outcome;
 using qel::MACAddress;
 using qel::ieee1905_1::BeaconMetricsResponseTLV;
@@ -23,6 +24,7 @@ namespace {
 
 /// The agent may need all of its attempts to hear of it; then the client has some seconds.
 constexpr seconds REPORT_PATIENCE{15};
+constexpr seconds LIFTING_PATIENCE = Courier::ATTEMPTS * Courier::PATIENCE;
 constexpr seconds BEACON_PATIENCE{20};
 constexpr seconds ARRIVAL_PATIENCE{10};  // after it has agreed
 constexpr seconds LATE_REPORT{2};        // after it has arrived
@@ -62,35 +64,74 @@ void ClientOrders::steer(const MACAddress& client, const MACAddress& to, bool is
   if (moves_.contains(client)) {
     throw std::invalid_argument("the client has already been asked to move");
   }
+  const Denial* denial = model_.find_denial(to, client, now);
+  if (denial != nullptr && denial->is_ordered) {
+    const auto left = std::chrono::ceil<seconds>(denial->until - now);
+    throw std::invalid_argument("the client is blocked there for another " + std::to_string(left.count()) + " s");
+  }
   const MACAddress agent = *place.agent;
   const SteeringOrder order{client, *place.bssid, to, {}};
-  if (SteeringRecord* record = learning_.find_record(client)) {
-    record_asked(*record, order, policy_.steering, now);
+  const TimePoint due = now + REPORT_PATIENCE + (denial == nullptr ? seconds(0) : LIFTING_PATIENCE);
+  const auto report = followups_.expect(
+      agent, MessageType::CLIENT_STEERING_BTM_REPORT_MESSAGE, due, is_of<SteeringBTMReportTLV>(client),
+      [this, client](const Message* message, TimePoint time) { on_report(client, message, time); });
+  const auto move = moves_
+                        .emplace(client, Move{order,
+                                              agent,
+                                              is_held ? find_others(order) : std::vector<MACAddress>(),
+                                              now,
+                                              TimePoint::max(),
+                                              {},
+                                              {},
+                                              false,
+                                              is_held,
+                                              report,
+                                              std::move(on_result)})
+                        .first;
+  if (denial == nullptr) {
+    ask_to_move(move, now);
+    return;
   }
-  const auto report =
-      followups_.expect(agent, MessageType::CLIENT_STEERING_BTM_REPORT_MESSAGE, now + REPORT_PATIENCE,
-                        is_of<SteeringBTMReportTLV>(client),
-                        [this, client](const Message* message, TimePoint time) { on_report(client, message, time); });
-  moves_.emplace(client, Move{order,
-                              is_held ? find_others(order) : std::vector<MACAddress>(),
-                              now,
-                              TimePoint::max(),
-                              {},
-                              {},
-                              false,
-                              is_held,
-                              report,
-                              std::move(on_result)});
-  courier_.request(agent, steering_request(model_, client, order.from, to), MessageType::IEEE1905_ACK_MESSAGE, now,
-                   [this, client, agent, report, now](Outcome outcome, const Message* answer, auto took) {
-                     const auto move = moves_.find(client);
-                     const bool is_over = move == moves_.end() || move->second.report != report;
-                     if (!is_over && outcome != Outcome::DONE && !move->second.status && !move->second.is_there) {
-                       // Counts as a refusal, so that an agent that does not obey is not asked all the time.
-                       record_status(client, std::nullopt, now + took);
-                       end(move, now + took, false, failure_text(agent, answer));
+  const MACAddress refusing = *target.agent;
+  courier_.request(refusing, block_request(to, client, 0), MessageType::IEEE1905_ACK_MESSAGE, now,
+                   [this, client, to, refusing, report, now](Outcome outcome, const Message* answer, auto took) {
+                     if (outcome == Outcome::DONE) {
+                       model_.denials.erase({to, client});
+                     }
+                     const auto waiting = find_move(client, report);
+                     if (waiting == moves_.end() || waiting->second.is_there) {
+                       return;
+                     }
+                     if (outcome == Outcome::DONE) {
+                       ask_to_move(waiting, now + took);
+                     } else {
+                       end(waiting, now + took, false, failure_text(refusing, answer));
                      }
                    });
+}
+
+ClientOrders::Moves::iterator ClientOrders::find_move(const MACAddress& client, Followups::Number report) {
+  const auto move = moves_.find(client);
+  return move == moves_.end() || move->second.report != report ? moves_.end() : move;
+}
+
+void ClientOrders::ask_to_move(Moves::iterator place, TimePoint now) {
+  const auto& [client, move] = *place;
+  if (SteeringRecord* record = learning_.find_record(client)) {
+    record_asked(*record, move.order, policy_.steering, now);
+  }
+  courier_.request(
+      move.agent, steering_request(model_, client, move.order.from, move.order.to), MessageType::IEEE1905_ACK_MESSAGE,
+      now,
+      [this, client = client, agent = move.agent, report = move.report, now](Outcome outcome, const Message* answer,
+                                                                             auto took) {
+        const auto asked = find_move(client, report);
+        if (asked != moves_.end() && outcome != Outcome::DONE && !asked->second.status && !asked->second.is_there) {
+          // Counts as a refusal, so that an agent that does not obey is not asked all the time.
+          record_status(client, std::nullopt, now + took);
+          end(asked, now + took, false, failure_text(agent, answer));
+        }
+      });
 }
 
 void ClientOrders::on_report(const MACAddress& client, const Message* message, TimePoint now) {
@@ -180,7 +221,9 @@ void ClientOrders::record_status(const MACAddress& client, const std::optional<s
 
 void ClientOrders::hold_off(const MACAddress& client, const MACAddress& bssid, TimePoint now) {
   const MeshModel::Place place = model_.find_bss(bssid);
-  if (place.bss != nullptr) {
+  const Denial* denial = model_.find_denial(bssid, client, now);
+  if (place.bss != nullptr && (denial == nullptr || !denial->is_ordered)) {
+    model_.denials[{bssid, client}] = {now + seconds(HELD_SECONDS), false};
     courier_.request(*place.agent, block_request(bssid, client, HELD_SECONDS), MessageType::IEEE1905_ACK_MESSAGE, now,
                      [](auto&&...) {});
   }
@@ -241,10 +284,14 @@ void ClientOrders::block(const MACAddress& client, std::vector<MACAddress> bssid
   for (const MACAddress& bssid : bssids) {
     const MACAddress agent = *model_.find_bss(bssid).agent;
     courier_.request(agent, block_request(bssid, client, duration), MessageType::IEEE1905_ACK_MESSAGE, now,
-                     [=](Outcome outcome, const Message* answer, auto took) {
-                       outcome == Outcome::DONE
-                           ? void(++progress->done)
-                           : void(progress->failures += "; " + bssid.to_string() + ": " + failure_text(agent, answer));
+                     [=, this](Outcome outcome, const Message* answer, auto took) {
+                       if (outcome != Outcome::DONE) {
+                         progress->failures += "; " + bssid.to_string() + ": " + failure_text(agent, answer);
+                       } else if (++progress->done; duration == 0) {
+                         model_.denials.erase({bssid, client});
+                       } else {
+                         model_.denials[{bssid, client}] = {now + took + seconds(duration), true};
+                       }
                        if (--progress->waiting == 0) {
                          const std::string what = duration == 0 ? "no longer blocked from " : "blocked from ";
                          const std::string time = duration == 0 ? "" : " for " + std::to_string(duration) + " s";

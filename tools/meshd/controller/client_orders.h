@@ -31,8 +31,8 @@ class ClientOrders {
                const Policy& policy)
       : model_(model), learning_(learning), courier_(courier), followups_(followups), policy_(policy) {}
 
-  /// Asks the client to move to the BSS `to`. If it agrees and `is_held`, other access points that it hears refuse it
-  /// for a while.
+  /// Asks the client to move to the BSS `to`, which first stops refusing it if that follows an earlier move. If the
+  /// client agrees and `is_held`, other access points that it hears refuse it for a while.
   void steer(const qel::MACAddress& client, const qel::MACAddress& to, bool is_held, TimePoint now, OnResult on_result);
 
   /// Has the BSSs refuse the client; without any, all but the one where it is. `seconds` of 0 lifts the block.
@@ -52,6 +52,7 @@ class ClientOrders {
  private:
   struct Move {
     SteeringOrder order;
+    qel::MACAddress agent;                ///< of the BSS where the client is
     std::vector<qel::MACAddress> others;  ///< BSSs that refuse the client once it has agreed
     TimePoint since;
     TimePoint due;
@@ -64,6 +65,9 @@ class ClientOrders {
   };
   using Moves = std::map<qel::MACAddress, Move>;
 
+  /// The move with this report, unless it is over.
+  Moves::iterator find_move(const qel::MACAddress& client, Followups::Number report);
+  void ask_to_move(Moves::iterator place, TimePoint now);
   void on_report(const qel::MACAddress& client, const qel::ieee1905_1::Message* message, TimePoint now);
   void end(Moves::iterator place, TimePoint now, bool is_success, const std::string& text);
   void end_there(Moves::iterator place, TimePoint now);

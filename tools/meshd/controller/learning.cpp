@@ -366,6 +366,7 @@ void Learning::forget(TimePoint now) {
   std::erase_if(model_.departed, [&](const auto& one) {
     return std::max(one.second.at, one.second.value.not_before.value_or(one.second.at)) < oldest;
   });
+  std::erase_if(model_.denials, [&](const auto& one) { return one.second.until <= now; });
   std::erase_if(model_.other_controllers, [&](const auto& one) { return one.second < oldest; });
   for (auto& [al_mac, agent] : model_.agents) {
     for (auto& [identifier, radio] : agent.radios) {

@@ -32,6 +32,11 @@ MeshModel::Place MeshModel::find_client(const qel::MACAddress& client) const {
   return latest;
 }
 
+const Denial* MeshModel::find_denial(const qel::MACAddress& bssid, const qel::MACAddress& client, TimePoint now) const {
+  const auto denial = denials.find({bssid, client});
+  return denial == denials.end() || denial->second.until <= now ? nullptr : &denial->second;
+}
+
 const AgentModel* MeshModel::find_agent_of_radio(const qel::MACAddress& radio, qel::MACAddress* al_mac) const {
   const AgentModel* result = nullptr;
   for (const auto& [address, agent] : agents) {

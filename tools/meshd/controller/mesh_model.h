@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "qel/core/mac_address.h"
@@ -106,10 +107,17 @@ struct AgentModel {
   std::set<qel::MACAddress> backhaul_stations;   ///< its own, with which it is a client of other agents
 };
 
+/// A BSS refuses a client because we asked for it.
+struct Denial {
+  TimePoint until;
+  bool is_ordered;  ///< by the operator; we hold off clients that have moved on our own
+};
+
 struct MeshModel {
   std::map<qel::MACAddress, AgentModel> agents;               ///< by AL MAC
   std::map<qel::MACAddress, TimePoint> other_controllers;     ///< when they were last heard
   std::map<qel::MACAddress, Known<SteeringRecord>> departed;  ///< of clients that are nowhere now, for a while
+  std::map<std::pair<qel::MACAddress, qel::MACAddress>, Denial> denials;  ///< by BSSID and client; some are over
 
   /// Where a BSS or a client is. The pointers are null if it is nowhere, and valid until the model changes.
   struct Place {
@@ -123,6 +131,8 @@ struct MeshModel {
   Place find_bss(const qel::MACAddress& bssid) const;
   /// Of a client that several BSSs report, the place that it joined last.
   Place find_client(const qel::MACAddress& client) const;
+  /// Null if it does not refuse the client, as far as we know.
+  const Denial* find_denial(const qel::MACAddress& bssid, const qel::MACAddress& client, TimePoint now) const;
   const AgentModel* find_agent_of_radio(const qel::MACAddress& radio, qel::MACAddress* al_mac = nullptr) const;
 };
 

@@ -129,7 +129,7 @@ class Round {
 
   bool may_ask(const Station& station) const;
   bool is_question_due(const Station& station) const;
-  /// What it hears freshly: other BSSs to which it may move, and its own.
+  /// What it hears freshly: other BSSs to which it may move and that do not refuse it, and its own.
   std::vector<Target> targets_of(const Station& station, std::optional<std::uint8_t>& own) const;
   void order(const Station& station, const Target& target, std::string why);
   void want_to_know(const Station& station, const char* why) { unknown_.push_back({&station, why}); }
@@ -242,7 +242,8 @@ std::vector<Round::Target> Round::targets_of(const Station& station, std::option
   for (const auto& [bssid, heard] : station.model->heard_bss) {
     const auto bss = bss_.find(bssid);
     if (bss == bss_.end() || !is_fresh(heard.at) || heard.value > STRONGEST ||
-        bss->second.cell->model->switched_at > heard.at) {
+        bss->second.cell->model->switched_at > heard.at ||
+        model_.find_denial(bssid, *station.client, now_) != nullptr) {
       continue;
     }
     if (bssid == *station.bssid) {

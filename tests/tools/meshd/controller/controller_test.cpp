@@ -256,6 +256,21 @@ TEST_F(ControllerTest, HoldsOffOtherAccessPointsOnceAClientHasAgreed) {
   EXPECT_THAT(blocked(), testing::ElementsAre(bss(3).to_string() + " 20"));
   mesh.join(1, 2);
   EXPECT_THAT(blocked(), testing::ElementsAre(bss(3).to_string() + " 20", bss(1).to_string() + " 20"));
+
+  const auto steer_back = [&] { mesh.controller->steer(client(1), bss(1), true, mesh.now, keep()), mesh.run(); };
+  mesh.asked.clear();
+  steer_back();
+  ASSERT_THAT(mesh.asked, testing::SizeIs(2));
+  EXPECT_EQ(mesh.asked[0].find<ClientAssociationControlRequestTLV>()->get_association_control(),
+            ClientAssociationControl::UNBLOCK);
+  EXPECT_EQ(mesh.asked[1].type(), CLIENT_STEERING_REQUEST_MESSAGE);
+  mesh.say(2, CLIENT_STEERING_BTM_REPORT_MESSAGE, SteeringBTMReportTLV(bss(2), client(1), 6));
+  mesh.controller->block(client(1), {bss(1)}, 30, mesh.now, keep());
+  mesh.run();
+  mesh.wait(seconds(29));
+  EXPECT_THROW(steer_back(), std::invalid_argument) << "the operator has not ended the block";
+  mesh.wait(seconds(1));
+  EXPECT_NO_THROW(steer_back());
 }
 
 TEST_F(ControllerTest, BlocksAClientWhereItIsNot) {

@@ -79,6 +79,11 @@ TEST(Steering, AsksWhoGainsAndNobodyElse) {
       {"too little gained", [](Scene& s) { s.heard('B').value = 103; }, "", "1>B 2>B "},
       {"other network", [](Scene& s) { s.bss('B').ssid = "guests"; }, "", ""},
       {"lost agent", [](Scene& s) { s.mesh.agents[mac('B', AGENT)].state = AgentState::LOST; }, "", ""},
+      {"target refuses it",
+       [](Scene& s) {
+         s.mesh.denials = {{{mac('B', BSS), mac('1', CLIENT)}, {NOW + 1s, true}}};
+       },
+       "", "2>B 3>B "},
       {"channel changed", [](Scene& s) { s.radio('B').switched_at = NOW; }, "", ""},
       {"target busy", [](Scene& s) { s.bss('B').utilization->value = 235; }, "", ""},
       {"target not clearly less busy", [](Scene& s) { s.bss('B').utilization->value = 128; }, "1>B ", ""},
