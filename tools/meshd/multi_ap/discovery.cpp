@@ -40,10 +40,12 @@ Message search(const MACAddress& al_mac, ServiceType kind) {
       .build();
 }
 
-/// Where a controller says what it is without being asked by us: in its searches and its topology responses.
+/// Where a controller says what it is without being asked by us: in its searches, and to us alone in topology
+/// responses.
 bool shows_controller(const Received& received) {
   const MessageType type = received.message().get_head().get_message_type();
-  return (type == MessageType::AP_AUTOCONFIGURATION_SEARCH_MESSAGE || type == MessageType::TOPOLOGY_RESPONSE_MESSAGE) &&
+  return (type == MessageType::AP_AUTOCONFIGURATION_SEARCH_MESSAGE ||
+          (type == MessageType::TOPOLOGY_RESPONSE_MESSAGE && !received.is_to_all)) &&
          names_controller<SupportedServiceTLV>(received.message());
 }
 
@@ -88,8 +90,9 @@ bool ControllerFinder::take(const Received& received) {
   const bool is_answer = search_.is_answer(received);
   const bool can_order = received.is_backhaul || received.interface.empty();
   if (controller_ == received.from) {
-    // Its device may go on without it.
-    heard_at_ = is_answer || shows_controller(received) ? received.time : heard_at_;
+    // Its device may go on without it, and where it gives no orders, anybody may speak in its name.
+    const bool is_alive = (is_answer || shows_controller(received)) && (can_order || !can_order_);
+    heard_at_ = is_alive ? received.time : heard_at_;
     can_order_ = can_order_ || (is_answer && can_order);
   } else if (is_answer && (!controller_ || (can_order && !can_order_))) {
     find(received);

@@ -67,7 +67,7 @@ class OtherControllers {
 class ControllerFinder final : public Service {
  public:
   /// The controller is lost after it has not shown for this long that it is one; it has some searches to answer in that
-  /// time.
+  /// time. If it can give orders, only what comes from where it can counts.
   static constexpr std::chrono::seconds SILENCE{200};
 
   /// The mesh is borrowed.

@@ -74,13 +74,17 @@ TEST_F(DiscoveryTest, TheFirstControllerIsKeptUntilItIsLost) {
   EXPECT_THAT(finder.others().all(), IsEmpty());
   SupportedServiceTLV service;
   service.add_service(ServiceType::MULTI_AP_CONTROLLER);
-  EXPECT_FALSE(finder.take(
-      CarriedMessage(make_message(TOPOLOGY_RESPONSE_MESSAGE, 1, service)).from(SECOND, START + seconds(199))));
-  EXPECT_FALSE(
-      finder.take(CarriedMessage(make_message(TOPOLOGY_RESPONSE_MESSAGE, 2)).from(SECOND, START + seconds(300))));
+  const CarriedMessage response(make_message(TOPOLOGY_RESPONSE_MESSAGE, 1, service));
+  EXPECT_FALSE(finder.take(response.from(SECOND, START + seconds(199))));
+  Received elsewhere = response.from(SECOND, START + seconds(300));
+  elsewhere.is_backhaul = false;
+  EXPECT_FALSE(finder.take(elsewhere));
+  answer(SECOND, START + seconds(300), false);
+  const CarriedMessage empty(make_message(TOPOLOGY_RESPONSE_MESSAGE, 2));
+  EXPECT_FALSE(finder.take(empty.from(SECOND, START + seconds(300))));
   finder.tend(START + seconds(398));
   EXPECT_THAT(take_events(), ElementsAre(found + SECOND.to_string()))
-      << "kept by the first response, not by the second";
+      << "kept by the first response, and by nothing later";
   finder.tend(START + seconds(399));
   EXPECT_THAT(take_events(), ElementsAre(lost + SECOND.to_string()));
 }
