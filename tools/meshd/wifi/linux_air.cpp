@@ -265,26 +265,34 @@ void LinuxAir::ask_to_move(const MoveRequest& move, OnAnswer on_answer) {
   });
 }
 
+/// A client is remembered from when it is to be denied until it no longer is, or hostapd has not done it: not from the
+/// reply on, since the opposite may have been asked for by then.
 void LinuxAir::set_denied(const MACAddress& bssid, const MACAddress& mac, bool is_denied, OnDone on_done) {
   const Interface* const bss = find_interface(Role::AP, bssid);
   Act& act = begin(bss, COMMAND_TIME, "hostapd does not answer",
-                   [on_done = std::move(on_done)](const Outcome& outcome) { on_done(outcome.trouble); });
-  if (!is_denied) {
-    if (const auto denied = denied_.find(bssid); denied != denied_.end()) {
-      denied->second.erase(mac);
-    }
-    std::erase_if(denied_, [](const auto& entry) { return entry.second.empty(); });
+                   [this, bssid, mac, number = next_act_, on_done = std::move(on_done)](const Outcome& outcome) {
+                     if (!outcome.trouble.empty()) {
+                       forget_denied(bssid, mac, number);
+                     }
+                     on_done(outcome.trouble);
+                   });
+  if (is_denied) {
+    denied_[bssid][mac] = act.number;
+  } else {
+    forget_denied(bssid, mac, act.number);
   }
   if (bss == nullptr) {
     end(act, NO_BSS);
     return;
   }
-  order(act, control_text::deny_command(mac, is_denied), [this, bssid, mac, is_denied](Act& ordered) {
-    if (is_denied) {
-      denied_[bssid].insert(mac);
-    }
-    end(ordered);
-  });
+  order(act, control_text::deny_command(mac, is_denied), [this](Act& ordered) { end(ordered); });
+}
+
+void LinuxAir::forget_denied(const MACAddress& bssid, const MACAddress& mac, std::uint64_t act) {
+  if (const auto bss = denied_.find(bssid); bss != denied_.end()) {
+    std::erase_if(bss->second, [&](const auto& denied) { return denied.first == mac && denied.second <= act; });
+  }
+  std::erase_if(denied_, [](const auto& entry) { return entry.second.empty(); });
 }
 
 void LinuxAir::disconnect(const MACAddress& bssid, const MACAddress& mac, OnDone on_done) {

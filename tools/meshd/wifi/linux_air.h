@@ -6,7 +6,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -102,6 +101,8 @@ class LinuxAir final : public Air {
   /// Emits the signal if this is new. A client that joins a BSS leaves the one where it was.
   void set_joined(const qel::MACAddress& bssid, const qel::MACAddress& mac, bool has_joined);
   void lose(std::uint32_t interface);
+  /// Unless it has been denied again since that act.
+  void forget_denied(const qel::MACAddress& bssid, const qel::MACAddress& client, std::uint64_t act);
   /// Denies the clients that hostapd may have forgotten, from the one after that address on.
   void deny_again(std::uint32_t interface, const qel::MACAddress& after = {});
   void change_soon();
@@ -112,10 +113,11 @@ class LinuxAir final : public Air {
   std::uint64_t next_act_ = 1;
   std::uint8_t next_token_ = 1;
   std::map<qel::MACAddress, Place> clients_;
-  std::map<qel::MACAddress, std::set<qel::MACAddress>> denied_;  ///< by BSS; hostapd forgets them
-  std::map<std::uint32_t, Connections> connections_;             ///< by interface
-  Model::Interfaces shown_;                                      ///< as they were when `changed` was last considered
-  bool has_changed_ = true;                                      ///< an event said so; the model is not complete yet
+  /// By BSS, clients with the act that has it deny them; hostapd forgets them.
+  std::map<qel::MACAddress, std::map<qel::MACAddress, std::uint64_t>> denied_;
+  std::map<std::uint32_t, Connections> connections_;  ///< by interface
+  Model::Interfaces shown_;                           ///< as they were when `changed` was last considered
+  bool has_changed_ = true;                           ///< an event said so; the model is not complete yet
   qel::time::Timer change_timer_;
   qel::signals::ScopedConnection updated_;
   qel::signals::ScopedConnection happened_;

@@ -229,12 +229,13 @@ void LinuxAir::deny_again(std::uint32_t interface, const MACAddress& after) {
   }
   const auto next = denied->second.upper_bound(after);
   if (next != denied->second.end()) {
-    control->request(control_text::deny_command(*next, true), [this, life = std::weak_ptr(life_), interface,
-                                                               mac = *next](const std::optional<std::string>& reply) {
-      if (reply && !life.expired()) {
-        deny_again(interface, mac);
-      }
-    });
+    control->request(
+        control_text::deny_command(next->first, true),
+        [this, life = std::weak_ptr(life_), interface, mac = next->first](const std::optional<std::string>& reply) {
+          if (reply && !life.expired()) {
+            deny_again(interface, mac);
+          }
+        });
   }
 }
 
