@@ -220,13 +220,36 @@ void ClientOrders::record_status(const MACAddress& client, const std::optional<s
 }
 
 void ClientOrders::hold_off(const MACAddress& client, const MACAddress& bssid, TimePoint now) {
-  const MeshModel::Place place = model_.find_bss(bssid);
   const Denial* denial = model_.find_denial(bssid, client, now);
-  if (place.bss != nullptr && (denial == nullptr || !denial->is_ordered)) {
+  if (denial == nullptr || !denial->is_ordered) {
     model_.denials[{bssid, client}] = {now + seconds(HELD_SECONDS), false};
-    courier_.request(*place.agent, block_request(bssid, client, HELD_SECONDS), MessageType::IEEE1905_ACK_MESSAGE, now,
-                     [](auto&&...) {});
+    ask_to_hold_off(client, bssid, now);
   }
+}
+
+/// The access point that a client has left may learn so after we do, and cannot refuse it before.
+void ClientOrders::on_gone(const MACAddress& client, const MACAddress& bssid, TimePoint now) {
+  const Denial* denial = model_.find_denial(bssid, client, now);
+  if (denial != nullptr && !denial->is_ordered && !denial->is_confirmed) {
+    ask_to_hold_off(client, bssid, now);
+  }
+}
+
+void ClientOrders::ask_to_hold_off(const MACAddress& client, const MACAddress& bssid, TimePoint now) {
+  const MeshModel::Place place = model_.find_bss(bssid);
+  const auto denial = model_.denials.find({bssid, client});
+  if (place.bss == nullptr || denial == model_.denials.end()) {
+    return;
+  }
+  const auto left = std::chrono::ceil<seconds>(denial->second.until - now);
+  courier_.request(*place.agent, block_request(bssid, client, static_cast<std::uint16_t>(left.count())),
+                   MessageType::IEEE1905_ACK_MESSAGE, now,
+                   [this, client, bssid](Outcome outcome, const Message*, std::chrono::milliseconds) {
+                     const auto held = model_.denials.find({bssid, client});
+                     if (held != model_.denials.end() && outcome == Outcome::DONE) {
+                       held->second.is_confirmed = true;
+                     }
+                   });
 }
 
 std::vector<MACAddress> ClientOrders::find_others(const SteeringOrder& order) const {

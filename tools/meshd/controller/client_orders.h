@@ -47,6 +47,8 @@ class ClientOrders {
   std::size_t count_moves() const { return moves_.size(); }
 
   void on_joined(const qel::MACAddress& client, const qel::MACAddress& bssid, TimePoint now);
+  /// The BSS that the client has left has noticed.
+  void on_gone(const qel::MACAddress& client, const qel::MACAddress& bssid, TimePoint now);
   void tend(TimePoint now);
 
  private:
@@ -72,8 +74,9 @@ class ClientOrders {
   void end(Moves::iterator place, TimePoint now, bool is_success, const std::string& text);
   void end_there(Moves::iterator place, TimePoint now);
   void record_status(const qel::MACAddress& client, const std::optional<std::uint8_t>& status, TimePoint now);
-  /// Asks the agent of the BSS, and does not wait for what comes of it.
+  /// Has the BSS refuse the client for a while.
   void hold_off(const qel::MACAddress& client, const qel::MACAddress& bssid, TimePoint now);
+  void ask_to_hold_off(const qel::MACAddress& client, const qel::MACAddress& bssid, TimePoint now);
   /// Where else the client could go: what it hears, and the other BSSs of its agent.
   std::vector<qel::MACAddress> find_others(const SteeringOrder& order) const;
 

@@ -109,6 +109,9 @@ void Controller::act_on(const Change& change, TimePoint now) {
     case CLIENT_LEFT:
       notice_client("CLIENT_LEFT", change, "left ");
       break;
+    case CLIENT_GONE:
+      client_orders_.on_gone(change.client, change.place, now);
+      break;
     case CONTROLLER_FOUND:
       notice("SECOND_CONTROLLER", agent, "there is another controller, " + agent + "; agents obey only one");
       break;

@@ -25,6 +25,7 @@ struct Change {
     CHANNEL_CHANGED,   ///< and differs from what was reported before
     CLIENT_JOINED,     ///< `place` is the BSSID, `from` where it was before; zero if nowhere
     CLIENT_LEFT,       ///< the mesh; `place` is the BSSID
+    CLIENT_GONE,       ///< its former BSS, `place`, has noticed that it went elsewhere
     CONTROLLER_FOUND,  ///< another one
   };
   Kind kind;

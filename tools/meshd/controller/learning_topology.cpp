@@ -155,6 +155,9 @@ void Learning::leave(const Context& context, const MACAddress& bssid, BssModel& 
                      bool is_event) {
   const auto node = bss.clients.extract(client);
   if (!node) {
+    if (is_event) {
+      context.changes.push_back({Kind::CLIENT_GONE, context.al_mac, bssid, client, {}, is_event});
+    }
     return;
   }
   --clients_;

@@ -110,7 +110,8 @@ struct AgentModel {
 /// A BSS refuses a client because we asked for it.
 struct Denial {
   TimePoint until;
-  bool is_ordered;  ///< by the operator; we hold off clients that have moved on our own
+  bool is_ordered;            ///< by the operator; we hold off clients that have moved on our own
+  bool is_confirmed = false;  ///< while its access point still has the client, it does not refuse it
 };
 
 struct MeshModel {

@@ -250,6 +250,7 @@ TEST_F(ControllerTest, HoldsOffOtherAccessPointsOnceAClientHasAgreed) {
     }
     return all;
   };
+  ScriptedMesh::Answer refusal = has_client;
   mesh.appear(3);
   qel::ieee802_11::BeaconReport heard;
   heard.set_rcpi(100);
@@ -269,8 +270,16 @@ TEST_F(ControllerTest, HoldsOffOtherAccessPointsOnceAClientHasAgreed) {
   mesh.join(1, 1, false);  // its departure can be reported before its response
   mesh.say(1, CLIENT_STEERING_BTM_REPORT_MESSAGE, SteeringBTMReportTLV(bss(1), client(1), 0));
   EXPECT_THAT(blocked(), testing::ElementsAre(bss(3).to_string() + " 20"));
+  std::swap(mesh.answers[CLIENT_ASSOCIATION_CONTROL_REQUEST_MESSAGE], refusal);
   mesh.join(1, 2);
-  EXPECT_THAT(blocked(), testing::ElementsAre(bss(3).to_string() + " 20", bss(1).to_string() + " 20"));
+  mesh.wait(seconds(3));
+  std::swap(mesh.answers[CLIENT_ASSOCIATION_CONTROL_REQUEST_MESSAGE], refusal);
+  for (int event = 0; event < 2; ++event) {
+    mesh.join(1, 1, false);
+  }
+  EXPECT_THAT(blocked(),
+              testing::ElementsAre(bss(3).to_string() + " 20", bss(1).to_string() + " 20", bss(1).to_string() + " 17"))
+      << "once more after the departure is known";
 
   const auto steer_back = [&] { mesh.controller->steer(client(1), bss(1), true, mesh.now, keep()), mesh.run(); };
   mesh.asked.clear();
