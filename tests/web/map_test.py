@@ -182,7 +182,8 @@ def of_controller(browser):
     assert "from hall, −60 dBm, 400 Mb/s down" in browser.value("document.getElementById('details').innerText")
     browser.value("document.getElementById('table-tab').click()")
     cells = browser.value("[...document.querySelectorAll('#table-view tr')].map((row) => row.innerText.replace(/\\s+/g, ' ')).join('; ')")
-    for row in ("hall phy1 5 GHz 100", f"kitchen {MAC}8 5 GHz 36", f"{HOSTILE} {host}A kitchen AP", f"kitchen {host}B hall AP, backhaul"):
+    for row in (f"hall {MAC}2 controller, access point this node", "hall phy1 5 GHz 100", f"kitchen {MAC}8 5 GHz 36",
+                f"{HOSTILE} {host}A kitchen AP", f"kitchen {host}B hall AP, backhaul"):
         assert row in cells, cells
     browser.value("document.getElementById('map-tab').click()")
 

@@ -2,7 +2,7 @@
 import { DetailsView } from "./details.js";
 import { make } from "./dom.js";
 import { buildGraph, eventText } from "./model.js";
-import { MapView, draw } from "./map.js";
+import { MapView, deviceShapes, draw } from "./map.js";
 import { RulerView } from "./ruler.js";
 import { TableView } from "./table.js";
 
@@ -10,6 +10,7 @@ const MOST_EVENTS = 100;
 const ANSWERS = ["radios", "clients", "controller", "topology"];
 const LEGEND = [["edge ok", 3, "Ethernet"], ["edge wifi", 3, "Wi-Fi"], ["edge other", 3, "other"], ["edge poor", 3, "poor"],
   ["edge unknown", 2, "not confirmed"], ["edge blocked", 2, "blocked"]];
+const ROLES = [["controller", "controller"], ["access-point", "access point"]];
 
 const byId = (id) => document.getElementById(id);
 
@@ -32,11 +33,18 @@ class Page {
     byId("zoom-in").addEventListener("click", () => this.map.zoom(1.3));
     byId("zoom-out").addEventListener("click", () => this.map.zoom(1 / 1.3));
     byId("zoom-fit").addEventListener("click", () => this.map.fit());
-    for (const [className, width, text] of LEGEND) {
+    const explain = (text, ...shapes) => {
       const item = byId("legend").appendChild(make("li"));
       item.append(draw("svg", { "aria-hidden": "true" }), text);
-      item.firstChild.append(draw("path", { class: className, "stroke-width": width, d: "M1 6H25" }));
-    }
+      item.firstChild.append(...shapes);
+      return item;
+    };
+    this.roles = ROLES.map(([role, text]) => {
+      const symbol = draw("g", { class: `node device ${role}`, transform: "translate(15 6) scale(.55)" });
+      symbol.append(...deviceShapes());
+      return [role, explain(text, symbol)];
+    });
+    for (const [className, width, text] of LEGEND) explain(text, draw("path", { class: className, "stroke-width": width, d: "M1 6H25" }));
     this.names = new Map();
     this.answers = {};
     this.clearEvents();
@@ -74,6 +82,7 @@ class Page {
     byId("title").textContent = document.title;
     byId("summary").textContent = [some(count("device"), "device"), some(graph.edges.filter((edge) => !edge.isHost).length, "link"),
       some(hosts, "host"), count("client") ? some(count("client"), "client") : ""].filter(Boolean).join(", ");
+    for (const [role, item] of this.roles) item.hidden = !graph.nodes.some((node) => node.classes.includes(role));
     if (!byId("map-view").hidden) this.map.show(graph);
     else this.table.show(graph);
     this.showDetails();

@@ -12,6 +12,8 @@ const FULL = 30; // nodes from which there is room for the names of devices only
 const CROWD = 100; // nodes from which names are small
 const STRETCH = { least: 0.75, most: 1.7 };
 const FAR = 0.5; // scale below which only links that need attention are labelled, and in a crowd no mere addresses
+const WAVES = "M0 6.6v.01M-3.6 2.4a5 5 0 0 1 7.2 0M-7.2 -1.4a10.4 10.4 0 0 1 14.4 0"; // of a device with radios
+const HEXAGON = "M17 0 8.5 14.7H-8.5L-17 0-8.5-14.7H8.5Z"; // a controller
 const EDGE_PLACES = [0.5, 0.4, 0.6, 0.3, 0.7];
 
 /** An element of SVG with these attributes; `text` is its text. */
@@ -21,6 +23,10 @@ export function draw(name, attributes = {}, text = undefined) {
   if (text !== undefined) element.textContent = text;
   return element;
 }
+
+/** The shapes of a device, of which the style shows those of its roles. */
+export const deviceShapes = () => [draw("circle", { class: "shape", r: RADIUS.device }), draw("path", { class: "shape hexagon", d: HEXAGON }),
+  draw("path", { class: "waves", d: WAVES })];
 
 const shorten = (text) => (text.length > 24 ? `${text.slice(0, 23)}…` : text);
 /** What can stand for a name, the best first: of an address, its end. */
@@ -105,9 +111,9 @@ export class MapView {
       made.dataset.id = node.id;
       const body = made.appendChild(draw("g"));
       body.append(draw("circle", { class: "halo", r: radius + 9 }));
-      body.append(node.kind === "switch"
-        ? draw("rect", { class: "shape", x: -radius, y: -radius, width: 2 * radius, height: 2 * radius, rx: 2 })
-        : draw("circle", { class: "shape", r: radius }));
+      if (node.kind === "device") body.append(...deviceShapes());
+      else if (node.kind !== "switch") body.append(draw("circle", { class: "shape", r: radius }));
+      else body.append(draw("rect", { class: "shape", x: -radius, y: -radius, width: 2 * radius, height: 2 * radius, rx: 2 }));
       if (node.id === this.graph.self) body.append(draw("circle", { class: "ring", r: radius + 5 }));
       made.append(draw("title"));
       return made;

@@ -77,16 +77,20 @@ export function buildGraph({ topology, radios: ownRadios, clients: ownClients, c
   const stations = new Map([...served].filter(([mac, peer]) => !peer.backhaul_of && !interfaces.has(mac)));
   for (const client of stations.values()) if (client.name) names.set(client.mac, client.name);
 
+  const controllers = new Set(controller ? [controller.al_mac, ...controller.other_controllers] : []);
   for (const node of devices.values()) {
+    const its = radios.filter((radio) => radio.device === node.al_mac);
+    const roles = [controllers.has(node.al_mac) ? "controller" : "", its.length ? "access-point" : ""];
     nodes.push({
       id: node.al_mac,
       kind: "device",
       name: names.get(node.al_mac),
-      classes: ["device", node.state, node.self ? "self" : "", node.blocked.length ? "has-blocked" : ""],
+      classes: ["device", node.state, node.self ? "self" : "", node.blocked.length ? "has-blocked" : "", ...roles],
       device: node,
       agent: agents.get(node.al_mac) || null,
+      roles: roles.filter(Boolean).map((role) => role.replace("-", " ")),
       backhaul: peers.find((peer) => peer.backhaul_of === node.al_mac) || null,
-      radios: radios.filter((radio) => radio.device === node.al_mac),
+      radios: its,
       links: [],
       clients: [],
       hosts: node.hosts.reduce((count, one) => count + one.macs.filter((mac) => !served.has(mac)).length, 0),
@@ -179,7 +183,7 @@ function describe(node, names) {
   if (node.kind === "switch") return `switch, ${links}`;
   const { device } = node;
   const some = (number, what) => (number ? `${number} ${what}` : "");
-  return [`device ${node.name}`, stateText(node), links, some(node.hosts, "hosts"), some(node.clients.length, "clients"),
+  return [`device ${node.name}`, ...node.roles, stateText(node), links, some(node.hosts, "hosts"), some(node.clients.length, "clients"),
     some(device.blocked.length, "blocked")].filter(Boolean).join(", ");
 }
 

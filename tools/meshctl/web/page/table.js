@@ -6,13 +6,13 @@ const number = (value) => (value === null || value === undefined ? "" : String(v
 
 const DEVICES = {
   caption: "Devices",
-  columns: ["Name", "AL MAC", "State", "Last answer", "meshd", "Interfaces", "Links", "Hosts"],
-  numeric: new Set([5, 6, 7]),
+  columns: ["Name", "AL MAC", "Role", "State", "Last answer", "meshd", "Interfaces", "Links", "Hosts"],
+  numeric: new Set([6, 7, 8]),
   rows: (graph) => graph.nodes.filter((node) => node.kind === "device").map((node) => ({
     id: node.id,
     select: node.id,
     state: node.device.state,
-    cells: [node.name, node.id, stateText(node), ageText(node.device.age), node.device.meshd_version || "",
+    cells: [node.name, node.id, node.roles.join(", "), stateText(node), ageText(node.device.age), node.device.meshd_version || "",
       number(node.device.interfaces.length), number(node.links.length), number(node.hosts)],
   })),
 };
