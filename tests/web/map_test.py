@@ -8,12 +8,14 @@ import shutil
 import subprocess
 import sys
 import time
+import urllib.parse
 
 sys.path.insert(0, os.path.dirname(__file__))
 from browser import Browser  # noqa: E402
 
 HOSTILE = '<s>x&"lan'  # the name of an interface of node two
 MAC = "02:19:05:AA:00:0"
+URL = urllib.parse.urlparse(os.environ["MESH_URL"])
 NODES, LINKS, RADIOS = 5, 5, 8
 CLIENTS = {"phone": "study", "tablet": "study", "watch": "hall", "camera": "garage", "notebook": "kitchen"}  # and where they are
 LIMIT = 2  # seconds within which a lost link shows
@@ -35,9 +37,51 @@ def no_complaints(browser):
 OK_LINKS = "document.querySelectorAll('#map .edge.ok:not(.host):not(.leaf)').length"
 
 
+def at(name, device):
+    """Whether the map has this client at this device."""
+    return f"[...document.querySelectorAll('.node.client')].some((one) => one.ariaLabel.startsWith({json.dumps(f'client {name}, home, at {device}')}))"
+
+
+def order(browser, selected, form, fill, done, shown):
+    """Gives an order in a form of what is selected. Returns how many seconds later it showed."""
+    browser.value(f"page.select('{selected}')")
+    form = f"document.querySelector('#details form[aria-label=\"{form}\"]')"
+    browser.eventually(form)
+    for control, value in fill.items():
+        browser.value(f"{form}.querySelector('{control}').value = '{value}'")
+    start = time.monotonic()
+    browser.value(f"{form}.querySelector('button').click()")
+    browser.eventually(shown)
+    took = time.monotonic() - start
+    browser.eventually(f"{form}.querySelector('[role=status]').textContent.startsWith('{done} in ')")
+    return took
+
+
+def wireless(browser, folder):
+    """Radios and clients, and what a controller makes of them; without the token, nobody can give orders."""
+    phone = "client 02:19:05:CC:00:01"
+    for name, device in CLIENTS.items():
+        browser.eventually(at(name, device))
+    lanes = "[...document.querySelectorAll('#radios-view .lane')].map((lane) => lane.querySelector('text').textContent).join('; ')"
+    browser.eventually(f"{lanes} === 'study: ch. 1, 20 MHz; hall, garage: ch. 6, 20 MHz; kitchen: ch. 11, 20 MHz; "
+                       "study, kitchen: ch. 36, 80 MHz; hall: ch. 52, 80 MHz; garage: ch. 100, 40 MHz'")
+    browser.value(f"page.select('{phone}')")
+    browser.eventually("document.querySelector('#details form')")
+    browser.value("location.hash = ''")
+    browser.eventually("!document.querySelector('#details form')")
+    browser.value(f"location.hash = '{URL.fragment}'")
+    took = order(browser, phone, "Move phone", {"select": "02:19:05:A0:02:05"}, "moved", at("phone", "hall"))
+    print(f"the move of a client showed after {took:.2f} s")
+    browser.screenshot(f"{folder}/moved.png")
+    took = order(browser, f"{MAC}1", "Change the 5 GHz channel", {"input": 44, "select": 40}, "changed",
+                 f"{lanes}.includes('study: ch. 44, 40 MHz')")
+    print(f"a change of channel showed after {took:.2f} s")
+    browser.screenshot(f"{folder}/channel.png")
+
+
 def live(folder):
     with Browser() as browser:
-        browser.open(os.environ["MESH_URL"])
+        browser.open(URL.geturl())
         for number in range(1, NODES + 1):
             browser.eventually(f"{node(number)}?.classList.contains('answered')")
         browser.eventually("document.getElementById('state').textContent === 'live'")
@@ -46,10 +90,13 @@ def live(folder):
         browser.eventually(f"['study', 'hall', 'kitchen', 'garage', 'attic', 'tv', 'switch'].every((name) => {names}.includes(name))")
         browser.screenshot(f"{folder}/map.png")
 
+        wireless(browser, folder)
+
         # A name from the network is text, and the keyboard goes where the mouse does.
         run("SPOIL")
         browser.value(f"{node(2)}.dispatchEvent(new MouseEvent('click', {{bubbles: true}}))")
         browser.eventually(f"document.getElementById('details').textContent.includes({json.dumps(HOSTILE)})")
+        browser.eventually(at('<b>watch&"', "hall"))
         assert browser.value("document.querySelectorAll('s, img, b').length") == 0, "a name is text"
         browser.screenshot(f"{folder}/details.png")
         browser.value(f"{node(2)}.focus()")
