@@ -40,7 +40,7 @@ class Page {
       return item;
     };
     this.roles = ROLES.map(([role, text]) => {
-      const symbol = draw("g", { class: `node device ${role}`, transform: "translate(15 6) scale(.55)" });
+      const symbol = draw("g", { class: `symbol ${role}`, transform: "translate(15 6) scale(.55)" });
       symbol.append(...deviceShapes());
       return [role, explain(text, symbol)];
     });

@@ -196,6 +196,7 @@ const EVENTS = {
   NEIGHBOR_FOUND: "found neighbor", NEIGHBOR_LOST: "lost neighbor", DEVICE_FOUND: "found device", DEVICE_LOST: "lost device",
   CONTROLLER_FOUND: "found controller", CONTROLLER_LOST: "lost controller", SECOND_CONTROLLER: "second controller:",
   AGENT_FOUND: "found agent", AGENT_LOST: "lost agent", CHANNEL_CHANGED: "new channel:", ORDER_DONE: "done:", ORDER_FAILED: "failed:",
+  ORDER_OBEYED: "obeyed:", ORDER_REFUSED: "refused:",
 };
 
 /** The text of an event of meshd(8), in words and with the names of addresses. Unknown ones are shown as they are. */
