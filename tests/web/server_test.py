@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """What the server of the map does with requests, with real sockets; scripts/demo-web runs it beside a mesh."""
 
+import concurrent.futures
 import http.client
 import json
 import os
@@ -167,26 +168,30 @@ def garbage():
         check("after " + what, get("/")[0], 200)
 
 
-def slow():
-    """Peers that hold on: they are cut off, others are served meanwhile and afterwards, and the loop never waits."""
-    trickle = connect()
-    trickle.sendall(b"GET / HTTP/1.1\r\n")
+def trickle():
+    """A peer that never ends its request is cut off, and others are served meanwhile, so the loop never waits."""
+    peer = connect()
+    peer.sendall(b"GET / HTTP/1.1\r\n")
     start = time.monotonic()
     while time.monotonic() - start < PATIENCE:
         before = time.monotonic()
         check("beside a slow peer", get("/")[0], 200)
         assert time.monotonic() - before < 5, "the loop waited"
         try:
-            trickle.sendall(b"X")  # never silent for long, and never done
+            peer.sendall(b"X")  # never silent for long, and never done
             time.sleep(0.5)
         except ConnectionError:
             break
     assert 8 < time.monotonic() - start < PATIENCE, "cut off in time, not at once"
-    idle = [connect() for _ in range(3 * MOST_CONNECTIONS)]
+
+
+def idle():
+    """Peers that take all places and send nothing are cut off for one that waits."""
+    peers = [connect() for _ in range(MOST_CONNECTIONS + 8)]
     start = time.monotonic()
     check("after all places were taken", get("/")[0], 200)
-    print(f"served {time.monotonic() - start:.1f} s after {len(idle)} idle connections")
-    for peer in idle:
+    print(f"served {time.monotonic() - start:.1f} s after {len(peers)} idle connections")
+    for peer in peers:
         peer.close()
 
 
@@ -221,7 +226,9 @@ def streams():
 requests()
 refused_orders()
 carried_out()
-garbage()
-slow()
+with concurrent.futures.ThreadPoolExecutor() as both:
+    for test in [both.submit(garbage), both.submit(trickle)]:
+        test.result()
+idle()
 streams()
 print("the server is well")
