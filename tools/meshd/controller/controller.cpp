@@ -209,7 +209,7 @@ void Controller::steer_by_policy(TimePoint now) {
     }
   };
   for (const SteeringOrder& order : round.orders) {
-    if (!client_orders_.is_busy(order.client) && client_orders_.count_moves() < policy.most_at_once) {
+    if (!client_orders_.is_busy(order.client) && client_orders_.count_moves() < most_at_once(model_, policy)) {
       notice("", "", "client " + order.client.to_string() + " is to move: " + order.why);
       try_to([&] { steer(order.client, order.to, true, now, [](const Result&) {}); });
     }

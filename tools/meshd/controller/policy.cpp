@@ -91,7 +91,7 @@ constexpr auto ROWS = std::to_array<Row>({
     {"steering.longest-back-off", [](Policy& p) -> Value { return &p.steering.longest_back_off; }, 0, 604800,
      "seconds; the longest that it is left alone"},
     {"steering.most-at-once", [](Policy& p) -> Value { return &p.steering.most_at_once; }, 1, 1000,
-     "clients that are asked in one round at most"},
+     "clients that are asked in one round at most, by up to 20 agents"},
     {"steering.excluded-client", [](Policy& p) -> Value { return &p.steering.excluded_clients; }, 0, 0,
      "addresses of clients that are never asked"},
 });

@@ -48,7 +48,7 @@ struct SteeringPolicy {
   std::chrono::seconds rest{120};        ///< after a client joined or was asked
   std::chrono::seconds back_off{300};    ///< after a refusal; doubled with each further one
   std::chrono::seconds longest_back_off{86400};
-  unsigned int most_at_once = 4;                 ///< requests in a round
+  unsigned int most_at_once = 4;                 ///< requests in a round, of a mesh of up to 20 agents
   std::set<qel::MACAddress> excluded_clients{};  ///< never asked, neither by us nor by agents
 };
 

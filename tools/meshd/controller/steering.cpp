@@ -101,7 +101,7 @@ struct Station {
 class Round {
  public:
   Round(const MeshModel& model, const SteeringPolicy& policy, TimePoint now)
-      : model_(model), policy_(policy), now_(now) {}
+      : model_(model), policy_(policy), now_(now), most_(most_at_once(model, policy)) {}
 
   SteeringRound decide() {
     find_cells();
@@ -137,6 +137,7 @@ class Round {
   const MeshModel& model_;
   const SteeringPolicy& policy_;
   const TimePoint now_;
+  const std::size_t most_;  // orders
   std::vector<Cell> cells_;
   std::set<MACAddress> backhaul_;  // the stations of agents
   struct Bss {
@@ -257,7 +258,7 @@ std::vector<Round::Target> Round::targets_of(const Station& station, std::option
 }
 
 void Round::order(const Station& station, const Target& target, std::string why) {
-  if (round_.orders.size() == policy_.most_at_once) {
+  if (round_.orders.size() == most_) {
     return;
   }
   for (const auto& [cell, change] : {std::pair(station.cell, -station.share), std::pair(target.cell, station.share)}) {
@@ -359,7 +360,7 @@ void Round::ask() {
   std::ranges::stable_sort(unknown_, {},
                            [](const Question& question) { return question.station->model->steering.questioned_at; });
   for (const auto& [station, why] : unknown_) {
-    if (round_.questions.size() == QUESTIONS_PER_REQUEST * policy_.most_at_once) {
+    if (round_.questions.size() == QUESTIONS_PER_REQUEST * most_) {
       break;
     }
     if (std::ranges::find(round_.questions, *station->bssid, &BeaconOrder::bssid) == round_.questions.end()) {
@@ -369,6 +370,12 @@ void Round::ask() {
 }
 
 }  // namespace
+
+std::size_t most_at_once(const MeshModel& model, const SteeringPolicy& policy) {
+  const auto agents = static_cast<std::size_t>(
+      std::ranges::count(model.agents, AgentState::JOINED, [](const auto& agent) { return agent.second.state; }));
+  return policy.most_at_once * std::max(agents, AGENTS_PER_LIMIT) / AGENTS_PER_LIMIT;
+}
 
 SteeringRound steer(const MeshModel& model, const SteeringPolicy& policy, TimePoint now) {
   return policy.is_on ? Round(model, policy, now).decide() : SteeringRound{};

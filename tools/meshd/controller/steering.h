@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -34,6 +35,11 @@ struct SteeringRound {
 
 /// The time between two rounds. It lets the responses to one round arrive before the next.
 inline constexpr std::chrono::seconds STEERING_ROUND{5};
+
+/// The policy's limit on requests in a round holds for a mesh of so many agents and smaller ones.
+inline constexpr std::size_t AGENTS_PER_LIMIT = 20;
+/// The limit for this mesh: of a larger one, it grows with the agents that are there.
+std::size_t most_at_once(const MeshModel& model, const SteeringPolicy& policy);
 
 /// Decides which clients are asked to move, by how their access points receive them, how they hear others, and load.
 /// The same model gives the same round. Decides only: what is done, and what comes of it, is recorded with the

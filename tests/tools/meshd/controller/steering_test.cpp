@@ -94,6 +94,14 @@ TEST(Steering, AsksWhoGainsAndNobodyElse) {
        },
        "1>B ", ""},
       {"limit", [](Scene& s) { s.policy.most_at_once = 1; }, "1>B ", "1>B "},
+      {"limit for 40 agents",
+       [](Scene& s) {
+         s.policy.most_at_once = 1;
+         for (int name = 0; name < 37; ++name) {
+           s.mesh.agents[mac(static_cast<char>(name), AGENT)].state = AgentState::JOINED;
+         }
+       },
+       "1>B ", "1>B 2>B "},
       {"cannot move",
        [](Scene& s) {
          s.client('1').association_request = {{0, 0, 0, 0, 0, 1, 'x', 127, 3, 0, 0, 0}, NOW};
