@@ -23,7 +23,7 @@ using wifi::AirRadio;
 
 /// Whether the radio can use the channel of this class.
 bool has_channel(const AirRadio& radio, std::uint8_t opclass, std::uint8_t channel) {
-  const APRadioBasicCapabilitiesTLV capabilities = basic_capabilities(radio);
+  const APRadioBasicCapabilitiesTLV& capabilities = basic_capabilities(radio);
   return std::ranges::any_of(
       capabilities.get_operation_class_information_vector(), [&](const OperatingClassInformation& each) {
         const auto& missing = each.get_non_operable_channel_vector();

@@ -13,7 +13,6 @@
 
 #include "qel/channel/frequency.h"
 #include "qel/channel/operating_class_deduction.h"
-#include "qel/ieee1905_1/channel_preference_conversion.h"
 #include "tools/meshd/wifi/radio.h"
 
 namespace meshd::agent {
@@ -87,30 +86,30 @@ const wifi::HECapabilities& as_access_point(const Band& band) {
   return found == band.he.end() ? band.he.front() : *found;
 }
 
-}  // namespace
-
-qel::ChannelList operable_channels(const AirRadio& radio) {
-  const std::set<kHz> excluded = channels_without_initiation(radio);
-  std::vector<qel::ChannelEntry> entries;
-  for (const qel::WLANRadio& band : radio.radios) {
-    for (const qel::ChannelEntry& entry : band.get_channel_list().get_channels()) {
-      if (!excluded.contains(entry.get_frequency())) {
-        entries.emplace_back(entry.get_channel_number(), entry.get_frequency(), entry.get_capability_flags(),
-                             entry.get_state_flags(), entry.get_config_flags(), entry.get_max_power(),
-                             entry.get_max_regulatory_power());
-      }
+/// The default rules, except that a channel which must be checked for radar first is not operable: the check would
+/// close the access point for a minute or more.
+std::vector<ChannelScoreRule> score_rules() {
+  std::vector<ChannelScoreRule> rules(std::begin(DEFAULT_CHANNEL_SCORE_RULES), std::end(DEFAULT_CHANNEL_SCORE_RULES));
+  for (ChannelScoreRule& rule : rules) {
+    if (rule.score.reason == ChannelPreferenceReasonCode::DFS_CHANNEL_STATE_UNKNOWN) {
+      rule.score.score = ChannelScore::NON_OPERABLE;
     }
   }
-  return qel::ChannelList(std::move(entries));
+  return rules;
 }
 
-APRadioBasicCapabilitiesTLV basic_capabilities(const AirRadio& radio) {
+struct Known {
+  qel::ChannelList channels;
+  std::uint8_t most_bss;
+  APRadioBasicCapabilitiesTLV capabilities;
+  ChannelPreferenceConversion conversion;
+};
+
+APRadioBasicCapabilitiesTLV find_capabilities(const AirRadio& radio, const qel::ChannelList& channels) {
   APRadioBasicCapabilitiesTLV all(radio.identifier, radio.most_bss);
   for (const std::uint8_t opclass : OperatingClassDeduction::get_all_region_opclasses(REGION)) {
     all.add_operation_class_information({opclass, 0});
   }
-  qel::ChannelList channels = operable_channels(radio);
-  channels.reset_state_flags();  // radar may be gone tomorrow
   const ChannelScores scores = ChannelPreferenceConversion(all).to_scores(channels);
 
   struct Class {
@@ -145,6 +144,48 @@ APRadioBasicCapabilitiesTLV basic_capabilities(const AirRadio& radio) {
   }
   return capabilities;
 }
+
+/// It takes milliseconds to find this out, so it is kept as long as the channels stay the same.
+const Known& known_of(const AirRadio& radio) {
+  constexpr std::size_t MOST_KNOWN = 16;
+  static const std::vector<ChannelScoreRule> RULES = score_rules();
+  static std::map<qel::MACAddress, Known> all;
+  qel::ChannelList channels = operable_channels(radio);
+  channels.reset_state_flags();  // radar may be gone tomorrow
+  const auto known = all.find(radio.identifier);
+  if (known != all.end() && known->second.most_bss == radio.most_bss &&
+      known->second.channels.equivalent_to(channels)) {
+    return known->second;
+  }
+  if (known == all.end() && all.size() >= MOST_KNOWN) {
+    all.clear();
+  }
+  const APRadioBasicCapabilitiesTLV capabilities = find_capabilities(radio, channels);
+  const ChannelPreferenceConversion conversion(capabilities, REGION, qel::UnknownChannels::SKIP, RULES);
+  return all.insert_or_assign(radio.identifier, Known{std::move(channels), radio.most_bss, capabilities, conversion})
+      .first->second;
+}
+
+}  // namespace
+
+qel::ChannelList operable_channels(const AirRadio& radio) {
+  const std::set<kHz> excluded = channels_without_initiation(radio);
+  std::vector<qel::ChannelEntry> entries;
+  for (const qel::WLANRadio& band : radio.radios) {
+    for (const qel::ChannelEntry& entry : band.get_channel_list().get_channels()) {
+      if (!excluded.contains(entry.get_frequency())) {
+        entries.emplace_back(entry.get_channel_number(), entry.get_frequency(), entry.get_capability_flags(),
+                             entry.get_state_flags(), entry.get_config_flags(), entry.get_max_power(),
+                             entry.get_max_regulatory_power());
+      }
+    }
+  }
+  return qel::ChannelList(std::move(entries));
+}
+
+const APRadioBasicCapabilitiesTLV& basic_capabilities(const AirRadio& radio) { return known_of(radio).capabilities; }
+
+const ChannelPreferenceConversion& conversion_of(const AirRadio& radio) { return known_of(radio).conversion; }
 
 std::optional<APHTCapabilitiesTLV> ht_capabilities(const AirRadio& radio) {
   const Band* band = band_with(radio, [](const Band& each) { return each.ht.has_value(); });
@@ -232,9 +273,9 @@ void add_ap_capabilities(MessageBuilder& builder, const std::vector<AirRadio>& r
     }
   };
   for (const AirRadio& radio : radios) {
-    if (APRadioBasicCapabilitiesTLV basic = basic_capabilities(radio);
+    if (const APRadioBasicCapabilitiesTLV& basic = basic_capabilities(radio);
         !basic.get_operation_class_information_vector().empty()) {
-      builder.add(std::move(basic));
+      builder.add(basic);
     }
     add(ht_capabilities(radio));
     add(vht_capabilities(radio));

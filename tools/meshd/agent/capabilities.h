@@ -6,6 +6,7 @@
 #include "qel/ieee1905_1/ap_capability_tlvs.h"
 #include "qel/ieee1905_1/ap_he_capabilities_tlv.h"
 #include "qel/ieee1905_1/ap_phy_capabilities_tlvs.h"
+#include "qel/ieee1905_1/channel_preference_conversion.h"
 #include "qel/ieee1905_1/message_builder.h"
 #include "tools/meshd/wifi/air.h"
 
@@ -16,8 +17,12 @@ namespace meshd::agent {
 /// is measured on them, since that would change a report every moment.
 qel::ChannelList operable_channels(const wifi::AirRadio& radio);
 
-/// Each class of which the radio has a channel. A channel with radar is operable here; the preferences tell more.
-qel::ieee1905_1::APRadioBasicCapabilitiesTLV basic_capabilities(const wifi::AirRadio& radio);
+///@{
+/// Each class of which the radio has a channel, and the conversion of preferences for them. A channel with radar is
+/// operable here; the preferences tell more. Valid until the next call for another radio or other channels.
+const qel::ieee1905_1::APRadioBasicCapabilitiesTLV& basic_capabilities(const wifi::AirRadio& radio);
+const qel::ieee1905_1::ChannelPreferenceConversion& conversion_of(const wifi::AirRadio& radio);
+///@}
 
 // Of the band in which the radio operates if that band has them, or else of the first band that does. Nothing if no
 // band does.

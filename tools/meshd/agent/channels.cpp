@@ -24,29 +24,11 @@ using qel::ChannelInfo;
 using qel::ChannelWidth;
 using qel::kHz;
 using qel::MACAddress;
-using qel::UnknownChannels;
 using wifi::AirRadio;
 
 constexpr auto REGION = qel::OperatingClassDeduction::Region::GLOBAL;
 
 constexpr std::size_t MOST_PREFERENCES = 8;  // of a radio in one request
-
-/// The default rules, except that a channel which must be checked for radar first is not operable: the check would
-/// close the access point for a minute or more.
-std::vector<ChannelScoreRule> score_rules() {
-  std::vector<ChannelScoreRule> rules(std::begin(DEFAULT_CHANNEL_SCORE_RULES), std::end(DEFAULT_CHANNEL_SCORE_RULES));
-  for (ChannelScoreRule& rule : rules) {
-    if (rule.score.reason == ChannelPreferenceReasonCode::DFS_CHANNEL_STATE_UNKNOWN) {
-      rule.score.score = ChannelScore::NON_OPERABLE;
-    }
-  }
-  return rules;
-}
-
-ChannelPreferenceConversion conversion_of(const AirRadio& radio) {
-  static const std::vector<ChannelScoreRule> RULES = score_rules();
-  return ChannelPreferenceConversion(basic_capabilities(radio), REGION, UnknownChannels::SKIP, RULES);
-}
 
 std::optional<PrimaryChannel> present_channel(const AirRadio& radio) {
   if (!radio.channel.get_primary_frequency().is_set()) {
@@ -163,7 +145,7 @@ ChannelScores own_scores(const AirRadio& radio, const ChannelPreferenceConversio
 Selection select_channel(const AirRadio& radio, const std::vector<ChannelPreferenceTLV>& asked,
                          const std::optional<ChannelPreferenceTLV>& reported, TimePoint now) {
   using enum ChannelSelectionResponseCode;
-  const ChannelPreferenceConversion conversion = conversion_of(radio);
+  const ChannelPreferenceConversion& conversion = conversion_of(radio);
   const ChannelScores wanted = asked_scores(conversion, asked);
   const ChannelScores merged = merge(own_scores(radio, conversion), wanted);
   if (!has_operable(merged)) {
@@ -204,7 +186,7 @@ void Channels::on_preference_query(const Received& received) {
   MessageBuilder report = Desk::answer_to(received, MessageType::CHANNEL_PREFERENCE_REPORT_MESSAGE);
   const bool is_from_controller = received.from == desk_.controller();
   for (const AirRadio& radio : desk_.air().radios()) {
-    const ChannelPreferenceConversion conversion = conversion_of(radio);
+    const ChannelPreferenceConversion& conversion = conversion_of(radio);
     ChannelPreferenceTLV preferences = conversion.to_preferences(own_scores(radio, conversion));
     if (is_from_controller) {
       preferences_.insert_or_assign(radio.identifier, preferences);
@@ -314,7 +296,7 @@ void Channels::report_changes() {
   bool has_preferences = false;
   std::vector<MACAddress> moved;
   for (const AirRadio& radio : radios) {
-    const ChannelPreferenceConversion conversion = conversion_of(radio);
+    const ChannelPreferenceConversion& conversion = conversion_of(radio);
     const ChannelPreferenceTLV preferences = conversion.to_preferences(own_scores(radio, conversion));
     const auto [known, is_new] = preferences_.try_emplace(radio.identifier, preferences);
     if (is_new || known->second != preferences) {
