@@ -10,6 +10,7 @@
 
 #include "qel/core/text.h"
 #include "tools/meshd/shell_answer.h"
+#include "tools/meshd/shell_module.h"
 #include "tools/meshd/view/topology_view.h"
 
 namespace meshd {
@@ -56,14 +57,7 @@ DebugShell::DebugShell(Entity& entity, const LocalPorts& ports, const Roles& rol
       {"BLOCK", run<&DebugShell::block, true>, "neither send nor receive on this interface until it is unblocked"},
       {"UNBLOCK", run<&DebugShell::unblock, true>, "use this interface again"},
   };
-  const auto module = loop_.create_ctlcmd_module(MODULE, this);
-  for (const auto& [name, handler, help] : commands) {
-    module->add_command(name, handler, help);
-  }
-  if (!module->start()) {
-    loop_.remove_ctlcmd_module(MODULE);
-    throw std::runtime_error(std::string("the debug shell rejects the module ") + MODULE);
-  }
+  start_module(loop_, MODULE, this, commands);
 }
 
 DebugShell::~DebugShell() { loop_.remove_ctlcmd_module(MODULE); }

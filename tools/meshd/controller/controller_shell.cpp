@@ -13,6 +13,7 @@
 #include "tools/meshd/controller/mesh_view.h"
 #include "tools/meshd/controller/targets.h"
 #include "tools/meshd/shell_answer.h"
+#include "tools/meshd/shell_module.h"
 #include "tools/meshd/view/names.h"
 #include "tools/safe_text.h"
 
@@ -119,14 +120,7 @@ ControllerShell::ControllerShell(Controller& controller, qel::daemon::Mainloop& 
       {"RESULT", run<&ControllerShell::result, 1, 2>,
        "tell what came of an order: NUMBER, then TEXT (default) or JSON"},
   };
-  const auto module = loop_.create_ctlcmd_module(MODULE, this);
-  for (const auto& [name, handler, help] : COMMANDS) {
-    module->add_command(name, handler, help);
-  }
-  if (!module->start()) {
-    loop_.remove_ctlcmd_module(MODULE);
-    throw std::runtime_error(std::string("the debug shell rejects the module ") + MODULE);
-  }
+  start_module(loop_, MODULE, this, COMMANDS);
 }
 
 ControllerShell::~ControllerShell() { loop_.remove_ctlcmd_module(MODULE); }

@@ -6,6 +6,7 @@
 
 #include "qel/core/text.h"
 #include "tools/meshd/shell_answer.h"
+#include "tools/meshd/shell_module.h"
 #include "tools/meshd/view/names.h"
 #include "tools/meshd/wifi/clients_view.h"
 #include "tools/meshd/wifi/model_json.h"
@@ -52,14 +53,7 @@ WifiShell::WifiShell(const Model& model, const Associations& associations, qel::
        "show the operating classes that a radio supports: TEXT (default) or JSON"},
       {"MODEL", run<&WifiShell::model, 0>, "show everything that the kernel reports, as JSON"},
   };
-  const auto module = loop_.create_ctlcmd_module(MODULE, this);
-  for (const auto& [name, handler, help] : COMMANDS) {
-    module->add_command(name, handler, help);
-  }
-  if (!module->start()) {
-    loop_.remove_ctlcmd_module(MODULE);
-    throw std::runtime_error(std::string("the debug shell rejects the module ") + MODULE);
-  }
+  start_module(loop_, MODULE, this, COMMANDS);
 }
 
 WifiShell::~WifiShell() { loop_.remove_ctlcmd_module(MODULE); }
