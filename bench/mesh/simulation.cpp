@@ -142,10 +142,6 @@ class Simulation::Node final : public Ports {
   std::unique_ptr<Entity> entity_;
 };
 
-bool Simulation::Event::operator<(const Event& other) const {
-  return std::pair(time, number) > std::pair(other.time, other.number);  // the earliest is on top of the heap
-}
-
 Simulation::Simulation(const Shape& shape, Settings settings)
     : settings_(std::move(settings)), cables_(shape.cables), plugged_in_(shape.cables.size(), true) {
   cables_.push_back(shape.spare);
@@ -169,25 +165,11 @@ Simulation::Simulation(const Shape& shape, Settings settings)
 Simulation::~Simulation() = default;
 
 void Simulation::run(std::chrono::milliseconds time) {
-  const TimePoint end = now_ + time;
-  while (!events_.empty() && events_.front().time <= end) {
-    std::pop_heap(events_.begin(), events_.end());
-    const Event event = std::move(events_.back());
-    events_.pop_back();
-    now_ = event.time;
-    handle(event);
-  }
-  now_ = end;
+  events_.run(time, [this](const Event& event) { handle(event); });
 }
 
 bool Simulation::run_until(const std::function<bool()>& is_done, std::chrono::seconds most) {
-  for (std::chrono::seconds time{0}; !is_done(); ++time) {
-    if (time == most) {
-      return false;
-    }
-    run(1s);
-  }
-  return true;
+  return events_.run_until(is_done, most, [this](const Event& event) { handle(event); });
 }
 
 void Simulation::set_plugged_in(std::size_t cable, bool plugged_in) {
@@ -227,7 +209,7 @@ bool Simulation::knows_all_metrics(std::size_t node) const {
 }
 
 std::chrono::milliseconds Simulation::now() const {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(now_.time_since_epoch());
+  return std::chrono::duration_cast<std::chrono::milliseconds>(events_.now().time_since_epoch());
 }
 
 const Entity& Simulation::entity(std::size_t node) const { return nodes_[node]->entity(); }
@@ -242,8 +224,7 @@ MACAddress Simulation::interface_mac(std::size_t node, std::size_t interface) {
 
 void Simulation::post(std::chrono::microseconds delay, Event::Type type, std::size_t node, std::size_t interface,
                       std::shared_ptr<const Octets> frame) {
-  events_.push_back({now_ + delay, posted_++, type, node, interface, std::move(frame)});
-  std::push_heap(events_.begin(), events_.end());
+  events_.post(delay, {type, node, interface, std::move(frame)});
 }
 
 void Simulation::handle(const Event& event) {
@@ -251,14 +232,14 @@ void Simulation::handle(const Event& event) {
   switch (event.type) {
     case Event::Type::ANNOUNCE:
       post(settings_.interval, event.type, event.node);
-      node.work([&] { node.entity().announce(now_); });
+      node.work([&] { node.entity().announce(events_.now()); });
       break;
     case Event::Type::TEND:
       post(settings_.tending, event.type, event.node);
-      node.work([&] { node.entity().tend(now_); });
+      node.work([&] { node.entity().tend(events_.now()); });
       break;
     case Event::Type::RECEIVE:
-      node.work([&] { node.entity().receive(event.interface, *event.frame, now_); });
+      node.work([&] { node.entity().receive(event.interface, *event.frame, events_.now()); });
       break;
   }
 }

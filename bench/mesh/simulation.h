@@ -10,6 +10,7 @@
 #include <span>
 #include <vector>
 
+#include "bench/event_queue.h"
 #include "bench/mesh/bridges.h"
 #include "bench/mesh/shape.h"
 #include "qel/core/mac_address.h"
@@ -91,17 +92,13 @@ class Simulation {
   class Node;
   using Octets = std::vector<std::uint8_t>;
 
-  /// An event at a node. Events of the same time are in the order of their creation.
+  /// An event at a node.
   struct Event {
     enum class Type { ANNOUNCE, TEND, RECEIVE };
-    TimePoint time;
-    std::uint64_t number;
     Type type;
     std::size_t node;
     std::size_t interface;
     std::shared_ptr<const Octets> frame;
-
-    bool operator<(const Event& other) const;
   };
 
   void post(std::chrono::microseconds delay, Event::Type type, std::size_t node, std::size_t interface = 0,
@@ -121,9 +118,7 @@ class Simulation {
   std::vector<Cable> interfaces_;                    // of each cable, at its ends
   Bridges bridges_;
   std::vector<std::unique_ptr<Node>> nodes_;
-  std::vector<Event> events_;  // a heap
-  std::uint64_t posted_ = 0;
-  TimePoint now_{};
+  EventQueue<Event> events_;
   std::minstd_rand numbers_{1};
 };
 

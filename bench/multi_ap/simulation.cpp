@@ -74,10 +74,10 @@ class MultiApSimulation::Device : public multi_ap::Mesh {
     traffic_.octets_received += event.from == number_ ? 0U : event.frame->size() + ETHERNET_HEADER;
     work([&] {
       const MACAddress from = MultiApSimulation::al_mac(event.from);
-      if (const auto cmdu = reassembly_.add(from, *event.frame, event.time)) {
+      if (const auto cmdu = reassembly_.add(from, *event.frame, simulation_.time())) {
         const auto content = qel::ieee1905_1::decode_leniently(*cmdu, context_);
         const bool is_own = event.from == number_;
-        take({from, is_own ? "" : "eth0", event.is_to_all, event.time, content, !is_own});
+        take({from, is_own ? "" : "eth0", event.is_to_all, simulation_.time(), content, !is_own});
       }
     });
   }
@@ -182,7 +182,7 @@ class MultiApSimulation::AgentDevice final : public Device {
  private:
   void will_deliver() {
     if (!std::exchange(is_delivering_, true)) {
-      simulation_.post(ON_THE_AIR, {.type = Event::Type::DELIVER, .device = number_});
+      simulation_.events_.post(ON_THE_AIR, {.type = Event::Type::DELIVER, .device = number_});
     }
   }
 
@@ -225,12 +225,8 @@ class MultiApSimulation::ControllerDevice final : public Device {
   std::map<MACAddress, TimePoint> queries_;  // of topology, and when they are due
 };
 
-bool MultiApSimulation::Event::operator<(const Event& other) const {
-  return std::pair(time, number) > std::pair(other.time, other.number);  // the earliest is on top of the heap
-}
-
 MultiApSimulation::MultiApSimulation(Settings settings)
-    : settings_(std::move(settings)), world_(settings_.world), now_(std::chrono::hours(24)) {
+    : settings_(std::move(settings)), world_(settings_.world), events_(TimePoint(std::chrono::hours(24))) {
   const std::size_t agents = settings_.world.access_points;
   for (std::size_t number = 0; number <= agents; ++number) {
     if (number < agents) {
@@ -238,63 +234,42 @@ MultiApSimulation::MultiApSimulation(Settings settings)
     } else {
       devices_.push_back(std::make_unique<ControllerDevice>(*this, number));
     }
-    post(std::chrono::microseconds(1s) * number / (agents + 1), {.type = Event::Type::TEND, .device = number});
+    events_.post(std::chrono::microseconds(1s) * number / (agents + 1), {.type = Event::Type::TEND, .device = number});
   }
   for (std::size_t number = 0; number < agents; ++number) {
     Device& controller = *devices_.back();
-    controller.work([&] { controller.on_device(al_mac(number), now_); });
-    devices_[number]->work([&] { devices_[number]->on_device(al_mac(agents), now_); });
+    controller.work([&] { controller.on_device(al_mac(number), events_.now()); });
+    devices_[number]->work([&] { devices_[number]->on_device(al_mac(agents), events_.now()); });
   }
-  post(1s, {.type = Event::Type::STEP});
+  events_.post(1s, {.type = Event::Type::STEP});
 }
 
 MultiApSimulation::~MultiApSimulation() = default;
 
 void MultiApSimulation::run(std::chrono::seconds time) {
-  const TimePoint end = now_ + time;
-  while (!events_.empty() && events_.front().time <= end) {
-    std::pop_heap(events_.begin(), events_.end());
-    const Event event = std::move(events_.back());
-    events_.pop_back();
-    now_ = event.time;
-    handle(event);
-  }
-  now_ = end;
+  events_.run(time, [this](const Event& event) { handle(event); });
 }
 
 bool MultiApSimulation::run_until(const std::function<bool()>& is_done, std::chrono::seconds most) {
-  for (std::chrono::seconds time{0}; !is_done(); ++time) {
-    if (time == most) {
-      return false;
-    }
-    run(1s);
-  }
-  return true;
+  return events_.run_until(is_done, most, [this](const Event& event) { handle(event); });
 }
 
 std::chrono::seconds MultiApSimulation::now() const {
-  return std::chrono::duration_cast<std::chrono::seconds>(now_ - TimePoint(std::chrono::hours(24)));
-}
-
-void MultiApSimulation::post(std::chrono::microseconds delay, Event event) {
-  event.time = now_ + delay;
-  event.number = posted_++;
-  events_.push_back(std::move(event));
-  std::push_heap(events_.begin(), events_.end());
+  return std::chrono::duration_cast<std::chrono::seconds>(events_.now() - TimePoint(std::chrono::hours(24)));
 }
 
 void MultiApSimulation::handle(const Event& event) {
   switch (event.type) {
     case Event::Type::STEP:
-      post(1s, event);
+      events_.post(1s, event);
       world_.step();
       break;
     case Event::Type::TEND:
-      post(1s, event);
-      devices_[event.device]->work([&] { devices_[event.device]->tend(now_); });
+      events_.post(1s, event);
+      devices_[event.device]->work([&] { devices_[event.device]->tend(events_.now()); });
       break;
     case Event::Type::DELIVER:
-      devices_[event.device]->work([&] { devices_[event.device]->deliver(now_); });
+      devices_[event.device]->work([&] { devices_[event.device]->deliver(events_.now()); });
       break;
     case Event::Type::RECEIVE:
       devices_[event.device]->receive(event);
@@ -306,8 +281,8 @@ void MultiApSimulation::send(std::size_t from, std::size_t to, const std::shared
                              bool is_to_all) {
   const bool is_lost = 1000 * random_of(settings_.world.seed, from, to, ++sent_) < settings_.lost_of_thousand;
   if (from == to || !is_lost) {
-    post(from == to ? 0us : ACROSS_THE_MESH,
-         {.type = Event::Type::RECEIVE, .device = to, .from = from, .is_to_all = is_to_all, .frame = frame});
+    events_.post(from == to ? 0us : ACROSS_THE_MESH,
+                 {.type = Event::Type::RECEIVE, .device = to, .from = from, .is_to_all = is_to_all, .frame = frame});
   }
 }
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/event_queue.h"
 #include "bench/multi_ap/world.h"
 #include "qel/core/mac_address.h"
 #include "tools/meshd/controller/controller.h"
@@ -67,7 +68,7 @@ class MultiApSimulation {
   World& world() { return world_; }
   const controller::Controller& controller() const;
   controller::Controller& controller();
-  TimePoint time() const { return now_; }
+  TimePoint time() const { return events_.now(); }
 
   const MultiApTraffic& controller_traffic() const;
   const MultiApCost& controller_cost() const;
@@ -86,7 +87,6 @@ class MultiApSimulation {
   class ControllerDevice;
   using Octets = std::vector<std::uint8_t>;
 
-  /// Events of the same time are in the order of their creation.
   struct Event {
     enum class Type : std::uint8_t { TEND, RECEIVE, DELIVER, STEP };
     Type type;
@@ -94,13 +94,8 @@ class MultiApSimulation {
     std::size_t from = 0;
     bool is_to_all = false;
     std::shared_ptr<const Octets> frame{};
-    TimePoint time{};
-    std::uint64_t number = 0;
-
-    bool operator<(const Event& other) const;
   };
 
-  void post(std::chrono::microseconds delay, Event event);
   void handle(const Event& event);
   void send(std::size_t from, std::size_t to, const std::shared_ptr<const Octets>& frame, bool is_to_all);
   std::size_t number_of(const qel::MACAddress& al_mac) const;
@@ -108,9 +103,7 @@ class MultiApSimulation {
   const Settings settings_;
   World world_;
   std::vector<std::unique_ptr<Device>> devices_;  // the controller comes last
-  std::vector<Event> events_;                     // a heap
-  std::uint64_t posted_ = 0;
-  TimePoint now_;
+  EventQueue<Event> events_;
   std::uint64_t sent_ = 0;
   std::set<std::string> faults_;
 };
