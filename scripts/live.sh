@@ -90,8 +90,9 @@ is_running() { [ -e "/proc/$1" ] && ! grep -q '^State:[[:space:]]*Z' "/proc/$1/s
 # stop PROCESS...: also stops suspended processes. Those that have not ended after 20 seconds are named and killed.
 stop() {
   for process in "$@"; do
-    kill "$process" 2>/dev/null || :
+    # In this order: at its end, LeakSanitizer suspends a process, and then waits forever if something continues it.
     kill -CONT "$process" 2>/dev/null || :
+    kill "$process" 2>/dev/null || :
   done
   left=200
   for process in "$@"; do
