@@ -118,6 +118,7 @@ def refused_orders():
             ("chunks", order(more="Transfer-Encoding: chunked\r\n") + b"0\r\n\r\n", 400, b"body"),
             ("no arguments", order("/steer"), 400, b'"client"'), ("one argument", order(STEER.partition("&")[0]), 400, b'"bssid"'),
             ("two words", order(STEER + "%20OPEN"), 400, b'"bssid"'), ("a line", order(STEER + "%0APLAN"), 400, b'"bssid"'),
+            ("NUL", order(STEER + "%00x"), 400, b'"bssid"'), ("no value", order(STEER + "&open"), 400, b'"open"'),
             ("not open", order(STEER + "&open=no"), 400, b'"open"'), ("no radio", order("/channel?channel=1&width=20"), 400, b'"radio"'),
             *((f"channel {number}", order(channel.format(number, 20)), 400, b'"channel"') for number in ("0", "256", "-1", "1x", "")),
             *((f"width {width}", order(channel.format(36, width)), 400, b'"width"') for width in ("30", "80+80", ""))):

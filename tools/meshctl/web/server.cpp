@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <stdexcept>
@@ -46,6 +47,17 @@ const Message& heartbeat() {
 std::string header(MHD_Connection* connection, const char* name) {
   const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
   return value != nullptr ? value : "";
+}
+
+/// An argument of the request, which may contain NUL; empty if it has a name only.
+std::optional<std::string> argument(MHD_Connection* connection, const char* name) {
+  const char* value = nullptr;
+  std::size_t size = 0;
+  if (MHD_lookup_connection_value_n(connection, MHD_GET_ARGUMENT_KIND, name, std::strlen(name), &value, &size) !=
+      MHD_YES) {
+    return std::nullopt;
+  }
+  return value != nullptr ? std::string(value, size) : std::string();
 }
 
 /// Sends the response and gives it up. `allowed` are the methods if the request has another one.
@@ -220,10 +232,8 @@ struct Server::Http {
       return refuse(connection, MHD_HTTP_BAD_REQUEST, "An order has no body.");
     }
     try {
-      return give_order(server, client, order_words(path, [connection](const char* name) {
-                          const char* value = MHD_lookup_connection_value(connection, MHD_GET_ARGUMENT_KIND, name);
-                          return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
-                        }));
+      return give_order(server, client,
+                        order_words(path, [connection](const char* name) { return argument(connection, name); }));
     } catch (const std::invalid_argument& error) {
       return refuse(connection, MHD_HTTP_BAD_REQUEST, error.what());
     }
