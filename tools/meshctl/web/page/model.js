@@ -182,9 +182,9 @@ function describe(node, names) {
   const links = node.links.length === 1 ? "1 link" : `${node.links.length} links`;
   if (node.kind === "switch") return `switch, ${links}`;
   const { device } = node;
-  const some = (number, what) => (number ? `${number} ${what}` : "");
-  return [`device ${node.name}`, ...node.roles, stateText(node), links, some(node.hosts, "hosts"), some(node.clients.length, "clients"),
-    some(device.blocked.length, "blocked")].filter(Boolean).join(", ");
+  const some = (number, what) => (number ? `${number} ${what}${number === 1 ? "" : "s"}` : "");
+  return [`device ${node.name}`, ...node.roles, stateText(node), links, some(node.hosts, "host"), some(node.clients.length, "client"),
+    some(device.blocked.length, "blocked interface")].filter(Boolean).join(", ");
 }
 
 /** Of a device; for the agent of a controller, also in which state that is, unless all is well. */

@@ -91,7 +91,7 @@ class MoveForm extends OrderForm {
     const choices = graph.radios.filter((radio) => radio.isManaged)
       .flatMap((radio) => radio.bss.filter((bss) => bss.ssid === client.ssid && bss.bssid !== client.bssid).map(({ bssid }) => ({ bssid, radio })))
       .sort((a, b) => rank(b) - rank(a))
-      .map(({ bssid, radio }) => [bssid, [radio.label, channelText(radio), dbmText(heard.get(bssid))].filter(Boolean).join(", ")]);
+      .map(({ bssid, radio }) => [bssid, [radio.label, channelText(radio) || bssid, dbmText(heard.get(bssid))].filter(Boolean).join(", ")]);
     const shown = JSON.stringify(choices);
     // One that is perhaps open stays as it is.
     if (shown !== this.shown && document.activeElement !== this.target) {
