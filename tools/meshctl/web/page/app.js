@@ -66,7 +66,7 @@ class Page {
     if (!this.answers.topology) return;
     this.graph = buildGraph(this.answers);
     // Events name devices that are gone, and new ones before the topology has them.
-    for (const { label, band, bss } of this.graph.radios) for (const { bssid } of bss) this.names.set(bssid, [label, band].filter(Boolean).join(", "));
+    for (const { id, label, band, bss } of this.graph.radios) for (const mac of [id, ...bss.map(({ bssid }) => bssid)]) this.names.set(mac, [label, band].filter(Boolean).join(", "));
     for (const [mac, name] of this.graph.names) if (name !== mac) this.names.set(mac, name);
     for (const show of this.events) show();
     this.show();
