@@ -185,6 +185,11 @@ def wifi(file):
         assert browser.value("document.querySelectorAll('.edge.wifi.poor').length") == 1, "a weak signal"
         label = browser.value("document.querySelector('#radios-view svg').ariaLabel")
         assert label == "5 GHz: phy1, channel 100, 80 MHz, 7 % busy, clear, 2 clients", label
+        browser.resize(390, 844)
+        assert browser.value("[...document.querySelectorAll('.node')].every((one) => (page.select(one.dataset.id), "
+                             "one.getBoundingClientRect().bottom < document.getElementById('details').getBoundingClientRect().top))"), \
+            "a telephone shows what was selected"
+        browser.resize(1200, 800)
         browser.value("page.select('client 02:19:05:BB:00:02')")
         details = browser.value("document.getElementById('details').innerText")
         assert "−52 dBm" in details and "867 Mb/s, ac, 80 MHz, 2 streams" in details and "<b>tv" in details, details

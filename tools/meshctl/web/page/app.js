@@ -94,9 +94,19 @@ class Page {
     this.selected = id;
     this.opener = opener;
     this.map.select(id);
+    const covered = this.coveredByDetails();
     this.showDetails();
+    if (id && this.coveredByDetails()) this.map.reveal(id, this.coveredByDetails());
+    else if (covered && this.map.isFitted) this.map.fit();
     if (id && opener) this.details.focus();
     else if (!id && last.opener) (last.opener.isConnected ? last.opener : this.table.buttonOf(last.id))?.focus();
+  }
+
+  /** On a telephone, the details lie over the lower part of the map; how many pixels of it. */
+  coveredByDetails() {
+    const details = byId("details");
+    if (getComputedStyle(details).position !== "fixed" || !details.firstChild) return 0;
+    return Math.max(0, byId("map").getBoundingClientRect().bottom - details.getBoundingClientRect().top);
   }
 
   /** Without details and events, the map takes the whole page. */

@@ -4,6 +4,7 @@ import { placeLabels, textWidth } from "./labels.js";
 
 const SVG = "http://www.w3.org/2000/svg";
 const RADIUS = { device: 15, switch: 9, host: 5, client: 6 };
+const [HALO, RING] = [9, 5]; // around the selected node, and around ours
 const FONT = { device: [600, 13], switch: [400, 11], host: [400, 11], client: [400, 11], edge: [400, 11] }; // weight and pixels
 const ZOOM = { least: 0.05, most: 4, step: 1.3, fitted: 1.5 };
 const SIZE = { least: 0.45, most: 1.1 }; // of the nodes, which shrink less than the map
@@ -110,11 +111,11 @@ export class MapView {
       const made = this.nodeLayer.appendChild(draw("g", { role: "button", tabindex: -1 }));
       made.dataset.id = node.id;
       const body = made.appendChild(draw("g"));
-      body.append(draw("circle", { class: "halo", r: radius + 9 }));
+      body.append(draw("circle", { class: "halo", r: radius + HALO }));
       if (node.kind === "device") body.append(...deviceShapes());
       else if (node.kind !== "switch") body.append(draw("circle", { class: "shape", r: radius }));
       else body.append(draw("rect", { class: "shape", x: -radius, y: -radius, width: 2 * radius, height: 2 * radius, rx: 2 }));
-      if (node.id === this.graph.self) body.append(draw("circle", { class: "ring", r: radius + 5 }));
+      if (node.id === this.graph.self) body.append(draw("circle", { class: "ring", r: radius + RING }));
       made.append(draw("title"));
       return made;
     });
@@ -176,7 +177,8 @@ export class MapView {
     const labels = this.graph.nodes.map((node) => {
       const { x, y } = this.at(node);
       const { size: high, font } = this.font(node.kind);
-      const away = RADIUS[node.kind] * size + (node.id === this.graph.self ? 5 * size : 0) + 3;
+      const ring = node.id === this.selected ? HALO : node.id === this.graph.self ? RING : 0;
+      const away = (RADIUS[node.kind] + ring) * size + 3;
       const down = away + high * 0.65;
       const beside = (side) => (w) => ({ x: x + side * (away + w + 2), y });
       const below = () => ({ x, y: y + down });
@@ -224,10 +226,16 @@ export class MapView {
     this.mark();
     this.renderLabels();
     this.elements.get(`node ${id}`).focus({ preventScroll: true });
+    this.reveal(id);
+  }
+
+  /** Moves the map so that a node is seen, also if its lowest pixels are covered. */
+  reveal(id, covered = 0) {
+    if (!this.nodes?.has(id)) return;
     const { x, y } = this.at(this.nodes.get(id));
     const { width, height } = this.svg.getBoundingClientRect();
     const into = (value, most) => Math.min(Math.max(value, 2 * MARGIN), most - 2 * MARGIN) - value;
-    this.move(into(x + this.view.x, width), into(y + this.view.y, height));
+    this.move(into(x + this.view.x, width), into(y + this.view.y, height - covered));
   }
 
   /** The node next to the current one in a direction: near, and not far off to the side. */
