@@ -152,15 +152,21 @@ class Page {
     this.events.splice(MOST_EVENTS);
   }
 
-  /** The browser reopens the stream by itself, and the server then sends everything again. */
+  /**
+   * The browser reopens the stream by itself, and the server then sends everything again. A hidden page has none, since
+   * browsers open only six connections to a server, for all its pages together, and orders need some of them.
+   */
   follow() {
-    const stream = new EventSource("events");
-    this.setState("waiting", "connecting");
+    clearTimeout(this.retry);
+    if (!this.stream) this.setState("waiting", "connecting");
+    this.stream?.close();
+    if (document.hidden) return;
+    const stream = this.stream = new EventSource("events");
     stream.addEventListener("open", () => this.clearEvents());
     stream.addEventListener("error", () => {
       this.setState("away", "the server is gone; trying again");
       // After an answer that is no stream the browser gives up.
-      if (stream.readyState === EventSource.CLOSED) setTimeout(() => this.follow(), 3000);
+      if (stream.readyState === EventSource.CLOSED) this.retry = setTimeout(() => this.follow(), 3000);
     });
     stream.addEventListener("state", ({ data }) => this.takeState(JSON.parse(data)));
     for (const kind of ANSWERS) stream.addEventListener(kind, ({ data }) => this.take(kind, JSON.parse(data)));
@@ -175,4 +181,5 @@ if (byId("topology")) {
   page.setState("saved", "as saved in this file");
 } else {
   page.follow();
+  document.addEventListener("visibilitychange", () => page.follow());
 }
