@@ -17,6 +17,7 @@
 #include "tools/meshd/controller/controller.h"
 #include "tools/meshd/controller/plan.h"
 #include "tools/meshd/multi_ap/discovery.h"
+#include "tools/meshd/wifi/radio.h"
 #include "tools/meshd/wifi/simulated_air.h"
 
 /// Feeds an agent and a controller of one device any sequence of messages, times, events of radios and orders of the
@@ -83,14 +84,8 @@ class Input {
 class World final : public meshd::multi_ap::Mesh {
  public:
   World() : al_mac_(device(0)) {
-    constexpr qel::FrequencyBand BANDS[] = {qel::FrequencyBand::BAND_5_GHZ, qel::FrequencyBand::BAND_2_4_GHZ};
-    for (unsigned int number = 0; number < std::size(BANDS); ++number) {
-      air_.state.push_back(meshd::wifi::simulated_radio(radio(number), {BANDS[number]}));
-      air_.state.back().bss = {{bss(number), "wlan" + std::to_string(number), "home"}};
-    }
-    air_.state[0].channel = meshd::wifi::simulated_channel(qel::kHz(5180000), qel::ChannelWidth::WIDTH_80_MHZ);
-    air_.state[1].channel = meshd::wifi::simulated_channel(qel::kHz(2412000));
-    air_.state[0].backhaul = {client(31), "wlan2", bss(3)};
+    static const std::vector<meshd::wifi::AirRadio> RADIOS = radios();  // takes long to make
+    air_.state = RADIOS;
     air_.is_recording = false;
     meshd::controller::Policy policy;
     policy.plan.is_on = policy.steering.is_on = true;
@@ -110,9 +105,6 @@ class World final : public meshd::multi_ap::Mesh {
       deliver_own();
       require(sent_ <= MOST_SENT, "a step has few messages");
     }
-    const auto planned = controller_->plan(now_);
-    plan_text(planned.input, planned.plan);
-    plan_json(planned.input, planned.plan);
     if (&__sanitizer_get_current_allocated_bytes != nullptr) {
       own_.clear();
       const std::size_t with = __sanitizer_get_current_allocated_bytes();
@@ -138,6 +130,26 @@ class World final : public meshd::multi_ap::Mesh {
   }
 
  private:
+  /// One at 5 GHz, with the channels up to 64, and one at 2.4 GHz.
+  static std::vector<meshd::wifi::AirRadio> radios() {
+    constexpr qel::FrequencyBand BANDS[] = {qel::FrequencyBand::BAND_5_GHZ, qel::FrequencyBand::BAND_2_4_GHZ};
+    std::vector<meshd::wifi::AirRadio> radios;
+    for (unsigned int number = 0; number < std::size(BANDS); ++number) {
+      meshd::wifi::AirRadio& made = radios.emplace_back(meshd::wifi::simulated_radio(radio(number), {BANDS[number]}));
+      std::erase_if(made.bands[0].channels,
+                    [](const meshd::wifi::WiphyChannel& channel) { return channel.frequency > qel::kHz(5320000); });
+      meshd::wifi::Wiphy wiphy;
+      wiphy.addresses = {made.identifier};
+      wiphy.bands = made.bands;
+      made.radios = {meshd::wifi::radio_of(wiphy, BANDS[number], nullptr, 1)};
+      made.bss = {{bss(number), "wlan" + std::to_string(number), "home"}};
+    }
+    radios[0].channel = meshd::wifi::simulated_channel(qel::kHz(5180000), qel::ChannelWidth::WIDTH_80_MHZ);
+    radios[1].channel = meshd::wifi::simulated_channel(qel::kHz(2412000));
+    radios[0].backhaul = {client(31), "wlan2", bss(3)};
+    return radios;
+  }
+
   static Octets encoded(const Message& message) {
     std::ostringstream sink;
     qel::serialization::SerializationContext context;
@@ -202,8 +214,12 @@ class World final : public meshd::multi_ap::Mesh {
         case 2:
           controller_->set_channel(radio(one), other, qel::ChannelWidth::WIDTH_20_MHZ, now_, ignore);
           break;
-        default:
+        default: {
+          const auto planned = controller_->plan(now_);
+          plan_text(planned.input, planned.plan);
+          plan_json(planned.input, planned.plan);
           controller_->apply_plan(now_, ignore);
+        }
       }
     } catch (const std::invalid_argument&) {  // NOLINT(bugprone-empty-catch): it makes no sense
     }
