@@ -316,10 +316,12 @@ void ClientOrders::block(const MACAddress& client, std::vector<MACAddress> bssid
                          model_.denials[{bssid, client}] = {now + took + seconds(duration), true};
                        }
                        if (--progress->waiting == 0) {
-                         const std::string what = duration == 0 ? "no longer blocked from " : "blocked from ";
-                         const std::string time = duration == 0 ? "" : " for " + std::to_string(duration) + " s";
-                         on_result({progress->failures.empty(),
-                                    what + bss_count_text(progress->done) + time + progress->failures, took});
+                         std::string text = duration == 0 ? "no longer blocked from " : "blocked from ";
+                         text += bss_count_text(progress->done);
+                         if (duration != 0) {
+                           text.append(" for ").append(std::to_string(duration)).append(" s");
+                         }
+                         on_result({progress->failures.empty(), text + progress->failures, took});
                        }
                      });
   }
