@@ -1,5 +1,6 @@
 #include "tools/meshctl/web/orders.h"
 
+#include <cerrno>
 #include <utility>
 
 #include "ctlcmd.h"
@@ -64,7 +65,8 @@ void Orders::ask(Order& order) {
 void Orders::take_answer(Order& order, int status, int result, std::string_view text) {
   using Kind = Outcome::Kind;
   if (status != 0) {
-    end(order, Kind::UNKNOWN, no_answer(daemon_, status));
+    const bool is_lost = status == -ENXIO && !order.is_accepted;
+    end(order, Kind::UNKNOWN, no_answer(daemon_, status) + (is_lost ? "" : "; what comes of the order is unknown"));
   } else if (!std::exchange(order.is_accepted, true)) {
     if (result == CTLCMD_NO_COMMAND) {
       end(order, Kind::REFUSED, "'" + daemon_ + "' is no controller");

@@ -237,13 +237,11 @@ void Learning::on_operating_channels(const Context& context) {
       context.changes.push_back({Kind::RADIO_UNKNOWN, context.al_mac});
       continue;
     }
-    const bool is_same = radio->channel && has_same_channel(radio->channel->value, tlv);
-    if (radio->channel && !is_same) {
-      radio->switched_at = context.received.time;
-    }
+    const bool is_new = radio->channel && !has_same_channel(radio->channel->value, tlv);
     radio->channel = {tlv, context.received.time};
     context.changes.push_back({Kind::CHANNEL_REPORTED, context.al_mac, tlv.get_radio_identifier()});
-    if (!is_same) {
+    if (is_new) {
+      radio->switched_at = context.received.time;
       context.changes.push_back({Kind::CHANNEL_CHANGED, context.al_mac, tlv.get_radio_identifier()});
     }
   }
