@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <stdexcept>
 
+#include "qel/core/hex_text.h"
+
 namespace meshctl::web {
 
 Token::Token() {
@@ -14,11 +16,7 @@ Token::Token() {
   if (getrandom(octets.data(), octets.size(), 0) != static_cast<ssize_t>(octets.size())) {
     throw std::runtime_error("cannot get random octets");
   }
-  constexpr std::string_view DIGITS = "0123456789abcdef";
-  for (const std::uint8_t octet : octets) {
-    text_ += DIGITS[octet >> 4U];
-    text_ += DIGITS[octet & 0xFU];
-  }
+  text_ = qel::hex_text(octets, qel::LOWER_CASE_DIGITS);
 }
 
 bool Token::matches(std::string_view text) const {
